@@ -1,0 +1,26 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace zorva {
+
+/// The device's users.
+class AccountDatabase {
+ public:
+  virtual ~AccountDatabase() = default;
+
+  struct Ids {
+    uid_t user;
+    gid_t group;
+  };
+
+  /// The ids of the named user, or nothing when there is no such user.
+  virtual std::optional<Ids> idsOfUser(const std::string& name) = 0;
+  /// The name of the user, or nothing when the id is unknown.
+  virtual std::optional<std::string> nameOfUser(uid_t user) = 0;
+};
+
+}  // namespace zorva

@@ -1,0 +1,79 @@
+#include "platform/Text.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+
+namespace zorva {
+namespace {
+
+// Length of the well-formed UTF-8 sequence at the start of the bytes, 0 when there is none. Rejects
+// overlong forms, surrogates and code points above U+10FFFF.
+std::size_t sequenceLength(std::string_view bytes) {
+  const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(bytes[i]); };
+  const auto continues = [&](std::size_t i) { return i < bytes.size() && (at(i) & 0xC0) == 0x80; };
+  const std::uint8_t lead = at(0);
+  if (lead < 0x80) return 1;
+  if (lead < 0xC2 || lead > 0xF4 || !continues(1)) return 0;
+  if (lead < 0xE0) return 2;
+  const std::uint8_t second = at(1);
+  if (lead < 0xF0) {
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F)) return 0;
+    return continues(2) ? 3 : 0;
+  }
+  if ((lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) return 0;
+  return continues(2) && continues(3) ? 4 : 0;
+}
+
+// C0 and C1 control characters, DEL, and the line and paragraph separators that viewers break at.
+bool isControl(std::string_view sequence) {
+  const auto lead = static_cast<std::uint8_t>(sequence[0]);
+  if (sequence.size() == 1) return lead < 0x20 || lead == 0x7F;
+  if (sequence.size() == 2) return lead == 0xC2 && static_cast<std::uint8_t>(sequence[1]) < 0xA0;
+  return sequence == "\u2028" || sequence == "\u2029";
+}
+
+}  // namespace
+
+std::string formatText(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::string text = formatArguments(format, arguments);
+  va_end(arguments);
+  return text;
+}
+
+std::string formatArguments(const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  std::string text;
+  if (length > 0) {
+    text.resize(static_cast<std::size_t>(length));
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+  }
+  va_end(again);
+  return text;
+}
+
+std::string safeText(std::string_view bytes) {
+  std::string text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const std::size_t length = sequenceLength(bytes);
+    const std::string_view sequence = bytes.substr(0, length == 0 ? 1 : length);
+    if (length == 0) {
+      text += "\uFFFD";
+    } else if (isControl(sequence)) {
+      for (char byte : sequence) text += formatText("\\x%02x", static_cast<std::uint8_t>(byte));
+    } else {
+      text += sequence;
+    }
+    bytes.remove_prefix(sequence.size());
+  }
+  return text;
+}
+
+std::string textOrNull(const std::optional<std::string>& text) { return text.value_or("(null)"); }
+
+}  // namespace zorva

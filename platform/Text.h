@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdarg>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zorva {
+
+/// printf into a string. The format is always one of our own literals; bytes from elsewhere are
+/// arguments.
+std::string formatText(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/// The same for a function that takes a format itself.
+std::string formatArguments(const char* format, va_list arguments)
+    __attribute__((format(printf, 1, 0)));
+
+/// Bytes from elsewhere, made fit for a line of text: control characters (newlines among them)
+/// become "\xNN" with two lower-case hexadecimal digits, and each byte that is no part of
+/// well-formed UTF-8 becomes U+FFFD. What is well-formed and printable stands as it is.
+std::string safeText(std::string_view bytes);
+
+/// A text for an object field: "(null)" when it is absent.
+std::string textOrNull(const std::optional<std::string>& text);
+
+/// "yes" or "no".
+inline const char* yesOrNo(bool value) { return value ? "yes" : "no"; }
+
+}  // namespace zorva
