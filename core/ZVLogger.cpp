@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "core/BatteryNotifications.h"
 #include "platform/Text.h"
 
 namespace zorva {
@@ -84,6 +85,11 @@ void ZVLogger::deregisterForAllOstrelNotifications() { systemSubscriptions_.clea
 
 void ZVLogger::logOnNotification(const std::string& name) {
   keep(notifications().observe(name, [this](const Notification&) { logIfEnabled(); }));
+}
+
+void ZVLogger::logOnBatteryLevel() {
+  logOnNotification(kBatteryLevelDidChange);
+  logOnNotification(kBatteryLevelDidNotChangeForSignificantTime);
 }
 
 void ZVLoggerLogCallback(ZVLogger& observer, std::string_view) { observer.logIfEnabled(); }
