@@ -1,12 +1,11 @@
 #include "core/DirectoryWatch.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 #include "core/Logging.h"

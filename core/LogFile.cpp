@@ -1,12 +1,11 @@
 #include "core/LogFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <memory>
 #include <optional>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "core/ZorvaState.h"
 #include "platform/AccountDatabase.h"
@@ -37,8 +36,8 @@ std::string newLogFilePath() {
       platform.device.answer("UserAssignedDeviceName").text().value_or("Unknown");
   std::string path;
   for (int attempt = 0; attempt <= kLastAttempt; ++attempt) {
-    path = formatText("%s/Zorva_%s", kLogDirectory,
-                      formatter->format(platform.clock.now()).c_str());
+    path =
+        formatText("%s/Zorva_%s", kLogDirectory, formatter->format(platform.clock.now()).c_str());
     if (attempt > 0) path += formatText("-%d", attempt);
     path += "_" + device + ".zorva";
     if (!exists(platform.files.hostPath(path))) break;

@@ -1,9 +1,8 @@
 #include "core/LogStream.h"
 
+#include <cerrno>
 #include <poll.h>
 #include <unistd.h>
-
-#include <cerrno>
 
 namespace zorva {
 namespace {

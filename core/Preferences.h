@@ -13,10 +13,11 @@ class PreferencesStore;
 ///
 /// | key | kind, default | what it does |
 /// |---|---|---|
-/// | "ZVSecondsBeforeSignificantTimeTriggered" | seconds, 1800.0 | how long the battery level must stay unchanged before that is news |
-/// | "ZVShowNMXContents" | boolean, false | push messages are logged with their contents |
-/// | "ZVShouldQueryWiFiPowerUsage" | boolean, false | the Wi-Fi snapshot asks the driver for its counters |
-/// | "ZVRecordSyslog" | boolean, true | the system log is copied into the log; read at start |
+/// | "ZVSecondsBeforeSignificantTimeTriggered" | seconds, 1800.0 | how long the battery level must
+/// stay unchanged before that is news | | "ZVShowNMXContents" | boolean, false | push messages are
+/// logged with their contents | | "ZVShouldQueryWiFiPowerUsage" | boolean, false | the Wi-Fi
+/// snapshot asks the driver for its counters | | "ZVRecordSyslog" | boolean, true | the system log
+/// is copied into the log; read at start |
 inline constexpr const char* kSecondsBeforeSignificantTimeTriggered =
     "ZVSecondsBeforeSignificantTimeTriggered";
 inline constexpr const char* kShowNMXContents = "ZVShowNMXContents";

@@ -81,7 +81,9 @@ bool ZVLogger::registerCallbackForOstrelNotification(Callback callback, const st
   return true;
 }
 
-void ZVLogger::deregisterForAllOstrelNotifications() { systemSubscriptions_.clear(); }
+void ZVLogger::deregisterForAllOstrelNotifications() {
+  systemSubscriptions_.clear();
+}
 
 void ZVLogger::logOnNotification(const std::string& name) {
   keep(notifications().observe(name, [this](const Notification&) { logIfEnabled(); }));
@@ -92,6 +94,8 @@ void ZVLogger::logOnBatteryLevel() {
   logOnNotification(kBatteryLevelDidNotChangeForSignificantTime);
 }
 
-void ZVLoggerLogCallback(ZVLogger& observer, std::string_view) { observer.logIfEnabled(); }
+void ZVLoggerLogCallback(ZVLogger& observer, std::string_view) {
+  observer.logIfEnabled();
+}
 
 }  // namespace zorva

@@ -1,11 +1,10 @@
 #include "core/ZorvaMain.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <utility>
 
 #include "core/DirectoryWatch.h"
@@ -97,7 +96,9 @@ Options parseOptions(int argc, char* const argv[], const LoggerTable& table,
   return options;
 }
 
-void ExitNotificationCallback() { sZorvaState.platform->runLoop.stop(); }
+void ExitNotificationCallback() {
+  sZorvaState.platform->runLoop.stop();
+}
 
 void runUntilExit(const Platform& platform) {
   const Registration exitRegistration = platform.systemNotifications.subscribe(

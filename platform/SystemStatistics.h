@@ -77,11 +77,11 @@ struct DiskTotals {
 
 /// What the kernel keeps of a process's identity.
 struct KernelProcess {
-  std::int32_t process = 0;   ///< process id
-  std::int32_t parent = 0;    ///< process id of its parent
-  std::int32_t group = 0;     ///< process group id
-  std::uint32_t user = 0;     ///< effective user id; only with TaskDetail::Identity
-  std::string command;        ///< short name, any bytes
+  std::int32_t process = 0;       ///< process id
+  std::int32_t parent = 0;        ///< process id of its parent
+  std::int32_t group = 0;         ///< process group id
+  std::uint32_t user = 0;         ///< effective user id; only with TaskDetail::Identity
+  std::string command;            ///< short name, any bytes
   std::int64_t startSeconds = 0;  ///< start, since 1970-01-01 UTC
   std::int32_t startMicroseconds = 0;
   std::uint32_t flags = 0;
@@ -131,11 +131,11 @@ struct TaskEvents {
 
 /// A piece of a task's memory. Sizes in bytes.
 struct MemoryRegion {
-  std::uint64_t object = 0;        ///< identity of the memory object behind it; 0: a private one
+  std::uint64_t object = 0;  ///< identity of the memory object behind it; 0: a private one
   std::uint64_t virtualSize = 0;
   std::uint64_t residentSize = 0;
-  bool shared = false;             ///< other tasks map the object too
-  bool sharedFramework = false;    ///< lies in the region of the shared frameworks
+  bool shared = false;           ///< other tasks map the object too
+  bool sharedFramework = false;  ///< lies in the region of the shared frameworks
 };
 
 /// Threads of a task's work queue.
@@ -145,8 +145,8 @@ struct WorkQueue {
   std::uint32_t blocked = 0;
 };
 
-/// What a caller wants to know of a task beyond its identity, command name, start time and CPU time.
-/// Each costs more kernel calls per task.
+/// What a caller wants to know of a task beyond its identity, command name, start time and CPU
+/// time. Each costs more kernel calls per task.
 enum class TaskDetail : std::uint32_t {
   None = 0,
   Identity = 1 << 0,  ///< effective user id

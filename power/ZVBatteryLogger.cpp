@@ -11,8 +11,7 @@ namespace zorva {
 std::unique_ptr<ZVBatteryLogger> ZVBatteryLogger::logger(
     const Services& services, const ZVBatteryProperties::Sources& sources, BatteryUsage& usage,
     PreferencesStore& preferences) {
-  std::unique_ptr<ZVBatteryLogger> made(
-      new ZVBatteryLogger(services, sources, usage, preferences));
+  std::unique_ptr<ZVBatteryLogger> made(new ZVBatteryLogger(services, sources, usage, preferences));
   return made->subscribe() ? std::move(made) : nullptr;
 }
 
@@ -22,7 +21,9 @@ ZVBatteryLogger::ZVBatteryLogger(const Services& services,
     : ZVLogger(services), sources_(sources), usage_(usage), preferences_(preferences) {}
 
 // The interest goes before its port.
-ZVBatteryLogger::~ZVBatteryLogger() { notificationRef_.reset(); }
+ZVBatteryLogger::~ZVBatteryLogger() {
+  notificationRef_.reset();
+}
 
 bool ZVBatteryLogger::subscribe() {
   ioNotifyPort_ = sources_.registry.makeNotificationPort();
@@ -68,8 +69,8 @@ void ZVBatteryLogger::logBatteryProperties(ZVBatteryProperties& properties) {
     body += formatText(" current=%s;", "<unknown>");
     body += formatText(" max_capacity=%s;", "<unknown>");
   }
-  body += formatText(" charging_state=%s;",
-                     safeText(properties.humanReadableChargingState()).c_str());
+  body +=
+      formatText(" charging_state=%s;", safeText(properties.humanReadableChargingState()).c_str());
   body += formatText(" charging_current=%d mA;", properties.chargingCurrent());
   body += formatText(" battery_temp=%.2f C;", properties.batteryTemp() / 100.0);
   body += formatText(" usage=%s;", timeOrUnknown(usage).c_str());

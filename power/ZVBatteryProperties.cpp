@@ -44,15 +44,25 @@ Value ZVBatteryProperties::propertyForKey(const std::string& key) {
   return properties != nullptr ? (*properties)[key] : Value();
 }
 
-bool ZVBatteryProperties::fullyCharged() { return propertyForKey("FullyCharged").boolean(); }
+bool ZVBatteryProperties::fullyCharged() {
+  return propertyForKey("FullyCharged").boolean();
+}
 
-bool ZVBatteryProperties::isCharging() { return propertyForKey("IsCharging").boolean(); }
+bool ZVBatteryProperties::isCharging() {
+  return propertyForKey("IsCharging").boolean();
+}
 
-bool ZVBatteryProperties::isCritical() { return propertyForKey("AtCriticalLevel").boolean(); }
+bool ZVBatteryProperties::isCritical() {
+  return propertyForKey("AtCriticalLevel").boolean();
+}
 
-bool ZVBatteryProperties::draining() { return !isCharging() && !fullyCharged(); }
+bool ZVBatteryProperties::draining() {
+  return !isCharging() && !fullyCharged();
+}
 
-std::int32_t ZVBatteryProperties::current() { return propertyForKey("InstantAmperage").integer32(); }
+std::int32_t ZVBatteryProperties::current() {
+  return propertyForKey("InstantAmperage").integer32();
+}
 
 std::int32_t ZVBatteryProperties::chargingCurrent() {
   return propertyForKey("Amperage").integer32();
@@ -62,11 +72,17 @@ std::int32_t ZVBatteryProperties::designCapacity() {
   return propertyForKey("DesignCapacity").integer32();
 }
 
-std::int32_t ZVBatteryProperties::cycleCount() { return propertyForKey("CycleCount").integer32(); }
+std::int32_t ZVBatteryProperties::cycleCount() {
+  return propertyForKey("CycleCount").integer32();
+}
 
-std::int32_t ZVBatteryProperties::batteryTemp() { return propertyForKey("Temperature").integer32(); }
+std::int32_t ZVBatteryProperties::batteryTemp() {
+  return propertyForKey("Temperature").integer32();
+}
 
-double ZVBatteryProperties::maxCapacity() { return propertyForKey("MaxCapacity").real(); }
+double ZVBatteryProperties::maxCapacity() {
+  return propertyForKey("MaxCapacity").real();
+}
 
 double ZVBatteryProperties::capacity() {
   return percentOf(propertyForKey("CurrentCapacity").real(), maxCapacity());

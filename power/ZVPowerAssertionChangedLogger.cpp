@@ -26,9 +26,8 @@ std::string ZVPowerAssertionChangedLogger::uniqueKeyForAssertion(
   // Two starts within one second are two assertions, so the key tells microseconds where the
   // ordinary text of a date does not.
   const auto start = assertion["AssertStartWhen"].date();
-  const std::string when = start.has_value()
-                               ? std::to_string(start->time_since_epoch().count())
-                               : assertion["AssertStartWhen"].description();
+  const std::string when = start.has_value() ? std::to_string(start->time_since_epoch().count())
+                                             : assertion["AssertStartWhen"].description();
   return assertion["AssertPID"].description() + " - " + assertion["AssertName"].description() +
          " - " + when;
 }

@@ -9,8 +9,8 @@
 
 namespace zorva {
 
-/// Logs the power assertions that came ("created") and went ("released") since it last looked, which
-/// it does whenever the power-management service announces a change.
+/// Logs the power assertions that came ("created") and went ("released") since it last looked,
+/// which it does whenever the power-management service announces a change.
 class ZVPowerAssertionChangedLogger : public ZVPowerAssertionLogger {
  public:
   static std::unique_ptr<ZVPowerAssertionChangedLogger> logger(const Services& services,

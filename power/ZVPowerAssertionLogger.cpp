@@ -45,8 +45,7 @@ std::optional<std::string> ZVPowerAssertionLogger::nameForPID(std::int32_t proce
   return processes_.commandName(process);
 }
 
-void ZVPowerAssertionLogger::logAssertionWithState(const Dictionary& assertion,
-                                                   const char* state) {
+void ZVPowerAssertionLogger::logAssertionWithState(const Dictionary& assertion, const char* state) {
   // A record without a start has none to measure from: it is taken as just begun.
   const Date start = assertion["AssertStartWhen"].date().value_or(now());
   const auto field = [&](const char* key) { return safeText(assertion[key].description()); };

@@ -14,7 +14,8 @@ namespace zorva {
 
 /// Logs who keeps the device awake: one entry per power assertion held, at each snapshot.
 ///
-///     11/16/26 14:07:16 [Assertion] state=held; process=player; pid=412; name=audio; held_for=00:03:10;
+///     11/16/26 14:07:16 [Assertion] state=held; process=player; pid=412; name=audio;
+///     held_for=00:03:10;
 class ZVPowerAssertionLogger : public ZVLogger {
  public:
   static std::unique_ptr<ZVPowerAssertionLogger> logger(const Services& services,
@@ -35,8 +36,7 @@ class ZVPowerAssertionLogger : public ZVLogger {
   void log() override;
 
  protected:
-  ZVPowerAssertionLogger(const Services& services, PowerManagement& power,
-                         ProcessTable& processes);
+  ZVPowerAssertionLogger(const Services& services, PowerManagement& power, ProcessTable& processes);
 
  private:
   PowerManagement& power_;
