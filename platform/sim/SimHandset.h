@@ -62,7 +62,8 @@ class SimHandset {
   const Platform& platform() const { return platform_; }
   const std::filesystem::path& root() const { return root_->path(); }
 
-  SimFaults& faults() { return faults_; }
+  SimFaults& faults() { return parts_.faults; }
+  const ScenarioSections& sections() const { return parts_.sections; }
   SimClock& clock() { return clock_; }
   SimRunLoop& runLoop() { return runLoop_; }
   SimSystemLog& systemLog() { return systemLog_; }
@@ -84,23 +85,23 @@ class SimHandset {
 
   // Each service after what it uses, so that it is destroyed before.
   std::unique_ptr<SimRoot> root_;
-  SimFaults faults_;
+  SimParts parts_;
   SimClock clock_{kStart};
-  SimRunLoop runLoop_{faults_, clock_};
+  SimRunLoop runLoop_{parts_, clock_};
   SimSystemLog systemLog_;
-  SimSystemNotifications notifications_{faults_};
-  SimFileSystem files_{faults_, root_->path().string()};
-  SimAccountDatabase accounts_{faults_};
-  SimPreferences preferences_{faults_};
-  SimDeviceInformation device_{faults_};
-  SimLocaleInformation locale_{faults_, clock_};
+  SimSystemNotifications notifications_{parts_};
+  SimFileSystem files_{parts_, root_->path().string(), systemLog_};
+  SimAccountDatabase accounts_{parts_};
+  SimPreferences preferences_{parts_};
+  SimDeviceInformation device_{parts_};
+  SimLocaleInformation locale_{parts_, clock_};
   SimDateFormatting dates_{locale_};
-  SimDeviceRegistry registry_{faults_};
-  SimBattery battery_{registry_.powerSource()};
-  SimBatteryUsage batteryUsage_{faults_};
-  SimPowerManagement powerManagement_{faults_, clock_, notifications_};
-  SimProcessTable processes_{faults_};
-  SimNetworkInterfaces interfaces_{faults_};
+  SimDeviceRegistry registry_{parts_};
+  SimBattery battery_{parts_, registry_.powerSource()};
+  SimBatteryUsage batteryUsage_{parts_};
+  SimPowerManagement powerManagement_{parts_, clock_, notifications_};
+  SimProcessTable processes_{parts_};
+  SimNetworkInterfaces interfaces_{parts_};
   std::unique_ptr<SystemStatistics> statistics_;
   Platform platform_;
 };

@@ -5,14 +5,13 @@
 #include <utility>
 
 #include "platform/ProcessTable.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
 class SimProcessTable : public ProcessTable {
  public:
-  explicit SimProcessTable(SimFaults& faults)
-      : commandNameFault_(faults, "processes.commandName") {}
+  explicit SimProcessTable(SimParts& parts);
 
   std::optional<std::string> commandName(std::int32_t process) override {
     const auto found = names_.find(process);
