@@ -22,6 +22,7 @@
 #include "platform/sim/SimRunLoop.h"
 #include "platform/sim/SimSystemLog.h"
 #include "platform/sim/SimSystemNotifications.h"
+#include "platform/sim/SimSystemStatistics.h"
 
 namespace zorva {
 
@@ -78,6 +79,7 @@ class SimHandset {
   SimBatteryUsage& batteryUsage() { return batteryUsage_; }
   SimPowerManagement& powerManagement() { return powerManagement_; }
   SimProcessTable& processes() { return processes_; }
+  SimSystemStatistics& statistics() { return statistics_; }
   SimNetworkInterfaces& interfaces() { return interfaces_; }
 
  private:
@@ -100,9 +102,9 @@ class SimHandset {
   SimBattery battery_{parts_, registry_.powerSource()};
   SimBatteryUsage batteryUsage_{parts_};
   SimPowerManagement powerManagement_{parts_, clock_, notifications_};
-  SimProcessTable processes_{parts_};
+  SimSystemStatistics statistics_{parts_.faults, clock_};
+  SimProcessTable processes_{parts_, statistics_};
   SimNetworkInterfaces interfaces_{parts_};
-  std::unique_ptr<SystemStatistics> statistics_;
   Platform platform_;
 };
 
