@@ -97,7 +97,7 @@ void SimFileSystem::removeLog() {
 // By the time of the last change, which the file that is being written to leads.
 std::optional<std::string> SimFileSystem::currentLog() {
   std::error_code error;
-  std::pair<fs::file_time_type, fs::path> newest;
+  std::pair<fs::file_time_type, fs::path> newest{fs::file_time_type::min(), {}};
   for (fs::directory_iterator file(hostPath(kLogDirectory), error), end; !error && file != end;
        file.increment(error)) {
     std::error_code gone;

@@ -82,6 +82,10 @@ class SimHandset {
   SimSystemStatistics& statistics() { return statistics_; }
   SimNetworkInterfaces& interfaces() { return interfaces_; }
 
+ protected:
+  /// For a handset with further services.
+  SimParts& parts() { return parts_; }
+
  private:
   void makeHealthy();
 
