@@ -1,8 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "platform/Date.h"
 
 namespace zorva {
 
@@ -12,6 +18,9 @@ struct KernelResult {
   std::string text;
   bool ok() const { return code == 0; }
 };
+
+/// Code of a call that ran out of memory.
+inline constexpr int kKernelNoMemory = 12;
 
 /// A span of time; microseconds stay below 1000000.
 struct TimeValue {
@@ -57,7 +66,14 @@ struct SwapUsage {
   bool operator==(const SwapUsage&) const = default;
 };
 
-/// Traffic summed over all interfaces since they came up.
+/// Memory that the firmware keeps from the system, in bytes by kind.
+struct ReservedMemory {
+  std::uint64_t reserved = 0;
+  std::uint64_t unusable = 0;
+  std::uint64_t other = 0;
+};
+
+/// Traffic of an interface since it came up, or of several.
 struct NetworkTotals {
   std::uint64_t packetsIn = 0;
   std::uint64_t packetsOut = 0;
@@ -66,7 +82,7 @@ struct NetworkTotals {
   bool operator==(const NetworkTotals&) const = default;
 };
 
-/// Transfers summed over all block devices since the boot.
+/// Transfers of a block-storage driver since the boot, or of several.
 struct DiskTotals {
   std::uint64_t readOperations = 0;
   std::uint64_t readBytes = 0;
@@ -145,16 +161,15 @@ struct WorkQueue {
   std::uint32_t blocked = 0;
 };
 
-/// What a caller wants to know of a task beyond its identity, command name, start time and CPU
-/// time. Each costs more kernel calls per task.
+/// What a caller wants to know of a task beyond its ids, command name, start time, flags, sizes and
+/// CPU time. Each costs more kernel calls per task.
 enum class TaskDetail : std::uint32_t {
   None = 0,
   Identity = 1 << 0,  ///< effective user id
   Threads = 1 << 1,   ///< every live thread
   Ports = 1 << 2,     ///< number of port names (open descriptors on Linux)
   Events = 1 << 3,    ///< event counters
-  Memory = 1 << 4,    ///< sizes and regions
-  WorkQueue = 1 << 5,
+  WorkQueue = 1 << 4,
 };
 constexpr TaskDetail operator|(TaskDetail a, TaskDetail b) {
   return static_cast<TaskDetail>(static_cast<std::uint32_t>(a) | static_cast<std::uint32_t>(b));
@@ -162,9 +177,12 @@ constexpr TaskDetail operator|(TaskDetail a, TaskDetail b) {
 constexpr bool wants(TaskDetail all, TaskDetail one) {
   return (static_cast<std::uint32_t>(all) & static_cast<std::uint32_t>(one)) != 0;
 }
+inline constexpr TaskDetail kEveryTaskDetail = TaskDetail::Identity | TaskDetail::Threads |
+                                               TaskDetail::Ports | TaskDetail::Events |
+                                               TaskDetail::WorkQueue;
 
 /// One look at one task. A caller keeps one and passes it again and again, so that its texts and
-/// lists are allocated once.
+/// lists are allocated once. What was not asked for, or cannot be read, is 0 or empty.
 struct TaskSample {
   KernelProcess process;
   TaskBasicInfo basic;
@@ -172,32 +190,69 @@ struct TaskSample {
                                     ///< times of all threads
   std::uint32_t ports = 0;
   TaskEvents events;
-  std::vector<MemoryRegion> regions;
   WorkQueue workQueue;
 };
 
-/// The kernel's figures for the whole system and every task in it.
+/// The steps of listing the tasks.
+enum class TaskListStep { ProcessorSets, PrivilegedAccess, Tasks };
+struct TaskListResult : KernelResult {
+  TaskListStep failed = TaskListStep::Tasks;  ///< where it failed, when it did
+};
+
+/// The steps of looking at one task.
+enum class TaskSampleStep { KernelProcess, TaskInformation };
+struct TaskSampleResult : KernelResult {
+  TaskSampleStep failed = TaskSampleStep::KernelProcess;  ///< where it failed, when it did
+};
+
+/// The kernel's figures for the whole system and every task in it. Every call reads anew; a call
+/// that is not ok leaves its result as it was, unless it says otherwise.
 class SystemStatistics {
  public:
   virtual ~SystemStatistics() = default;
 
+  virtual KernelResult timeOfDay(Date& now) = 0;
+  /// Bytes of physical memory.
   virtual KernelResult memorySize(std::uint64_t& bytes) = 0;
+  /// Bytes of a page of memory; never 0.
   virtual std::uint64_t pageSize() = 0;
-  /// Bytes of memory that the system cannot use; 0 where that is not told.
-  virtual std::uint64_t reservedMemory() = 0;
+  /// Nothing unless all of its figures are told.
+  virtual std::optional<ReservedMemory> reservedMemory() = 0;
+  /// The most bytes that the arguments of a process can take.
+  virtual KernelResult maximumArgumentLength(std::size_t& bytes) = 0;
   virtual KernelResult cpuLoad(HostCpuLoad& load) = 0;
+  /// Averages over 1, 5 and 15 minutes.
   virtual KernelResult loadAverages(double (&averages)[3]) = 0;
   virtual KernelResult vmStatistics(HostVmStatistics& statistics) = 0;
   virtual KernelResult swapUsage(SwapUsage& usage) = 0;
-  virtual KernelResult networkTotals(NetworkTotals& totals) = 0;
-  virtual KernelResult diskTotals(DiskTotals& totals) = 0;
+  /// The traffic of every interface, in a list that is replaced.
+  virtual KernelResult interfaceTraffic(std::vector<NetworkTotals>& interfaces) = 0;
   /// Bytes of shared frameworks that the calling process has mapped.
   virtual KernelResult frameworkMemory(std::uint64_t& bytes) = 0;
 
-  /// The ids of all tasks, ascending.
-  virtual KernelResult listTasks(std::vector<std::int32_t>& processes) = 0;
-  /// Looks at one task. Not ok when it has gone.
-  virtual KernelResult sampleTask(std::int32_t process, TaskDetail detail, TaskSample& sample) = 0;
+  /// Makes the device registry ready for the two calls after it.
+  virtual KernelResult openDeviceRegistry() = 0;
+  /// The names of the block-storage drivers, in a list that is replaced.
+  virtual KernelResult blockDrivers(std::vector<std::string>& names) = 0;
+  /// What the driver has transferred; figures that it does not tell are 0.
+  virtual KernelResult blockDriverTransfers(const std::string& name, DiskTotals& transfers) = 0;
+
+  /// The ids of all tasks, ascending, in a list that is replaced.
+  virtual TaskListResult listTasks(std::vector<std::int32_t>& processes) = 0;
+  /// Looks at one task. Fails at TaskSampleStep::KernelProcess when it has gone. The sample holds
+  /// no defined figures after a failure.
+  virtual TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail,
+                                      TaskSample& sample) = 0;
+  /// The memory of one task, in a list that is replaced. The dearest look of all.
+  virtual KernelResult memoryRegions(std::int32_t process, std::vector<MemoryRegion>& regions) = 0;
+
+  /// Command name of the launcher whose processes are better named after their executables; empty
+  /// where there is no such launcher.
+  virtual std::string_view launcherCommand() = 0;
+  /// Copies the path of the executable, as the process's arguments tell it, into the buffer and
+  /// sets its length. A path that does not fit is cut.
+  virtual KernelResult executablePath(std::int32_t process, std::span<char> buffer,
+                                      std::size_t& length) = 0;
 };
 
 }  // namespace zorva
