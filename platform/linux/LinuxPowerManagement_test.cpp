@@ -1,10 +1,14 @@
 #include "platform/linux/LinuxPowerManagement.h"
 
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sys/stat.h>
 
+#include "platform/linux/ClockForTest.h"
+#include "platform/linux/DirectoryForTest.h"
 #include "platform/linux/LoopForTest.h"
 #include "platform/linux/PrivateBusForTest.h"
 
@@ -15,12 +19,6 @@ constexpr const char* kService = "org.freedesktop.login1";
 constexpr const char* kPath = "/org/freedesktop/login1";
 constexpr const char* kManager = "org.freedesktop.login1.Manager";
 constexpr const char* kMock = "org.freedesktop.DBus.Mock";
-
-class ClockForTest : public Clock {
- public:
-  Date now() const override { return Date(std::chrono::seconds(seconds)); }
-  std::int64_t seconds = 2'000'000'000;
-};
 
 class LinuxPowerManagementTest : public testing::Test {
  protected:

@@ -31,7 +31,11 @@ class LoopForTest {
   /// Delivers what is ready now.
   void drain() const {
     // Zero may also mean that a source had been woken for nothing.
-    for (int idle = 0; idle < 3;) idle = sd_event_run(event_.get(), 0) > 0 ? 0 : idle + 1;
+    for (int idle = 0; idle < 3;) {
+      const int dispatched = sd_event_run(event_.get(), 0);
+      ASSERT_GE(dispatched, 0);
+      idle = dispatched > 0 ? 0 : idle + 1;
+    }
   }
 
  private:
