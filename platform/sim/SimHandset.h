@@ -1,0 +1,108 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "platform/Platform.h"
+#include "platform/sim/SimAccountDatabase.h"
+#include "platform/sim/SimBattery.h"
+#include "platform/sim/SimBatteryUsage.h"
+#include "platform/sim/SimClock.h"
+#include "platform/sim/SimDateFormatting.h"
+#include "platform/sim/SimDeviceInformation.h"
+#include "platform/sim/SimDeviceRegistry.h"
+#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimFileSystem.h"
+#include "platform/sim/SimLocaleInformation.h"
+#include "platform/sim/SimNetworkInterfaces.h"
+#include "platform/sim/SimPowerManagement.h"
+#include "platform/sim/SimPreferences.h"
+#include "platform/sim/SimProcessTable.h"
+#include "platform/sim/SimRunLoop.h"
+#include "platform/sim/SimSystemLog.h"
+#include "platform/sim/SimSystemNotifications.h"
+
+namespace zorva {
+
+/// The directory below which a handset keeps its files, with the log directory and the one of the
+/// preferences made in it.
+class SimRoot {
+ public:
+  /// A temporary one, removed with its contents in the end.
+  SimRoot();
+  /// One that stays. Throws std::filesystem::filesystem_error when it cannot be made.
+  explicit SimRoot(const std::filesystem::path& directory);
+  SimRoot(const SimRoot&) = delete;
+  SimRoot& operator=(const SimRoot&) = delete;
+  ~SimRoot();
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  void makeDirectories() const;
+
+  std::filesystem::path path_;
+  bool temporary_;
+};
+
+/// A whole handset in virtual time, healthy at first: a battery at 80 % with a gas gauge, the name
+/// "Sim Phone", locale en_US, zone UTC, 2026-11-16 14:00:00, the user "mobile" with the ids of the
+/// user who runs this, the interfaces lo0, en0 and pdp_ip0, and a few processes.
+class SimHandset {
+ public:
+  static constexpr Date kStart =
+      Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 16)) + std::chrono::hours(14);
+
+  /// Files in a temporary directory.
+  SimHandset() : SimHandset(std::make_unique<SimRoot>()) {}
+  explicit SimHandset(std::unique_ptr<SimRoot> root);
+  ~SimHandset();
+
+  const Platform& platform() const { return platform_; }
+  const std::filesystem::path& root() const { return root_->path(); }
+
+  SimFaults& faults() { return faults_; }
+  SimClock& clock() { return clock_; }
+  SimRunLoop& runLoop() { return runLoop_; }
+  SimSystemLog& systemLog() { return systemLog_; }
+  SimSystemNotifications& notifications() { return notifications_; }
+  SimFileSystem& files() { return files_; }
+  SimAccountDatabase& accounts() { return accounts_; }
+  SimPreferences& preferences() { return preferences_; }
+  SimDeviceInformation& device() { return device_; }
+  SimLocaleInformation& locale() { return locale_; }
+  SimDeviceRegistry& registry() { return registry_; }
+  SimBattery& battery() { return battery_; }
+  SimBatteryUsage& batteryUsage() { return batteryUsage_; }
+  SimPowerManagement& powerManagement() { return powerManagement_; }
+  SimProcessTable& processes() { return processes_; }
+  SimNetworkInterfaces& interfaces() { return interfaces_; }
+
+ private:
+  void makeHealthy();
+
+  // Each service after what it uses, so that it is destroyed before.
+  std::unique_ptr<SimRoot> root_;
+  SimFaults faults_;
+  SimClock clock_{kStart};
+  SimRunLoop runLoop_{faults_, clock_};
+  SimSystemLog systemLog_;
+  SimSystemNotifications notifications_{faults_};
+  SimFileSystem files_{faults_, root_->path().string()};
+  SimAccountDatabase accounts_{faults_};
+  SimPreferences preferences_{faults_};
+  SimDeviceInformation device_{faults_};
+  SimLocaleInformation locale_{faults_, clock_};
+  SimDateFormatting dates_{locale_};
+  SimDeviceRegistry registry_{faults_};
+  SimBattery battery_{registry_.powerSource()};
+  SimBatteryUsage batteryUsage_{faults_};
+  SimPowerManagement powerManagement_{faults_, clock_, notifications_};
+  SimProcessTable processes_{faults_};
+  SimNetworkInterfaces interfaces_{faults_};
+  std::unique_ptr<SystemStatistics> statistics_;
+  Platform platform_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "platform/LocaleInformation.h"
+#include "platform/sim/SimClock.h"
+#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimObservers.h"
+
+namespace zorva {
+
+/// The handset's locale and time zone, which date formatting follows too. Every setter tells those
+/// who observe the change.
+class SimLocaleInformation : public LocaleInformation {
+ public:
+  SimLocaleInformation(SimFaults& faults, SimClock& clock)
+      : clock_(clock), observeFault_(faults, "locale.observe") {}
+
+  std::string identifier() override { return identifier_; }
+  std::optional<std::string> countryCode() override;
+  std::string timeZoneAbbreviation() override;
+  bool daylightSavingTime() override;
+  Registration observe(Change change, std::function<void()> callback) override;
+
+  const std::string& localeIdentifier() const { return identifier_; }
+  const std::string& timeZone() const { return timeZone_; }
+
+  /// For example "de_DE".
+  void setIdentifier(const std::string& identifier);
+  /// A name of the zone database, for example "Europe/Berlin".
+  void setTimeZone(const std::string& timeZone);
+  void setClock(Date date);
+
+  /// Whether the zone database knows the name.
+  static bool isTimeZone(const std::string& name);
+
+ private:
+  void tell(Change change) { observers_[change].tell(); }
+
+  SimClock& clock_;
+  SimFaultPoint observeFault_;
+  std::string identifier_ = "en_US";
+  std::string timeZone_ = "UTC";
+  std::map<Change, SimObservers<>> observers_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/NetworkInterfaces.h"
+#include "platform/sim/SimFaults.h"
+
+namespace zorva {
+
+/// The handset's network interfaces. Each has one link-layer address with counters, and as many
+/// further addresses as it is given.
+class SimNetworkInterfaces : public NetworkInterfaces {
+ public:
+  explicit SimNetworkInterfaces(SimFaults& faults)
+      : addressesFault_(faults, "interfaces.addresses") {}
+
+  std::optional<std::vector<Address>> addresses() override;
+
+  struct Interface {
+    std::string name;
+    bool loopback = false;
+    Counters counters{0, 0};
+    int networkAddresses = 0;  ///< addresses beside the link-layer one
+    bool hasCounters = true;   ///< the link-layer address carries the counters
+  };
+
+  /// Adds an interface at the end of the list, or replaces the one of that name in its place.
+  void setInterface(Interface interface);
+  /// False when there is none of that name.
+  bool removeInterface(const std::string& name);
+  /// Lets bytes pass; the counters wrap at 32 bits. False when there is no such interface.
+  bool addTraffic(const std::string& name, std::uint32_t received, std::uint32_t sent);
+
+ private:
+  SimFaultPoint addressesFault_;
+  std::vector<Interface> interfaces_;
+};
+
+}  // namespace zorva
