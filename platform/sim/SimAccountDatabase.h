@@ -5,14 +5,13 @@
 #include <string>
 
 #include "platform/AccountDatabase.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
 class SimAccountDatabase : public AccountDatabase {
  public:
-  explicit SimAccountDatabase(SimFaults& faults)
-      : idsFault_(faults, "accounts.idsOfUser"), nameFault_(faults, "accounts.nameOfUser") {}
+  explicit SimAccountDatabase(SimParts& parts);
 
   std::optional<Ids> idsOfUser(const std::string& name) override {
     const auto user = users_.find(name);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/sim/SimDeviceRegistry.h"
 
@@ -13,7 +14,7 @@ namespace zorva {
 class SimBattery {
  public:
   /// A healthy battery at 80 %, discharging.
-  explicit SimBattery(SimRegistryEntry& entry);
+  SimBattery(SimParts& parts, SimRegistryEntry& entry);
 
   /// In percent of the maximum capacity; the capacities follow.
   void setLevel(double percent);
@@ -34,8 +35,8 @@ class SimBattery {
   /// Any property, by the registry's own key; nothing removes it.
   void set(const std::string& key, Value value) { entry_.setProperty(key, std::move(value)); }
 
-  void takeOut() { entry_.setPresent(false); }
-  void putIn() { entry_.setPresent(true); }
+  /// False takes it out of the device.
+  void setPresent(bool present) { entry_.setPresent(present); }
 
   /// Sends the message that the battery's status changed, or one of another type.
   void announce(std::uint32_t messageType = kBatteryStatusChanged) { entry_.send(messageType); }
@@ -43,6 +44,9 @@ class SimBattery {
   SimRegistryEntry& entry() { return entry_; }
 
  private:
+  ScenarioAction readStep(const ScenarioNode& node);
+  std::vector<ScenarioNode::Key> readers();
+
   SimRegistryEntry& entry_;
   double level_ = 80.0;
 };

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "platform/BatteryUsage.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
 class SimBatteryUsage : public BatteryUsage {
  public:
-  explicit SimBatteryUsage(SimFaults& faults) : timesFault_(faults, "batteryUsage.times") {}
+  explicit SimBatteryUsage(SimParts& parts);
 
   std::optional<Times> times() override {
     if (timesFault_.strikes()) return std::nullopt;

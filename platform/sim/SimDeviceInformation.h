@@ -4,13 +4,13 @@
 #include <utility>
 
 #include "platform/DeviceInformation.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
 class SimDeviceInformation : public DeviceInformation {
  public:
-  explicit SimDeviceInformation(SimFaults& faults) : answerFault_(faults, "device.answer") {}
+  explicit SimDeviceInformation(SimParts& parts);
 
   Value answer(const std::string& key) override {
     return answerFault_.strikes() ? Value() : answers_[key];

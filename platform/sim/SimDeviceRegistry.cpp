@@ -63,11 +63,11 @@ class SimRegistryNotificationPort : public RegistryNotificationPort {
   std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
-SimDeviceRegistry::SimDeviceRegistry(SimFaults& faults)
-    : firstPowerSourceFault_(faults, "registry.firstPowerSource"),
-      addToRunLoopFault_(faults, "registry.addToRunLoop"),
-      addInterestFault_(faults, "registry.addInterest", kRegistryNoDevice),
-      powerSource_(std::make_shared<SimRegistryEntry>(faults, "battery")) {}
+SimDeviceRegistry::SimDeviceRegistry(SimParts& parts)
+    : firstPowerSourceFault_(parts.faults, "registry.firstPowerSource"),
+      addToRunLoopFault_(parts.faults, "registry.addToRunLoop"),
+      addInterestFault_(parts.faults, "registry.addInterest", kRegistryNoDevice),
+      powerSource_(std::make_shared<SimRegistryEntry>(parts.faults, "battery")) {}
 
 std::shared_ptr<RegistryEntry> SimDeviceRegistry::firstPowerSource() {
   if (firstPowerSourceFault_.strikes() || !powerSource_->present()) return nullptr;

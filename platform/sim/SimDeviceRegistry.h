@@ -4,8 +4,8 @@
 #include <string>
 
 #include "platform/DeviceRegistry.h"
-#include "platform/sim/SimFaults.h"
 #include "platform/sim/SimObservers.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
@@ -45,7 +45,7 @@ class SimRegistryEntry : public RegistryEntry,
 
 class SimDeviceRegistry : public DeviceRegistry {
  public:
-  explicit SimDeviceRegistry(SimFaults& faults);
+  explicit SimDeviceRegistry(SimParts& parts);
 
   std::shared_ptr<RegistryEntry> firstPowerSource() override;
   std::unique_ptr<RegistryNotificationPort> makeNotificationPort() override;

@@ -1,11 +1,117 @@
 #include "platform/sim/SimFileSystem.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <sys/inotify.h>
 #include <unistd.h>
+#include <utility>
 
 namespace zorva {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isPlainName(const std::string& name) {
+  return !name.empty() && name.size() <= 255 && name != "." && name != ".." &&
+         name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
+}
+
+// A path of the device that stays below its root.
+std::string pathFrom(const ScenarioNode& node) {
+  const std::string& path = node.text();
+  bool fine = path.size() > 1 && path.size() <= 1024 && path.front() == '/';
+  for (std::size_t start = 1; fine && start <= path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    fine = isPlainName(path.substr(start, end - start));
+    start = end + 1;
+  }
+  if (!fine) node.refuse("write a whole path here, such as /Library/Logs/Faultbox/report.txt");
+  return path;
+}
+
+}  // namespace
+
+SimFileSystem::SimFileSystem(SimParts& parts, std::string root, SystemLog& systemLog)
+    : root_(std::move(root)),
+      systemLog_(systemLog),
+      openForEventsFault_(parts.faults, "files.openForEvents"),
+      makeEventQueueFault_(parts.faults, "files.makeEventQueue"),
+      watchDirectoryFault_(parts.faults, "files.watchDirectory") {
+  const auto write = [this](const ScenarioNode& node) -> ScenarioAction {
+    const auto keys = node.keys({"path", "contents"});
+    const auto* contents = keys.find("contents");
+    return [this, path = pathFrom(keys.require("path")),
+            text = contents ? contents->anyText() : std::string()] { writeFile(path, text); };
+  };
+  parts.sections.addStart("files",
+                          [write](const ScenarioNode& node) { return eachOf(node.list(), write); });
+  parts.sections.addStep("write_file", write);
+  parts.sections.addStep("remove_file", [this](const ScenarioNode& node) -> ScenarioAction {
+    return [this, path = pathFrom(node)] { removeFile(path); };
+  });
+  parts.sections.addStep("move_log", [this](const ScenarioNode& node) -> ScenarioAction {
+    if (!isPlainName(node.text())) node.refuse("write a file name without a directory here");
+    return [this, name = node.text()] { moveLog(name); };
+  });
+  parts.sections.addStep("remove_log", [this](const ScenarioNode& node) -> ScenarioAction {
+    node.mark();
+    return [this] { removeLog(); };
+  });
+}
+
+void SimFileSystem::writeFile(const std::string& path, const std::string& contents) {
+  const fs::path file = hostPath(path);
+  std::error_code ignored;
+  fs::create_directories(file.parent_path(), ignored);
+  errno = 0;
+  if (!(std::ofstream(file, std::ios::binary) << contents << std::flush)) {
+    tell("cannot write " + path, std::error_code(errno, std::generic_category()));
+  }
+}
+
+void SimFileSystem::removeFile(const std::string& path) {
+  std::error_code error;
+  if (fs::remove(hostPath(path), error)) return;
+  if (!error) error = std::make_error_code(std::errc::no_such_file_or_directory);
+  tell("cannot remove " + path, error);
+}
+
+void SimFileSystem::moveLog(const std::string& newName) {
+  const auto log = currentLog();
+  if (!log) return;
+  std::error_code error;
+  fs::rename(*log, fs::path(hostPath(kLogDirectory)).parent_path() / newName, error);
+  if (error) tell("cannot move the log", error);
+}
+
+void SimFileSystem::removeLog() {
+  const auto log = currentLog();
+  std::error_code error;
+  if (log && !fs::remove(*log, error)) tell("cannot remove the log", error);
+}
+
+// By the time of the last change, which the file that is being written to leads.
+std::optional<std::string> SimFileSystem::currentLog() {
+  std::error_code error;
+  std::pair<fs::file_time_type, fs::path> newest{fs::file_time_type::min(), {}};
+  for (fs::directory_iterator file(hostPath(kLogDirectory), error), end; !error && file != end;
+       file.increment(error)) {
+    std::error_code gone;
+    if (file->path().extension() != ".zorva") continue;
+    newest = std::max(newest, {fs::last_write_time(file->path(), gone), file->path()});
+  }
+  if (!newest.second.empty()) return newest.second.string();
+  tell("there is no log", std::make_error_code(std::errc::no_such_file_or_directory));
+  return std::nullopt;
+}
+
+void SimFileSystem::tell(const std::string& problem, const std::error_code& error) {
+  systemLog_.write("scenario: " + problem + ": " + error.message());
+}
 
 int SimFileSystem::openForEvents(const std::string& directory) {
   if (openForEventsFault_.strikes()) return -1;

@@ -1,20 +1,22 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <system_error>
 
 #include "platform/FileSystem.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
+#include "platform/sim/SimSystemLog.h"
 
 namespace zorva {
 
 /// The handset's files: real ones, below a directory of this machine.
 class SimFileSystem : public FileSystem {
  public:
-  SimFileSystem(SimFaults& faults, std::string root)
-      : root_(std::move(root)),
-        openForEventsFault_(faults, "files.openForEvents"),
-        makeEventQueueFault_(faults, "files.makeEventQueue"),
-        watchDirectoryFault_(faults, "files.watchDirectory") {}
+  static constexpr const char* kLogDirectory = "/Library/Logs/Faultbox";
+
+  /// The root directory must exist. The system log hears what a scenario could not do.
+  SimFileSystem(SimParts& parts, std::string root, SystemLog& systemLog);
 
   std::string hostPath(const std::string& path) const override { return root_ + path; }
   int openForEvents(const std::string& directory) override;
@@ -22,8 +24,19 @@ class SimFileSystem : public FileSystem {
   bool watchDirectory(int queue, int directory) override;
   void takeEvents(int queue) override;
 
+  /// Writes a whole file, and the directories above it where they are missing.
+  void writeFile(const std::string& path, const std::string& contents);
+  void removeFile(const std::string& path);
+  /// Moves the current log, the newest ".zorva" file of the log directory, one directory up.
+  void moveLog(const std::string& newName);
+  void removeLog();
+
  private:
+  std::optional<std::string> currentLog();
+  void tell(const std::string& problem, const std::error_code& error);
+
   std::string root_;
+  SystemLog& systemLog_;
   SimFaultPoint openForEventsFault_;
   SimFaultPoint makeEventQueueFault_;
   SimFaultPoint watchDirectoryFault_;

@@ -22,6 +22,7 @@
 #include "platform/sim/SimRunLoop.h"
 #include "platform/sim/SimSystemLog.h"
 #include "platform/sim/SimSystemNotifications.h"
+#include "platform/sim/SimSystemStatistics.h"
 
 namespace zorva {
 
@@ -62,7 +63,8 @@ class SimHandset {
   const Platform& platform() const { return platform_; }
   const std::filesystem::path& root() const { return root_->path(); }
 
-  SimFaults& faults() { return faults_; }
+  SimFaults& faults() { return parts_.faults; }
+  const ScenarioSections& sections() const { return parts_.sections; }
   SimClock& clock() { return clock_; }
   SimRunLoop& runLoop() { return runLoop_; }
   SimSystemLog& systemLog() { return systemLog_; }
@@ -77,31 +79,36 @@ class SimHandset {
   SimBatteryUsage& batteryUsage() { return batteryUsage_; }
   SimPowerManagement& powerManagement() { return powerManagement_; }
   SimProcessTable& processes() { return processes_; }
+  SimSystemStatistics& statistics() { return statistics_; }
   SimNetworkInterfaces& interfaces() { return interfaces_; }
+
+ protected:
+  /// For a handset with further services.
+  SimParts& parts() { return parts_; }
 
  private:
   void makeHealthy();
 
   // Each service after what it uses, so that it is destroyed before.
   std::unique_ptr<SimRoot> root_;
-  SimFaults faults_;
+  SimParts parts_;
   SimClock clock_{kStart};
-  SimRunLoop runLoop_{faults_, clock_};
+  SimRunLoop runLoop_{parts_, clock_};
   SimSystemLog systemLog_;
-  SimSystemNotifications notifications_{faults_};
-  SimFileSystem files_{faults_, root_->path().string()};
-  SimAccountDatabase accounts_{faults_};
-  SimPreferences preferences_{faults_};
-  SimDeviceInformation device_{faults_};
-  SimLocaleInformation locale_{faults_, clock_};
+  SimSystemNotifications notifications_{parts_};
+  SimFileSystem files_{parts_, root_->path().string(), systemLog_};
+  SimAccountDatabase accounts_{parts_};
+  SimPreferences preferences_{parts_};
+  SimDeviceInformation device_{parts_};
+  SimLocaleInformation locale_{parts_, clock_};
   SimDateFormatting dates_{locale_};
-  SimDeviceRegistry registry_{faults_};
-  SimBattery battery_{registry_.powerSource()};
-  SimBatteryUsage batteryUsage_{faults_};
-  SimPowerManagement powerManagement_{faults_, clock_, notifications_};
-  SimProcessTable processes_{faults_};
-  SimNetworkInterfaces interfaces_{faults_};
-  std::unique_ptr<SystemStatistics> statistics_;
+  SimDeviceRegistry registry_{parts_};
+  SimBattery battery_{parts_, registry_.powerSource()};
+  SimBatteryUsage batteryUsage_{parts_};
+  SimPowerManagement powerManagement_{parts_, clock_, notifications_};
+  SimSystemStatistics statistics_{parts_.faults, clock_};
+  SimProcessTable processes_{parts_, statistics_};
+  SimNetworkInterfaces interfaces_{parts_};
   Platform platform_;
 };
 

@@ -137,7 +137,7 @@ TEST(SimDeviceRegistry, MessagesReachAPortOnTheRunLoopUntilTheInterestEnds) {
   handset.battery().announce(0xE0000130);
   EXPECT_EQ(messages, (std::vector<std::uint32_t>{kBatteryStatusChanged, kPropertyChanged}));
 
-  handset.battery().takeOut();
+  handset.battery().setPresent(false);
   Dictionary properties;
   EXPECT_EQ(entry->readProperties(properties), kRegistryNoDevice);
   EXPECT_TRUE(entry->readProperty("Voltage").isNothing());

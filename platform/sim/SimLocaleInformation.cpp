@@ -1,6 +1,7 @@
 #include "platform/sim/SimLocaleInformation.h"
 
 #include <memory>
+#include <regex>
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
 #include <utility>
@@ -23,6 +24,30 @@ bool daylightSavingIn(const icu::TimeZone& zone, Date date) {
 }
 
 }  // namespace
+
+SimLocaleInformation::SimLocaleInformation(SimParts& parts, SimClock& clock)
+    : clock_(clock), observeFault_(parts.faults, "locale.observe") {
+  parts.sections.addBoth("clock", [this](const ScenarioNode& node) -> ScenarioAction {
+    return [this, date = node.keys({"set"}).require("set").date()] { setClock(date); };
+  });
+  parts.sections.addBoth("locale", [this](const ScenarioNode& node) {
+    return node.actions(
+        {{"identifier",
+          [this](const ScenarioNode& identifier) -> ScenarioAction {
+            if (!isLocale(identifier.text())) {
+              identifier.refuse("write a language, with a country or without, such as de_DE");
+            }
+            return [this, name = identifier.text()] { setIdentifier(name); };
+          }},
+         {"time_zone", [this](const ScenarioNode& zone) -> ScenarioAction {
+            if (!isTimeZone(zone.text())) {
+              zone.refuse(
+                  "the zone database has no such time zone; write one such as Europe/Berlin");
+            }
+            return [this, name = zone.text()] { setTimeZone(name); };
+          }}});
+  });
+}
 
 std::optional<std::string> SimLocaleInformation::countryCode() {
   const std::string country = icu::Locale(identifier_.c_str()).getCountry();
@@ -62,6 +87,11 @@ void SimLocaleInformation::setTimeZone(const std::string& timeZone) {
 void SimLocaleInformation::setClock(Date date) {
   clock_.set(date);
   tell(Change::ClockSet);
+}
+
+bool SimLocaleInformation::isLocale(const std::string& identifier) {
+  static const std::regex shape("[a-z]{2,3}(_[A-Z][a-z]{3})?(_([A-Z]{2}|[0-9]{3}))?");
+  return std::regex_match(identifier, shape);
 }
 
 bool SimLocaleInformation::isTimeZone(const std::string& name) {

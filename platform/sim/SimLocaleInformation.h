@@ -5,8 +5,8 @@
 
 #include "platform/LocaleInformation.h"
 #include "platform/sim/SimClock.h"
-#include "platform/sim/SimFaults.h"
 #include "platform/sim/SimObservers.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
@@ -14,8 +14,7 @@ namespace zorva {
 /// who observe the change.
 class SimLocaleInformation : public LocaleInformation {
  public:
-  SimLocaleInformation(SimFaults& faults, SimClock& clock)
-      : clock_(clock), observeFault_(faults, "locale.observe") {}
+  SimLocaleInformation(SimParts& parts, SimClock& clock);
 
   std::string identifier() override { return identifier_; }
   std::optional<std::string> countryCode() override;
@@ -32,6 +31,8 @@ class SimLocaleInformation : public LocaleInformation {
   void setTimeZone(const std::string& timeZone);
   void setClock(Date date);
 
+  /// Whether this has the shape of a locale identifier: language, script, country.
+  static bool isLocale(const std::string& identifier);
   /// Whether the zone database knows the name.
   static bool isTimeZone(const std::string& name);
 

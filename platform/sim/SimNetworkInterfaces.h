@@ -1,10 +1,12 @@
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "platform/NetworkInterfaces.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
@@ -12,8 +14,7 @@ namespace zorva {
 /// further addresses as it is given.
 class SimNetworkInterfaces : public NetworkInterfaces {
  public:
-  explicit SimNetworkInterfaces(SimFaults& faults)
-      : addressesFault_(faults, "interfaces.addresses") {}
+  explicit SimNetworkInterfaces(SimParts& parts);
 
   std::optional<std::vector<Address>> addresses() override;
 
@@ -25,6 +26,7 @@ class SimNetworkInterfaces : public NetworkInterfaces {
     bool hasCounters = true;   ///< the link-layer address carries the counters
   };
 
+  void clear() { interfaces_.clear(); }
   /// Adds an interface at the end of the list, or replaces the one of that name in its place.
   void setInterface(Interface interface);
   /// False when there is none of that name.
@@ -34,7 +36,14 @@ class SimNetworkInterfaces : public NetworkInterfaces {
 
  private:
   SimFaultPoint addressesFault_;
+  /// The names that will be there when the step that is being read happens.
+  std::set<std::string>& planned();
+  ScenarioAction readInterface(const ScenarioNode& node);
+  ScenarioAction readStep(const ScenarioNode& node);
+  ScenarioAction readTraffic(const ScenarioNode& name, const ScenarioNode& bytes);
+
   std::vector<Interface> interfaces_;
+  std::optional<std::set<std::string>> planned_;
 };
 
 }  // namespace zorva

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/Clock.h"
 #include "platform/PowerManagement.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 #include "platform/sim/SimSystemNotifications.h"
 
 namespace zorva {
@@ -16,10 +18,7 @@ class SimPowerManagement : public PowerManagement {
  public:
   static constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.assertions";
 
-  SimPowerManagement(SimFaults& faults, const Clock& clock, SimSystemNotifications& notifications)
-      : clock_(clock),
-        notifications_(notifications),
-        copyAssertionsFault_(faults, "powerManagement.copyAssertionsByProcess") {}
+  SimPowerManagement(SimParts& parts, const Clock& clock, SimSystemNotifications& notifications);
 
   std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() override;
 
@@ -34,12 +33,17 @@ class SimPowerManagement : public PowerManagement {
   void releaseAll(std::int32_t process);
 
  private:
+  ScenarioAction readTake(const ScenarioNode& node);
+  ScenarioAction readRelease(const ScenarioNode& node);
+  ScenarioAction readReleaseAll(const ScenarioNode& node);
   void tellChange() { notifications_.post(kAssertionsChanged); }
 
   const Clock& clock_;
   SimSystemNotifications& notifications_;
   SimFaultPoint copyAssertionsFault_;
   std::vector<ProcessAssertions> held_;
+  /// What will be held when the step that is being read happens.
+  std::multiset<std::pair<std::int32_t, std::string>> planned_;
 };
 
 }  // namespace zorva

@@ -5,15 +5,13 @@
 #include <utility>
 
 #include "platform/PreferencesStore.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
 class SimPreferences : public PreferencesStore {
  public:
-  explicit SimPreferences(SimFaults& faults)
-      : valueFault_(faults, "preferences.value"),
-        synchronizeFault_(faults, "preferences.synchronize") {}
+  explicit SimPreferences(SimParts& parts);
 
   Value value(const Scope& scope, const std::string& key) override {
     return valueFault_.strikes() ? Value() : domains_[{scope.domain, scope.user}][key];

@@ -24,8 +24,8 @@ SimClock::Duration durationOf(double seconds) {
 
 }  // namespace
 
-SimRunLoop::SimRunLoop(SimFaults& faults, SimClock& clock)
-    : clock_(clock), watchFault_(faults, "runLoop.watchDescriptor") {}
+SimRunLoop::SimRunLoop(SimParts& parts, SimClock& clock)
+    : clock_(clock), watchFault_(parts.faults, "runLoop.watchDescriptor") {}
 
 Registration SimRunLoop::watchDescriptor(int descriptor, std::function<void()> ready) {
   if (watchFault_.strikes() || descriptor < 0) return {};

@@ -8,7 +8,7 @@
 
 #include "platform/RunLoop.h"
 #include "platform/sim/SimClock.h"
-#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
@@ -21,7 +21,7 @@ class SimRunLoop : public RunLoop {
  public:
   using Duration = SimClock::Duration;
 
-  SimRunLoop(SimFaults& faults, SimClock& clock);
+  SimRunLoop(SimParts& parts, SimClock& clock);
 
   Registration watchDescriptor(int descriptor, std::function<void()> ready) override;
   Registration startTimer(double seconds, std::function<void()> fire) override;

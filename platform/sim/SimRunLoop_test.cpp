@@ -23,9 +23,9 @@ class SimRunLoopTest : public ::testing::Test {
     };
   }
 
-  SimFaults faults;
+  SimParts parts;
   SimClock clock{SimHandset::kStart};
-  SimRunLoop loop{faults, clock};
+  SimRunLoop loop{parts, clock};
   Trace trace;
 };
 

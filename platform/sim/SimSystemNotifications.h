@@ -3,22 +3,24 @@
 #include <map>
 
 #include "platform/SystemNotifications.h"
-#include "platform/sim/SimFaults.h"
 #include "platform/sim/SimObservers.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
 /// The notification centre of the handset. A post reaches its subscribers before it returns.
 class SimSystemNotifications : public SystemNotifications {
  public:
-  explicit SimSystemNotifications(SimFaults& faults)
-      : subscribeFault_(faults, "notifications.subscribe"),
-        stateFault_(faults, "notifications.state") {}
+  static constexpr const char* kExit = "com.vennor.zorva.exit";
+
+  explicit SimSystemNotifications(SimParts& parts);
 
   Registration subscribe(const std::string& name, Callback callback) override;
   std::optional<std::uint64_t> state(const std::string& name) override;
 
   void post(const std::string& name) { observers_[name].tell(name); }
+  /// Posts what ends the daemon.
+  void postExit() { post(kExit); }
 
   /// Sets the name's state, without a post. Nothing makes it unreadable.
   void setState(const std::string& name, std::optional<std::uint64_t> state) {

@@ -1,6 +1,8 @@
 #include "platform/sim/SimSystemStatistics.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 namespace zorva {
@@ -18,6 +20,33 @@ void add(TimeValue& total, const TimeValue& part) {
 }
 
 }  // namespace
+
+SimSystemStatistics::SimSystemStatistics(SimFaults& faults, const Clock& clock) : clock_(clock) {
+  constexpr std::pair<Operation, const char*> kNames[] = {
+      {Operation::TimeOfDay, "timeOfDay"},
+      {Operation::MemorySize, "memorySize"},
+      {Operation::MaximumArgumentLength, "maximumArgumentLength"},
+      {Operation::CpuLoad, "cpuLoad"},
+      {Operation::LoadAverages, "loadAverages"},
+      {Operation::VmStatistics, "vmStatistics"},
+      {Operation::SwapUsage, "swapUsage"},
+      {Operation::InterfaceTraffic, "interfaceTraffic"},
+      {Operation::FrameworkMemory, "frameworkMemory"},
+      {Operation::OpenDeviceRegistry, "openDeviceRegistry"},
+      {Operation::BlockDrivers, "blockDrivers"},
+      {Operation::BlockDriverTransfers, "blockDriverTransfers"},
+      {Operation::ProcessorSets, "processorSets"},
+      {Operation::PrivilegedAccess, "privilegedAccess"},
+      {Operation::Tasks, "tasks"},
+      {Operation::KernelProcess, "kernelProcess"},
+      {Operation::TaskInformation, "taskInformation"},
+      {Operation::MemoryRegions, "memoryRegions"},
+      {Operation::ExecutablePath, "executablePath"},
+  };
+  for (const auto& [operation, name] : kNames) {
+    faultPoints_.try_emplace(operation, faults, std::string("statistics.") + name, EIO);
+  }
+}
 
 void SimSystemStatistics::setTask(Task task) {
   const std::int32_t process = task.sample.process.process;
@@ -41,6 +70,10 @@ int SimSystemStatistics::calls(Operation operation) const {
 
 KernelResult SimSystemStatistics::enter(Operation operation) {
   ++calls_[operation];
+  if (const auto point = faultPoints_.find(operation); point != faultPoints_.end()) {
+    const auto code = point->second.struckResult<int>();
+    if (code) return {*code, std::strerror(*code)};
+  }
   const auto failure = failures_.find(operation);
   if (failure == failures_.end()) return {};
   KernelResult result = std::move(failure->second);

@@ -9,6 +9,7 @@
 
 #include "platform/Clock.h"
 #include "platform/SystemStatistics.h"
+#include "platform/sim/SimFaults.h"
 
 namespace zorva {
 
@@ -18,6 +19,8 @@ class SimSystemStatistics : public SystemStatistics {
  public:
   /// timeOfDay() tells this clock's time.
   explicit SimSystemStatistics(const Clock& clock) : clock_(clock) {}
+  /// The same with a fault point for each operation, "statistics." and its name.
+  SimSystemStatistics(SimFaults& faults, const Clock& clock);
 
   /// Figures of the system, answered as they stand.
   struct System {
@@ -111,6 +114,7 @@ class SimSystemStatistics : public SystemStatistics {
   KernelResult answer(Operation operation, const Figure& figure, Figure& result);
 
   const Clock& clock_;
+  std::map<Operation, SimFaultPoint> faultPoints_;
   std::map<std::int32_t, Task> tasks_;
   std::optional<std::int32_t> ending_;
   std::map<Operation, KernelResult> failures_;

@@ -1,0 +1,269 @@
+#include "platform/sim/Scenario.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "platform/sim/SimHandset.h"
+
+namespace zorva {
+namespace {
+
+std::string errorOf(const std::string& yaml) {
+  SimHandset handset;
+  try {
+    Scenario::read(yaml, "s.yaml", handset);
+  } catch (const ScenarioError& error) {
+    return error.what();
+  }
+  return "no error";
+}
+
+std::string step(const std::string& what) {
+  return "steps:\n  - at: 1s\n    " + what + "\n";
+}
+
+TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
+  struct Case {
+    std::string yaml;
+    std::string error;  // how it starts, behind "s.yaml:"
+  };
+  const Case cases[] = {
+      // the text
+      {"", "1:1: the scenario is empty"},
+      {"steps: [1\n", "2:1: this is no YAML: "},
+      {"a: \x01", "1:1: the key \"a\" is not known here"},
+      {"---\nsteps: []\n---\nend: 5\n", "3:1: a scenario is one document"},
+      {"description: &a text\nend: *a\n", "2:6: aliases are not read; write the value out"},
+      {"end: !odd 5\n", "1:6: the tag \"!odd\" is not known"},
+      {"? [a, b]\n: c\n", "1:3: a key must be a text"},
+      {"end: " + std::string(40, '[') + std::string(40, ']'), "1:37: too deeply nested"},
+      {std::string(2 << 20, '#'), "1:1: the scenario is too large; at most 1 MiB is read"},
+      {"just text", "1:1: a mapping is wanted here"},
+      // keys
+      {"stops: []\n",
+       "1:1: the key \"stops\" is not known here; use one of: description, device, steps, end"},
+      {"end: 5\nend: 6\n", "2:1: the key \"end\" stands here for the second time"},
+      {"device:\n  battery: {level: 80, volt: 3}\n",
+       "2:24: the key \"volt\" is not known here; use one of: level, max_capacity, current"},
+      {"device: {battery: {\"le\\nvel\": 1}}", "1:20: the key \"le\\x0avel\" is not known here"},
+      {"device: {users: {a: {user_id: 1}}}", "1:21: the key \"group_id\" is missing here"},
+      {"device: {information: {a: 1, a: 2}}", "1:30: the key \"a\" stands here for the second"},
+      {"device: {preferences: {a: {b: 1, b: 2}}}",
+       "1:34: the key \"b\" stands here for the second"},
+      // steps and their order
+      {"steps: {at: 1}", "1:8: a list is wanted here"},
+      {"steps: [5]", "1:9: a step is a mapping"},
+      {"steps:\n  - notify: x\n", "2:5: a step begins with \"at: \""},
+      {"steps:\n  - at: 1\n", "2:5: nothing happens in this step"},
+      {"steps:\n  - at: 10s\n    stop: true\n  - at: 9s\n    stop: true\n",
+       "4:9: this step comes before the one above it"},
+      {"steps: [{at: 10s, stop: true}]\nend: 9s\n", "2:6: the end comes before the last step"},
+      // kinds and ranges
+      {"end: -1", "1:6: write a duration here"},
+      {"end: 1h30", "1:6: write a duration here"},
+      {"end: 30m1h", "1:6: write a duration here"},
+      {"end: 00:60:00", "1:6: write a duration here"},
+      {"end: 00:-1:00", "1:6: write a duration here"},
+      {"end: nan", "1:6: write a duration here"},
+      {"end: 1e300", "1:6: this is too long"},
+      {"end: [1]", "1:6: write a duration here"},
+      {"end:\n", "1:1: write a duration here"},
+      {"device: {battery: {level: 101}}", "1:27: write a number from 0 to 100 here"},
+      {"device: {battery: {level: full}}", "1:27: write a number from 0 to 100 here"},
+      {"device: {battery: {voltage: 3921.5}}", "1:29: write a whole number from -2147483648"},
+      {"device: {battery: {voltage: 99999999999999999999}}", "1:29: write a whole number"},
+      {"device: {battery: {voltage: 0x-1}}", "1:29: write a whole number"},
+      {"device: {battery: {charging: yes}}", "1:30: write true or false here"},
+      {"device: {battery: {charging: \"true\"}}", "1:30: write true or false here"},
+      {"device: {clock: {set: 2026-02-30 00:00:00}}", "1:23: write a date here"},
+      {"device: {clock: {set: 2026-11-16}}", "1:23: write a date here"},
+      {"device: {information: {a: !data 0a1}}", "1:27: write the data as pairs"},
+      {"device: {locale: {time_zone: Mars/Base}}", "1:30: the zone database has no such"},
+      {"device: {locale: {identifier: ../etc}}", "1:31: write a language"},
+      {"device: {files: [{path: /a/../b}]}", "1:25: write a whole path here"},
+      {"device: {files: [{path: a}]}", "1:25: write a whole path here"},
+      {step("move_log: ../away"), "3:15: write a file name without a directory"},
+      {step("stop: false"), "3:11: write true here"},
+      {step("notify: \"\""), "3:13: the text must not be empty"},
+      // what would not be there by then
+      {step("fault: {point: battery.propertys}"),
+       "3:20: there is no such fault point; use one of: a"},
+      {step("fault: {point: files.makeEventQueue, result: 5}"), "3:50: this operation answers no"},
+      {step("traffic: {en7: {received: 1}}"), "3:15: there is no interface of this name then"},
+      {step("interfaces: {remove: [en0, en0]}"), "3:32: there is no interface of this name then"},
+      {step("interfaces: {add: {name: en0}}"), "3:30: there is an interface of this name already"},
+      {step("processes: {end: 77}"), "3:22: there is no process of this id then"},
+      {step("assertions: {release: {process: 45, name: Play}}"), "3:27: the process holds no"},
+      {step("assertions: {take: {process: 45, name: A, properties: {AssertPID: 1}}}"),
+       "3:60: this comes from process, name and held_for"},
+  };
+  for (const auto& [yaml, error] : cases) {
+    const std::string expected = "s.yaml:" + error;
+    EXPECT_EQ(errorOf(yaml).substr(0, expected.size()), expected) << yaml.substr(0, 80);
+  }
+}
+
+TEST(Scenario, SetsTheDeviceUpAndPlaysTheStepsInOrder) {
+  SimHandset handset;
+  const Scenario scenario = Scenario::read(R"(
+description: everything at once
+end: 2h
+device:
+  battery: {level: 50, max_capacity: 1000, properties: {CycleCount: null, Serial: "0815"}}
+  clock: {set: 2026-12-31 23:59:00}
+  locale: {identifier: de_DE, time_zone: Europe/Berlin}
+  information: {UserAssignedDeviceName: Lab Phone, gas-gauge-battery: null}
+  preferences: {ZVRecordSyslog: false}
+  battery_usage: null
+  users: {mobile: null, root: {user_id: 0, group_id: 0}}
+  interfaces:
+    - {name: wlan0, received: 0xFFFFFFFF, addresses: 1}
+  processes:
+    - {id: 7, name: a name that is too long, cpu_time: 1.5}
+  assertions:
+    - {process: 7, name: Held, held_for: 1m}
+  states:
+    - {name: sensor, value: 0xFFFFFFFFFFFFFFFF}
+  files:
+    - {path: /Library/Logs/Faultbox/old.txt, contents: "x"}
+  faults:
+    - {point: processes.commandName}
+steps:
+  - at: 00:10:00
+    battery: {level: 49.5}
+    notify: com.vennor.test
+  - at: 0h10m
+    traffic: {wlan0: {received: 3, sent: 4}}
+    processes: {add_cpu_time: {7: 2.75}, start: {id: 8, name: other}}
+    assertions: {release: {process: 7, name: Held}}
+  - at: 1h
+    clock: {set: 2027-01-01 10:00:00}
+    fault: {point: battery.properties, result: 0xE00002D8, times: 2}
+)",
+                                           "s.yaml", handset);
+  const Platform& platform = handset.platform();
+  std::vector<std::string> heard;
+  const auto hear = [&](const std::string& name) {
+    return handset.notifications().subscribe(name, [&](std::string_view posted) {
+      const auto at = std::chrono::floor<std::chrono::minutes>(handset.clock().elapsed());
+      heard.push_back(std::string(posted) + "@" + std::to_string(at.count()));
+    });
+  };
+  const Registration subscriptions[] = {hear("com.vennor.test"),
+                                        hear(SimPowerManagement::kAssertionsChanged),
+                                        hear(SimSystemNotifications::kExit)};
+  scenario.begin(handset);
+
+  Dictionary battery;
+  platform.registry.firstPowerSource()->readProperties(battery);
+  EXPECT_EQ(battery["CurrentCapacity"], Value(500));
+  EXPECT_FALSE(battery.contains("CycleCount"));
+  EXPECT_EQ(battery["Serial"], Value("0815"));
+  EXPECT_EQ(platform.dates.makeFormatter("MM/dd/YY HH:mm:ss")->format(platform.clock.now()),
+            "01/01/26 00:59:00");
+  EXPECT_EQ(platform.locale.timeZoneAbbreviation(), "MEZ");
+  EXPECT_EQ(platform.device.answer("UserAssignedDeviceName"), Value("Lab Phone"));
+  EXPECT_TRUE(platform.device.answer("gas-gauge-battery").isNothing());
+  EXPECT_EQ(platform.preferences.value({"com.vennor.zorva", "mobile"}, "ZVRecordSyslog"),
+            Value(false));
+  EXPECT_FALSE(platform.batteryUsage.times());
+  EXPECT_FALSE(platform.accounts.idsOfUser("mobile"));
+  EXPECT_EQ(platform.systemNotifications.state("sensor"), UINT64_MAX);
+  EXPECT_FALSE(platform.processes.commandName(7));  // the fault
+  EXPECT_EQ(platform.processes.commandName(7), "a name that is t");
+  EXPECT_TRUE(std::filesystem::exists(handset.files().hostPath("/Library/Logs/Faultbox/old.txt")));
+  const auto held = platform.powerManagement.copyAssertionsByProcess();
+  EXPECT_EQ(held->at(0).records.at(0)["AssertStartWhen"].date(),
+            handset.clock().now() - std::chrono::minutes(1));
+
+  // Beginning the assertions is a change, too, and happened before the loop ran.
+  EXPECT_EQ(std::exchange(heard, {}),
+            (std::vector<std::string>{"com.vennor.system.powermanagement.assertions@0"}));
+  handset.runLoop().run();
+  EXPECT_EQ(heard, (std::vector<std::string>{"com.vennor.test@10",
+                                             "com.vennor.system.powermanagement.assertions@10",
+                                             "com.vennor.zorva.exit@120"}));
+  EXPECT_EQ(platform.registry.firstPowerSource()->readProperties(battery), 0xE00002D8);
+  const auto addresses = platform.interfaces.addresses();
+  ASSERT_EQ(addresses->size(), 2U);
+  EXPECT_EQ(addresses->at(0).counters->received, 2U);  // wrapped
+  EXPECT_EQ(addresses->at(0).counters->sent, 4U);
+  TaskSample sample;
+  handset.statistics().sampleTask(7, TaskDetail::None, sample);
+  EXPECT_EQ(sample.basic.userTime, (TimeValue{4, 250000}));
+  EXPECT_EQ(handset.clock().now(),
+            Date(std::chrono::sys_days(std::chrono::year(2027) / 1 / 1)) + std::chrono::hours(11));
+}
+
+TEST(Scenario, MovesTheCurrentLogAway) {
+  SimHandset handset;
+  const Scenario scenario = Scenario::read(R"(
+device:
+  files:
+    - {path: /Library/Logs/Faultbox/Zorva_1.zorva, contents: log}
+    - {path: /Library/Logs/Faultbox/report.txt}
+steps:
+  - {at: 1, move_log: first.zorva}
+  - {at: 2, remove_log: true}
+  - {at: 3, remove_file: /Library/Logs/first.zorva}
+)",
+                                           "s.yaml", handset);
+  scenario.begin(handset);
+  handset.runLoop().advance(1);
+  EXPECT_TRUE(std::filesystem::exists(handset.files().hostPath("/Library/Logs/first.zorva")));
+  handset.runLoop().run();
+  EXPECT_FALSE(std::filesystem::exists(handset.files().hostPath("/Library/Logs/first.zorva")));
+  EXPECT_TRUE(
+      std::filesystem::exists(handset.files().hostPath("/Library/Logs/Faultbox/report.txt")));
+  EXPECT_EQ(handset.systemLog().takeLines(),
+            (std::vector<std::string>{"scenario: there is no log: No such file or directory"}));
+}
+
+TEST(ScenarioNode, ReadsDurationsAndValuesOfAnyKind) {
+  const auto value = [](const std::string& yaml) {
+    return ScenarioNode::parse(yaml, std::make_shared<ScenarioText>()).value();
+  };
+  EXPECT_EQ(value("[true, -5, 0x1F, 2.5, 1e3, yes, \"5\", ~, 2026-11-16 14:00:00, !data 0a 1B]"),
+            Value(Value::List{true, -5, 31, 2.5, 1000.0, "yes", "5", Value(), SimHandset::kStart,
+                              Value::Data{0x0A, 0x1B}}));
+  EXPECT_EQ(value("{b: [], a: {c: inf}}"),
+            Value(Dictionary{{"b", Value::List{}}, {"a", Dictionary{{"c", "inf"}}}}));
+
+  const auto seconds = [](const std::string& yaml) {
+    return ScenarioNode::parse(yaml, std::make_shared<ScenarioText>()).seconds();
+  };
+  EXPECT_EQ(seconds("100:00:01.5"), 360001.5);
+  EXPECT_EQ(seconds("1d2h3m4s"), 93784.0);
+  EXPECT_EQ(seconds("1.5h"), 5400.0);
+  EXPECT_EQ(seconds("0.25"), 0.25);
+}
+
+// A service that the reader has never heard of.
+TEST(SimParts, ANewServicePlugsInByItself) {
+  struct Lamp {
+    explicit Lamp(SimParts& parts) : fault(parts.faults, "lamp.light") {
+      parts.sections.addBoth("lamp", [this](const ScenarioNode& node) -> ScenarioAction {
+        return [this, on = node.keys({"on"}).require("on").boolean()] { lit = on; };
+      });
+    }
+    SimFaultPoint fault;
+    bool lit = false;
+  };
+  class LampHandset : public SimHandset {
+   public:
+    Lamp lamp{parts()};
+  };
+  LampHandset handset;
+  const Scenario scenario = Scenario::read(
+      "device: {lamp: {on: true}}\nsteps: [{at: 1, lamp: {on: false}, fault: {point: lamp.light}}]",
+      "s.yaml", handset);
+  scenario.begin(handset);
+  EXPECT_TRUE(handset.lamp.lit);
+  handset.runLoop().run();
+  EXPECT_FALSE(handset.lamp.lit);
+  EXPECT_TRUE(handset.lamp.fault.strikes());
+}
+
+}  // namespace
+}  // namespace zorva
