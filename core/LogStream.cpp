@@ -1,10 +1,21 @@
 #include "core/LogStream.h"
 
+#include <cerrno>
+#include <poll.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 namespace zorva {
+namespace {
+
+// Whoever shares our standard output may have made it non-blocking; a full pipe is then waited for
+// as any other would be.
+bool waitedUntilWritable(int descriptor) {
+  if (errno != EAGAIN) return false;
+  pollfd wanted{descriptor, POLLOUT, 0};
+  return ::poll(&wanted, 1, -1) > 0 && (wanted.revents & POLLOUT) != 0;
+}
+
+}  // namespace
 
 LogStream::~LogStream() {
   flush();
@@ -18,7 +29,7 @@ void LogStream::flush() {
   while (written < pending_.size()) {
     const ssize_t count =
         ::write(descriptor_, pending_.data() + written, pending_.size() - written);
-    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && (errno == EINTR || waitedUntilWritable(descriptor_))) continue;
     if (count <= 0) break;
     written += static_cast<std::size_t>(count);
   }

@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "core/BatteryNotifications.h"
 #include "platform/Text.h"
 
 namespace zorva {
@@ -80,12 +81,21 @@ bool ZVLogger::registerCallbackForOstrelNotification(Callback callback, const st
   return true;
 }
 
-void ZVLogger::deregisterForAllOstrelNotifications() { systemSubscriptions_.clear(); }
+void ZVLogger::deregisterForAllOstrelNotifications() {
+  systemSubscriptions_.clear();
+}
 
 void ZVLogger::logOnNotification(const std::string& name) {
   keep(notifications().observe(name, [this](const Notification&) { logIfEnabled(); }));
 }
 
-void ZVLoggerLogCallback(ZVLogger& observer, std::string_view) { observer.logIfEnabled(); }
+void ZVLogger::logOnBatteryLevel() {
+  logOnNotification(kBatteryLevelDidChange);
+  logOnNotification(kBatteryLevelDidNotChangeForSignificantTime);
+}
+
+void ZVLoggerLogCallback(ZVLogger& observer, std::string_view) {
+  observer.logIfEnabled();
+}
 
 }  // namespace zorva

@@ -78,6 +78,8 @@ class ZVLogger {
  protected:
   /// Lets logIfEnabled() run on every post of the name in this process.
   void logOnNotification(const std::string& name);
+  /// The same for both news of the battery level: it changed, or has not for a significant time.
+  void logOnBatteryLevel();
 
   const Services& services() const { return services_; }
   NotificationCenter& notifications() const { return services_.notifications; }

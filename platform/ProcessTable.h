@@ -11,7 +11,8 @@ class ProcessTable {
  public:
   virtual ~ProcessTable() = default;
 
-  /// The short command name (at most 16 bytes, any bytes), or nothing when there is no such process.
+  /// The short command name (at most 16 bytes, any bytes), or nothing when there is no such
+  /// process.
   virtual std::optional<std::string> commandName(std::int32_t process) = 0;
 };
 

@@ -11,8 +11,9 @@ class RunLoop {
  public:
   virtual ~RunLoop() = default;
 
-  /// Calls `ready` whenever the descriptor has something to read, until the registration is dropped.
-  /// The descriptor stays the caller's. An empty registration says that it cannot be watched.
+  /// Calls `ready` whenever the descriptor has something to read, until the registration is
+  /// dropped. The descriptor stays the caller's. An empty registration says that it cannot be
+  /// watched.
   virtual Registration watchDescriptor(int descriptor, std::function<void()> ready) = 0;
 
   /// Calls `fire` once, `seconds` from now. The registration may be dropped before or after that.

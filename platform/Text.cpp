@@ -74,6 +74,8 @@ std::string safeText(std::string_view bytes) {
   return text;
 }
 
-std::string textOrNull(const std::optional<std::string>& text) { return text.value_or("(null)"); }
+std::string textOrNull(const std::optional<std::string>& text) {
+  return text.value_or("(null)");
+}
 
 }  // namespace zorva

@@ -24,6 +24,8 @@ std::string safeText(std::string_view bytes);
 std::string textOrNull(const std::optional<std::string>& text);
 
 /// "yes" or "no".
-inline const char* yesOrNo(bool value) { return value ? "yes" : "no"; }
+inline const char* yesOrNo(bool value) {
+  return value ? "yes" : "no";
+}
 
 }  // namespace zorva

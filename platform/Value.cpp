@@ -66,8 +66,7 @@ std::string describe(Date date) {
   std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d +0000",
                 static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
                 static_cast<unsigned>(day.day()), static_cast<int>(time.hours().count()),
-                static_cast<int>(time.minutes().count()),
-                static_cast<int>(time.seconds().count()));
+                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
   return text;
 }
 
@@ -112,11 +111,11 @@ const Value kNothing;
 Value::Value(Dictionary value) : content_(std::make_shared<const Dictionary>(std::move(value))) {}
 
 bool Value::boolean() const {
-  return std::visit(Overloaded{[](bool v) { return v; }, [](std::int64_t v) { return v != 0; },
-                               [](double v) { return v != 0.0; },
-                               [](const std::string& v) { return truthOf(v); },
-                               [](const auto&) { return false; }},
-                    content_);
+  return std::visit(
+      Overloaded{[](bool v) { return v; }, [](std::int64_t v) { return v != 0; },
+                 [](double v) { return v != 0.0; }, [](const std::string& v) { return truthOf(v); },
+                 [](const auto&) { return false; }},
+      content_);
 }
 
 std::int64_t Value::integer() const {
@@ -129,12 +128,12 @@ std::int64_t Value::integer() const {
 }
 
 double Value::real() const {
-  return std::visit(Overloaded{[](bool v) { return v ? 1.0 : 0.0; },
-                               [](std::int64_t v) { return static_cast<double>(v); },
-                               [](double v) { return v; },
-                               [](const std::string& v) { return leadingReal(v); },
-                               [](const auto&) { return 0.0; }},
-                    content_);
+  return std::visit(
+      Overloaded{[](bool v) { return v ? 1.0 : 0.0; },
+                 [](std::int64_t v) { return static_cast<double>(v); }, [](double v) { return v; },
+                 [](const std::string& v) { return leadingReal(v); },
+                 [](const auto&) { return 0.0; }},
+      content_);
 }
 
 std::optional<std::string> Value::text() const {
@@ -153,15 +152,14 @@ const Dictionary* Value::dictionary() const {
 }
 
 std::string Value::description() const {
-  return std::visit(Overloaded{[](std::monostate) { return std::string("(null)"); },
-                               [](bool v) { return std::string(v ? "1" : "0"); },
-                               [](std::int64_t v) { return std::to_string(v); },
-                               [](const std::string& v) { return v; },
-                               [](const std::shared_ptr<const Dictionary>& v) {
-                                 return describe(*v);
-                               },
-                               [](const auto& v) { return describe(v); }},
-                    content_);
+  return std::visit(
+      Overloaded{[](std::monostate) { return std::string("(null)"); },
+                 [](bool v) { return std::string(v ? "1" : "0"); },
+                 [](std::int64_t v) { return std::to_string(v); },
+                 [](const std::string& v) { return v; },
+                 [](const std::shared_ptr<const Dictionary>& v) { return describe(*v); },
+                 [](const auto& v) { return describe(v); }},
+      content_);
 }
 
 bool Value::operator==(const Value& other) const {

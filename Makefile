@@ -1,0 +1,35 @@
+# The short way to everything. `make` alone builds; see README.md.
+
+PRESET ?= release
+BUILD = build/$(PRESET)
+PACKAGES = tools/packages.txt
+ARGUMENTS ?= -q
+
+.PHONY: build setup run test check format clean
+
+build: setup
+	@cmake --preset $(PRESET) > $(BUILD).configure.log 2>&1 || { cat $(BUILD).configure.log; exit 1; }
+	@cmake --build --preset $(PRESET)
+
+# Installs the Debian packages that are missing; says what to do where it may not.
+setup:
+	@mkdir -p build
+	@tools/setup $(PACKAGES)
+
+# Logs this machine: one snapshot. `make run ARGUMENTS=` keeps logging until it is told to end.
+run: build
+	@$(BUILD)/bin/zorva $(ARGUMENTS)
+
+test: build
+	@ctest --preset $(PRESET)
+
+# What CI checks beside the tests: format and the sanitizer build's tests.
+check: test
+	@tools/check_format
+	@$(MAKE) --no-print-directory test PRESET=asan
+
+format:
+	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build

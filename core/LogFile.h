@@ -1,0 +1,16 @@
+#pragma once
+
+namespace zorva {
+
+/// The number on the version line of every log file.
+inline constexpr int kLogVersion = 5;
+
+/// Opens the output into sZorvaState.logFile: standard output, or in daemon mode a new log file
+/// whose path goes to sZorvaState.logFilePath, given to the user "mobile" and headed by the version
+/// line. Returns false, with the reason on the system log, when no file can be opened.
+///
+/// The directory may be writable for others: a planted link is neither followed nor replaced, and a
+/// file that is not ours, is no regular file or has other links is never written to or given away.
+bool OpenLogFile();
+
+}  // namespace zorva

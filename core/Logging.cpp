@@ -1,0 +1,28 @@
+#include "core/Logging.h"
+
+#include "core/LogFile.h"
+#include "core/ZorvaState.h"
+
+namespace zorva {
+
+ZorvaState sZorvaState;
+
+void StartLogging() {
+  StopLogging();
+  if (!OpenLogFile()) return;
+  for (const auto& logger : sZorvaState.loggers) {
+    logger->setLogFile(sZorvaState.logFile.get());
+    logger->setEnabled(true);
+    logger->log();
+  }
+}
+
+void StopLogging() {
+  for (const auto& logger : sZorvaState.loggers) {
+    logger->setEnabled(false);
+    logger->setLogFile(nullptr);
+  }
+  sZorvaState.logFile.reset();
+}
+
+}  // namespace zorva

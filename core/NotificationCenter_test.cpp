@@ -1,0 +1,79 @@
+#include "core/NotificationCenter.h"
+
+#include <gtest/gtest.h>
+#include <optional>
+#include <vector>
+
+namespace zorva {
+namespace {
+
+using Calls = std::vector<std::string>;
+
+TEST(NotificationCenter, CallsObserversOfTheNameAndSenderInOrder) {
+  NotificationCenter centre;
+  Calls calls;
+  const int mine = 0;
+  const int other = 0;
+  const auto any = centre.observe("a", [&](const Notification& n) {
+    const auto& information = n.userInformation;
+    calls.push_back(information.empty() ? "any"
+                                        : std::any_cast<std::string>(information.at("key")));
+  });
+  const auto filtered = centre.observe(
+      "a", [&](const Notification&) { calls.push_back("mine"); }, &mine);
+  const auto elsewhere = centre.observe("b", [&](const Notification&) { calls.push_back("b"); });
+  centre.post("a", &mine);
+  centre.post("a", &other, {{"key", std::string("told")}});
+  centre.post("c");
+  EXPECT_EQ(calls, (Calls{"any", "mine", "told"}));
+}
+
+TEST(NotificationCenter, ObserversMayComeAndGoDuringAPost) {
+  NotificationCenter centre;
+  Calls calls;
+  Registration first;
+  Registration second;
+  Registration added;
+  first = centre.observe("a", [&](const Notification&) {
+    calls.push_back("first");
+    first.reset();   // itself, while it runs
+    second.reset();  // one that has not had its turn
+    added = centre.observe("a", [&](const Notification&) { calls.push_back("added"); });
+  });
+  second = centre.observe("a", [&](const Notification&) { calls.push_back("second"); });
+  const auto third = centre.observe("a", [&](const Notification&) { calls.push_back("third"); });
+  centre.post("a");
+  EXPECT_EQ(calls, (Calls{"first", "third"}));
+  centre.post("a");
+  EXPECT_EQ(calls, (Calls{"first", "third", "third", "added"}));
+}
+
+TEST(NotificationCenter, PostsInsideAPostAreDeliveredAtOnce) {
+  NotificationCenter centre;
+  Calls calls;
+  Registration doomed;
+  const auto outer = centre.observe("outer", [&](const Notification&) {
+    calls.push_back("outer");
+    centre.post("inner");
+    calls.push_back("outer again");
+  });
+  const auto inner = centre.observe("inner", [&](const Notification&) {
+    calls.push_back("inner");
+    doomed.reset();
+  });
+  doomed = centre.observe("outer", [&](const Notification&) { calls.push_back("doomed"); });
+  centre.post("outer");
+  EXPECT_EQ(calls, (Calls{"outer", "inner", "outer again"}));
+}
+
+TEST(NotificationCenter, RegistrationsMayOutliveTheCentreAndEndItInAPost) {
+  auto centre = std::make_optional<NotificationCenter>();
+  int calls = 0;
+  const auto ends = centre->observe("a", [&](const Notification&) { centre.reset(); });
+  const auto after = centre->observe("a", [&](const Notification&) { ++calls; });
+  centre->post("a");
+  EXPECT_EQ(calls, 1);
+}
+
+}  // namespace
+}  // namespace zorva

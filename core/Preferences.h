@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+
+#include "platform/Value.h"
+
+namespace zorva {
+
+class PreferencesStore;
+
+/// The settings that change what is recorded, in the domain "com.vennor.zorva" of the user "mobile"
+/// on this host.
+///
+/// | key | kind, default | what it does |
+/// |---|---|---|
+/// | "ZVSecondsBeforeSignificantTimeTriggered" | seconds, 1800.0 | how long the battery level must
+/// stay unchanged before that is news | | "ZVShowNMXContents" | boolean, false | push messages are
+/// logged with their contents | | "ZVShouldQueryWiFiPowerUsage" | boolean, false | the Wi-Fi
+/// snapshot asks the driver for its counters | | "ZVRecordSyslog" | boolean, true | the system log
+/// is copied into the log; read at start |
+inline constexpr const char* kSecondsBeforeSignificantTimeTriggered =
+    "ZVSecondsBeforeSignificantTimeTriggered";
+inline constexpr const char* kShowNMXContents = "ZVShowNMXContents";
+inline constexpr const char* kShouldQueryWiFiPowerUsage = "ZVShouldQueryWiFiPowerUsage";
+inline constexpr const char* kRecordSyslog = "ZVRecordSyslog";
+
+/// The value stored now, or nothing. Nothing is kept between calls, so a change in the store takes
+/// effect at the next read.
+Value CopyPreferenceValue(PreferencesStore& store, const std::string& key);
+
+/// Sets the value and writes it to the store's file at once. Failures are not reported.
+void SetPreferenceValue(PreferencesStore& store, const std::string& key, Value value);
+
+/// Writes the default only where the key has no value yet.
+void RegisterPreferenceDefault(PreferencesStore& store, const std::string& key, Value value);
+
+/// Writes the default of each setting that has no value yet.
+void RegisterPreferenceDefaults(PreferencesStore& store);
+
+}  // namespace zorva

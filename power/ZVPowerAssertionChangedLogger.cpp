@@ -1,0 +1,54 @@
+#include "power/ZVPowerAssertionChangedLogger.h"
+
+#include <set>
+
+#include "platform/Text.h"
+
+namespace zorva {
+
+std::unique_ptr<ZVPowerAssertionChangedLogger> ZVPowerAssertionChangedLogger::logger(
+    const Services& services, PowerManagement& power, ProcessTable& processes) {
+  return std::unique_ptr<ZVPowerAssertionChangedLogger>(
+      new ZVPowerAssertionChangedLogger(services, power, processes));
+}
+
+ZVPowerAssertionChangedLogger::ZVPowerAssertionChangedLogger(const Services& services,
+                                                             PowerManagement& power,
+                                                             ProcessTable& processes)
+    : ZVPowerAssertionLogger(services, power, processes) {
+  registerCallbackForOstrelNotification(ZVLoggerLogCallback,
+                                        "com.vennor.system.powermanagement.assertions");
+  previousAssertions_ = currentAssertions();
+}
+
+std::string ZVPowerAssertionChangedLogger::uniqueKeyForAssertion(
+    const Dictionary& assertion) const {
+  // Two starts within one second are two assertions, so the key tells microseconds where the
+  // ordinary text of a date does not.
+  const auto start = assertion["AssertStartWhen"].date();
+  const std::string when = start.has_value() ? std::to_string(start->time_since_epoch().count())
+                                             : assertion["AssertStartWhen"].description();
+  return assertion["AssertPID"].description() + " - " + assertion["AssertName"].description() +
+         " - " + when;
+}
+
+void ZVPowerAssertionChangedLogger::log() {
+  std::vector<Dictionary> current = currentAssertions();
+
+  // By key: what was there, and of it what is not seen again, in the order of the last look.
+  std::set<std::string> known;
+  std::vector<std::pair<std::string, const Dictionary*>> pending;
+  for (const Dictionary& assertion : previousAssertions_) {
+    std::string key = uniqueKeyForAssertion(assertion);
+    if (known.insert(key).second) pending.emplace_back(std::move(key), &assertion);
+  }
+  for (const Dictionary& assertion : current) {
+    const std::string key = uniqueKeyForAssertion(assertion);
+    std::erase_if(pending, [&](const auto& held) { return held.first == key; });
+    if (known.insert(key).second) logAssertionWithState(assertion, "created");
+  }
+  for (const auto& [key, assertion] : pending) logAssertionWithState(*assertion, "released");
+  previousAssertions_ = std::move(current);
+}
+
+}  // namespace zorva

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "power/ZVPowerAssertionLogger.h"
+
+namespace zorva {
+
+/// Logs the power assertions that came ("created") and went ("released") since it last looked,
+/// which it does whenever the power-management service announces a change.
+class ZVPowerAssertionChangedLogger : public ZVPowerAssertionLogger {
+ public:
+  static std::unique_ptr<ZVPowerAssertionChangedLogger> logger(const Services& services,
+                                                               PowerManagement& power,
+                                                               ProcessTable& processes);
+
+  /// What makes two records the same assertion: process id, name and start.
+  std::string uniqueKeyForAssertion(const Dictionary& assertion) const;
+
+  /// Compares with the last look; never writes "held" entries.
+  void log() override;
+
+  const std::vector<Dictionary>& previousAssertions() const { return previousAssertions_; }
+  void setPreviousAssertions(std::vector<Dictionary> assertions) {
+    previousAssertions_ = std::move(assertions);
+  }
+
+ private:
+  ZVPowerAssertionChangedLogger(const Services& services, PowerManagement& power,
+                                ProcessTable& processes);
+
+  std::vector<Dictionary> previousAssertions_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/ZVLogger.h"
+#include "platform/PowerManagement.h"
+#include "platform/ProcessTable.h"
+
+namespace zorva {
+
+/// Logs who keeps the device awake: one entry per power assertion held, at each snapshot.
+///
+///     11/16/26 14:07:16 [Assertion] state=held; process=player; pid=412; name=audio;
+///     held_for=00:03:10;
+class ZVPowerAssertionLogger : public ZVLogger {
+ public:
+  static std::unique_ptr<ZVPowerAssertionLogger> logger(const Services& services,
+                                                        PowerManagement& power,
+                                                        ProcessTable& processes);
+
+  /// The assertions held now, each record with its process's name under
+  /// "ZVAssertionProcessNameKey"; none when there are none or, with an error entry, when the query
+  /// fails.
+  std::vector<Dictionary> currentAssertions();
+
+  /// The short command name of the process, or nothing.
+  std::optional<std::string> nameForPID(std::int32_t process);
+
+  /// Writes one entry; the state is "held", "created" or "released".
+  void logAssertionWithState(const Dictionary& assertion, const char* state);
+
+  void log() override;
+
+ protected:
+  ZVPowerAssertionLogger(const Services& services, PowerManagement& power, ProcessTable& processes);
+
+ private:
+  PowerManagement& power_;
+  ProcessTable& processes_;
+};
+
+}  // namespace zorva

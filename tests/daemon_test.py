@@ -1,0 +1,127 @@
+"""zorva -d on a device of its own: its files, the watch, notifications, the end."""
+import os
+import re
+import signal
+import subprocess
+import unittest
+
+import programs
+from programs import LOG_DIRECTORY, MOBILE, PREFERENCES, program, run, wait_for
+
+
+class DaemonTest(unittest.TestCase):
+    def setUp(self):
+        self.daemons = []
+
+    def tearDown(self):
+        for daemon in self.daemons:
+            daemon.kill()
+            daemon.wait()
+        for path in LOG_DIRECTORY.iterdir():
+            path.unlink()
+
+    def start(self, *options, **settings):
+        before = len(self.logs())
+        settings = {'stdout': subprocess.PIPE, 'stderr': subprocess.PIPE, **settings}
+        daemon = subprocess.Popen([program('zorva'), '-d', *options], **settings)
+        self.daemons.append(daemon)
+        wait_for(lambda: len(self.logs()) > before and self.complete(self.logs()[-1]), 'a snapshot')
+        return daemon
+
+    def logs(self):
+        return sorted(path for path in LOG_DIRECTORY.iterdir() if path.suffix == '.zorva')
+
+    @staticmethod
+    def complete(log):
+        return '[Locale]' in log.read_text()
+
+    def end(self, daemon):
+        """Ends the daemon by the exit notification, which it listens to soon after its snapshot."""
+        def ended():
+            self.assertEqual(run(program('zorva-notify'), 'com.vennor.zorva.exit').returncode, 0)
+            return daemon.poll() is not None
+        wait_for(ended, 'the end of the daemon')
+        daemon.communicate()
+        return daemon.returncode
+
+    def test_writes_its_file_and_begins_anew_when_it_is_moved_away(self):
+        daemon = self.start()
+        [log] = self.logs()
+        host = os.uname().nodename
+        self.assertRegex(log.name, rf'^Zorva_\d{{4}}-\d\d-\d\d-\d{{6}}_{re.escape(host)}\.zorva$')
+        self.assertEqual((log.stat().st_uid, log.stat().st_gid), (MOBILE, MOBILE))
+        lines = log.read_text().splitlines()
+        self.assertEqual(lines[0], 'Zorva Version: 5')
+        categories = [re.match(r'\d\d/\d\d/\d\d \d\d:\d\d:\d\d \[(\w+)\] ', line)[1]
+                      for line in lines[1:]]
+        self.assertEqual(categories, ['Network', 'ProcessMonitor', 'Locale'])
+        self.assertEqual((PREFERENCES.stat().st_uid, PREFERENCES.stat().st_gid), (MOBILE, MOBILE))
+
+        (LOG_DIRECTORY / 'crash.log').write_text('not ours')
+        moved = LOG_DIRECTORY / 'moved'
+        log.rename(moved)
+        wait_for(lambda: self.logs() and self.complete(self.logs()[0]), 'a new file')
+        [second] = self.logs()
+        self.assertEqual(second.read_text().splitlines()[0], 'Zorva Version: 5')
+        self.assertEqual(moved.read_text().splitlines(), lines)
+
+        self.assertEqual(self.end(daemon), 0)
+        self.assertEqual(sorted(path.name for path in LOG_DIRECTORY.iterdir()),
+                         sorted(['crash.log', 'moved', second.name]))
+        self.assertEqual(run('find', '/run', '-type', 's').stdout, '', 'sockets left behind')
+
+    def test_any_number_of_daemons_hear_a_post(self):
+        daemons = [self.start(), self.start()]
+        dead = self.start()
+        dead.send_signal(signal.SIGKILL)
+        dead.wait()
+        for daemon in daemons:
+            self.assertEqual(self.end(daemon), 0)
+        self.assertEqual(run('find', '/run', '-type', 's').stdout, '', "the dead one's is cleared too")
+
+    def test_other_users_are_not_heard(self):
+        daemon = self.start()
+        stranger = run(program('zorva-notify'), 'com.vennor.zorva.exit', user=MOBILE, group=MOBILE,
+                       env={'PATH': os.environ['PATH']})
+        self.assertIsNone(daemon.poll(), stranger)
+        self.assertEqual(self.end(daemon), 0)
+
+    def test_names_and_states_that_make_no_sense_are_refused(self):
+        for arguments in ([], [''], ['x' * 5000], ['a/b'], ['name', '--state', '-1'],
+                          ['name', '--state', '18446744073709551616'], ['name', '--state', '1x']):
+            refused = run(program('zorva-notify'), *arguments)
+            self.assertNotEqual(refused.returncode, 0, arguments)
+            self.assertNotEqual(refused.stderr, '', arguments)
+        self.assertEqual(run(program('zorva-notify'), 'name', '--state', '18446744073709551615')
+                         .returncode, 0)
+
+    def test_without_its_directory_it_ends_at_once(self):
+        LOG_DIRECTORY.rmdir()
+        try:
+            ended = run(program('zorva'), '-d')
+        finally:
+            LOG_DIRECTORY.mkdir()
+        self.assertNotEqual(ended.returncode, 0)
+        self.assertIn('sZorvaState.crashReportDirectoryDescriptor > 0', ended.stderr)
+
+    def test_idle_it_makes_no_system_call(self):
+        daemon = self.start(env={**os.environ, 'ASAN_OPTIONS': 'detect_leaks=0'})
+        wait_for(lambda: run('find', '/run', '-type', 's').stdout, 'its socket')
+        trace = run('timeout', '--signal=INT', '2', 'strace', '-f', '-p', daemon.pid)
+        calls = [line for line in trace.stderr.splitlines()
+                 if not re.search(r'attached|detached|resumed|epoll_wait.*unfinished|'
+                                  r'epoll_wait\(.*<detached', line)]
+        self.assertEqual(calls, [])
+        self.assertEqual(self.end(daemon), 0)
+
+    def test_a_damaged_preferences_file_is_kept_aside(self):
+        PREFERENCES.parent.mkdir(parents=True, exist_ok=True)
+        PREFERENCES.write_text('<plist><dict><key>')
+        self.assertEqual(self.end(self.start()), 0)
+        self.assertIn('ZVSecondsBeforeSignificantTimeTriggered', PREFERENCES.read_text())
+        kept = [path.read_text() for path in PREFERENCES.parent.iterdir() if path != PREFERENCES]
+        self.assertEqual(kept, ['<plist><dict><key>'])
+
+
+programs.enter_device()
+programs.main()

@@ -1,0 +1,44 @@
+"""zorva-sim on the scenarios of the tree: the same bytes every time, and those that are expected."""
+import pathlib
+import tempfile
+import unittest
+
+import programs
+from programs import ROOT, program, run
+
+
+class SimulationTest(unittest.TestCase):
+    def test_scenarios_give_their_expected_logs_every_time(self):
+        scenarios = sorted((ROOT / 'scenarios').glob('*.yaml'))
+        self.assertTrue(scenarios)
+        for scenario in scenarios:
+            with self.subTest(scenario.name):
+                first, second = (run(program('zorva-sim'), scenario) for _ in range(2))
+                self.assertEqual(first.returncode, 0, first.stderr)
+                self.assertEqual((first.stdout, first.stderr), (second.stdout, second.stderr))
+                self.assertEqual(first.stdout, scenario.with_suffix('.log').read_text())
+                self.assertEqual(first.stderr, scenario.with_suffix('.syslog').read_text())
+
+    def test_options_behind_the_dashes_and_a_root_of_ones_own(self):
+        scenario = ROOT / 'scenarios' / 'first-hour.yaml'
+        with tempfile.TemporaryDirectory() as root:
+            shown = run(program('zorva-sim'), scenario, '--root', root, '--', '-d')
+            self.assertEqual((shown.returncode, shown.stdout), (0, ''))
+            logs = list((pathlib.Path(root) / 'Library/Logs/Faultbox').glob('*.zorva'))
+            self.assertTrue(logs)
+            self.assertTrue(all(log.read_text().startswith('Zorva Version: 5\n') for log in logs))
+        shown = run(program('zorva-sim'), scenario, '--', '-B')
+        self.assertTrue(shown.stdout)
+        self.assertTrue(all('[Battery]' in line for line in shown.stdout.splitlines()))
+
+    def test_what_makes_no_sense_is_refused_before_anything_runs(self):
+        with tempfile.NamedTemporaryFile('w', suffix='.yaml') as scenario:
+            scenario.write('device:\n  batery: {level: 80}\n')
+            scenario.flush()
+            refused = run(program('zorva-sim'), scenario.name)
+        self.assertEqual((refused.returncode, refused.stdout), (2, ''))
+        self.assertIn(f'{scenario.name}:2:3: ', refused.stderr)
+        self.assertNotEqual(run(program('zorva-sim'), '/no/such/file.yaml').returncode, 0)
+
+
+programs.main()

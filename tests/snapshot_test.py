@@ -1,0 +1,82 @@
+"""zorva on this machine as it is: usage, and snapshots that agree with the system's own tools."""
+import os
+import pathlib
+import re
+import subprocess
+import time
+import unittest
+
+import programs
+from programs import program, run
+
+
+def entries(output, category):
+    return re.findall(rf'^\S+ \S+ \[{category}\](.*)$', output, re.M)
+
+
+class SnapshotTest(unittest.TestCase):
+    def test_usage(self):
+        for option in '-h', '-x':
+            shown = run(program('zorva'), option)
+            self.assertEqual((shown.returncode, shown.stdout, shown.stderr), (0, '', programs.USAGE))
+
+    def test_processes_are_those_of_the_machine(self):
+        sleeper = subprocess.Popen(['sleep', '1000'])
+        try:
+            own = os.times().user + os.times().system
+            output = run(program('zorva'), '-q').stdout
+        finally:
+            sleeper.kill()
+            sleeper.wait()
+        [body] = entries(output, 'ProcessMonitor')
+        fields = [(name, int(pid), int(seconds)) for name, pid, seconds
+                  in re.findall(r' (.*?)\((\d+)\)=(\d+);', body)]
+        self.assertIn(('sleep', sleeper.pid, 0), fields)
+        mine = [seconds for _, pid, seconds in fields if pid == os.getpid()]
+        self.assertTrue(mine and int(own) - 1 <= mine[0] <= int(own) + 2, (mine, own))
+        order = [(-seconds, pid) for _, pid, seconds in fields]
+        self.assertEqual(order, sorted(order))
+        running = {int(path.name) for path in pathlib.Path('/proc').iterdir() if path.name.isdigit()}
+        listed = {pid for _, pid, _ in fields}
+        self.assertTrue(len(fields) == 999 or len(running - listed) < 20, running - listed)
+
+    def test_interfaces_and_locale_are_those_of_the_machine(self):
+        before = {path.name: int((path / 'statistics/rx_bytes').read_text())
+                  for path in pathlib.Path('/sys/class/net').iterdir() if (path / 'statistics').is_dir()}
+        output = run(program('zorva'), '-q').stdout
+        [network] = entries(output, 'Network')
+        shown = {name: int(received) for name, received
+                 in re.findall(r' (\S+)=(\d+)b/\d+b;', network)}
+        self.assertEqual(set(shown), set(before) - {'lo'})
+        for name, received in shown.items():
+            self.assertGreaterEqual((received - before[name]) % 2**32, 0)
+            self.assertLess((received - before[name]) % 2**32, 2**26, name)
+        [locale] = entries(output, 'Locale')
+        zone = time.strftime('%Z')
+        self.assertRegex(locale, rf'^ id=\w+; country=(\w+|\(null\)); time_zone={re.escape(zone)}; '
+                                 rf'dst={"yes" if time.localtime().tm_isdst else "no"};$')
+
+    def test_a_battery_that_is_not_there_is_missed_and_nothing_else_is_logged(self):
+        if any(pathlib.Path('/sys/class/power_supply').glob('*')):
+            self.skipTest('this machine has power supplies')
+        shown = run(program('zorva'), '-B', '-q')
+        self.assertEqual((shown.returncode, shown.stdout), (0, ''))
+
+    def test_one_entry_costs_one_write(self):
+        trace = run('strace', '-e', 'trace=write,writev,pwrite64', '-e', 'write=none', '-s', '64',
+                    program('zorva'), '-q', env={**os.environ, 'ASAN_OPTIONS': 'detect_leaks=0'})
+        lines = trace.stdout.splitlines()
+        writes = [line for line in trace.stderr.splitlines() if line.startswith('write(1,')]
+        self.assertGreaterEqual(len(lines), 3)
+        self.assertEqual(len(writes), len(lines))
+
+    def test_output_that_cannot_be_written_is_the_only_loss(self):
+        with open('/dev/full', 'w') as full:
+            self.assertEqual(run(program('zorva'), '-q', capture_output=False, stdout=full).returncode, 0)
+        reader, writer = os.pipe()
+        os.close(reader)
+        self.assertEqual(run(program('zorva'), '-q', capture_output=False, stdout=writer).returncode, 0)
+        os.close(writer)
+
+
+programs.main()
