@@ -18,7 +18,7 @@ class PreferencesStore {
   };
 
   /// The stored value, read anew from the file, or nothing. A file that is missing, unreadable or
-  /// damaged has no values.
+  /// damaged has no values. What was set and is not yet written is answered as it was set.
   virtual Value value(const Scope& scope, const std::string& key) = 0;
 
   /// Sets a value; it reaches the file with synchronize().

@@ -5,26 +5,24 @@
 #include <fstream>
 #include <sstream>
 
+#include "platform/Text.h"
 #include "platform/sim/SimHandset.h"
 
 namespace zorva {
 namespace {
 
-// Of a file that is larger than any scenario, enough is read to see that.
-constexpr std::streamsize kReadAtMost = (std::streamsize{1} << 20) + 1;
-
+// Of a file that is larger than any scenario, only so much is read that this shows.
 std::string contentsOf(const std::string& path) {
+  constexpr std::streamsize kReadAtMost = (std::streamsize{1} << 20) + 1;
+  errno = 0;
   std::ifstream file(path, std::ios::binary);
-  std::string contents;
-  if (file) {
-    contents.resize(kReadAtMost);
-    file.read(contents.data(), kReadAtMost);
-    contents.resize(static_cast<std::size_t>(file.gcount()));
+  std::string contents(kReadAtMost, '\0');
+  file.read(contents.data(), kReadAtMost);
+  // The end of the file is reached as it should; a directory fails before.
+  if (file.bad() || !(file.good() || file.eof())) {
+    throw ScenarioError(safeText(path) + ": cannot be read: " + std::strerror(errno));
   }
-  if (file.bad() || (!file.eof() && file.fail()) ||
-      (contents.empty() && file.fail() && !file.eof())) {
-    throw ScenarioError(path + ": cannot be read: " + std::strerror(errno));
-  }
+  contents.resize(static_cast<std::size_t>(file.gcount()));
   return contents;
 }
 

@@ -1,6 +1,9 @@
 #include "platform/sim/Scenario.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -102,6 +105,38 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
     const std::string expected = "s.yaml:" + error;
     EXPECT_EQ(errorOf(yaml).substr(0, expected.size()), expected) << yaml.substr(0, 80);
   }
+}
+
+// Whatever stands in the file: it is read, or refused with a place.
+TEST(Scenario, DamagedTextsAreReadOrRefused) {
+  std::ifstream file("scenarios/first-hour.yaml");
+  const std::string good{std::istreambuf_iterator<char>(file), {}};
+  ASSERT_FALSE(good.empty());
+  const std::string foreign = "[]{}:,-?&*!|>'\"%@`#~ \n\t0\xFF\x80";
+  std::minstd_rand random(1);
+  int refused = 0;
+  for (int round = 0; round < 300; ++round) {
+    std::string yaml = good;
+    for (int change = 0; change < 3; ++change) {
+      const std::size_t place = random() % yaml.size();
+      switch (random() % 3) {
+        case 0:
+          yaml[place] = foreign[random() % foreign.size()];
+          break;
+        case 1:
+          yaml.erase(place, random() % 40);
+          break;
+        default:
+          yaml.insert(place, yaml, random() % yaml.size(), random() % 40);
+      }
+    }
+    const std::string error = errorOf(yaml);
+    if (error == "no error") continue;
+    ++refused;
+    EXPECT_TRUE(error.starts_with("s.yaml:")) << error;
+    EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+  }
+  EXPECT_GT(refused, 100);
 }
 
 TEST(Scenario, SetsTheDeviceUpAndPlaysTheStepsInOrder) {

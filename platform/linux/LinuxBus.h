@@ -1,0 +1,108 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
+#include <vector>
+
+#include "platform/Registration.h"
+#include "platform/linux/EventSources.h"
+#include "platform/linux/LinuxPathWatch.h"
+
+namespace zorva {
+
+struct BusMessageRelease {
+  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using BusMessage = std::unique_ptr<sd_bus_message, BusMessageRelease>;
+
+/// The process's one connection to the system bus.
+///
+/// An absent bus is no failure: calls answer that what they want is absent, and the connection is
+/// made when the bus appears, or appears again. Signal matches and observers last over all of that.
+/// No call takes longer than the time limit.
+class LinuxBus {
+ public:
+  static constexpr std::chrono::microseconds kTimeLimit = std::chrono::seconds(2);
+
+  /// The address in the environment's DBUS_SYSTEM_BUS_ADDRESS, else the well-known one.
+  static std::string systemAddress();
+
+  /// Connects at once if the bus answers within the time limit. The event loop must outlive the
+  /// bus, and the bus its registrations' owners.
+  explicit LinuxBus(sd_event* event, std::string address = systemAddress(),
+                    std::chrono::microseconds timeLimit = kTimeLimit);
+  LinuxBus(const LinuxBus&) = delete;
+  LinuxBus& operator=(const LinuxBus&) = delete;
+  ~LinuxBus();
+
+  /// Whether calls can be made.
+  bool connected() const;
+
+  enum class Outcome {
+    Answered,
+    Absent,  ///< there is no bus, or nobody on it has the service's name
+    Failed,  ///< the service answered with an error or not in time
+  };
+  struct Reply {
+    Outcome outcome;
+    BusMessage message;  ///< of Answered only
+  };
+  /// Appends the arguments to a call; negative when that fails.
+  using Arguments = std::function<int(sd_bus_message* call)>;
+
+  /// Calls the method and waits for its answer. Never starts a service that does not run.
+  Reply call(const char* service, const char* path, const char* interface, const char* member,
+             const Arguments& arguments = {});
+
+  /// Calls back from the event loop whenever the connection was made or lost, not for a connection
+  /// that stands already. On a new one the matches are in force by then.
+  Registration observeConnection(std::function<void()> changed);
+
+  using SignalHandler = std::function<void(sd_bus_message* signal)>;
+  /// Calls back for every signal that the match rule ("type='signal',sender='...'") selects.
+  Registration matchSignals(std::string rule, SignalHandler handler);
+
+  /// Calls back when a service of the name appears on the bus, vanishes from it or changes hands.
+  /// What happens together with the bus itself is told by observeConnection().
+  Registration watchService(const std::string& service, std::function<void()> changed);
+
+ private:
+  struct Match;
+  struct Observer;
+  // Shared with the registrations, which may be dropped after the bus.
+  struct Subscriptions;
+  struct BusRelease {
+    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+  };
+  using BusPointer = std::unique_ptr<sd_bus, BusRelease>;
+
+  bool start();
+  void waitUntilReady();
+  void connect();
+  void connectLater(std::chrono::microseconds delay);
+  void socketChanged();
+  void ended();
+  void install(Match& match);
+  void tellObservers();
+  static int onConnected(sd_bus_message*, void* self, sd_bus_error*);
+  static int onDisconnected(sd_bus_message*, void* self, sd_bus_error*);
+  static int onLater(sd_event_source*, std::uint64_t, void* self);
+
+  sd_event* event_;
+  std::string address_;
+  std::chrono::microseconds timeLimit_;
+  std::shared_ptr<Subscriptions> subscriptions_;
+  BusPointer bus_;
+  CoalescedCall ended_;
+  std::optional<LinuxPathWatch> socketWatch_;  ///< while there is no bus to connect to
+  EventSource later_;
+  int refusals_ = 0;  ///< of the socket since it last changed
+  std::optional<std::chrono::steady_clock::time_point> lastEnd_;
+};
+
+}  // namespace zorva

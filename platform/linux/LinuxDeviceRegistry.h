@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <systemd/sd-event.h>
+
+#include "platform/DeviceRegistry.h"
+
+namespace zorva {
+
+/// The kernel's power_supply class. The power source is the first battery of the device itself: of
+/// type "Battery", not of a peripheral (scope "Device"), in its place rather than out of it, the
+/// lowest by name. Everything is read from the kernel at the moment of the call.
+class LinuxDeviceRegistry : public DeviceRegistry {
+ public:
+  static constexpr const char* kPowerSupplies = "/sys/class/power_supply";
+
+  /// The event loop on which messages arrive must outlive the registry's ports.
+  explicit LinuxDeviceRegistry(sd_event* event, std::string powerSupplies = kPowerSupplies);
+
+  std::shared_ptr<RegistryEntry> firstPowerSource() override;
+  std::unique_ptr<RegistryNotificationPort> makeNotificationPort() override;
+
+  /// The answer to the device-information key "gas-gauge-battery": the power source measures its
+  /// current and its full charge. False without a power source.
+  bool hasGasGauge();
+
+ private:
+  sd_event* event_;
+  std::string powerSupplies_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,103 @@
+#include "platform/linux/LinuxLocaleInformation.h"
+
+#include <time.h>
+#include <utility>
+
+namespace zorva {
+namespace {
+
+// The date in local time, after another look at the zone's file if that was replaced.
+tm localTime(Date date) {
+  tzset();
+  const time_t seconds = secondsSinceEpoch(date);
+  tm local{};
+  localtime_r(&seconds, &local);
+  return local;
+}
+
+}  // namespace
+
+LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clock,
+                                               LocalePaths paths)
+    : event_(event),
+      clock_(clock),
+      paths_(std::move(paths)),
+      observers_(std::make_shared<std::array<Observers, 3>>()),
+      filesChanged_(event, [this] { filesChanged(); }) {
+  for (const std::string& path :
+       {paths_.localeConf, paths_.defaultLocale, paths_.localtime, paths_.timezone}) {
+    fileWatches_.emplace_back(event, path, LinuxPathWatch::Of::Entry,
+                              [this] { filesChanged_.request(); });
+  }
+  // After the watches are laid, so that no change is missed.
+  readSettings();
+  told_ = {settings_.locale, settings_.zone, timeZoneMark(paths_)};
+}
+
+void LinuxLocaleInformation::readSettings() {
+  settings_ = {readLocaleIdentifier(paths_), readTimeZone(paths_)};
+}
+
+std::string LinuxLocaleInformation::identifier() {
+  readSettings();
+  return settings_.locale;
+}
+
+std::optional<std::string> LinuxLocaleInformation::countryCode() {
+  return localeCountry(identifier());
+}
+
+std::string LinuxLocaleInformation::zoneId() {
+  readSettings();
+  return settings_.zone;
+}
+
+std::string LinuxLocaleInformation::timeZoneAbbreviation() {
+  const tm local = localTime(clock_.now());
+  return local.tm_zone ? local.tm_zone : "";
+}
+
+bool LinuxLocaleInformation::daylightSavingTime() {
+  return localTime(clock_.now()).tm_isdst > 0;
+}
+
+Registration LinuxLocaleInformation::observe(Change change, std::function<void()> callback) {
+  if (change == Change::ClockSet && !clockSetWatch_) {
+    clockSetWatch_ = ClockSetWatch::make(event_, [this] { tell(Change::ClockSet); });
+    if (!clockSetWatch_) return {};
+  }
+  const auto observer = std::make_shared<Observer>(Observer{std::move(callback)});
+  const auto list = static_cast<std::size_t>(change);
+  observers_->at(list).push_back(observer);
+  return Registration([observers = observers_, observer, list] {
+    observer->removed = true;
+    std::erase(observers->at(list), observer);
+  });
+}
+
+void LinuxLocaleInformation::filesChanged() {
+  readSettings();
+  const Told before =
+      std::exchange(told_, {settings_.locale, settings_.zone, timeZoneMark(paths_)});
+  const bool locale = before.locale != told_.locale;
+  const bool zone = before.zone != told_.zone || before.zoneMark != told_.zoneMark;
+  // Observers may destroy this: the lists are kept, and looked at before the first one is called.
+  const Observers localeObservers =
+      locale ? observers_->at(std::size_t(Change::Locale)) : Observers();
+  const Observers zoneObservers =
+      zone ? observers_->at(std::size_t(Change::TimeZone)) : Observers();
+  for (const Observers& observers : {zoneObservers, localeObservers}) {
+    for (const auto& observer : observers) {
+      if (!observer->removed) observer->callback();
+    }
+  }
+}
+
+void LinuxLocaleInformation::tell(Change change) {
+  const Observers observers = observers_->at(static_cast<std::size_t>(change));
+  for (const auto& observer : observers) {
+    if (!observer->removed) observer->callback();
+  }
+}
+
+}  // namespace zorva

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <systemd/sd-event.h>
+#include <vector>
+
+#include "platform/Clock.h"
+#include "platform/LocaleInformation.h"
+#include "platform/linux/ClockSetWatch.h"
+#include "platform/linux/EventSources.h"
+#include "platform/linux/LinuxPathWatch.h"
+#include "platform/linux/LocaleSettings.h"
+
+namespace zorva {
+
+/// The locale and time zone that the system's files set (docs/linux-locale.md), followed as the
+/// files change.
+class LinuxLocaleInformation : public LocaleInformation {
+ public:
+  /// The event loop and the clock outlive this.
+  LinuxLocaleInformation(sd_event* event, const Clock& clock, LocalePaths paths = {});
+
+  /// The locale's identifier, read now.
+  std::string identifier() override;
+  std::optional<std::string> countryCode() override;
+  /// By the C library, so that they agree with what date(1) shows.
+  std::string timeZoneAbbreviation() override;
+  bool daylightSavingTime() override;
+
+  Registration observe(Change change, std::function<void()> callback) override;
+
+  /// The name of the time zone ("Europe/Berlin"), read now.
+  std::string zoneId();
+
+  /// What a date formatter needs to know.
+  struct Settings {
+    std::string locale;  ///< as identifier()
+    std::string zone;    ///< as zoneId()
+    bool operator==(const Settings&) const = default;
+  };
+  /// The settings without any system call: as last read, which happened after the last change that
+  /// the event loop has delivered. For every entry of the log.
+  const Settings& settings() const { return settings_; }
+
+ private:
+  struct Observer {
+    std::function<void()> callback;
+    bool removed = false;
+  };
+  using Observers = std::vector<std::shared_ptr<Observer>>;
+  /// What the observers know, which may be older than what was read for a snapshot.
+  struct Told {
+    std::string locale;
+    std::string zone;
+    std::string zoneMark;
+  };
+
+  void readSettings();
+  void filesChanged();
+  void tell(Change change);
+
+  sd_event* event_;
+  const Clock& clock_;
+  LocalePaths paths_;
+  Settings settings_;
+  Told told_;
+  // One list for each Change. Shared with the registrations, which may be dropped later.
+  std::shared_ptr<std::array<Observers, 3>> observers_;
+  CoalescedCall filesChanged_;
+  std::list<LinuxPathWatch> fileWatches_;
+  std::unique_ptr<ClockSetWatch> clockSetWatch_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <signal.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+#include <vector>
+
+#include "platform/linux/DirectoryForTest.h"
+
+namespace zorva {
+
+/// A program that a test runs beside itself. It dies with the test, or with this.
+class ProgramForTest {
+ public:
+  ProgramForTest(std::vector<std::string> words, const std::vector<std::string>& environment) {
+    process_ = fork();
+    if (process_ != 0) return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    for (const std::string& setting : environment) putenv(const_cast<char*>(setting.c_str()));
+    std::vector<char*> arguments;
+    for (std::string& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+  }
+  ProgramForTest(const ProgramForTest&) = delete;
+  ProgramForTest& operator=(const ProgramForTest&) = delete;
+  ~ProgramForTest() {
+    if (process_ <= 0) return;
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+  }
+  pid_t process() const { return process_; }
+
+ private:
+  pid_t process_ = -1;
+};
+
+/// A system bus of a test's own, with services mocked on it.
+class PrivateBusForTest {
+ public:
+  /// Prepares the bus's place; start() starts it.
+  PrivateBusForTest() {
+    std::ofstream(directory_ / "bus.conf")
+        << "<busconfig><type>session</type><listen>" << address() << "</listen>"
+        << "<policy context='default'><allow send_destination='*' eavesdrop='true'/>"
+        << "<allow eavesdrop='true'/><allow own='*'/></policy></busconfig>";
+  }
+
+  std::string address() const { return "unix:path=" + (directory_ / "bus"); }
+
+  void start() {
+    daemon_ = std::make_unique<ProgramForTest>(
+        std::vector<std::string>{"dbus-daemon", "--nofork", "--nopidfile",
+                                 "--config-file=" + (directory_ / "bus.conf")},
+        std::vector<std::string>{});
+  }
+  void stop() { daemon_.reset(); }
+
+  /// Starts a service with one object, and waits until it is there.
+  std::unique_ptr<ProgramForTest> startService(const std::string& name, const std::string& path,
+                                               const std::string& interface) {
+    auto service = std::make_unique<ProgramForTest>(
+        std::vector<std::string>{"/usr/bin/python3", "-m", "dbusmock", "--system",
+                                 "--logfile=/dev/null", name, path, interface},
+        std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + address()});
+    // The first call that the mock answers shows it is up.
+    for (int tries = 0; tries < 1000; ++tries) {
+      if (call(name, path, "org.freedesktop.DBus.Peer", "Ping", "") >= 0) return service;
+      usleep(20'000);
+    }
+    ADD_FAILURE() << name << " does not come up";
+    return service;
+  }
+
+  /// Calls a method of a service, as another client of the bus. Negative when that fails.
+  template <typename... Arguments>
+  int call(const std::string& name, const std::string& path, const char* interface,
+           const char* member, const char* types, Arguments... arguments) {
+    sd_bus* bus = nullptr;
+    sd_bus_new(&bus);
+    sd_bus_set_address(bus, address().c_str());
+    sd_bus_set_bus_client(bus, 1);
+    int result = sd_bus_start(bus);
+    if (result >= 0) {
+      result = sd_bus_call_method(bus, name.c_str(), path.c_str(), interface, member, nullptr,
+                                  nullptr, types, arguments...);
+    }
+    sd_bus_flush_close_unref(bus);
+    return result;
+  }
+
+ private:
+  DirectoryForTest directory_;
+  std::unique_ptr<ProgramForTest> daemon_;
+};
+
+}  // namespace zorva

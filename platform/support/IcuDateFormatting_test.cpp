@@ -1,0 +1,78 @@
+#include "platform/support/IcuDateFormatting.h"
+
+#include <gtest/gtest.h>
+
+namespace zorva {
+namespace {
+
+using namespace std::chrono_literals;
+
+Date at(int year, unsigned month, unsigned day, std::chrono::microseconds time = 0us) {
+  return std::chrono::sys_days(std::chrono::year_month_day(
+             std::chrono::year(year), std::chrono::month(month), std::chrono::day(day))) +
+         time;
+}
+
+std::string format(const std::string& pattern, const LocaleSettings& settings, Date date) {
+  IcuDateFormatting formatting([=] { return settings; });
+  return formatting.makeFormatter(pattern)->format(date);
+}
+
+TEST(IcuDateFormatting, AppliesPatternAsItStands) {
+  const std::string entry = "MM/dd/YY HH:mm:ss";
+  const struct {
+    const char* locale;
+    const char* zone;
+    std::string pattern;
+    Date date;
+    const char* text;
+  } cases[] = {
+      {"en_US", "UTC", entry, at(2026, 12, 31, 12h), "12/31/27 12:00:00"},
+      {"de_DE", "UTC", entry, at(2026, 12, 31, 12h), "12/31/26 12:00:00"},
+      {"de_DE", "UTC", entry, at(2027, 1, 1), "01/01/26 00:00:00"},
+      {"en_US.UTF-8", "America/Los_Angeles", entry, at(2026, 11, 16, 22h), "11/16/26 14:00:00"},
+      {"en_US", "Asia/Kathmandu", "YYYY-MM-dd-HHmmss", at(2026, 11, 16, 8h + 22min + 16s),
+       "2026-11-16-140716"},
+      {"en_US", "UTC", "yyyy-MM-dd HH:mm:ss.SSS", at(1969, 12, 31, 24h - 1us),
+       "1969-12-31 23:59:59.999"},
+      {"en_US", "UTC", entry, at(1901, 2, 3, 4h), "02/03/01 04:00:00"},
+      {"xx_YY", "Nowhere/Land", entry, at(2026, 7, 1, 12h), "07/01/26 12:00:00"},
+      {"", "", entry, at(2026, 7, 1, 12h), "07/01/26 12:00:00"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(format(c.pattern, {c.locale, c.zone}, c.date), c.text) << c.locale << " " << c.zone;
+  }
+}
+
+TEST(IcuDateFormatting, FollowsSettingsAndSecondsAndFractions) {
+  LocaleSettings settings{"en_US", "UTC"};
+  IcuDateFormatting formatting([&] { return settings; });
+  const auto seconds = formatting.makeFormatter("YY HH:mm:ss");
+  const auto fractions = formatting.makeFormatter("ss.SSS");
+  const Date date = at(2026, 12, 31, 12h);
+  EXPECT_EQ(seconds->format(date), "27 12:00:00");
+  settings.zone = "Europe/Berlin";
+  EXPECT_EQ(seconds->format(date), "27 13:00:00");
+  settings.locale = "de_DE";
+  EXPECT_EQ(seconds->format(date), "26 13:00:00");
+  EXPECT_EQ(seconds->format(date + 999999us), "26 13:00:00");
+  EXPECT_EQ(seconds->format(date + 1s), "26 13:00:01");
+  EXPECT_EQ(seconds->format(date), "26 13:00:00");
+  EXPECT_EQ(fractions->format(date), "00.000");
+  EXPECT_EQ(fractions->format(date + 250ms), "00.250");
+}
+
+TEST(IcuDateFormatting, TellsZoneAndCountry) {
+  const LocaleSettings pacific{"en_US", "America/Los_Angeles"};
+  EXPECT_EQ(zoneAbbreviation(pacific, at(2026, 7, 1)), "PDT");
+  EXPECT_EQ(zoneAbbreviation(pacific, at(2026, 12, 1)), "PST");
+  EXPECT_EQ(zoneAbbreviation({"en_US", "Nowhere/Land"}, at(2026, 7, 1)), "UTC");
+  EXPECT_TRUE(daylightSavingTime(pacific, at(2026, 7, 1)));
+  EXPECT_FALSE(daylightSavingTime(pacific, at(2026, 12, 1)));
+  EXPECT_EQ(countryCode("de_CH.UTF-8"), "CH");
+  EXPECT_EQ(countryCode("zh_Hant_TW"), "TW");
+  EXPECT_EQ(countryCode("eo"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace zorva

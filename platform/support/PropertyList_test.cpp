@@ -1,0 +1,89 @@
+#include "platform/support/PropertyList.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace zorva {
+namespace {
+
+TEST(PropertyList, KeepsEveryKindOfValue) {
+  const Date date = Date(std::chrono::seconds(-86399));
+  const Dictionary kinds{{"true", true},
+                         {"false", false},
+                         {"least", std::numeric_limits<std::int64_t>::min()},
+                         {"real", 0.1},
+                         {"endless", -std::numeric_limits<double>::infinity()},
+                         {"text", "a <b> & \"c\"\n  \u00e9"},
+                         {"blank", " "},
+                         {"empty", ""},
+                         {"date", date},
+                         {"data0", Value::Data{}},
+                         {"data1", Value::Data{0xFB}},
+                         {"data2", Value::Data{0xFF, 0xFE}},
+                         {"data3", Value::Data{1, 2, 3}},
+                         {"list", Value::List{1, "x", Value::List{}}},
+                         {"dict", Dictionary{{"k&", 1}, {"inner", Dictionary{}}}}};
+  PropertyList written;
+  for (const auto& [key, value] : kinds) written.set(key, value);
+  const auto read = PropertyList::parse(written.text());
+  ASSERT_TRUE(read);
+  for (const auto& [key, value] : kinds) EXPECT_EQ(read->value(key), value) << key;
+  written.set("real", std::nan(""));
+  EXPECT_TRUE(std::isnan(PropertyList::parse(written.text())->value("real").real()));
+}
+
+TEST(PropertyList, ReadsWhatOthersWrite) {
+  const auto list = PropertyList::parse(
+      "<?xml version='1.0'?><!DOCTYPE plist SYSTEM 'x'><plist><!-- c --><dict>"
+      "<key>cut</key><string>a<!-- c --><![CDATA[<&]]>b</string>"
+      "<key>hex</key><integer> 0x7F </integer><key>big</key><integer>18446744073709551615</integer>"
+      "<key>plus</key><integer>+5</integer><key>bad</key><integer>5x</integer>"
+      "<key>day</key><date>2026-02-30T00:00:00Z</date><key>data</key><data>\n AQI=\n</data>"
+      "<key>other</key><color>red</color></dict></plist>");
+  ASSERT_TRUE(list);
+  EXPECT_EQ(list->value("cut"), Value("a<&b"));
+  EXPECT_EQ(list->value("hex"), Value(127));
+  EXPECT_EQ(list->value("big"), Value(std::numeric_limits<std::int64_t>::max()));
+  EXPECT_EQ(list->value("plus"), Value(5));
+  EXPECT_EQ(list->value("data"), Value(Value::Data{1, 2}));
+  for (const char* key : {"bad", "day", "other", "missing"}) {
+    EXPECT_TRUE(list->value(key).isNothing()) << key;
+  }
+}
+
+TEST(PropertyList, RefusesWhatIsNone) {
+  std::string deep = "<plist><dict><key>k</key>";
+  for (int i = 0; i < 50000; ++i) deep += "<array>";
+  for (int i = 0; i < 50000; ++i) deep += "</array>";
+  deep += "</dict></plist>";
+  for (const std::string& text :
+       {std::string(), std::string("bplist00\xd0\x08"), std::string("<plist><dict>"),
+        std::string("<html><dict/></html>"), std::string("<plist><array/></plist>"),
+        std::string("<plist><dict><key>k</key></dict></plist>"),
+        std::string("<plist><dict><string>k</string><true/></dict></plist>"), deep}) {
+    EXPECT_FALSE(PropertyList::parse(text)) << text.substr(0, 60);
+  }
+}
+
+TEST(PropertyList, ChangesOnlyWhatIsSet) {
+  auto list = PropertyList::parse(
+      "<plist version='1.0'><dict><!-- mine --><key>a</key><color tone='dark'>red</color>"
+      "<key>b</key><true/><key>c</key><date>odd</date><key>b</key><false/></dict></plist>");
+  ASSERT_TRUE(list);
+  list->set("b", 60.5);
+  list->set("d", "new");
+  EXPECT_EQ(list->text(),
+            "<?xml version=\"1.0\"?>\n<plist version=\"1.0\">\n\t<dict>\n\t\t<!-- mine -->\n"
+            "\t\t<key>a</key>\n\t\t<color tone=\"dark\">red</color>\n\t\t<key>b</key>\n"
+            "\t\t<real>60.5</real>\n\t\t<key>c</key>\n\t\t<date>odd</date>\n\t\t<key>d</key>\n"
+            "\t\t<string>new</string>\n\t</dict>\n</plist>\n");
+  list->set("b", Value());
+  list->set("a", Value());
+  EXPECT_EQ(list->text().find("<key>a</key>"), std::string::npos);
+  EXPECT_EQ(list->text().find("<real>"), std::string::npos);
+  EXPECT_EQ(list->value("d"), Value("new"));
+}
+
+}  // namespace
+}  // namespace zorva
