@@ -1,0 +1,422 @@
+#include "platform/linux/LinuxSystemStatistics.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <new>
+#include <sys/time.h>
+#include <unistd.h>
+#include <utility>
+
+#include "platform/support/Descriptor.h"
+
+namespace zorva {
+namespace {
+
+static_assert(kKernelNoMemory == ENOMEM);
+
+constexpr std::uint64_t kKilobyte = 1024;
+
+KernelResult failure(int error) {
+  return {error, std::strerror(error)};
+}
+KernelResult garbled() {
+  return failure(EBADMSG);
+}
+
+// "PID/stat", or "PID/task/TID/stat": a path below the root of procfs.
+class ProcPath {
+ public:
+  ProcPath(std::int32_t process, const char* file) { append(process).append("/").append(file); }
+  ProcPath(std::int32_t process, std::int32_t thread, const char* file) {
+    append(process).append("/task/").append(thread).append("/").append(file);
+  }
+  const char* text() const { return text_; }
+
+ private:
+  ProcPath& append(std::int32_t number) {
+    end_ = std::to_chars(end_, text_ + sizeof text_ - 1, number).ptr;
+    *end_ = '\0';
+    return *this;
+  }
+  ProcPath& append(const char* piece) {
+    while (*piece != '\0' && end_ < text_ + sizeof text_ - 1) *end_++ = *piece++;
+    *end_ = '\0';
+    return *this;
+  }
+
+  char text_[64];
+  char* end_ = text_;
+};
+
+std::optional<std::int32_t> processNamed(const char* name) {
+  std::int32_t number = 0;
+  const char* const end = name + std::strlen(name);
+  const auto [last, error] = std::from_chars(name, end, number);
+  if (last != end || error != std::errc() || number <= 0) return std::nullopt;
+  return number;
+}
+
+// Reads until the buffer is full or the file ends; the number of bytes, or -1.
+ssize_t readFully(int file, std::span<char> buffer) {
+  std::size_t length = 0;
+  while (length < buffer.size()) {
+    const ssize_t count = ::read(file, buffer.data() + length, buffer.size() - length);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return -1;
+    if (count == 0) break;
+    length += static_cast<std::size_t>(count);
+  }
+  return static_cast<ssize_t>(length);
+}
+
+// Calls back with the name of every entry of the directory, which is read from its start.
+template <typename Visit>
+KernelResult forEachEntry(int directory, std::span<char> buffer, Visit visit) {
+  if (::lseek(directory, 0, SEEK_SET) < 0) return failure(errno);
+  for (;;) {
+    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
+    if (length < 0) return failure(errno);
+    if (length == 0) return {};
+    for (ssize_t at = 0; at < length;) {
+      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+      if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
+        visit(static_cast<const char*>(entry->d_name));
+      }
+      at += entry->d_reclen;
+    }
+  }
+}
+
+int openDirectory(int directory, const char* path) {
+  return ::openat(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+ThreadInfo threadOf(const ProcStat& stat, std::uint64_t ticksPerSecond) {
+  ThreadInfo thread;
+  thread.userTime = timeOfTicks(stat.userTicks, ticksPerSecond);
+  thread.systemTime = timeOfTicks(stat.systemTicks, ticksPerSecond);
+  switch (stat.state) {
+    case 'R':
+      thread.runState = kThreadRunning;
+      break;
+    case 'I':  // a kernel thread that has nothing to do: how long is not told
+      thread.sleepSeconds = 1;
+      [[fallthrough]];
+    case 'S':
+    case 'P':
+      thread.runState = kThreadWaiting;
+      break;
+    case 'D':
+      thread.runState = kThreadUninterruptible;
+      break;
+    case 'T':
+    case 't':
+      thread.runState = kThreadStopped;
+      break;
+    case 'Z':
+    case 'X':
+      thread.runState = kThreadHalted;
+      break;
+    default:
+      break;
+  }
+  return thread;
+}
+
+}  // namespace
+
+LinuxSystemStatistics::LinuxSystemStatistics(std::string procRoot, std::string sysRoot)
+    : sysRoot_(std::move(sysRoot)),
+      proc_(openDirectory(AT_FDCWD, procRoot.c_str())),
+      pageSize_(static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))),
+      ticksPerSecond_(static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK))) {}
+
+LinuxSystemStatistics::~LinuxSystemStatistics() {
+  if (proc_ >= 0) ::close(proc_);
+}
+
+// Reads the whole file into text_.
+KernelResult LinuxSystemStatistics::readText(int directory, const char* path) {
+  constexpr std::size_t kStep = 16384;
+  const Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
+  if (!file) return failure(errno);
+  for (std::size_t length = 0;;) {
+    text_.resize(std::max(text_.size(), length + kStep));
+    const ssize_t count = readFully(file.get(), std::span(text_).subspan(length));
+    if (count < 0) return failure(errno);
+    length += static_cast<std::size_t>(count);
+    if (length < text_.size()) {
+      text_.resize(length);
+      return {};
+    }
+  }
+}
+
+KernelResult LinuxSystemStatistics::readHostStat(HostStat& stat) {
+  if (auto result = readText(proc_, "stat"); !result.ok()) return result;
+  if (!parseHostStat(text_, stat)) return garbled();
+  bootSeconds_ = stat.bootSeconds;
+  return {};
+}
+
+// The one open, read and close of a look. The name in `stat` stands in line_ until the next call.
+KernelResult LinuxSystemStatistics::readStat(const char* path, ProcStat& stat) {
+  const int file = ::openat(proc_, path, O_RDONLY | O_CLOEXEC);
+  if (file < 0) return failure(errno);
+  // The kernel hands such a line over whole.
+  const ssize_t length = ::read(file, line_.data(), line_.size());
+  const int error = errno;
+  ::close(file);
+  if (length < 0) return failure(error);
+  return parseProcStat({line_.data(), static_cast<std::size_t>(length)}, stat) ? KernelResult{}
+                                                                               : garbled();
+}
+
+KernelResult LinuxSystemStatistics::listNumbers(int directory, std::vector<std::int32_t>& numbers) {
+  numbers.clear();
+  KernelResult result = forEachEntry(directory, entries_, [&](const char* name) {
+    if (const auto number = processNamed(name)) numbers.push_back(*number);
+  });
+  if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
+  return result;
+}
+
+KernelResult LinuxSystemStatistics::timeOfDay(Date& now) {
+  timeval time{};
+  if (::gettimeofday(&time, nullptr) != 0) return failure(errno);
+  now = Date(std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec));
+  return {};
+}
+
+KernelResult LinuxSystemStatistics::memorySize(std::uint64_t& bytes) {
+  if (auto result = readText(proc_, "meminfo"); !result.ok()) return result;
+  const auto total = namedFigure(text_, "MemTotal:");
+  if (!total) return garbled();
+  bytes = *total * kKilobyte;
+  return {};
+}
+
+KernelResult LinuxSystemStatistics::maximumArgumentLength(std::size_t& bytes) {
+  const long length = ::sysconf(_SC_ARG_MAX);
+  if (length <= 0) return failure(EINVAL);
+  bytes = static_cast<std::size_t>(length);
+  return {};
+}
+
+KernelResult LinuxSystemStatistics::cpuLoad(HostCpuLoad& load) {
+  HostStat stat;
+  KernelResult result = readHostStat(stat);
+  if (result.ok()) load = stat.load;
+  return result;
+}
+
+KernelResult LinuxSystemStatistics::loadAverages(double (&averages)[3]) {
+  if (auto result = readText(proc_, "loadavg"); !result.ok()) return result;
+  double read[3] = {};
+  if (!parseLoadAverages(text_, read)) return garbled();
+  std::ranges::copy(read, averages);
+  return {};
+}
+
+KernelResult LinuxSystemStatistics::vmStatistics(HostVmStatistics& statistics) {
+  if (auto result = readText(proc_, "meminfo"); !result.ok()) return result;
+  const auto figure = [&](const char* name) { return namedFigure(text_, name).value_or(0); };
+  const auto pages = [&](const char* name) { return figure(name) * kKilobyte / pageSize_; };
+  HostVmStatistics read;
+  read.free = pages("MemFree:");
+  read.active = pages("Active:");
+  read.inactive = pages("Inactive:");
+  read.wired =
+      pages("Unevictable:") + pages("SUnreclaim:") + pages("KernelStack:") + pages("PageTables:");
+  if (auto result = readText(proc_, "vmstat"); !result.ok()) return result;
+  read.reactivations = figure("pgactivate");
+  read.pageIns = pages("pgpgin");  // told in kilobytes
+  read.pageOuts = pages("pgpgout");
+  read.faults = figure("pgfault");
+  read.purges = figure("pglazyfreed");
+  statistics = read;
+  return {};
+}
+
+KernelResult LinuxSystemStatistics::swapUsage(SwapUsage& usage) {
+  if (auto result = readText(proc_, "meminfo"); !result.ok()) return result;
+  const auto total = namedFigure(text_, "SwapTotal:");
+  const auto free = namedFigure(text_, "SwapFree:");
+  if (!total || !free) return garbled();
+  usage = {*total * kKilobyte, *free * kKilobyte, (*total - std::min(*free, *total)) * kKilobyte};
+  return {};
+}
+
+KernelResult LinuxSystemStatistics::interfaceTraffic(std::vector<NetworkTotals>& interfaces) try {
+  if (auto result = readText(proc_, "net/dev"); !result.ok()) return result;
+  parseInterfaceTraffic(text_, interfaces);
+  return {};
+} catch (const std::bad_alloc&) {
+  return failure(ENOMEM);
+}
+
+KernelResult LinuxSystemStatistics::frameworkMemory(std::uint64_t& bytes) {
+  if (auto result = readText(proc_, "self/maps"); !result.ok()) return result;
+  std::vector<MemoryRegion> regions;
+  parseMappings(text_, regions);
+  bytes = 0;
+  for (const MemoryRegion& region : regions) {
+    if (region.sharedFramework) bytes += region.virtualSize;
+  }
+  return {};
+}
+
+KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names) {
+  const Descriptor block(openDirectory(AT_FDCWD, (sysRoot_ + "/block").c_str()));
+  if (!block) return failure(errno);
+  names.clear();
+  KernelResult result = forEachEntry(block.get(), entries_, [&](const char* name) {
+    // Only a disk that has a device: loop, mapped and memory disks would count its transfers again,
+    // and so would the hidden paths of a disk that has several.
+    const std::string disk = name;
+    if (::faccessat(block.get(), (disk + "/device").c_str(), F_OK, 0) != 0) return;
+    if (readText(block.get(), (disk + "/hidden").c_str()).ok() && text_.starts_with("1")) return;
+    names.push_back(disk);
+  });
+  std::sort(names.begin(), names.end());
+  return result;
+}
+
+KernelResult LinuxSystemStatistics::blockDriverTransfers(const std::string& name,
+                                                         DiskTotals& transfers) {
+  if (auto result = readText(AT_FDCWD, (sysRoot_ + "/block/" + name + "/stat").c_str());
+      !result.ok()) {
+    return result;
+  }
+  return parseDiskStat(text_, transfers) ? KernelResult{} : garbled();
+}
+
+TaskListResult LinuxSystemStatistics::listTasks(std::vector<std::int32_t>& processes) {
+  if (proc_ < 0) return {failure(ENOENT), TaskListStep::ProcessorSets};
+  return {listNumbers(proc_, processes), TaskListStep::Tasks};
+}
+
+TaskSampleResult LinuxSystemStatistics::sampleTask(std::int32_t process, TaskDetail detail,
+                                                   TaskSample& sample) try {
+  ProcStat stat;
+  if (auto result = readStat(ProcPath(process, "stat").text(), stat); !result.ok()) {
+    return {std::move(result), TaskSampleStep::KernelProcess};
+  }
+  sample.process.command.assign(stat.command);
+  if (!bootSeconds_) {
+    HostStat host;
+    if (!readHostStat(host).ok()) bootSeconds_ = 0;
+  }
+  const TimeValue sinceBoot = timeOfTicks(stat.startTicks, ticksPerSecond_);
+  sample.process.process = process;
+  sample.process.parent = stat.parent;
+  sample.process.group = stat.group;
+  sample.process.user = 0;
+  sample.process.startSeconds = *bootSeconds_ + sinceBoot.seconds;
+  sample.process.startMicroseconds = sinceBoot.microseconds;
+  sample.process.flags = stat.flags;
+  // A process whose first thread has ended shows "Z" while the others live on.
+  sample.process.zombie = (stat.state == 'Z' || stat.state == 'X') && stat.threads <= 1;
+  sample.basic.suspendCount = stat.state == 'T' || stat.state == 't' ? 1 : 0;
+  sample.basic.virtualSize = stat.virtualBytes;
+  sample.basic.residentSize = stat.residentPages * pageSize_;
+  sample.basic.userTime = timeOfTicks(stat.userTicks, ticksPerSecond_);
+  sample.basic.systemTime = timeOfTicks(stat.systemTicks, ticksPerSecond_);
+  sample.basic.policy = stat.policy;
+  sample.threads.clear();
+  sample.ports = 0;
+  sample.events = {};
+  sample.workQueue = {};
+  if (detail == TaskDetail::None) return {};
+
+  if (wants(detail, TaskDetail::Identity) &&
+      readText(proc_, ProcPath(process, "status").text()).ok()) {
+    sample.process.user = effectiveUser(text_).value_or(0);
+  }
+  if (wants(detail, TaskDetail::Ports)) sample.ports = countDescriptors(process);
+  if (wants(detail, TaskDetail::Events)) {
+    sample.events.faults = static_cast<std::uint32_t>(stat.minorFaults + stat.majorFaults);
+    sample.events.pageIns = static_cast<std::uint32_t>(stat.majorFaults);
+    takeContextSwitches(process, sample.events);
+  }
+  if (wants(detail, TaskDetail::Threads)) takeThreads(process, sample);
+  return {};
+} catch (const std::bad_alloc&) {
+  return {failure(ENOMEM), TaskSampleStep::TaskInformation};
+}
+
+// Lists the live threads and leaves the times of those that have ended in `basic`. The kernel
+// rounds the times of process and threads each for itself, and threads go on running while they are
+// read: what they have more than the process is taken from the other kind of time, so that the sum
+// of all is the process's own wherever it can be.
+void LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample& sample) {
+  const Descriptor tasks(openDirectory(proc_, ProcPath(process, "task").text()));
+  if (!tasks || !listNumbers(tasks.get(), numbers_).ok()) return;
+  std::int64_t user = 0;
+  std::int64_t system = 0;
+  const auto microseconds = [](const TimeValue& time) {
+    return std::int64_t{time.seconds} * 1000000 + time.microseconds;
+  };
+  const auto timeOf = [](std::int64_t time) {
+    return TimeValue{static_cast<std::int32_t>(time / 1000000),
+                     static_cast<std::int32_t>(time % 1000000)};
+  };
+  user = microseconds(sample.basic.userTime);
+  system = microseconds(sample.basic.systemTime);
+  for (const std::int32_t thread : numbers_) {
+    ProcStat stat;
+    if (!readStat(ProcPath(process, thread, "stat").text(), stat).ok()) continue;
+    sample.threads.push_back(threadOf(stat, ticksPerSecond_));
+    user -= microseconds(sample.threads.back().userTime);
+    system -= microseconds(sample.threads.back().systemTime);
+  }
+  if (user < 0) system += std::exchange(user, 0);
+  if (system < 0) user = std::max<std::int64_t>(user + std::exchange(system, 0), 0);
+  sample.basic.userTime = timeOf(user);
+  sample.basic.systemTime = timeOf(system);
+}
+
+void LinuxSystemStatistics::takeContextSwitches(std::int32_t process, TaskEvents& events) {
+  const Descriptor tasks(openDirectory(proc_, ProcPath(process, "task").text()));
+  if (!tasks || !listNumbers(tasks.get(), numbers_).ok()) return;
+  std::uint64_t switches = 0;
+  for (const std::int32_t thread : numbers_) {
+    if (!readText(proc_, ProcPath(process, thread, "status").text()).ok()) continue;
+    switches += namedFigure(text_, "voluntary_ctxt_switches:").value_or(0);
+    switches += namedFigure(text_, "nonvoluntary_ctxt_switches:").value_or(0);
+  }
+  events.contextSwitches = static_cast<std::uint32_t>(switches);
+}
+
+std::uint32_t LinuxSystemStatistics::countDescriptors(std::int32_t process) {
+  const Descriptor descriptors(openDirectory(proc_, ProcPath(process, "fd").text()));
+  std::uint32_t count = 0;
+  if (descriptors) {
+    forEachEntry(descriptors.get(), entries_, [&](const char*) { ++count; });
+  }
+  return count;
+}
+
+KernelResult LinuxSystemStatistics::memoryRegions(std::int32_t process,
+                                                  std::vector<MemoryRegion>& regions) {
+  KernelResult result = readText(proc_, ProcPath(process, "smaps").text());
+  if (result.ok()) parseMappings(text_, regions);
+  return result;
+}
+
+KernelResult LinuxSystemStatistics::executablePath(std::int32_t process, std::span<char> buffer,
+                                                   std::size_t& length) {
+  const Descriptor file(::openat(proc_, ProcPath(process, "cmdline").text(), O_RDONLY | O_CLOEXEC));
+  if (!file) return failure(errno);
+  const ssize_t count = readFully(file.get(), buffer);
+  if (count < 0) return failure(errno);
+  length = std::string_view(buffer.data(), static_cast<std::size_t>(count)).find('\0');
+  length = std::min(length, static_cast<std::size_t>(count));
+  return {};
+}
+
+}  // namespace zorva
