@@ -125,7 +125,7 @@ TEST_F(ZorvaMainTest, DefaultLoggersWriteTheirSnapshotsInTableOrder) {
 
 TEST_F(ZorvaMainTest, PreferencesThatAreSetStayAndLeaveTheSystemLogOut) {
   SetPreferenceValue(handset.preferences(), kRecordSyslog, false);
-  handset.battery().takeOut();
+  handset.battery().setPresent(false);
   EXPECT_EQ(run({"-q"}), 0);
   EXPECT_EQ(output.size(), 2U) << "neither the system log nor a battery";
   EXPECT_EQ(CopyPreferenceValue(handset.preferences(), kRecordSyslog), Value(false));
@@ -139,7 +139,7 @@ TEST_F(ZorvaMainTest, NamedLoggersComeInTheOrderOfTheOptions) {
 }
 
 TEST_F(ZorvaMainTest, ABatteryAskedForAndMissingIsNoReasonToLogAllElse) {
-  handset.battery().takeOut();
+  handset.battery().setPresent(false);
   EXPECT_EQ(run({"-B", "-q"}), 0);
   EXPECT_EQ(output, Lines{});
   EXPECT_EQ(handset.systemLog().takeLines(), Lines{"ZVBatteryLogger could not be started"});

@@ -141,7 +141,7 @@ TEST_F(ZVBatteryLoggerTest, ALevelThatStaysIsNewsAfterASignificantTime) {
 
 TEST_F(ZVBatteryLoggerTest, ABatteryTakenOutReadsAsMissingAndComesBack) {
   makeLogger();
-  handset.battery().takeOut();
+  handset.battery().setPresent(false);
   handset.battery().announce();
   EXPECT_EQ(takeEvents(), (Lines{"0 ZVBatteryStatusDidChangeNotification",
                                  "0 ZVBatteryLevelDidChangeNotification"}));
@@ -155,7 +155,7 @@ TEST_F(ZVBatteryLoggerTest, ABatteryTakenOutReadsAsMissingAndComesBack) {
                 line == "Unable to look up battery voltage")
         << line;
   }
-  handset.battery().putIn();
+  handset.battery().setPresent(true);
   handset.battery().announce();
   EXPECT_EQ(takeEvents().back(), "80 ZVBatteryLevelDidChangeNotification");
 }
@@ -169,7 +169,7 @@ TEST_F(ZVBatteryLoggerTest, IsNotMadeWithoutSourceOrBattery) {
   EXPECT_EQ(make(), nullptr);
   handset.faults().fail("registry.addInterest", 1, 0xE00002BC);
   EXPECT_EQ(make(), nullptr);
-  handset.battery().takeOut();
+  handset.battery().setPresent(false);
   EXPECT_EQ(make(), nullptr);
   EXPECT_EQ(takeSystemLog(),
             (Lines{"Error: Unable to get a run loop source for battery notifications",

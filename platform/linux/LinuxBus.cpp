@@ -130,9 +130,10 @@ void LinuxBus::waitUntilReady() {
   for (;;) {
     const int processed = sd_bus_process(bus_.get(), nullptr);
     if (processed > 0) continue;
+    if (processed < 0) return ended_.request();
     const auto left =
         std::chrono::duration_cast<std::chrono::microseconds>(deadline - steady_clock::now());
-    if (processed < 0 || connected() || left.count() <= 0 ||
+    if (connected() || left.count() <= 0 ||
         sd_bus_wait(bus_.get(), static_cast<std::uint64_t>(left.count())) < 0) {
       return;
     }

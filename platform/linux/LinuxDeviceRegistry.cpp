@@ -88,6 +88,9 @@ std::shared_ptr<LinuxPowerSource> findPowerSource(const std::string& directory) 
 class LinuxNotificationPort : public RegistryNotificationPort {
  public:
   explicit LinuxNotificationPort(sd_event* event) : event_(event) {}
+  ~LinuxNotificationPort() override {
+    for (const auto& interest : *interests_) interest->removed = true;
+  }
 
   bool addToRunLoop() override {
     if (monitor_) return true;
@@ -149,11 +152,6 @@ class LinuxNotificationPort : public RegistryNotificationPort {
   // Shared with the registrations, which may be dropped after the port.
   std::shared_ptr<Interests> interests_ = std::make_shared<Interests>();
   MonitorPointer monitor_;
-
- public:
-  ~LinuxNotificationPort() override {
-    for (const auto& interest : *interests_) interest->removed = true;
-  }
 };
 
 }  // namespace

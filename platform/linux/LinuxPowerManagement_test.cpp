@@ -112,6 +112,11 @@ TEST_F(LinuxPowerManagementTest, ListsWhatKeepsTheDeviceAwake) {
               "# This is private data. Do not parse.\nWHAT=sleep:idle\nMODE=block\nUID=1000\n"
               "PID=80\nWHO=\"a \\\"b\\\"\"\nWHY=\"gr\\\\303\\\\274n \\\\n\"\nFIFO=x\n",
               1'000'000'000);
+  // The same escapes without quotes around them, as older login managers write them, and no pipe.
+  std::ofstream(records_ + "/6") << "WHAT=sleep\nMODE=block\nUID=0\nPID=90\n"
+                                    "WHO=gr\\303\\274n \\\"x\\\"\nWHY=a \\\\ b\\t\n";
+  const timespec times[2] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, (records_ + "/6").c_str(), times, 0), 0);
   // Two locks that differ in nothing, and a record of a third that has gone.
   const std::string twin = "WHAT=idle\nMODE=block\nUID=0\nPID=9\nWHO=twin\nWHY=same\n";
   writeRecord("3", twin, 1'000'000'060);
@@ -124,12 +129,14 @@ TEST_F(LinuxPowerManagementTest, ListsWhatKeepsTheDeviceAwake) {
       " ('sleep', '', 'no name', 'block-weak', 5, 9),"
       " ('sleep', 'network', 'hurry', 'delay', 0, 9),"
       " ('shutdown:handle-lid-switch', 'updater', 'wait', 'block', 0, 9),"
+      " ('sleep', 'grün \"x\"', 'a \\\\ b\\t', 'block', 0, 90),"
       " ('idle', 'twin', 'same', 'block', 0, 9)]");
   const Lines expected{
       "9: twin: same since 2001-09-09 01:47:10 +0000 (idle, 0)",
       "9: twin: same since 2001-09-09 01:47:40 +0000 (idle, 0)",
       "9: no name since 2033-05-18 03:33:20 +0000 (sleep, 5)",
-      "80: a \"b\": gr\u00fcn \n since 2001-09-09 01:46:40 +0000 (sleep:idle, 1000)"};
+      "80: a \"b\": gr\u00fcn \n since 2001-09-09 01:46:40 +0000 (sleep:idle, 1000)",
+      "90: grün \"x\": a \\ b\t since 2001-09-09 01:46:40 +0000 (sleep, 0)"};
   EXPECT_EQ(assertions(), expected);
   // What was first seen keeps its date while it is held, and no longer.
   clock_.seconds += 90;

@@ -1,0 +1,96 @@
+#pragma once
+
+// What the library's own sources share. Nobody else includes this.
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "process/libtally.h"
+
+// Stops the program in every kind of build: a broken calling order would read freed records.
+#define LIBTALLY_ASSERT(condition) \
+  ((condition) ? static_cast<void>(0) : ::zorva::libtally::assertionFailed(#condition))
+
+namespace zorva::libtally {
+
+[[noreturn]] void assertionFailed(const char* condition);
+
+/// A process's record with what only the library needs of it.
+struct Record {
+  LibtallyProcess psamp;
+  std::uint32_t regionPreference = 0;
+  std::vector<std::uint64_t> sharedObjects;  ///< those it holds references to
+};
+
+/// By ascending process id.
+struct RegistryOrder {
+  using is_transparent = void;
+  bool operator()(const std::unique_ptr<Record>& a, const std::unique_ptr<Record>& b) const;
+  bool operator()(const std::unique_ptr<Record>& a, std::int32_t pid) const;
+  bool operator()(std::int32_t pid, const std::unique_ptr<Record>& b) const;
+};
+using Registry = std::set<std::unique_ptr<Record>, RegistryOrder>;
+
+/// A memory object that processes share.
+struct SharedObject {
+  std::uint32_t references = 0;    ///< processes that map it
+  std::uint64_t residentSize = 0;  ///< the largest that one of them saw
+};
+
+struct Context {
+  Context(SystemStatistics& statistics, AccountDatabase& accountDatabase)
+      : source(statistics), accounts(accountDatabase) {}
+
+  SystemStatistics& source;
+  AccountDatabase& accounts;
+  LibtallyMessage message = nullptr;
+  void* userData = nullptr;
+  LibtallyGathering gathering;
+  std::uint32_t interval = 1;
+  LibtallySystem tsamp;
+  Registry registry;
+
+  bool sorted = false;         ///< iteration follows `order`, else the registry
+  std::vector<Record*> order;  ///< of libtally_psort
+  std::size_t next = 0;        ///< place in `order` of the next record
+  std::optional<std::int32_t>
+      passed;  ///< process id of the last record of the registry's iteration
+
+  std::map<uid_t, std::string> userNames;
+  std::unordered_map<std::uint64_t, SharedObject> sharedObjects;
+  std::unique_ptr<char[]> arguments;
+  std::size_t argumentLength = 0;
+
+  // Kept from sample to sample, so that their memory is allocated once.
+  std::vector<std::int32_t> processes;
+  TaskSample task;
+  std::vector<MemoryRegion> regions;
+};
+
+/// The context, nothing outside a round.
+Context* context();
+
+enum class TaskUpdate { Done, Skipped, OutOfMemory };
+
+/// Brings the record of one process up to date.
+TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegions);
+
+/// Walks the process's memory. Its figures stay as they were when the walk fails.
+void walkMemory(Context& context, Record& record);
+/// Gives up the record's shared objects; it is about to be freed or walked.
+void releaseSharedObjects(Context& context, Record& record);
+
+/// Frees the record and answers the one after it.
+Registry::iterator removeRecord(Context& context, Registry::iterator record);
+
+/// The last path component of the process's executable, for processes of the launcher.
+std::string commandFromArguments(Context& context, const Record* pinfo);
+
+}  // namespace zorva::libtally
