@@ -1,7 +1,8 @@
 #include "platform/linux/LinuxSystemNotifications.h"
 
-#include <fcntl.h>
+#include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -60,14 +61,14 @@ class LinuxSystemNotificationsTest : public testing::Test {
   Registration listen(LinuxSystemNotifications& centre, const std::string& name) {
     return centre.subscribe(name, [this](std::string_view heard) {
       heard_ += std::string(heard) + " ";
-      if (heard == "end") loop_.stop();
+      if (heard == "end" && --ends_ == 0) loop_.stop();
     });
   }
-  // What is heard of the posts so far.
+  // What is heard of the posts so far, where every daemon listens to "end".
   std::string heard() {
     heard_.clear();
-    EXPECT_EQ(post("end").full, 0);
-    loop_.run();
+    ends_ = post("end").delivered;
+    if (ends_ > 0) loop_.run();
     return heard_;
   }
   static sockaddr_un addressOf(const std::string& path) {
@@ -113,6 +114,7 @@ class LinuxSystemNotificationsTest : public testing::Test {
   Log log_;
   std::optional<LinuxSystemNotifications> centre_;
   std::string heard_;
+  int ends_ = 0;  // still to come before everything posted has been heard
 };
 
 TEST_F(LinuxSystemNotificationsTest, EveryDaemonHearsPosts) {
@@ -120,22 +122,25 @@ TEST_F(LinuxSystemNotificationsTest, EveryDaemonHearsPosts) {
   LinuxSystemNotifications other(loop_, log_, directories_);
   const Registration a = listen(*centre_, "a");
   const Registration end = listen(*centre_, "end");
-  Registration b = listen(other, "b");
-  ASSERT_TRUE(a && end && b);
+  ASSERT_TRUE(a && end);
   for (const char* name : {"", ".a", "a/b", "a b", "\x7f"})
     EXPECT_FALSE(listen(other, name)) << name;
   EXPECT_FALSE(listen(other, std::string(129, 'a')));
+  EXPECT_EQ(post("a").delivered, 1);
   EXPECT_TRUE(listen(other, std::string(128, 'a')));
-  EXPECT_EQ(post("b").delivered, 2);
-  post("a");
+  Registration alsoA = listen(other, "a");
+  const Registration alsoEnd = listen(other, "end");
+  EXPECT_EQ(post("a").delivered, 2);
   post("nobody");
-  EXPECT_EQ(heard(), "b a end ");
-  b.reset();
-  post("b");
-  post("a");
-  EXPECT_EQ(heard(), "a end ");
+  std::string all = heard();
+  EXPECT_EQ(std::count(all.begin(), all.end(), 'a'), 3) << all;
+  alsoA.reset();
+  EXPECT_EQ(post("a").delivered, 2);
+  all = heard();
+  EXPECT_EQ(std::count(all.begin(), all.end(), 'a'), 1) << all;
+  heard_.clear();
   centre_->post("a");
-  EXPECT_EQ(heard_, "a end a ") << "at once, in this process only";
+  EXPECT_EQ(heard_, "a ") << "at once, in this process only";
   EXPECT_TRUE(log_.lines.empty());
 }
 
@@ -177,7 +182,9 @@ TEST_F(LinuxSystemNotificationsTest, FullQueueDoesNotBlockPoster) {
   while (post("a").full == 0 && posts < 100000) ++posts;
   EXPECT_GT(posts, 0);
   EXPECT_LT(posts, 100000);
-  EXPECT_EQ(notifyCommand({"a"}, directories_, stdout, stdout), 1);
+  std::FILE* nowhere = std::fopen("/dev/null", "w");
+  EXPECT_EQ(notifyCommand({"a"}, directories_, nowhere, nowhere), 1);
+  std::fclose(nowhere);
 }
 
 TEST_F(LinuxSystemNotificationsTest, OnlyRootAndOwnUserAreHeard) {
@@ -345,6 +352,22 @@ TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
   std::ofstream(directories_.own + "/states") << "in the way";
   EXPECT_TRUE(run({"a", "--state", "2"}).starts_with("1zorva-notify: Cannot open the directory '"));
   EXPECT_EQ(heard(), "end ") << "not posted without its state";
+}
+
+TEST_F(LinuxSystemNotificationsTest, DirectoriesFollowUserAndEnvironment) {
+  EXPECT_EQ(asStranger([&] {
+              const auto own = [] { return NotificationDirectories::ofProcess().own; };
+              ::unsetenv("ZORVA_RUN_DIRECTORY");
+              ::setenv("XDG_RUNTIME_DIR", top_.c_str(), 1);
+              if (own() != "/tmp/zorva-1234") return 1;  // not the user's directory
+              ::setenv("ZORVA_RUN_DIRECTORY", "/private", 1);
+              return own() == "/private" ? 0 : 2;
+            }),
+            ::geteuid() == 0 ? 0 : 99);
+  ::unsetenv("ZORVA_RUN_DIRECTORY");
+  ::setenv("XDG_RUNTIME_DIR", top_.c_str(), 1);
+  EXPECT_EQ(NotificationDirectories::ofProcess().own,
+            ::geteuid() == 0 ? "/run/zorva" : top_ + "/zorva");
 }
 
 }  // namespace
