@@ -1,21 +1,18 @@
 // The small services: accounts, device information, processes, system log.
 
-#include <fcntl.h>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <pty.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/linux/LinuxAccountDatabase.h"
-#include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxDeviceInformation.h"
 #include "platform/linux/LinuxProcessTable.h"
 #include "platform/linux/LinuxSystemLog.h"
@@ -74,24 +71,6 @@ TEST(LinuxDeviceInformation, NamesDeviceFitForFileName) {
 
 constexpr const char* kMessage = "50% %s\nzorva: forged \x1b[31m";
 constexpr const char* kShown = "50% %s\\x0azorva: forged \\x1b[31m";
-
-TEST(LinuxSystemLog, WritesOneLineOnTerminal) {
-  int terminal;
-  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    LinuxSystemLog().write(kMessage);
-    ::_exit(0);
-  }
-  std::string shown;
-  char buffer[256];
-  for (ssize_t n; (n = ::read(terminal, buffer, sizeof buffer)) > 0;) {
-    shown.append(buffer, static_cast<std::size_t>(n));
-  }
-  ::waitpid(child, nullptr, 0);
-  ::close(terminal);
-  EXPECT_EQ(shown, "zorva: " + std::string(kShown) + "\r\n");
-}
 
 // In a mount namespace of its own, where the sockets of the journal and of syslog are ours.
 int logToPrivateSockets() {

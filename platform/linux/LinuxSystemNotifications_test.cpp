@@ -1,12 +1,12 @@
 #include "platform/linux/LinuxSystemNotifications.h"
 
-#include <fcntl.h>
+#include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
-#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -60,14 +60,14 @@ class LinuxSystemNotificationsTest : public testing::Test {
   Registration listen(LinuxSystemNotifications& centre, const std::string& name) {
     return centre.subscribe(name, [this](std::string_view heard) {
       heard_ += std::string(heard) + " ";
-      if (heard == "end") loop_.stop();
+      if (heard == "end" && --ends_ == 0) loop_.stop();
     });
   }
-  // What is heard of the posts so far.
+  // What is heard of the posts so far, where every daemon listens to "end".
   std::string heard() {
     heard_.clear();
-    EXPECT_EQ(post("end").full, 0);
-    loop_.run();
+    ends_ = post("end").delivered;
+    if (ends_ > 0) loop_.run();
     return heard_;
   }
   static sockaddr_un addressOf(const std::string& path) {
@@ -113,6 +113,7 @@ class LinuxSystemNotificationsTest : public testing::Test {
   Log log_;
   std::optional<LinuxSystemNotifications> centre_;
   std::string heard_;
+  int ends_ = 0;  // still to come before everything posted has been heard
 };
 
 TEST_F(LinuxSystemNotificationsTest, EveryDaemonHearsPosts) {
@@ -120,22 +121,25 @@ TEST_F(LinuxSystemNotificationsTest, EveryDaemonHearsPosts) {
   LinuxSystemNotifications other(loop_, log_, directories_);
   const Registration a = listen(*centre_, "a");
   const Registration end = listen(*centre_, "end");
-  Registration b = listen(other, "b");
-  ASSERT_TRUE(a && end && b);
+  ASSERT_TRUE(a && end);
   for (const char* name : {"", ".a", "a/b", "a b", "\x7f"})
     EXPECT_FALSE(listen(other, name)) << name;
   EXPECT_FALSE(listen(other, std::string(129, 'a')));
+  EXPECT_EQ(post("a").delivered, 1);
   EXPECT_TRUE(listen(other, std::string(128, 'a')));
-  EXPECT_EQ(post("b").delivered, 2);
-  post("a");
+  Registration alsoA = listen(other, "a");
+  const Registration alsoEnd = listen(other, "end");
+  EXPECT_EQ(post("a").delivered, 2);
   post("nobody");
-  EXPECT_EQ(heard(), "b a end ");
-  b.reset();
-  post("b");
-  post("a");
-  EXPECT_EQ(heard(), "a end ");
+  std::string all = heard();
+  EXPECT_EQ(std::count(all.begin(), all.end(), 'a'), 3) << all;
+  alsoA.reset();
+  EXPECT_EQ(post("a").delivered, 2);
+  all = heard();
+  EXPECT_EQ(std::count(all.begin(), all.end(), 'a'), 1) << all;
+  heard_.clear();
   centre_->post("a");
-  EXPECT_EQ(heard_, "a end a ") << "at once, in this process only";
+  EXPECT_EQ(heard_, "a ") << "at once, in this process only";
   EXPECT_TRUE(log_.lines.empty());
 }
 
@@ -177,7 +181,9 @@ TEST_F(LinuxSystemNotificationsTest, FullQueueDoesNotBlockPoster) {
   while (post("a").full == 0 && posts < 100000) ++posts;
   EXPECT_GT(posts, 0);
   EXPECT_LT(posts, 100000);
-  EXPECT_EQ(notifyCommand({"a"}, directories_, stdout, stdout), 1);
+  std::FILE* nowhere = std::fopen("/dev/null", "w");
+  EXPECT_EQ(notifyCommand({"a"}, directories_, nowhere, nowhere), 1);
+  std::fclose(nowhere);
 }
 
 TEST_F(LinuxSystemNotificationsTest, OnlyRootAndOwnUserAreHeard) {
@@ -292,21 +298,9 @@ TEST_F(LinuxSystemNotificationsTest, StatesPersist) {
   EXPECT_TRUE(set(directories_, 8));
   EXPECT_EQ(centre_->state("a"), 8u);
 
-  if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away and fill a disk";
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
   ASSERT_EQ(::chown(file.c_str(), kStranger, kStranger), 0);
   EXPECT_EQ(centre_->state("a"), std::nullopt);
-  fs::remove(file);
-  const std::string states = directories_.own + "/states";
-  ASSERT_EQ(::mount("none", states.c_str(), "tmpfs", 0, "size=8k,mode=755"), 0);
-  EXPECT_TRUE(set(directories_, 9));
-  std::ofstream(states + "/filler") << std::string(8192, 'x');
-  EXPECT_FALSE(set(directories_, 10));
-  EXPECT_NE(problem.find("No space left"), std::string::npos) << problem;
-  EXPECT_EQ(centre_->state("a"), 9u);
-  fs::remove(states + "/filler");
-  EXPECT_EQ(std::distance(fs::directory_iterator(states), fs::directory_iterator()), 1)
-      << "no litter";
-  ::umount(states.c_str());
 }
 
 TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
@@ -345,6 +339,16 @@ TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
   std::ofstream(directories_.own + "/states") << "in the way";
   EXPECT_TRUE(run({"a", "--state", "2"}).starts_with("1zorva-notify: Cannot open the directory '"));
   EXPECT_EQ(heard(), "end ") << "not posted without its state";
+}
+
+TEST_F(LinuxSystemNotificationsTest, DirectoriesFollowUserAndEnvironment) {
+  ::unsetenv("ZORVA_RUN_DIRECTORY");
+  ::setenv("XDG_RUNTIME_DIR", top_.c_str(), 1);
+  EXPECT_EQ(NotificationDirectories::ofProcess().own,
+            ::geteuid() == 0 ? "/run/zorva" : top_ + "/zorva");
+  ::setenv("ZORVA_RUN_DIRECTORY", "/private", 1);
+  EXPECT_EQ(NotificationDirectories::ofProcess().own, "/private");
+  ::unsetenv("ZORVA_RUN_DIRECTORY");
 }
 
 }  // namespace
