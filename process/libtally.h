@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <sys/types.h>
 
@@ -36,15 +37,15 @@ void libtally_i64_init(libtally_i64& accumulator, std::uint64_t total, std::uint
 std::int32_t libtally_i64_update(libtally_i64& accumulator, std::uint32_t counter);
 std::uint64_t libtally_i64_value(const libtally_i64& accumulator);
 
-/// A figure of this sample and of the one before. Both are equal in the first sample of what they
-/// measure, unless the field says otherwise.
+/// A figure of this sample and of the one before.
 template <typename Value>
 struct LibtallyPair {
   Value current{};
   Value previous{};
 };
 
-/// A figure of this sample, of the one before, and of the first one.
+/// A figure of this sample, of the one before, and of the first one. All are equal in the first
+/// sample, unless the field says otherwise.
 template <typename Value>
 struct LibtallySeries {
   Value current{};
@@ -52,7 +53,7 @@ struct LibtallySeries {
   Value first{};
 };
 
-/// Number of process states, and the highest of them.
+/// The highest process state.
 inline constexpr std::uint32_t LIBTALLY_STATE_MAX = 7;
 
 /// The process states.
@@ -84,8 +85,26 @@ struct LibtallyMemory {
   bool operator==(const LibtallyMemory&) const = default;
 };
 
-/// One process, as the last sample that saw it found it. Previous figures are 0 when the process is
-/// first seen, but for those of the CPU time.
+/// What a process's record holds beyond its identity and CPU time. Previous figures are 0 when the
+/// process is first seen.
+struct LibtallyDetails {
+  LibtallyPair<TaskBasicInfo> basic;  ///< its times are those of the threads that have ended
+  LibtallyPair<std::uint32_t> threads;
+  LibtallyPair<std::uint32_t> runningThreads;
+  LibtallyPair<std::uint32_t> ports;
+  LibtallyEvents faults;
+  LibtallyEvents pageIns;
+  LibtallyEvents copyOnWriteFaults;
+  LibtallyEvents messagesSent;
+  LibtallyEvents messagesReceived;
+  LibtallyEvents machSystemCalls;
+  LibtallyEvents unixSystemCalls;
+  LibtallyEvents contextSwitches;
+  LibtallyPair<LibtallyMemory> memory;
+  LibtallyPair<WorkQueue> workQueue;
+};
+
+/// One process, as the last sample that saw it found it.
 struct LibtallyProcess {
   std::uint32_t uid = 0;  ///< effective user id
   std::int32_t pid = 0;
@@ -98,23 +117,12 @@ struct LibtallyProcess {
   std::int32_t startMicroseconds = 0;
   std::uint32_t flags = 0;
   std::uint32_t cpuType = 0;
-  LibtallyPair<TaskBasicInfo> basic;    ///< its times are those of the threads that have exited
-  LibtallySeries<TimeValue> totalTime;  ///< user and system time of all threads since the start;
-                                        ///< `first` is the value when the process was first seen
-  LibtallyPair<std::uint32_t> threads;
-  LibtallyPair<std::uint32_t> runningThreads;
   std::uint32_t state = kLibtallyUnknown;
-  LibtallyPair<std::uint32_t> ports;
-  LibtallyEvents faults;
-  LibtallyEvents pageIns;
-  LibtallyEvents copyOnWriteFaults;
-  LibtallyEvents messagesSent;
-  LibtallyEvents messagesReceived;
-  LibtallyEvents machSystemCalls;
-  LibtallyEvents unixSystemCalls;
-  LibtallyEvents contextSwitches;
-  LibtallyPair<LibtallyMemory> memory;
-  LibtallyPair<WorkQueue> workQueue;
+  LibtallySeries<TimeValue> totalTime;  ///< user and system time of all threads since the start;
+                                        ///< `first` is the value when the process was first seen,
+                                        ///< and so is `previous` then
+  /// Nothing in a sample that gathers none of it, which spares most of a record's memory.
+  std::unique_ptr<LibtallyDetails> details;
 };
 
 /// The system as the last sample found it.
@@ -157,8 +165,9 @@ using LibtallyComparator = int (*)(void* userData, const LibtallyProcess& placed
 /// libtally_init and lasts until it is called again.
 void libtally_use(SystemStatistics& statistics, AccountDatabase& accounts);
 
-/// What a sample gathers beyond each process's ids, command name, start, flags, basic information
-/// and CPU time. What is not gathered stays 0, and a process without Threads in state "unknown".
+/// What a sample gathers beyond each process's ids, command name, start, flags and CPU time. What
+/// is not gathered stays 0, and a process without Threads in state "unknown"; with neither details
+/// nor memory regions the records have no LibtallyDetails.
 struct LibtallyGathering {
   TaskDetail details = kEveryTaskDetail;
   bool memoryRegions = true;

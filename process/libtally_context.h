@@ -82,7 +82,8 @@ enum class TaskUpdate { Done, Skipped, OutOfMemory };
 /// Brings the record of one process up to date.
 TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegions);
 
-/// Walks the process's memory. Its figures stay as they were when the walk fails.
+/// Walks the memory of a process whose record has details. Its figures stay as they were when the
+/// walk fails.
 void walkMemory(Context& context, Record& record);
 /// Gives up the record's shared objects; it is about to be freed or walked.
 void releaseSharedObjects(Context& context, Record& record);

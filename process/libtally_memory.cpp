@@ -43,7 +43,7 @@ void walkMemory(Context& context, Record& record) {
     object.residentSize = std::max(object.residentSize, resident);
     record.sharedObjects.push_back(identity);
   }
-  record.psamp.memory.current = memory;
+  record.psamp.details->memory.current = memory;
 }
 
 }  // namespace zorva::libtally

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -88,11 +89,11 @@ void totalProcesses(Context& context) {
   LibtallySystem& tsamp = context.tsamp;
   for (const auto& record : context.registry) {
     const LibtallyProcess& psamp = record->psamp;
-    if (psamp.seq.current != tsamp.seq) continue;
-    tsamp.threads += psamp.threads.current;
-    tsamp.virtualSize += psamp.basic.current.virtualSize;
-    tsamp.privateResident += psamp.memory.current.privateResident;
-    tsamp.regions += psamp.memory.current.regions;
+    if (psamp.seq.current != tsamp.seq || !psamp.details) continue;
+    tsamp.threads += psamp.details->threads.current;
+    tsamp.virtualSize += psamp.details->basic.current.virtualSize;
+    tsamp.privateResident += psamp.details->memory.current.privateResident;
+    tsamp.regions += psamp.details->memory.current.regions;
   }
   for (const auto& [identity, object] : context.sharedObjects) {
     tsamp.sharedResident += object.residentSize;

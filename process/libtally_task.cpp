@@ -42,10 +42,7 @@ std::uint32_t stateOf(const ThreadInfo& thread) {
   }
 }
 
-void takeTimesAndThreads(const TaskSample& task, bool isNew, LibtallyProcess& psamp) {
-  psamp.totalTime.previous = psamp.totalTime.current;
-  psamp.threads.previous = std::exchange(psamp.threads.current, 0);
-  psamp.runningThreads.previous = std::exchange(psamp.runningThreads.current, 0);
+void takeTimeAndState(const TaskSample& task, bool isNew, LibtallyProcess& psamp) {
   TimeValue total = task.basic.userTime;
   add(total, task.basic.systemTime);
   std::uint32_t state = task.process.zombie ? kLibtallyZombie : kLibtallyUnknown;
@@ -54,13 +51,12 @@ void takeTimesAndThreads(const TaskSample& task, bool isNew, LibtallyProcess& ps
       add(total, thread.userTime);
       add(total, thread.systemTime);
     }
-    ++psamp.threads.current;
-    if (thread.runState == kThreadRunning) ++psamp.runningThreads.current;
     state = std::min(state, stateOf(thread));
   }
   psamp.state = state;
+  psamp.totalTime.previous = isNew ? total : psamp.totalTime.current;
   psamp.totalTime.current = total;
-  if (isNew) psamp.totalTime.first = psamp.totalTime.previous = total;
+  if (isNew) psamp.totalTime.first = total;
 }
 
 void takeCounter(std::uint32_t counter, bool isNew, LibtallyEvents& events) {
@@ -73,15 +69,28 @@ void takeCounter(std::uint32_t counter, bool isNew, LibtallyEvents& events) {
   }
 }
 
-void takeEvents(const TaskEvents& events, bool isNew, LibtallyProcess& psamp) {
-  takeCounter(events.faults, isNew, psamp.faults);
-  takeCounter(events.pageIns, isNew, psamp.pageIns);
-  takeCounter(events.copyOnWriteFaults, isNew, psamp.copyOnWriteFaults);
-  takeCounter(events.messagesSent, isNew, psamp.messagesSent);
-  takeCounter(events.messagesReceived, isNew, psamp.messagesReceived);
-  takeCounter(events.machSystemCalls, isNew, psamp.machSystemCalls);
-  takeCounter(events.unixSystemCalls, isNew, psamp.unixSystemCalls);
-  takeCounter(events.contextSwitches, isNew, psamp.contextSwitches);
+void takeEvents(const TaskEvents& events, bool isNew, LibtallyDetails& details) {
+  takeCounter(events.faults, isNew, details.faults);
+  takeCounter(events.pageIns, isNew, details.pageIns);
+  takeCounter(events.copyOnWriteFaults, isNew, details.copyOnWriteFaults);
+  takeCounter(events.messagesSent, isNew, details.messagesSent);
+  takeCounter(events.messagesReceived, isNew, details.messagesReceived);
+  takeCounter(events.machSystemCalls, isNew, details.machSystemCalls);
+  takeCounter(events.unixSystemCalls, isNew, details.unixSystemCalls);
+  takeCounter(events.contextSwitches, isNew, details.contextSwitches);
+}
+
+void takeDetails(const TaskSample& task, bool isNew, bool firstSample, LibtallyDetails& details) {
+  details.basic.previous = std::exchange(details.basic.current, task.basic);
+  const auto running = std::ranges::count(task.threads, kThreadRunning, &ThreadInfo::runState);
+  details.threads.previous =
+      std::exchange(details.threads.current, static_cast<std::uint32_t>(task.threads.size()));
+  details.runningThreads.previous =
+      std::exchange(details.runningThreads.current, static_cast<std::uint32_t>(running));
+  details.ports.previous = std::exchange(details.ports.current, task.ports);
+  takeEvents(task.events, isNew, details);
+  if (!firstSample) details.workQueue.previous = details.workQueue.current;
+  details.workQueue.current = task.workQueue;
 }
 
 bool wantsWalk(const Record& record, bool isNew, bool replaced, bool registerRegions) {
@@ -146,17 +155,18 @@ TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegio
   psamp.startSeconds = task.process.startSeconds;
   psamp.startMicroseconds = task.process.startMicroseconds;
   psamp.seq.previous = std::exchange(psamp.seq.current, context.tsamp.seq);
-  psamp.basic.previous = std::exchange(psamp.basic.current, task.basic);
-
-  psamp.memory.previous = psamp.memory.current;
-  if (context.gathering.memoryRegions && wantsWalk(record, isNew, replaced, registerRegions)) {
-    walkMemory(context, record);
+  takeTimeAndState(task, isNew, psamp);
+  const LibtallyGathering& gathering = context.gathering;
+  if (gathering.details != TaskDetail::None || gathering.memoryRegions) {
+    const bool firstDetails = psamp.details == nullptr;
+    if (firstDetails) psamp.details = std::make_unique<LibtallyDetails>();
+    auto& memory = psamp.details->memory;
+    memory.previous = memory.current;
+    if (gathering.memoryRegions && wantsWalk(record, firstDetails, replaced, registerRegions)) {
+      walkMemory(context, record);
+    }
+    takeDetails(task, firstDetails, context.tsamp.seq == 1, *psamp.details);
   }
-  takeTimesAndThreads(task, isNew, psamp);
-  psamp.ports.previous = std::exchange(psamp.ports.current, task.ports);
-  takeEvents(task.events, isNew, psamp);
-  if (context.tsamp.seq > 1) psamp.workQueue.previous = psamp.workQueue.current;
-  psamp.workQueue.current = task.workQueue;
   ++context.tsamp.processesInState[psamp.state];
   return TaskUpdate::Done;
 }

@@ -178,7 +178,7 @@ TEST_F(LibtallyTest, AddsThreadTimesAndTellsTheStateOfTheBusiestThread) {
   const LibtallyProcess* const process = record(5);
   EXPECT_EQ(process->totalTime.current, (TimeValue{12, 299999}));
   EXPECT_EQ(process->totalTime.previous, process->totalTime.current);
-  EXPECT_EQ(process->threads.current, 2u);
+  EXPECT_EQ(process->details->threads.current, 2u);
   EXPECT_STREQ(libtally_state_str(process->state), "stuck");
 
   statistics.task(5).sample.threads[0].userTime = {1, 600000};
@@ -187,7 +187,7 @@ TEST_F(LibtallyTest, AddsThreadTimesAndTellsTheStateOfTheBusiestThread) {
   EXPECT_EQ(process->totalTime.current, (TimeValue{13, 299999}));
   EXPECT_EQ(process->totalTime.previous, (TimeValue{12, 299999}));
   EXPECT_EQ(process->totalTime.first, (TimeValue{12, 299999}));
-  EXPECT_EQ(process->threads.previous, 2u);
+  EXPECT_EQ(process->details->threads.previous, 2u);
 }
 
 TEST_F(LibtallyTest, CountsProcessesByState) {
@@ -257,11 +257,11 @@ TEST_F(LibtallyTest, CountersAreFollowedThroughTheirWraps) {
   statistics.task(1).sample.ports = 6;
   ASSERT_EQ(libtally_sample(false, false), 0);
   const LibtallyProcess* const process = record(1);
-  EXPECT_EQ(process->faults.previous, 0xFFFFFFF0u);
-  EXPECT_EQ(libtally_i64_value(process->faults.total), 0x100000010u);
-  EXPECT_EQ(process->ports.previous, 4u);
-  EXPECT_EQ(process->ports.current, 6u);
-  EXPECT_EQ(process->workQueue.previous.threads, 2u);
+  EXPECT_EQ(process->details->faults.previous, 0xFFFFFFF0u);
+  EXPECT_EQ(libtally_i64_value(process->details->faults.total), 0x100000010u);
+  EXPECT_EQ(process->details->ports.previous, 4u);
+  EXPECT_EQ(process->details->ports.current, 6u);
+  EXPECT_EQ(process->details->workQueue.previous.threads, 2u);
 }
 
 TEST_F(LibtallyTest, SystemFiguresMoveFromSampleToSample) {
@@ -385,7 +385,7 @@ TEST_F(LibtallyTest, SharedObjectsCountOnceForTheSystem) {
   statistics.task(2).regions = {kPrivate, kShared};
   ASSERT_EQ(init(), 0);
   ASSERT_EQ(libtally_sample(false, false), 0);
-  const LibtallyMemory& memory = record(1)->memory.current;
+  const LibtallyMemory& memory = record(1)->details->memory.current;
   EXPECT_EQ(memory, (LibtallyMemory{40, 100, 80, 400, 300, 4}));
   const LibtallySystem& tsamp = *libtally_tsamp();
   EXPECT_EQ(tsamp.virtualSize, 1500u);

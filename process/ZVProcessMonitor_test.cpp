@@ -1,0 +1,76 @@
+#include "process/ZVProcessMonitor.h"
+
+#include <algorithm>
+#include <string>
+
+#include "tests/support/LoggerTest.h"
+
+namespace zorva {
+namespace {
+
+using Operation = SimSystemStatistics::Operation;
+
+class ZVProcessMonitorTest : public LoggerTest {
+ protected:
+  ZVProcessMonitorTest() {
+    std::vector<std::int32_t> processes;
+    statistics.listTasks(processes);
+    for (const std::int32_t process : processes) statistics.removeTask(process);
+    attach(*monitor);
+  }
+
+  SimSystemStatistics& statistics = handset.statistics();
+  std::unique_ptr<ZVProcessMonitor> monitor =
+      ZVProcessMonitor::logger(services(), statistics, handset.accounts());
+};
+
+TEST_F(ZVProcessMonitorTest, ListsTheBusiestFirstAndEqualsByProcessId) {
+  statistics.setTask(30, "late", {4, 0});
+  statistics.setTask(12, "early", {4, 900000});
+  statistics.setTask(7, "idle", {0, 900000});
+  statistics.setTask(99, "busy\nname\xff", {812, 0});
+  TaskSample& threaded = statistics.task(7).sample;
+  threaded.threads[0].userTime = {0, 50000};
+  monitor->log();
+  EXPECT_EQ(log.takeEntries(), Lines{"[ProcessMonitor] busy\\x0aname\uFFFD(99)=812; early(12)=4; "
+                                     "late(30)=4; idle(7)=0;"});
+  EXPECT_EQ(statistics.lastDetail(), TaskDetail::None);
+  EXPECT_EQ(statistics.calls(Operation::LoadAverages), 0);
+}
+
+TEST_F(ZVProcessMonitorTest, AnEntryHoldsThe999Busiest) {
+  for (std::int32_t i = 1; i <= 1200; ++i) statistics.setTask(i, "p", {i, 0});
+  const std::string body = ZVProcessMonitor::sampleBody(statistics, handset.accounts());
+  EXPECT_EQ(std::ranges::count(body, ';'), 999);
+  EXPECT_TRUE(body.starts_with(" p(1200)=1200; p(1199)=1199;"));
+  EXPECT_TRUE(body.ends_with(" p(202)=202;"));
+}
+
+TEST_F(ZVProcessMonitorTest, ListsWhatItCouldHave) {
+  statistics.setTask(1, "a", {});
+  statistics.failNext(Operation::MemorySize, {5, "broken"});
+  monitor->log();
+  statistics.failNext(Operation::Tasks, {5, "broken"});
+  monitor->log();
+  EXPECT_EQ(log.takeEntries(), (Lines{"[ProcessMonitor]", "[ProcessMonitor]"}));
+  statistics.setTask(2, "b", {});
+  statistics.endAfterNextListing(1);
+  monitor->log();
+  EXPECT_EQ(log.takeEntries(), Lines{"[ProcessMonitor] b(2)=0;"});
+}
+
+TEST_F(ZVProcessMonitorTest, AnswersTheLevelNotificationsWhileEnabled) {
+  statistics.setTask(1, "a", {});
+  notifications.post("ZVBatteryLevelDidChangeNotification");
+  notifications.post("ZVBatteryLevelDidNotChangeForSignificantTimeNotification");
+  EXPECT_EQ(log.takeEntries().size(), 2u);
+  notifications.post("ZVBatteryStatusDidChangeNotification");
+  monitor->setEnabled(false);
+  notifications.post("ZVBatteryLevelDidChangeNotification");
+  monitor->setEnabled(true);
+  monitor.reset();
+  notifications.post("ZVBatteryLevelDidChangeNotification");
+}
+
+}  // namespace
+}  // namespace zorva
