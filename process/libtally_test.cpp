@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/Text.h"
-#include "platform/sim/SimSystemStatistics.h"
+#include "platform/sim/SimHandset.h"
 #include "process/libtally_context.h"
 
 namespace zorva {
@@ -16,21 +16,6 @@ namespace {
 
 using Operation = SimSystemStatistics::Operation;
 using std::chrono::seconds;
-
-struct SetClock : Clock {
-  Date date{seconds(1000)};
-  Date now() const override { return date; }
-};
-
-struct OneAccount : AccountDatabase {
-  std::string name = "mobile";
-  int lookUps = 0;
-  std::optional<Ids> idsOfUser(const std::string&) override { return std::nullopt; }
-  std::optional<std::string> nameOfUser(uid_t user) override {
-    ++lookUps;
-    return user == 501 ? std::optional(name) : std::nullopt;
-  }
-};
 
 __attribute__((format(printf, 2, 3))) int collect(void* messages, const char* format, ...) {
   va_list arguments;
@@ -42,7 +27,12 @@ __attribute__((format(printf, 2, 3))) int collect(void* messages, const char* fo
 
 class LibtallyTest : public testing::Test {
  protected:
-  LibtallyTest() { libtally_use(statistics, accounts); }
+  LibtallyTest() {
+    libtally_use(statistics, handset.accounts());
+    std::vector<std::int32_t> processes;
+    statistics.listTasks(processes);
+    for (const std::int32_t process : processes) statistics.removeTask(process);
+  }
   ~LibtallyTest() override {
     libtally_fini();
     EXPECT_EQ(messages, std::vector<std::string>()) << "messages that nobody looked at";
@@ -73,9 +63,8 @@ class LibtallyTest : public testing::Test {
     return pids;
   }
 
-  SetClock clock;
-  OneAccount accounts;
-  SimSystemStatistics statistics{clock};
+  SimHandset handset;
+  SimSystemStatistics& statistics = handset.statistics();
   std::vector<std::string> messages;
 };
 
@@ -114,7 +103,7 @@ TEST_F(LibtallyTest, InitTellsWhyItFailsAndReadsTheFixedFigures) {
   EXPECT_EQ(tsamp.memorySize, 512u << 20);
   EXPECT_EQ(tsamp.reservedPages, 0x10000000u / 4096) << "whole steps of 128 MiB";
   EXPECT_EQ(tsamp.cpu.first.idle, 7u);
-  EXPECT_EQ(tsamp.time.first, clock.date);
+  EXPECT_EQ(tsamp.time.first, SimHandset::kStart);
   EXPECT_EQ(libtally_set_interval(101), -1);
   EXPECT_EQ(libtally_set_interval(100), 0);
   EXPECT_EQ(libtally_preg(1, 2), -1);
@@ -286,7 +275,7 @@ TEST_F(LibtallyTest, SystemFiguresMoveFromSampleToSample) {
   EXPECT_TRUE(tsamp.swapKnown);
   EXPECT_EQ(tsamp.frameworkMemory, 0u) << "not asked for";
 
-  clock.date += seconds(60);
+  handset.clock().set(SimHandset::kStart + seconds(60));
   system.cpuLoad.user = 9;
   system.vmStatistics.faults = 130;
   statistics.failNext(Operation::SwapUsage, {5, "broken"});
@@ -404,13 +393,14 @@ TEST_F(LibtallyTest, SharedObjectsCountOnceForTheSystem) {
 
 TEST_F(LibtallyTest, UserNamesAreLookedUpOnce) {
   ASSERT_EQ(init(), 0);
+  handset.accounts().setUser("someone", {501, 501});
   const char* const name = libtally_username(501);
-  EXPECT_STREQ(name, "mobile");
+  EXPECT_STREQ(name, "someone");
+  handset.accounts().removeUser("someone");
   EXPECT_EQ(libtally_username(501), name);
-  EXPECT_EQ(accounts.lookUps, 1);
-  EXPECT_EQ(libtally_username(7), nullptr);
-  EXPECT_EQ(libtally_username(7), nullptr);
-  EXPECT_EQ(accounts.lookUps, 3) << "an unknown user is asked for again";
+  EXPECT_EQ(libtally_username(77), nullptr);
+  handset.accounts().setUser("late", {77, 77});
+  EXPECT_STREQ(libtally_username(77), "late") << "an unknown user is asked for again";
 }
 
 TEST_F(LibtallyTest, ProcessesOfTheLauncherAreNamedAfterTheirExecutables) {

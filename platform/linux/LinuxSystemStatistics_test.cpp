@@ -1,0 +1,276 @@
+#include "platform/linux/LinuxSystemStatistics.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "platform/linux/DirectoryForTest.h"
+
+namespace zorva {
+namespace {
+
+// A process of the test's own, which has done the work when the constructor returns and then waits.
+class Child {
+ public:
+  explicit Child(const std::function<void()>& work) {
+    int ready[2];
+    EXPECT_EQ(pipe(ready), 0);
+    process_ = fork();
+    if (process_ == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      work();
+      [[maybe_unused]] const ssize_t written = write(ready[1], "", 1);
+      for (;;) pause();
+    }
+    close(ready[1]);
+    char byte;
+    EXPECT_EQ(read(ready[0], &byte, 1), 1) << "the child died";
+    close(ready[0]);
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() { end(); }
+
+  /// Ends it without reaping it.
+  void becomeZombie() {
+    kill(process_, SIGKILL);
+    siginfo_t information;
+    waitid(P_PID, static_cast<id_t>(process_), &information, WEXITED | WNOWAIT);
+  }
+  /// Ends and reaps it, and answers what it used.
+  rusage end() {
+    rusage usage{};
+    if (process_ <= 0) return usage;
+    kill(process_, SIGKILL);
+    wait4(process_, nullptr, 0, &usage);
+    process_ = 0;
+    return usage;
+  }
+  pid_t process() const { return process_; }
+
+ private:
+  pid_t process_ = 0;
+};
+
+double secondsOf(const TimeValue& time) {
+  return time.seconds + time.microseconds / 1e6;
+}
+double secondsOf(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+TEST(LinuxSystemStatisticsTest, TellsForeignNamesByteByByte) {
+  LinuxSystemStatistics statistics;
+  for (const char* const name : {"a b) S 1 (", "line\nbreak", "\xff\xfe\xc0", ") R 1", "(("}) {
+    const Child child([&] { prctl(PR_SET_NAME, name); });
+    TaskSample sample;
+    ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, sample).ok());
+    EXPECT_EQ(sample.process.command, name);
+    EXPECT_EQ(sample.process.process, child.process());
+    EXPECT_EQ(sample.process.parent, getpid());
+    EXPECT_EQ(sample.process.group, getpgrp());
+    EXPECT_GT(sample.basic.residentSize, 0u);
+    EXPECT_GE(sample.basic.virtualSize, sample.basic.residentSize);
+  }
+}
+
+TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsWithThreadsAndWithout) {
+  // Works until it has used what a coarse clock cannot miss; partly in a thread that ends.
+  const auto work = [](double seconds) {
+    rusage usage{};
+    do {
+      getrusage(RUSAGE_THREAD, &usage);
+    } while (secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime) < seconds);
+  };
+  LinuxSystemStatistics statistics;
+  Child child([&] {
+    std::thread(work, 0.15).join();
+    work(0.15);
+  });
+  TaskSample plain;
+  TaskSample threads;
+  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, plain).ok());
+  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::Threads, threads).ok());
+  EXPECT_TRUE(plain.threads.empty());
+  ASSERT_EQ(threads.threads.size(), 1u);
+  EXPECT_EQ(threads.threads[0].runState, kThreadWaiting);
+  const rusage usage = child.end();
+  const double expected = secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
+  const double total = secondsOf(plain.basic.userTime) + secondsOf(plain.basic.systemTime);
+  // Two figures, each cut to whole ticks; the child uses some more on its way to its end.
+  EXPECT_LE(total, expected + 0.001);
+  EXPECT_GE(total, 0.28);
+  const double exited = secondsOf(threads.basic.userTime) + secondsOf(threads.basic.systemTime);
+  const double live =
+      secondsOf(threads.threads[0].userTime) + secondsOf(threads.threads[0].systemTime);
+  EXPECT_GE(exited, 0.1);
+  EXPECT_GE(live, 0.1);
+  EXPECT_NEAR(exited + live, total, 1e-6);
+}
+
+TEST(LinuxSystemStatisticsTest, DetailsOfAProcess) {
+  LinuxSystemStatistics statistics;
+  const Child child([] {
+    for (int i = 0; i < 20; ++i) [[maybe_unused]] const int copy = dup(0);
+    if (geteuid() == 0) [[maybe_unused]]
+      const int set = seteuid(12345);
+  });
+  TaskSample sample;
+  ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, sample).ok());
+  EXPECT_EQ(sample.process.user, geteuid() == 0 ? 12345u : geteuid());
+  EXPECT_GT(sample.events.faults, 0u);
+  EXPECT_GT(sample.events.contextSwitches, 0u);
+  EXPECT_GT(sample.process.startSeconds, 1600000000);
+  EXPECT_GE(sample.ports, 20u);
+  std::vector<MemoryRegion> regions;
+  ASSERT_TRUE(statistics.memoryRegions(child.process(), regions).ok());
+  EXPECT_TRUE(std::ranges::any_of(regions, &MemoryRegion::sharedFramework));
+  std::uint64_t resident = 0;
+  for (const MemoryRegion& region : regions) resident += region.residentSize;
+  EXPECT_GT(resident, 0u);
+
+  char path[64];
+  std::size_t length = 0;
+  ASSERT_TRUE(statistics.executablePath(child.process(), path, length).ok());
+  EXPECT_GT(length, 0u);
+  EXPECT_LE(length, sizeof path);
+  EXPECT_EQ(std::string_view(path, length).find('\0'), std::string_view::npos);
+}
+
+TEST(LinuxSystemStatisticsTest, ZombiesAreListedAndTheGoneAreNot) {
+  LinuxSystemStatistics statistics;
+  Child child([] { prctl(PR_SET_NAME, "ghost"); });
+  const pid_t process = child.process();
+  child.becomeZombie();
+  std::vector<std::int32_t> processes;
+  ASSERT_TRUE(statistics.listTasks(processes).ok());
+  EXPECT_TRUE(std::ranges::is_sorted(processes));
+  EXPECT_TRUE(std::ranges::binary_search(processes, process));
+  EXPECT_TRUE(std::ranges::binary_search(processes, getpid()));
+  TaskSample sample;
+  ASSERT_TRUE(statistics.sampleTask(process, kEveryTaskDetail, sample).ok());
+  EXPECT_TRUE(sample.process.zombie);
+  EXPECT_EQ(sample.process.command, "ghost");
+  child.end();
+  const auto gone = statistics.sampleTask(process, TaskDetail::None, sample);
+  EXPECT_FALSE(gone.ok());
+  EXPECT_EQ(gone.failed, TaskSampleStep::KernelProcess);
+  EXPECT_NE(gone.text, "");
+  ASSERT_TRUE(statistics.listTasks(processes).ok());
+  EXPECT_FALSE(std::ranges::binary_search(processes, process));
+}
+
+TEST(LinuxSystemStatisticsTest, TheMachineHasFigures) {
+  LinuxSystemStatistics statistics;
+  std::uint64_t memory = 0;
+  std::size_t length = 0;
+  HostCpuLoad load;
+  double averages[3];
+  HostVmStatistics vm;
+  SwapUsage swap;
+  std::vector<NetworkTotals> interfaces;
+  std::uint64_t frameworks = 0;
+  Date now;
+  EXPECT_TRUE(statistics.memorySize(memory).ok());
+  EXPECT_GT(memory, 1u << 20);
+  EXPECT_TRUE(statistics.maximumArgumentLength(length).ok());
+  EXPECT_GE(length, 4096u);
+  EXPECT_TRUE(statistics.cpuLoad(load).ok());
+  EXPECT_GT(load.user + load.system, 0u);
+  EXPECT_TRUE(statistics.loadAverages(averages).ok());
+  EXPECT_TRUE(statistics.vmStatistics(vm).ok());
+  EXPECT_GT(vm.free, 0u);
+  EXPECT_GT(vm.faults, 0u);
+  EXPECT_TRUE(statistics.swapUsage(swap).ok());
+  EXPECT_TRUE(statistics.interfaceTraffic(interfaces).ok());
+  EXPECT_FALSE(interfaces.empty());
+  EXPECT_TRUE(statistics.frameworkMemory(frameworks).ok());
+  EXPECT_GT(frameworks, 0u);
+  EXPECT_TRUE(statistics.timeOfDay(now).ok());
+  EXPECT_GT(secondsSinceEpoch(now), 1600000000);
+}
+
+// A tree of files in place of the kernel's.
+class FakeTreeTest : public testing::Test {
+ protected:
+  void write(const std::string& path, const std::string& text) {
+    std::filesystem::create_directories(std::filesystem::path(root / path).parent_path());
+    std::ofstream(root / path) << text;
+  }
+
+  DirectoryForTest root;
+};
+
+TEST_F(FakeTreeTest, FilesThatAreMissingOrGarbledAreFailures) {
+  LinuxSystemStatistics nowhere(root / "none", root / "none");
+  std::vector<std::int32_t> processes{5};
+  const auto listed = nowhere.listTasks(processes);
+  EXPECT_FALSE(listed.ok());
+  EXPECT_EQ(listed.failed, TaskListStep::ProcessorSets);
+  EXPECT_EQ(processes, std::vector<std::int32_t>{5});
+
+  write("proc/stat", "garbage");
+  write("proc/meminfo", "MemTotal: lots\n");
+  write("proc/loadavg", "");
+  write("proc/12/stat", std::string(10000, '('));
+  write("proc/13/stat", "");
+  write("proc/99999999999/stat", "");
+  write("proc/0/stat", "");
+  write("proc/1x/stat", "");
+  write("proc/3/stat",
+        "3 (kthread/0:1-name longer than others) I 2 0 0 0 -1 69238880 0 0 0 0 7 250 "
+        "0 0 20 0 1 0 300 0 0");
+  LinuxSystemStatistics statistics(root / "proc", root / "sys");
+  std::uint64_t memory = 7;
+  HostCpuLoad load;
+  double averages[3];
+  SwapUsage swap;
+  std::vector<NetworkTotals> interfaces;
+  std::vector<std::string> drivers;
+  EXPECT_FALSE(statistics.memorySize(memory).ok());
+  EXPECT_EQ(memory, 7u);
+  EXPECT_FALSE(statistics.cpuLoad(load).ok());
+  EXPECT_FALSE(statistics.loadAverages(averages).ok());
+  EXPECT_FALSE(statistics.swapUsage(swap).ok());
+  EXPECT_FALSE(statistics.interfaceTraffic(interfaces).ok());
+  EXPECT_FALSE(statistics.blockDrivers(drivers).ok());
+  ASSERT_TRUE(statistics.listTasks(processes).ok());
+  EXPECT_EQ(processes, (std::vector<std::int32_t>{3, 12, 13}));
+  TaskSample sample;
+  EXPECT_FALSE(statistics.sampleTask(12, kEveryTaskDetail, sample).ok());
+  EXPECT_FALSE(statistics.sampleTask(13, kEveryTaskDetail, sample).ok());
+  ASSERT_TRUE(statistics.sampleTask(3, kEveryTaskDetail, sample).ok());
+  EXPECT_EQ(sample.process.command, "kthread/0:1-name longer than others");
+  const auto ticks = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
+  EXPECT_EQ(sample.basic.systemTime, timeOfTicks(250, ticks));
+}
+
+TEST_F(FakeTreeTest, OnlyWholeDisksWithADeviceCount) {
+  for (const char* const disk : {"sda", "nvme0c0n1", "vda"}) {
+    write(std::string("sys/block/") + disk + "/device/x", "");
+    write(std::string("sys/block/") + disk + "/stat", "1 0 2 0 3 0 4 0 0 0 0\n");
+  }
+  write("sys/block/nvme0c0n1/hidden", "1\n");
+  write("sys/block/sda/hidden", "0\n");
+  write("sys/block/loop0/stat", "9 9 9 9 9 9 9 9 9 9 9\n");
+  LinuxSystemStatistics statistics(root / "proc", root / "sys");
+  std::vector<std::string> drivers;
+  ASSERT_TRUE(statistics.blockDrivers(drivers).ok());
+  EXPECT_EQ(drivers, (std::vector<std::string>{"sda", "vda"}));
+  DiskTotals totals;
+  ASSERT_TRUE(statistics.blockDriverTransfers("sda", totals).ok());
+  EXPECT_EQ(totals, (DiskTotals{1, 1024, 3, 2048}));
+  EXPECT_FALSE(statistics.blockDriverTransfers("gone", totals).ok());
+}
+
+}  // namespace
+}  // namespace zorva
