@@ -91,9 +91,6 @@ std::shared_ptr<LinuxPowerSource> findPowerSource(const std::string& directory) 
 class LinuxNotificationPort : public RegistryNotificationPort {
  public:
   explicit LinuxNotificationPort(sd_event* event) : event_(event) {}
-  ~LinuxNotificationPort() override {
-    for (const auto& interest : *interests_) interest->removed = true;
-  }
 
   bool addToRunLoop() override {
     if (monitor_) return true;
