@@ -112,7 +112,10 @@ class LinuxNotificationPort : public RegistryNotificationPort {
     const auto battery = std::dynamic_pointer_cast<LinuxPowerSource>(entry);
     if (!battery) return kRegistryBadArgument;
     interest = interests_[battery->name()].add(
-        [entry, handler = std::move(handler)] { handler(entry, kBatteryStatusChanged, Value()); });
+        [entry, handler = std::move(handler), port = std::weak_ptr(alive_)] {
+          // An earlier handler may have ended the port.
+          if (!port.expired()) handler(entry, kBatteryStatusChanged, Value());
+        });
     return kRegistrySuccess;
   }
 
@@ -132,6 +135,7 @@ class LinuxNotificationPort : public RegistryNotificationPort {
 
   sd_event* event_;
   std::map<std::string, Observers<>, std::less<>> interests_;  // by the device's name
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   MonitorPointer monitor_;
 };
 
