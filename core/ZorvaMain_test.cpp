@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/stat.h>
@@ -23,13 +22,12 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-// A logger that writes its letter, and once more for every "again" notification.
+// A logger that writes its letter.
 class Named : public ZVLogger {
  public:
   Named(const LoggerParts& parts, char letter) : ZVLogger(parts.services), name_(1, letter) {
     EXPECT_NE(parts.telephonyConnection, nullptr);
     ++alive;
-    registerCallbackForOstrelNotification(ZVLoggerLogCallback, "again");
   }
   ~Named() override { --alive; }
   void log() override { logEntryWithBody(name_, " snapshot;"); }
@@ -81,18 +79,12 @@ class ZorvaMainTest : public ::testing::Test {
     return status;
   }
 
-  void at(int seconds, std::function<void()> step) {
-    handset.runLoop().schedule(std::chrono::seconds(seconds), std::move(step));
+  // A daemon that ends after so long. It would end at once if it knew -q.
+  int runDaemon(int seconds = 0) {
+    handset.runLoop().schedule(std::chrono::seconds(seconds),
+                               [this] { handset.notifications().post("com.vennor.zorva.exit"); });
+    return run({"-d", "-q", "-p"});
   }
-  void postAt(int seconds, const char* name) {
-    at(seconds, [this, name] { handset.notifications().post(name); });
-  }
-  // A daemon that ends as soon as its loop runs.
-  int runDaemon() {
-    postAt(0, "com.vennor.zorva.exit");
-    return run({"-d", "-p"});
-  }
-
   static Lines linesOf(std::istream&& stream) {
     Lines lines;
     for (std::string line; std::getline(stream, line);) lines.push_back(line);
@@ -126,37 +118,12 @@ TEST_F(ZorvaMainTest, NamedLoggersComeInTheOrderOfTheOptions) {
                            "11/16/26 14:00:00 [B] snapshot;"}));
 }
 
-TEST_F(ZorvaMainTest, ABatteryAskedForAndMissingIsNoReasonToLogAllElse) {
-  handset.battery().setPresent(false);
-  EXPECT_EQ(run({"-B", "-q"}), 0);
-  EXPECT_EQ(output, Lines{});
-  EXPECT_EQ(handset.systemLog().takeLines(), Lines{"ZVBatteryLogger could not be started"});
-}
-
 TEST_F(ZorvaMainTest, AskedForHelpItDoesNothingElse) {
   EXPECT_EQ(run({"-d", "-B", "-h"}), 0);
   EXPECT_TRUE(errorText.starts_with("Usage: zorva [-Bdhpq]\n")) << errorText;
   EXPECT_EQ(output, Lines{});
   EXPECT_EQ(fileNames(), Lines{});
   EXPECT_TRUE(CopyPreferenceValue(handset.preferences(), kRecordSyslog).isNothing());
-}
-
-TEST_F(ZorvaMainTest, ADaemonWritesAFileAndBeginsAnewWhenItIsMovedAway) {
-  const fs::path elsewhere = handset.root() / "moved.zorva";
-  at(10, [&] { std::ofstream(logDirectory() / "crash.log") << "not ours"; });
-  at(20, [&] { fs::rename(logFile(0), elsewhere); });
-  postAt(30, "again");
-  postAt(40, "com.vennor.zorva.exit");
-  postAt(50, "again");
-  EXPECT_EQ(run({"-d", "-q", "-p"}), 0) << "-q has no effect with -d";
-  EXPECT_EQ(output, Lines{});
-  EXPECT_EQ(fileNames(), (Lines{"Zorva_2026-11-16-140020_Sim Phone.zorva", "crash.log"}));
-  EXPECT_EQ(linesOf(std::ifstream(elsewhere)),
-            (Lines{"Zorva Version: 5", "11/16/26 14:00:00 [A] snapshot;"}));
-  EXPECT_EQ(linesOf(std::ifstream(logDirectory() / "Zorva_2026-11-16-140020_Sim Phone.zorva")),
-            (Lines{"Zorva Version: 5", "11/16/26 14:00:20 [A] snapshot;",
-                   "11/16/26 14:00:30 [A] snapshot;"}));
-  EXPECT_EQ(handset.systemLog().takeLines(), Lines{"creating new log"});
 }
 
 TEST_F(ZorvaMainTest, TheTenthNameOfASecondIsAppendedTo) {
@@ -196,9 +163,8 @@ TEST_F(ZorvaMainTest, PlantedLinksAreNeitherFollowedNorReplaced) {
   }
   // When such a thing is taken away, the next event in the directory begins a file after all.
   fs::create_symlink(victim, logFile(9));
-  at(0, [&] { fs::remove(logFile(9)); });
-  postAt(10, "com.vennor.zorva.exit");
-  EXPECT_EQ(run({"-d", "-p"}), 0);
+  handset.runLoop().schedule({}, [&] { fs::remove(logFile(9)); });
+  EXPECT_EQ(runDaemon(10), 0);
   EXPECT_EQ(linesOf(std::ifstream(logFile(9))).size(), 2U);
   EXPECT_EQ(handset.systemLog().takeLines().back(), "creating new log");
   EXPECT_EQ(linesOf(std::ifstream(victim)), Lines{"precious"});

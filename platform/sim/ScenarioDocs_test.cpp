@@ -1,9 +1,9 @@
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,18 +17,12 @@ namespace {
 // name the page's lines.
 std::vector<std::string> examplesIn(const std::string& page) {
   std::vector<std::string> examples;
-  std::istringstream lines(page);
-  std::string line;
-  bool inside = false;
-  for (std::size_t number = 1; std::getline(lines, line); ++number) {
-    if (line == "```yaml") {
-      inside = true;
-      examples.emplace_back(number, '\n');
-    } else if (line == "```") {
-      inside = false;
-    } else if (inside) {
-      examples.back() += line + "\n";
-    }
+  std::size_t end = 0;
+  for (std::size_t start; (start = page.find("\n```yaml\n", end)) != std::string::npos;) {
+    start += 9;
+    end = page.find("\n```\n", start) + 1;
+    const auto above = std::count(page.begin(), page.begin() + static_cast<long>(start), '\n');
+    examples.push_back(std::string(above, '\n') + page.substr(start, end - start));
   }
   return examples;
 }

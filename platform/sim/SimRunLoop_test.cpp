@@ -77,7 +77,6 @@ TEST_F(SimRunLoopTest, AdvanceGoesExactlySoFarAndSettingTheClockLeavesTimersAlon
   loop.advance(0.5);
   EXPECT_EQ(trace, Trace{"timer@10.0"});
   loop.advance(5);
-  EXPECT_EQ(clock.elapsed(), 15s);
   EXPECT_EQ(clock.now(), SimHandset::kStart - 24h + 15s);
 }
 
