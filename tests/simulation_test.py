@@ -39,12 +39,13 @@ class SimulationTest(unittest.TestCase):
         self.assertEqual((refused.returncode, refused.stdout), (2, ''))
         self.assertIn(f'{scenario.name}:2:3: ', refused.stderr)
         good = ROOT / 'scenarios' / 'first-hour.yaml'
-        for arguments, error in (([], 'no scenario is given'), ([good, good], 'more than one scenario'),
-                                 ([good, '-B'], 'unknown option -B'),
-                                 ([good, '--root'], '--root needs'), ([good, '--root='], '--root needs'),
-                                 ([good, '--root', good], "the handset's files have no place: "),
-                                 ([ROOT / 'no.yaml'], f'{ROOT}/no.yaml: cannot be read: No such'),
-                                 ([ROOT], f'{ROOT}: cannot be read: Is a directory')):
+        for arguments, error in (
+                ([], 'no scenario is given'), ([good, good], 'more than one scenario'),
+                ([good, '-B'], 'unknown option -B'), ([good, '--root'], '--root needs'),
+                ([good, '--root='], '--root needs'),
+                ([good, '--root', good], "the handset's files have no place: "),
+                ([ROOT / 'no.yaml'], f'{ROOT}/no.yaml: cannot be read: No such'),
+                ([ROOT], f'{ROOT}: cannot be read: Is a directory')):
             refused = run(program('zorva-sim'), *arguments)
             self.assertEqual((refused.returncode, refused.stdout), (2, ''), arguments)
             self.assertTrue(refused.stderr.startswith(f'zorva-sim: {error}'), refused.stderr)
