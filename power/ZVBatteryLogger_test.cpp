@@ -23,24 +23,23 @@ class ZVBatteryLoggerTest : public LoggerTest {
         EXPECT_EQ(n.sender, logger.get());
         const auto properties = std::any_cast<std::shared_ptr<ZVBatteryProperties>>(
             n.userInformation.at("ZVBatteryStatusPropertiesKey"));
-        events.push_back(formatLevel(*properties) + " " + name);
+        events.push_back(std::to_string(wholePercent(properties->capacity())) + " " + name);
         for (std::string& entry : log.takeEntries()) seenBefore.push_back(std::move(entry));
       }));
     }
   }
   ~ZVBatteryLoggerTest() override { sZorvaState.gasGaugeEnabled.reset(); }
 
-  static std::string formatLevel(ZVBatteryProperties& properties) {
-    return std::to_string(wholePercent(properties.capacity()));
-  }
-
   ZVBatteryProperties::Sources sources() {
     const Platform& platform = handset.platform();
     return {platform.registry, platform.device, platform.systemLog};
   }
+  std::unique_ptr<ZVBatteryLogger> make() {
+    return ZVBatteryLogger::logger(services(), sources(), handset.batteryUsage(),
+                                   handset.preferences());
+  }
   void makeLogger() {
-    logger = ZVBatteryLogger::logger(services(), sources(), handset.batteryUsage(),
-                                     handset.preferences());
+    logger = make();
     ASSERT_NE(logger, nullptr);
     attach(*logger);
   }
@@ -58,44 +57,18 @@ class ZVBatteryLoggerTest : public LoggerTest {
   std::vector<Registration> observations_;
 };
 
-TEST_F(ZVBatteryLoggerTest, WritesEveryField) {
-  SimBattery& battery = handset.battery();
-  battery.set("MaxCapacity", 1400);
-  battery.set("CurrentCapacity", 1234);
-  battery.setVoltage(3921);
-  battery.setCurrent(-212);
-  battery.setChargingCurrent(-198);
-  battery.setTemperature(29.5);
-  makeLogger();
-  logger->log();
-  handset.batteryUsage().setTimes(BatteryUsage::Times{3725.0F, 90061.0F});
-  battery.setChargeStatus("LowTemperature");
-  battery.set("Voltage", Value());
-  logger->log();
-  EXPECT_EQ(log.takeEntries(),
-            (Lines{"[Battery] level=88.14%; voltage=3921 mV; current=-212 mA; max_capacity=1400; "
-                   "charging_state=Inactive; charging_current=-198 mA; battery_temp=29.50 C; "
-                   "usage=<unknown>; standby=<unknown>;",
-                   "[Battery] level=88.14%; voltage=-1 mV; current=-212 mA; max_capacity=1400; "
-                   "charging_state=UnderTemp; charging_current=-198 mA; battery_temp=29.50 C; "
-                   "usage=01:02:05; standby=25:01:01;"}));
-  EXPECT_EQ(takeSystemLog(), Lines{"Unable to look up battery voltage"});
-}
-
 TEST_F(ZVBatteryLoggerTest, WithoutAGasGaugeCurrentAndCapacityAreUnknown) {
   handset.device().setAnswer("gas-gauge-battery", {});
   handset.battery().set("Voltage", 1);
   handset.battery().set("VennorRawBatteryVoltage", 3700);
   makeLogger();
   logger->log();
+  const Lines first = log.takeEntries();
   handset.device().setAnswer("gas-gauge-battery", true);  // is not asked again
   logger->log();
-  const Lines entries = log.takeEntries();
-  ASSERT_EQ(entries.size(), 2U);
-  EXPECT_NE(entries[0].find(" voltage=3700 mV; current=<unknown>; max_capacity=<unknown>;"),
-            std::string::npos)
-      << entries[0];
-  EXPECT_EQ(entries[1], entries[0]);
+  EXPECT_EQ(log.takeEntries(), first);
+  EXPECT_EQ(first.at(0).substr(0, 83),
+            "[Battery] level=80.00%; voltage=3700 mV; current=<unknown>; max_capacity=<unknown>;");
 }
 
 TEST_F(ZVBatteryLoggerTest, TellsChangesBeforeAndLevelsAfterTheEntry) {
@@ -152,20 +125,14 @@ TEST_F(ZVBatteryLoggerTest, ABatteryTakenOutReadsAsMissingAndComesBack) {
             "charging_state=Inactive; charging_current=0 mA; battery_temp=0.00 C; "
             "usage=<unknown>; standby=<unknown>;");
   const Lines problems = takeSystemLog();
-  for (const char* problem :
-       {"Unable to get properties for battery (0xe00002c0)", "Unable to look up battery voltage"}) {
-    EXPECT_NE(std::find(problems.begin(), problems.end(), problem), problems.end()) << problem;
-  }
+  EXPECT_EQ(problems.front(), "Unable to get properties for battery (0xe00002c0)");
+  EXPECT_EQ(std::ranges::count(problems, "Unable to look up battery voltage"), 1);
   handset.battery().setPresent(true);
   handset.battery().announce();
   EXPECT_EQ(takeEvents().back(), "80 ZVBatteryLevelDidChangeNotification");
 }
 
 TEST_F(ZVBatteryLoggerTest, IsNotMadeWithoutSourceOrBattery) {
-  const auto make = [this] {
-    return ZVBatteryLogger::logger(services(), sources(), handset.batteryUsage(),
-                                   handset.preferences());
-  };
   handset.faults().fail("registry.addToRunLoop");
   EXPECT_EQ(make(), nullptr);
   handset.faults().fail("registry.addInterest", 1, 0xE00002BC);
@@ -204,12 +171,10 @@ TEST_F(ZVBatteryLoggerTest, OneReadingAnswersEverythingButTheVoltage) {
 TEST_F(ZVBatteryLoggerTest, ChargingStatesFirstMatchWins) {
   const struct {
     bool charging, full;
-    std::optional<std::string> status;
-    const char* text;
+    const char *status, *text;
   } cases[] = {{true, true, "HighTemperature", "Active"},
                {false, true, "HighTemperature", "Full"},
-               {false, false, std::nullopt, "Inactive"},
-               {false, false, "HighTemperature", "OverTemp"},
+               {false, false, "LowTemperature", "UnderTemp"},
                {false, false, "BatteryTemperatureGradient", "Gradient"},
                {false, false, "hightemperature", "hightemperature"}};
   for (const auto& [charging, full, status, text] : cases) {
@@ -223,8 +188,6 @@ TEST_F(ZVBatteryLoggerTest, ChargingStatesFirstMatchWins) {
 }
 
 TEST(WholePercent, IsDefinedForEveryLevel) {
-  EXPECT_EQ(wholePercent(88.99), 88U);
-  EXPECT_EQ(wholePercent(-0.5), 0U);
   EXPECT_EQ(wholePercent(std::nan("")), 0U);
   EXPECT_EQ(wholePercent(HUGE_VAL), 0U);
   EXPECT_EQ(wholePercent(1e300), 4294967295U);

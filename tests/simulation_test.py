@@ -38,7 +38,19 @@ class SimulationTest(unittest.TestCase):
             refused = run(program('zorva-sim'), scenario.name)
         self.assertEqual((refused.returncode, refused.stdout), (2, ''))
         self.assertIn(f'{scenario.name}:2:3: ', refused.stderr)
-        self.assertNotEqual(run(program('zorva-sim'), '/no/such/file.yaml').returncode, 0)
+        good = ROOT / 'scenarios' / 'first-hour.yaml'
+        for arguments, error in (
+                ([], 'no scenario is given'), ([good, good], 'more than one scenario'),
+                ([good, '-B'], 'unknown option -B'), ([good, '--root'], '--root needs'),
+                ([good, '--root='], '--root needs'),
+                ([good, '--root', good], "the handset's files have no place: "),
+                ([ROOT / 'no.yaml'], f'{ROOT}/no.yaml: cannot be read: No such'),
+                ([ROOT], f'{ROOT}: cannot be read: Is a directory')):
+            refused = run(program('zorva-sim'), *arguments)
+            self.assertEqual((refused.returncode, refused.stdout), (2, ''), arguments)
+            self.assertTrue(refused.stderr.startswith(f'zorva-sim: {error}'), refused.stderr)
+        shown = run(program('zorva-sim'), '--help')
+        self.assertEqual((shown.returncode, shown.stdout[:16]), (0, 'Usage: zorva-sim'))
 
 
 programs.main()

@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <map>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -11,29 +13,16 @@
 namespace zorva {
 namespace {
 
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path);
-  std::ostringstream contents;
-  contents << file.rdbuf();
-  return contents.str();
-}
-
 // The yaml blocks of the page, each after as many empty lines as stand above it, so that errors
 // name the page's lines.
 std::vector<std::string> examplesIn(const std::string& page) {
   std::vector<std::string> examples;
-  std::istringstream lines(page);
-  std::string line;
-  bool inside = false;
-  for (std::size_t number = 1; std::getline(lines, line); ++number) {
-    if (line == "```yaml") {
-      inside = true;
-      examples.emplace_back(number, '\n');
-    } else if (line == "```") {
-      inside = false;
-    } else if (inside) {
-      examples.back() += line + "\n";
-    }
+  std::size_t end = 0;
+  for (std::size_t start; (start = page.find("\n```yaml\n", end)) != std::string::npos;) {
+    start += 9;
+    end = page.find("\n```\n", start) + 1;
+    const auto above = std::count(page.begin(), page.begin() + static_cast<long>(start), '\n');
+    examples.push_back(std::string(above, '\n') + page.substr(start, end - start));
   }
   return examples;
 }
@@ -41,11 +30,13 @@ std::vector<std::string> examplesIn(const std::string& page) {
 // The page must be complete, and its examples right: every section of every service is used in one
 // of them, and every key that the reader then offers is named in the text, as is every fault point.
 TEST(ScenarioDocs, NameEveryKeyAndFaultPoint) {
-  const std::string page = contentsOf("docs/scenarios.md");
+  std::ifstream file("docs/scenarios.md");
+  const std::string page{std::istreambuf_iterator<char>(file), {}};
   ASSERT_FALSE(page.empty());
-  std::set<std::string> offered;
-  std::set<std::string> usedAtStart;
-  std::set<std::string> usedInSteps;
+  SimHandset healthy;
+  const std::vector<std::string> points = healthy.faults().names();
+  std::set<std::string> offered(points.begin(), points.end());
+  std::map<std::string, std::set<std::string>> used;  // sections, by "device" and "steps"
   for (const std::string& example : examplesIn(page)) {
     SimHandset handset;
     const Scenario scenario = Scenario::read(example, "docs/scenarios.md", handset);
@@ -56,27 +47,20 @@ TEST(ScenarioDocs, NameEveryKeyAndFaultPoint) {
 
     const ScenarioNode root = ScenarioNode::parse(example, std::make_shared<ScenarioText>());
     for (const auto& [key, value] : root.entries()) {
-      if (key.text() == "device") {
-        for (const auto& entry : value.entries()) usedAtStart.insert(entry.first.text());
-      } else if (key.text() == "steps") {
-        for (const ScenarioNode& step : value.list()) {
-          for (const auto& entry : step.entries()) usedInSteps.insert(entry.first.text());
-        }
+      if (key.text() != "device" && key.text() != "steps") continue;
+      for (const ScenarioNode& node : value.oneOrMore()) {
+        for (const auto& entry : node.entries()) used[key.text()].insert(entry.first.text());
       }
     }
   }
-  for (const std::string& key : offered) {
-    EXPECT_NE(page.find("`" + key + "`"), std::string::npos) << key << " is not explained";
+  for (const std::string& name : offered) {
+    EXPECT_NE(page.find("`" + name + "`"), std::string::npos) << name << " is not explained";
   }
-  SimHandset handset;
-  for (const auto& section : handset.sections().start()) {
-    EXPECT_TRUE(usedAtStart.contains(section.name)) << section.name << " has no example";
+  for (const auto& section : healthy.sections().start()) {
+    EXPECT_TRUE(used["device"].contains(section.name)) << section.name << " has no example";
   }
-  for (const auto& section : handset.sections().step()) {
-    EXPECT_TRUE(usedInSteps.contains(section.name)) << section.name << " has no example";
-  }
-  for (const std::string& point : handset.faults().names()) {
-    EXPECT_NE(page.find("`" + point + "`"), std::string::npos) << point << " is not named";
+  for (const auto& section : healthy.sections().step()) {
+    EXPECT_TRUE(used["steps"].contains(section.name)) << section.name << " has no example";
   }
 }
 

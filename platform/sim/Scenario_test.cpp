@@ -35,25 +35,18 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       // the text
       {"", "1:1: the scenario is empty"},
       {"steps: [1\n", "2:1: this is no YAML: "},
-      {"a: \x01", "1:1: the key \"a\" is not known here"},
       {"---\nsteps: []\n---\nend: 5\n", "3:1: a scenario is one document"},
       {"description: &a text\nend: *a\n", "2:6: aliases are not read; write the value out"},
       {"end: !odd 5\n", "1:6: the tag \"!odd\" is not known"},
       {"? [a, b]\n: c\n", "1:3: a key must be a text"},
       {"end: " + std::string(40, '[') + std::string(40, ']'), "1:37: too deeply nested"},
       {std::string(2 << 20, '#'), "1:1: the scenario is too large; at most 1 MiB is read"},
-      {"just text", "1:1: a mapping is wanted here"},
       // keys
-      {"stops: []\n",
-       "1:1: the key \"stops\" is not known here; use one of: description, device, steps, end"},
       {"end: 5\nend: 6\n", "2:1: the key \"end\" stands here for the second time"},
       {"device:\n  battery: {level: 80, volt: 3}\n",
        "2:24: the key \"volt\" is not known here; use one of: level, max_capacity, current"},
       {"device: {battery: {\"le\\nvel\": 1}}", "1:20: the key \"le\\x0avel\" is not known here"},
       {"device: {users: {a: {user_id: 1}}}", "1:21: the key \"group_id\" is missing here"},
-      {"device: {information: {a: 1, a: 2}}", "1:30: the key \"a\" stands here for the second"},
-      {"device: {preferences: {a: {b: 1, b: 2}}}",
-       "1:34: the key \"b\" stands here for the second"},
       // steps and their order
       {"steps: {at: 1}", "1:8: a list is wanted here"},
       {"steps: [5]", "1:9: a step is a mapping"},
@@ -64,28 +57,19 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       {"steps: [{at: 10s, stop: true}]\nend: 9s\n", "2:6: the end comes before the last step"},
       // kinds and ranges
       {"end: -1", "1:6: write a duration here"},
-      {"end: 1h30", "1:6: write a duration here"},
       {"end: 30m1h", "1:6: write a duration here"},
-      {"end: 00:60:00", "1:6: write a duration here"},
       {"end: 00:-1:00", "1:6: write a duration here"},
-      {"end: nan", "1:6: write a duration here"},
       {"end: 1e300", "1:6: this is too long"},
-      {"end: [1]", "1:6: write a duration here"},
       {"end:\n", "1:1: write a duration here"},
       {"device: {battery: {level: 101}}", "1:27: write a number from 0 to 100 here"},
-      {"device: {battery: {level: full}}", "1:27: write a number from 0 to 100 here"},
-      {"device: {battery: {voltage: 3921.5}}", "1:29: write a whole number from -2147483648"},
       {"device: {battery: {voltage: 99999999999999999999}}", "1:29: write a whole number"},
       {"device: {battery: {voltage: 0x-1}}", "1:29: write a whole number"},
       {"device: {battery: {charging: yes}}", "1:30: write true or false here"},
-      {"device: {battery: {charging: \"true\"}}", "1:30: write true or false here"},
       {"device: {clock: {set: 2026-02-30 00:00:00}}", "1:23: write a date here"},
-      {"device: {clock: {set: 2026-11-16}}", "1:23: write a date here"},
       {"device: {information: {a: !data 0a1}}", "1:27: write the data as pairs"},
       {"device: {locale: {time_zone: Mars/Base}}", "1:30: the zone database has no such"},
       {"device: {locale: {identifier: ../etc}}", "1:31: write a language"},
       {"device: {files: [{path: /a/../b}]}", "1:25: write a whole path here"},
-      {"device: {files: [{path: a}]}", "1:25: write a whole path here"},
       {step("move_log: ../away"), "3:15: write a file name without a directory"},
       {step("stop: false"), "3:11: write true here"},
       {step("notify: \"\""), "3:13: the text must not be empty"},
@@ -93,7 +77,6 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       {step("fault: {point: battery.propertys}"),
        "3:20: there is no such fault point; use one of: a"},
       {step("fault: {point: files.makeEventQueue, result: 5}"), "3:50: this operation answers no"},
-      {step("traffic: {en7: {received: 1}}"), "3:15: there is no interface of this name then"},
       {step("interfaces: {remove: [en0, en0]}"), "3:32: there is no interface of this name then"},
       {step("interfaces: {add: {name: en0}}"), "3:30: there is an interface of this name already"},
       {step("processes: {end: 77}"), "3:22: there is no process of this id then"},
@@ -119,15 +102,11 @@ TEST(Scenario, DamagedTextsAreReadOrRefused) {
     std::string yaml = good;
     for (int change = 0; change < 3; ++change) {
       const std::size_t place = random() % yaml.size();
-      switch (random() % 3) {
-        case 0:
-          yaml[place] = foreign[random() % foreign.size()];
-          break;
-        case 1:
-          yaml.erase(place, random() % 40);
-          break;
-        default:
-          yaml.insert(place, yaml, random() % yaml.size(), random() % 40);
+      if (random() % 3 == 0) {
+        yaml[place] = foreign[random() % foreign.size()];
+      } else {
+        const std::string other = yaml.substr(random() % yaml.size(), random() % 40);
+        yaml.replace(place, random() % 2 == 0 ? 0 : random() % 40, other);
       }
     }
     const std::string error = errorOf(yaml);
@@ -139,47 +118,39 @@ TEST(Scenario, DamagedTextsAreReadOrRefused) {
   EXPECT_GT(refused, 50);
 }
 
+// What the scenarios of the tree do not show in their logs.
 TEST(Scenario, SetsTheDeviceUpAndPlaysTheStepsInOrder) {
   SimHandset handset;
   const Scenario scenario = Scenario::read(R"(
-description: everything at once
 end: 2h
 device:
   battery: {level: 50, max_capacity: 1000, properties: {CycleCount: null, Serial: "0815"}}
-  clock: {set: 2026-12-31 23:59:00}
-  locale: {identifier: de_DE, time_zone: Europe/Berlin}
-  information: {UserAssignedDeviceName: Lab Phone, gas-gauge-battery: null}
+  information: {gas-gauge-battery: null}
   preferences: {ZVRecordSyslog: false}
-  battery_usage: null
   users: {mobile: null, root: {user_id: 0, group_id: 0}}
-  interfaces:
-    - {name: wlan0, received: 0xFFFFFFFF, addresses: 1}
-  processes:
-    - {id: 7, name: a name that is too long, cpu_time: 1.5}
-  assertions:
-    - {process: 7, name: Held, held_for: 1m}
-  states:
-    - {name: sensor, value: 0xFFFFFFFFFFFFFFFF}
+  interfaces: [{name: wlan0, received: 0xFFFFFFFF}]
+  processes: [{id: 7, name: a name that is too long}]
+  assertions: [{process: 7, name: Held}]
+  states: [{name: sensor, value: 0xFFFFFFFFFFFFFFFF}]
   files:
-    - {path: /Library/Logs/Faultbox/old.txt, contents: "x"}
-  faults:
-    - {point: processes.commandName}
-    - {point: preferences.synchronize}
+    - {path: /Library/Logs/Faultbox/Zorva_1.zorva, contents: log}
+    - {path: /Library/Logs/Faultbox/report.txt}
+  faults: [{point: processes.commandName}, {point: preferences.synchronize}]
 steps:
-  - at: 00:10:00
-    preferences: {ZVRecordSyslog: null}
-    battery: {level: 49.5}
-    notify: com.vennor.test
-  - at: 0h10m
-    traffic: {wlan0: {received: 3, sent: 4}}
-    processes: {add_cpu_time: {7: 2.75}, start: {id: 8, name: other}}
-    assertions: {release: {process: 7, name: Held}}
-  - at: 1h
-    clock: {set: 2027-01-01 10:00:00}
-    fault: {point: battery.properties, result: 0xE00002D8, times: 2}
+  - {at: 00:10:00, preferences: {ZVRecordSyslog: null}, notify: com.vennor.test}
+  - {at: 0h10m, traffic: {wlan0: {received: 3}}, assertions: {release_all: 7}}
+  - {at: 11m, move_log: first.zorva}
+  - {at: 12m, remove_log: true, fault: {point: battery.properties, result: 0xE00002D8}}
+  - {at: 13m, remove_file: /Library/Logs/first.zorva}
 )",
                                            "s.yaml", handset);
   const Platform& platform = handset.platform();
+  const auto setting = [&] {
+    return platform.preferences.value({"com.vennor.zorva", "mobile"}, "ZVRecordSyslog");
+  };
+  const auto exists = [&](const std::string& file) {
+    return std::filesystem::exists(handset.files().hostPath("/Library/Logs/" + file));
+  };
   std::vector<std::string> heard;
   const auto hear = [&](const std::string& name) {
     return handset.notifications().subscribe(name, [&](std::string_view posted) {
@@ -197,66 +168,28 @@ steps:
   EXPECT_EQ(battery["CurrentCapacity"], Value(500));
   EXPECT_FALSE(battery.contains("CycleCount"));
   EXPECT_EQ(battery["Serial"], Value("0815"));
-  EXPECT_EQ(platform.dates.makeFormatter("MM/dd/YY HH:mm:ss")->format(platform.clock.now()),
-            "01/01/26 00:59:00");
-  EXPECT_EQ(platform.locale.timeZoneAbbreviation(), "MEZ");
-  EXPECT_EQ(platform.device.answer("UserAssignedDeviceName"), Value("Lab Phone"));
   EXPECT_TRUE(platform.device.answer("gas-gauge-battery").isNothing());
-  EXPECT_EQ(platform.preferences.value({"com.vennor.zorva", "mobile"}, "ZVRecordSyslog"),
-            Value(false));
-  EXPECT_FALSE(platform.batteryUsage.times());
+  EXPECT_EQ(setting(), Value(false));
   EXPECT_FALSE(platform.accounts.idsOfUser("mobile"));
   EXPECT_EQ(platform.systemNotifications.state("sensor"), UINT64_MAX);
   EXPECT_FALSE(platform.processes.commandName(7));  // the fault
   EXPECT_EQ(platform.processes.commandName(7), "a name that is t");
-  EXPECT_TRUE(std::filesystem::exists(handset.files().hostPath("/Library/Logs/Faultbox/old.txt")));
-  const auto held = platform.powerManagement.copyAssertionsByProcess();
-  EXPECT_EQ(held->at(0).records.at(0)["AssertStartWhen"].date(),
-            handset.clock().now() - std::chrono::minutes(1));
 
-  // Beginning the assertions is a change, too, and happened before the loop ran.
-  EXPECT_EQ(std::exchange(heard, {}),
-            (std::vector<std::string>{"com.vennor.system.powermanagement.assertions@0"}));
+  handset.runLoop().advance(11 * 60);
+  EXPECT_TRUE(exists("first.zorva"));
   handset.runLoop().run();
-  EXPECT_EQ(heard, (std::vector<std::string>{"com.vennor.test@10",
-                                             "com.vennor.system.powermanagement.assertions@10",
-                                             "com.vennor.zorva.exit@120"}));
-  EXPECT_EQ(platform.registry.firstPowerSource()->readProperties(battery), 0xE00002D8);
-  EXPECT_TRUE(
-      platform.preferences.value({"com.vennor.zorva", "mobile"}, "ZVRecordSyslog").isNothing());
-  const auto addresses = platform.interfaces.addresses();
-  ASSERT_EQ(addresses->size(), 2U);
-  EXPECT_EQ(addresses->at(0).counters->received, 2U);  // wrapped
-  EXPECT_EQ(addresses->at(0).counters->sent, 4U);
-  TaskSample sample;
-  handset.statistics().sampleTask(7, TaskDetail::None, sample);
-  EXPECT_EQ(sample.basic.userTime, (TimeValue{4, 250000}));
-  EXPECT_EQ(handset.clock().now(),
-            Date(std::chrono::sys_days(std::chrono::year(2027) / 1 / 1)) + std::chrono::hours(11));
-}
-
-TEST(Scenario, MovesTheCurrentLogAway) {
-  SimHandset handset;
-  const Scenario scenario = Scenario::read(R"(
-device:
-  files:
-    - {path: /Library/Logs/Faultbox/Zorva_1.zorva, contents: log}
-    - {path: /Library/Logs/Faultbox/report.txt}
-steps:
-  - {at: 1, move_log: first.zorva}
-  - {at: 2, remove_log: true}
-  - {at: 3, remove_file: /Library/Logs/first.zorva}
-)",
-                                           "s.yaml", handset);
-  scenario.begin(handset);
-  handset.runLoop().advance(1);
-  EXPECT_TRUE(std::filesystem::exists(handset.files().hostPath("/Library/Logs/first.zorva")));
-  handset.runLoop().run();
-  EXPECT_FALSE(std::filesystem::exists(handset.files().hostPath("/Library/Logs/first.zorva")));
-  EXPECT_TRUE(
-      std::filesystem::exists(handset.files().hostPath("/Library/Logs/Faultbox/report.txt")));
+  EXPECT_FALSE(exists("first.zorva"));
+  EXPECT_TRUE(exists("Faultbox/report.txt"));
   EXPECT_EQ(handset.systemLog().takeLines(),
             (std::vector<std::string>{"scenario: there is no log: No such file or directory"}));
+  // Beginning the assertions is a change, too, and happened before the loop ran.
+  EXPECT_EQ(heard,
+            (std::vector<std::string>{
+                "com.vennor.system.powermanagement.assertions@0", "com.vennor.test@10",
+                "com.vennor.system.powermanagement.assertions@10", "com.vennor.zorva.exit@120"}));
+  EXPECT_EQ(platform.registry.firstPowerSource()->readProperties(battery), 0xE00002D8);
+  EXPECT_TRUE(setting().isNothing());
+  EXPECT_EQ(platform.interfaces.addresses()->at(0).counters->received, 2U);  // wrapped
 }
 
 TEST(ScenarioNode, ReadsDurationsAndValuesOfAnyKind) {
@@ -276,32 +209,6 @@ TEST(ScenarioNode, ReadsDurationsAndValuesOfAnyKind) {
   EXPECT_EQ(seconds("1d2h3m4s"), 93784.0);
   EXPECT_EQ(seconds("1.5h"), 5400.0);
   EXPECT_EQ(seconds("0.25"), 0.25);
-}
-
-// A service that the reader has never heard of.
-TEST(SimParts, ANewServicePlugsInByItself) {
-  struct Lamp {
-    explicit Lamp(SimParts& parts) : fault(parts.faults, "lamp.light") {
-      parts.sections.addBoth("lamp", [this](const ScenarioNode& node) -> ScenarioAction {
-        return [this, on = node.keys({"on"}).require("on").boolean()] { lit = on; };
-      });
-    }
-    SimFaultPoint fault;
-    bool lit = false;
-  };
-  class LampHandset : public SimHandset {
-   public:
-    Lamp lamp{parts()};
-  };
-  LampHandset handset;
-  const Scenario scenario = Scenario::read(
-      "device: {lamp: {on: true}}\nsteps: [{at: 1, lamp: {on: false}, fault: {point: lamp.light}}]",
-      "s.yaml", handset);
-  scenario.begin(handset);
-  EXPECT_TRUE(handset.lamp.lit);
-  handset.runLoop().run();
-  EXPECT_FALSE(handset.lamp.lit);
-  EXPECT_TRUE(handset.lamp.fault.strikes());
 }
 
 }  // namespace
