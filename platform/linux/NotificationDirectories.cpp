@@ -29,9 +29,6 @@ std::string environment(const char* name) {
 }  // namespace
 
 NotificationDirectories NotificationDirectories::ofProcess() {
-  if (const std::string given = environment("ZORVA_RUN_DIRECTORY"); !given.empty()) {
-    return {given, {}, {}};
-  }
   if (::geteuid() == 0) return {"/run/zorva", {}, "/run/user"};
   std::string runtime = environment("XDG_RUNTIME_DIR");
   if (runtime.empty()) runtime = formatText("/run/user/%u", ::geteuid());

@@ -20,7 +20,6 @@ struct NotificationDirectories {
 
   /// "/run/zorva" for root. For others "zorva" in $XDG_RUNTIME_DIR, or in "/run/user/UID" where
   /// that is not set, or "/tmp/zorva-UID" where neither is a directory of the user.
-  /// $ZORVA_RUN_DIRECTORY takes the place of all of them, for private sets of daemons.
   static NotificationDirectories ofProcess();
 };
 

@@ -25,8 +25,7 @@ constexpr const char* kHelp =
     "Exit status: 0 posted; 1 the state could not be set, or a daemon's queue was full; 2 bad\n"
     "usage.\n"
     "\n"
-    "The daemons' sockets and the states are in %s;\n"
-    "ZORVA_RUN_DIRECTORY names another directory, for the daemon and for this program.\n";
+    "The daemons' sockets and the states are in %s.\n";
 
 constexpr const char* kSeeHelp = "'zorva-notify --help' tells more.";
 
