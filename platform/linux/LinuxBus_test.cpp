@@ -55,26 +55,6 @@ TEST_F(LinuxBusTest, FollowsTheBusAsItComesAndGoes) {
   }
 }
 
-TEST_F(LinuxBusTest, IsConnectedFromTheStart) {
-  private_.start();
-  const auto service = private_.startService(kService, kPath, kService);
-  LinuxBus bus(loop_.event(), private_.address(), std::chrono::milliseconds(300));
-  int changes = 0;
-  Registration observed = bus.observeConnection([&] { ++changes; });
-  ASSERT_TRUE(bus.connected());
-  EXPECT_EQ(ping(bus), LinuxBus::Outcome::Answered);
-  EXPECT_EQ(bus.call(kService, kPath, kService, "NoSuchMethod").outcome, LinuxBus::Outcome::Failed);
-
-  // A service that does not answer.
-  ASSERT_GE(private_.call(kService, kPath, kMock, "AddMethod", "sssss", kService, "Hang", "", "",
-                          "import time; time.sleep(60)"),
-            0);
-  EXPECT_EQ(bus.call(kService, kPath, kService, "Hang").outcome, LinuxBus::Outcome::Failed);
-  EXPECT_EQ(bus.call("org.zorva.Nobody", "/", kPeer, "Ping").outcome, LinuxBus::Outcome::Absent);
-  loop_.drain();
-  EXPECT_EQ(changes, 0);
-}
-
 TEST_F(LinuxBusTest, ABusThatAcceptsAndSaysNothingIsLeftToTheLoop) {
   const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un name{};

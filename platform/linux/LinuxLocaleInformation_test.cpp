@@ -179,17 +179,6 @@ TEST_F(LinuxLocaleInformationTest, TellsOfRealChangesOnly) {
   expect("fi_FI", "Asia/Kolkata", 3, 5);
 }
 
-TEST_F(LinuxLocaleInformationTest, AsksTheCLibraryForThePresentTime) {
-  LinuxLocaleInformation locale(loop_.event(), clock_, paths_);
-  setenv("TZ", "Europe/Berlin", 1);
-  clock_.seconds = kWinter;
-  EXPECT_EQ(locale.timeZoneAbbreviation(), "CET");
-  EXPECT_FALSE(locale.daylightSavingTime());
-  clock_.seconds = kSummer;
-  EXPECT_EQ(locale.timeZoneAbbreviation(), "CEST");
-  EXPECT_TRUE(locale.daylightSavingTime());
-}
-
 // The C library reads the zone's file from one place only, so the test gets a /etc of its own.
 TEST_F(LinuxLocaleInformationTest, FollowsTheSystemsZoneFile) {
   if (std::system("unshare --mount true 2>/dev/null") != 0)

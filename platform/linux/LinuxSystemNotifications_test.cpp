@@ -116,47 +116,6 @@ class LinuxSystemNotificationsTest : public testing::Test {
   int ends_ = 0;  // still to come before everything posted has been heard
 };
 
-TEST_F(LinuxSystemNotificationsTest, EveryDaemonHearsPosts) {
-  EXPECT_EQ(post("a").delivered, 0) << "nobody listens, and no directory is there";
-  LinuxSystemNotifications other(loop_, log_, directories_);
-  const Registration a = listen(*centre_, "a");
-  const Registration end = listen(*centre_, "end");
-  ASSERT_TRUE(a && end);
-  for (const char* name : {"", ".a", "a/b", "a b", "\x7f"})
-    EXPECT_FALSE(listen(other, name)) << name;
-  EXPECT_FALSE(listen(other, std::string(129, 'a')));
-  EXPECT_EQ(post("a").delivered, 1);
-  EXPECT_TRUE(listen(other, std::string(128, 'a')));
-  Registration alsoA = listen(other, "a");
-  const Registration alsoEnd = listen(other, "end");
-  EXPECT_EQ(post("a").delivered, 2);
-  post("nobody");
-  std::string all = heard();
-  EXPECT_EQ(std::count(all.begin(), all.end(), 'a'), 3) << all;
-  alsoA.reset();
-  EXPECT_EQ(post("a").delivered, 2);
-  all = heard();
-  EXPECT_EQ(std::count(all.begin(), all.end(), 'a'), 1) << all;
-  heard_.clear();
-  centre_->post("a");
-  EXPECT_EQ(heard_, "a ") << "at once, in this process only";
-  EXPECT_TRUE(log_.lines.empty());
-}
-
-TEST_F(LinuxSystemNotificationsTest, SocketGoesWithDaemonAndDeadOnesAreCleared) {
-  fs::create_directory(directories_.own);
-  const std::string dead = directories_.own + "/1-0.socket";
-  bound(dead);
-  EXPECT_EQ(post("a").delivered, 0);
-  EXPECT_FALSE(fs::exists(dead)) << "cleared by the poster";
-  bound(dead);
-  Registration a = listen(*centre_, "a");
-  EXPECT_FALSE(fs::exists(dead)) << "cleared by the next daemon";
-  EXPECT_EQ(post("a").delivered, 1);
-  centre_.reset();
-  EXPECT_TRUE(fs::is_empty(directories_.own));
-}
-
 TEST_F(LinuxSystemNotificationsTest, GarbageChangesNothing) {
   const Registration a = listen(*centre_, "a");
   const Registration end = listen(*centre_, "end");
@@ -339,12 +298,6 @@ TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
   std::ofstream(directories_.own + "/states") << "in the way";
   EXPECT_TRUE(run({"a", "--state", "2"}).starts_with("1zorva-notify: Cannot open the directory '"));
   EXPECT_EQ(heard(), "end ") << "not posted without its state";
-}
-
-TEST_F(LinuxSystemNotificationsTest, DirectoriesFollowUserAndEnvironment) {
-  ::setenv("XDG_RUNTIME_DIR", top_.c_str(), 1);
-  EXPECT_EQ(NotificationDirectories::ofProcess().own,
-            ::geteuid() == 0 ? "/run/zorva" : top_ + "/zorva");
 }
 
 }  // namespace

@@ -62,17 +62,5 @@ TEST(IcuDateFormatting, FollowsSettingsAndSecondsAndFractions) {
   EXPECT_EQ(fractions->format(date + 250ms), "00.250");
 }
 
-TEST(IcuDateFormatting, TellsZoneAndCountry) {
-  const LocaleSettings pacific{"en_US", "America/Los_Angeles"};
-  EXPECT_EQ(zoneAbbreviation(pacific, at(2026, 7, 1)), "PDT");
-  EXPECT_EQ(zoneAbbreviation(pacific, at(2026, 12, 1)), "PST");
-  EXPECT_EQ(zoneAbbreviation({"en_US", "Nowhere/Land"}, at(2026, 7, 1)), "UTC");
-  EXPECT_TRUE(daylightSavingTime(pacific, at(2026, 7, 1)));
-  EXPECT_FALSE(daylightSavingTime(pacific, at(2026, 12, 1)));
-  EXPECT_EQ(countryCode("de_CH.UTF-8"), "CH");
-  EXPECT_EQ(countryCode("zh_Hant_TW"), "TW");
-  EXPECT_EQ(countryCode("eo"), std::nullopt);
-}
-
 }  // namespace
 }  // namespace zorva

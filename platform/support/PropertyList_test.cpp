@@ -67,25 +67,6 @@ TEST(PropertyList, RefusesWhatIsNone) {
   }
 }
 
-TEST(PropertyList, ChangesOnlyWhatIsSet) {
-  auto list = PropertyList::parse(
-      "<plist version='1.0'><dict><!-- mine --><key>a</key><color tone='dark'>red</color>"
-      "<key>b</key><true/><key>c</key><date>odd</date><key>b</key><false/></dict></plist>");
-  ASSERT_TRUE(list);
-  list->set("b", 60.5);
-  list->set("d", "new");
-  EXPECT_EQ(list->text(),
-            "<?xml version=\"1.0\"?>\n<plist version=\"1.0\">\n\t<dict>\n\t\t<!-- mine -->\n"
-            "\t\t<key>a</key>\n\t\t<color tone=\"dark\">red</color>\n\t\t<key>b</key>\n"
-            "\t\t<real>60.5</real>\n\t\t<key>c</key>\n\t\t<date>odd</date>\n\t\t<key>d</key>\n"
-            "\t\t<string>new</string>\n\t</dict>\n</plist>\n");
-  list->set("b", Value());
-  list->set("a", Value());
-  EXPECT_EQ(list->text().find("<key>a</key>"), std::string::npos);
-  EXPECT_EQ(list->text().find("<real>"), std::string::npos);
-  EXPECT_EQ(list->value("d"), Value("new"));
-}
-
 // Bytes changed, dropped and doubled anywhere: whatever still is a property list reads the same
 // when it has been written once more.
 TEST(PropertyList, SurvivesForeignBytes) {
