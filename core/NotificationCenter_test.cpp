@@ -46,24 +46,6 @@ TEST(NotificationCenter, ObserversMayComeAndGoDuringAPost) {
   EXPECT_EQ(calls, (Calls{"first", "third", "third", "added"}));
 }
 
-TEST(NotificationCenter, PostsInsideAPostAreDeliveredAtOnce) {
-  NotificationCenter centre;
-  Calls calls;
-  Registration doomed;
-  const auto outer = centre.observe("outer", [&](const Notification&) {
-    calls.push_back("outer");
-    centre.post("inner");
-    calls.push_back("outer again");
-  });
-  const auto inner = centre.observe("inner", [&](const Notification&) {
-    calls.push_back("inner");
-    doomed.reset();
-  });
-  doomed = centre.observe("outer", [&](const Notification&) { calls.push_back("doomed"); });
-  centre.post("outer");
-  EXPECT_EQ(calls, (Calls{"outer", "inner", "outer again"}));
-}
-
 TEST(NotificationCenter, RegistrationsMayOutliveTheCentreAndEndItInAPost) {
   auto centre = std::make_optional<NotificationCenter>();
   int calls = 0;

@@ -77,22 +77,6 @@ int bySecondsDescending(void*, const LibtallyProcess& a, const LibtallyProcess& 
   return x > y ? -1 : x < y ? 1 : 0;
 }
 
-TEST_F(LibtallyTest, InitReadsTheFixedFigures) {
-  statistics.system.reservedMemory = ReservedMemory{0x7FFFFFF, 0x8000000, 5};
-  ASSERT_EQ(libtally_init(nullptr, nullptr), 0);
-  EXPECT_EQ(libtally_tsamp()->memorySize, 512u << 20);
-  EXPECT_EQ(libtally_tsamp()->reservedPages, 0x10000000u / 4096) << "whole steps of 128 MiB";
-  EXPECT_EQ(libtally_tsamp()->time.first, SimHandset::kStart);
-  EXPECT_EQ(libtally_set_interval(101), -1);
-  EXPECT_EQ(libtally_set_interval(100), 0);
-
-  handset.accounts().setUser("someone", {501, 501});
-  EXPECT_STREQ(libtally_username(501), "someone");
-  handset.accounts().removeUser("someone");
-  EXPECT_STREQ(libtally_username(501), "someone") << "looked up once";
-  EXPECT_EQ(libtally_username(77), nullptr);
-}
-
 TEST_F(LibtallyTest, FailuresAreToldAndTheTicksKept) {
   const struct {
     bool atInit;
@@ -346,22 +330,6 @@ TEST_F(LibtallyTest, SharedObjectsCountOnceForTheSystem) {
   iterate();
   sample();
   EXPECT_EQ(tsamp.sharedResident, 0u) << "nobody maps it any more";
-}
-
-TEST_F(LibtallyTest, ProcessesOfTheLauncherAreNamedAfterTheirExecutables) {
-  statistics.system.launcherCommand = "Launcher";
-  for (std::int32_t pid = 1; pid <= 3; ++pid) statistics.setTask(pid, "Launcher", {});
-  statistics.task(1).executablePath = "/Applications/Notes.app/Notes";
-  statistics.task(2).executablePath = "Plain";
-  statistics.task(3).executablePath = "/ends/with/";
-  start();
-  EXPECT_EQ(record(1)->command, "Notes");
-  EXPECT_EQ(record(2)->command, "Plain");
-  EXPECT_EQ(record(3)->command, "unknown");
-  statistics.failNext(Operation::ExecutablePath, {5, "refused"});
-  sample();
-  EXPECT_EQ(record(1)->command, "unknown");
-  EXPECT_EQ(takeMessages(), Messages{"libtally_p_proc_command(): Error in sysctl(): refused"});
 }
 
 TEST_F(LibtallyTest, BrokenContractsStopTheProgram) {

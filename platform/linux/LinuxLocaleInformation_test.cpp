@@ -179,30 +179,6 @@ TEST_F(LinuxLocaleInformationTest, TellsOfRealChangesOnly) {
   expect("fi_FI", "Asia/Kolkata", 3, 5);
 }
 
-// The C library reads the zone's file from one place only, so the test gets a /etc of its own.
-TEST_F(LinuxLocaleInformationTest, FollowsTheSystemsZoneFile) {
-  if (std::system("unshare --mount true 2>/dev/null") != 0)
-    GTEST_SKIP() << "needs mounts of its own";
-  inChildForTest([&] {
-    ASSERT_EQ(unshare(CLONE_NEWNS), 0);
-    ASSERT_EQ(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
-    ASSERT_EQ(mount((root_ / "etc").c_str(), "/etc", nullptr, MS_BIND, nullptr), 0);
-    root_ = "/";
-    const LoopForTest loop;  // a loop does not work in another process than its own
-    link("etc/localtime", "../usr/share/zoneinfo/Asia/Tokyo");
-    LinuxLocaleInformation locale(loop.event(), clock_);
-    int zones = 0;
-    const Registration changes =
-        locale.observe(LocaleInformation::Change::TimeZone, [&] { ++zones; });
-    EXPECT_EQ(locale.timeZoneAbbreviation(), "JST");
-    link("etc/localtime", "../usr/share/zoneinfo/Asia/Kolkata");
-    loop.drain();
-    EXPECT_EQ(zones, 1);
-    EXPECT_EQ(locale.timeZoneAbbreviation(), "IST");
-    EXPECT_EQ(locale.settings().zone, "Asia/Kolkata");
-  });
-}
-
 // There is no clock to set but the machine's, so this runs only when asked for: it sets it forward
 // by a fiftieth of a second, and back.
 TEST_F(LinuxLocaleInformationTest, TellsWhenTheClockIsSet) {

@@ -8,24 +8,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(SimFaults, StrikeAsOftenAsToldWithTheCodeAskedFor) {
-  SimHandset handset;
-  SimFaults& faults = handset.faults();
-  RegistryEntry& battery = handset.battery().entry();
-  Dictionary properties;
-  EXPECT_EQ(faults.fail("battery.properties", 2, 0xE00002D8), SimFaults::Outcome::Armed);
-  EXPECT_EQ(battery.readProperties(properties), 0xE00002D8);
-  EXPECT_EQ(battery.readProperties(properties), 0xE00002D8);
-  EXPECT_TRUE(properties.empty());
-  EXPECT_EQ(battery.readProperties(properties), kRegistrySuccess);
-  faults.fail("battery.properties", 5);
-  EXPECT_EQ(battery.readProperties(properties), kRegistryNoDevice);
-  faults.clear();
-  EXPECT_EQ(battery.readProperties(properties), kRegistrySuccess);
-  EXPECT_EQ(faults.fail("battery.proprieties"), SimFaults::Outcome::UnknownPoint);
-  EXPECT_EQ(faults.fail("files.makeEventQueue", 1, 7), SimFaults::Outcome::NoResultCode);
-}
-
 // The points that no logger's or scenario's test arms.
 TEST(SimFaults, EveryPointStrikesItsOperation) {
   SimHandset handset;

@@ -42,33 +42,6 @@ TEST_F(SimRunLoopTest, ClockTimersAndStepsMoveTogetherInOrder) {
   EXPECT_EQ(clock.now(), SimHandset::kStart + 30s);
 }
 
-TEST_F(SimRunLoopTest, DroppedTimersNeverFire) {
-  Registration dropped = loop.startTimer(1, note("dropped before"));
-  dropped.reset();
-  Registration second = loop.startTimer(3, note("dropped by another"));
-  Registration first;
-  first = loop.startTimer(2, [&] {
-    note("drops both")();
-    first.reset();
-    second.reset();
-  });
-  loop.run();
-  EXPECT_EQ(trace, Trace{"drops both@2.00"});
-}
-
-TEST_F(SimRunLoopTest, StopEndsTheRunAndAnEarlierOneDoesNotCount) {
-  loop.schedule(1s, [&] {
-    note("stops")();
-    loop.stop();
-  });
-  loop.schedule(1s, note("after"));
-  loop.stop();
-  loop.run();
-  EXPECT_EQ(trace, Trace{"stops@1.00"});
-  loop.run();
-  EXPECT_EQ(trace, (Trace{"stops@1.00", "after@1.00"}));
-}
-
 TEST_F(SimRunLoopTest, AdvanceGoesExactlySoFarAndSettingTheClockLeavesTimersAlone) {
   const Registration timer = loop.startTimer(10, note("timer"));
   clock.set(SimHandset::kStart - 24h);
@@ -78,31 +51,6 @@ TEST_F(SimRunLoopTest, AdvanceGoesExactlySoFarAndSettingTheClockLeavesTimersAlon
   EXPECT_EQ(trace, Trace{"timer@10.0"});
   loop.advance(5);
   EXPECT_EQ(clock.now(), SimHandset::kStart - 24h + 15s);
-}
-
-TEST_F(SimRunLoopTest, DescriptorsAreServedAfterEveryStepUntilTheyAreQuiet) {
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  Registration watch;
-  watch = loop.watchDescriptor(ends[0], [&] {
-    char byte = 0;
-    ASSERT_EQ(read(ends[0], &byte, 1), 1);
-    note(std::string("read ") + byte)();
-    if (byte == 'z') watch.reset();
-  });
-  loop.schedule(1s, [&] { ASSERT_EQ(write(ends[1], "ab", 2), 2); });
-  loop.schedule(1s, note("next step"));
-  loop.schedule(2s, [&] { ASSERT_EQ(write(ends[1], "zy", 2), 2); });
-  loop.run();
-  EXPECT_EQ(trace, (Trace{"read a@1.00", "read b@1.00", "next step@1.00", "read z@2.00"}));
-
-  // One that is never read holds up nothing.
-  watch = loop.watchDescriptor(ends[0], [] {});
-  loop.schedule(3s, note("step"));
-  loop.run();
-  EXPECT_EQ(trace.back(), "step@3.00");
-  close(ends[0]);
-  close(ends[1]);
 }
 
 }  // namespace

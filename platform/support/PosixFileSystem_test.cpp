@@ -43,23 +43,6 @@ class PosixFileSystemTest : public testing::Test {
   Descriptor directory_, queue_;
 };
 
-TEST_F(PosixFileSystemTest, TellsChangesOfEntriesButNotOfContents) {
-  EXPECT_EQ(files_->hostPath("/Library/x"), root_ + "/Library/x");
-  std::ofstream(logs_ + "/log", std::ios::app) << "more";
-  EXPECT_FALSE(happened());
-  fs::rename(logs_ + "/log", root_ + "/log");
-  EXPECT_TRUE(happened());
-  EXPECT_FALSE(happened());
-  fs::rename(root_ + "/log", logs_ + "/log");
-  EXPECT_TRUE(happened());
-  fs::remove(logs_ + "/log");
-  EXPECT_TRUE(happened());
-  ::chmod(logs_.c_str(), 0700);
-  EXPECT_TRUE(happened());
-  EXPECT_EQ(files_->openForEvents("/missing"), -1);
-  EXPECT_FALSE(files_->watchDirectory(queue_.get(), -1));
-}
-
 TEST_F(PosixFileSystemTest, NoticesDirectoryMadeAnew) {
   fs::remove_all(root_ + "/Library");
   EXPECT_TRUE(happened());

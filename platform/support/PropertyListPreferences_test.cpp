@@ -81,38 +81,6 @@ class PropertyListPreferencesTest : public testing::Test {
   std::optional<PropertyListPreferences> store_;
 };
 
-TEST_F(PropertyListPreferencesTest, MakesFileAndReadsItAnew) {
-  EXPECT_TRUE(read().isNothing());
-  store_->setValue(scope_, "seconds", 1800.0);
-  EXPECT_EQ(read(), Value(1800.0)) << "seen at once by who set it";
-  EXPECT_TRUE(readByOther().isNothing());
-  ASSERT_TRUE(store_->synchronize(scope_));
-  EXPECT_EQ(readByOther(), Value(1800.0));
-  place("<plist><dict><key>seconds</key><integer>5</integer></dict></plist>");
-  EXPECT_EQ(read(), Value(5));
-  fs::remove(path_);
-  EXPECT_TRUE(read().isNothing());
-  EXPECT_TRUE(store_->value({"../x", "mobile"}, "seconds").isNothing());
-  EXPECT_TRUE(log_.lines.empty());
-}
-
-TEST_F(PropertyListPreferencesTest, GivesFileAndNewDirectoriesToUser) {
-  if (::geteuid() != 0) GTEST_SKIP() << "only root may give files away";
-  accounts_.ids = {kMobile, kMobile};
-  ::mkdir((root_ + "/var").c_str(), 0755);
-  const mode_t mask = ::umask(0077);
-  ASSERT_TRUE(write());
-  ::umask(mask);
-  struct stat status;
-  for (const std::string& path : {root_ + "/var/mobile", directory_, path_}) {
-    ASSERT_EQ(::stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_uid, kMobile) << path;
-  }
-  EXPECT_EQ(status.st_mode & 07777, 0644u);
-  ASSERT_EQ(::stat((root_ + "/var").c_str(), &status), 0);
-  EXPECT_EQ(status.st_uid, 0u);
-}
-
 TEST_F(PropertyListPreferencesTest, KeepsForeignKeysAndSweepsLitter) {
   place();
   std::ofstream(directory_ + "/.com.vennor.zorva.plist.new-999999999-0") << "litter";

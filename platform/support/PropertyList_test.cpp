@@ -34,25 +34,6 @@ TEST(PropertyList, KeepsEveryKindOfValue) {
   EXPECT_TRUE(std::isnan(PropertyList::parse(written.text())->value("real").real()));
 }
 
-TEST(PropertyList, ReadsWhatOthersWrite) {
-  const auto list = PropertyList::parse(
-      "<?xml version='1.0'?><!DOCTYPE plist SYSTEM 'x'><plist><!-- c --><dict>"
-      "<key>cut</key><string>a<!-- c --><![CDATA[<&]]>b</string>"
-      "<key>hex</key><integer> 0x7F </integer><key>big</key><integer>18446744073709551615</integer>"
-      "<key>plus</key><integer>+5</integer><key>bad</key><integer>5x</integer>"
-      "<key>day</key><date>2026-02-30T00:00:00Z</date><key>data</key><data>\n AQI=\n</data>"
-      "<key>other</key><color>red</color></dict></plist>");
-  ASSERT_TRUE(list);
-  EXPECT_EQ(list->value("cut"), Value("a<&b"));
-  EXPECT_EQ(list->value("hex"), Value(127));
-  EXPECT_EQ(list->value("big"), Value(std::numeric_limits<std::int64_t>::max()));
-  EXPECT_EQ(list->value("plus"), Value(5));
-  EXPECT_EQ(list->value("data"), Value(Value::Data{1, 2}));
-  for (const char* key : {"bad", "day", "other", "missing"}) {
-    EXPECT_TRUE(list->value(key).isNothing()) << key;
-  }
-}
-
 TEST(PropertyList, RefusesWhatIsNone) {
   std::string deep = "<plist><dict><key>k</key>";
   for (int i = 0; i < 50000; ++i) deep += "<array>";
