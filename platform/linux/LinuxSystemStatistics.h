@@ -61,8 +61,7 @@ class LinuxSystemStatistics : public SystemStatistics {
 
   // Kept from call to call, so that their memory is allocated once.
   std::array<char, 4096> line_;
-  alignas(
-      std::uint64_t) std::array<char, 32768> entries_;  ///< of a directory, as the kernel lays them
+  alignas(std::uint64_t) std::array<char, 32768> entries_;  ///< entries of a directory
   std::vector<std::int32_t> numbers_;
   std::string text_;
 };
