@@ -85,7 +85,8 @@ double ZVBatteryProperties::maxCapacity() {
 }
 
 double ZVBatteryProperties::capacity() {
-  return percentOf(propertyForKey("CurrentCapacity").real(), maxCapacity());
+  const double current = propertyForKey("CurrentCapacity").real();
+  return percentOf(current, maxCapacity());
 }
 
 std::int32_t ZVBatteryProperties::rawMaxCapacity() {
@@ -93,8 +94,8 @@ std::int32_t ZVBatteryProperties::rawMaxCapacity() {
 }
 
 std::int32_t ZVBatteryProperties::rawCapacity() {
-  const double percent =
-      percentOf(propertyForKey("VennorRawCurrentCapacity").integer32(), rawMaxCapacity());
+  const std::int32_t current = propertyForKey("VennorRawCurrentCapacity").integer32();
+  const double percent = percentOf(current, rawMaxCapacity());
   return std::isfinite(percent) ? Value(std::round(percent)).integer32() : 0;
 }
 

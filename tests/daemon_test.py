@@ -16,7 +16,7 @@ class DaemonTest(unittest.TestCase):
     def tearDown(self):
         for daemon in self.daemons:
             daemon.kill()
-            daemon.wait()
+            daemon.communicate()
         for path in LOG_DIRECTORY.iterdir():
             path.unlink()
 
@@ -74,7 +74,7 @@ class DaemonTest(unittest.TestCase):
         daemons = [self.start(), self.start()]
         dead = self.start()
         dead.send_signal(signal.SIGKILL)
-        dead.wait()
+        dead.communicate()
         for daemon in daemons:
             self.assertEqual(self.end(daemon), 0)
         self.assertEqual(run('find', '/run', '-type', 's').stdout, '', "the dead one's is cleared too")

@@ -1,4 +1,5 @@
 """What the whole-program tests share: where the programs are, and a device of their own."""
+import fcntl
 import os
 import pathlib
 import subprocess
@@ -54,6 +55,9 @@ def enter_device():
         print('skipped: a device of its own (mounts, users) needs root')
         sys.exit(SKIPPED)
     os.environ['ZORVA_TEST_DEVICE'] = '1'
+    # One at a time: removing a mount point ends the mount that another test has on it.
+    root = os.open('/', os.O_RDONLY)
+    fcntl.flock(root, fcntl.LOCK_EX)
     made = not LOG_DIRECTORY.parents[1].exists()
     if made:
         LOG_DIRECTORY.parents[1].mkdir(exist_ok=True)  # an empty mount point

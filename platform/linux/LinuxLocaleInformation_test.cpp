@@ -160,19 +160,22 @@ TEST_F(LinuxLocaleInformationTest, TellsOfRealChangesOnly) {
   expect("en_US_POSIX", "Europe/Berlin", 3, 1);
   link("etc/writable/localtime", (root_ / "usr/share/zoneinfo/Asia/Tokyo").string());
   expect("en_US_POSIX", "Asia/Tokyo", 3, 2);
-  // A copy instead of a link has no name, but it is another zone.
+  // A copy instead of a link has no name, but another copy is another zone.
   fs::remove(root_ / "etc/localtime");
   fs::copy_file(root_ / "usr/share/zoneinfo/Asia/Tokyo", root_ / "etc/localtime");
   expect("en_US_POSIX", "UTC", 3, 3);
+  fs::copy_file(root_ / "usr/share/zoneinfo/Asia/Kolkata", root_ / "etc/other");
+  fs::rename(root_ / "etc/other", root_ / "etc/localtime");
+  expect("en_US_POSIX", "UTC", 3, 4);
 
   // A setting of the environment's own does not follow the files.
   setenv("TZ", "Asia/Kolkata", 1);
   replace("etc/timezone", "Europe/Berlin\n");
-  expect("en_US_POSIX", "Asia/Kolkata", 3, 4);
+  expect("en_US_POSIX", "Asia/Kolkata", 3, 5);
   link("etc/localtime", (root_ / "usr/share/zoneinfo/Europe/Berlin").string());
   localeChanges.reset();
   replace("etc/locale.conf", "LANG=fi_FI\n");
-  expect("fi_FI", "Asia/Kolkata", 3, 4);
+  expect("fi_FI", "Asia/Kolkata", 3, 5);
 }
 
 TEST_F(LinuxLocaleInformationTest, AsksTheCLibraryForThePresentTime) {

@@ -14,8 +14,8 @@ class LinuxPlatform {
 };
 
 /// Makes every service. A service that this machine lacks is there all the same and answers that it
-/// has nothing; only a process that cannot have an event loop gets none, with the reason on standard
-/// error.
+/// has nothing; only a process that cannot have an event loop gets none, with the reason on
+/// standard error.
 std::unique_ptr<LinuxPlatform> makeLinuxPlatform();
 
 }  // namespace zorva

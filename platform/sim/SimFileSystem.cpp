@@ -1,7 +1,6 @@
 #include "platform/sim/SimFileSystem.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
@@ -36,7 +35,7 @@ std::string pathFrom(const ScenarioNode& node) {
 }  // namespace
 
 SimFileSystem::SimFileSystem(SimParts& parts, std::string root, SystemLog& systemLog)
-    : root_(std::move(root)),
+    : files_(std::move(root)),
       systemLog_(systemLog),
       openForEventsFault_(parts.faults, "files.openForEvents"),
       makeEventQueueFault_(parts.faults, "files.makeEventQueue"),
@@ -114,27 +113,15 @@ void SimFileSystem::tell(const std::string& problem, const std::error_code& erro
 }
 
 int SimFileSystem::openForEvents(const std::string& directory) {
-  if (openForEventsFault_.strikes()) return -1;
-  return ::open(hostPath(directory).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  return openForEventsFault_.strikes() ? -1 : files_.openForEvents(directory);
 }
 
 int SimFileSystem::makeEventQueue() {
-  if (makeEventQueueFault_.strikes()) return -1;
-  return ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  return makeEventQueueFault_.strikes() ? -1 : files_.makeEventQueue();
 }
 
 bool SimFileSystem::watchDirectory(int queue, int directory) {
-  if (watchDirectoryFault_.strikes()) return false;
-  const std::string path = "/proc/self/fd/" + std::to_string(directory);
-  return ::inotify_add_watch(
-             queue, path.c_str(),
-             IN_CREATE | IN_DELETE | IN_MOVE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF) >= 0;
-}
-
-void SimFileSystem::takeEvents(int queue) {
-  std::array<char, 4096> buffer;
-  while (::read(queue, buffer.data(), buffer.size()) > 0) {
-  }
+  return !watchDirectoryFault_.strikes() && files_.watchDirectory(queue, directory);
 }
 
 }  // namespace zorva

@@ -5,8 +5,9 @@
 #include <system_error>
 
 #include "platform/FileSystem.h"
+#include "platform/SystemLog.h"
 #include "platform/sim/SimParts.h"
-#include "platform/sim/SimSystemLog.h"
+#include "platform/support/PosixFileSystem.h"
 
 namespace zorva {
 
@@ -18,11 +19,11 @@ class SimFileSystem : public FileSystem {
   /// The root directory must exist. The system log hears what a scenario could not do.
   SimFileSystem(SimParts& parts, std::string root, SystemLog& systemLog);
 
-  std::string hostPath(const std::string& path) const override { return root_ + path; }
+  std::string hostPath(const std::string& path) const override { return files_.hostPath(path); }
   int openForEvents(const std::string& directory) override;
   int makeEventQueue() override;
   bool watchDirectory(int queue, int directory) override;
-  void takeEvents(int queue) override;
+  void takeEvents(int queue) override { files_.takeEvents(queue); }
 
   /// Writes a whole file, and the directories above it where they are missing.
   void writeFile(const std::string& path, const std::string& contents);
@@ -35,7 +36,7 @@ class SimFileSystem : public FileSystem {
   std::optional<std::string> currentLog();
   void tell(const std::string& problem, const std::error_code& error);
 
-  std::string root_;
+  PosixFileSystem files_;
   SystemLog& systemLog_;
   SimFaultPoint openForEventsFault_;
   SimFaultPoint makeEventQueueFault_;

@@ -45,6 +45,7 @@ SimHandset::SimHandset(std::unique_ptr<SimRoot> root)
                                         dates_,           locale_,    registry_,    batteryUsage_,
                                         powerManagement_, processes_, interfaces_,  statistics_} {
   makeHealthy();
+  parts_.addFaultSections();
 }
 
 SimHandset::~SimHandset() = default;

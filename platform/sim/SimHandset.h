@@ -9,7 +9,6 @@
 #include "platform/sim/SimBattery.h"
 #include "platform/sim/SimBatteryUsage.h"
 #include "platform/sim/SimClock.h"
-#include "platform/sim/SimDateFormatting.h"
 #include "platform/sim/SimDeviceInformation.h"
 #include "platform/sim/SimDeviceRegistry.h"
 #include "platform/sim/SimFaults.h"
@@ -23,6 +22,7 @@
 #include "platform/sim/SimSystemLog.h"
 #include "platform/sim/SimSystemNotifications.h"
 #include "platform/sim/SimSystemStatistics.h"
+#include "platform/support/IcuDateFormatting.h"
 
 namespace zorva {
 
@@ -98,10 +98,10 @@ class SimHandset {
   SimSystemNotifications notifications_{parts_};
   SimFileSystem files_{parts_, root_->path().string(), systemLog_};
   SimAccountDatabase accounts_{parts_};
-  SimPreferences preferences_{parts_};
+  SimPreferences preferences_{parts_, files_, accounts_, systemLog_};
   SimDeviceInformation device_{parts_};
   SimLocaleInformation locale_{parts_, clock_};
-  SimDateFormatting dates_{locale_};
+  IcuDateFormatting dates_{[this] { return locale_.settings(); }};
   SimDeviceRegistry registry_{parts_};
   SimBattery battery_{parts_, registry_.powerSource()};
   SimBatteryUsage batteryUsage_{parts_};

@@ -2,29 +2,10 @@
 
 #include <memory>
 #include <regex>
-#include <unicode/locid.h>
 #include <unicode/timezone.h>
 #include <utility>
 
 namespace zorva {
-namespace {
-
-std::unique_ptr<icu::TimeZone> zoneNamed(const std::string& name) {
-  return std::unique_ptr<icu::TimeZone>(
-      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
-}
-
-bool daylightSavingIn(const icu::TimeZone& zone, Date date) {
-  UErrorCode status = U_ZERO_ERROR;
-  std::int32_t rawOffset = 0;
-  std::int32_t saving = 0;
-  const double milliseconds = static_cast<double>(secondsSinceEpoch(date)) * 1000.0;
-  zone.getOffset(milliseconds, 0, rawOffset, saving, status);
-  return U_SUCCESS(status) && saving != 0;
-}
-
-}  // namespace
-
 SimLocaleInformation::SimLocaleInformation(SimParts& parts, SimClock& clock)
     : clock_(clock), observeFault_(parts.faults, "locale.observe") {
   parts.sections.addBoth("clock", [this](const ScenarioNode& node) -> ScenarioAction {
@@ -50,23 +31,15 @@ SimLocaleInformation::SimLocaleInformation(SimParts& parts, SimClock& clock)
 }
 
 std::optional<std::string> SimLocaleInformation::countryCode() {
-  const std::string country = icu::Locale(identifier_.c_str()).getCountry();
-  if (country.empty()) return std::nullopt;
-  return country;
+  return zorva::countryCode(settings_.locale);
 }
 
 std::string SimLocaleInformation::timeZoneAbbreviation() {
-  const auto zone = zoneNamed(timeZone_);
-  icu::UnicodeString name;
-  zone->getDisplayName(daylightSavingIn(*zone, clock_.now()), icu::TimeZone::SHORT,
-                       icu::Locale(identifier_.c_str()), name);
-  std::string text;
-  name.toUTF8String(text);
-  return text;
+  return zoneAbbreviation(settings_, clock_.now());
 }
 
 bool SimLocaleInformation::daylightSavingTime() {
-  return daylightSavingIn(*zoneNamed(timeZone_), clock_.now());
+  return zorva::daylightSavingTime(settings_, clock_.now());
 }
 
 Registration SimLocaleInformation::observe(Change change, std::function<void()> callback) {
@@ -75,12 +48,12 @@ Registration SimLocaleInformation::observe(Change change, std::function<void()> 
 }
 
 void SimLocaleInformation::setIdentifier(const std::string& identifier) {
-  identifier_ = identifier;
+  settings_.locale = identifier;
   tell(Change::Locale);
 }
 
 void SimLocaleInformation::setTimeZone(const std::string& timeZone) {
-  timeZone_ = timeZone;
+  settings_.zone = timeZone;
   tell(Change::TimeZone);
 }
 
@@ -95,7 +68,9 @@ bool SimLocaleInformation::isLocale(const std::string& identifier) {
 }
 
 bool SimLocaleInformation::isTimeZone(const std::string& name) {
-  return *zoneNamed(name) != icu::TimeZone::getUnknown();
+  const std::unique_ptr<icu::TimeZone> zone(
+      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
+  return *zone != icu::TimeZone::getUnknown();
 }
 
 }  // namespace zorva

@@ -7,6 +7,7 @@
 #include "platform/sim/SimClock.h"
 #include "platform/sim/SimObservers.h"
 #include "platform/sim/SimParts.h"
+#include "platform/support/IcuDateFormatting.h"
 
 namespace zorva {
 
@@ -16,14 +17,13 @@ class SimLocaleInformation : public LocaleInformation {
  public:
   SimLocaleInformation(SimParts& parts, SimClock& clock);
 
-  std::string identifier() override { return identifier_; }
+  std::string identifier() override { return settings_.locale; }
   std::optional<std::string> countryCode() override;
   std::string timeZoneAbbreviation() override;
   bool daylightSavingTime() override;
   Registration observe(Change change, std::function<void()> callback) override;
 
-  const std::string& localeIdentifier() const { return identifier_; }
-  const std::string& timeZone() const { return timeZone_; }
+  const LocaleSettings& settings() const { return settings_; }
 
   /// For example "de_DE".
   void setIdentifier(const std::string& identifier);
@@ -41,8 +41,7 @@ class SimLocaleInformation : public LocaleInformation {
 
   SimClock& clock_;
   SimFaultPoint observeFault_;
-  std::string identifier_ = "en_US";
-  std::string timeZone_ = "UTC";
+  LocaleSettings settings_{"en_US", "UTC"};
   std::map<Change, SimObservers<>> observers_;
 };
 

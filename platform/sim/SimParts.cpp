@@ -14,7 +14,7 @@ void ScenarioSections::add(std::vector<Section>& sections, const std::string& ke
   sections.push_back({key, std::move(read)});
 }
 
-SimParts::SimParts() {
+void SimParts::addFaultSections() {
   const auto read = [this](const ScenarioNode& node) -> ScenarioAction {
     const auto keys = node.keys({"point", "result", "times"});
     const ScenarioNode& pointNode = keys.require("point");

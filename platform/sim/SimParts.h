@@ -39,13 +39,12 @@ class ScenarioSections {
 /// What every simulated service is put together with. A new service adds its fault points and its
 /// sections in its constructor; nothing else needs to know it but SimHandset, which owns it.
 struct SimParts {
-  /// Adds "faults" and "fault", which arm fault points.
-  SimParts();
-  SimParts(const SimParts&) = delete;
-  SimParts& operator=(const SimParts&) = delete;
-
   SimFaults faults;
   ScenarioSections sections;
+
+  /// Adds "faults" and "fault", which arm fault points. To be called last: the faults of the start
+  /// are for the daemon, not for the services that are being set up.
+  void addFaultSections();
 };
 
 }  // namespace zorva

@@ -1,0 +1,63 @@
+#include "apps/LoggerTable.h"
+
+#include <array>
+
+#include "loggers/ZVLocaleLogger.h"
+#include "loggers/ZVNetworkLogger.h"
+#include "power/ZVBatteryLogger.h"
+#include "power/ZVPowerAssertionChangedLogger.h"
+#include "power/ZVPowerAssertionLogger.h"
+#include "process/ZVProcessMonitor.h"
+#include "telephony/ZVTelephonyConnection.h"
+
+namespace zorva {
+namespace {
+
+using Made = std::unique_ptr<ZVLogger>;
+constexpr auto kAbsent = nullptr;
+
+// clang-format off
+constexpr std::array<LoggerRow, 26> kRows{{
+    {"ZVConfigLogger", kAbsent},
+    {"ZVBluetoothLogger", kAbsent},
+    {"ZVNetworkLogger", [](const LoggerParts& p) -> Made {
+       return ZVNetworkLogger::logger(p.services, p.platform.interfaces); }},
+    {"ZVProcessMonitor", [](const LoggerParts& p) -> Made {
+       return ZVProcessMonitor::logger(p.services, p.platform.statistics, p.platform.accounts); }},
+    {"ZVAudioLogger", kAbsent},
+    {"ZVDisplayLogger", kAbsent},
+    {"ZVWiFiLogger", kAbsent},
+    {"ZVPowerAssertionLogger", [](const LoggerParts& p) -> Made {
+       return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
+    {"ZVPowerAssertionChangedLogger", [](const LoggerParts& p) -> Made {
+       return ZVPowerAssertionChangedLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
+    {"ZVTelephonyLogger", kAbsent},
+    {"ZVBasebandStateDurationLogger", kAbsent},
+    {"ZVPushNotificationLogger", kAbsent},
+    {"ZVApplicationLogger", kAbsent},
+    {"ZVSleepWakeLogger", kAbsent},
+    {"ZVScheduledWakeLogger", kAbsent},
+    {"ZVBatteryLogger", [](const LoggerParts& p) -> Made {
+       return ZVBatteryLogger::logger(p.services, {p.platform.registry, p.platform.device, p.platform.systemLog},
+                                      p.platform.batteryUsage, p.platform.preferences); }},
+    {"ZVKeeplineLogger", kAbsent},
+    {"ZVSyncwardLogger", kAbsent},
+    {"ZVGeodyneLogger", kAbsent},
+    {"ZVSyslogLogger", kAbsent},
+    {"ZVThermalLogger", kAbsent},
+    {"ZVSkyvaultLogger", kAbsent},
+    {"ZVAccessoryLogger", kAbsent},
+    {"ZVReachabilityLogger", kAbsent},
+    {"ZVRegistrationLogger", kAbsent},
+    {"ZVLocaleLogger", [](const LoggerParts& p) -> Made {
+       return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
+}};
+// clang-format on
+
+}  // namespace
+
+LoggerTable loggerTable() {
+  return {kRows, [] { return std::make_shared<ZVTelephonyConnection>(); }};
+}
+
+}  // namespace zorva

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "core/LoggerTable.h"
+
+namespace zorva {
+
+/// Every logger class, in the order in which the default loggers are made.
+LoggerTable loggerTable();
+
+}  // namespace zorva

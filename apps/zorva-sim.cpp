@@ -1,0 +1,13 @@
+#include <iostream>
+
+#include "apps/LoggerTable.h"
+#include "core/ZorvaMain.h"
+#include "platform/sim/SimRun.h"
+
+int main(int argc, char* argv[]) {
+  int status = 0;
+  auto run = zorva::SimRun::fromArguments(argc, argv, status, std::cout, std::cerr);
+  if (!run) return status;
+  return zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(), run->platform(),
+                          zorva::loggerTable());
+}

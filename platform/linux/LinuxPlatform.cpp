@@ -1,0 +1,73 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "platform/linux/LinuxAccountDatabase.h"
+#include "platform/linux/LinuxBatteryUsage.h"
+#include "platform/linux/LinuxBus.h"
+#include "platform/linux/LinuxClock.h"
+#include "platform/linux/LinuxDeviceInformation.h"
+#include "platform/linux/LinuxDeviceRegistry.h"
+#include "platform/linux/LinuxLocaleInformation.h"
+#include "platform/linux/LinuxNetworkInterfaces.h"
+#include "platform/linux/LinuxPowerManagement.h"
+#include "platform/linux/LinuxProcessTable.h"
+#include "platform/linux/LinuxRunLoop.h"
+#include "platform/linux/LinuxSystemLog.h"
+#include "platform/linux/LinuxSystemNotifications.h"
+#include "platform/linux/LinuxSystemStatistics.h"
+#include "platform/support/IcuDateFormatting.h"
+#include "platform/support/PosixFileSystem.h"
+#include "platform/support/PropertyListPreferences.h"
+
+namespace zorva {
+namespace {
+
+constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.assertions";
+
+class WholeLinuxPlatform : public LinuxPlatform {
+ public:
+  const Platform& platform() const override { return platform_; }
+
+ private:
+  // Each service after what it uses, so that it is destroyed before.
+  LinuxRunLoop runLoop_;
+  LinuxClock clock_;
+  LinuxSystemLog systemLog_;
+  LinuxSystemNotifications systemNotifications_{runLoop_, systemLog_};
+  PosixFileSystem files_;
+  LinuxAccountDatabase accounts_;
+  PropertyListPreferences preferences_{files_, accounts_, systemLog_};
+  LinuxDeviceRegistry registry_{runLoop_.event()};
+  LinuxDeviceInformation device_{[this] { return Value(registry_.hasGasGauge()); }};
+  LinuxLocaleInformation locale_{runLoop_.event(), clock_};
+  IcuDateFormatting dates_{[this] {
+    const auto& settings = locale_.settings();
+    return LocaleSettings{settings.locale, settings.zone};
+  }};
+  LinuxBatteryUsage batteryUsage_;
+  LinuxBus bus_{runLoop_.event()};
+  LinuxPowerManagement powerManagement_{runLoop_.event(), bus_, clock_,
+                                        [this] { systemNotifications_.post(kAssertionsChanged); }};
+  LinuxProcessTable processes_;
+  LinuxNetworkInterfaces interfaces_;
+  LinuxSystemStatistics statistics_;
+  Platform platform_{runLoop_,         clock_,     systemLog_,   systemNotifications_,
+                     files_,           accounts_,  preferences_, device_,
+                     dates_,           locale_,    registry_,    batteryUsage_,
+                     powerManagement_, processes_, interfaces_,  statistics_};
+};
+
+}  // namespace
+
+std::unique_ptr<LinuxPlatform> makeLinuxPlatform() {
+  try {
+    return std::make_unique<WholeLinuxPlatform>();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "zorva: cannot start on this machine: %s\n", error.what());
+    return nullptr;
+  }
+}
+
+}  // namespace zorva

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/RunLoop.h"
+#include "platform/SystemLog.h"
+#include "platform/SystemNotifications.h"
+#include "platform/linux/NotificationSocket.h"
+#include "platform/support/NamedCallbacks.h"
+
+namespace zorva {
+
+/// System notifications without a broker: what zorva-notify sends to the daemon's socket, and what
+/// the platform's own services tell this process.
+///
+/// The socket is made with the first subscription. As long as it cannot be made, subscriptions are
+/// refused and the system log says why.
+class LinuxSystemNotifications : public SystemNotifications {
+ public:
+  LinuxSystemNotifications(
+      RunLoop& runLoop, SystemLog& systemLog,
+      NotificationDirectories directories = NotificationDirectories::ofProcess())
+      : runLoop_(runLoop), systemLog_(systemLog), directories_(std::move(directories)) {}
+
+  Registration subscribe(const std::string& name, Callback callback) override;
+  std::optional<std::uint64_t> state(const std::string& name) override;
+
+  /// For services of this platform: calls the subscribers of the name in this process, at once.
+  void post(std::string_view name) { callbacks_.call(name); }
+
+  using StateSource = std::function<std::optional<std::uint64_t>()>;
+
+  /// For services of this platform: the name's state is asked of the source whenever it is read,
+  /// until the registration is dropped, which must be before this object goes. A later source for
+  /// the same name takes the place of the earlier one.
+  Registration provideState(const std::string& name, StateSource source);
+
+ private:
+  bool listen();
+  void receive();
+
+  RunLoop& runLoop_;
+  SystemLog& systemLog_;
+  NotificationDirectories directories_;
+  NamedCallbacks callbacks_;
+  std::map<std::string, std::shared_ptr<const StateSource>> stateSources_;
+  std::string lastProblem_;
+  std::unique_ptr<NotificationSocket> socket_;
+  Registration watch_;
+};
+
+}  // namespace zorva
