@@ -5,7 +5,7 @@ BUILD = build/$(PRESET)
 PACKAGES = tools/packages.txt
 ARGUMENTS ?= -q
 
-.PHONY: build setup run test check format clean
+.PHONY: build setup run test check format tidy clean
 
 build: setup
 	@cmake --preset $(PRESET) > $(BUILD).configure.log 2>&1 || { cat $(BUILD).configure.log; exit 1; }
@@ -23,13 +23,19 @@ run: build
 test: build
 	@ctest --preset $(PRESET)
 
-# What CI checks beside the tests: format and the sanitizer build's tests.
-check: test
+# What CI checks beside the tests: format, and the tests of the sanitizer build.
+check:
+	@tools/setup $(PACKAGES)
 	@tools/check_format
 	@$(MAKE) --no-print-directory test PRESET=asan
 
 format:
-	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+	@find apps bench core loggers platform power process telephony tests \
+	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
+
+# Slow; what it finds is for people to judge. Needs the package clang-tidy.
+tidy: build
+	@run-clang-tidy -quiet -p $(BUILD) '^$(CURDIR)/(apps|bench|core|loggers|platform|power|process|telephony)/.*(?<!_test)\.cpp$$'
 
 clean:
 	rm -rf build

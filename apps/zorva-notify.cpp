@@ -1,8 +1,10 @@
 #include <cstdio>
 
 #include "platform/linux/NotifyCommand.h"
+#include "platform/support/ProcessSetUp.h"
 
 int main(int count, char** arguments) {
+  zorva::prepareProcess();
   return zorva::notifyCommand({arguments + (count > 0 ? 1 : 0), arguments + count},
                               zorva::NotificationDirectories::ofProcess(), stdout, stderr);
 }

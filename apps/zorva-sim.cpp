@@ -3,8 +3,10 @@
 #include "apps/LoggerTable.h"
 #include "core/ZorvaMain.h"
 #include "platform/sim/SimRun.h"
+#include "platform/support/ProcessSetUp.h"
 
 int main(int argc, char* argv[]) {
+  zorva::prepareProcess();
   int status = 0;
   auto run = zorva::SimRun::fromArguments(argc, argv, status, std::cout, std::cerr);
   if (!run) return status;

@@ -8,8 +8,7 @@ inline constexpr const char* kBatteryStatusDidChange = "ZVBatteryStatusDidChange
 /// User information of all three: the std::shared_ptr<ZVBatteryProperties> of the change.
 inline constexpr const char* kBatteryStatusProperties = "ZVBatteryStatusPropertiesKey";
 
-/// Posted after the entry when the whole-percent level has
-/// changed.
+/// Posted after the entry when the whole-percent level has changed.
 inline constexpr const char* kBatteryLevelDidChange = "ZVBatteryLevelDidChangeNotification";
 
 /// Posted instead when the level has not changed for longer than the preference

@@ -19,13 +19,14 @@ namespace zorva {
 namespace {
 
 // One of the two conditions without which a daemon makes no sense. Standard error is where whoever
-// starts the daemon by hand looks; the system log is for whoever has it started.
+// starts the daemon by hand looks; the system log, which a terminal shows anyway, is for whoever
+// has it started.
 bool check(bool condition, const char* text) {
   if (condition) return true;
   const std::string message =
-      formatText("zorva: WatchCrashReportDirectory: check \"%s\" failed for %s: %s", text,
-                 kLogDirectory, std::strerror(errno));
-  std::fprintf(stderr, "%s\n", message.c_str());
+      formatText("WatchCrashReportDirectory: check \"%s\" failed for %s: %s", text, kLogDirectory,
+                 std::strerror(errno));
+  if (::isatty(STDERR_FILENO) == 0) std::fprintf(stderr, "zorva: %s\n", message.c_str());
   sZorvaState.platform->systemLog.write(message);
   return false;
 }
@@ -49,10 +50,18 @@ bool WatchCrashReportDirectory() {
     }
     sZorvaState.kqueue = platform.files.makeEventQueue();
     if (!check(sZorvaState.kqueue > 0, "sZorvaState.kqueue > 0")) return false;
-    platform.files.watchDirectory(sZorvaState.kqueue, sZorvaState.crashReportDirectoryDescriptor);
   }
+  // Without the watch the daemon goes on with the file that it has.
+  const bool watched =
+      platform.files.watchDirectory(sZorvaState.kqueue, sZorvaState.crashReportDirectoryDescriptor);
   sZorvaState.watchSource =
       platform.runLoop.watchDescriptor(sZorvaState.kqueue, CrashReportDirectoryCallback);
+  if (!watched || !sZorvaState.watchSource) {
+    platform.systemLog.write(
+        formatText("Unable to watch %s: a log file that disappears will not be "
+                   "followed by a new one",
+                   kLogDirectory));
+  }
   return true;
 }
 

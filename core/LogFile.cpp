@@ -1,5 +1,6 @@
 #include "core/LogFile.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <memory>
 #include <optional>
@@ -22,62 +23,71 @@ namespace {
 constexpr const char* kFileDatePattern = "YYYY-MM-dd-HHmmss";
 constexpr int kLastAttempt = 9;
 
-bool exists(const std::string& hostPath) {
-  // A link counts as a file, wherever it leads.
-  struct stat status;
-  return ::lstat(hostPath.c_str(), &status) == 0;
+// The file is one that nobody else made: a name that is taken, by a link too, is not opened.
+int createFile(const std::string& hostPath) {
+  return ::open(hostPath.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_NOCTTY | O_CLOEXEC,
+                0644);
 }
 
-// The first free name for this moment, or the last one tried.
-std::string newLogFilePath() {
+// Opens a file that is there, if it can be one that an earlier start has left: plain, with no other
+// name, and with the owner that we give ours. Without O_NONBLOCK a planted pipe would hold the
+// daemon up; regular files do not mind it.
+int openOldFile(const std::string& hostPath, const std::optional<AccountDatabase::Ids>& mobile) {
+  const int descriptor = ::open(
+      hostPath.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (descriptor < 0) return -1;
+  const bool givesAway = ::geteuid() == 0 && mobile.has_value();
+  struct stat status;
+  if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+      status.st_uid == (givesAway ? mobile->user : ::geteuid())) {
+    return descriptor;
+  }
+  ::close(descriptor);
+  return -1;
+}
+
+// Makes a file under the first free name of this moment, or appends to the last one tried. Leaves
+// the path in sZorvaState.logFilePath, empty when none could be made.
+int openNextFile(const std::optional<AccountDatabase::Ids>& mobile) {
   const Platform& platform = *sZorvaState.platform;
   const auto formatter = platform.dates.makeFormatter(kFileDatePattern);
   const std::string device =
       platform.device.answer("UserAssignedDeviceName").text().value_or("Unknown");
-  std::string path;
   for (int attempt = 0; attempt <= kLastAttempt; ++attempt) {
-    path =
-        formatText("%s/Zorva_%s", kLogDirectory, formatter->format(platform.clock.now()).c_str());
+    const std::string stamp = formatter->format(platform.clock.now());
+    if (stamp.empty()) break;
+    std::string& path = sZorvaState.logFilePath;
+    path = formatText("%s/Zorva_%s", kLogDirectory, stamp.c_str());
     if (attempt > 0) path += formatText("-%d", attempt);
     path += "_" + device + ".zorva";
-    if (!exists(platform.files.hostPath(path))) break;
+    const std::string hostPath = platform.files.hostPath(path);
+    const int descriptor = createFile(hostPath);
+    if (descriptor >= 0) {
+      // Where it cannot be given away the file stays the daemon's own.
+      if (mobile.has_value() && ::fchown(descriptor, mobile->user, mobile->group) != 0) errno = 0;
+      return descriptor;
+    }
+    if (errno != EEXIST) return -1;
+    if (attempt == kLastAttempt) return openOldFile(hostPath, mobile);
   }
-  return path;
-}
-
-// Only a plain file of ours (or of the user we give files to) with no other name is written to.
-bool isSafeToAppend(int descriptor, const std::optional<AccountDatabase::Ids>& mobile) {
-  struct stat status;
-  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return false;
-  const bool ours =
-      status.st_uid == ::geteuid() || (mobile.has_value() && status.st_uid == mobile->user);
-  return ours && status.st_nlink == 1;
+  return -1;
 }
 
 bool openNewLogFile() {
   const Platform& platform = *sZorvaState.platform;
-  sZorvaState.logFilePath = newLogFilePath();
+  sZorvaState.logFilePath.clear();
+  const int descriptor = openNextFile(platform.accounts.idsOfUser("mobile"));
   if (sZorvaState.logFilePath.empty()) {
     platform.systemLog.write("Unable to create a new file name");
     return false;
   }
-  const auto mobile = platform.accounts.idsOfUser("mobile");
-  // Without O_NONBLOCK a planted pipe would hold the daemon up; regular files do not mind it.
-  const int descriptor =
-      ::open(platform.files.hostPath(sZorvaState.logFilePath).c_str(),
-             O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0644);
-  if (descriptor < 0 || !isSafeToAppend(descriptor, mobile)) {
-    if (descriptor >= 0) ::close(descriptor);
+  if (descriptor < 0) {
     platform.systemLog.write(
         formatText("Unable to grab a FILE* for '%s'", sZorvaState.logFilePath.c_str()));
     return false;
   }
-  auto file = std::make_unique<LogStream>(descriptor, LogStream::Ownership::Owned);
-  if (mobile.has_value() && ::fchown(descriptor, mobile->user, mobile->group) != 0) {
-    // Then the file stays the daemon's own.
-  }
-  file->write(formatText("Zorva Version: %d\n", kLogVersion));
-  sZorvaState.logFile = std::move(file);
+  sZorvaState.logFile = std::make_unique<LogStream>(descriptor, LogStream::Ownership::Owned);
+  sZorvaState.logFile->write(formatText("Zorva Version: %d\n", kLogVersion));
   return true;
 }
 

@@ -9,8 +9,9 @@ inline constexpr int kLogVersion = 5;
 /// whose path goes to sZorvaState.logFilePath, given to the user "mobile" and headed by the version
 /// line. Returns false, with the reason on the system log, when no file can be opened.
 ///
-/// The directory may be writable for others: a planted link is neither followed nor replaced, and a
-/// file that is not ours, is no regular file or has other links is never written to or given away.
+/// The directory may be writable for others: a planted link is neither followed nor replaced, only
+/// a file that we have just made is given away, and one that is there already is appended to only
+/// when it can be ours: a regular file with our files' owner and no other link.
 bool OpenLogFile();
 
 }  // namespace zorva

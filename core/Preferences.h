@@ -8,20 +8,17 @@ namespace zorva {
 
 class PreferencesStore;
 
-/// The settings that change what is recorded, in the domain "com.vennor.zorva" of the user "mobile"
-/// on this host.
-///
-/// | key | kind, default | what it does |
-/// |---|---|---|
-/// | "ZVSecondsBeforeSignificantTimeTriggered" | seconds, 1800.0 | how long the battery level must
-/// stay unchanged before that is news | | "ZVShowNMXContents" | boolean, false | push messages are
-/// logged with their contents | | "ZVShouldQueryWiFiPowerUsage" | boolean, false | the Wi-Fi
-/// snapshot asks the driver for its counters | | "ZVRecordSyslog" | boolean, true | the system log
-/// is copied into the log; read at start |
+// The settings that change what is recorded, in the domain "com.vennor.zorva" of the user "mobile"
+// on this host.
+
+/// Seconds, 1800.0 by default: how long the battery level must stay unchanged before that is news.
 inline constexpr const char* kSecondsBeforeSignificantTimeTriggered =
     "ZVSecondsBeforeSignificantTimeTriggered";
+/// Boolean, false by default: whether push messages are logged with their contents.
 inline constexpr const char* kShowNMXContents = "ZVShowNMXContents";
+/// Boolean, false by default: whether the Wi-Fi snapshot asks the driver for its counters.
 inline constexpr const char* kShouldQueryWiFiPowerUsage = "ZVShouldQueryWiFiPowerUsage";
+/// Boolean, true by default: whether the system log is copied into the log. Read at start only.
 inline constexpr const char* kRecordSyslog = "ZVRecordSyslog";
 
 /// The value stored now, or nothing. Nothing is kept between calls, so a change in the store takes

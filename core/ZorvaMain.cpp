@@ -64,6 +64,8 @@ void releaseEverything() {
   sZorvaState.loggers.clear();
   sZorvaState.telephonyConnection.reset();
   sZorvaState.logFilePath.clear();
+  UnwatchCrashReportDirectory();
+  sZorvaState.platform = nullptr;
 }
 
 enum class Options { Usage, DefaultLoggers, NamedLoggers };
@@ -73,7 +75,7 @@ Options parseOptions(int argc, char* const argv[], const LoggerTable& table,
   Options options = Options::DefaultLoggers;
   ::optind = 0;  // starts anew, also when this process has parsed options before
   ::opterr = 0;  // the usage text says it all
-  for (int option = 0; (option = ::getopt(argc, argv, "Bdhpq")) != -1;) {
+  for (int option = 0; (option = ::getopt(argc, argv, "+Bdhpq")) != -1;) {
     switch (option) {
       case 'B':
         appendNamedLogger("ZVBatteryLogger", table, parts);
@@ -128,7 +130,6 @@ int ZorvaMain(int argc, char* const argv[], const Platform& platform, const Logg
   }
   if (sZorvaState.runAsDaemon && !WatchCrashReportDirectory()) {
     releaseEverything();
-    UnwatchCrashReportDirectory();
     return EXIT_FAILURE;
   }
   RegisterPreferenceDefaults(platform.preferences);
@@ -137,8 +138,6 @@ int ZorvaMain(int argc, char* const argv[], const Platform& platform, const Logg
   StartLogging();
   runUntilExit(platform);
   releaseEverything();
-  UnwatchCrashReportDirectory();
-  sZorvaState.platform = nullptr;
   return 0;
 }
 

@@ -239,6 +239,12 @@ TEST_F(ZorvaMainTest, PlantedLinksAreNeitherFollowedNorReplaced) {
               Lines{"Unable to grab a FILE* for '/Library/Logs/Faultbox/"
                     "Zorva_2026-11-16-140000-9_Sim Phone.zorva'"});
   }
+  // When such a thing is taken away, the next event in the directory begins a file after all.
+  at(0, [&] { fs::remove(path("-9")); });
+  exitAt(10);
+  EXPECT_EQ(run({"-d", "-p"}), 0);
+  EXPECT_EQ(linesOf(path("-9")).size(), 2U);
+  EXPECT_EQ(handset.systemLog().takeLines().back(), "creating new log");
   EXPECT_EQ(linesOf(victim), Lines{"precious"});
   EXPECT_FALSE(fs::exists(handset.root() / "missing"));
 }
@@ -256,6 +262,33 @@ TEST_F(ZorvaMainTest, ADaemonWithoutItsDirectoryOrQueueEndsAtOnce) {
   EXPECT_NE(errorText.find("check \"sZorvaState.kqueue > 0\" failed"), std::string::npos);
   EXPECT_EQ(handset.systemLog().takeLines().size(), 2U);
   EXPECT_EQ(fileNames(), Lines{});
+
+  // One that cannot be watched only means that nothing follows a file that disappears.
+  handset.faults().fail("files.watchDirectory");
+  exitAt(0);
+  EXPECT_EQ(run({"-d", "-p"}), 0);
+  EXPECT_EQ(fileNames().size(), 1U);
+  EXPECT_EQ(handset.systemLog().takeLines(),
+            Lines{"Unable to watch /Library/Logs/Faultbox: a log file that disappears will not be "
+                  "followed by a new one"});
+}
+
+TEST_F(ZorvaMainTest, AForeignFileIsNeitherWrittenToNorGivenAway) {
+  if (::geteuid() != 0) GTEST_SKIP() << "files of others need root";
+  handset.accounts().setUser("mobile", {501, 501});
+  const fs::path planted = logDirectory() / "Zorva_2026-11-16-140000-9_Sim Phone.zorva";
+  for (int attempt = 0; attempt <= 9; ++attempt) {
+    const std::string suffix = attempt == 0 ? "" : "-" + std::to_string(attempt);
+    std::ofstream(logDirectory() / ("Zorva_2026-11-16-140000" + suffix + "_Sim Phone.zorva"))
+        << "root's";
+  }
+  exitAt(0);
+  EXPECT_EQ(run({"-d", "-p"}), 0);
+  struct stat status;
+  ASSERT_EQ(::stat(planted.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 0U);
+  EXPECT_EQ(linesOf(planted), Lines{"root's"});
+  handset.systemLog().takeLines();
 }
 
 }  // namespace

@@ -36,11 +36,13 @@ void ZVNetworkLogger::log() {
     out += sent;
   }
   const auto time = static_cast<std::int32_t>(secondsSinceEpoch(now()));
-  const std::int64_t elapsed = std::int64_t{time} - prevTime_;
+  // Over the end of 32-bit time, too.
+  const auto elapsed = static_cast<std::int32_t>(static_cast<std::uint32_t>(time) -
+                                                 static_cast<std::uint32_t>(prevTime_));
   std::string body =
       formatText(" TotalSinceLastCheck=%.1fK/%.1fK;", (in - prevNetworkTrafficIn_) * 0.0009765625,
                  (out - prevNetworkTrafficOut_) * 0.0009765625);
-  body += formatText(" TimeSinceLastCheck=%lds;", static_cast<long>(elapsed));
+  body += formatText(" TimeSinceLastCheck=%lds;", long{elapsed});
   body += interfaceFields;
 
   prevNetworkTrafficIn_ = in;

@@ -9,8 +9,8 @@ class SystemLog {
  public:
   virtual ~SystemLog() = default;
 
-  /// Writes one line. The bytes are never a format; where the log is kept in lines, those that would
-  /// break one are written escaped. A failure to write is ignored.
+  /// Writes one line. The bytes are never a format; where the log is kept in lines, those that
+  /// would break one are written escaped. A failure to write is ignored.
   virtual void write(std::string_view message) = 0;
 };
 

@@ -18,13 +18,18 @@ struct Overloaded : Handlers... {
 template <class... Handlers>
 Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
-// Where a number may start: behind blanks and one plus sign.
+// Where the number that the text starts with begins, behind blanks and one plus sign; the text's
+// end when it starts with none.
 const char* numberStart(const std::string& text) {
   const char* first = text.data();
   const char* end = first + text.size();
   while (first != end && std::isspace(static_cast<unsigned char>(*first)) != 0) ++first;
   if (first != end && *first == '+') ++first;
-  return first;
+  // "nan" and "info" start with no number, whatever from_chars makes of them.
+  const char* digits = first != end && *first == '-' ? first + 1 : first;
+  if (digits != end && *digits == '.') ++digits;
+  const bool number = digits != end && std::isdigit(static_cast<unsigned char>(*digits)) != 0;
+  return number ? first : end;
 }
 
 std::int64_t leadingInteger(const std::string& text) {
@@ -39,8 +44,9 @@ std::int64_t leadingInteger(const std::string& text) {
 double leadingReal(const std::string& text) {
   const char* first = numberStart(text);
   double number = 0.0;
-  std::from_chars(first, text.data() + text.size(), number);
-  return number;
+  const auto [stop, error] = std::from_chars(first, text.data() + text.size(), number);
+  // Too large or too small for a double: strtod tells which.
+  return error == std::errc::result_out_of_range ? std::strtod(first, nullptr) : number;
 }
 
 std::int64_t wholePart(double number) {

@@ -32,6 +32,10 @@ TEST(Value, ConversionsNeverFail) {
       {"Yes", true, 0, 0.0},
       {"", false, 0, 0.0},
       {"-", false, 0, 0.0},
+      {"-.5", true, 0, -0.5},
+      {"nancy", false, 0, 0.0},
+      {"info", false, 0, 0.0},
+      {"1e400", true, 1, HUGE_VAL},
       {Value::List{1}, false, 0, 0.0},
       {Dictionary{{"a", 1}}, false, 0, 0.0},
   };

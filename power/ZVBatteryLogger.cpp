@@ -20,11 +20,6 @@ ZVBatteryLogger::ZVBatteryLogger(const Services& services,
                                  PreferencesStore& preferences)
     : ZVLogger(services), sources_(sources), usage_(usage), preferences_(preferences) {}
 
-// The interest goes before its port.
-ZVBatteryLogger::~ZVBatteryLogger() {
-  notificationRef_.reset();
-}
-
 bool ZVBatteryLogger::subscribe() {
   ioNotifyPort_ = sources_.registry.makeNotificationPort();
   if (!ioNotifyPort_ || !ioNotifyPort_->addToRunLoop()) {

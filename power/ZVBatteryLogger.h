@@ -22,7 +22,6 @@ class ZVBatteryLogger : public ZVLogger {
                                                  const ZVBatteryProperties::Sources& sources,
                                                  BatteryUsage& usage,
                                                  PreferencesStore& preferences);
-  ~ZVBatteryLogger() override;
 
   void log() override;
   void logBatteryProperties(ZVBatteryProperties& properties);
@@ -50,7 +49,7 @@ class ZVBatteryLogger : public ZVLogger {
   BatteryUsage& usage_;
   PreferencesStore& preferences_;
   std::unique_ptr<RegistryNotificationPort> ioNotifyPort_;
-  Registration notificationRef_;
+  Registration notificationRef_;  // goes before its port
   std::shared_ptr<RegistryEntry> batteryEntry_;
   std::uint32_t lastBatteryLevel_ = 0;
   Date lastBatteryLevelChangeDate_;

@@ -109,7 +109,10 @@ std::int32_t ZVBatteryProperties::voltage() {
 
 bool ZVBatteryProperties::gasGaugeEnabled() {
   std::optional<bool>& enabled = sZorvaState.gasGaugeEnabled;
-  if (!enabled.has_value()) enabled = sources_.device.answer("gas-gauge-battery").boolean();
+  if (!enabled.has_value()) {
+    const Value answer = sources_.device.answer("gas-gauge-battery");
+    enabled = answer.isBoolean() && answer.boolean();
+  }
   return *enabled;
 }
 
@@ -125,7 +128,7 @@ std::string ZVBatteryProperties::humanReadableChargingState() {
 }
 
 std::uint32_t wholePercent(double capacity) {
-  if (std::isnan(capacity) || capacity < 0.0) return 0;
+  if (!std::isfinite(capacity) || capacity < 0.0) return 0;
   constexpr auto kLargest = std::numeric_limits<std::uint32_t>::max();
   if (capacity >= static_cast<double>(kLargest)) return kLargest;
   return static_cast<std::uint32_t>(capacity);

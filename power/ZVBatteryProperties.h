@@ -75,8 +75,8 @@ class ZVBatteryProperties {
   std::optional<Dictionary> batteryProperties_;
 };
 
-/// A level in percent as a whole number, its fraction dropped. A level that is not a number or
-/// below 0 is 0, one that does not fit is the largest that does.
+/// A level in percent as a whole number, its fraction dropped. A level that is no finite number, or
+/// below 0, is 0; one that does not fit is the largest that does.
 std::uint32_t wholePercent(double capacity);
 
 }  // namespace zorva

@@ -35,19 +35,23 @@ std::string ZVPowerAssertionChangedLogger::uniqueKeyForAssertion(
 void ZVPowerAssertionChangedLogger::log() {
   std::vector<Dictionary> current = currentAssertions();
 
-  // By key: what was there, and of it what is not seen again, in the order of the last look.
-  std::set<std::string> known;
-  std::vector<std::pair<std::string, const Dictionary*>> pending;
+  // Keys that were dealt with; of twins only the first counts.
+  std::set<std::string> seen;
+  std::set<std::string> previous;
   for (const Dictionary& assertion : previousAssertions_) {
-    std::string key = uniqueKeyForAssertion(assertion);
-    if (known.insert(key).second) pending.emplace_back(std::move(key), &assertion);
+    previous.insert(uniqueKeyForAssertion(assertion));
   }
   for (const Dictionary& assertion : current) {
     const std::string key = uniqueKeyForAssertion(assertion);
-    std::erase_if(pending, [&](const auto& held) { return held.first == key; });
-    if (known.insert(key).second) logAssertionWithState(assertion, "created");
+    if (seen.insert(key).second && !previous.contains(key)) {
+      logAssertionWithState(assertion, "created");
+    }
   }
-  for (const auto& [key, assertion] : pending) logAssertionWithState(*assertion, "released");
+  for (const Dictionary& assertion : previousAssertions_) {
+    if (seen.insert(uniqueKeyForAssertion(assertion)).second) {
+      logAssertionWithState(assertion, "released");
+    }
+  }
   previousAssertions_ = std::move(current);
 }
 

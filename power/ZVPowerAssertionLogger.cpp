@@ -46,14 +46,15 @@ std::optional<std::string> ZVPowerAssertionLogger::nameForPID(std::int32_t proce
 }
 
 void ZVPowerAssertionLogger::logAssertionWithState(const Dictionary& assertion, const char* state) {
-  // A record without a start has none to measure from: it is taken as just begun.
-  const Date start = assertion["AssertStartWhen"].date().value_or(now());
+  const auto start = assertion["AssertStartWhen"].date();
   const auto field = [&](const char* key) { return safeText(assertion[key].description()); };
   std::string body = formatText(" state=%s;", state);
   body += formatText(" process=%s;", field(kProcessNameKey).c_str());
   body += formatText(" pid=%s;", field("AssertPID").c_str());
   body += formatText(" name=%s;", field("AssertName").c_str());
-  body += formatText(" held_for=%s;", formatTimeInSeconds(secondsBetween(start, now())).c_str());
+  body += formatText(
+      " held_for=%s;",
+      start.has_value() ? formatTimeInSeconds(secondsBetween(*start, now())).c_str() : "(null)");
   logEntryWithBody("Assertion", body);
 }
 

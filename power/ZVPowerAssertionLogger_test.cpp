@@ -35,7 +35,7 @@ TEST_F(PowerAssertionTest, SnapshotsListWhatIsHeld) {
              "[Assertion] state=held; process=odd\\x0aname; pid=90; name=50% %n; "
              "held_for=00:03:10;",
              "[Assertion] state=held; process=<unknown>; pid=77; name=(null); "
-             "held_for=00:00:00;"}));
+             "held_for=(null);"}));
 
   handset.faults().fail("powerManagement.copyAssertionsByProcess");
   logger->log();

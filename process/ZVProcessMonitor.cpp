@@ -29,8 +29,7 @@ std::unique_ptr<ZVProcessMonitor> ZVProcessMonitor::logger(const Services& servi
 ZVProcessMonitor::ZVProcessMonitor(const Services& services, SystemStatistics& statistics,
                                    AccountDatabase& accounts)
     : ZVLogger(services), statistics_(statistics), accounts_(accounts) {
-  logOnNotification("ZVBatteryLevelDidChangeNotification");
-  logOnNotification("ZVBatteryLevelDidNotChangeForSignificantTimeNotification");
+  logOnBatteryLevel();
 }
 
 void ZVProcessMonitor::log() {

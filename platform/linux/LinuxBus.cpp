@@ -67,14 +67,8 @@ struct LinuxBus::Match : std::enable_shared_from_this<Match> {
   }
 };
 
-struct LinuxBus::Observer {
-  std::function<void()> changed;
-  bool removed = false;
-};
-
 struct LinuxBus::Subscriptions {
   std::vector<std::shared_ptr<Match>> matches;
-  std::vector<std::shared_ptr<Observer>> observers;
 };
 
 std::string LinuxBus::systemAddress() {
@@ -97,7 +91,6 @@ LinuxBus::~LinuxBus() {
     match->removed = true;
     match->slot.reset();
   }
-  for (const auto& observer : subscriptions_->observers) observer->removed = true;
 }
 
 bool LinuxBus::connected() const {
@@ -180,7 +173,7 @@ int LinuxBus::onLater(sd_event_source*, std::uint64_t, void* self) {
 int LinuxBus::onConnected(sd_bus_message*, void* self, sd_bus_error*) {
   auto* bus = static_cast<LinuxBus*>(self);
   for (const auto& match : bus->subscriptions_->matches) bus->install(*match);
-  bus->tellObservers();
+  bus->observers_.tell();
   return 0;
 }
 
@@ -201,14 +194,7 @@ void LinuxBus::ended() {
   } else {
     connect();
   }
-  tellObservers();
-}
-
-void LinuxBus::tellObservers() {
-  const auto observers = subscriptions_->observers;
-  for (const auto& observer : observers) {
-    if (!observer->removed) observer->changed();
-  }
+  observers_.tell();
 }
 
 void LinuxBus::install(Match& match) {
@@ -243,12 +229,7 @@ LinuxBus::Reply LinuxBus::call(const char* service, const char* path, const char
 }
 
 Registration LinuxBus::observeConnection(std::function<void()> changed) {
-  const auto observer = std::make_shared<Observer>(Observer{std::move(changed)});
-  subscriptions_->observers.push_back(observer);
-  return Registration([subscriptions = subscriptions_, observer] {
-    observer->removed = true;
-    std::erase(subscriptions->observers, observer);
-  });
+  return observers_.add(std::move(changed));
 }
 
 Registration LinuxBus::matchSignals(std::string rule, SignalHandler handler) {

@@ -9,6 +9,7 @@
 #include <systemd/sd-event.h>
 #include <vector>
 
+#include "platform/Observers.h"
 #include "platform/Registration.h"
 #include "platform/linux/EventSources.h"
 #include "platform/linux/LinuxPathWatch.h"
@@ -73,7 +74,6 @@ class LinuxBus {
 
  private:
   struct Match;
-  struct Observer;
   // Shared with the registrations, which may be dropped after the bus.
   struct Subscriptions;
   struct BusRelease {
@@ -88,7 +88,6 @@ class LinuxBus {
   void socketChanged();
   void ended();
   void install(Match& match);
-  void tellObservers();
   static int onConnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onDisconnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onLater(sd_event_source*, std::uint64_t, void* self);
@@ -97,6 +96,7 @@ class LinuxBus {
   std::string address_;
   std::chrono::microseconds timeLimit_;
   std::shared_ptr<Subscriptions> subscriptions_;
+  Observers<> observers_;  ///< of the connection
   BusPointer bus_;
   CoalescedCall ended_;
   std::optional<LinuxPathWatch> socketWatch_;  ///< while there is no bus to connect to

@@ -4,11 +4,14 @@
 #include <array>
 #include <fcntl.h>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <systemd/sd-device.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
+#include "platform/Observers.h"
 #include "platform/linux/PowerSupply.h"
 
 namespace zorva {
@@ -88,9 +91,6 @@ std::shared_ptr<LinuxPowerSource> findPowerSource(const std::string& directory) 
 class LinuxNotificationPort : public RegistryNotificationPort {
  public:
   explicit LinuxNotificationPort(sd_event* event) : event_(event) {}
-  ~LinuxNotificationPort() override {
-    for (const auto& interest : *interests_) interest->removed = true;
-  }
 
   bool addToRunLoop() override {
     if (monitor_) return true;
@@ -111,24 +111,15 @@ class LinuxNotificationPort : public RegistryNotificationPort {
                              Registration& interest) override {
     const auto battery = std::dynamic_pointer_cast<LinuxPowerSource>(entry);
     if (!battery) return kRegistryBadArgument;
-    const auto added =
-        std::make_shared<Interest>(Interest{battery->name(), entry, std::move(handler)});
-    interests_->push_back(added);
-    interest = Registration([interests = interests_, added] {
-      added->removed = true;
-      std::erase(*interests, added);
-    });
+    interest = interests_[battery->name()].add(
+        [entry, handler = std::move(handler), port = std::weak_ptr(alive_)] {
+          // An earlier handler may have ended the port.
+          if (!port.expired()) handler(entry, kBatteryStatusChanged, Value());
+        });
     return kRegistrySuccess;
   }
 
  private:
-  struct Interest {
-    std::string name;
-    std::shared_ptr<RegistryEntry> entry;
-    Handler handler;
-    bool removed = false;
-  };
-  using Interests = std::vector<std::shared_ptr<Interest>>;
   struct MonitorRelease {
     void operator()(sd_device_monitor* monitor) const { sd_device_monitor_unref(monitor); }
   };
@@ -137,20 +128,14 @@ class LinuxNotificationPort : public RegistryNotificationPort {
   static int deviceChanged(sd_device_monitor*, sd_device* device, void* port) {
     const char* name = nullptr;
     if (sd_device_get_sysname(device, &name) < 0) return 0;
-    // Handlers may drop interests, add some, or destroy the port: from here on only the copy
-    // counts.
-    const Interests interests = *static_cast<LinuxNotificationPort*>(port)->interests_;
-    for (const auto& interest : interests) {
-      if (!interest->removed && interest->name == name) {
-        interest->handler(interest->entry, kBatteryStatusChanged, Value());
-      }
-    }
+    auto& interests = static_cast<LinuxNotificationPort*>(port)->interests_;
+    if (const auto found = interests.find(name); found != interests.end()) found->second.tell();
     return 0;
   }
 
   sd_event* event_;
-  // Shared with the registrations, which may be dropped after the port.
-  std::shared_ptr<Interests> interests_ = std::make_shared<Interests>();
+  std::map<std::string, Observers<>, std::less<>> interests_;  // by the device's name
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   MonitorPointer monitor_;
 };
 

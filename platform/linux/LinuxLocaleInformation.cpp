@@ -22,7 +22,6 @@ LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clo
     : event_(event),
       clock_(clock),
       paths_(std::move(paths)),
-      observers_(std::make_shared<std::array<Observers, 3>>()),
       filesChanged_(event, [this] { filesChanged(); }) {
   for (const std::string& path :
        {paths_.localeConf, paths_.defaultLocale, paths_.localtime, paths_.timezone}) {
@@ -63,16 +62,10 @@ bool LinuxLocaleInformation::daylightSavingTime() {
 
 Registration LinuxLocaleInformation::observe(Change change, std::function<void()> callback) {
   if (change == Change::ClockSet && !clockSetWatch_) {
-    clockSetWatch_ = ClockSetWatch::make(event_, [this] { tell(Change::ClockSet); });
+    clockSetWatch_ = ClockSetWatch::make(event_, [this] { observers_[Change::ClockSet].tell(); });
     if (!clockSetWatch_) return {};
   }
-  const auto observer = std::make_shared<Observer>(Observer{std::move(callback)});
-  const auto list = static_cast<std::size_t>(change);
-  observers_->at(list).push_back(observer);
-  return Registration([observers = observers_, observer, list] {
-    observer->removed = true;
-    std::erase(observers->at(list), observer);
-  });
+  return observers_[change].add(std::move(callback));
 }
 
 void LinuxLocaleInformation::filesChanged() {
@@ -81,23 +74,9 @@ void LinuxLocaleInformation::filesChanged() {
       std::exchange(told_, {settings_.locale, settings_.zone, timeZoneMark(paths_)});
   const bool locale = before.locale != told_.locale;
   const bool zone = before.zone != told_.zone || before.zoneMark != told_.zoneMark;
-  // Observers may destroy this: the lists are kept, and looked at before the first one is called.
-  const Observers localeObservers =
-      locale ? observers_->at(std::size_t(Change::Locale)) : Observers();
-  const Observers zoneObservers =
-      zone ? observers_->at(std::size_t(Change::TimeZone)) : Observers();
-  for (const Observers& observers : {zoneObservers, localeObservers}) {
-    for (const auto& observer : observers) {
-      if (!observer->removed) observer->callback();
-    }
-  }
-}
-
-void LinuxLocaleInformation::tell(Change change) {
-  const Observers observers = observers_->at(static_cast<std::size_t>(change));
-  for (const auto& observer : observers) {
-    if (!observer->removed) observer->callback();
-  }
+  auto observers = observers_;  // an observer may destroy this
+  if (zone) observers[Change::TimeZone].tell();
+  if (locale) observers[Change::Locale].tell();
 }
 
 }  // namespace zorva

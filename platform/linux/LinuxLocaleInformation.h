@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +11,7 @@
 
 #include "platform/Clock.h"
 #include "platform/LocaleInformation.h"
+#include "platform/Observers.h"
 #include "platform/linux/ClockSetWatch.h"
 #include "platform/linux/EventSources.h"
 #include "platform/linux/LinuxPathWatch.h"
@@ -48,11 +49,6 @@ class LinuxLocaleInformation : public LocaleInformation {
   const Settings& settings() const { return settings_; }
 
  private:
-  struct Observer {
-    std::function<void()> callback;
-    bool removed = false;
-  };
-  using Observers = std::vector<std::shared_ptr<Observer>>;
   /// What the observers know, which may be older than what was read for a snapshot.
   struct Told {
     std::string locale;
@@ -62,15 +58,13 @@ class LinuxLocaleInformation : public LocaleInformation {
 
   void readSettings();
   void filesChanged();
-  void tell(Change change);
 
   sd_event* event_;
   const Clock& clock_;
   LocalePaths paths_;
   Settings settings_;
   Told told_;
-  // One list for each Change. Shared with the registrations, which may be dropped later.
-  std::shared_ptr<std::array<Observers, 3>> observers_;
+  std::map<Change, Observers<>> observers_;
   CoalescedCall filesChanged_;
   std::list<LinuxPathWatch> fileWatches_;
   std::unique_ptr<ClockSetWatch> clockSetWatch_;

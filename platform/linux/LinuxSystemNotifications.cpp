@@ -7,7 +7,7 @@ namespace zorva {
 
 Registration LinuxSystemNotifications::subscribe(const std::string& name, Callback callback) {
   if (!isNotificationName(name) || !listen()) return {};
-  return callbacks_.add(name, std::move(callback));
+  return observers_[name].add(std::move(callback));
 }
 
 std::optional<std::uint64_t> LinuxSystemNotifications::state(const std::string& name) {
@@ -43,10 +43,20 @@ bool LinuxSystemNotifications::listen() {
   return false;
 }
 
+void LinuxSystemNotifications::post(std::string_view name) {
+  if (const auto found = observers_.find(name); found != observers_.end()) {
+    found->second.tell(name);
+  }
+}
+
 void LinuxSystemNotifications::receive() {
   const std::vector<std::string> names = socket_->takePosts();
-  NamedCallbacks callbacks = callbacks_;  // a callback may destroy this object
-  for (const std::string& name : names) callbacks.call(name);
+  auto observers = observers_;  // a callback may destroy this object
+  for (const std::string& name : names) {
+    if (const auto found = observers.find(name); found != observers.end()) {
+      found->second.tell(name);
+    }
+  }
 }
 
 }  // namespace zorva

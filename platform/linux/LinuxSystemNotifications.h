@@ -5,11 +5,11 @@
 #include <memory>
 #include <string>
 
+#include "platform/Observers.h"
 #include "platform/RunLoop.h"
 #include "platform/SystemLog.h"
 #include "platform/SystemNotifications.h"
 #include "platform/linux/NotificationSocket.h"
-#include "platform/support/NamedCallbacks.h"
 
 namespace zorva {
 
@@ -29,7 +29,7 @@ class LinuxSystemNotifications : public SystemNotifications {
   std::optional<std::uint64_t> state(const std::string& name) override;
 
   /// For services of this platform: calls the subscribers of the name in this process, at once.
-  void post(std::string_view name) { callbacks_.call(name); }
+  void post(std::string_view name);
 
   using StateSource = std::function<std::optional<std::uint64_t>()>;
 
@@ -45,7 +45,7 @@ class LinuxSystemNotifications : public SystemNotifications {
   RunLoop& runLoop_;
   SystemLog& systemLog_;
   NotificationDirectories directories_;
-  NamedCallbacks callbacks_;
+  std::map<std::string, Observers<std::string_view>, std::less<>> observers_;
   std::map<std::string, std::shared_ptr<const StateSource>> stateSources_;
   std::string lastProblem_;
   std::unique_ptr<NotificationSocket> socket_;

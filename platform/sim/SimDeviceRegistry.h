@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/DeviceRegistry.h"
-#include "platform/sim/SimObservers.h"
+#include "platform/Observers.h"
 #include "platform/sim/SimParts.h"
 
 namespace zorva {
@@ -40,7 +40,7 @@ class SimRegistryEntry : public RegistryEntry,
   SimFaultPoint propertyFault_;
   Dictionary properties_;
   bool present_ = true;
-  SimObservers<std::uint32_t, const Value&> interested_;
+  Observers<std::uint32_t, const Value&> interested_;
 };
 
 class SimDeviceRegistry : public DeviceRegistry {

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "platform/LocaleInformation.h"
+#include "platform/Observers.h"
 #include "platform/sim/SimClock.h"
-#include "platform/sim/SimObservers.h"
 #include "platform/sim/SimParts.h"
 #include "platform/support/IcuDateFormatting.h"
 
@@ -42,7 +42,7 @@ class SimLocaleInformation : public LocaleInformation {
   SimClock& clock_;
   SimFaultPoint observeFault_;
   LocaleSettings settings_{"en_US", "UTC"};
-  std::map<Change, SimObservers<>> observers_;
+  std::map<Change, Observers<>> observers_;
 };
 
 }  // namespace zorva

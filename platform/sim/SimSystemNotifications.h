@@ -2,8 +2,8 @@
 
 #include <map>
 
+#include "platform/Observers.h"
 #include "platform/SystemNotifications.h"
-#include "platform/sim/SimObservers.h"
 #include "platform/sim/SimParts.h"
 
 namespace zorva {
@@ -30,7 +30,7 @@ class SimSystemNotifications : public SystemNotifications {
  private:
   SimFaultPoint subscribeFault_;
   SimFaultPoint stateFault_;
-  std::map<std::string, SimObservers<std::string_view>> observers_;
+  std::map<std::string, Observers<std::string_view>> observers_;
   std::map<std::string, std::optional<std::uint64_t>> states_;
 };
 

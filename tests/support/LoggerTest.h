@@ -18,9 +18,9 @@ namespace zorva {
 ///     class ZVBatteryLoggerTest : public LoggerTest {};
 ///
 ///     TEST_F(ZVBatteryLoggerTest, WritesASnapshot) {
-///       ZVBatteryLogger logger(services(), handset.platform()...);
-///       attach(logger);
-///       logger.log();
+///       const auto logger = ZVBatteryLogger::logger(services(), ...);
+///       attach(*logger);
+///       logger->log();
 ///       EXPECT_EQ(log.takeEntries(), Lines{"[Battery] level=80.00%; ..."});
 ///     }
 class LoggerTest : public ::testing::Test {

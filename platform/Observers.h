@@ -10,12 +10,12 @@
 
 namespace zorva {
 
-/// The callbacks that wait for one kind of news from a simulated service. News is delivered at
-/// once, in the order in which the observers came. Observers may come and go, and further news be
-/// told, from inside a callback; an observer that was dropped is not called any more, one that came
-/// during the delivery is not called by it.
+/// The callbacks that wait for one kind of news. News is delivered at once, in the order in which
+/// the observers came. Observers may come and go, and further news be told, from inside a callback:
+/// one that was dropped is not called any more, one that came during the delivery is not called by
+/// it. A callback may even destroy this object. Copies share their observers.
 template <typename... News>
-class SimObservers {
+class Observers {
  public:
   using Callback = std::function<void(News...)>;
 

@@ -1,0 +1,10 @@
+#pragma once
+
+namespace zorva {
+
+/// What a program of ours does before anything else: a reader that goes away and a file that may
+/// not grow make writes fail instead of ending the process, and the three standard descriptors are
+/// open, on /dev/null where whoever started us left them closed.
+void prepareProcess();
+
+}  // namespace zorva

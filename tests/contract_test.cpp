@@ -1,0 +1,125 @@
+// What every platform must keep, seen on the simulated handset and on this machine alike.
+
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "platform/linux/LinuxDeviceRegistry.h"
+#include "platform/linux/LinuxRunLoop.h"
+#include "platform/linux/LinuxSystemLog.h"
+#include "platform/linux/LinuxSystemNotifications.h"
+#include "platform/sim/SimHandset.h"
+
+namespace zorva {
+namespace {
+
+using Calls = std::vector<std::string>;
+
+struct SimDevice {
+  SimHandset handset;
+  RunLoop& runLoop = handset.runLoop();
+  SimSystemNotifications& notifications = handset.notifications();
+  DeviceRegistry& registry = handset.registry();
+
+  SimDevice() { handset.battery().setPresent(false); }
+};
+
+struct LinuxDevice {
+  std::string directory = [] {
+    char name[] = "/tmp/zorva-contract-XXXXXX";
+    return std::string(::mkdtemp(name));
+  }();
+  LinuxRunLoop runLoop;
+  LinuxSystemLog systemLog;
+  LinuxSystemNotifications notifications{runLoop, systemLog, {directory, "", ""}};
+  LinuxDeviceRegistry registry{runLoop.event(), directory};  // with no supply in it
+
+  ~LinuxDevice() {
+    std::error_code ignored;
+    std::filesystem::remove_all(directory, ignored);
+  }
+};
+
+template <typename Device>
+class PlatformContract : public ::testing::Test {
+ protected:
+  Device device;
+  Calls calls;
+  std::function<void()> calling(const std::string& name) {
+    return [this, name] { calls.push_back(name); };
+  }
+};
+using Devices = ::testing::Types<SimDevice, LinuxDevice>;
+TYPED_TEST_SUITE(PlatformContract, Devices);
+
+TYPED_TEST(PlatformContract, TimersFireOnceInTheirOrderUnlessDropped) {
+  RunLoop& loop = this->device.runLoop;
+  loop.stop();  // before run() it does not count
+  const auto last = loop.startTimer(0.6, [&] {
+    this->calls.push_back("last");
+    loop.stop();
+  });
+  Registration own;
+  Registration other = loop.startTimer(0.3, this->calling("dropped by another"));
+  own = loop.startTimer(0.0, [&] {
+    this->calls.push_back("first");
+    own.reset();
+    other.reset();
+  });
+  loop.startTimer(0.0, this->calling("dropped at once")).reset();
+  loop.run();
+  EXPECT_EQ(this->calls, (Calls{"first", "last"}));
+}
+
+TYPED_TEST(PlatformContract, DescriptorsAreWatchedUntilDropped) {
+  RunLoop& loop = this->device.runLoop;
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  ASSERT_EQ(::write(ends[1], "ab", 2), 2);
+  Registration watch;
+  watch = loop.watchDescriptor(ends[0], [&] {  // again as long as something is left to read
+    char byte = 0;
+    EXPECT_EQ(::read(ends[0], &byte, 1), 1);
+    this->calls.push_back(std::string(1, byte));
+    if (byte == 'b') watch.reset();
+  });
+  ASSERT_TRUE(watch);
+  const auto more = loop.startTimer(0.0, [&] { EXPECT_EQ(::write(ends[1], "c", 1), 1); });
+  const auto end = loop.startTimer(0.3, [&] { loop.stop(); });
+  loop.run();
+  EXPECT_EQ(this->calls, (Calls{"a", "b"}));
+  EXPECT_FALSE(loop.watchDescriptor(-1, [] {}));
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
+TYPED_TEST(PlatformContract, PostsReachWhoeverListensAndNothingElse) {
+  auto& centre = this->device.notifications;
+  Registration second;
+  const auto first = centre.subscribe("com.example.a", [&](std::string_view name) {
+    this->calls.push_back("first " + std::string(name));
+    second.reset();
+    centre.post("com.example.b");
+  });
+  second = centre.subscribe("com.example.a", [&](std::string_view) { this->calling("second")(); });
+  const auto inner = centre.subscribe(
+      "com.example.b", [&](std::string_view name) { this->calls.push_back(std::string(name)); });
+  centre.post("com.example.a");
+  centre.post("com.example.nobody");
+  EXPECT_EQ(this->calls, (Calls{"first com.example.a", "com.example.b"}));
+  EXPECT_EQ(centre.state("com.example.a"), 0U) << "nobody has set one";
+}
+
+TYPED_TEST(PlatformContract, WithoutABatteryThereIsNothingToBeInterestedIn) {
+  EXPECT_EQ(this->device.registry.firstPowerSource(), nullptr);
+  const auto port = this->device.registry.makeNotificationPort();
+  Registration interest;
+  EXPECT_EQ(port->addInterest(nullptr, {}, interest), kRegistryBadArgument);
+  EXPECT_FALSE(interest);
+}
+
+}  // namespace
+}  // namespace zorva
