@@ -98,11 +98,16 @@ TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsWithThreadsAndWithout) {
   });
   TaskSample plain;
   TaskSample threads;
-  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, plain).ok());
-  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::Threads, threads).ok());
-  EXPECT_TRUE(plain.threads.empty());
-  ASSERT_EQ(threads.threads.size(), 1u);
+  // The child has said that it is ready and is about to wait.
+  for (int look = 0; look < 5000; ++look) {
+    ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::Threads, threads).ok());
+    ASSERT_EQ(threads.threads.size(), 1u);
+    if (threads.threads[0].runState == kThreadWaiting) break;
+    usleep(1000);
+  }
   EXPECT_EQ(threads.threads[0].runState, kThreadWaiting);
+  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, plain).ok());
+  EXPECT_TRUE(plain.threads.empty());
   const rusage usage = child.end();
   const double expected = secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
   const double total = secondsOf(plain.basic.userTime) + secondsOf(plain.basic.systemTime);
@@ -248,10 +253,42 @@ TEST_F(FakeTreeTest, FilesThatAreMissingOrGarbledAreFailures) {
   TaskSample sample;
   EXPECT_FALSE(statistics.sampleTask(12, kEveryTaskDetail, sample).ok());
   EXPECT_FALSE(statistics.sampleTask(13, kEveryTaskDetail, sample).ok());
-  ASSERT_TRUE(statistics.sampleTask(3, kEveryTaskDetail, sample).ok());
-  EXPECT_EQ(sample.process.command, "kthread/0:1-name longer than others");
+  ASSERT_TRUE(statistics.sampleTask(3, TaskDetail::None, sample).ok());
+  EXPECT_EQ(sample.process.command, "kthread/0:1-name");
   const auto ticks = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
   EXPECT_EQ(sample.basic.systemTime, timeOfTicks(250, ticks));
+
+  // As when the process ends in the middle of the look.
+  EXPECT_EQ(statistics.sampleTask(3, TaskDetail::Identity, sample).code, ENOENT);
+  write("proc/3/task/x", "");
+  for (const TaskDetail detail : {TaskDetail::Threads, TaskDetail::Events}) {
+    const auto ended = statistics.sampleTask(3, detail, sample);
+    EXPECT_EQ(ended.code, ESRCH);
+    EXPECT_EQ(ended.failed, TaskSampleStep::TaskInformation);
+  }
+}
+
+TEST_F(FakeTreeTest, TheFirmwaresRangesAreSummedByType) {
+  const char* const kRanges[][3] = {{"0x0", "0xfff", "System RAM\n"},
+                                    {"0x1000\n", "0x1fff\n", "Reserved\n"},
+                                    {"0x2000", "0x20ff", "Unusable memory\n"},
+                                    {"0x3000", "0x300f", "ACPI Tables\n"},
+                                    {"0x4000", "0x4fff", "Reserved\n"}};
+  LinuxSystemStatistics statistics(root / "proc", root / "sys");
+  EXPECT_FALSE(statistics.reservedMemory());
+  for (std::size_t i = 0; i < std::size(kRanges); ++i) {
+    const std::string range = "sys/firmware/memmap/" + std::to_string(i);
+    write(range + "/start", kRanges[i][0]);
+    write(range + "/end", kRanges[i][1]);
+    write(range + "/type", kRanges[i][2]);
+  }
+  const auto memory = statistics.reservedMemory();
+  ASSERT_TRUE(memory);
+  EXPECT_EQ(memory->reserved, 0x2000u);
+  EXPECT_EQ(memory->unusable, 0x100u);
+  EXPECT_EQ(memory->other, 0x10u);
+  write("sys/firmware/memmap/4/end", "soon");
+  EXPECT_FALSE(statistics.reservedMemory()) << "not all is told";
 }
 
 TEST_F(FakeTreeTest, OnlyWholeDisksWithADeviceCount) {

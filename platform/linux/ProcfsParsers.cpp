@@ -68,8 +68,17 @@ std::uint32_t low32(std::uint64_t value) {
 }
 
 bool isSharedLibrary(std::string_view path) {
-  const std::string_view name = path.substr(path.rfind('/') + 1);
+  constexpr std::string_view kDeleted = " (deleted)";
+  std::string_view name = path.substr(path.rfind('/') + 1);
+  if (name.ends_with(kDeleted)) name.remove_suffix(kDeleted.size());
   return name.ends_with(".so") || name.find(".so.") != std::string_view::npos;
+}
+
+// Spreads every bit of the number over the whole result.
+std::uint64_t mixed(std::uint64_t number) {
+  number = (number ^ (number >> 32)) * 0x9E3779B97F4A7C15;
+  number = (number ^ (number >> 29)) * 0xD6E8FEB86659FD93;
+  return number ^ (number >> 32);
 }
 
 // "7f12a000-7f12b000 r-xp 00001000 08:02 1234   /usr/lib/libc.so.6"
@@ -81,7 +90,7 @@ std::optional<MemoryRegion> mappingOf(std::string_view line) {
   const auto end = number<std::uint64_t>(range.substr(dash + 1), 16);
   const std::string_view permissions = takeWord(line);
   if (!start || !end || *end < *start || permissions.size() < 4) return std::nullopt;
-  takeWord(line);  // the offset
+  const auto offset = number<std::uint64_t>(takeWord(line), 16).value_or(0);
   const std::string_view device = takeWord(line);
   const auto inode = number<std::uint64_t>(takeWord(line));
   const std::string_view path = line.substr(std::min(line.find_first_not_of(kBlanks), line.size()));
@@ -94,8 +103,8 @@ std::optional<MemoryRegion> mappingOf(std::string_view line) {
     const auto major = number<std::uint64_t>(device.substr(0, colon), 16).value_or(0);
     const auto minor =
         number<std::uint64_t>(device.substr(std::min(colon + 1, device.size())), 16).value_or(0);
-    // Inode numbers of one device hardly ever reach these bits.
-    region.object = std::max<std::uint64_t>(*inode ^ (major << 52) ^ (minor << 44), 1);
+    region.object =
+        std::max<std::uint64_t>(mixed(mixed(mixed(major << 32 | minor) ^ *inode) ^ offset), 1);
     region.sharedFramework = permissions[1] != 'w' && isSharedLibrary(path);
   }
   return region;
@@ -185,6 +194,24 @@ std::optional<std::uint64_t> namedFigure(std::string_view text, std::string_view
     }
   }
   return std::nullopt;
+}
+
+std::optional<std::uint64_t> hexadecimalFigure(std::string_view text) {
+  std::string_view word = takeWord(text);
+  if (!word.starts_with("0x")) return std::nullopt;
+  return number<std::uint64_t>(word.substr(2), 16);
+}
+
+void addFirmwareRange(std::string_view type, std::uint64_t bytes, ReservedMemory& memory) {
+  type = takeLine(type);
+  if (type == "System RAM") return;
+  if (type == "Reserved") {
+    memory.reserved += bytes;
+  } else if (type == "Unusable memory") {
+    memory.unusable += bytes;
+  } else {
+    memory.other += bytes;
+  }
 }
 
 std::optional<std::uint32_t> effectiveUser(std::string_view text) {
