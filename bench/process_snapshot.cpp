@@ -118,6 +118,7 @@ int main(int argc, char** argv) {
   }
 
   const Sleepers sleepers(processes);
+  if (sleepers.count() != static_cast<std::size_t>(processes)) return 1;
   std::vector<double> ours;
   std::vector<double> starts;
   std::vector<double> theirs;

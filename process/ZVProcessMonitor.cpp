@@ -1,15 +1,10 @@
 #include "process/ZVProcessMonitor.h"
 
-#include <algorithm>
-
 #include "platform/Text.h"
 #include "process/libtally.h"
 
 namespace zorva {
 namespace {
-
-// More than most fields take, so that the body grows once.
-constexpr std::size_t kFieldLength = 24;
 
 int busiestFirst(void*, const LibtallyProcess& placed, const LibtallyProcess& other) {
   const std::int32_t a = placed.totalTime.current.seconds;
@@ -45,7 +40,6 @@ std::string ZVProcessMonitor::sampleBody(SystemStatistics& statistics, AccountDa
   libtally_gather({.details = TaskDetail::None, .memoryRegions = false, .systemFigures = false});
   libtally_sample(false, false);
   libtally_psort(busiestFirst, nullptr);
-  body.reserve(std::min(libtally_tsamp()->processes, std::uint32_t{kMostProcesses}) * kFieldLength);
   for (int written = 0; written < kMostProcesses; ++written) {
     const LibtallyProcess* const process = libtally_piterate();
     if (process == nullptr) break;
