@@ -6,6 +6,9 @@
 namespace zorva {
 namespace {
 
+// More than most fields take, so that the body grows once.
+constexpr std::size_t kFieldLength = 24;
+
 int busiestFirst(void*, const LibtallyProcess& placed, const LibtallyProcess& other) {
   const std::int32_t a = placed.totalTime.current.seconds;
   const std::int32_t b = other.totalTime.current.seconds;
@@ -40,6 +43,7 @@ std::string ZVProcessMonitor::sampleBody(SystemStatistics& statistics, AccountDa
   libtally_gather({.details = TaskDetail::None, .memoryRegions = false, .systemFigures = false});
   libtally_sample(false, false);
   libtally_psort(busiestFirst, nullptr);
+  body.reserve(kMostProcesses * kFieldLength);
   for (int written = 0; written < kMostProcesses; ++written) {
     const LibtallyProcess* const process = libtally_piterate();
     if (process == nullptr) break;

@@ -76,11 +76,11 @@ LinuxSystemStatistics::~LinuxSystemStatistics() {
 
 // Reads the whole file into text_.
 KernelResult LinuxSystemStatistics::readText(int directory, const char* path) try {
-  constexpr std::size_t kStep = 16384;
+  constexpr std::size_t kStep = 4096;  // more than most such files
   const Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
   if (!file) return failure(errno);
   for (std::size_t length = 0;;) {
-    text_.resize(std::max(text_.size(), length + kStep));
+    text_.resize(std::max({text_.size(), length + kStep, 2 * length}));
     const ssize_t count = readFully(file.get(), std::span(text_).subspan(length));
     if (count < 0) return failure(errno);
     length += static_cast<std::size_t>(count);

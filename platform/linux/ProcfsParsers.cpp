@@ -18,11 +18,15 @@ std::string_view takeLine(std::string_view& text) {
   return line;
 }
 
-// Cuts the first word off the line; empty at its end.
+// Cuts the first word off the line; empty at its end. Runs fifty times for every process, so it
+// looks at each byte just once.
 std::string_view takeWord(std::string_view& line) {
-  line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
-  const std::string_view word = line.substr(0, line.find_first_of(" \t\n"));
-  line.remove_prefix(word.size());
+  std::size_t start = 0;
+  while (start < line.size() && (line[start] == ' ' || line[start] == '\t')) ++start;
+  std::size_t end = start;
+  while (end < line.size() && line[end] != ' ' && line[end] != '\t' && line[end] != '\n') ++end;
+  const std::string_view word = line.substr(start, end - start);
+  line.remove_prefix(end);
   return word;
 }
 
