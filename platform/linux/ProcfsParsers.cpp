@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <limits>
 #include <system_error>
 
@@ -119,10 +120,10 @@ std::optional<MemoryRegion> mappingOf(std::string_view line) {
 bool parseProcStat(std::string_view text, ProcStat& stat) {
   // The name may hold parentheses, blanks and newlines, what follows it only a letter and numbers.
   const std::size_t open = text.find('(');
-  const std::size_t close = text.rfind(')');
-  if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
-    return false;
-  }
+  if (open == std::string_view::npos) return false;
+  const void* const last = ::memrchr(text.data() + open, ')', text.size() - open);
+  if (last == nullptr) return false;
+  const auto close = static_cast<std::size_t>(static_cast<const char*>(last) - text.data());
   stat.command = text.substr(open + 1, close - open - 1);
   std::string_view rest = text.substr(close + 1);
   const std::string_view state = takeWord(rest);
