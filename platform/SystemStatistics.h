@@ -19,7 +19,7 @@ struct KernelResult {
   bool ok() const { return code == 0; }
 };
 
-/// Code of a call that ran out of memory.
+/// Code of a call that found no memory for its own result.
 inline constexpr int kKernelNoMemory = 12;
 
 /// A span of time; microseconds stay below 1000000.
@@ -91,13 +91,16 @@ struct DiskTotals {
   bool operator==(const DiskTotals&) const = default;
 };
 
+/// The most bytes of a command name.
+inline constexpr std::size_t kCommandLength = 16;
+
 /// What the kernel keeps of a process's identity.
 struct KernelProcess {
   std::int32_t process = 0;       ///< process id
   std::int32_t parent = 0;        ///< process id of its parent
   std::int32_t group = 0;         ///< process group id
   std::uint32_t user = 0;         ///< effective user id; only with TaskDetail::Identity
-  std::string command;            ///< short name, any bytes
+  std::string command;            ///< short name, any bytes, at most kCommandLength of them
   std::int64_t startSeconds = 0;  ///< start, since 1970-01-01 UTC
   std::int32_t startMicroseconds = 0;
   std::uint32_t flags = 0;
@@ -147,7 +150,8 @@ struct TaskEvents {
 
 /// A piece of a task's memory. Sizes in bytes.
 struct MemoryRegion {
-  std::uint64_t object = 0;  ///< identity of the memory object behind it; 0: a private one
+  std::uint64_t object = 0;  ///< identity of the memory object behind it, or of the object's part
+                             ///< that starts where the region does; 0: a private one
   std::uint64_t virtualSize = 0;
   std::uint64_t residentSize = 0;
   bool shared = false;           ///< other tasks map the object too
@@ -182,7 +186,7 @@ inline constexpr TaskDetail kEveryTaskDetail = TaskDetail::Identity | TaskDetail
                                                TaskDetail::WorkQueue;
 
 /// One look at one task. A caller keeps one and passes it again and again, so that its texts and
-/// lists are allocated once. What was not asked for, or cannot be read, is 0 or empty.
+/// lists are allocated once. What was not asked for, or the kernel does not tell, is 0 or empty.
 struct TaskSample {
   KernelProcess process;
   TaskBasicInfo basic;
@@ -239,8 +243,8 @@ class SystemStatistics {
 
   /// The ids of all tasks, ascending, in a list that is replaced.
   virtual TaskListResult listTasks(std::vector<std::int32_t>& processes) = 0;
-  /// Looks at one task. Fails at TaskSampleStep::KernelProcess when it has gone. The sample holds
-  /// no defined figures after a failure.
+  /// Looks at one task. Fails at TaskSampleStep::KernelProcess when it has gone, and at either step
+  /// when it goes in the middle of the look. The sample holds no defined figures after a failure.
   virtual TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail,
                                       TaskSample& sample) = 0;
   /// The memory of one task, in a list that is replaced. The dearest look of all.

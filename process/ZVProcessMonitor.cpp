@@ -1,7 +1,5 @@
 #include "process/ZVProcessMonitor.h"
 
-#include <algorithm>
-
 #include "platform/Text.h"
 #include "process/libtally.h"
 
@@ -45,7 +43,7 @@ std::string ZVProcessMonitor::sampleBody(SystemStatistics& statistics, AccountDa
   libtally_gather({.details = TaskDetail::None, .memoryRegions = false, .systemFigures = false});
   libtally_sample(false, false);
   libtally_psort(busiestFirst, nullptr);
-  body.reserve(std::min(libtally_tsamp()->processes, std::uint32_t{kMostProcesses}) * kFieldLength);
+  body.reserve(kMostProcesses * kFieldLength);
   for (int written = 0; written < kMostProcesses; ++written) {
     const LibtallyProcess* const process = libtally_piterate();
     if (process == nullptr) break;

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "process/libtally_context.h"
 
@@ -45,7 +46,6 @@ int readStartFigures(Context& context) {
     context.message(context.userData, kSysctlFailed, "libtally_init", result.text.c_str());
     return -1;
   }
-  tsamp.reservedPages = reservedPages(context.source, tsamp.pageSize);
   if (const auto result = context.source.maximumArgumentLength(context.argumentLength);
       !result.ok()) {
     context.message(context.userData, kSysctlFailed, "libtally_init", result.text.c_str());
@@ -89,12 +89,12 @@ void libtally_use(SystemStatistics& statistics, AccountDatabase& accounts) {
 }
 
 int libtally_gather(const LibtallyGathering& gathering) {
-  if (context() == nullptr) return -1;
+  if (context() == nullptr || context()->tsamp.seq != 0) return -1;
   context()->gathering = gathering;
   return 0;
 }
 
-int libtally_init(LibtallyMessage message, void* userData) {
+int libtally_init(LibtallyMessage message, void* userData) try {
   libtally_fini();
   if (library().statistics == nullptr) return -1;
   auto made = std::make_unique<libtally::Context>(*library().statistics, *library().accounts);
@@ -103,6 +103,8 @@ int libtally_init(LibtallyMessage message, void* userData) {
   if (libtally::readStartFigures(*made) != 0) return -1;
   library().context = std::move(made);
   return 0;
+} catch (const std::bad_alloc&) {
+  return -1;
 }
 
 void libtally_fini() {
@@ -110,11 +112,17 @@ void libtally_fini() {
 }
 
 const LibtallySystem* libtally_tsamp() {
-  return context() ? &context()->tsamp : nullptr;
+  if (context() == nullptr) return nullptr;
+  LibtallySystem& tsamp = context()->tsamp;
+  // Never changes, and who asks for no figures of the system need not wait for it.
+  if (!std::exchange(context()->reservedKnown, true)) {
+    tsamp.reservedPages = libtally::reservedPages(context()->source, tsamp.pageSize);
+  }
+  return &tsamp;
 }
 
 int libtally_preg(std::int32_t pid, std::uint32_t preference) {
-  if (context() == nullptr) return -1;
+  if (context() == nullptr || preference > 2) return -1;
   const auto record = context()->registry.find(pid);
   if (record == context()->registry.end()) return -1;
   (*record)->regionPreference = preference;
@@ -134,7 +142,7 @@ const char* libtally_state_str(std::uint32_t state) {
   return kTexts[state];
 }
 
-const char* libtally_username(uid_t uid) {
+const char* libtally_username(uid_t uid) try {
   if (context() == nullptr) return nullptr;
   auto& names = context()->userNames;
   auto cached = names.find(uid);
@@ -144,6 +152,8 @@ const char* libtally_username(uid_t uid) {
     cached = names.emplace(uid, *name).first;
   }
   return cached->second.c_str();
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 void libtally_i64_init(libtally_i64& accumulator, std::uint64_t total, std::uint32_t counter) {

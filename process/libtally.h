@@ -143,7 +143,8 @@ struct LibtallySystem {
   std::array<std::uint32_t, LIBTALLY_STATE_MAX + 1> processesInState{};
   std::uint64_t virtualSize = 0;      ///< bytes, summed over the processes
   std::uint64_t privateResident = 0;  ///< bytes, summed over the processes
-  std::uint64_t sharedResident = 0;   ///< bytes of the shared objects, each counted once
+  std::uint64_t sharedResident = 0;   ///< bytes of the shared objects, each counted once with the
+                                      ///< most that a process saw since the first mapped it
   std::uint32_t regions = 0;          ///< memory regions, summed over the processes
   std::uint64_t frameworkMemory = 0;  ///< bytes of shared frameworks that this program maps, when
                                       ///< they were last gathered
@@ -174,8 +175,8 @@ struct LibtallyGathering {
   bool systemFigures = true;  ///< load, CPU ticks, frameworks, virtual memory, swap, network, disk
 };
 
-/// Chooses what the next samples gather; libtally_init chooses everything. -1 when the library is
-/// not initialised.
+/// Chooses what the samples of this round gather; libtally_init chooses everything. -1 without a
+/// round, and after its first sample: figures could not be told from those of the sample before.
 int libtally_gather(const LibtallyGathering& gathering);
 
 /// Starts a round. Without a callback messages are dropped. -1 after a message when the system
@@ -210,7 +211,8 @@ const LibtallySystem* libtally_tsamp();
 
 /// Sets how often a known process's memory regions are walked: 0 in samples with the register flag,
 /// 1 never, 2 always. A new process is always walked, and one that has since executed another
-/// program is walked again. -1 when there is no record of the process.
+/// program, or was missed by a sample, is walked again. -1 when there is no record of the process,
+/// and for any other preference.
 int libtally_preg(std::int32_t pid, std::uint32_t preference);
 
 /// Lets the framework memory be gathered in every interval-th sample only. 0 means every sample, as
@@ -221,7 +223,8 @@ int libtally_set_interval(std::uint32_t interval);
 /// not exceed LIBTALLY_STATE_MAX.
 const char* libtally_state_str(std::uint32_t state);
 
-/// The account's name, or nothing when there is no such user. Stays good until libtally_fini.
+/// The account's name, or nothing when there is no such user or memory is short. Stays good until
+/// libtally_fini.
 const char* libtally_username(uid_t uid);
 
 }  // namespace zorva

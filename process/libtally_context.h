@@ -41,7 +41,7 @@ using Registry = std::set<std::unique_ptr<Record>, RegistryOrder>;
 /// A memory object that processes share.
 struct SharedObject {
   std::uint32_t references = 0;    ///< processes that map it
-  std::uint64_t residentSize = 0;  ///< the largest that one of them saw
+  std::uint64_t residentSize = 0;  ///< the largest that one of them saw since the first mapped it
 };
 
 struct Context {
@@ -55,10 +55,11 @@ struct Context {
   LibtallyGathering gathering;
   std::uint32_t interval = 1;
   LibtallySystem tsamp;
+  bool reservedKnown = false;  ///< `tsamp` holds the reserved pages
   Registry registry;
 
   bool sorted = false;         ///< iteration follows `order`, else the registry
-  std::vector<Record*> order;  ///< of libtally_psort
+  std::vector<Record*> order;  ///< of libtally_psort; has room for every record
   std::size_t next = 0;        ///< place in `order` of the next record
   std::optional<std::int32_t>
       passed;  ///< process id of the last record of the registry's iteration

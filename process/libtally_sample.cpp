@@ -89,6 +89,8 @@ void totalProcesses(Context& context) {
   LibtallySystem& tsamp = context.tsamp;
   for (const auto& record : context.registry) {
     const LibtallyProcess& psamp = record->psamp;
+    // One that has gone holds nothing any more, though its record waits to be freed.
+    if (psamp.seq.current != tsamp.seq) releaseSharedObjects(context, *record);
     if (psamp.seq.current != tsamp.seq || !psamp.details) continue;
     tsamp.threads += psamp.details->threads.current;
     tsamp.virtualSize += psamp.details->basic.current.virtualSize;

@@ -132,6 +132,10 @@ TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegio
 
   const bool isNew = found == context.registry.end();
   if (isNew) {
+    // A sort cannot fail, so it finds its room ready.
+    if (context.order.capacity() <= context.registry.size()) {
+      context.order.reserve(2 * context.registry.size() + 64);
+    }
     auto made = std::make_unique<Record>();
     made->psamp.pid = process;
     found = context.registry.insert(std::move(made)).first;
@@ -141,6 +145,8 @@ TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegio
   const std::string_view launcher = context.source.launcherCommand();
   // Another program in the same process has another layout of its memory.
   bool replaced = psamp.cpuType != task.process.cpuType;
+  // Missed by a sample, it has given up its shared objects.
+  if (!isNew && psamp.seq.current != context.tsamp.seq - 1) replaced = true;
   if (!launcher.empty() && task.process.command == launcher) {
     psamp.command = commandFromArguments(context, &record);
   } else if (psamp.command != task.process.command) {

@@ -304,6 +304,7 @@ TEST_F(LibtallyTest, WalksTheMemoryAsThePreferenceSays) {
   EXPECT_EQ(walks(0, true), 1);
   EXPECT_EQ(walks(1, true), 0);
   EXPECT_EQ(walks(2, false), 1);
+  EXPECT_EQ(libtally_preg(1, 3), -1);
   task(1).process.command = "another program";
   EXPECT_EQ(walks(0, false), 1);
 }
@@ -327,9 +328,8 @@ TEST_F(LibtallyTest, SharedObjectsCountOnceForTheSystem) {
   statistics.removeTask(1);
   statistics.task(2).regions = {kPrivate};
   sample(true);
-  iterate();
-  sample();
   EXPECT_EQ(tsamp.sharedResident, 0u) << "nobody maps it any more";
+  EXPECT_EQ(tsamp.regions, 1u);
 }
 
 TEST_F(LibtallyTest, BrokenContractsStopTheProgram) {

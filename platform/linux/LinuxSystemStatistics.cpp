@@ -4,53 +4,23 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <new>
 #include <sys/time.h>
 #include <unistd.h>
 #include <utility>
 
+#include "platform/linux/ProcfsFiles.h"
 #include "platform/support/Descriptor.h"
 
 namespace zorva {
 namespace {
 
-static_assert(kKernelNoMemory == ENOMEM);
-
 constexpr std::uint64_t kKilobyte = 1024;
 
-KernelResult failure(int error) {
-  return {error, std::strerror(error)};
-}
 KernelResult garbled() {
   return failure(EBADMSG);
 }
-
-// "PID/stat", or "PID/task/TID/stat": a path below the root of procfs.
-class ProcPath {
- public:
-  ProcPath(std::int32_t process, const char* file) { append(process).append("/").append(file); }
-  ProcPath(std::int32_t process, std::int32_t thread, const char* file) {
-    append(process).append("/task/").append(thread).append("/").append(file);
-  }
-  const char* text() const { return text_; }
-
- private:
-  ProcPath& append(std::int32_t number) {
-    end_ = std::to_chars(end_, text_ + sizeof text_ - 1, number).ptr;
-    *end_ = '\0';
-    return *this;
-  }
-  ProcPath& append(const char* piece) {
-    while (*piece != '\0' && end_ < text_ + sizeof text_ - 1) *end_++ = *piece++;
-    *end_ = '\0';
-    return *this;
-  }
-
-  char text_[64];
-  char* end_ = text_;
-};
 
 std::optional<std::int32_t> processNamed(const char* name) {
   std::int32_t number = 0;
@@ -58,41 +28,6 @@ std::optional<std::int32_t> processNamed(const char* name) {
   const auto [last, error] = std::from_chars(name, end, number);
   if (last != end || error != std::errc() || number <= 0) return std::nullopt;
   return number;
-}
-
-// Reads until the buffer is full or the file ends; the number of bytes, or -1.
-ssize_t readFully(int file, std::span<char> buffer) {
-  std::size_t length = 0;
-  while (length < buffer.size()) {
-    const ssize_t count = ::read(file, buffer.data() + length, buffer.size() - length);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return -1;
-    if (count == 0) break;
-    length += static_cast<std::size_t>(count);
-  }
-  return static_cast<ssize_t>(length);
-}
-
-// Calls back with the name of every entry of the directory, which is read from its start.
-template <typename Visit>
-KernelResult forEachEntry(int directory, std::span<char> buffer, Visit visit) {
-  if (::lseek(directory, 0, SEEK_SET) < 0) return failure(errno);
-  for (;;) {
-    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
-    if (length < 0) return failure(errno);
-    if (length == 0) return {};
-    for (ssize_t at = 0; at < length;) {
-      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
-      if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
-        visit(static_cast<const char*>(entry->d_name));
-      }
-      at += entry->d_reclen;
-    }
-  }
-}
-
-int openDirectory(int directory, const char* path) {
-  return ::openat(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
 ThreadInfo threadOf(const ProcStat& stat, std::uint64_t ticksPerSecond) {
@@ -140,12 +75,12 @@ LinuxSystemStatistics::~LinuxSystemStatistics() {
 }
 
 // Reads the whole file into text_.
-KernelResult LinuxSystemStatistics::readText(int directory, const char* path) {
-  constexpr std::size_t kStep = 16384;
+KernelResult LinuxSystemStatistics::readText(int directory, const char* path) try {
+  constexpr std::size_t kStep = 4096;  // more than most such files
   const Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
   if (!file) return failure(errno);
   for (std::size_t length = 0;;) {
-    text_.resize(std::max(text_.size(), length + kStep));
+    text_.resize(std::max({text_.size(), length + kStep, 2 * length}));
     const ssize_t count = readFully(file.get(), std::span(text_).subspan(length));
     if (count < 0) return failure(errno);
     length += static_cast<std::size_t>(count);
@@ -154,6 +89,8 @@ KernelResult LinuxSystemStatistics::readText(int directory, const char* path) {
       return {};
     }
   }
+} catch (const std::bad_alloc&) {
+  return noMemory();
 }
 
 KernelResult LinuxSystemStatistics::readHostStat(HostStat& stat) {
@@ -176,13 +113,24 @@ KernelResult LinuxSystemStatistics::readStat(const char* path, ProcStat& stat) {
                                                                                : garbled();
 }
 
-KernelResult LinuxSystemStatistics::listNumbers(int directory, std::vector<std::int32_t>& numbers) {
+KernelResult LinuxSystemStatistics::listNumbers(int directory,
+                                                std::vector<std::int32_t>& numbers) try {
   numbers.clear();
   KernelResult result = forEachEntry(directory, entries_, [&](const char* name) {
     if (const auto number = processNamed(name)) numbers.push_back(*number);
   });
   if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
   return result;
+} catch (const std::bad_alloc&) {
+  return noMemory();
+}
+
+// Lists the live threads in numbers_; a failure when the process has gone.
+KernelResult LinuxSystemStatistics::listThreads(std::int32_t process) {
+  const Descriptor tasks(openDirectory(proc_, ProcPath(process, "task").text()));
+  if (!tasks) return failure(errno);
+  KernelResult result = listNumbers(tasks.get(), numbers_);
+  return result.ok() && numbers_.empty() ? failure(ESRCH) : result;
 }
 
 KernelResult LinuxSystemStatistics::timeOfDay(Date& now) {
@@ -198,6 +146,32 @@ KernelResult LinuxSystemStatistics::memorySize(std::uint64_t& bytes) {
   if (!total) return garbled();
   bytes = *total * kKilobyte;
   return {};
+}
+
+std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() try {
+  const Descriptor ranges(openDirectory(AT_FDCWD, (sysRoot_ + "/firmware/memmap").c_str()));
+  if (!ranges) return std::nullopt;
+  ReservedMemory memory;
+  bool complete = true;
+  const KernelResult result = forEachEntry(ranges.get(), entries_, [&](const char* range) {
+    const auto read = [&](const char* file) {
+      return readText(ranges.get(), (std::string(range) + file).c_str()).ok();
+    };
+    const auto figure = [&](const char* file, std::uint64_t& value) {
+      const auto found = read(file) ? hexadecimalFigure(text_) : std::nullopt;
+      value = found.value_or(0);
+      return found.has_value();
+    };
+    std::uint64_t start = 0, end = 0;
+    if (figure("/start", start) && figure("/end", end) && end >= start && read("/type")) {
+      addFirmwareRange(text_, end - start + 1, memory);
+    } else {
+      complete = false;
+    }
+  });
+  return result.ok() && complete ? std::optional(memory) : std::nullopt;
+} catch (const std::bad_alloc&) {
+  return std::nullopt;
 }
 
 KernelResult LinuxSystemStatistics::maximumArgumentLength(std::size_t& bytes) {
@@ -256,10 +230,10 @@ KernelResult LinuxSystemStatistics::interfaceTraffic(std::vector<NetworkTotals>&
   parseInterfaceTraffic(text_, interfaces);
   return {};
 } catch (const std::bad_alloc&) {
-  return failure(ENOMEM);
+  return noMemory();
 }
 
-KernelResult LinuxSystemStatistics::frameworkMemory(std::uint64_t& bytes) {
+KernelResult LinuxSystemStatistics::frameworkMemory(std::uint64_t& bytes) try {
   if (auto result = readText(proc_, "self/maps"); !result.ok()) return result;
   std::vector<MemoryRegion> regions;
   parseMappings(text_, regions);
@@ -268,15 +242,17 @@ KernelResult LinuxSystemStatistics::frameworkMemory(std::uint64_t& bytes) {
     if (region.sharedFramework) bytes += region.virtualSize;
   }
   return {};
+} catch (const std::bad_alloc&) {
+  return noMemory();
 }
 
-KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names) {
+KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names) try {
   const Descriptor block(openDirectory(AT_FDCWD, (sysRoot_ + "/block").c_str()));
   if (!block) return failure(errno);
   names.clear();
   KernelResult result = forEachEntry(block.get(), entries_, [&](const char* name) {
-    // Only a disk that has a device: loop, mapped and memory disks would count its transfers again,
-    // and so would the hidden paths of a disk that has several.
+    // Only a disk that has a device: loop and mapped disks would count its transfers again, and so
+    // would the hidden paths of a disk that has several.
     const std::string disk = name;
     if (::faccessat(block.get(), (disk + "/device").c_str(), F_OK, 0) != 0) return;
     if (readText(block.get(), (disk + "/hidden").c_str()).ok() && text_.starts_with("1")) return;
@@ -284,15 +260,19 @@ KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names
   });
   std::sort(names.begin(), names.end());
   return result;
+} catch (const std::bad_alloc&) {
+  return noMemory();
 }
 
 KernelResult LinuxSystemStatistics::blockDriverTransfers(const std::string& name,
-                                                         DiskTotals& transfers) {
+                                                         DiskTotals& transfers) try {
   if (auto result = readText(AT_FDCWD, (sysRoot_ + "/block/" + name + "/stat").c_str());
       !result.ok()) {
     return result;
   }
   return parseDiskStat(text_, transfers) ? KernelResult{} : garbled();
+} catch (const std::bad_alloc&) {
+  return noMemory();
 }
 
 TaskListResult LinuxSystemStatistics::listTasks(std::vector<std::int32_t>& processes) {
@@ -306,7 +286,8 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(std::int32_t process, TaskDet
   if (auto result = readStat(ProcPath(process, "stat").text(), stat); !result.ok()) {
     return {std::move(result), TaskSampleStep::KernelProcess};
   }
-  sample.process.command.assign(stat.command);
+  // The kernel appends to the names of its own workers what they are at.
+  sample.process.command.assign(stat.command.substr(0, kCommandLength));
   if (!bootSeconds_) {
     HostStat host;
     if (!readHostStat(host).ok()) bootSeconds_ = 0;
@@ -333,31 +314,35 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(std::int32_t process, TaskDet
   sample.workQueue = {};
   if (detail == TaskDetail::None) return {};
 
-  if (wants(detail, TaskDetail::Identity) &&
-      readText(proc_, ProcPath(process, "status").text()).ok()) {
-    sample.process.user = effectiveUser(text_).value_or(0);
+  if (wants(detail, TaskDetail::Identity)) {
+    KernelResult result = readText(proc_, ProcPath(process, "status").text());
+    const auto user = result.ok() ? effectiveUser(text_) : std::nullopt;
+    if (result.ok() && !user) result = garbled();
+    if (!user) return {std::move(result), TaskSampleStep::KernelProcess};
+    sample.process.user = *user;
   }
   if (wants(detail, TaskDetail::Ports)) sample.ports = countDescriptors(process);
   if (wants(detail, TaskDetail::Events)) {
     sample.events.faults = static_cast<std::uint32_t>(stat.minorFaults + stat.majorFaults);
     sample.events.pageIns = static_cast<std::uint32_t>(stat.majorFaults);
-    takeContextSwitches(process, sample.events);
+    if (auto result = takeContextSwitches(process, sample.events); !result.ok()) {
+      return {std::move(result), TaskSampleStep::TaskInformation};
+    }
   }
-  if (wants(detail, TaskDetail::Threads)) takeThreads(process, sample);
+  if (wants(detail, TaskDetail::Threads)) {
+    return {takeThreads(process, sample), TaskSampleStep::TaskInformation};
+  }
   return {};
 } catch (const std::bad_alloc&) {
-  return {failure(ENOMEM), TaskSampleStep::TaskInformation};
+  return {noMemory(), TaskSampleStep::TaskInformation};
 }
 
 // Lists the live threads and leaves the times of those that have ended in `basic`. The kernel
 // rounds the times of process and threads each for itself, and threads go on running while they are
 // read: what they have more than the process is taken from the other kind of time, so that the sum
 // of all is the process's own wherever it can be.
-void LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample& sample) {
-  const Descriptor tasks(openDirectory(proc_, ProcPath(process, "task").text()));
-  if (!tasks || !listNumbers(tasks.get(), numbers_).ok()) return;
-  std::int64_t user = 0;
-  std::int64_t system = 0;
+KernelResult LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample& sample) {
+  if (auto result = listThreads(process); !result.ok()) return result;
   const auto microseconds = [](const TimeValue& time) {
     return std::int64_t{time.seconds} * 1000000 + time.microseconds;
   };
@@ -365,8 +350,8 @@ void LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample& sample
     return TimeValue{static_cast<std::int32_t>(time / 1000000),
                      static_cast<std::int32_t>(time % 1000000)};
   };
-  user = microseconds(sample.basic.userTime);
-  system = microseconds(sample.basic.systemTime);
+  std::int64_t user = microseconds(sample.basic.userTime);
+  std::int64_t system = microseconds(sample.basic.systemTime);
   for (const std::int32_t thread : numbers_) {
     ProcStat stat;
     if (!readStat(ProcPath(process, thread, "stat").text(), stat).ok()) continue;
@@ -374,22 +359,26 @@ void LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample& sample
     user -= microseconds(sample.threads.back().userTime);
     system -= microseconds(sample.threads.back().systemTime);
   }
+  if (sample.threads.empty()) return failure(ESRCH);
   if (user < 0) system += std::exchange(user, 0);
   if (system < 0) user = std::max<std::int64_t>(user + std::exchange(system, 0), 0);
   sample.basic.userTime = timeOf(user);
   sample.basic.systemTime = timeOf(system);
+  return {};
 }
 
-void LinuxSystemStatistics::takeContextSwitches(std::int32_t process, TaskEvents& events) {
-  const Descriptor tasks(openDirectory(proc_, ProcPath(process, "task").text()));
-  if (!tasks || !listNumbers(tasks.get(), numbers_).ok()) return;
+KernelResult LinuxSystemStatistics::takeContextSwitches(std::int32_t process, TaskEvents& events) {
+  if (auto result = listThreads(process); !result.ok()) return result;
   std::uint64_t switches = 0;
+  bool found = false;
   for (const std::int32_t thread : numbers_) {
     if (!readText(proc_, ProcPath(process, thread, "status").text()).ok()) continue;
+    found = true;
     switches += namedFigure(text_, "voluntary_ctxt_switches:").value_or(0);
     switches += namedFigure(text_, "nonvoluntary_ctxt_switches:").value_or(0);
   }
   events.contextSwitches = static_cast<std::uint32_t>(switches);
+  return found ? KernelResult{} : failure(ESRCH);
 }
 
 std::uint32_t LinuxSystemStatistics::countDescriptors(std::int32_t process) {
@@ -402,10 +391,12 @@ std::uint32_t LinuxSystemStatistics::countDescriptors(std::int32_t process) {
 }
 
 KernelResult LinuxSystemStatistics::memoryRegions(std::int32_t process,
-                                                  std::vector<MemoryRegion>& regions) {
+                                                  std::vector<MemoryRegion>& regions) try {
   KernelResult result = readText(proc_, ProcPath(process, "smaps").text());
   if (result.ok()) parseMappings(text_, regions);
   return result;
+} catch (const std::bad_alloc&) {
+  return noMemory();
 }
 
 KernelResult LinuxSystemStatistics::executablePath(std::int32_t process, std::span<char> buffer,

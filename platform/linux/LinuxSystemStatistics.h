@@ -17,7 +17,8 @@ namespace zorva {
 /// descriptor of procfs that is kept, and allocates nothing.
 class LinuxSystemStatistics : public SystemStatistics {
  public:
-  /// The roots are for tests. Where there is no procfs every call fails, and none before.
+  /// The roots are for tests. Where there is no procfs, every figure that comes from it fails when
+  /// it is asked for.
   explicit LinuxSystemStatistics(std::string procRoot = "/proc", std::string sysRoot = "/sys");
   LinuxSystemStatistics(const LinuxSystemStatistics&) = delete;
   LinuxSystemStatistics& operator=(const LinuxSystemStatistics&) = delete;
@@ -26,7 +27,7 @@ class LinuxSystemStatistics : public SystemStatistics {
   KernelResult timeOfDay(Date& now) override;
   KernelResult memorySize(std::uint64_t& bytes) override;
   std::uint64_t pageSize() override { return pageSize_; }
-  std::optional<ReservedMemory> reservedMemory() override { return std::nullopt; }
+  std::optional<ReservedMemory> reservedMemory() override;
   KernelResult maximumArgumentLength(std::size_t& bytes) override;
   KernelResult cpuLoad(HostCpuLoad& load) override;
   KernelResult loadAverages(double (&averages)[3]) override;
@@ -49,8 +50,9 @@ class LinuxSystemStatistics : public SystemStatistics {
   KernelResult readHostStat(HostStat& stat);
   KernelResult readStat(const char* path, ProcStat& stat);
   KernelResult listNumbers(int directory, std::vector<std::int32_t>& numbers);
-  void takeThreads(std::int32_t process, TaskSample& sample);
-  void takeContextSwitches(std::int32_t process, TaskEvents& events);
+  KernelResult listThreads(std::int32_t process);
+  KernelResult takeThreads(std::int32_t process, TaskSample& sample);
+  KernelResult takeContextSwitches(std::int32_t process, TaskEvents& events);
   std::uint32_t countDescriptors(std::int32_t process);
 
   std::string sysRoot_;
@@ -61,7 +63,7 @@ class LinuxSystemStatistics : public SystemStatistics {
 
   // Kept from call to call, so that their memory is allocated once.
   std::array<char, 4096> line_;
-  std::array<char, 32768> entries_;
+  alignas(std::uint64_t) std::array<char, 32768> entries_;  ///< entries of a directory
   std::vector<std::int32_t> numbers_;
   std::string text_;
 };

@@ -50,6 +50,13 @@ bool parseLoadAverages(std::string_view text, double (&averages)[3]);
 /// Nothing when no line has it.
 std::optional<std::uint64_t> namedFigure(std::string_view text, std::string_view name);
 
+/// The number of a file that holds just one, "0x9fc00" and a newline, or nothing.
+std::optional<std::uint64_t> hexadecimalFigure(std::string_view text);
+
+/// Adds the bytes of a range of the firmware's memory map to their kind, as its "type" file names
+/// it; those of "System RAM" are no reserved ones.
+void addFirmwareRange(std::string_view type, std::uint64_t bytes, ReservedMemory& memory);
+
 /// The effective user of a process's "status" file, or nothing.
 std::optional<std::uint32_t> effectiveUser(std::string_view text);
 
@@ -62,9 +69,10 @@ bool parseDiskStat(std::string_view text, DiskTotals& totals);
 
 /// The mappings of a process's "smaps", or of its "maps", which tells no resident sizes.
 ///
-/// A file, or memory that can be shared by name, is an object; it is shared when the mapping itself
-/// is or when other processes have its pages. A shared library's part that cannot be written counts
-/// as shared framework.
+/// A file from some offset on, or memory that can be shared by name, is an object: mappings of one
+/// file at different offsets hold different pages. It is shared when the mapping itself is or when
+/// other processes have its pages. A shared library's part that cannot be written counts as shared
+/// framework, also when its file was deleted since.
 void parseMappings(std::string_view text, std::vector<MemoryRegion>& regions);
 
 }  // namespace zorva

@@ -121,9 +121,12 @@ TEST(ProcfsParsersTest, ReadsMappings) {
       "5000-9000 rw-p 00000000 00:00 0    [heap]\nRss:  8 kB\nShared_Dirty: 4 kB\n"
       "a000-b000 rw-s 00000000 00:01 78   /memfd:x (deleted)\n"
       "b000-a000 rw-s 00000000 00:01 78\nzz\n1-2\n"
-      "c000-d000 r-xp 00000000 08:02 79 /bin/my.sorted\nShared_Clean: 4 kB",
+      "c000-d000 r-xp 00000000 08:02 79 /bin/my.sorted\nShared_Clean: 4 kB\n"
+      "e000-f000 r--p 00001000 08:02 77   /usr/lib/libc.so (deleted)",
       regions);
-  ASSERT_EQ(regions.size(), 5u);
+  ASSERT_EQ(regions.size(), 6u);
+  EXPECT_NE(regions[5].object, regions[0].object) << "other pages of the file";
+  EXPECT_TRUE(regions[5].sharedFramework);
   EXPECT_TRUE(regions[0].sharedFramework && regions[0].shared);
   EXPECT_EQ(regions[0].virtualSize, 0x2000u);
   EXPECT_EQ(regions[0].residentSize, 4096u);

@@ -173,6 +173,7 @@ TaskSampleResult SimSystemStatistics::sampleTask(std::int32_t process, TaskDetai
     if (!result.ok()) return {std::move(result), step};
   }
   sample = task->second.sample;
+  if (sample.process.command.size() > kCommandLength) sample.process.command.resize(kCommandLength);
   if (!wants(detail, TaskDetail::Identity)) sample.process.user = 0;
   if (!wants(detail, TaskDetail::Threads)) {
     for (const ThreadInfo& thread : sample.threads) {
