@@ -5,8 +5,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include "platform/linux/LoopForTest.h"
-#include "platform/linux/PrivateBusForTest.h"
+#include "platform/linux/Loop_test.h"
+#include "platform/linux/PrivateBus_test.h"
 
 namespace zorva {
 namespace {

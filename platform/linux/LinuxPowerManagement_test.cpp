@@ -2,15 +2,13 @@
 
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
 #include <sys/stat.h>
 
-#include "platform/linux/ClockForTest.h"
-#include "platform/linux/DirectoryForTest.h"
-#include "platform/linux/LoopForTest.h"
-#include "platform/linux/PrivateBusForTest.h"
+#include "platform/linux/Loop_test.h"
+#include "platform/linux/PrivateBus_test.h"
+#include "platform/support/Directory_test.h"
 
 namespace zorva {
 namespace {
@@ -41,13 +39,14 @@ class LinuxPowerManagementTest : public testing::Test {
     logind_ = private_.startService(kService, kPath, kManager);
     setInhibitors("[]");
   }
-  // Writes the login manager's record of a lock, and its pipe with the time of its making.
-  void writeRecord(const std::string& name, const std::string& text, std::int64_t seconds) {
-    const std::string pipe = records_ + "/" + name + ".ref";
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  // Writes the login manager's record of a lock, dated by its pipe or, without one, by itself.
+  void writeRecord(const std::string& name, const std::string& text, std::int64_t seconds,
+                   bool pipe = true) {
+    run_.write("systemd/inhibit/" + name, text);
+    const std::string dated = records_ + "/" + name + (pipe ? ".ref" : "");
+    ASSERT_EQ(pipe ? mkfifo(dated.c_str(), 0600) : 0, 0);
     const timespec times[2] = {{seconds, 0}, {seconds, 500'000'000}};
-    ASSERT_EQ(utimensat(AT_FDCWD, pipe.c_str(), times, 0), 0);
-    std::ofstream(records_ + "/" + name) << text;
+    ASSERT_EQ(utimensat(AT_FDCWD, dated.c_str(), times, 0), 0);
   }
   // "pid: name since start (type, user)" for each assertion, or what the query answered instead.
   std::vector<std::string> assertions() {
@@ -76,47 +75,33 @@ class LinuxPowerManagementTest : public testing::Test {
   }
 
   using Lines = std::vector<std::string>;
+  struct : Clock {
+    std::int64_t seconds = 2'000'000'000;
+    Date now() const override { return Date(std::chrono::seconds(seconds)); }
+  } clock_;
   LoopForTest loop_;
   DirectoryForTest run_;
   std::string records_ = run_ / "systemd/inhibit";
   PrivateBusForTest private_;
-  std::unique_ptr<ProgramForTest> logind_;
-  ClockForTest clock_;
+  std::unique_ptr<ChildForTest> logind_;
   int changes_ = 0;
   std::optional<LinuxBus> bus_;
   std::optional<LinuxPowerManagement> management_;
 };
 
-TEST_F(LinuxPowerManagementTest, AnAbsentLoginManagerIsAnEmptyListUntilItComes) {
-  make();
-  EXPECT_EQ(assertions(), Lines());
-  private_.start();
-  waitForChange();
-  EXPECT_EQ(assertions(), Lines());
-  startLogind();
-  waitForChange();
-  setInhibitors("[('sleep', 'player', 'Playing', 'block', 1000, 77)]");
-  EXPECT_EQ(assertions(),
-            Lines({"77: player: Playing since 2033-05-18 03:33:20 +0000 (sleep, 1000)"}));
-  logind_.reset();
-  waitForChange();
-  EXPECT_EQ(assertions(), Lines());
-}
-
 TEST_F(LinuxPowerManagementTest, ListsWhatKeepsTheDeviceAwake) {
   private_.start();
   startLogind();
   make();
-  std::filesystem::create_directories(records_);
   writeRecord("1",
               "# This is private data. Do not parse.\nWHAT=sleep:idle\nMODE=block\nUID=1000\n"
               "PID=80\nWHO=\"a \\\"b\\\"\"\nWHY=\"gr\\\\303\\\\274n \\\\n\"\nFIFO=x\n",
               1'000'000'000);
   // The same escapes without quotes around them, as older login managers write them, and no pipe.
-  std::ofstream(records_ + "/6") << "WHAT=sleep\nMODE=block\nUID=0\nPID=90\n"
-                                    "WHO=gr\\303\\274n \\\"x\\\"\nWHY=a \\\\ b\\t\n";
-  const timespec times[2] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
-  ASSERT_EQ(utimensat(AT_FDCWD, (records_ + "/6").c_str(), times, 0), 0);
+  writeRecord("6",
+              "WHAT=sleep\nMODE=block\nUID=0\nPID=90\n"
+              "WHO=gr\\303\\274n \\\"x\\\"\nWHY=a \\\\ b\\t\n",
+              1'000'000'000, false);
   // Two locks that differ in nothing, and a record of a third that has gone.
   const std::string twin = "WHAT=idle\nMODE=block\nUID=0\nPID=9\nWHO=twin\nWHY=same\n";
   writeRecord("3", twin, 1'000'000'060);
@@ -145,12 +130,25 @@ TEST_F(LinuxPowerManagementTest, ListsWhatKeepsTheDeviceAwake) {
   EXPECT_EQ(assertions(), Lines());
   setInhibitors("[('sleep', '', 'no name', 'block-weak', 5, 9)]");
   EXPECT_EQ(assertions(), Lines({"9: no name since 2033-05-18 03:34:50 +0000 (sleep, 5)"}));
+  // One that fails is a failed query.
+  setListCode("raise dbus.exceptions.DBusException('no', name='org.zorva.No')");
+  EXPECT_EQ(assertions(), Lines({"failed"}));
+  setListCode("import time; time.sleep(60)");
+  EXPECT_EQ(assertions(), Lines({"failed"}));
 }
 
 TEST_F(LinuxPowerManagementTest, TellsOfEveryChangeOnce) {
-  private_.start();
-  startLogind();
+  // An absent login manager is an empty list until it comes.
   make();
+  EXPECT_EQ(assertions(), Lines());
+  private_.start();
+  waitForChange();
+  EXPECT_EQ(assertions(), Lines());
+  startLogind();
+  waitForChange();
+  setInhibitors("[('sleep', 'player', 'Playing', 'block', 1000, 77)]");
+  EXPECT_EQ(assertions(),
+            Lines({"77: player: Playing since 2033-05-18 03:33:20 +0000 (sleep, 1000)"}));
   loop_.drain();
   changes_ = 0;
 
@@ -165,30 +163,19 @@ TEST_F(LinuxPowerManagementTest, TellsOfEveryChangeOnce) {
   waitForChange();
 
   // The first record makes the directory too. A second lock of the same kind raises no signal.
-  std::filesystem::create_directories(records_);
-  writeRecord("1", "WHAT=sleep\nPID=1\n", 1'000'000'000);
-  loop_.drain();
-  EXPECT_EQ(changes_, 1);
-  writeRecord("2", "WHAT=sleep\nPID=1\n", 1'000'000'000);
-  loop_.drain();
-  EXPECT_EQ(changes_, 2);
-  std::filesystem::remove(records_ + "/1");
-  std::filesystem::remove(records_ + "/1.ref");
-  loop_.drain();
-  EXPECT_EQ(changes_, 3);
-  std::filesystem::remove_all(run_ / "systemd");
-  loop_.drain();
-  EXPECT_EQ(changes_, 4);
-}
-
-TEST_F(LinuxPowerManagementTest, ALoginManagerThatFailsIsAFailedQuery) {
-  private_.start();
-  startLogind();
-  make();
-  setListCode("raise dbus.exceptions.DBusException('no', name='org.zorva.No')");
-  EXPECT_EQ(assertions(), Lines({"failed"}));
-  setListCode("import time; time.sleep(60)");
-  EXPECT_EQ(assertions(), Lines({"failed"}));
+  const std::function<void()> steps[] = {
+      [&] { writeRecord("1", "WHAT=sleep\nPID=1\n", 1'000'000'000); },
+      [&] { writeRecord("2", "WHAT=sleep\nPID=1\n", 1'000'000'000); },
+      [&] { std::filesystem::remove(records_ + "/1"); },
+      [&] { std::filesystem::remove_all(run_ / "systemd"); }};
+  for (const auto& step : steps) {
+    step();
+    loop_.drain();
+    EXPECT_EQ(std::exchange(changes_, 0), 1) << &step - steps;
+  }
+  logind_.reset();
+  waitForChange();
+  EXPECT_EQ(assertions(), Lines());
 }
 
 }  // namespace

@@ -1,176 +1,110 @@
 #include "platform/linux/LinuxSystemStatistics.h"
 
 #include <algorithm>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
-#include "platform/linux/DirectoryForTest.h"
+#include "platform/linux/Child_test.h"
+#include "platform/support/Directory_test.h"
 
 namespace zorva {
 namespace {
 
-// A process of the test's own, which has done the work when the constructor returns and then waits.
-class Child {
- public:
-  explicit Child(const std::function<void()>& work) {
-    int ready[2];
-    EXPECT_EQ(pipe(ready), 0);
-    process_ = fork();
-    if (process_ == 0) {
-      prctl(PR_SET_PDEATHSIG, SIGKILL);
-      work();
-      [[maybe_unused]] const ssize_t written = write(ready[1], "", 1);
-      for (;;) pause();
-    }
-    close(ready[1]);
-    char byte;
-    EXPECT_EQ(read(ready[0], &byte, 1), 1) << "the child died";
-    close(ready[0]);
+// A process that has stopped behind its work.
+struct Stopped : ChildForTest {
+  explicit Stopped(const std::function<void()>& work)
+      : ChildForTest([&] {
+          work();
+          return raise(SIGSTOP);
+        }) {
+    EXPECT_EQ(waitpid(process(), nullptr, WUNTRACED), process());
   }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-  ~Child() { end(); }
-
-  /// Ends it without reaping it.
-  void becomeZombie() {
-    kill(process_, SIGKILL);
-    siginfo_t information;
-    waitid(P_PID, static_cast<id_t>(process_), &information, WEXITED | WNOWAIT);
-  }
-  /// Ends and reaps it, and answers what it used.
-  rusage end() {
-    rusage usage{};
-    if (process_ <= 0) return usage;
-    kill(process_, SIGKILL);
-    wait4(process_, nullptr, 0, &usage);
-    process_ = 0;
-    return usage;
-  }
-  pid_t process() const { return process_; }
-
- private:
-  pid_t process_ = 0;
 };
 
-double secondsOf(const TimeValue& time) {
-  return time.seconds + time.microseconds / 1e6;
+double secondsOf(const TimeValue& user, const TimeValue& system) {
+  return user.seconds + system.seconds + (user.microseconds + system.microseconds) / 1e6;
 }
-double secondsOf(const timeval& time) {
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+double secondsOf(const rusage& used) {
+  const timeval &user = used.ru_utime, &system = used.ru_stime;
+  return static_cast<double>(user.tv_sec + system.tv_sec) +
+         static_cast<double>(user.tv_usec + system.tv_usec) / 1e6;
 }
 
-TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsWithThreadsAndWithout) {
+TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsAndZombiesAreListed) {
   // Works until it has used what a coarse clock cannot miss; partly in a thread that ends.
-  const auto work = [](double seconds) {
-    rusage usage{};
-    do {
-      getrusage(RUSAGE_THREAD, &usage);
-    } while (secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime) < seconds);
+  const auto work = [] {
+    rusage used{};
+    do getrusage(RUSAGE_THREAD, &used);
+    while (secondsOf(used) < 0.15);
   };
   LinuxSystemStatistics statistics;
-  Child child([&] {
-    std::thread(work, 0.15).join();
-    work(0.15);
+  const Stopped child([&] {
+    prctl(PR_SET_NAME, "ghost");
+    std::thread(work).join();
+    work();
   });
-  TaskSample plain;
-  TaskSample threads;
-  // The child has said that it is ready and is about to wait.
-  for (int look = 0; look < 5000; ++look) {
-    ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::Threads, threads).ok());
-    ASSERT_EQ(threads.threads.size(), 1u);
-    if (threads.threads[0].runState == kThreadWaiting) break;
-    usleep(1000);
-  }
-  EXPECT_EQ(threads.threads[0].runState, kThreadWaiting);
+  TaskSample plain, detailed;
   ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, plain).ok());
-  EXPECT_TRUE(plain.threads.empty());
-  const rusage usage = child.end();
-  const double expected = secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
-  const double total = secondsOf(plain.basic.userTime) + secondsOf(plain.basic.systemTime);
+  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::Threads, detailed).ok());
+  ASSERT_EQ(detailed.threads.size(), 1u);
+  EXPECT_EQ(detailed.threads[0].runState, kThreadStopped);
+  kill(child.process(), SIGKILL);
+  rusage used{};
+  siginfo_t information;
+  ASSERT_EQ(syscall(SYS_waitid, P_PID, child.process(), &information, WEXITED | WNOWAIT, &used), 0);
+  TaskSample ghost;
+  ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, ghost).ok());
+  EXPECT_TRUE(ghost.process.zombie);
+  EXPECT_EQ(ghost.process.command, "ghost");
+  std::vector<std::int32_t> processes;
+  ASSERT_TRUE(statistics.listTasks(processes).ok());
+  EXPECT_TRUE(std::ranges::binary_search(processes, child.process()));
+
+  const double total = secondsOf(plain.basic.userTime, plain.basic.systemTime);
   // Two figures, each cut to whole ticks; the child uses some more on its way to its end.
-  EXPECT_LE(total, expected + 0.001);
+  EXPECT_LE(total, secondsOf(used) + 0.001);
   EXPECT_GE(total, 0.28);
-  const double exited = secondsOf(threads.basic.userTime) + secondsOf(threads.basic.systemTime);
-  const double live =
-      secondsOf(threads.threads[0].userTime) + secondsOf(threads.threads[0].systemTime);
-  EXPECT_GE(exited, 0.1);
+  const double ended = secondsOf(detailed.basic.userTime, detailed.basic.systemTime);
+  const double live = secondsOf(detailed.threads[0].userTime, detailed.threads[0].systemTime);
+  EXPECT_GE(ended, 0.1);
   EXPECT_GE(live, 0.1);
-  EXPECT_NEAR(exited + live, total, 1e-6);
+  EXPECT_NEAR(ended + live, total, 1e-6);
 }
 
 TEST(LinuxSystemStatisticsTest, DetailsOfAProcess) {
   LinuxSystemStatistics statistics;
-  const Child child([] {
+  const bool root = geteuid() == 0;
+  const Stopped child([&] {
     for (int i = 0; i < 20; ++i) [[maybe_unused]] const int copy = dup(0);
-    if (geteuid() == 0) [[maybe_unused]]
-      const int set = seteuid(12345);
+    [[maybe_unused]] const int set = root ? seteuid(12345) : 0;
   });
   TaskSample sample;
   ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, sample).ok());
-  EXPECT_EQ(sample.process.user, geteuid() == 0 ? 12345u : geteuid());
+  EXPECT_EQ(sample.process.user, root ? 12345u : geteuid());
   EXPECT_GT(sample.events.faults, 0u);
   EXPECT_GT(sample.events.contextSwitches, 0u);
   EXPECT_GT(sample.process.startSeconds, 1600000000);
   EXPECT_GE(sample.ports, 20u);
+  EXPECT_FALSE(sample.process.zombie);
   std::vector<MemoryRegion> regions;
   ASSERT_TRUE(statistics.memoryRegions(child.process(), regions).ok());
   EXPECT_TRUE(std::ranges::any_of(regions, &MemoryRegion::sharedFramework));
-  std::uint64_t resident = 0;
-  for (const MemoryRegion& region : regions) resident += region.residentSize;
-  EXPECT_GT(resident, 0u);
-
+  EXPECT_TRUE(std::ranges::any_of(regions, [](auto& region) { return region.residentSize > 0; }));
   char path[64];
   std::size_t length = 0;
   ASSERT_TRUE(statistics.executablePath(child.process(), path, length).ok());
-  EXPECT_GT(length, 0u);
-  EXPECT_LE(length, sizeof path);
+  EXPECT_TRUE(length > 0 && length <= sizeof path) << length;
   EXPECT_EQ(std::string_view(path, length).find('\0'), std::string_view::npos);
 }
 
-TEST(LinuxSystemStatisticsTest, ZombiesAreListedAndTheGoneAreNot) {
-  LinuxSystemStatistics statistics;
-  Child child([] { prctl(PR_SET_NAME, "ghost"); });
-  const pid_t process = child.process();
-  child.becomeZombie();
-  std::vector<std::int32_t> processes;
-  ASSERT_TRUE(statistics.listTasks(processes).ok());
-  EXPECT_TRUE(std::ranges::is_sorted(processes));
-  EXPECT_TRUE(std::ranges::binary_search(processes, process));
-  EXPECT_TRUE(std::ranges::binary_search(processes, getpid()));
-  TaskSample sample;
-  ASSERT_TRUE(statistics.sampleTask(process, kEveryTaskDetail, sample).ok());
-  EXPECT_TRUE(sample.process.zombie);
-  EXPECT_EQ(sample.process.command, "ghost");
-  child.end();
-  const auto gone = statistics.sampleTask(process, TaskDetail::None, sample);
-  EXPECT_FALSE(gone.ok());
-  EXPECT_EQ(gone.failed, TaskSampleStep::KernelProcess);
-  EXPECT_NE(gone.text, "");
-  ASSERT_TRUE(statistics.listTasks(processes).ok());
-  EXPECT_FALSE(std::ranges::binary_search(processes, process));
-}
-
-// A tree of files in place of the kernel's.
-class FakeTreeTest : public testing::Test {
- protected:
-  void write(const std::string& path, const std::string& text) {
-    std::filesystem::create_directories(std::filesystem::path(root / path).parent_path());
-    std::ofstream(root / path) << text;
-  }
-
-  DirectoryForTest root;
-};
-
-TEST_F(FakeTreeTest, FilesThatAreMissingOrGarbledAreFailures) {
+TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
+  const DirectoryForTest root;  // in place of the kernel's files
   LinuxSystemStatistics nowhere(root / "none", root / "none");
   std::vector<std::int32_t> processes{5};
   const auto listed = nowhere.listTasks(processes);
@@ -178,17 +112,16 @@ TEST_F(FakeTreeTest, FilesThatAreMissingOrGarbledAreFailures) {
   EXPECT_EQ(listed.failed, TaskListStep::ProcessorSets);
   EXPECT_EQ(processes, std::vector<std::int32_t>{5});
 
-  write("proc/stat", "garbage");
-  write("proc/meminfo", "MemTotal: lots\n");
-  write("proc/loadavg", "");
-  write("proc/12/stat", std::string(10000, '('));
-  write("proc/13/stat", "");
-  write("proc/99999999999/stat", "");
-  write("proc/0/stat", "");
-  write("proc/1x/stat", "");
-  write("proc/3/stat",
-        "3 (kthread/0:1-name longer than others) I 2 0 0 0 -1 69238880 0 0 0 0 7 250 "
-        "0 0 20 0 1 0 300 0 0");
+  root.write("proc/stat", "garbage");
+  root.write("proc/meminfo", "MemTotal: lots\n");
+  root.write("proc/loadavg", "");
+  root.write("proc/12/stat", std::string(10000, '('));
+  for (const char* const name : {"13", "99999999999", "0", "1x"}) {
+    root.write(std::string("proc/") + name + "/stat", "");
+  }
+  root.write("proc/3/stat",
+             "3 (kthread/0:1-name longer than others) I 2 0 0 0 -1 69238880 0 0 0 0 7 250 "
+             "0 0 20 0 1 0 300 0 0");
   LinuxSystemStatistics statistics(root / "proc", root / "sys");
   std::uint64_t memory = 7;
   HostCpuLoad load;
@@ -206,8 +139,9 @@ TEST_F(FakeTreeTest, FilesThatAreMissingOrGarbledAreFailures) {
   ASSERT_TRUE(statistics.listTasks(processes).ok());
   EXPECT_EQ(processes, (std::vector<std::int32_t>{3, 12, 13}));
   TaskSample sample;
-  EXPECT_FALSE(statistics.sampleTask(12, kEveryTaskDetail, sample).ok());
-  EXPECT_FALSE(statistics.sampleTask(13, kEveryTaskDetail, sample).ok());
+  for (const int garbled : {12, 13}) {
+    EXPECT_FALSE(statistics.sampleTask(garbled, kEveryTaskDetail, sample).ok());
+  }
   ASSERT_TRUE(statistics.sampleTask(3, TaskDetail::None, sample).ok());
   EXPECT_EQ(sample.process.command, "kthread/0:1-name");
   const auto ticks = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
@@ -215,7 +149,7 @@ TEST_F(FakeTreeTest, FilesThatAreMissingOrGarbledAreFailures) {
 
   // As when the process ends in the middle of the look.
   EXPECT_EQ(statistics.sampleTask(3, TaskDetail::Identity, sample).code, ENOENT);
-  write("proc/3/task/x", "");
+  root.write("proc/3/task/x", "");
   for (const TaskDetail detail : {TaskDetail::Threads, TaskDetail::Events}) {
     const auto ended = statistics.sampleTask(3, detail, sample);
     EXPECT_EQ(ended.code, ESRCH);
@@ -223,26 +157,27 @@ TEST_F(FakeTreeTest, FilesThatAreMissingOrGarbledAreFailures) {
   }
 }
 
-TEST_F(FakeTreeTest, TheFirmwaresRangesAreSummedByType) {
+TEST(LinuxSystemStatisticsTest, TheFirmwaresRangesAreSummedByType) {
   const char* const kRanges[][3] = {{"0x0", "0xfff", "System RAM\n"},
                                     {"0x1000\n", "0x1fff\n", "Reserved\n"},
                                     {"0x2000", "0x20ff", "Unusable memory\n"},
                                     {"0x3000", "0x300f", "ACPI Tables\n"},
                                     {"0x4000", "0x4fff", "Reserved\n"}};
+  const DirectoryForTest root;
   LinuxSystemStatistics statistics(root / "proc", root / "sys");
   EXPECT_FALSE(statistics.reservedMemory());
   for (std::size_t i = 0; i < std::size(kRanges); ++i) {
     const std::string range = "sys/firmware/memmap/" + std::to_string(i);
-    write(range + "/start", kRanges[i][0]);
-    write(range + "/end", kRanges[i][1]);
-    write(range + "/type", kRanges[i][2]);
+    root.write(range + "/start", kRanges[i][0]);
+    root.write(range + "/end", kRanges[i][1]);
+    root.write(range + "/type", kRanges[i][2]);
   }
   const auto memory = statistics.reservedMemory();
   ASSERT_TRUE(memory);
   EXPECT_EQ(memory->reserved, 0x2000u);
   EXPECT_EQ(memory->unusable, 0x100u);
   EXPECT_EQ(memory->other, 0x10u);
-  write("sys/firmware/memmap/4/end", "soon");
+  root.write("sys/firmware/memmap/4/end", "soon");
   EXPECT_FALSE(statistics.reservedMemory()) << "not all is told";
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <tuple>
 
 namespace zorva {
 namespace {
@@ -18,19 +19,12 @@ TEST(ProcfsParsersTest, TheNameOfAProcessMayHoldAnything) {
     const std::string text = "45 (" + name + ")" + kAfterName;
     ProcStat stat;
     ASSERT_TRUE(parseProcStat(text, stat)) << name;
-    EXPECT_EQ(stat.command, name);
-    EXPECT_EQ(stat.state, 'S');
-    EXPECT_EQ(stat.parent, 1);
-    EXPECT_EQ(stat.group, 2);
-    EXPECT_EQ(stat.flags, 4194560u);
-    EXPECT_EQ(stat.minorFaults, 11u);
-    EXPECT_EQ(stat.majorFaults, 13u);
-    EXPECT_EQ(stat.userTicks, 1700u);
-    EXPECT_EQ(stat.systemTicks, 300u);
-    EXPECT_EQ(stat.threads, 4u);
-    EXPECT_EQ(stat.startTicks, 9000u);
-    EXPECT_EQ(stat.virtualBytes, 8192u);
-    EXPECT_EQ(stat.residentPages, 55u);
+    EXPECT_EQ(std::tie(stat.command, stat.state, stat.parent, stat.group, stat.flags),
+              std::tuple(name, 'S', 1, 2, 4194560u));
+    EXPECT_EQ(std::tie(stat.minorFaults, stat.majorFaults, stat.userTicks, stat.systemTicks),
+              std::tuple(11u, 13u, 1700u, 300u));
+    EXPECT_EQ(std::tie(stat.threads, stat.startTicks, stat.virtualBytes, stat.residentPages),
+              std::tuple(4u, 9000u, 8192u, 55u));
     EXPECT_EQ(stat.policy, 1);
   }
 }

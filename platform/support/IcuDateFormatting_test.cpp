@@ -13,11 +13,6 @@ Date at(int year, unsigned month, unsigned day, std::chrono::microseconds time =
          time;
 }
 
-std::string format(const std::string& pattern, const LocaleSettings& settings, Date date) {
-  IcuDateFormatting formatting([=] { return settings; });
-  return formatting.makeFormatter(pattern)->format(date);
-}
-
 TEST(IcuDateFormatting, AppliesPatternAsItStands) {
   const std::string entry = "MM/dd/YY HH:mm:ss";
   const struct {
@@ -30,17 +25,16 @@ TEST(IcuDateFormatting, AppliesPatternAsItStands) {
       {"en_US", "UTC", entry, at(2026, 12, 31, 12h), "12/31/27 12:00:00"},
       {"de_DE", "UTC", entry, at(2026, 12, 31, 12h), "12/31/26 12:00:00"},
       {"de_DE", "UTC", entry, at(2027, 1, 1), "01/01/26 00:00:00"},
-      {"en_US.UTF-8", "America/Los_Angeles", entry, at(2026, 11, 16, 22h), "11/16/26 14:00:00"},
-      {"en_US", "Asia/Kathmandu", "YYYY-MM-dd-HHmmss", at(2026, 11, 16, 8h + 22min + 16s),
+      {"en_US.UTF-8", "Asia/Kathmandu", "YYYY-MM-dd-HHmmss", at(2026, 11, 16, 8h + 22min + 16s),
        "2026-11-16-140716"},
       {"en_US", "UTC", "yyyy-MM-dd HH:mm:ss.SSS", at(1969, 12, 31, 24h - 1us),
        "1969-12-31 23:59:59.999"},
-      {"en_US", "UTC", entry, at(1901, 2, 3, 4h), "02/03/01 04:00:00"},
       {"xx_YY", "Nowhere/Land", entry, at(2026, 7, 1, 12h), "07/01/26 12:00:00"},
       {"", "", entry, at(2026, 7, 1, 12h), "07/01/26 12:00:00"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(format(c.pattern, {c.locale, c.zone}, c.date), c.text) << c.locale << " " << c.zone;
+    IcuDateFormatting formatting([&] { return LocaleSettings{c.locale, c.zone}; });
+    EXPECT_EQ(formatting.makeFormatter(c.pattern)->format(c.date), c.text) << c.locale;
   }
 }
 
@@ -54,7 +48,6 @@ TEST(IcuDateFormatting, FollowsSettingsAndSecondsAndFractions) {
   settings.zone = "Europe/Berlin";
   EXPECT_EQ(seconds->format(date), "27 13:00:00");
   settings.locale = "de_DE";
-  EXPECT_EQ(seconds->format(date), "26 13:00:00");
   EXPECT_EQ(seconds->format(date + 999999us), "26 13:00:00");
   EXPECT_EQ(seconds->format(date + 1s), "26 13:00:01");
   EXPECT_EQ(seconds->format(date), "26 13:00:00");

@@ -1,66 +1,51 @@
 #include "platform/support/PosixFileSystem.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/stat.h>
 
 #include "platform/support/Descriptor.h"
+#include "platform/support/Directory_test.h"
 
 namespace zorva {
 namespace {
 
 namespace fs = std::filesystem;
 
-class PosixFileSystemTest : public testing::Test {
- protected:
-  void SetUp() override {
-    std::string name = fs::temp_directory_path() / "zorva-files-XXXXXX";
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    root_ = name;
-    logs_ = root_ + "/Library/Logs/Faultbox";
-    fs::create_directories(logs_);
-    std::ofstream(logs_ + "/log") << "begun";
-    files_.emplace(root_ + "/");
-    directory_ = Descriptor(files_->openForEvents("/Library/Logs/Faultbox"));
-    queue_ = Descriptor(files_->makeEventQueue());
-    ASSERT_TRUE(files_->watchDirectory(queue_.get(), directory_.get()));
-  }
-  void TearDown() override { fs::remove_all(root_); }
-
+TEST(PosixFileSystem, NoticesDirectoryMadeAnew) {
+  const DirectoryForTest root;
+  const std::string logs = root / "Library/Logs/Faultbox";
+  root.write("Library/Logs/Faultbox/log", "begun");
+  PosixFileSystem files(root / "");
+  const Descriptor directory(files.openForEvents("/Library/Logs/Faultbox"));
+  const Descriptor queue(files.makeEventQueue());
+  ASSERT_TRUE(files.watchDirectory(queue.get(), directory.get()));
   // Whether something has happened since the last time.
-  bool happened() {
-    pollfd readable{queue_.get(), POLLIN, 0};
+  const auto happened = [&] {
+    pollfd readable{queue.get(), POLLIN, 0};
     const bool ready = ::poll(&readable, 1, 0) == 1;
-    files_->takeEvents(queue_.get());
+    files.takeEvents(queue.get());
     EXPECT_EQ(::poll(&readable, 1, 0), 0) << "taking the events leaves the queue empty";
     return ready;
-  }
+  };
 
-  std::string root_, logs_;
-  std::optional<PosixFileSystem> files_;
-  Descriptor directory_, queue_;
-};
-
-TEST_F(PosixFileSystemTest, NoticesDirectoryMadeAnew) {
-  fs::remove_all(root_ + "/Library");
+  fs::remove_all(root / "Library");
   EXPECT_TRUE(happened());
   EXPECT_FALSE(happened());
-  fs::create_directories(root_ + "/Library/Logs");
+  fs::create_directories(root / "Library/Logs");
   EXPECT_TRUE(happened());
-  fs::create_directory(logs_);
+  fs::create_directory(logs);
   EXPECT_TRUE(happened());
-  std::ofstream(logs_ + "/log") << "begun";
+  root.write("Library/Logs/Faultbox/log", "begun");
   EXPECT_TRUE(happened());
 
-  fs::rename(logs_, root_ + "/moved");
+  fs::rename(logs, root / "moved");
   EXPECT_TRUE(happened());
-  std::ofstream(root_ + "/moved/other") << "of no concern";
+  root.write("moved/other", "of no concern");
   EXPECT_FALSE(happened());
-  fs::rename(root_ + "/moved", logs_);
+  fs::rename(root / "moved", logs);
   EXPECT_TRUE(happened());
-  fs::remove(logs_ + "/other");
+  fs::remove(logs + "/other");
   EXPECT_TRUE(happened());
 }
 

@@ -1,19 +1,21 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string>
 
 namespace zorva {
 
-/// A directory of a test's own, removed with it.
+/// A directory of a test's own that others may look into, removed with it.
 class DirectoryForTest {
  public:
   DirectoryForTest() {
     std::string name = (std::filesystem::temp_directory_path() / "zorva-XXXXXX").string();
     EXPECT_NE(mkdtemp(name.data()), nullptr);
     path_ = name;
+    std::filesystem::permissions(path_, std::filesystem::perms(0755));
   }
   DirectoryForTest(const DirectoryForTest&) = delete;
   DirectoryForTest& operator=(const DirectoryForTest&) = delete;
@@ -22,6 +24,11 @@ class DirectoryForTest {
     std::filesystem::remove_all(path_, error);
   }
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+  /// Writes a file, and makes the directories that it lies in.
+  void write(const std::string& name, const std::string& text) const {
+    std::filesystem::create_directories((path_ / name).parent_path());
+    std::ofstream(path_ / name) << text;
+  }
 
  private:
   std::filesystem::path path_;

@@ -3,28 +3,21 @@
 #include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
-#include <memory>
 #include <systemd/sd-event.h>
+
+#include "platform/linux/LinuxRunLoop.h"
 
 namespace zorva {
 
 /// An event loop of a test's own.
-class LoopForTest {
+class LoopForTest : public LinuxRunLoop {
  public:
-  LoopForTest() {
-    sd_event* event = nullptr;
-    EXPECT_GE(sd_event_new(&event), 0);
-    event_.reset(event);
-  }
-
-  sd_event* event() const { return event_.get(); }
-
   /// Delivers events until the condition holds. The limit is only reached by a test that fails.
   void runUntil(const std::function<bool()>& condition) const {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!condition()) {
       ASSERT_LT(std::chrono::steady_clock::now(), limit) << "what the test waits for never comes";
-      ASSERT_GE(sd_event_run(event_.get(), 1'000'000), 0);
+      ASSERT_GE(sd_event_run(event(), 1'000'000), 0);
     }
   }
 
@@ -32,17 +25,11 @@ class LoopForTest {
   void drain() const {
     // Zero may also mean that a source had been woken for nothing.
     for (int idle = 0; idle < 3;) {
-      const int dispatched = sd_event_run(event_.get(), 0);
+      const int dispatched = sd_event_run(event(), 0);
       ASSERT_GE(dispatched, 0);
       idle = dispatched > 0 ? 0 : idle + 1;
     }
   }
-
- private:
-  struct Release {
-    void operator()(sd_event* event) const { sd_event_unref(event); }
-  };
-  std::unique_ptr<sd_event, Release> event_;
 };
 
 }  // namespace zorva

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+namespace zorva {
+
+/// A process that a test runs beside itself. It dies with the test, or with this.
+class ChildForTest {
+ public:
+  /// Exits with what the work returns.
+  explicit ChildForTest(const std::function<int()>& work) : process_(fork()) {
+    if (process_ != 0) return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    _exit(work());
+  }
+  ChildForTest(const ChildForTest&) = delete;
+  ChildForTest& operator=(const ChildForTest&) = delete;
+  ~ChildForTest() {
+    if (process_ <= 0) return;
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+  }
+  pid_t process() const { return process_; }
+  /// Waits for its end, and answers its exit status, or -1.
+  int status() {
+    int status = -1;
+    waitpid(std::exchange(process_, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  pid_t process_;
+};
+
+}  // namespace zorva
