@@ -1,9 +1,6 @@
 #include "platform/linux/LinuxBus.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include "platform/linux/Loop_test.h"
 #include "platform/linux/PrivateBus_test.h"
@@ -56,21 +53,17 @@ TEST_F(LinuxBusTest, FollowsTheBusAsItComesAndGoes) {
 }
 
 TEST_F(LinuxBusTest, ABusThatAcceptsAndSaysNothingIsLeftToTheLoop) {
-  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un name{};
-  name.sun_family = AF_UNIX;
-  const std::string path = private_.address().substr(std::strlen("unix:path="));
-  ASSERT_LT(path.size(), sizeof(name.sun_path));
-  std::memcpy(name.sun_path, path.c_str(), path.size() + 1);
-  ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&name), sizeof(name)), 0);
-  ASSERT_EQ(listen(listener, 1), 0);
-
+  private_.start();
+  const LinuxBus early(loop_.event(), private_.address());
+  loop_.runUntil([&] { return early.connected(); });
+  private_.halt();
   LinuxBus bus(loop_.event(), private_.address(), std::chrono::milliseconds(50));
   EXPECT_EQ(ping(bus), LinuxBus::Outcome::Absent);
   loop_.drain();
+  EXPECT_FALSE(bus.connected());
 
   // It goes away, and a better one takes its place.
-  close(listener);
+  private_.stop();
   private_.start();
   loop_.runUntil([&] { return bus.connected(); });
 }

@@ -113,15 +113,6 @@ TEST_F(LinuxSystemNotificationsTest, GarbageChangesNothing) {
   EXPECT_EQ(descriptors(), before) << "descriptors sent along are closed";
 }
 
-TEST_F(LinuxSystemNotificationsTest, FullQueueDoesNotBlockPoster) {
-  const Registration a = listen("a");
-  int posts = 0;
-  while (post("a").full == 0 && posts < 100000) ++posts;
-  EXPECT_GT(posts, 0);
-  EXPECT_LT(posts, 100000);
-  EXPECT_TRUE(run({"a"}).starts_with("1zorva-notify: 1 daemon(s) in '"));
-}
-
 TEST_F(LinuxSystemNotificationsTest, OnlyRootAndOwnUserAreHeard) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   const Registration a = listen("a");
@@ -236,6 +227,12 @@ TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
   top_.write("zorva/states", "in the way");
   EXPECT_TRUE(run({"a", "--state", "2"}).starts_with("1zorva-notify: Cannot open the directory '"));
   EXPECT_EQ(heard(), "end ") << "not posted without its state";
+
+  // A full queue does not block.
+  int posts = 0;
+  while (post("a").full == 0 && posts < 100000) ++posts;
+  EXPECT_TRUE(posts > 0 && posts < 100000) << posts;
+  EXPECT_TRUE(run({"a"}).starts_with("1zorva-notify: 1 daemon(s) in '"));
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 #include "platform/linux/LinuxSystemStatistics.h"
 
 #include <algorithm>
+#include <ctime>
 #include <functional>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
@@ -23,31 +23,25 @@ struct Stopped : ChildForTest {
           work();
           return raise(SIGSTOP);
         }) {
-    EXPECT_EQ(waitpid(process(), nullptr, WUNTRACED), process());
+    EXPECT_EQ(wait4(process(), nullptr, WUNTRACED, &used), process());
   }
+  rusage used{};
 };
 
 double secondsOf(const TimeValue& user, const TimeValue& system) {
   return user.seconds + system.seconds + (user.microseconds + system.microseconds) / 1e6;
 }
-double secondsOf(const rusage& used) {
-  const timeval &user = used.ru_utime, &system = used.ru_stime;
-  return static_cast<double>(user.tv_sec + system.tv_sec) +
-         static_cast<double>(user.tv_usec + system.tv_usec) / 1e6;
-}
 
 TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsAndZombiesAreListed) {
-  // Works until it has used what a coarse clock cannot miss; partly in a thread that ends.
-  const auto work = [] {
-    rusage used{};
-    do getrusage(RUSAGE_THREAD, &used);
-    while (secondsOf(used) < 0.15);
-  };
   LinuxSystemStatistics statistics;
+  // Partly in a thread that ends, and more than a coarse clock could miss.
   const Stopped child([&] {
     prctl(PR_SET_NAME, "ghost");
-    std::thread(work).join();
-    work();
+    const auto workUntil = [](int percent) {
+      while (std::clock() < percent * CLOCKS_PER_SEC / 100) continue;
+    };
+    std::thread(workUntil, 15).join();
+    workUntil(30);
   });
   TaskSample plain, detailed;
   ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, plain).ok());
@@ -55,9 +49,8 @@ TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsAndZombiesAreListed) {
   ASSERT_EQ(detailed.threads.size(), 1u);
   EXPECT_EQ(detailed.threads[0].runState, kThreadStopped);
   kill(child.process(), SIGKILL);
-  rusage used{};
   siginfo_t information;
-  ASSERT_EQ(syscall(SYS_waitid, P_PID, child.process(), &information, WEXITED | WNOWAIT, &used), 0);
+  waitid(P_PID, static_cast<id_t>(child.process()), &information, WEXITED | WNOWAIT);
   TaskSample ghost;
   ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, ghost).ok());
   EXPECT_TRUE(ghost.process.zombie);
@@ -67,9 +60,11 @@ TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsAndZombiesAreListed) {
   EXPECT_TRUE(std::ranges::binary_search(processes, child.process()));
 
   const double total = secondsOf(plain.basic.userTime, plain.basic.systemTime);
-  // Two figures, each cut to whole ticks; the child uses some more on its way to its end.
-  EXPECT_LE(total, secondsOf(used) + 0.001);
-  EXPECT_GE(total, 0.28);
+  const timeval &user = child.used.ru_utime, &system = child.used.ru_stime;
+  const double used = static_cast<double>(user.tv_sec + system.tv_sec) +
+                      static_cast<double>(user.tv_usec + system.tv_usec) / 1e6;
+  EXPECT_LE(total, used + 1e-6);
+  EXPECT_GE(total, used - 0.021) << "two figures, each cut to whole ticks";
   const double ended = secondsOf(detailed.basic.userTime, detailed.basic.systemTime);
   const double live = secondsOf(detailed.threads[0].userTime, detailed.threads[0].systemTime);
   EXPECT_GE(ended, 0.1);

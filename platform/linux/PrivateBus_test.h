@@ -39,6 +39,8 @@ class PrivateBusForTest {
         {"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + (directory_ / "bus.conf")});
   }
   void stop() { daemon_.reset(); }
+  /// From now on it takes connections and answers nobody.
+  void halt() { kill(daemon_->process(), SIGSTOP); }
 
   /// Starts a service with one object, and waits until it is there.
   std::unique_ptr<ChildForTest> startService(const std::string& name, const std::string& path,

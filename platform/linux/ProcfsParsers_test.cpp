@@ -36,12 +36,8 @@ TEST(ProcfsParsersTest, ALineThatEndsEarlyOrHoldsNoNumbersIsRefused) {
     // On the heap and of the very size, so that a sanitizer sees a step too far.
     const std::string text = whole.substr(0, length);
     ProcStat stat;
-    // The last figure that is needed may be cut itself.
-    if (length >= residentEnd) {
-      EXPECT_TRUE(parseProcStat(text, stat)) << length;
-    } else if (length < residentEnd - 1) {
-      EXPECT_FALSE(parseProcStat(text, stat)) << length;
-    }
+    if (length == residentEnd - 1) continue;  // the last figure that is needed may be cut itself
+    EXPECT_EQ(parseProcStat(text, stat), length >= residentEnd) << length;
   }
   for (const char* const text :
        {")(", "1 (a)", "1 (a) SS 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24",
@@ -119,18 +115,17 @@ TEST(ProcfsParsersTest, ReadsMappings) {
       "e000-f000 r--p 00001000 08:02 77   /usr/lib/libc.so (deleted)",
       regions);
   ASSERT_EQ(regions.size(), 6u);
-  EXPECT_NE(regions[5].object, regions[0].object) << "other pages of the file";
-  EXPECT_TRUE(regions[5].sharedFramework);
-  EXPECT_TRUE(regions[0].sharedFramework && regions[0].shared);
+  std::string kinds;  // shared with others, or a shared framework as well
+  for (const MemoryRegion& region : regions) {
+    kinds += std::string(region.shared ? "s" : "-") + (region.sharedFramework ? "f " : " ");
+  }
+  EXPECT_EQ(kinds, "sf - - s s -f ");
   EXPECT_EQ(regions[0].virtualSize, 0x2000u);
   EXPECT_EQ(regions[0].residentSize, 4096u);
-  EXPECT_FALSE(regions[1].sharedFramework || regions[1].shared);
   EXPECT_EQ(regions[1].object, regions[0].object);
-  EXPECT_EQ(regions[2].object, 0u);
-  EXPECT_FALSE(regions[2].shared) << "no object that others could map";
-  EXPECT_TRUE(regions[3].shared);
+  EXPECT_EQ(regions[2].object, 0u) << "none that others could map";
   EXPECT_NE(regions[3].object, regions[0].object);
-  EXPECT_TRUE(regions[4].shared && !regions[4].sharedFramework);
+  EXPECT_NE(regions[5].object, regions[0].object) << "other pages of the file";
 }
 
 }  // namespace

@@ -5,13 +5,7 @@
 namespace zorva {
 namespace {
 
-using namespace std::chrono_literals;
-
-Date at(int year, unsigned month, unsigned day, std::chrono::microseconds time = 0us) {
-  return std::chrono::sys_days(std::chrono::year_month_day(
-             std::chrono::year(year), std::chrono::month(month), std::chrono::day(day))) +
-         time;
-}
+using namespace std::chrono;
 
 TEST(IcuDateFormatting, AppliesPatternAsItStands) {
   const std::string entry = "MM/dd/YY HH:mm:ss";
@@ -22,15 +16,15 @@ TEST(IcuDateFormatting, AppliesPatternAsItStands) {
     Date date;
     const char* text;
   } cases[] = {
-      {"en_US", "UTC", entry, at(2026, 12, 31, 12h), "12/31/27 12:00:00"},
-      {"de_DE", "UTC", entry, at(2026, 12, 31, 12h), "12/31/26 12:00:00"},
-      {"de_DE", "UTC", entry, at(2027, 1, 1), "01/01/26 00:00:00"},
-      {"en_US.UTF-8", "Asia/Kathmandu", "YYYY-MM-dd-HHmmss", at(2026, 11, 16, 8h + 22min + 16s),
-       "2026-11-16-140716"},
-      {"en_US", "UTC", "yyyy-MM-dd HH:mm:ss.SSS", at(1969, 12, 31, 24h - 1us),
+      {"en_US", "UTC", entry, sys_days(2026y / 12 / 31) + 12h, "12/31/27 12:00:00"},
+      {"de_DE", "UTC", entry, sys_days(2026y / 12 / 31) + 12h, "12/31/26 12:00:00"},
+      {"de_DE", "UTC", entry, sys_days(2027y / 1 / 1), "01/01/26 00:00:00"},
+      {"en_US.UTF-8", "Asia/Kathmandu", "YYYY-MM-dd-HHmmss",
+       sys_days(2026y / 11 / 16) + 8h + 22min + 16s, "2026-11-16-140716"},
+      {"en_US", "UTC", "yyyy-MM-dd HH:mm:ss.SSS", sys_days(1969y / 12 / 31) + 24h - 1us,
        "1969-12-31 23:59:59.999"},
-      {"xx_YY", "Nowhere/Land", entry, at(2026, 7, 1, 12h), "07/01/26 12:00:00"},
-      {"", "", entry, at(2026, 7, 1, 12h), "07/01/26 12:00:00"},
+      {"xx_YY", "Nowhere/Land", entry, sys_days(2026y / 7 / 1) + 12h, "07/01/26 12:00:00"},
+      {"", "", entry, sys_days(2026y / 7 / 1) + 12h, "07/01/26 12:00:00"},
   };
   for (const auto& c : cases) {
     IcuDateFormatting formatting([&] { return LocaleSettings{c.locale, c.zone}; });
@@ -43,7 +37,7 @@ TEST(IcuDateFormatting, FollowsSettingsAndSecondsAndFractions) {
   IcuDateFormatting formatting([&] { return settings; });
   const auto seconds = formatting.makeFormatter("YY HH:mm:ss");
   const auto fractions = formatting.makeFormatter("ss.SSS");
-  const Date date = at(2026, 12, 31, 12h);
+  const Date date = sys_days(2026y / 12 / 31) + 12h;
   EXPECT_EQ(seconds->format(date), "27 12:00:00");
   settings.zone = "Europe/Berlin";
   EXPECT_EQ(seconds->format(date), "27 13:00:00");

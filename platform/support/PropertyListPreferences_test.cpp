@@ -98,11 +98,13 @@ TEST_F(PropertyListPreferencesTest, IsNotTrickedByPipeLinkOrSecondName) {
   fs::create_directories(directory_);
   const std::function<void()> plants[] = {[&] { ::mkfifo(path_.c_str(), 0600); },
                                           [&] { fs::create_hard_link(secret, path_); },
-                                          [&] { fs::create_symlink(secret, path_); }};
+                                          [&] {
+                                            fs::create_symlink(secret, path_);
+                                            (void)!::lchown(path_.c_str(), kMobile, kMobile);
+                                          }};
   for (const auto& plant : plants) {
     fs::remove(path_);
     plant();
-    (void)!::lchown(path_.c_str(), kMobile, kMobile);
     EXPECT_TRUE(read().isNothing()) << "what is in the secret must not come out";
     ASSERT_TRUE(write());
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(path_)));

@@ -39,15 +39,11 @@ TEST(PropertyList, RefusesWhatIsNone) {
   for (int i = 0; i < 50000; ++i) deep += "<array>";
   for (int i = 0; i < 50000; ++i) deep += "</array>";
   deep += "</dict></plist>";
-  const std::string texts[] = {"",
-                               "bplist00\xd0\x08",
-                               "<plist><dict>",
-                               "<html><dict/></html>",
-                               "<plist><array/></plist>",
-                               "<plist><dict><key>k</key></dict></plist>",
-                               "<plist><dict><string>k</string><true/></dict></plist>",
-                               deep};
-  for (const std::string& text : texts) {
+  for (const std::string& text :
+       {std::string(), std::string("bplist00\xd0\x08"), std::string("<plist><dict>"),
+        std::string("<html><dict/></html>"), std::string("<plist><array/></plist>"),
+        std::string("<plist><dict><key>k</key></dict></plist>"),
+        std::string("<plist><dict><string>k</string><true/></dict></plist>"), deep}) {
     EXPECT_FALSE(PropertyList::parse(text)) << text.substr(0, 60);
   }
 }
