@@ -18,8 +18,7 @@ class ChildForTest {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     _exit(work());
   }
-  ChildForTest(const ChildForTest&) = delete;
-  ChildForTest& operator=(const ChildForTest&) = delete;
+  ChildForTest(ChildForTest&&) = delete;  // nor copied
   ~ChildForTest() {
     if (process_ <= 0) return;
     kill(process_, SIGKILL);

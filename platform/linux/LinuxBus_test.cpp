@@ -10,12 +10,12 @@ namespace {
 
 constexpr const char* kService = "org.zorva.Test";
 constexpr const char* kPath = "/org/zorva/Test";
-constexpr const char* kMock = "org.freedesktop.DBus.Mock";
-constexpr const char* kPeer = "org.freedesktop.DBus.Peer";
 
 class LinuxBusTest : public testing::Test {
  protected:
-  LinuxBus::Outcome ping(LinuxBus& bus) { return bus.call(kService, kPath, kPeer, "Ping").outcome; }
+  LinuxBus::Outcome ping(LinuxBus& bus) {
+    return bus.call(kService, kPath, "org.freedesktop.DBus.Peer", "Ping").outcome;
+  }
 
   LoopForTest loop_;
   PrivateBusForTest private_;
@@ -29,7 +29,6 @@ TEST_F(LinuxBusTest, FollowsTheBusAsItComesAndGoes) {
   const Registration matched =
       bus.matchSignals("type='signal',interface='org.zorva.Test',member='Changed'",
                        [&](sd_bus_message*) { ++signals; });
-  EXPECT_FALSE(bus.connected());
   EXPECT_EQ(ping(bus), LinuxBus::Outcome::Absent);
 
   // The second time it is the same, although the first bus has left its socket behind.
@@ -41,9 +40,9 @@ TEST_F(LinuxBusTest, FollowsTheBusAsItComesAndGoes) {
     const auto service = private_.startService(kService, kPath, kService);
     loop_.runUntil([&] { return services == round; });
     EXPECT_EQ(ping(bus), LinuxBus::Outcome::Answered);
-    ASSERT_GE(
-        private_.call(kService, kPath, kMock, "EmitSignal", "sssav", kService, "Changed", "", 0),
-        0);
+    ASSERT_GE(private_.call(kService, kPath, private_.kMock, "EmitSignal", "sssav", kService,
+                            "Changed", "", 0),
+              0);
     loop_.runUntil([&] { return signals == round; });
 
     private_.stop();
@@ -56,6 +55,7 @@ TEST_F(LinuxBusTest, ABusThatAcceptsAndSaysNothingIsLeftToTheLoop) {
   private_.start();
   const LinuxBus early(loop_.event(), private_.address());
   loop_.runUntil([&] { return early.connected(); });
+  EXPECT_TRUE(LinuxBus(loop_.event(), private_.address()).connected()) << "at once";
   private_.halt();
   LinuxBus bus(loop_.event(), private_.address(), std::chrono::milliseconds(50));
   EXPECT_EQ(ping(bus), LinuxBus::Outcome::Absent);

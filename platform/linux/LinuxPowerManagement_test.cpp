@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <optional>
 #include <sys/stat.h>
 
 #include "platform/linux/Loop_test.h"
@@ -16,7 +15,6 @@ namespace {
 constexpr const char* kService = "org.freedesktop.login1";
 constexpr const char* kPath = "/org/freedesktop/login1";
 constexpr const char* kManager = "org.freedesktop.login1.Manager";
-constexpr const char* kMock = "org.freedesktop.DBus.Mock";
 
 class LinuxPowerManagementTest : public testing::Test {
  protected:
@@ -25,12 +23,12 @@ class LinuxPowerManagementTest : public testing::Test {
     setListCode("ret = dbus.Array(" + list + ", signature='(ssssuu)')");
   }
   void setListCode(const std::string& code) {
-    ASSERT_GE(private_.call(kService, kPath, kMock, "AddMethod", "sssss", kManager,
+    ASSERT_GE(private_.call(kService, kPath, private_.kMock, "AddMethod", "sssss", kManager,
                             "ListInhibitors", "", "a(ssssuu)", code.c_str()),
               0);
   }
   void sendPropertiesChanged(const char* property) {
-    ASSERT_GE(private_.call(kService, kPath, kMock, "EmitSignal", "sssav",
+    ASSERT_GE(private_.call(kService, kPath, private_.kMock, "EmitSignal", "sssav",
                             "org.freedesktop.DBus.Properties", "PropertiesChanged", "sa{sv}as", 3,
                             "s", kManager, "a{sv}", 1, property, "s", "sleep", "as", 0),
               0);
@@ -50,7 +48,7 @@ class LinuxPowerManagementTest : public testing::Test {
   }
   // "pid: name since start (type, user)" for each assertion, or what the query answered instead.
   std::vector<std::string> assertions() {
-    const auto processes = management_->copyAssertionsByProcess();
+    const auto processes = management_.copyAssertionsByProcess();
     if (!processes) return {"failed"};
     std::vector<std::string> result;
     for (const auto& process : *processes) {
@@ -66,14 +64,9 @@ class LinuxPowerManagementTest : public testing::Test {
   }
   void waitForChange() {
     loop_.runUntil([&] { return changes_ > 0; });
+    loop_.drain();
     changes_ = 0;
   }
-  void make() {
-    bus_.emplace(loop_.event(), private_.address(), std::chrono::milliseconds(500));
-    management_.emplace(
-        loop_.event(), *bus_, clock_, [this] { ++changes_; }, records_);
-  }
-
   using Lines = std::vector<std::string>;
   struct : Clock {
     std::int64_t seconds = 2'000'000'000;
@@ -85,14 +78,14 @@ class LinuxPowerManagementTest : public testing::Test {
   PrivateBusForTest private_;
   std::unique_ptr<ChildForTest> logind_;
   int changes_ = 0;
-  std::optional<LinuxBus> bus_;
-  std::optional<LinuxPowerManagement> management_;
+  LinuxBus bus_{loop_.event(), private_.address(), std::chrono::milliseconds(500)};
+  LinuxPowerManagement management_{loop_.event(), bus_, clock_, [this] { ++changes_; }, records_};
 };
 
 TEST_F(LinuxPowerManagementTest, ListsWhatKeepsTheDeviceAwake) {
   private_.start();
+  waitForChange();
   startLogind();
-  make();
   writeRecord("1",
               "# This is private data. Do not parse.\nWHAT=sleep:idle\nMODE=block\nUID=1000\n"
               "PID=80\nWHO=\"a \\\"b\\\"\"\nWHY=\"gr\\\\303\\\\274n \\\\n\"\nFIFO=x\n",
@@ -139,7 +132,6 @@ TEST_F(LinuxPowerManagementTest, ListsWhatKeepsTheDeviceAwake) {
 
 TEST_F(LinuxPowerManagementTest, TellsOfEveryChangeOnce) {
   // An absent login manager is an empty list until it comes.
-  make();
   EXPECT_EQ(assertions(), Lines());
   private_.start();
   waitForChange();
@@ -149,12 +141,10 @@ TEST_F(LinuxPowerManagementTest, TellsOfEveryChangeOnce) {
   setInhibitors("[('sleep', 'player', 'Playing', 'block', 1000, 77)]");
   EXPECT_EQ(assertions(),
             Lines({"77: player: Playing since 2033-05-18 03:33:20 +0000 (sleep, 1000)"}));
-  loop_.drain();
-  changes_ = 0;
 
   int signals = 0;
-  const Registration all = bus_->matchSignals("type='signal',member='PropertiesChanged'",
-                                              [&](sd_bus_message*) { ++signals; });
+  const Registration all = bus_.matchSignals("type='signal',member='PropertiesChanged'",
+                                             [&](sd_bus_message*) { ++signals; });
   sendPropertiesChanged("IdleHint");
   loop_.runUntil([&] { return signals == 1; });
   loop_.drain();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <functional>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -16,70 +15,29 @@
 namespace zorva {
 namespace {
 
-// A process that has stopped behind its work.
-struct Stopped : ChildForTest {
-  explicit Stopped(const std::function<void()>& work)
-      : ChildForTest([&] {
-          work();
-          return raise(SIGSTOP);
-        }) {
-    EXPECT_EQ(wait4(process(), nullptr, WUNTRACED, &used), process());
-  }
-  rusage used{};
-};
-
 double secondsOf(const TimeValue& user, const TimeValue& system) {
   return user.seconds + system.seconds + (user.microseconds + system.microseconds) / 1e6;
 }
 
-TEST(LinuxSystemStatisticsTest, TimesAreTheKernelsAndZombiesAreListed) {
+TEST(LinuxSystemStatisticsTest, TellsOfAProcessWhatTheKernelTells) {
   LinuxSystemStatistics statistics;
-  // Partly in a thread that ends, and more than a coarse clock could miss.
-  const Stopped child([&] {
+  const bool root = geteuid() == 0;
+  // Works partly in a thread that ends, and more than a coarse clock could miss.
+  const ChildForTest child([&] {
     prctl(PR_SET_NAME, "ghost");
+    for (int i = 0; i < 20; ++i) [[maybe_unused]] const int copy = dup(0);
+    [[maybe_unused]] const int set = root ? seteuid(12345) : 0;
     const auto workUntil = [](int percent) {
       while (std::clock() < percent * CLOCKS_PER_SEC / 100) continue;
     };
     std::thread(workUntil, 15).join();
     workUntil(30);
+    return raise(SIGSTOP);
   });
-  TaskSample plain, detailed;
+  rusage used{};
+  ASSERT_EQ(wait4(child.process(), nullptr, WUNTRACED, &used), child.process());
+  TaskSample plain, sample, ghost;
   ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, plain).ok());
-  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::Threads, detailed).ok());
-  ASSERT_EQ(detailed.threads.size(), 1u);
-  EXPECT_EQ(detailed.threads[0].runState, kThreadStopped);
-  kill(child.process(), SIGKILL);
-  siginfo_t information;
-  waitid(P_PID, static_cast<id_t>(child.process()), &information, WEXITED | WNOWAIT);
-  TaskSample ghost;
-  ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, ghost).ok());
-  EXPECT_TRUE(ghost.process.zombie);
-  EXPECT_EQ(ghost.process.command, "ghost");
-  std::vector<std::int32_t> processes;
-  ASSERT_TRUE(statistics.listTasks(processes).ok());
-  EXPECT_TRUE(std::ranges::binary_search(processes, child.process()));
-
-  const double total = secondsOf(plain.basic.userTime, plain.basic.systemTime);
-  const timeval &user = child.used.ru_utime, &system = child.used.ru_stime;
-  const double used = static_cast<double>(user.tv_sec + system.tv_sec) +
-                      static_cast<double>(user.tv_usec + system.tv_usec) / 1e6;
-  EXPECT_LE(total, used + 1e-6);
-  EXPECT_GE(total, used - 0.021) << "two figures, each cut to whole ticks";
-  const double ended = secondsOf(detailed.basic.userTime, detailed.basic.systemTime);
-  const double live = secondsOf(detailed.threads[0].userTime, detailed.threads[0].systemTime);
-  EXPECT_GE(ended, 0.1);
-  EXPECT_GE(live, 0.1);
-  EXPECT_NEAR(ended + live, total, 1e-6);
-}
-
-TEST(LinuxSystemStatisticsTest, DetailsOfAProcess) {
-  LinuxSystemStatistics statistics;
-  const bool root = geteuid() == 0;
-  const Stopped child([&] {
-    for (int i = 0; i < 20; ++i) [[maybe_unused]] const int copy = dup(0);
-    [[maybe_unused]] const int set = root ? seteuid(12345) : 0;
-  });
-  TaskSample sample;
   ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, sample).ok());
   EXPECT_EQ(sample.process.user, root ? 12345u : geteuid());
   EXPECT_GT(sample.events.faults, 0u);
@@ -87,15 +45,39 @@ TEST(LinuxSystemStatisticsTest, DetailsOfAProcess) {
   EXPECT_GT(sample.process.startSeconds, 1600000000);
   EXPECT_GE(sample.ports, 20u);
   EXPECT_FALSE(sample.process.zombie);
+  ASSERT_EQ(sample.threads.size(), 1u);
+  EXPECT_EQ(sample.threads[0].runState, kThreadStopped);
+  const double total = secondsOf(plain.basic.userTime, plain.basic.systemTime);
+  const timeval &user = used.ru_utime, &system = used.ru_stime;
+  const double expected = static_cast<double>(user.tv_sec + system.tv_sec) +
+                          static_cast<double>(user.tv_usec + system.tv_usec) / 1e6;
+  EXPECT_LE(total, expected + 1e-6);
+  EXPECT_GE(total, expected - 0.021) << "two figures, each cut to whole ticks";
+  const double ended = secondsOf(sample.basic.userTime, sample.basic.systemTime);
+  const double live = secondsOf(sample.threads[0].userTime, sample.threads[0].systemTime);
+  EXPECT_GE(ended, 0.1);
+  EXPECT_GE(live, 0.1);
+  EXPECT_NEAR(ended + live, total, 1e-6);
+
   std::vector<MemoryRegion> regions;
   ASSERT_TRUE(statistics.memoryRegions(child.process(), regions).ok());
   EXPECT_TRUE(std::ranges::any_of(regions, &MemoryRegion::sharedFramework));
-  EXPECT_TRUE(std::ranges::any_of(regions, [](auto& region) { return region.residentSize > 0; }));
+  EXPECT_TRUE(std::ranges::any_of(regions, &MemoryRegion::residentSize));
   char path[64];
   std::size_t length = 0;
   ASSERT_TRUE(statistics.executablePath(child.process(), path, length).ok());
   EXPECT_TRUE(length > 0 && length <= sizeof path) << length;
   EXPECT_EQ(std::string_view(path, length).find('\0'), std::string_view::npos);
+
+  kill(child.process(), SIGKILL);
+  siginfo_t information;
+  waitid(P_PID, static_cast<id_t>(child.process()), &information, WEXITED | WNOWAIT);
+  ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, ghost).ok());
+  EXPECT_TRUE(ghost.process.zombie);
+  EXPECT_EQ(ghost.process.command, "ghost");
+  std::vector<std::int32_t> processes;
+  ASSERT_TRUE(statistics.listTasks(processes).ok());
+  EXPECT_TRUE(std::ranges::binary_search(processes, child.process()));
 }
 
 TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
@@ -153,6 +135,7 @@ TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
 }
 
 TEST(LinuxSystemStatisticsTest, TheFirmwaresRangesAreSummedByType) {
+  const char* const kFiles[] = {"/start", "/end", "/type"};
   const char* const kRanges[][3] = {{"0x0", "0xfff", "System RAM\n"},
                                     {"0x1000\n", "0x1fff\n", "Reserved\n"},
                                     {"0x2000", "0x20ff", "Unusable memory\n"},
@@ -162,10 +145,9 @@ TEST(LinuxSystemStatisticsTest, TheFirmwaresRangesAreSummedByType) {
   LinuxSystemStatistics statistics(root / "proc", root / "sys");
   EXPECT_FALSE(statistics.reservedMemory());
   for (std::size_t i = 0; i < std::size(kRanges); ++i) {
-    const std::string range = "sys/firmware/memmap/" + std::to_string(i);
-    root.write(range + "/start", kRanges[i][0]);
-    root.write(range + "/end", kRanges[i][1]);
-    root.write(range + "/type", kRanges[i][2]);
+    for (std::size_t file = 0; file < 3; ++file) {
+      root.write("sys/firmware/memmap/" + std::to_string(i) + kFiles[file], kRanges[i][file]);
+    }
   }
   const auto memory = statistics.reservedMemory();
   ASSERT_TRUE(memory);

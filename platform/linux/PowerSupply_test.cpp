@@ -87,19 +87,18 @@ TEST(PowerSupply, PublishesWhatTheKernelTells) {
 }
 
 TEST(PowerSupply, TellsWhatHindersCharging) {
-  const std::pair<const char*, Value> cases[] = {
-      {"health=Good status=Discharging", {}},
-      {"health=Unknown status=Charging", {}},
-      {"health=Good status=Not_charging", "Not charging"},
-      {"health=Overheat status=Not_charging", "HighTemperature"},
-      {"health=Hot status=Charging", "HighTemperature"},
-      {"health=Warm status=Discharging", "HighTemperature"},
-      {"health=Cold status=Not_charging", "LowTemperature"},
-      {"health=Cool status=Full", "LowTemperature"},
-      {"health=Over_voltage status=Discharging", "Over voltage"},
+  const auto status = [](const std::string& text) {
+    return powerSourceProperty("ChargeStatus", attributes(text));
   };
-  for (const auto& [text, status] : cases) {
-    EXPECT_EQ(powerSourceProperty("ChargeStatus", attributes(text)), status) << text;
+  EXPECT_EQ(status("health=Good status=Discharging"), Value());
+  EXPECT_EQ(status("health=Unknown status=Charging"), Value());
+  EXPECT_EQ(status("health=Good status=Not_charging"), Value("Not charging"));
+  EXPECT_EQ(status("health=Over_voltage status=Discharging"), Value("Over voltage"));
+  for (const std::string health : {"Overheat", "Hot", "Warm"}) {
+    EXPECT_EQ(status("status=Not_charging health=" + health), Value("HighTemperature")) << health;
+  }
+  for (const std::string health : {"Cold", "Cool"}) {
+    EXPECT_EQ(status("status=Full health=" + health), Value("LowTemperature")) << health;
   }
 }
 

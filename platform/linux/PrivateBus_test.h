@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <stdlib.h>
 #include <string>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
@@ -23,8 +24,11 @@ inline std::unique_ptr<ChildForTest> runProgram(std::vector<std::string> words) 
 /// A system bus of a test's own, with services mocked on it.
 class PrivateBusForTest {
  public:
-  /// Prepares the bus's place; start() starts it.
+  static constexpr const char* kMock = "org.freedesktop.DBus.Mock";  ///< of every mocked object
+
+  /// Prepares the bus's place; start() starts it. It is the system bus of this process from now on.
   PrivateBusForTest() {
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address().c_str(), 1);
     directory_.write("bus.conf",
                      "<busconfig><type>session</type><listen>" + address() +
                          "</listen><policy context='default'>"
@@ -45,9 +49,8 @@ class PrivateBusForTest {
   /// Starts a service with one object, and waits until it is there.
   std::unique_ptr<ChildForTest> startService(const std::string& name, const std::string& path,
                                              const std::string& interface) {
-    auto service =
-        runProgram({"env", "DBUS_SYSTEM_BUS_ADDRESS=" + address(), "/usr/bin/python3", "-m",
-                    "dbusmock", "--system", "--logfile=/dev/null", name, path, interface});
+    auto service = runProgram({"/usr/bin/python3", "-m", "dbusmock", "--system",
+                               "--logfile=/dev/null", name, path, interface});
     // The first call that the mock answers shows it is up.
     for (int tries = 0; tries < 1000; ++tries) {
       if (call(name, path, "org.freedesktop.DBus.Peer", "Ping", "") >= 0) return service;
@@ -62,10 +65,7 @@ class PrivateBusForTest {
   int call(const std::string& name, const std::string& path, const char* interface,
            const char* member, const char* types, Arguments... arguments) {
     sd_bus* bus = nullptr;
-    sd_bus_new(&bus);
-    sd_bus_set_address(bus, address().c_str());
-    sd_bus_set_bus_client(bus, 1);
-    int result = sd_bus_start(bus);
+    int result = sd_bus_open_system(&bus);
     if (result >= 0) {
       result = sd_bus_call_method(bus, name.c_str(), path.c_str(), interface, member, nullptr,
                                   nullptr, types, arguments...);

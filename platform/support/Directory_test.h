@@ -17,8 +17,7 @@ class DirectoryForTest {
     path_ = name;
     std::filesystem::permissions(path_, std::filesystem::perms(0755));
   }
-  DirectoryForTest(const DirectoryForTest&) = delete;
-  DirectoryForTest& operator=(const DirectoryForTest&) = delete;
+  DirectoryForTest(DirectoryForTest&&) = delete;  // nor copied
   ~DirectoryForTest() {
     std::error_code error;
     std::filesystem::remove_all(path_, error);
