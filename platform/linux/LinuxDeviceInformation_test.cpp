@@ -24,8 +24,6 @@ TEST(LinuxDeviceInformation, NamesDeviceFitForFileName) {
   char host[256];
   ASSERT_EQ(::gethostname(host, sizeof host), 0);
   EXPECT_EQ(name("PRETTY_HOSTNAME=\n"), Value(host));
-  EXPECT_EQ(LinuxDeviceInformation({}, root / "none").answer("UserAssignedDeviceName"),
-            Value(host));
   EXPECT_EQ(device.answer("gas-gauge-battery"), Value(true));
   EXPECT_TRUE(LinuxDeviceInformation().answer("gas-gauge-battery").isNothing());
 }

@@ -221,6 +221,7 @@ TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
   const Registration end = listen("end");
   EXPECT_EQ(run({"a", "--state", "0xFFFFFFFFFFFFFFFF"}), "0");
   EXPECT_EQ(run({"nobody"}), "0");
+  EXPECT_TRUE(run({"a", "b"}).starts_with("2zorva-notify: "));
   EXPECT_EQ(heard(), "18446744073709551615 end ");
   fs::remove_all(directories_.own + "/states");
   top_.write("zorva/states", "in the way");

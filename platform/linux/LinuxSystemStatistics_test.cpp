@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platform/linux/Child_test.h"
+#include "platform/linux/LinuxProcessTable.h"
 #include "platform/support/Directory_test.h"
 
 namespace zorva {
@@ -46,7 +47,6 @@ TEST(LinuxSystemStatisticsTest, TellsOfAProcessWhatTheKernelTells) {
   EXPECT_GE(sample.ports, 20u);
   EXPECT_FALSE(sample.process.zombie);
   ASSERT_EQ(sample.threads.size(), 1u);
-  EXPECT_EQ(sample.threads[0].runState, kThreadStopped);
   const double total = secondsOf(plain.basic.userTime, plain.basic.systemTime);
   const timeval &user = used.ru_utime, &system = used.ru_stime;
   const double expected = static_cast<double>(user.tv_sec + system.tv_sec) +
@@ -78,6 +78,8 @@ TEST(LinuxSystemStatisticsTest, TellsOfAProcessWhatTheKernelTells) {
   std::vector<std::int32_t> processes;
   ASSERT_TRUE(statistics.listTasks(processes).ok());
   EXPECT_TRUE(std::ranges::binary_search(processes, child.process()));
+  EXPECT_EQ(LinuxProcessTable().commandName(child.process()), "ghost");
+  EXPECT_FALSE(LinuxProcessTable().commandName(INT32_MAX));
 }
 
 TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
@@ -121,8 +123,7 @@ TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
   }
   ASSERT_TRUE(statistics.sampleTask(3, TaskDetail::None, sample).ok());
   EXPECT_EQ(sample.process.command, "kthread/0:1-name");
-  const auto ticks = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
-  EXPECT_EQ(sample.basic.systemTime, timeOfTicks(250, ticks));
+  EXPECT_EQ(sample.basic.systemTime, timeOfTicks(250, sysconf(_SC_CLK_TCK)));
 
   // As when the process ends in the middle of the look.
   EXPECT_EQ(statistics.sampleTask(3, TaskDetail::Identity, sample).code, ENOENT);
@@ -131,6 +132,14 @@ TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
     const auto ended = statistics.sampleTask(3, detail, sample);
     EXPECT_EQ(ended.code, ESRCH);
     EXPECT_EQ(ended.failed, TaskSampleStep::TaskInformation);
+  }
+  const std::pair<std::string, std::int32_t> states[] = {
+      {"R", kThreadRunning}, {"S", kThreadWaiting}, {"I", kThreadWaiting}, {"T", kThreadStopped}};
+  for (const auto& [letter, state] : states) {
+    root.write("proc/3/task/3/stat",
+               "3 (x) " + letter + " 2 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1 0 0 0 0");
+    ASSERT_TRUE(statistics.sampleTask(3, TaskDetail::Threads, sample).ok()) << letter;
+    EXPECT_EQ(sample.threads.at(0).runState, state) << letter;
   }
 }
 
