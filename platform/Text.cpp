@@ -25,12 +25,18 @@ std::size_t sequenceLength(std::string_view bytes) {
   return continues(2) && continues(3) ? 4 : 0;
 }
 
-// C0 and C1 control characters, DEL, and the line and paragraph separators that viewers break at.
+// C0 and C1 control characters, DEL, the line and paragraph separators that viewers break at
+// (U+2028, U+2029), and the marks that turn the direction of what follows, so that a line reads
+// other than it is (U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069).
 bool isControl(std::string_view sequence) {
   const auto lead = static_cast<std::uint8_t>(sequence[0]);
   if (sequence.size() == 1) return lead < 0x20 || lead == 0x7F;
   if (sequence.size() == 2) return lead == 0xC2 && static_cast<std::uint8_t>(sequence[1]) < 0xA0;
-  return sequence == "\u2028" || sequence == "\u2029";
+  if (sequence.size() != 3 || lead != 0xE2) return false;
+  const auto second = static_cast<std::uint8_t>(sequence[1]);
+  const auto third = static_cast<std::uint8_t>(sequence[2]);
+  return (second == 0x80 && (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) ||
+         (second == 0x81 && third >= 0xA6 && third <= 0xA9);
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ std::string formatText(const char* format, ...) __attribute__((format(printf, 1,
 std::string formatArguments(const char* format, va_list arguments)
     __attribute__((format(printf, 1, 0)));
 
-/// Bytes from elsewhere, made fit for a line of text: control characters (newlines among them)
+/// Bytes from elsewhere, made fit for a line of text: control characters (newlines and marks that
+/// turn the reading direction among them)
 /// become "\xNN" with two lower-case hexadecimal digits, and each byte that is no part of
 /// well-formed UTF-8 becomes U+FFFD. What is well-formed and printable stands as it is.
 std::string safeText(std::string_view bytes);

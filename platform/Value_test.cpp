@@ -81,6 +81,7 @@ TEST(SafeText, LeavesOneLineOfWellFormedText) {
       {"a\nb\r\tc\x7f\x1b[0m", "a\\x0ab\\x0d\\x09c\\x7f\\x1b[0m"},
       {std::string("a\0b", 3), "a\\x00b"},
       {"\u0085\u2028", "\\xc2\\x85\\xe2\\x80\\xa8"},
+      {"a\u202Eb\u2010", "a\\xe2\\x80\\xaeb\u2010"},
       {"\xff\xc3", "\uFFFD\uFFFD"},
       {"\xc0\x80", "\uFFFD\uFFFD"},                      // overlong
       {"\xed\xa0\x80", "\uFFFD\uFFFD\uFFFD"},            // surrogate

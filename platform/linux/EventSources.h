@@ -18,6 +18,8 @@ using EventSource = std::unique_ptr<sd_event_source, EventSourceRelease>;
 class CoalescedCall {
  public:
   CoalescedCall(sd_event* event, std::function<void()> call);
+  CoalescedCall(const CoalescedCall&) = delete;  // the loop holds its address
+  CoalescedCall& operator=(const CoalescedCall&) = delete;
 
   /// Asks for the call. It comes from the loop, never from in here.
   void request();

@@ -133,7 +133,6 @@ device:
   assertions: [{process: 7, name: Held}]
   states: [{name: sensor, value: 0xFFFFFFFFFFFFFFFF}]
   files:
-    - {path: /Library/Logs/Faultbox/Zorva_1.zorva, contents: log}
     - {path: /Library/Logs/Faultbox/report.txt}
   faults: [{point: processes.commandName}, {point: preferences.synchronize}]
 steps:
@@ -162,6 +161,7 @@ steps:
                                         hear(SimPowerManagement::kAssertionsChanged),
                                         hear(SimSystemNotifications::kExit)};
   scenario.begin(handset);
+  std::ofstream(handset.files().hostPath("/Library/Logs/Faultbox/Zorva_1.zorva")) << "a log";
 
   Dictionary battery;
   platform.registry.firstPowerSource()->readProperties(battery);

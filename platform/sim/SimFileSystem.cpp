@@ -40,6 +40,11 @@ SimFileSystem::SimFileSystem(SimParts& parts, std::string root, SystemLog& syste
       openForEventsFault_(parts.faults, "files.openForEvents"),
       makeEventQueueFault_(parts.faults, "files.makeEventQueue"),
       watchDirectoryFault_(parts.faults, "files.watchDirectory") {
+  std::error_code none;
+  for (fs::directory_iterator file(hostPath(kLogDirectory), none), end; !none && file != end;
+       file.increment(none)) {
+    foreign_.insert(file->path().string());
+  }
   const auto write = [this](const ScenarioNode& node) -> ScenarioAction {
     const auto keys = node.keys({"path", "contents"});
     const auto* contents = keys.find("contents");
@@ -65,6 +70,7 @@ SimFileSystem::SimFileSystem(SimParts& parts, std::string root, SystemLog& syste
 void SimFileSystem::writeFile(const std::string& path, const std::string& contents) {
   const fs::path file = hostPath(path);
   std::error_code ignored;
+  if (!fs::exists(file, ignored)) foreign_.insert(file.string());
   fs::create_directories(file.parent_path(), ignored);
   errno = 0;
   if (!(std::ofstream(file, std::ios::binary) << contents << std::flush)) {
@@ -74,6 +80,7 @@ void SimFileSystem::writeFile(const std::string& path, const std::string& conten
 
 void SimFileSystem::removeFile(const std::string& path) {
   std::error_code error;
+  foreign_.erase(hostPath(path));
   if (fs::remove(hostPath(path), error)) return;
   if (!error) error = std::make_error_code(std::errc::no_such_file_or_directory);
   tell("cannot remove " + path, error);
@@ -93,17 +100,17 @@ void SimFileSystem::removeLog() {
   if (log && !fs::remove(*log, error)) tell("cannot remove the log", error);
 }
 
-// By the time of the last change, which the file that is being written to leads.
+// The daemon's file is the one that neither was there at the start nor was written by the scenario.
+// Host times would not do: a whole scenario fits into one tick of them.
 std::optional<std::string> SimFileSystem::currentLog() {
   std::error_code error;
-  std::pair<fs::file_time_type, fs::path> newest{fs::file_time_type::min(), {}};
+  std::string log;
   for (fs::directory_iterator file(hostPath(kLogDirectory), error), end; !error && file != end;
        file.increment(error)) {
-    std::error_code gone;
-    if (file->path().extension() != ".zorva") continue;
-    newest = std::max(newest, {fs::last_write_time(file->path(), gone), file->path()});
+    if (file->path().extension() != ".zorva" || foreign_.contains(file->path().string())) continue;
+    log = std::max(log, file->path().string());
   }
-  if (!newest.second.empty()) return newest.second.string();
+  if (!log.empty()) return log;
   tell("there is no log", std::make_error_code(std::errc::no_such_file_or_directory));
   return std::nullopt;
 }

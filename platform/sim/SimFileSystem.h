@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 
@@ -28,7 +29,7 @@ class SimFileSystem : public FileSystem {
   /// Writes a whole file, and the directories above it where they are missing.
   void writeFile(const std::string& path, const std::string& contents);
   void removeFile(const std::string& path);
-  /// Moves the current log, the newest ".zorva" file of the log directory, one directory up.
+  /// Moves the current log, the daemon's own ".zorva" file in the log directory, one directory up.
   void moveLog(const std::string& newName);
   void removeLog();
 
@@ -37,6 +38,7 @@ class SimFileSystem : public FileSystem {
   void tell(const std::string& problem, const std::error_code& error);
 
   PosixFileSystem files_;
+  std::set<std::string> foreign_;  ///< files of the log directory that are not the daemon's
   SystemLog& systemLog_;
   SimFaultPoint openForEventsFault_;
   SimFaultPoint makeEventQueueFault_;

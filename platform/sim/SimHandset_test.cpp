@@ -42,6 +42,21 @@ TEST(SimFaults, EveryPointStrikesItsOperation) {
   close(queue);
 }
 
+TEST(SimFileSystem, TheCurrentLogIsTheOneThatTheScenarioHasNotWritten) {
+  SimHandset handset;
+  const std::string directory = "/Library/Logs/Faultbox/";
+  const auto exists = [&](const std::string& path) {
+    return fs::exists(handset.files().hostPath(path));
+  };
+  std::ofstream(handset.files().hostPath(directory + "Zorva_1.zorva")) << "the daemon's";
+  handset.files().writeFile(directory + "Zorva_2.zorva", "later by name and by time");
+  handset.files().moveLog("away");
+  EXPECT_TRUE(exists("/Library/Logs/away") && !exists(directory + "Zorva_1.zorva"));
+  handset.files().removeLog();
+  EXPECT_TRUE(exists(directory + "Zorva_2.zorva"));
+  EXPECT_EQ(handset.systemLog().takeLines().size(), 1U) << "there is no log any more";
+}
+
 TEST(SimRoot, ATemporaryOneIsRemoved) {
   fs::path root;
   {

@@ -1,12 +1,16 @@
 #include "platform/sim/SimProcessTable.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace zorva {
 namespace {
 
+// Held to what the kernel can count.
 TimeValue timeValueOf(double seconds) {
+  seconds = std::min(seconds, static_cast<double>(std::numeric_limits<std::int32_t>::max()));
   const auto microseconds = static_cast<std::int64_t>(std::llround(seconds * 1e6));
   return {static_cast<std::int32_t>(microseconds / 1000000),
           static_cast<std::int32_t>(microseconds % 1000000)};

@@ -69,7 +69,10 @@ std::string temporaryStem(const std::string& name) {
 void removeStaleTemporaries(const DirectoryEntry& entry) {
   const int descriptor = ::openat(entry.directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   DIR* directory = descriptor < 0 ? nullptr : ::fdopendir(descriptor);
-  if (directory == nullptr) return;
+  if (directory == nullptr) {
+    if (descriptor >= 0) ::close(descriptor);
+    return;
+  }
   const std::string stem = temporaryStem(entry.name);
   while (const dirent* found = ::readdir(directory)) {
     const std::string_view name = found->d_name;
@@ -145,45 +148,57 @@ bool isFileName(const std::string& name) {
 
 std::optional<std::string> PropertyListPreferences::pathOf(const Scope& scope) const {
   if (!isFileName(scope.user) || !isFileName(scope.domain)) return std::nullopt;
-  return files_.hostPath("/var/" + scope.user + "/Library/Preferences/" + scope.domain + ".plist");
+  return "/var/" + scope.user + "/Library/Preferences/" + scope.domain + ".plist";
 }
 
 Value PropertyListPreferences::value(const Scope& scope, const std::string& key) {
   const auto path = pathOf(scope);
   if (!path) return {};
-  const auto pending = pending_.find(*path);
-  if (pending != pending_.end() && pending->second.contains(key)) return pending->second[key];
-  const auto entry = openDirectoryOf(*path);
-  return entry ? load(*entry).list.value(key) : Value();
+  Unwritten& unwritten = unwritten_[*path];
+  if (unwritten.set.contains(key)) return unwritten.set[key];
+  const auto entry = openDirectoryOf(files_.hostPath(*path));
+  Value stored = entry ? load(*entry).list.value(key) : Value();
+  return stored.isNothing() ? unwritten.failed[key] : stored;
 }
 
 void PropertyListPreferences::setValue(const Scope& scope, const std::string& key, Value value) {
-  if (const auto path = pathOf(scope)) pending_[*path].set(key, std::move(value));
+  if (const auto path = pathOf(scope)) unwritten_[*path].set.set(key, std::move(value));
 }
 
 bool PropertyListPreferences::synchronize(const Scope& scope) {
   const auto path = pathOf(scope);
   if (!path) return false;
-  const auto pending = pending_.find(*path);
-  if (pending == pending_.end()) return true;
+  Unwritten& unwritten = unwritten_[*path];
+  if (unwritten.set.empty() && unwritten.failed.empty()) return true;
+  if (write(scope, *path, unwritten)) {
+    unwritten_.erase(*path);
+    return true;
+  }
+  for (const auto& [key, value] : unwritten.set) unwritten.failed.set(key, value);
+  unwritten.set = {};
+  return false;
+}
 
+bool PropertyListPreferences::write(const Scope& scope, const std::string& path,
+                                    const Unwritten& unwritten) {
   const auto owner = accounts_.idsOfUser(scope.user);
   // "mobile", "Library" and "Preferences" are the user's where we are the first to need them.
   const NewDirectories make{owner, 3};
-  const auto entry = openDirectoryOf(*path, &make);
+  const auto entry = openDirectoryOf(files_.hostPath(path), &make);
   if (!entry) return false;
   Loaded loaded = load(*entry);
   if (loaded.state == Loaded::State::Unreadable) return false;
-  for (const auto& [key, value] : pending->second) loaded.list.set(key, value);
+  for (const auto& [key, value] : unwritten.failed) {
+    if (loaded.list.value(key).isNothing()) loaded.list.set(key, value);
+  }
+  for (const auto& [key, value] : unwritten.set) loaded.list.set(key, value);
   const std::string text = loaded.list.text();
   if (text.size() > kLargestFile) return false;
 
   Replacement replacement(*entry, text, owner);
   if (!replacement.whole()) return false;
-  if (loaded.state == Loaded::State::Damaged && !keepAside(*entry, *path)) return false;
-  if (!replacement.takePlace()) return false;
-  pending_.erase(pending);
-  return true;
+  if (loaded.state == Loaded::State::Damaged && !keepAside(*entry, path)) return false;
+  return replacement.takePlace();
 }
 
 bool PropertyListPreferences::keepAside(const DirectoryEntry& entry, const std::string& path) {

@@ -35,12 +35,17 @@ class PropertyListPreferences : public PreferencesStore {
 
  private:
   std::optional<std::string> pathOf(const Scope& scope) const;
+  struct Unwritten {
+    Dictionary set;     ///< since the last attempt to write
+    Dictionary failed;  ///< could not be written; counts only where the file has no value
+  };
+  bool write(const Scope& scope, const std::string& path, const Unwritten& unwritten);
   bool keepAside(const DirectoryEntry& entry, const std::string& path);
 
   const FileSystem& files_;
   AccountDatabase& accounts_;
   SystemLog& systemLog_;
-  std::map<std::string, Dictionary> pending_;  // what was set and not yet written, by path
+  std::map<std::string, Unwritten> unwritten_;  // by the device's path
 };
 
 }  // namespace zorva

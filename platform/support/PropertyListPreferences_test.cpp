@@ -72,8 +72,8 @@ TEST_F(PropertyListPreferencesTest, KeepsDamagedFileAside) {
     EXPECT_EQ(fileCount(), 2);
     EXPECT_EQ(contents(path_ + ".damaged-1"), damage);
     EXPECT_EQ(log_.lines,
-              std::vector<std::string>{"The preferences in '" + path_ +
-                                       "' cannot be read; kept as '" + path_ + ".damaged-1'"});
+              std::vector<std::string>{"The preferences in '/" + name_ +
+                                       "' cannot be read; kept as '/" + name_ + ".damaged-1'"});
     log_.lines.clear();
     fs::remove(path_ + ".damaged-1");
   }
@@ -128,6 +128,15 @@ TEST_F(PropertyListPreferencesTest, FullDiskLeavesOldFileWhole) {
   EXPECT_EQ(fileCount(), 1);
   EXPECT_EQ(read(), Value(60.0)) << "stays set";
   EXPECT_TRUE(store_.synchronize(scope_)) << "until the next try";
+
+  // What could not be written gives way to what has come into the file since.
+  ASSERT_EQ(::prlimit(0, RLIMIT_FSIZE, &limit, &before), 0);
+  ::signal(SIGXFSZ, SIG_IGN);
+  EXPECT_FALSE(write(61.0));
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  ::signal(SIGXFSZ, handler);
+  EXPECT_EQ(read(), Value(60.0));
+  EXPECT_TRUE(store_.synchronize(scope_));
   EXPECT_EQ(readByOther(), Value(60.0));
   EXPECT_NE(contents(path_).find("<color />"), std::string::npos) << "a foreign key";
 }
