@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxBus.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
@@ -9,8 +11,10 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// A bus that drops its callers is not called more often than this.
+// A bus that drops its callers, or has no room for one more, is not called more often than this,
+// and each time less often until it is hardly ever.
 constexpr std::chrono::seconds kBetweenEnds{5};
+constexpr std::chrono::hours kLongestBetweenEnds{1};
 // A socket is there a moment before it can be connected to, and that moment's end is no event. So
 // a socket that has just changed and refuses is tried again, a few times.
 constexpr int kMostRefusals = 4;
@@ -81,7 +85,8 @@ LinuxBus::LinuxBus(sd_event* event, std::string address, std::chrono::microsecon
       address_(std::move(address)),
       timeLimit_(timeLimit),
       subscriptions_(std::make_shared<Subscriptions>()),
-      ended_(event, [this] { ended(); }) {
+      ended_(event, [this] { ended(); }),
+      betweenEnds_(kBetweenEnds) {
   connect();
   if (bus_) waitUntilReady();
 }
@@ -97,10 +102,11 @@ bool LinuxBus::connected() const {
   return bus_ && sd_bus_is_ready(bus_.get()) > 0;
 }
 
-// Opens a connection; what follows comes from the loop. False when nobody listens at the address.
-bool LinuxBus::start() {
+// Opens a connection; what follows comes from the loop. Negative when that fails: -ENOENT and
+// -ECONNREFUSED when nobody listens at the address, -EAGAIN when too many wait there.
+int LinuxBus::start() {
   sd_bus* bus = nullptr;
-  if (sd_bus_new(&bus) < 0) return false;
+  if (const int made = sd_bus_new(&bus); made < 0) return made;
   BusPointer owned(bus);
   if (sd_bus_set_address(bus, address_.c_str()) < 0 || sd_bus_set_bus_client(bus, 1) < 0 ||
       sd_bus_set_connected_signal(bus, 1) < 0 ||
@@ -108,12 +114,16 @@ bool LinuxBus::start() {
       sd_bus_match_signal(bus, nullptr, kLocal, kLocalPath, kLocal, "Connected", onConnected,
                           this) < 0 ||
       sd_bus_match_signal(bus, nullptr, kLocal, kLocalPath, kLocal, "Disconnected", onDisconnected,
-                          this) < 0 ||
-      sd_bus_start(bus) < 0 || sd_bus_attach_event(bus, event_, SD_EVENT_PRIORITY_NORMAL) < 0) {
-    return false;
+                          this) < 0) {
+    return -EINVAL;
+  }
+  if (const int started = sd_bus_start(bus); started < 0) return started;
+  if (const int attached = sd_bus_attach_event(bus, event_, SD_EVENT_PRIORITY_NORMAL);
+      attached < 0) {
+    return attached;
   }
   bus_ = std::move(owned);
-  return true;
+  return 0;
 }
 
 // Before the loop runs, so that a first snapshot sees the bus. A bus that takes its time is left to
@@ -136,23 +146,32 @@ void LinuxBus::waitUntilReady() {
 void LinuxBus::connect() {
   later_.reset();
   if (bus_) return;
-  if (!start() && !socketWatch_) {
+  int result = start();
+  if (result < 0 && !socketWatch_) {
     const auto path = socketPath(address_);
     if (!path) return;
     socketWatch_.emplace(event_, *path, LinuxPathWatch::Of::Entry, [this] { socketChanged(); });
     refusals_ = 0;
-    start();  // it may have come before the watch
+    result = start();  // it may have come before the watch
   }
   if (bus_) {
     socketWatch_.reset();
   } else if (refusals_ > 0 && refusals_ < kMostRefusals) {
     connectLater(kAfterRefusal * (1 << (2 * refusals_)));
     ++refusals_;
+  } else if (result == -EAGAIN) {
+    backOff();  // that there is room again is no event
   }
+}
+
+void LinuxBus::backOff() {
+  connectLater(betweenEnds_);
+  betweenEnds_ = std::min<std::chrono::microseconds>(2 * betweenEnds_, kLongestBetweenEnds);
 }
 
 void LinuxBus::socketChanged() {
   refusals_ = 1;
+  betweenEnds_ = kBetweenEnds;
   connect();
 }
 
@@ -172,6 +191,7 @@ int LinuxBus::onLater(sd_event_source*, std::uint64_t, void* self) {
 
 int LinuxBus::onConnected(sd_bus_message*, void* self, sd_bus_error*) {
   auto* bus = static_cast<LinuxBus*>(self);
+  bus->readySince_ = steady_clock::now();
   for (const auto& match : bus->subscriptions_->matches) bus->install(*match);
   bus->observers_.tell();
   return 0;
@@ -187,11 +207,14 @@ void LinuxBus::ended() {
   for (const auto& match : subscriptions_->matches) match->slot.reset();
   bus_.reset();
   const auto now = steady_clock::now();
-  const bool soonAfterTheLast = lastEnd_ && now - *lastEnd_ < kBetweenEnds;
+  const bool lasted = readySince_ && now - *readySince_ >= kBetweenEnds;
+  const bool soonAfterTheLast = lastEnd_ && now - *lastEnd_ < 2 * betweenEnds_;
   lastEnd_ = now;
-  if (soonAfterTheLast) {
-    connectLater(kBetweenEnds);
+  readySince_.reset();
+  if (soonAfterTheLast && !lasted) {
+    backOff();
   } else {
+    betweenEnds_ = kBetweenEnds;
     connect();
   }
   observers_.tell();

@@ -81,10 +81,11 @@ class LinuxBus {
   };
   using BusPointer = std::unique_ptr<sd_bus, BusRelease>;
 
-  bool start();
+  int start();
   void waitUntilReady();
   void connect();
   void connectLater(std::chrono::microseconds delay);
+  void backOff();
   void socketChanged();
   void ended();
   void install(Match& match);
@@ -103,6 +104,8 @@ class LinuxBus {
   EventSource later_;
   int refusals_ = 0;  ///< of the socket since it last changed
   std::optional<std::chrono::steady_clock::time_point> lastEnd_;
+  std::optional<std::chrono::steady_clock::time_point> readySince_;
+  std::chrono::microseconds betweenEnds_;  ///< how long to leave a bus alone that drops us
 };
 
 }  // namespace zorva
