@@ -1,6 +1,8 @@
 #include "platform/linux/LinuxRunLoop.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <sys/epoll.h>
 #include <system_error>
 #include <time.h>
@@ -78,7 +80,9 @@ void LinuxRunLoop::run() {
   stopped_ = false;
   while (!stopped_) {
     const int result = sd_event_run(event(), UINT64_MAX);
-    if (result < 0 && result != -EINTR) return;  // somebody else ended the loop for good
+    if (result >= 0 || result == -EINTR) continue;
+    std::fprintf(stderr, "zorva: the event loop has failed: %s\n", std::strerror(-result));
+    return;
   }
 }
 
