@@ -57,7 +57,7 @@ constexpr std::array<LoggerRow, 26> kRows{{
 }  // namespace
 
 LoggerTable loggerTable() {
-  return {kRows, [] { return std::make_shared<ZVTelephonyConnection>(); }};
+  return {kRows, [](const Platform&) { return std::make_shared<ZVTelephonyConnection>(); }};
 }
 
 }  // namespace zorva

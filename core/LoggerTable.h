@@ -30,7 +30,7 @@ struct LoggerRow {
 /// share.
 struct LoggerTable {
   std::span<const LoggerRow> rows;
-  std::shared_ptr<ZVTelephonyConnection> (*makeTelephonyConnection)();
+  std::shared_ptr<ZVTelephonyConnection> (*makeTelephonyConnection)(const Platform& platform);
 
   /// The row of the class, or none.
   const LoggerRow* rowOf(std::string_view className) const {

@@ -114,7 +114,7 @@ void runUntilExit(const Platform& platform) {
 int ZorvaMain(int argc, char* const argv[], const Platform& platform, const LoggerTable& table) {
   sZorvaState = ZorvaState{};
   sZorvaState.platform = &platform;
-  sZorvaState.telephonyConnection = table.makeTelephonyConnection();
+  sZorvaState.telephonyConnection = table.makeTelephonyConnection(platform);
 
   NotificationCenter notifications;
   const auto entryDates = platform.dates.makeFormatter(ZVLogger::kEntryDatePattern);

@@ -69,7 +69,8 @@ class ZorvaMainTest : public ::testing::Test {
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
-    const LoggerTable table{kRows, [] { return std::make_shared<ZVTelephonyConnection>(); }};
+    const LoggerTable table{
+        kRows, [](const Platform&) { return std::make_shared<ZVTelephonyConnection>(); }};
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     const int status =

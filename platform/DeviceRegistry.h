@@ -66,12 +66,19 @@ class RegistryNotificationPort {
 /// | "CycleCount" | integer |
 /// | "IsCharging", "FullyCharged", "AtCriticalLevel" | boolean |
 /// | "ChargeStatus" | text, absent while nothing hinders charging |
+///
+/// The display's backlight has the property "backlight-control" (true) and "IODisplayParameters", a
+/// dictionary with the dictionary "brightness", whose integers "min", "max" and "value" are in the
+/// backlight's own units. It sends kPropertyChanged with the new brightness.
 class DeviceRegistry {
  public:
   virtual ~DeviceRegistry() = default;
 
   /// The first service of the power-source class, or none.
   virtual std::shared_ptr<RegistryEntry> firstPowerSource() = 0;
+
+  /// The first service whose property of the key is true, or none.
+  virtual std::shared_ptr<RegistryEntry> firstServiceWith(const std::string& property) = 0;
 
   virtual std::unique_ptr<RegistryNotificationPort> makeNotificationPort() = 0;
 };

@@ -19,6 +19,7 @@ class LinuxDeviceRegistry : public DeviceRegistry {
   explicit LinuxDeviceRegistry(sd_event* event, std::string powerSupplies = kPowerSupplies);
 
   std::shared_ptr<RegistryEntry> firstPowerSource() override;
+  std::shared_ptr<RegistryEntry> firstServiceWith(const std::string&) override { return nullptr; }
   std::unique_ptr<RegistryNotificationPort> makeNotificationPort() override;
 
   /// The answer to the device-information key "gas-gauge-battery": the power source measures its

@@ -1,22 +1,28 @@
 #include "platform/linux/LinuxPlatform.h"
 
-#include <cstdio>
-#include <exception>
-
 #include "platform/linux/LinuxAccountDatabase.h"
 #include "platform/linux/LinuxBatteryUsage.h"
 #include "platform/linux/LinuxBus.h"
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxDeviceInformation.h"
 #include "platform/linux/LinuxDeviceRegistry.h"
+#include "platform/linux/LinuxKernelValues.h"
 #include "platform/linux/LinuxLocaleInformation.h"
 #include "platform/linux/LinuxNetworkInterfaces.h"
 #include "platform/linux/LinuxPowerManagement.h"
+#include "platform/linux/LinuxProcessInformation.h"
 #include "platform/linux/LinuxProcessTable.h"
+#include "platform/linux/LinuxProfileSettings.h"
 #include "platform/linux/LinuxRunLoop.h"
+#include "platform/linux/LinuxScheduledPowerEvents.h"
 #include "platform/linux/LinuxSystemLog.h"
 #include "platform/linux/LinuxSystemNotifications.h"
+#include "platform/linux/LinuxSystemPower.h"
 #include "platform/linux/LinuxSystemStatistics.h"
+#include "platform/linux/LinuxTelephony.h"
+#include "platform/linux/LinuxTelephonyNotifications.h"
+#include "platform/linux/LinuxTelephonyServer.h"
+#include "platform/linux/LinuxThermal.h"
 #include "platform/support/IcuDateFormatting.h"
 #include "platform/support/PosixFileSystem.h"
 #include "platform/support/PropertyListPreferences.h"
@@ -53,10 +59,40 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxProcessTable processes_;
   LinuxNetworkInterfaces interfaces_;
   LinuxSystemStatistics statistics_;
-  Platform platform_{runLoop_,         clock_,     systemLog_,   systemNotifications_,
-                     files_,           accounts_,  preferences_, device_,
-                     dates_,           locale_,    registry_,    batteryUsage_,
-                     powerManagement_, processes_, interfaces_,  statistics_};
+  LinuxSystemPower systemPower_;
+  LinuxScheduledPowerEvents scheduledEvents_;
+  LinuxKernelValues kernel_;
+  LinuxProcessInformation processInformation_;
+  LinuxThermal thermal_;
+  LinuxProfileSettings profile_;
+  LinuxTelephonyNotifications telephonyNotifications_;
+  LinuxTelephony telephony_;
+  LinuxTelephonyServer telephonyServer_;
+  Platform platform_{runLoop_,
+                     clock_,
+                     systemLog_,
+                     systemNotifications_,
+                     files_,
+                     accounts_,
+                     preferences_,
+                     device_,
+                     dates_,
+                     locale_,
+                     registry_,
+                     batteryUsage_,
+                     powerManagement_,
+                     processes_,
+                     interfaces_,
+                     statistics_,
+                     systemPower_,
+                     scheduledEvents_,
+                     kernel_,
+                     processInformation_,
+                     thermal_,
+                     profile_,
+                     telephonyServer_,
+                     telephony_,
+                     telephonyNotifications_};
 };
 
 }  // namespace

@@ -48,6 +48,7 @@ class SimDeviceRegistry : public DeviceRegistry {
   explicit SimDeviceRegistry(SimParts& parts);
 
   std::shared_ptr<RegistryEntry> firstPowerSource() override;
+  std::shared_ptr<RegistryEntry> firstServiceWith(const std::string&) override { return nullptr; }
   std::unique_ptr<RegistryNotificationPort> makeNotificationPort() override;
 
   SimRegistryEntry& powerSource() { return *powerSource_; }

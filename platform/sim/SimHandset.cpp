@@ -40,10 +40,13 @@ void SimRoot::makeDirectories() const {
 }
 
 SimHandset::SimHandset(std::unique_ptr<SimRoot> root)
-    : root_(std::move(root)), platform_{runLoop_,         clock_,     systemLog_,   notifications_,
-                                        files_,           accounts_,  preferences_, device_,
-                                        dates_,           locale_,    registry_,    batteryUsage_,
-                                        powerManagement_, processes_, interfaces_,  statistics_} {
+    : root_(std::move(root)),
+      platform_{
+          runLoop_,    clock_,        systemLog_,       notifications_, files_,
+          accounts_,   preferences_,  device_,          dates_,         locale_,
+          registry_,   batteryUsage_, powerManagement_, processes_,     interfaces_,
+          statistics_, systemPower_,  scheduledEvents_, kernel_,        processInformation_,
+          thermal_,    profile_,      telephonyServer_, telephony_,     telephonyNotifications_} {
   makeHealthy();
   parts_.addFaultSections();
 }

@@ -13,15 +13,24 @@
 #include "platform/sim/SimDeviceRegistry.h"
 #include "platform/sim/SimFaults.h"
 #include "platform/sim/SimFileSystem.h"
+#include "platform/sim/SimKernelValues.h"
 #include "platform/sim/SimLocaleInformation.h"
 #include "platform/sim/SimNetworkInterfaces.h"
 #include "platform/sim/SimPowerManagement.h"
 #include "platform/sim/SimPreferences.h"
+#include "platform/sim/SimProcessInformation.h"
 #include "platform/sim/SimProcessTable.h"
+#include "platform/sim/SimProfileSettings.h"
 #include "platform/sim/SimRunLoop.h"
+#include "platform/sim/SimScheduledPowerEvents.h"
 #include "platform/sim/SimSystemLog.h"
 #include "platform/sim/SimSystemNotifications.h"
+#include "platform/sim/SimSystemPower.h"
 #include "platform/sim/SimSystemStatistics.h"
+#include "platform/sim/SimTelephony.h"
+#include "platform/sim/SimTelephonyNotifications.h"
+#include "platform/sim/SimTelephonyServer.h"
+#include "platform/sim/SimThermal.h"
 #include "platform/support/IcuDateFormatting.h"
 
 namespace zorva {
@@ -81,6 +90,15 @@ class SimHandset {
   SimProcessTable& processes() { return processes_; }
   SimSystemStatistics& statistics() { return statistics_; }
   SimNetworkInterfaces& interfaces() { return interfaces_; }
+  SimSystemPower& systemPower() { return systemPower_; }
+  SimScheduledPowerEvents& scheduledEvents() { return scheduledEvents_; }
+  SimKernelValues& kernel() { return kernel_; }
+  SimProcessInformation& processInformation() { return processInformation_; }
+  SimThermal& thermal() { return thermal_; }
+  SimProfileSettings& profile() { return profile_; }
+  SimTelephonyServer& telephonyServer() { return telephonyServer_; }
+  SimTelephony& telephony() { return telephony_; }
+  SimTelephonyNotifications& telephonyNotifications() { return telephonyNotifications_; }
 
  protected:
   /// For a handset with further services.
@@ -109,6 +127,15 @@ class SimHandset {
   SimSystemStatistics statistics_{parts_.faults, clock_};
   SimProcessTable processes_{parts_, statistics_};
   SimNetworkInterfaces interfaces_{parts_};
+  SimSystemPower systemPower_;
+  SimScheduledPowerEvents scheduledEvents_;
+  SimKernelValues kernel_;
+  SimProcessInformation processInformation_;
+  SimThermal thermal_;
+  SimProfileSettings profile_;
+  SimTelephonyNotifications telephonyNotifications_;
+  SimTelephony telephony_;
+  SimTelephonyServer telephonyServer_;
   Platform platform_;
 };
 

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/ProfileSettings.h"
+
+namespace zorva {
+
+class LinuxProfileSettings : public ProfileSettings {
+ public:
+  Value effectiveValue(const std::string&) override { return {}; }
+};
+
+}  // namespace zorva

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/ScheduledPowerEvents.h"
+
+namespace zorva {
+
+class LinuxScheduledPowerEvents : public ScheduledPowerEvents {
+ public:
+  std::optional<std::vector<Dictionary>> copyScheduledPowerEvents() override {
+    return std::nullopt;
+  }
+};
+
+}  // namespace zorva

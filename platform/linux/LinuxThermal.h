@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/Thermal.h"
+
+namespace zorva {
+
+class LinuxThermal : public Thermal {
+ public:
+  std::int32_t level() override { return 0; }
+};
+
+}  // namespace zorva

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/TelephonyNotifications.h"
+
+namespace zorva {
+
+class SimTelephonyNotifications : public TelephonyNotifications {
+ public:
+  Registration observe(const std::string&, Callback) override { return {}; }
+};
+
+}  // namespace zorva
