@@ -5,8 +5,10 @@
 #include "loggers/ZVLocaleLogger.h"
 #include "loggers/ZVNetworkLogger.h"
 #include "power/ZVBatteryLogger.h"
+#include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
 #include "power/ZVPowerAssertionLogger.h"
+#include "power/ZVThermalLogger.h"
 #include "process/ZVProcessMonitor.h"
 #include "telephony/ZVTelephonyConnection.h"
 
@@ -25,7 +27,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVProcessMonitor", [](const LoggerParts& p) -> Made {
        return ZVProcessMonitor::logger(p.services, p.platform.statistics, p.platform.accounts); }},
     {"ZVAudioLogger", kAbsent},
-    {"ZVDisplayLogger", kAbsent},
+    {"ZVDisplayLogger", [](const LoggerParts& p) -> Made {
+       return ZVDisplayLogger::logger(p.services, p.platform.registry); }},
     {"ZVWiFiLogger", kAbsent},
     {"ZVPowerAssertionLogger", [](const LoggerParts& p) -> Made {
        return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
@@ -44,7 +47,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVSyncwardLogger", kAbsent},
     {"ZVGeodyneLogger", kAbsent},
     {"ZVSyslogLogger", kAbsent},
-    {"ZVThermalLogger", kAbsent},
+    {"ZVThermalLogger", [](const LoggerParts& p) -> Made {
+       return ZVThermalLogger::logger(p.services, p.platform.thermal); }},
     {"ZVSkyvaultLogger", kAbsent},
     {"ZVAccessoryLogger", kAbsent},
     {"ZVReachabilityLogger", kAbsent},
