@@ -2,11 +2,13 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <umockdev.h>
 #include <vector>
 
+#include "platform/Text.h"
 #include "platform/linux/Loop_test.h"
 
 namespace zorva {
@@ -38,6 +40,13 @@ class LinuxDeviceRegistryTest : public testing::Test {
                                        "scope", scope, "status", "Discharging", "charge_now",
                                        "1234000\n", "charge_full", "1400000\n", "voltage_now",
                                        "3921000\n", "current_now", "-250000\n", nullptr, nullptr));
+    return std::string("/sys/devices/") + name;
+  }
+  std::string addBacklight(const char* name, const char* type) {
+    g_free(umockdev_testbed_add_device(kernel_, "backlight", name, nullptr, "type", type,
+                                       "brightness", "100\n", "actual_brightness", "90\n",
+                                       "max_brightness", "200\n", "bl_power", "0\n", nullptr,
+                                       nullptr));
     return std::string("/sys/devices/") + name;
   }
   void set(const std::string& device, const char* attribute, const char* value) {
@@ -123,6 +132,88 @@ TEST_F(LinuxDeviceRegistryTest, ReportsTheBatterysOwnEventsWithFreshFigures) {
   send(battery, "change");
   EXPECT_EQ(nextSeen(), "end");
   EXPECT_EQ(seen, (std::vector<std::string>{"1200", "gone", "1234", "end"}));
+}
+
+// What each backlight publishes, by its attributes.
+TEST_F(LinuxDeviceRegistryTest, FindsTheBestBacklightAndHowBrightItShines) {
+  if (!kernel_) return;  // outside
+  EXPECT_EQ(registry_.firstServiceWith("backlight-control"), nullptr);
+  const char* const kinds[][2] = {
+      {"b_raw", "raw"}, {"a_raw", "raw\n"}, {"z_pf", "platform\n"}, {"zz_fw", "firmware\n"}};
+  int brightness = 0;
+  for (const auto& [name, type] : kinds) {
+    const std::string device = addBacklight(name, type);
+    set(device, "brightness", (std::to_string(++brightness) + "\n").c_str());
+    Dictionary properties;
+    const auto found = registry_.firstServiceWith("backlight-control");
+    ASSERT_EQ(found->readProperties(properties), kRegistrySuccess);
+    EXPECT_EQ(properties["backlight-control"], Value(true));
+    set(device, "actual_brightness", "nonsense\n");
+    EXPECT_EQ(found->readProperty("IODisplayParameters").description(),
+              formatText("{brightness = {min = 0; max = 200; value = %d;};}", brightness))
+        << name << " is better than all before";
+  }
+  EXPECT_EQ(registry_.firstServiceWith("IsCharging"), nullptr);
+
+  const std::string device = "/sys/devices/zz_fw";
+  const auto backlight = registry_.firstServiceWith("backlight-control");
+  const struct {
+    const char *attribute, *value, *parameters;
+  } cases[] = {{"actual_brightness", "6\n", "min = 0; max = 200; value = 6;"},
+               {"actual_brightness", "257\n", "min = 0; max = 200; value = 4;"},
+               {"bl_power", "4\n", "min = 0; max = 200; value = 0;"},
+               {"max_brightness", "-1\n", "min = 0; value = 0;"},
+               {"bl_power", "0\n", "min = 0; value = 257;"}};
+  for (const auto& [attribute, value, parameters] : cases) {
+    set(device, attribute, value);
+    EXPECT_EQ(backlight->readProperty("IODisplayParameters").description(),
+              "{brightness = {" + std::string(parameters) + "};}")
+        << attribute << " = " << value;
+  }
+  umockdev_testbed_remove_device(kernel_, device.c_str());
+  EXPECT_TRUE(backlight->readProperty("backlight-control").isNothing());
+}
+
+TEST_F(LinuxDeviceRegistryTest, ReportsEveryNewBrightnessAndNothingElse) {
+  if (!kernel_) return;  // outside
+  const std::string battery = addBattery("BAT0");
+  const std::string device = addBacklight("panel", "raw\n");
+  const auto backlight = registry_.firstServiceWith("backlight-control");
+  const auto port = registry_.makeNotificationPort();
+  ASSERT_TRUE(port->addToRunLoop());
+  std::vector<std::string> seen;
+  Registration interest, batteryInterest;
+  const auto look = [&](const auto& from, std::uint32_t type, const Value& argument) {
+    EXPECT_EQ(type, from == backlight ? kPropertyChanged : kBatteryStatusChanged);
+    seen.push_back(argument.description());
+  };
+  ASSERT_EQ(port->addInterest(backlight, look, interest), kRegistrySuccess);
+  ASSERT_EQ(port->addInterest(registry_.firstPowerSource(), look, batteryInterest),
+            kRegistrySuccess);
+  const auto expectNext = [&](std::vector<std::string> next) {
+    send(battery, "change");  // comes last
+    loop_.runUntil([&] { return !seen.empty() && seen.back() == "(null)"; });
+    next.push_back("(null)");
+    EXPECT_EQ(seen, next);
+    seen.clear();
+  };
+  send(device, "change");  // the same brightness, asked for once more
+  expectNext({});
+  set(device, "actual_brightness", "150\n");
+  send(device, "change");
+  send(device, "change");
+  expectNext({"150"});
+
+  // Power is switched without an event of the device manager.
+  std::ofstream("/sys/class/backlight/panel/bl_power") << "4\n" << std::flush;
+  loop_.runUntil([&] { return !seen.empty(); });
+  expectNext({"0"});
+  send(device, "remove");
+  umockdev_testbed_remove_device(kernel_, device.c_str());
+  expectNext({});
+  addBacklight("panel", "raw\n");
+  send(device, "add");
+  expectNext({"90"});
 }
 
 }  // namespace
