@@ -1,40 +1,19 @@
 #include "platform/linux/LinuxDeviceRegistry.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
-#include <umockdev.h>
 #include <vector>
 
 #include "platform/Text.h"
 #include "platform/linux/Loop_test.h"
+#include "platform/linux/MockKernel_test.h"
 
 namespace zorva {
 namespace {
 
-/// Runs each of its tests twice: outside it starts this program again with the mock kernel's
-/// library loaded in front of the C library, and inside that it runs the case.
-class LinuxDeviceRegistryTest : public testing::Test {
+class LinuxDeviceRegistryTest : public MockKernelTest {
  protected:
-  void SetUp() override {
-    if (std::getenv("ZORVA_TEST_IN_MOCK_KERNEL")) {
-      kernel_ = umockdev_testbed_new();
-      return;
-    }
-    // The preloaded library comes before the sanitizer's, which that would refuse.
-    const std::string again =
-        "ZORVA_TEST_IN_MOCK_KERNEL=1 LD_PRELOAD=libumockdev-preload.so.0"
-        " ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0 '" +
-        std::filesystem::read_symlink("/proc/self/exe").string() + "' --gtest_filter=*." +
-        testing::UnitTest::GetInstance()->current_test_info()->name();
-    ASSERT_EQ(std::system(again.c_str()), 0) << "in the mock kernel";
-  }
-  void TearDown() override {
-    if (kernel_) g_object_unref(kernel_);
-  }
-
   std::string addBattery(const char* name, const char* scope = "System") {
     g_free(umockdev_testbed_add_device(kernel_, "power_supply", name, nullptr, "type", "Battery",
                                        "scope", scope, "status", "Discharging", "charge_now",
@@ -49,14 +28,6 @@ class LinuxDeviceRegistryTest : public testing::Test {
                                        nullptr));
     return std::string("/sys/devices/") + name;
   }
-  void set(const std::string& device, const char* attribute, const char* value) {
-    umockdev_testbed_set_attribute(kernel_, device.c_str(), attribute, value);
-  }
-  void send(const std::string& device, const char* event) {
-    umockdev_testbed_uevent(kernel_, device.c_str(), event);
-  }
-
-  UMockdevTestbed* kernel_ = nullptr;
   LoopForTest loop_;
   LinuxDeviceRegistry registry_{loop_.event()};
 };

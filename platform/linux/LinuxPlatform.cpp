@@ -63,7 +63,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxScheduledPowerEvents scheduledEvents_;
   LinuxKernelValues kernel_;
   LinuxProcessInformation processInformation_;
-  LinuxThermal thermal_;
+  LinuxThermal thermal_{runLoop_.event(), systemNotifications_};
   LinuxProfileSettings profile_;
   LinuxTelephonyNotifications telephonyNotifications_;
   LinuxTelephony telephony_;
