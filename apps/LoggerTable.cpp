@@ -57,7 +57,10 @@ constexpr std::array<LoggerRow, 26> kRows{{
 }  // namespace
 
 LoggerTable loggerTable() {
-  return {kRows, [](const Platform&) { return std::make_shared<ZVTelephonyConnection>(); }};
+  return {kRows, [](const Platform& p) {
+            return std::make_shared<ZVTelephonyConnection>(ZVTelephonyConnection::Sources{
+                p.telephonyServer, p.telephony, p.telephonyNotifications, p.systemLog});
+          }};
 }
 
 }  // namespace zorva

@@ -84,4 +84,11 @@ std::string textOrNull(const std::optional<std::string>& text) {
   return text.value_or("(null)");
 }
 
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlank = " \t\n\v\f\r";
+  const auto first = text.find_first_not_of(kBlank);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
 }  // namespace zorva

@@ -24,6 +24,9 @@ std::string safeText(std::string_view bytes);
 /// A text for an object field: "(null)" when it is absent.
 std::string textOrNull(const std::optional<std::string>& text);
 
+/// Without the blanks, tabs and line ends around it.
+std::string_view trimmed(std::string_view text);
+
 /// "yes" or "no".
 inline const char* yesOrNo(bool value) {
   return value ? "yes" : "no";
