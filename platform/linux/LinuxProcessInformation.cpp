@@ -29,9 +29,8 @@ ProcAnswer failed(int error) {
   return {-1, error};
 }
 
-template <typename Number>
-std::optional<Number> numberOf(std::string_view text) {
-  Number number = 0;
+std::optional<std::int32_t> numberOf(std::string_view text) {
+  std::int32_t number = 0;
   const char* const end = text.data() + text.size();
   const auto [last, error] = std::from_chars(text.data(), end, number);
   if (last != end || error != std::errc() || number < 0) return std::nullopt;
@@ -50,6 +49,25 @@ std::optional<std::uint32_t> inodeOfLink(std::string_view link) {
   return inode;
 }
 
+// Calls back with the number and the name of every entry that is named by a number; answers an
+// error number, or 0. Each process costs one of these, so that two calls of forEachEntry's three
+// are saved: the directory was just opened, and procfs fills the buffer as long as an entry fits,
+// so that one with room left has the end.
+template <typename Visit>
+int forEachNumber(int directory, std::span<char> buffer, Visit visit) {
+  for (;;) {
+    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
+    if (length < 0) return errno;
+    for (ssize_t at = 0; at < length;) {
+      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+      const char* const name = entry->d_name;
+      if (const auto number = numberOf(name)) visit(*number, name);
+      at += entry->d_reclen;
+    }
+    if (static_cast<std::size_t>(length) + sizeof(dirent64) <= buffer.size()) return 0;
+  }
+}
+
 ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
   const std::size_t length = std::min(text.size(), buffer.size());
   if (length > 0) std::memcpy(buffer.data(), text.data(), length);
@@ -66,15 +84,14 @@ LinuxProcessInformation::LinuxProcessInformation(std::string procRoot)
 int LinuxProcessInformation::listProcesses() {
   processes_.clear();
   if (!proc_) return ENOENT;
-  const KernelResult result = forEachEntry(proc_.get(), entries_, [&](const char* name) {
-    if (const auto process = numberOf<std::int32_t>(name); process && *process > 0) {
-      processes_.push_back(*process);
-    }
+  if (::lseek(proc_.get(), 0, SEEK_SET) < 0) return errno;
+  const int error = forEachNumber(proc_.get(), entries_, [&](std::int32_t process, const char*) {
+    if (process > 0) processes_.push_back(process);
   });
   if (!std::is_sorted(processes_.begin(), processes_.end())) {
     std::sort(processes_.begin(), processes_.end());
   }
-  return result.code;
+  return error;
 }
 
 ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> processes) try {
@@ -101,18 +118,18 @@ int LinuxProcessInformation::readDescriptors(std::int32_t process) {
   if (process <= 0) return kNoSuchProcess;
   const Descriptor directory(openDirectory(proc_.get(), ProcPath(process, "fd").text()));
   if (!directory) return processError(errno);
-  const KernelResult result = forEachEntry(directory.get(), entries_, [&](const char* name) {
-    const auto number = numberOf<std::int32_t>(name);
-    if (!number) return;
+  const auto add = [&](std::int32_t number, const char* name) {
     // Longer than any link to a socket; what others name does not matter.
     char link[32];
     const ssize_t length = ::readlinkat(directory.get(), name, link, sizeof link);
     if (length < 0 && errno == ENOENT) return;  // closed since
     const auto inode = inodeOfLink({link, static_cast<std::size_t>(std::max(length, ssize_t{0}))});
     descriptors_.push_back(
-        {*number, inode ? kDescriptorIsSocket : kDescriptorIsOther, inode.value_or(0)});
-  });
-  if (!result.ok()) return processError(result.code);
+        {number, inode ? kDescriptorIsSocket : kDescriptorIsOther, inode.value_or(0)});
+  };
+  if (const int error = forEachNumber(directory.get(), entries_, add); error != 0) {
+    return processError(error);
+  }
   if (!std::is_sorted(descriptors_.begin(), descriptors_.end(),
                       [](const auto& a, const auto& b) { return a.number < b.number; })) {
     std::sort(descriptors_.begin(), descriptors_.end(),
