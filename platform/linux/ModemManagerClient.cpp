@@ -126,8 +126,8 @@ void ModemManagerClient::readListed() {
       const LinuxBus::Reply reply = bus_.call(
           mm::kService, path.c_str(), kProperties, "GetAll",
           [&](sd_bus_message* call) { return sd_bus_message_append(call, "s", interface); });
-      // One that has gone again is an error; a service that does not answer is not waited for
-      // again and again.
+      // One that has gone again is an error. So that a service that does not answer cannot hold up
+      // the loop, the rest is then left to the next update.
       ModemProperties& properties = objects_[path];
       if (reply.message) readProperties(reply.message.get(), interface, properties);
       answers = reply.outcome == LinuxBus::Outcome::Answered;
@@ -137,6 +137,7 @@ void ModemManagerClient::readListed() {
     read(modem, mm::kModem, "Bearers", mm::kBearer);
     read(modem, mm::kVoice, "Calls", mm::kCall);
   }
+  if (!answers) update_.request();
   std::erase_if(objects_, [&](const auto& object) {
     return object.second.count(mm::kModem) == 0 && listed.count(object.first) == 0;
   });
