@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "platform/Telephony.h"
 #include "platform/linux/ModemManagerClient.h"

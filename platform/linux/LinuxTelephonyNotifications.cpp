@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxTelephonyNotifications.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 namespace zorva {
 namespace {

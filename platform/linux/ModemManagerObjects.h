@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 #include <systemd/sd-bus.h>
+#include <vector>
 
 #include "platform/Value.h"
 

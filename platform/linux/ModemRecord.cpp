@@ -142,13 +142,11 @@ CallStatus callStatus(std::int32_t state) {
 }
 
 std::string registrationWord(std::uint32_t state) {
-  constexpr const char* kWords[] = {"NotRegistered",     "RegisteredHome",
-                                    "Searching",         "Denied",
-                                    "Unknown",           "RegisteredRoaming",
-                                    "RegisteredHome",    "RegisteredRoaming",  // for messages only
-                                    "EmergencyOnly",     "RegisteredHome",
-                                    "RegisteredRoaming",  // calls would rather not fall back
-                                    "RestrictedLocal"};
+  // Registered for messages only, or without fall-back for calls, is registered all the same.
+  constexpr const char* kWords[] = {"NotRegistered",  "RegisteredHome",    "Searching",
+                                    "Denied",         "Unknown",           "RegisteredRoaming",
+                                    "RegisteredHome", "RegisteredRoaming", "EmergencyOnly",
+                                    "RegisteredHome", "RegisteredRoaming", "RestrictedLocal"};
   return state < std::size(kWords) ? kWords[state] : "Unknown";
 }
 
