@@ -23,6 +23,7 @@
 #include "platform/linux/LinuxTelephonyNotifications.h"
 #include "platform/linux/LinuxTelephonyServer.h"
 #include "platform/linux/LinuxThermal.h"
+#include "platform/linux/ModemManagerClient.h"
 #include "platform/support/IcuDateFormatting.h"
 #include "platform/support/PosixFileSystem.h"
 #include "platform/support/PropertyListPreferences.h"
@@ -65,9 +66,10 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_;
   LinuxProfileSettings profile_;
-  LinuxTelephonyNotifications telephonyNotifications_;
-  LinuxTelephony telephony_;
-  LinuxTelephonyServer telephonyServer_;
+  ModemManagerClient modemManager_{runLoop_.event(), bus_};
+  LinuxTelephonyNotifications telephonyNotifications_{modemManager_};
+  LinuxTelephony telephony_{modemManager_};
+  LinuxTelephonyServer telephonyServer_{runLoop_.event(), modemManager_, telephonyNotifications_};
   Platform platform_{runLoop_,
                      clock_,
                      systemLog_,
