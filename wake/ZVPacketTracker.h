@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -123,7 +124,7 @@ class ZVPacketTracker {
   bool addProcess(std::int32_t process);
   bool addSocket(std::int32_t process, std::int32_t descriptor, const std::string& owner);
   std::optional<std::string> checkedPacket(std::string_view packet);
-  std::uint16_t decodeHeaders(const std::string& packet);
+  std::uint16_t decodeHeaders(std::string_view packet);
 
   SystemLog& systemLog_;
   ProcessInformation& processes_;
