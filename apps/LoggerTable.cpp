@@ -10,6 +10,7 @@
 #include "power/ZVScheduledWakeLogger.h"
 #include "process/ZVProcessMonitor.h"
 #include "telephony/ZVConfigLogger.h"
+#include "telephony/ZVSleepWakeLogger.h"
 #include "telephony/ZVTelephonyConnection.h"
 
 namespace zorva {
@@ -40,7 +41,11 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVBasebandStateDurationLogger", kAbsent},
     {"ZVPushNotificationLogger", kAbsent},
     {"ZVApplicationLogger", kAbsent},
-    {"ZVSleepWakeLogger", kAbsent},
+    // Before those that answer its notifications: the sockets are looked at before anything is logged.
+    {"ZVSleepWakeLogger", [](const LoggerParts& p) -> Made {
+       return ZVSleepWakeLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, p.telephonyConnection,
+                                                      {p.platform.systemPower, p.platform.kernel,
+                                                       p.platform.processInformation}); }},
     {"ZVScheduledWakeLogger", [](const LoggerParts& p) -> Made {
        return ZVScheduledWakeLogger::logger(p.services, p.platform.scheduledEvents); }},
     {"ZVBatteryLogger", [](const LoggerParts& p) -> Made {
