@@ -7,7 +7,10 @@
 #include "power/ZVBatteryLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
 #include "power/ZVPowerAssertionLogger.h"
+#include "power/ZVScheduledWakeLogger.h"
 #include "process/ZVProcessMonitor.h"
+#include "telephony/ZVConfigLogger.h"
+#include "telephony/ZVSleepWakeLogger.h"
 #include "telephony/ZVTelephonyConnection.h"
 
 namespace zorva {
@@ -18,7 +21,10 @@ constexpr auto kAbsent = nullptr;
 
 // clang-format off
 constexpr std::array<LoggerRow, 26> kRows{{
-    {"ZVConfigLogger", kAbsent},
+    {"ZVConfigLogger", [](const LoggerParts& p) -> Made {
+       return ZVConfigLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, p.telephonyConnection,
+                                                   {{p.platform.registry, p.platform.device, p.platform.systemLog},
+                                                    p.platform.kernel, p.platform.profile, p.platform.preferences}); }},
     {"ZVBluetoothLogger", kAbsent},
     {"ZVNetworkLogger", [](const LoggerParts& p) -> Made {
        return ZVNetworkLogger::logger(p.services, p.platform.interfaces); }},
@@ -35,8 +41,13 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVBasebandStateDurationLogger", kAbsent},
     {"ZVPushNotificationLogger", kAbsent},
     {"ZVApplicationLogger", kAbsent},
-    {"ZVSleepWakeLogger", kAbsent},
-    {"ZVScheduledWakeLogger", kAbsent},
+    // Before those that answer its notifications: the sockets are looked at before anything is logged.
+    {"ZVSleepWakeLogger", [](const LoggerParts& p) -> Made {
+       return ZVSleepWakeLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, p.telephonyConnection,
+                                                      {p.platform.systemPower, p.platform.kernel,
+                                                       p.platform.processInformation}); }},
+    {"ZVScheduledWakeLogger", [](const LoggerParts& p) -> Made {
+       return ZVScheduledWakeLogger::logger(p.services, p.platform.scheduledEvents); }},
     {"ZVBatteryLogger", [](const LoggerParts& p) -> Made {
        return ZVBatteryLogger::logger(p.services, {p.platform.registry, p.platform.device, p.platform.systemLog},
                                       p.platform.batteryUsage, p.platform.preferences); }},

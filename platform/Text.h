@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,10 @@ std::string formatText(const char* format, ...) __attribute__((format(printf, 1,
 /// The same for a function that takes a format itself.
 std::string formatArguments(const char* format, va_list arguments)
     __attribute__((format(printf, 1, 0)));
+
+/// Length of the well-formed UTF-8 sequence at the start of the bytes, of which there is at least
+/// one; 0 when there is none. Overlong forms, surrogates and code points above U+10FFFF are none.
+std::size_t sequenceLength(std::string_view bytes);
 
 /// Bytes from elsewhere, made fit for a line of text: control characters (newlines and marks that
 /// turn the reading direction among them)

@@ -57,6 +57,12 @@ void SimHandset::makeHealthy() {
   accounts_.setUser("mobile", {::geteuid(), ::getegid()});
   device_.setAnswer("UserAssignedDeviceName", "Sim Phone");
   device_.setAnswer("gas-gauge-battery", true);
+  device_.setAnswer("BuildVersion", "5C104");
+  device_.setAnswer("HWModelStr", "LB20");
+  device_.setAnswer("InverseDeviceID", "3d5f1b60c8e2497a");
+  kernel_.setText("kern.bootargs", "");
+  profile_.setEffectiveValue(kAutoLockTime, 60);
+  preferences_.setFactoryValue({"com.vennor.lumbrel", "mobile"}, "LBBacklightLevel2", 0.5);
   batteryUsage_.setTimes(BatteryUsage::Times{3725.0F, 86400.0F});
   interfaces_.setInterface({.name = "lo0", .loopback = true, .networkAddresses = 1});
   interfaces_.setInterface({.name = "en0", .counters = {123456, 7890}, .networkAddresses = 1});

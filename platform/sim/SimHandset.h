@@ -58,7 +58,8 @@ class SimRoot {
 
 /// A whole handset in virtual time, healthy at first: a battery at 80 % with a gas gauge, the name
 /// "Sim Phone", locale en_US, zone UTC, 2026-11-16 14:00:00, the user "mobile" with the ids of the
-/// user who runs this, the interfaces lo0, en0 and pdp_ip0, and a few processes.
+/// user who runs this, the interfaces lo0, en0 and pdp_ip0, a few processes, no boot arguments, a
+/// display at half its brightness, and a lock after a minute without use.
 class SimHandset {
  public:
   static constexpr Date kStart =
@@ -127,12 +128,12 @@ class SimHandset {
   SimSystemStatistics statistics_{parts_.faults, clock_};
   SimProcessTable processes_{parts_, statistics_};
   SimNetworkInterfaces interfaces_{parts_};
-  SimSystemPower systemPower_;
-  SimScheduledPowerEvents scheduledEvents_;
-  SimKernelValues kernel_;
+  SimKernelValues kernel_{parts_};
+  SimSystemPower systemPower_{parts_, runLoop_, systemLog_, kernel_};
+  SimScheduledPowerEvents scheduledEvents_{parts_};
   SimProcessInformation processInformation_;
   SimThermal thermal_;
-  SimProfileSettings profile_;
+  SimProfileSettings profile_{parts_};
   SimTelephonyNotifications telephonyNotifications_;
   SimTelephony telephony_;
   SimTelephonyServer telephonyServer_;
