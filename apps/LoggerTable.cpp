@@ -8,7 +8,10 @@
 #include "power/ZVPowerAssertionChangedLogger.h"
 #include "power/ZVPowerAssertionLogger.h"
 #include "process/ZVProcessMonitor.h"
+#include "telephony/ZVBasebandStateDurationLogger.h"
+#include "telephony/ZVRegistrationLogger.h"
 #include "telephony/ZVTelephonyConnection.h"
+#include "telephony/ZVTelephonyLogger.h"
 
 namespace zorva {
 namespace {
@@ -31,8 +34,12 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
     {"ZVPowerAssertionChangedLogger", [](const LoggerParts& p) -> Made {
        return ZVPowerAssertionChangedLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
-    {"ZVTelephonyLogger", kAbsent},
-    {"ZVBasebandStateDurationLogger", kAbsent},
+    {"ZVTelephonyLogger", [](const LoggerParts& p) -> Made {
+       return ZVTelephonyLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
+                                                      p.telephonyConnection, p.platform.telephony); }},
+    {"ZVBasebandStateDurationLogger", [](const LoggerParts& p) -> Made {
+       return ZVBasebandStateDurationLogger::loggerWithConnection(
+           p.services, p.platform.telephonyNotifications, p.telephonyConnection); }},
     {"ZVPushNotificationLogger", kAbsent},
     {"ZVApplicationLogger", kAbsent},
     {"ZVSleepWakeLogger", kAbsent},
@@ -48,7 +55,9 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVSkyvaultLogger", kAbsent},
     {"ZVAccessoryLogger", kAbsent},
     {"ZVReachabilityLogger", kAbsent},
-    {"ZVRegistrationLogger", kAbsent},
+    {"ZVRegistrationLogger", [](const LoggerParts& p) -> Made {
+       return ZVRegistrationLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
+                                                         p.telephonyConnection, p.platform.telephony); }},
     {"ZVLocaleLogger", [](const LoggerParts& p) -> Made {
        return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
 }};
