@@ -9,9 +9,12 @@
 #include "power/ZVPowerAssertionLogger.h"
 #include "power/ZVScheduledWakeLogger.h"
 #include "process/ZVProcessMonitor.h"
+#include "telephony/ZVBasebandStateDurationLogger.h"
 #include "telephony/ZVConfigLogger.h"
+#include "telephony/ZVRegistrationLogger.h"
 #include "telephony/ZVSleepWakeLogger.h"
 #include "telephony/ZVTelephonyConnection.h"
+#include "telephony/ZVTelephonyLogger.h"
 
 namespace zorva {
 namespace {
@@ -37,8 +40,12 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
     {"ZVPowerAssertionChangedLogger", [](const LoggerParts& p) -> Made {
        return ZVPowerAssertionChangedLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
-    {"ZVTelephonyLogger", kAbsent},
-    {"ZVBasebandStateDurationLogger", kAbsent},
+    {"ZVTelephonyLogger", [](const LoggerParts& p) -> Made {
+       return ZVTelephonyLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
+                                                      p.telephonyConnection, p.platform.telephony); }},
+    {"ZVBasebandStateDurationLogger", [](const LoggerParts& p) -> Made {
+       return ZVBasebandStateDurationLogger::loggerWithConnection(
+           p.services, p.platform.telephonyNotifications, p.telephonyConnection); }},
     {"ZVPushNotificationLogger", kAbsent},
     {"ZVApplicationLogger", kAbsent},
     // Before those that answer its notifications: the sockets are looked at before anything is logged.
@@ -59,7 +66,9 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVSkyvaultLogger", kAbsent},
     {"ZVAccessoryLogger", kAbsent},
     {"ZVReachabilityLogger", kAbsent},
-    {"ZVRegistrationLogger", kAbsent},
+    {"ZVRegistrationLogger", [](const LoggerParts& p) -> Made {
+       return ZVRegistrationLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
+                                                         p.telephonyConnection, p.platform.telephony); }},
     {"ZVLocaleLogger", [](const LoggerParts& p) -> Made {
        return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
 }};

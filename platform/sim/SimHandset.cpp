@@ -71,6 +71,20 @@ void SimHandset::makeHealthy() {
   processes_.setProcess(23, "configurator", 4.25);
   processes_.setProcess(45, "mediad", 95.5);
   processes_.setProcess(61, "Homescreen", 311.0);
+
+  const auto word = [](std::string_view prefix, const char* name) {
+    return std::string(prefix) + name;
+  };
+  telephony_.setSignal({-85, 60, 3});
+  telephony_.setSimStatus(word(telephony::kSimStatus, "Ready"));
+  telephony_.setNetwork({word(telephony::kRegistrationStatusPrefix, "RegisteredHome"), true});
+  telephony_.setData({true, false, word(telephony::kDataIndicatorPrefix, "3G")});
+  telephony_.setOperatorName("Sim Mobile");
+  telephonyServer_.setRatSelection(rat::kUTRAN);
+  telephonyServer_.setFirmwareVersion("1.0.0");
+  telephonyServer_.setStateDurations({{word(telephony::kBasebandStatePrefix, "Sleep"), 3540000},
+                                      {word(telephony::kBasebandStatePrefix, "Idle"), 45000},
+                                      {word(telephony::kBasebandStatePrefix, "Active"), 15000}});
 }
 
 }  // namespace zorva

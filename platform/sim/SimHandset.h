@@ -29,6 +29,7 @@
 #include "platform/sim/SimSystemStatistics.h"
 #include "platform/sim/SimTelephony.h"
 #include "platform/sim/SimTelephonyNotifications.h"
+#include "platform/sim/SimTelephonySection.h"
 #include "platform/sim/SimTelephonyServer.h"
 #include "platform/sim/SimThermal.h"
 #include "platform/support/IcuDateFormatting.h"
@@ -59,7 +60,8 @@ class SimRoot {
 /// A whole handset in virtual time, healthy at first: a battery at 80 % with a gas gauge, the name
 /// "Sim Phone", locale en_US, zone UTC, 2026-11-16 14:00:00, the user "mobile" with the ids of the
 /// user who runs this, the interfaces lo0, en0 and pdp_ip0, a few processes, no boot arguments, a
-/// display at half its brightness, and a lock after a minute without use.
+/// display at half its brightness, a lock after a minute without use, and a modem that is registered
+/// with the operator "Sim Mobile" at home.
 class SimHandset {
  public:
   static constexpr Date kStart =
@@ -135,8 +137,10 @@ class SimHandset {
   SimThermal thermal_;
   SimProfileSettings profile_{parts_};
   SimTelephonyNotifications telephonyNotifications_;
-  SimTelephony telephony_;
-  SimTelephonyServer telephonyServer_;
+  SimTelephony telephony_{parts_, telephonyNotifications_};
+  SimTelephonyServer telephonyServer_{parts_, runLoop_, telephonyNotifications_};
+  SimTelephonySection telephonySection_{parts_, telephony_, telephonyServer_,
+                                        telephonyNotifications_};
   Platform platform_;
 };
 
