@@ -130,7 +130,7 @@ class SimHandset {
   SimSystemPower systemPower_;
   SimScheduledPowerEvents scheduledEvents_;
   SimKernelValues kernel_;
-  SimProcessInformation processInformation_;
+  SimProcessInformation processInformation_{parts_.faults, processes_};
   SimThermal thermal_;
   SimProfileSettings profile_;
   SimTelephonyNotifications telephonyNotifications_;
