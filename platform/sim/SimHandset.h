@@ -133,7 +133,7 @@ class SimHandset {
   SimKernelValues kernel_{parts_};
   SimSystemPower systemPower_{parts_, runLoop_, systemLog_, kernel_};
   SimScheduledPowerEvents scheduledEvents_{parts_};
-  SimProcessInformation processInformation_;
+  SimProcessInformation processInformation_{parts_.faults, processes_};
   SimThermal thermal_;
   SimProfileSettings profile_{parts_};
   SimTelephonyNotifications telephonyNotifications_;
