@@ -59,7 +59,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxProcessTable processes_;
   LinuxNetworkInterfaces interfaces_;
   LinuxSystemStatistics statistics_;
-  LinuxSystemPower systemPower_;
+  LinuxSystemPower systemPower_{bus_};
   LinuxScheduledPowerEvents scheduledEvents_;
   LinuxKernelValues kernel_;
   LinuxProcessInformation processInformation_;
