@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
