@@ -59,12 +59,18 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxProcessTable processes_;
   LinuxNetworkInterfaces interfaces_;
   LinuxSystemStatistics statistics_;
-  LinuxSystemPower systemPower_{bus_};
-  LinuxScheduledPowerEvents scheduledEvents_;
   LinuxKernelValues kernel_;
+  LinuxSystemPower systemPower_{bus_,
+                                {[this] { kernel_.systemWillSleep(); },
+                                 [this](std::function<void()> proceed) {
+                                   kernel_.systemDidWake();
+                                   proceed();
+                                 },
+                                 {}}};
+  LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_;
-  LinuxProfileSettings profile_;
+  LinuxProfileSettings profile_{bus_};
   LinuxTelephonyNotifications telephonyNotifications_;
   LinuxTelephony telephony_;
   LinuxTelephonyServer telephonyServer_;
