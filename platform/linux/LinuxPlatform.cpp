@@ -24,6 +24,7 @@
 #include "platform/linux/LinuxTelephonyServer.h"
 #include "platform/linux/LinuxThermal.h"
 #include "platform/linux/ModemManagerClient.h"
+#include "platform/linux/WakeTexts.h"
 #include "platform/support/IcuDateFormatting.h"
 #include "platform/support/PosixFileSystem.h"
 #include "platform/support/PropertyListPreferences.h"
@@ -35,6 +36,9 @@ constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.as
 
 class WholeLinuxPlatform : public LinuxPlatform {
  public:
+  WholeLinuxPlatform() {
+    telephonyServer_.setWakeText([this] { return wakeTexts_.text(); });
+  }
   const Platform& platform() const override { return platform_; }
 
  private:
@@ -60,16 +64,30 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxProcessTable processes_;
   LinuxNetworkInterfaces interfaces_;
   LinuxSystemStatistics statistics_;
-  LinuxSystemPower systemPower_;
-  LinuxScheduledPowerEvents scheduledEvents_;
-  LinuxKernelValues kernel_;
+  ModemManagerClient modemManager_{runLoop_.event(), bus_};
+  LinuxKernelValues kernel_{[this] { return modemManager_.modemDevices(); }};
+  WakeTexts wakeTexts_{runLoop_};
+  LinuxSystemPower systemPower_{bus_,
+                                {[this] {
+                                   kernel_.systemWillSleep();
+                                   wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
+                                 },
+                                 [this](std::function<void()> proceed) {
+                                   wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
+                                 },
+                                 [this] { wakeTexts_.told(); }}};
+  LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_;
-  LinuxProfileSettings profile_;
-  ModemManagerClient modemManager_{runLoop_.event(), bus_};
+  LinuxProfileSettings profile_{bus_};
   LinuxTelephonyNotifications telephonyNotifications_{modemManager_};
   LinuxTelephony telephony_{modemManager_};
   LinuxTelephonyServer telephonyServer_{runLoop_.event(), modemManager_, telephonyNotifications_};
+  const Registration incoming_ =
+      modemManager_.observeIncoming([this](ModemManagerClient::Incoming incoming) {
+        if (incoming == ModemManagerClient::Incoming::Call) return wakeTexts_.callRings();
+        wakeTexts_.messageArrived();
+      });
   Platform platform_{runLoop_,
                      clock_,
                      systemLog_,

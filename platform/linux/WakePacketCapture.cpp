@@ -171,6 +171,11 @@ std::optional<WakePacketCapture::Packet> WakePacketCapture::end() {
   return first;
 }
 
+bool WakePacketCapture::caught() {
+  for (const auto& socket : sockets_) drain(*socket);
+  return (slept() > 0 ? woke_ : awake_).has_value();
+}
+
 // Since begin().
 std::int64_t WakePacketCapture::slept() const {
   const std::int64_t slept = sleepTime_() - sleptAtBegin_;

@@ -54,6 +54,9 @@ class WakePacketCapture {
   /// now on any interface.
   std::optional<Packet> end();
 
+  /// Whether end() would answer a packet now.
+  bool caught();
+
   /// Whether any interface is captured on.
   bool active() const { return !sockets_.empty(); }
 
