@@ -5,9 +5,11 @@
 #include "loggers/ZVLocaleLogger.h"
 #include "loggers/ZVNetworkLogger.h"
 #include "power/ZVBatteryLogger.h"
+#include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
 #include "power/ZVPowerAssertionLogger.h"
 #include "power/ZVScheduledWakeLogger.h"
+#include "power/ZVThermalLogger.h"
 #include "process/ZVProcessMonitor.h"
 #include "telephony/ZVBasebandStateDurationLogger.h"
 #include "telephony/ZVConfigLogger.h"
@@ -34,7 +36,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVProcessMonitor", [](const LoggerParts& p) -> Made {
        return ZVProcessMonitor::logger(p.services, p.platform.statistics, p.platform.accounts); }},
     {"ZVAudioLogger", kAbsent},
-    {"ZVDisplayLogger", kAbsent},
+    {"ZVDisplayLogger", [](const LoggerParts& p) -> Made {
+       return ZVDisplayLogger::logger(p.services, p.platform.registry); }},
     {"ZVWiFiLogger", kAbsent},
     {"ZVPowerAssertionLogger", [](const LoggerParts& p) -> Made {
        return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
@@ -62,7 +65,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVSyncwardLogger", kAbsent},
     {"ZVGeodyneLogger", kAbsent},
     {"ZVSyslogLogger", kAbsent},
-    {"ZVThermalLogger", kAbsent},
+    {"ZVThermalLogger", [](const LoggerParts& p) -> Made {
+       return ZVThermalLogger::logger(p.services, p.platform.thermal); }},
     {"ZVSkyvaultLogger", kAbsent},
     {"ZVAccessoryLogger", kAbsent},
     {"ZVReachabilityLogger", kAbsent},

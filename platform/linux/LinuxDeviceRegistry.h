@@ -8,18 +8,23 @@
 
 namespace zorva {
 
-/// The kernel's power_supply class. The power source is the first battery of the device itself: of
-/// type "Battery", not of a peripheral (scope "Device"), in its place rather than out of it, the
-/// lowest by name. Everything is read from the kernel at the moment of the call.
+/// The kernel's power_supply and backlight classes. Everything is read from the kernel at the
+/// moment of the call.
+///
+/// The power source is the first battery of the device itself: of type "Battery", not of a
+/// peripheral (scope "Device"), in its place rather than out of it, the lowest by name. The
+/// backlight is the one of the best type, then the lowest by name.
 class LinuxDeviceRegistry : public DeviceRegistry {
  public:
   static constexpr const char* kPowerSupplies = "/sys/class/power_supply";
+  static constexpr const char* kBacklights = "/sys/class/backlight";
 
   /// The event loop on which messages arrive must outlive the registry's ports.
-  explicit LinuxDeviceRegistry(sd_event* event, std::string powerSupplies = kPowerSupplies);
+  explicit LinuxDeviceRegistry(sd_event* event, std::string powerSupplies = kPowerSupplies,
+                               std::string backlights = kBacklights);
 
   std::shared_ptr<RegistryEntry> firstPowerSource() override;
-  std::shared_ptr<RegistryEntry> firstServiceWith(const std::string&) override { return nullptr; }
+  std::shared_ptr<RegistryEntry> firstServiceWith(const std::string& property) override;
   std::unique_ptr<RegistryNotificationPort> makeNotificationPort() override;
 
   /// The answer to the device-information key "gas-gauge-battery": the power source measures its
@@ -29,6 +34,7 @@ class LinuxDeviceRegistry : public DeviceRegistry {
  private:
   sd_event* event_;
   std::string powerSupplies_;
+  std::string backlights_;
 };
 
 }  // namespace zorva

@@ -1,38 +1,19 @@
 #include "platform/linux/LinuxDeviceRegistry.h"
 
-#include <cstdlib>
-#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
-#include <umockdev.h>
 #include <vector>
 
+#include "platform/Text.h"
 #include "platform/linux/Loop_test.h"
+#include "platform/linux/MockKernel_test.h"
 
 namespace zorva {
 namespace {
 
-/// Runs each of its tests twice: outside it starts this program again with the mock kernel's
-/// library loaded in front of the C library, and inside that it runs the case.
-class LinuxDeviceRegistryTest : public testing::Test {
+class LinuxDeviceRegistryTest : public MockKernelTest {
  protected:
-  void SetUp() override {
-    if (std::getenv("ZORVA_TEST_IN_MOCK_KERNEL")) {
-      kernel_ = umockdev_testbed_new();
-      return;
-    }
-    // The preloaded library comes before the sanitizer's, which that would refuse.
-    const std::string again =
-        "ZORVA_TEST_IN_MOCK_KERNEL=1 LD_PRELOAD=libumockdev-preload.so.0"
-        " ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0 '" +
-        std::filesystem::read_symlink("/proc/self/exe").string() + "' --gtest_filter=*." +
-        testing::UnitTest::GetInstance()->current_test_info()->name();
-    ASSERT_EQ(std::system(again.c_str()), 0) << "in the mock kernel";
-  }
-  void TearDown() override {
-    if (kernel_) g_object_unref(kernel_);
-  }
-
   std::string addBattery(const char* name, const char* scope = "System") {
     g_free(umockdev_testbed_add_device(kernel_, "power_supply", name, nullptr, "type", "Battery",
                                        "scope", scope, "status", "Discharging", "charge_now",
@@ -40,14 +21,13 @@ class LinuxDeviceRegistryTest : public testing::Test {
                                        "3921000\n", "current_now", "-250000\n", nullptr, nullptr));
     return std::string("/sys/devices/") + name;
   }
-  void set(const std::string& device, const char* attribute, const char* value) {
-    umockdev_testbed_set_attribute(kernel_, device.c_str(), attribute, value);
+  std::string addBacklight(const char* name, const char* type) {
+    g_free(umockdev_testbed_add_device(kernel_, "backlight", name, nullptr, "type", type,
+                                       "brightness", "100\n", "actual_brightness", "90\n",
+                                       "max_brightness", "200\n", "bl_power", "0\n", nullptr,
+                                       nullptr));
+    return std::string("/sys/devices/") + name;
   }
-  void send(const std::string& device, const char* event) {
-    umockdev_testbed_uevent(kernel_, device.c_str(), event);
-  }
-
-  UMockdevTestbed* kernel_ = nullptr;
   LoopForTest loop_;
   LinuxDeviceRegistry registry_{loop_.event()};
 };
@@ -123,6 +103,88 @@ TEST_F(LinuxDeviceRegistryTest, ReportsTheBatterysOwnEventsWithFreshFigures) {
   send(battery, "change");
   EXPECT_EQ(nextSeen(), "end");
   EXPECT_EQ(seen, (std::vector<std::string>{"1200", "gone", "1234", "end"}));
+}
+
+// What each backlight publishes, by its attributes.
+TEST_F(LinuxDeviceRegistryTest, FindsTheBestBacklightAndHowBrightItShines) {
+  if (!kernel_) return;  // outside
+  EXPECT_EQ(registry_.firstServiceWith("backlight-control"), nullptr);
+  const char* const kinds[][2] = {
+      {"b_raw", "raw"}, {"a_raw", "raw\n"}, {"z_pf", "platform\n"}, {"zz_fw", "firmware\n"}};
+  int brightness = 0;
+  for (const auto& [name, type] : kinds) {
+    const std::string device = addBacklight(name, type);
+    set(device, "brightness", (std::to_string(++brightness) + "\n").c_str());
+    Dictionary properties;
+    const auto found = registry_.firstServiceWith("backlight-control");
+    ASSERT_EQ(found->readProperties(properties), kRegistrySuccess);
+    EXPECT_EQ(properties["backlight-control"], Value(true));
+    set(device, "actual_brightness", "nonsense\n");
+    EXPECT_EQ(found->readProperty("IODisplayParameters").description(),
+              formatText("{brightness = {min = 0; max = 200; value = %d;};}", brightness))
+        << name << " is better than all before";
+  }
+  EXPECT_EQ(registry_.firstServiceWith("IsCharging"), nullptr);
+
+  const std::string device = "/sys/devices/zz_fw";
+  const auto backlight = registry_.firstServiceWith("backlight-control");
+  const struct {
+    const char *attribute, *value, *parameters;
+  } cases[] = {{"actual_brightness", "6\n", "min = 0; max = 200; value = 6;"},
+               {"actual_brightness", "257\n", "min = 0; max = 200; value = 4;"},
+               {"bl_power", "4\n", "min = 0; max = 200; value = 0;"},
+               {"max_brightness", "-1\n", "min = 0; value = 0;"},
+               {"bl_power", "0\n", "min = 0; value = 257;"}};
+  for (const auto& [attribute, value, parameters] : cases) {
+    set(device, attribute, value);
+    EXPECT_EQ(backlight->readProperty("IODisplayParameters").description(),
+              "{brightness = {" + std::string(parameters) + "};}")
+        << attribute << " = " << value;
+  }
+  umockdev_testbed_remove_device(kernel_, device.c_str());
+  EXPECT_TRUE(backlight->readProperty("backlight-control").isNothing());
+}
+
+TEST_F(LinuxDeviceRegistryTest, ReportsEveryNewBrightnessAndNothingElse) {
+  if (!kernel_) return;  // outside
+  const std::string battery = addBattery("BAT0");
+  const std::string device = addBacklight("panel", "raw\n");
+  const auto backlight = registry_.firstServiceWith("backlight-control");
+  const auto port = registry_.makeNotificationPort();
+  ASSERT_TRUE(port->addToRunLoop());
+  std::vector<std::string> seen;
+  Registration interest, batteryInterest;
+  const auto look = [&](const auto& from, std::uint32_t type, const Value& argument) {
+    EXPECT_EQ(type, from == backlight ? kPropertyChanged : kBatteryStatusChanged);
+    seen.push_back(argument.description());
+  };
+  ASSERT_EQ(port->addInterest(backlight, look, interest), kRegistrySuccess);
+  ASSERT_EQ(port->addInterest(registry_.firstPowerSource(), look, batteryInterest),
+            kRegistrySuccess);
+  const auto expectNext = [&](std::vector<std::string> next) {
+    send(battery, "change");  // comes last
+    loop_.runUntil([&] { return !seen.empty() && seen.back() == "(null)"; });
+    next.push_back("(null)");
+    EXPECT_EQ(seen, next);
+    seen.clear();
+  };
+  send(device, "change");  // the same brightness, asked for once more
+  expectNext({});
+  set(device, "actual_brightness", "150\n");
+  send(device, "change");
+  send(device, "change");
+  expectNext({"150"});
+
+  // Power is switched without an event of the device manager.
+  std::ofstream("/sys/class/backlight/panel/bl_power") << "4\n" << std::flush;
+  loop_.runUntil([&] { return !seen.empty(); });
+  expectNext({"0"});
+  send(device, "remove");
+  umockdev_testbed_remove_device(kernel_, device.c_str());
+  expectNext({});
+  addBacklight("panel", "raw\n");
+  send(device, "add");
+  expectNext({"90"});
 }
 
 }  // namespace

@@ -78,7 +78,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
                                  [this] { wakeTexts_.told(); }}};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
-  LinuxThermal thermal_;
+  LinuxThermal thermal_{runLoop_.event(), systemNotifications_};
   LinuxProfileSettings profile_{bus_};
   LinuxTelephonyNotifications telephonyNotifications_{modemManager_};
   LinuxTelephony telephony_{modemManager_};

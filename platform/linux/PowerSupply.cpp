@@ -1,6 +1,5 @@
 #include "platform/linux/PowerSupply.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -17,17 +16,14 @@ constexpr double kCriticalPercent = 2;
 // missing, so that a driver's nonsense never becomes a figure in the log.
 class Supply {
  public:
-  explicit Supply(const SupplyAttributes& attributes) : attributes_(attributes) {}
+  explicit Supply(const SysfsAttributes& attributes) : attributes_(attributes) {}
 
   std::string word(const std::string& name) const { return attributes_(name).value_or(""); }
 
   std::optional<double> number(const std::string& name) const {
-    const auto text = attributes_(name);
-    if (!text) return std::nullopt;
-    std::int64_t number = 0;
-    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
-    if (error != std::errc{} || end != text->data() + text->size()) return std::nullopt;
-    return static_cast<double>(number);
+    const auto number = wholeNumber(attributes_(name));
+    if (!number) return std::nullopt;
+    return static_cast<double>(*number);
   }
 
   // A number that can't be negative, scaled.
@@ -84,7 +80,7 @@ class Supply {
   }
 
  private:
-  const SupplyAttributes& attributes_;
+  const SysfsAttributes& attributes_;
 };
 
 // Nearest integer. Readers take 32 bits of it, so what does not fit is missing, not cut.
@@ -175,16 +171,16 @@ constexpr Property kProperties[] = {
 
 }  // namespace
 
-Value powerSourceProperty(const std::string& key, const SupplyAttributes& attributes) {
+Value powerSourceProperty(const std::string& key, const SysfsAttributes& attributes) {
   for (const Property& property : kProperties) {
     if (key == property.key) return property.read(Supply(attributes));
   }
   return {};
 }
 
-Dictionary powerSourceProperties(const SupplyAttributes& attributes) {
+Dictionary powerSourceProperties(const SysfsAttributes& attributes) {
   std::map<std::string, std::optional<std::string>> read;
-  const SupplyAttributes once = [&](const std::string& name) {
+  const SysfsAttributes once = [&](const std::string& name) {
     const auto known = read.find(name);
     return known != read.end() ? known->second : read[name] = attributes(name);
   };
@@ -197,7 +193,7 @@ Dictionary powerSourceProperties(const SupplyAttributes& attributes) {
   return properties;
 }
 
-bool supplyHasGasGauge(const SupplyAttributes& attributes) {
+bool supplyHasGasGauge(const SysfsAttributes& attributes) {
   const Supply supply(attributes);
   return supply.current("now") && supply.measuredFull();
 }

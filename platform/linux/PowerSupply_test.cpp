@@ -7,7 +7,7 @@ namespace zorva {
 namespace {
 
 // Attributes as a test writes them: "status=Not_charging temp=1", with _ for a blank.
-SupplyAttributes attributes(const std::string& text) {
+SysfsAttributes attributes(const std::string& text) {
   return [text = " " + text + " "](const std::string& name) -> std::optional<std::string> {
     const std::size_t found = text.find(" " + name + "=");
     if (found == text.npos) return std::nullopt;
@@ -76,7 +76,7 @@ TEST(PowerSupply, PublishesWhatTheKernelTells) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    const SupplyAttributes supply = attributes(c.attributes);
+    const SysfsAttributes supply = attributes(c.attributes);
     const Dictionary properties = powerSourceProperties(supply);
     EXPECT_EQ(Value(properties).description(), c.properties);
     EXPECT_EQ(supplyHasGasGauge(supply), c.gasGauge);

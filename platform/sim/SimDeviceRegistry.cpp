@@ -65,13 +65,23 @@ class SimRegistryNotificationPort : public RegistryNotificationPort {
 
 SimDeviceRegistry::SimDeviceRegistry(SimParts& parts)
     : firstPowerSourceFault_(parts.faults, "registry.firstPowerSource"),
+      firstServiceWithFault_(parts.faults, "registry.firstServiceWith"),
       addToRunLoopFault_(parts.faults, "registry.addToRunLoop"),
       addInterestFault_(parts.faults, "registry.addInterest", kRegistryNoDevice),
-      powerSource_(std::make_shared<SimRegistryEntry>(parts.faults, "battery")) {}
+      powerSource_(std::make_shared<SimRegistryEntry>(parts.faults, "battery")),
+      backlight_(std::make_shared<SimRegistryEntry>(parts.faults, "backlight")) {}
 
 std::shared_ptr<RegistryEntry> SimDeviceRegistry::firstPowerSource() {
   if (firstPowerSourceFault_.strikes() || !powerSource_->present()) return nullptr;
   return powerSource_;
+}
+
+std::shared_ptr<RegistryEntry> SimDeviceRegistry::firstServiceWith(const std::string& property) {
+  if (firstServiceWithFault_.strikes()) return nullptr;
+  for (const auto& service : {powerSource_, backlight_}) {
+    if (service->present() && service->properties()[property].boolean()) return service;
+  }
+  return nullptr;
 }
 
 std::unique_ptr<RegistryNotificationPort> SimDeviceRegistry::makeNotificationPort() {

@@ -48,17 +48,20 @@ class SimDeviceRegistry : public DeviceRegistry {
   explicit SimDeviceRegistry(SimParts& parts);
 
   std::shared_ptr<RegistryEntry> firstPowerSource() override;
-  std::shared_ptr<RegistryEntry> firstServiceWith(const std::string&) override { return nullptr; }
+  std::shared_ptr<RegistryEntry> firstServiceWith(const std::string& property) override;
   std::unique_ptr<RegistryNotificationPort> makeNotificationPort() override;
 
   SimRegistryEntry& powerSource() { return *powerSource_; }
+  SimRegistryEntry& backlight() { return *backlight_; }
 
  private:
   // The ports may outlive the registry, but never the handset with its faults.
   SimFaultPoint firstPowerSourceFault_;
+  SimFaultPoint firstServiceWithFault_;
   SimFaultPoint addToRunLoopFault_;
   SimFaultPoint addInterestFault_;
   std::shared_ptr<SimRegistryEntry> powerSource_;
+  std::shared_ptr<SimRegistryEntry> backlight_;
 };
 
 }  // namespace zorva

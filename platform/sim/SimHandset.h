@@ -6,6 +6,7 @@
 
 #include "platform/Platform.h"
 #include "platform/sim/SimAccountDatabase.h"
+#include "platform/sim/SimBacklight.h"
 #include "platform/sim/SimBattery.h"
 #include "platform/sim/SimBatteryUsage.h"
 #include "platform/sim/SimClock.h"
@@ -60,8 +61,8 @@ class SimRoot {
 /// A whole handset in virtual time, healthy at first: a battery at 80 % with a gas gauge, the name
 /// "Sim Phone", locale en_US, zone UTC, 2026-11-16 14:00:00, the user "mobile" with the ids of the
 /// user who runs this, the interfaces lo0, en0 and pdp_ip0, a few processes, no boot arguments, a
-/// display at half its brightness, a lock after a minute without use, and a modem that is registered
-/// with the operator "Sim Mobile" at home.
+/// display lit at half its brightness, a lock after a minute without use, three thermal sensors, and a
+/// modem that is registered with the operator "Sim Mobile" at home.
 class SimHandset {
  public:
   static constexpr Date kStart =
@@ -88,6 +89,7 @@ class SimHandset {
   SimLocaleInformation& locale() { return locale_; }
   SimDeviceRegistry& registry() { return registry_; }
   SimBattery& battery() { return battery_; }
+  SimBacklight& backlight() { return backlight_; }
   SimBatteryUsage& batteryUsage() { return batteryUsage_; }
   SimPowerManagement& powerManagement() { return powerManagement_; }
   SimProcessTable& processes() { return processes_; }
@@ -125,6 +127,7 @@ class SimHandset {
   IcuDateFormatting dates_{[this] { return locale_.settings(); }};
   SimDeviceRegistry registry_{parts_};
   SimBattery battery_{parts_, registry_.powerSource()};
+  SimBacklight backlight_{parts_, registry_.backlight()};
   SimBatteryUsage batteryUsage_{parts_};
   SimPowerManagement powerManagement_{parts_, clock_, notifications_};
   SimSystemStatistics statistics_{parts_.faults, clock_};
@@ -134,7 +137,7 @@ class SimHandset {
   SimSystemPower systemPower_{parts_, runLoop_, systemLog_, kernel_};
   SimScheduledPowerEvents scheduledEvents_{parts_};
   SimProcessInformation processInformation_{parts_.faults, processes_};
-  SimThermal thermal_;
+  SimThermal thermal_{parts_, notifications_};
   SimProfileSettings profile_{parts_};
   SimTelephonyNotifications telephonyNotifications_;
   SimTelephony telephony_{parts_, telephonyNotifications_};

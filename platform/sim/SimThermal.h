@@ -1,12 +1,35 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
+
 #include "platform/Thermal.h"
+#include "platform/sim/SimSystemNotifications.h"
 
 namespace zorva {
 
+/// The thermal facility and its sensors, whose readings are the states of the six notifications.
 class SimThermal : public Thermal {
  public:
-  std::int32_t level() override { return 0; }
+  /// A cool handset: level 0, and three sensors (s0.0, s0.1 and s1.0) between 27 and 31 degrees.
+  SimThermal(SimParts& parts, SimSystemNotifications& notifications);
+
+  std::int32_t level() override { return level_; }
+
+  /// Tells the change, when it is one.
+  void setLevel(std::int32_t level);
+
+  /// A sensor by its place: the index of its notification (0 to 5) and of its reading (0 to 3). In
+  /// degrees Celsius, 0 to 655.35; 0 is a sensor that is not there. Nobody is told.
+  void setTemperature(std::size_t index, std::size_t reading, double degrees);
+
+ private:
+  ScenarioAction read(const ScenarioNode& node);
+  ScenarioAction readSensor(const ScenarioNode& name, const ScenarioNode& degrees);
+
+  SimSystemNotifications& notifications_;
+  std::int32_t level_ = 0;
+  std::array<std::uint64_t, kThermalSensorValues.size()> states_{};
 };
 
 }  // namespace zorva

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "core/ZVLogger.h"
+#include "platform/DeviceRegistry.h"
+
+namespace zorva {
+
+/// Logs the display's backlight, at each snapshot and whenever it announces a new brightness:
+///
+///     11/16/26 14:07:16 [Display] brightness=120; min=0; max=255; active=yes;
+///
+/// The figures are in the backlight's own units.
+class ZVDisplayLogger : public ZVLogger {
+ public:
+  /// The logger, or nothing when the backlight's messages cannot be subscribed to.
+  static std::unique_ptr<ZVDisplayLogger> logger(const Services& services,
+                                                 DeviceRegistry& registry);
+
+  void log() override;
+
+  /// What the backlight tells of its brightness now ("min", "max", "value"), or nothing.
+  std::optional<Dictionary> brightnessParameters();
+
+  /// The brightness read at the start, or the last one that the backlight has announced.
+  long currentBrightness() const { return currentBrightness_; }
+  void setCurrentBrightness(long brightness) { currentBrightness_ = brightness; }
+
+ private:
+  ZVDisplayLogger(const Services& services, DeviceRegistry& registry);
+  bool subscribe();
+
+  DeviceRegistry& registry_;
+  std::unique_ptr<RegistryNotificationPort> ioNotifyPort_;
+  Registration notificationRef_;  // goes before its port
+  std::shared_ptr<RegistryEntry> backlightService_;
+  long currentBrightness_ = 0;
+};
+
+}  // namespace zorva
