@@ -5,9 +5,14 @@
 #include <string>
 
 #include "platform/Platform.h"
+#include "platform/sim/SimAccessoryManager.h"
 #include "platform/sim/SimAccountDatabase.h"
+#include "platform/sim/SimAccountSync.h"
+#include "platform/sim/SimApplicationStates.h"
+#include "platform/sim/SimAudioSystem.h"
 #include "platform/sim/SimBattery.h"
 #include "platform/sim/SimBatteryUsage.h"
+#include "platform/sim/SimBluetoothServer.h"
 #include "platform/sim/SimClock.h"
 #include "platform/sim/SimDeviceInformation.h"
 #include "platform/sim/SimDeviceRegistry.h"
@@ -15,15 +20,21 @@
 #include "platform/sim/SimFileSystem.h"
 #include "platform/sim/SimKernelValues.h"
 #include "platform/sim/SimLocaleInformation.h"
+#include "platform/sim/SimLocationService.h"
 #include "platform/sim/SimNetworkInterfaces.h"
+#include "platform/sim/SimPersistentConnections.h"
 #include "platform/sim/SimPowerManagement.h"
 #include "platform/sim/SimPreferences.h"
+#include "platform/sim/SimProcessIdentity.h"
 #include "platform/sim/SimProcessInformation.h"
 #include "platform/sim/SimProcessTable.h"
 #include "platform/sim/SimProfileSettings.h"
+#include "platform/sim/SimPushService.h"
+#include "platform/sim/SimReachability.h"
 #include "platform/sim/SimRunLoop.h"
 #include "platform/sim/SimScheduledPowerEvents.h"
 #include "platform/sim/SimSystemLog.h"
+#include "platform/sim/SimSystemLogQueries.h"
 #include "platform/sim/SimSystemNotifications.h"
 #include "platform/sim/SimSystemPower.h"
 #include "platform/sim/SimSystemStatistics.h"
@@ -31,6 +42,8 @@
 #include "platform/sim/SimTelephonyNotifications.h"
 #include "platform/sim/SimTelephonyServer.h"
 #include "platform/sim/SimThermal.h"
+#include "platform/sim/SimWiFiDriver.h"
+#include "platform/sim/SimWiFiManager.h"
 #include "platform/support/IcuDateFormatting.h"
 
 namespace zorva {
@@ -99,6 +112,19 @@ class SimHandset {
   SimTelephonyServer& telephonyServer() { return telephonyServer_; }
   SimTelephony& telephony() { return telephony_; }
   SimTelephonyNotifications& telephonyNotifications() { return telephonyNotifications_; }
+  SimWiFiManager& wifi() { return wifi_; }
+  SimWiFiDriver& wifiDriver() { return wifiDriver_; }
+  SimBluetoothServer& bluetooth() { return bluetooth_; }
+  SimReachability& reachability() { return reachability_; }
+  SimAudioSystem& audio() { return audio_; }
+  SimPushService& push() { return push_; }
+  SimApplicationStates& applications() { return applications_; }
+  SimPersistentConnections& persistentConnections() { return persistentConnections_; }
+  SimProcessIdentity& identity() { return identity_; }
+  SimAccountSync& accountSync() { return accountSync_; }
+  SimLocationService& location() { return location_; }
+  SimAccessoryManager& accessories() { return accessories_; }
+  SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
 
  protected:
   /// For a handset with further services.
@@ -136,6 +162,19 @@ class SimHandset {
   SimTelephonyNotifications telephonyNotifications_;
   SimTelephony telephony_;
   SimTelephonyServer telephonyServer_;
+  SimWiFiManager wifi_;
+  SimWiFiDriver wifiDriver_;
+  SimBluetoothServer bluetooth_;
+  SimReachability reachability_;
+  SimAudioSystem audio_;
+  SimPushService push_;
+  SimApplicationStates applications_;
+  SimPersistentConnections persistentConnections_;
+  SimProcessIdentity identity_;
+  SimAccountSync accountSync_;
+  SimLocationService location_;
+  SimAccessoryManager accessories_;
+  SimSystemLogQueries systemLogQueries_;
   Platform platform_;
 };
 

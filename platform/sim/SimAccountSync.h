@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/AccountSync.h"
+
+namespace zorva {
+
+class SimAccountSync : public AccountSync {
+ public:
+  std::vector<Dictionary> statusReports() override { return {}; }
+};
+
+}  // namespace zorva
