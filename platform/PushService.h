@@ -35,4 +35,13 @@ class PushService {
   virtual std::unique_ptr<PushConnection> createConnection(const std::string& environment) = 0;
 };
 
+/// The push service's system notifications: what happens on its stream.
+inline constexpr const char* kPushStreamOpened = "NMXDidOpenConnectionStream";
+inline constexpr const char* kPushStreamEnded = "NMXDidEncounterStreamEnd";
+inline constexpr const char* kPushStreamError = "NMXDidEncounterStreamError";
+inline constexpr const char* kPushSentFilter = "NMXDidSendFilterMessage";
+// Spelled as the service spells it.
+inline constexpr const char* kPushReceivedMessage = "NMXDidRecieveMessageMessage";
+inline constexpr const char* kPushSentKeepAlive = "NMXDidSendKeepAliveMessage";
+
 }  // namespace zorva

@@ -167,13 +167,14 @@ class SimHandset {
   SimBluetoothServer bluetooth_;
   SimReachability reachability_;
   SimAudioSystem audio_;
-  SimPushService push_;
-  SimApplicationStates applications_;
-  SimPersistentConnections persistentConnections_;
-  SimProcessIdentity identity_;
-  SimAccountSync accountSync_;
-  SimLocationService location_;
-  SimAccessoryManager accessories_;
+  SimPushService push_{parts_, notifications_};
+  SimApplicationStates applications_{parts_};
+  SimProcessIdentity identity_{parts_};
+  SimPersistentConnections persistentConnections_{parts_, clock_, accounts_, identity_,
+                                                  notifications_};
+  SimAccountSync accountSync_{parts_, notifications_};
+  SimLocationService location_{parts_, notifications_};
+  SimAccessoryManager accessories_{parts_};
   SimSystemLogQueries systemLogQueries_;
   Platform platform_;
 };
