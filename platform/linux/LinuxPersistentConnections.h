@@ -4,6 +4,8 @@
 
 namespace zorva {
 
+/// There is no such service on Linux, so nothing is pushed, nothing polls but who wants to, and no
+/// interval is known. What is posted in its name is heard all the same, as any system notification.
 class LinuxPersistentConnections : public PersistentConnections {
  public:
   bool pushEnabled(std::int32_t) override { return false; }
