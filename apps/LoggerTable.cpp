@@ -2,8 +2,15 @@
 
 #include <array>
 
+#include "loggers/ZVAccessoryLogger.h"
+#include "loggers/ZVApplicationLogger.h"
+#include "loggers/ZVGeodyneLogger.h"
+#include "loggers/ZVKeeplineLogger.h"
 #include "loggers/ZVLocaleLogger.h"
 #include "loggers/ZVNetworkLogger.h"
+#include "loggers/ZVPushNotificationLogger.h"
+#include "loggers/ZVSkyvaultLogger.h"
+#include "loggers/ZVSyncwardLogger.h"
 #include "power/ZVBatteryLogger.h"
 #include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
@@ -49,8 +56,10 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVBasebandStateDurationLogger", [](const LoggerParts& p) -> Made {
        return ZVBasebandStateDurationLogger::loggerWithConnection(
            p.services, p.platform.telephonyNotifications, p.telephonyConnection); }},
-    {"ZVPushNotificationLogger", kAbsent},
-    {"ZVApplicationLogger", kAbsent},
+    {"ZVPushNotificationLogger", [](const LoggerParts& p) -> Made {
+       return ZVPushNotificationLogger::logger(p.services, p.platform.push, p.platform.preferences); }},
+    {"ZVApplicationLogger", [](const LoggerParts& p) -> Made {
+       return ZVApplicationLogger::logger(p.services, p.platform.applications); }},
     // Before those that answer its notifications: the sockets are looked at before anything is logged.
     {"ZVSleepWakeLogger", [](const LoggerParts& p) -> Made {
        return ZVSleepWakeLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, p.telephonyConnection,
@@ -61,14 +70,20 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVBatteryLogger", [](const LoggerParts& p) -> Made {
        return ZVBatteryLogger::logger(p.services, {p.platform.registry, p.platform.device, p.platform.systemLog},
                                       p.platform.batteryUsage, p.platform.preferences); }},
-    {"ZVKeeplineLogger", kAbsent},
-    {"ZVSyncwardLogger", kAbsent},
-    {"ZVGeodyneLogger", kAbsent},
+    {"ZVKeeplineLogger", [](const LoggerParts& p) -> Made {
+       return ZVKeeplineLogger::logger(p.services, p.platform.persistentConnections,
+                                       p.platform.identity, p.platform.accounts); }},
+    {"ZVSyncwardLogger", [](const LoggerParts& p) -> Made {
+       return ZVSyncwardLogger::logger(p.services, p.platform.accountSync); }},
+    {"ZVGeodyneLogger", [](const LoggerParts& p) -> Made {
+       return ZVGeodyneLogger::logger(p.services, p.platform.location); }},
     {"ZVSyslogLogger", kAbsent},
     {"ZVThermalLogger", [](const LoggerParts& p) -> Made {
        return ZVThermalLogger::logger(p.services, p.platform.thermal); }},
-    {"ZVSkyvaultLogger", kAbsent},
-    {"ZVAccessoryLogger", kAbsent},
+    {"ZVSkyvaultLogger", [](const LoggerParts& p) -> Made {
+       return ZVSkyvaultLogger::logger(p.services); }},
+    {"ZVAccessoryLogger", [](const LoggerParts& p) -> Made {
+       return ZVAccessoryLogger::logger(p.services, p.platform.accessories); }},
     {"ZVReachabilityLogger", kAbsent},
     {"ZVRegistrationLogger", [](const LoggerParts& p) -> Made {
        return ZVRegistrationLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
