@@ -2,15 +2,28 @@
 
 #include <array>
 
+#include "loggers/ZVAccessoryLogger.h"
+#include "loggers/ZVApplicationLogger.h"
+#include "loggers/ZVGeodyneLogger.h"
+#include "loggers/ZVKeeplineLogger.h"
 #include "loggers/ZVLocaleLogger.h"
 #include "loggers/ZVNetworkLogger.h"
+#include "loggers/ZVPushNotificationLogger.h"
+#include "loggers/ZVSkyvaultLogger.h"
+#include "loggers/ZVSyncwardLogger.h"
 #include "power/ZVBatteryLogger.h"
 #include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
 #include "power/ZVPowerAssertionLogger.h"
+#include "power/ZVScheduledWakeLogger.h"
 #include "power/ZVThermalLogger.h"
 #include "process/ZVProcessMonitor.h"
+#include "telephony/ZVBasebandStateDurationLogger.h"
+#include "telephony/ZVConfigLogger.h"
+#include "telephony/ZVRegistrationLogger.h"
+#include "telephony/ZVSleepWakeLogger.h"
 #include "telephony/ZVTelephonyConnection.h"
+#include "telephony/ZVTelephonyLogger.h"
 
 namespace zorva {
 namespace {
@@ -20,7 +33,10 @@ constexpr auto kAbsent = nullptr;
 
 // clang-format off
 constexpr std::array<LoggerRow, 26> kRows{{
-    {"ZVConfigLogger", kAbsent},
+    {"ZVConfigLogger", [](const LoggerParts& p) -> Made {
+       return ZVConfigLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, p.telephonyConnection,
+                                                   {{p.platform.registry, p.platform.device, p.platform.systemLog},
+                                                    p.platform.kernel, p.platform.profile, p.platform.preferences}); }},
     {"ZVBluetoothLogger", kAbsent},
     {"ZVNetworkLogger", [](const LoggerParts& p) -> Made {
        return ZVNetworkLogger::logger(p.services, p.platform.interfaces); }},
@@ -34,25 +50,44 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
     {"ZVPowerAssertionChangedLogger", [](const LoggerParts& p) -> Made {
        return ZVPowerAssertionChangedLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
-    {"ZVTelephonyLogger", kAbsent},
-    {"ZVBasebandStateDurationLogger", kAbsent},
-    {"ZVPushNotificationLogger", kAbsent},
-    {"ZVApplicationLogger", kAbsent},
-    {"ZVSleepWakeLogger", kAbsent},
-    {"ZVScheduledWakeLogger", kAbsent},
+    {"ZVTelephonyLogger", [](const LoggerParts& p) -> Made {
+       return ZVTelephonyLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
+                                                      p.telephonyConnection, p.platform.telephony); }},
+    {"ZVBasebandStateDurationLogger", [](const LoggerParts& p) -> Made {
+       return ZVBasebandStateDurationLogger::loggerWithConnection(
+           p.services, p.platform.telephonyNotifications, p.telephonyConnection); }},
+    {"ZVPushNotificationLogger", [](const LoggerParts& p) -> Made {
+       return ZVPushNotificationLogger::logger(p.services, p.platform.push, p.platform.preferences); }},
+    {"ZVApplicationLogger", [](const LoggerParts& p) -> Made {
+       return ZVApplicationLogger::logger(p.services, p.platform.applications); }},
+    // Before those that answer its notifications: the sockets are looked at before anything is logged.
+    {"ZVSleepWakeLogger", [](const LoggerParts& p) -> Made {
+       return ZVSleepWakeLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, p.telephonyConnection,
+                                                      {p.platform.systemPower, p.platform.kernel,
+                                                       p.platform.processInformation}); }},
+    {"ZVScheduledWakeLogger", [](const LoggerParts& p) -> Made {
+       return ZVScheduledWakeLogger::logger(p.services, p.platform.scheduledEvents); }},
     {"ZVBatteryLogger", [](const LoggerParts& p) -> Made {
        return ZVBatteryLogger::logger(p.services, {p.platform.registry, p.platform.device, p.platform.systemLog},
                                       p.platform.batteryUsage, p.platform.preferences); }},
-    {"ZVKeeplineLogger", kAbsent},
-    {"ZVSyncwardLogger", kAbsent},
-    {"ZVGeodyneLogger", kAbsent},
+    {"ZVKeeplineLogger", [](const LoggerParts& p) -> Made {
+       return ZVKeeplineLogger::logger(p.services, p.platform.persistentConnections,
+                                       p.platform.identity, p.platform.accounts); }},
+    {"ZVSyncwardLogger", [](const LoggerParts& p) -> Made {
+       return ZVSyncwardLogger::logger(p.services, p.platform.accountSync); }},
+    {"ZVGeodyneLogger", [](const LoggerParts& p) -> Made {
+       return ZVGeodyneLogger::logger(p.services, p.platform.location); }},
     {"ZVSyslogLogger", kAbsent},
     {"ZVThermalLogger", [](const LoggerParts& p) -> Made {
        return ZVThermalLogger::logger(p.services, p.platform.thermal); }},
-    {"ZVSkyvaultLogger", kAbsent},
-    {"ZVAccessoryLogger", kAbsent},
+    {"ZVSkyvaultLogger", [](const LoggerParts& p) -> Made {
+       return ZVSkyvaultLogger::logger(p.services); }},
+    {"ZVAccessoryLogger", [](const LoggerParts& p) -> Made {
+       return ZVAccessoryLogger::logger(p.services, p.platform.accessories); }},
     {"ZVReachabilityLogger", kAbsent},
-    {"ZVRegistrationLogger", kAbsent},
+    {"ZVRegistrationLogger", [](const LoggerParts& p) -> Made {
+       return ZVRegistrationLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
+                                                         p.telephonyConnection, p.platform.telephony); }},
     {"ZVLocaleLogger", [](const LoggerParts& p) -> Made {
        return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
 }};
@@ -61,7 +96,10 @@ constexpr std::array<LoggerRow, 26> kRows{{
 }  // namespace
 
 LoggerTable loggerTable() {
-  return {kRows, [](const Platform&) { return std::make_shared<ZVTelephonyConnection>(); }};
+  return {kRows, [](const Platform& p) {
+            return std::make_shared<ZVTelephonyConnection>(ZVTelephonyConnection::Sources{
+                p.telephonyServer, p.telephony, p.telephonyNotifications, p.systemLog});
+          }};
 }
 
 }  // namespace zorva

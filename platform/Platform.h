@@ -2,8 +2,13 @@
 
 namespace zorva {
 
+class AccessoryManager;
 class AccountDatabase;
+class AccountSync;
+class ApplicationStates;
+class AudioSystem;
 class BatteryUsage;
+class BluetoothServer;
 class Clock;
 class DateFormatting;
 class DeviceInformation;
@@ -11,15 +16,21 @@ class DeviceRegistry;
 class FileSystem;
 class KernelValues;
 class LocaleInformation;
+class LocationService;
 class NetworkInterfaces;
+class PersistentConnections;
 class PowerManagement;
 class PreferencesStore;
+class ProcessIdentity;
 class ProcessInformation;
 class ProcessTable;
 class ProfileSettings;
+class PushService;
+class Reachability;
 class RunLoop;
 class ScheduledPowerEvents;
 class SystemLog;
+class SystemLogQueries;
 class SystemNotifications;
 class SystemPower;
 class SystemStatistics;
@@ -27,6 +38,8 @@ class Telephony;
 class TelephonyNotifications;
 class TelephonyServer;
 class Thermal;
+class WiFiDriver;
+class WiFiManager;
 
 /// Every service of the platform. Made whole by makeLinuxPlatform() or by SimHandset, which own
 /// what it refers to.
@@ -56,6 +69,19 @@ struct Platform {
   TelephonyServer& telephonyServer;
   Telephony& telephony;
   TelephonyNotifications& telephonyNotifications;
+  WiFiManager& wifi;
+  WiFiDriver& wifiDriver;
+  BluetoothServer& bluetooth;
+  Reachability& reachability;
+  AudioSystem& audio;
+  PushService& push;
+  ApplicationStates& applications;
+  PersistentConnections& persistentConnections;
+  ProcessIdentity& identity;
+  AccountSync& accountSync;
+  LocationService& location;
+  AccessoryManager& accessories;
+  SystemLogQueries& systemLogQueries;
 };
 
 }  // namespace zorva

@@ -59,10 +59,11 @@ struct ProcAnswer {
 };
 inline constexpr int kNoSuchProcess = 3;  ///< the process has gone
 
-/// The kernel's process-information operations. Listing all processes begins a new look: what the
-/// operations answer after it about sockets is as of then, so that one look costs the kernel one
-/// dump of its sockets. Processes of other users are seen as far as the privileges of the caller
-/// go.
+/// The kernel's process-information operations. Listing all processes, or asking for the byte count
+/// of the list, begins a new look: what the operations answer after it about sockets is as of the
+/// first socket that is asked about, so that one look costs the kernel exactly one dump of its
+/// sockets, however often the list is fetched. Processes of other users are seen as far as the
+/// privileges of the caller go.
 class ProcessInformation {
  public:
   virtual ~ProcessInformation() = default;

@@ -7,24 +7,6 @@
 namespace zorva {
 namespace {
 
-// Length of the well-formed UTF-8 sequence at the start of the bytes, 0 when there is none. Rejects
-// overlong forms, surrogates and code points above U+10FFFF.
-std::size_t sequenceLength(std::string_view bytes) {
-  const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(bytes[i]); };
-  const auto continues = [&](std::size_t i) { return i < bytes.size() && (at(i) & 0xC0) == 0x80; };
-  const std::uint8_t lead = at(0);
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4 || !continues(1)) return 0;
-  if (lead < 0xE0) return 2;
-  const std::uint8_t second = at(1);
-  if (lead < 0xF0) {
-    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F)) return 0;
-    return continues(2) ? 3 : 0;
-  }
-  if ((lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) return 0;
-  return continues(2) && continues(3) ? 4 : 0;
-}
-
 // C0 and C1 control characters, DEL, the line and paragraph separators that viewers break at
 // (U+2028, U+2029), and the marks that turn the direction of what follows, so that a line reads
 // other than it is (U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069).
@@ -62,6 +44,22 @@ std::string formatArguments(const char* format, va_list arguments) {
   return text;
 }
 
+std::size_t sequenceLength(std::string_view bytes) {
+  const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(bytes[i]); };
+  const auto continues = [&](std::size_t i) { return i < bytes.size() && (at(i) & 0xC0) == 0x80; };
+  const std::uint8_t lead = at(0);
+  if (lead < 0x80) return 1;
+  if (lead < 0xC2 || lead > 0xF4 || !continues(1)) return 0;
+  if (lead < 0xE0) return 2;
+  const std::uint8_t second = at(1);
+  if (lead < 0xF0) {
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F)) return 0;
+    return continues(2) ? 3 : 0;
+  }
+  if ((lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) return 0;
+  return continues(2) && continues(3) ? 4 : 0;
+}
+
 std::string safeText(std::string_view bytes) {
   std::string text;
   text.reserve(bytes.size());
@@ -82,6 +80,13 @@ std::string safeText(std::string_view bytes) {
 
 std::string textOrNull(const std::optional<std::string>& text) {
   return text.value_or("(null)");
+}
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlank = " \t\n\v\f\r";
+  const auto first = text.find_first_not_of(kBlank);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
 }
 
 }  // namespace zorva

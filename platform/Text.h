@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +16,10 @@ std::string formatText(const char* format, ...) __attribute__((format(printf, 1,
 std::string formatArguments(const char* format, va_list arguments)
     __attribute__((format(printf, 1, 0)));
 
+/// Length of the well-formed UTF-8 sequence at the start of the bytes, of which there is at least
+/// one; 0 when there is none. Overlong forms, surrogates and code points above U+10FFFF are none.
+std::size_t sequenceLength(std::string_view bytes);
+
 /// Bytes from elsewhere, made fit for a line of text: control characters (newlines and marks that
 /// turn the reading direction among them)
 /// become "\xNN" with two lower-case hexadecimal digits, and each byte that is no part of
@@ -23,6 +28,9 @@ std::string safeText(std::string_view bytes);
 
 /// A text for an object field: "(null)" when it is absent.
 std::string textOrNull(const std::optional<std::string>& text);
+
+/// Without the blanks, tabs and line ends around it.
+std::string_view trimmed(std::string_view text);
 
 /// "yes" or "no".
 inline const char* yesOrNo(bool value) {

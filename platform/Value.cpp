@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "platform/Text.h"
+
 namespace zorva {
 namespace {
 
@@ -110,6 +112,26 @@ std::string describe(const Dictionary& dictionary) {
   return text + "}";
 }
 
+std::string dumpAt(const Value& value, std::size_t level) {
+  const std::string margin(4 * level, ' ');
+  const std::string inner(4 * (level + 1), ' ');
+  if (const Dictionary* dictionary = value.dictionary()) {
+    std::string text = "{\n";
+    for (const auto& [key, item] : *dictionary) {
+      text += inner + safeText(key) + " = " + dumpAt(item, level + 1) + ";\n";
+    }
+    return text + margin + "}";
+  }
+  if (const Value::List* list = value.list()) {
+    std::string text = "(\n";
+    for (const Value& item : *list) {
+      text += inner + dumpAt(item, level + 1) + (&item != &list->back() ? ",\n" : "\n");
+    }
+    return text + margin + ")";
+  }
+  return safeText(value.description());
+}
+
 const Value kNothing;
 
 }  // namespace
@@ -166,6 +188,10 @@ std::string Value::description() const {
                  [](const std::shared_ptr<const Dictionary>& v) { return describe(*v); },
                  [](const auto& v) { return describe(v); }},
       content_);
+}
+
+std::string Value::dump() const {
+  return dumpAt(*this, 0);
 }
 
 bool Value::operator==(const Value& other) const {

@@ -64,6 +64,10 @@ class Value {
   /// form that reads back for reals, "2026-11-16 14:07:16 +0000" for dates, <0a1b> for data,
   /// "(a, b)" for lists, "{a = 1; b = 2;}" for dictionaries. Texts stand as they are.
   std::string description() const;
+  /// The same for reading at length: each entry of a dictionary and each item of a list on a line
+  /// of its own, indented by four blanks a level. Keys and texts are made safe, so that every
+  /// newline is one of the layout.
+  std::string dump() const;
 
   bool operator==(const Value& other) const;
 

@@ -1,9 +1,81 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/Registration.h"
+#include "platform/SystemLog.h"
+#include "platform/Telephony.h"
+#include "platform/TelephonyNotifications.h"
+#include "platform/TelephonyServer.h"
+
 namespace zorva {
 
 /// The one shared handle on the telephony server. It exists as long as the program runs, in every
-/// mode, and asks the server for nothing until a logger needs it.
-class ZVTelephonyConnection {};
+/// mode, and connects when a query first needs it. A restart of the server, or a request that it
+/// refuses, tears the connection down; the next query makes a new one.
+///
+/// Its failures are lines on the system log, never entries.
+class ZVTelephonyConnection {
+ public:
+  struct Sources {
+    TelephonyServer& server;
+    Telephony& telephony;
+    TelephonyNotifications& notifications;
+    SystemLog& systemLog;
+  };
+
+  explicit ZVTelephonyConnection(const Sources& sources);
+  ZVTelephonyConnection(const ZVTelephonyConnection&) = delete;
+  ZVTelephonyConnection& operator=(const ZVTelephonyConnection&) = delete;
+  ~ZVTelephonyConnection();
+
+  /// The connection, made now when there is none. Nothing when that fails; what was made up to
+  /// there stays, and counts as connected until the next tear-down.
+  TelephonyServer::Connection* connection();
+  void teardownConnection();
+  void daemonRestartNotification() { teardownConnection(); }
+
+  /// Always "<unknown>": the server does not tell.
+  std::string activeBand() const { return "<unknown>"; }
+  /// The selected radio access technology as people call it, or nothing.
+  std::optional<std::string> currentRAT();
+  static std::string humanReadableRATName(const std::optional<std::string>& value);
+
+  std::int32_t numberOfActiveCalls() { return sources_.telephony.currentCallCount(); }
+  bool callActive() { return numberOfActiveCalls() > 0; }
+  /// "Inactive", "Multiple", or the status of the only call.
+  std::string currentCallStatus();
+  static std::string humanReadableCallStatus(std::int32_t status);
+
+  /// In dBm, percent and bars; -1 for what is not known.
+  void getSignalStrengthAsPercentageWithBars(std::int32_t& raw, std::int32_t& percentage,
+                                             std::int32_t& bars);
+
+  std::optional<std::string> basebandFirmwareVersion();
+  /// The text that tells what the baseband woke the device for, without blanks and line ends
+  /// around it.
+  std::optional<std::string> wakeCommand();
+
+  /// The report comes later, as a telephony notification.
+  void requestBasebandStateDurationReport();
+  void requestBasebandStateDump(const Value& argument);
+
+  std::optional<std::string> getPropertyForTrace(const std::string& property,
+                                                 const std::string& trace);
+  bool probecraftEnabled() { return traceEnabled("Probecraft"); }
+  bool heliantLoggingEnabled() { return traceEnabled("Heliant"); }
+
+ private:
+  bool traceEnabled(const std::string& trace);
+
+  Sources sources_;
+  std::unique_ptr<TelephonyServer::Connection> connection_;
+  std::unique_ptr<TelephonyServer::Port> ctServerPort_;
+  std::unique_ptr<TelephonyServer::Source> ctServerSource_;
+  Registration daemonRestart_;
+};
 
 }  // namespace zorva

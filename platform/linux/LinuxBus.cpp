@@ -230,20 +230,36 @@ void LinuxBus::install(Match& match) {
   }
 }
 
+// Ready to be sent, or none.
+BusMessage LinuxBus::makeCall(const char* service, const char* path, const char* interface,
+                              const char* member, const Arguments& arguments) {
+  sd_bus_message* message = nullptr;
+  if (sd_bus_message_new_method_call(bus_.get(), &message, service, path, interface, member) < 0) {
+    return nullptr;
+  }
+  BusMessage call(message);
+  if (sd_bus_message_set_auto_start(message, 0) < 0 || (arguments && arguments(message) < 0)) {
+    return nullptr;
+  }
+  return call;
+}
+
+void LinuxBus::send(const char* service, const char* path, const char* interface,
+                    const char* member, const Arguments& arguments) {
+  if (!connected()) return;
+  const BusMessage call = makeCall(service, path, interface, member, arguments);
+  if (!call || sd_bus_message_set_expect_reply(call.get(), 0) < 0) return;
+  sd_bus_send(bus_.get(), call.get(), nullptr);
+}
+
 LinuxBus::Reply LinuxBus::call(const char* service, const char* path, const char* interface,
                                const char* member, const Arguments& arguments) {
   if (!connected()) return {Outcome::Absent, nullptr};
-  sd_bus_message* message = nullptr;
-  if (sd_bus_message_new_method_call(bus_.get(), &message, service, path, interface, member) < 0) {
-    return {Outcome::Failed, nullptr};
-  }
-  const BusMessage call(message);
-  if (sd_bus_message_set_auto_start(message, 0) < 0 || (arguments && arguments(message) < 0)) {
-    return {Outcome::Failed, nullptr};
-  }
+  const BusMessage call = makeCall(service, path, interface, member, arguments);
+  if (!call) return {Outcome::Failed, nullptr};
   sd_bus_error error = SD_BUS_ERROR_NULL;
   sd_bus_message* answer = nullptr;
-  const int called = sd_bus_call(bus_.get(), message, 0, &error, &answer);
+  const int called = sd_bus_call(bus_.get(), call.get(), 0, &error, &answer);
   const bool absent = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
                       sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) || !connected();
   sd_bus_error_free(&error);

@@ -59,6 +59,10 @@ class LinuxBus {
   /// Calls the method and waits for its answer. Never starts a service that does not run.
   Reply call(const char* service, const char* path, const char* interface, const char* member,
              const Arguments& arguments = {});
+  /// Calls the method and does not wait; whether it did anything is not told. Never starts a
+  /// service that does not run.
+  void send(const char* service, const char* path, const char* interface, const char* member,
+            const Arguments& arguments = {});
 
   /// Calls back from the event loop whenever the connection was made or lost, not for a connection
   /// that stands already. On a new one the matches are in force by then.
@@ -89,6 +93,8 @@ class LinuxBus {
   void socketChanged();
   void ended();
   void install(Match& match);
+  BusMessage makeCall(const char* service, const char* path, const char* interface,
+                      const char* member, const Arguments& arguments);
   static int onConnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onDisconnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onLater(sd_event_source*, std::uint64_t, void* self);

@@ -1,21 +1,32 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include "platform/linux/LinuxAccessoryManager.h"
 #include "platform/linux/LinuxAccountDatabase.h"
+#include "platform/linux/LinuxAccountSync.h"
+#include "platform/linux/LinuxApplicationStates.h"
+#include "platform/linux/LinuxAudioSystem.h"
 #include "platform/linux/LinuxBatteryUsage.h"
+#include "platform/linux/LinuxBluetoothServer.h"
 #include "platform/linux/LinuxBus.h"
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxDeviceInformation.h"
 #include "platform/linux/LinuxDeviceRegistry.h"
 #include "platform/linux/LinuxKernelValues.h"
 #include "platform/linux/LinuxLocaleInformation.h"
+#include "platform/linux/LinuxLocationService.h"
 #include "platform/linux/LinuxNetworkInterfaces.h"
+#include "platform/linux/LinuxPersistentConnections.h"
 #include "platform/linux/LinuxPowerManagement.h"
+#include "platform/linux/LinuxProcessIdentity.h"
 #include "platform/linux/LinuxProcessInformation.h"
 #include "platform/linux/LinuxProcessTable.h"
 #include "platform/linux/LinuxProfileSettings.h"
+#include "platform/linux/LinuxPushService.h"
+#include "platform/linux/LinuxReachability.h"
 #include "platform/linux/LinuxRunLoop.h"
 #include "platform/linux/LinuxScheduledPowerEvents.h"
 #include "platform/linux/LinuxSystemLog.h"
+#include "platform/linux/LinuxSystemLogQueries.h"
 #include "platform/linux/LinuxSystemNotifications.h"
 #include "platform/linux/LinuxSystemPower.h"
 #include "platform/linux/LinuxSystemStatistics.h"
@@ -23,6 +34,10 @@
 #include "platform/linux/LinuxTelephonyNotifications.h"
 #include "platform/linux/LinuxTelephonyServer.h"
 #include "platform/linux/LinuxThermal.h"
+#include "platform/linux/LinuxWiFiDriver.h"
+#include "platform/linux/LinuxWiFiManager.h"
+#include "platform/linux/ModemManagerClient.h"
+#include "platform/linux/WakeTexts.h"
 #include "platform/support/IcuDateFormatting.h"
 #include "platform/support/PosixFileSystem.h"
 #include "platform/support/PropertyListPreferences.h"
@@ -34,6 +49,9 @@ constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.as
 
 class WholeLinuxPlatform : public LinuxPlatform {
  public:
+  WholeLinuxPlatform() {
+    telephonyServer_.setWakeText([this] { return wakeTexts_.text(); });
+  }
   const Platform& platform() const override { return platform_; }
 
  private:
@@ -59,15 +77,43 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxProcessTable processes_;
   LinuxNetworkInterfaces interfaces_;
   LinuxSystemStatistics statistics_;
-  LinuxSystemPower systemPower_;
-  LinuxScheduledPowerEvents scheduledEvents_;
-  LinuxKernelValues kernel_;
+  ModemManagerClient modemManager_{runLoop_.event(), bus_};
+  LinuxKernelValues kernel_{[this] { return modemManager_.modemDevices(); }};
+  WakeTexts wakeTexts_{runLoop_};
+  LinuxSystemPower systemPower_{bus_,
+                                {[this] {
+                                   kernel_.systemWillSleep();
+                                   wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
+                                 },
+                                 [this](std::function<void()> proceed) {
+                                   wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
+                                 },
+                                 [this] { wakeTexts_.told(); }}};
+  LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_{runLoop_.event(), systemNotifications_};
-  LinuxProfileSettings profile_;
-  LinuxTelephonyNotifications telephonyNotifications_;
-  LinuxTelephony telephony_;
-  LinuxTelephonyServer telephonyServer_;
+  LinuxProfileSettings profile_{bus_};
+  LinuxTelephonyNotifications telephonyNotifications_{modemManager_};
+  LinuxTelephony telephony_{modemManager_};
+  LinuxTelephonyServer telephonyServer_{runLoop_.event(), modemManager_, telephonyNotifications_};
+  const Registration incoming_ =
+      modemManager_.observeIncoming([this](ModemManagerClient::Incoming incoming) {
+        if (incoming == ModemManagerClient::Incoming::Call) return wakeTexts_.callRings();
+        wakeTexts_.messageArrived();
+      });
+  LinuxWiFiManager wifi_;
+  LinuxWiFiDriver wifiDriver_;
+  LinuxBluetoothServer bluetooth_;
+  LinuxReachability reachability_;
+  LinuxAudioSystem audio_;
+  LinuxPushService push_;
+  LinuxApplicationStates applications_;
+  LinuxPersistentConnections persistentConnections_;
+  LinuxProcessIdentity identity_;
+  LinuxAccountSync accountSync_;
+  LinuxLocationService location_;
+  LinuxAccessoryManager accessories_;
+  LinuxSystemLogQueries systemLogQueries_;
   Platform platform_{runLoop_,
                      clock_,
                      systemLog_,
@@ -92,7 +138,20 @@ class WholeLinuxPlatform : public LinuxPlatform {
                      profile_,
                      telephonyServer_,
                      telephony_,
-                     telephonyNotifications_};
+                     telephonyNotifications_,
+                     wifi_,
+                     wifiDriver_,
+                     bluetooth_,
+                     reachability_,
+                     audio_,
+                     push_,
+                     applications_,
+                     persistentConnections_,
+                     identity_,
+                     accountSync_,
+                     location_,
+                     accessories_,
+                     systemLogQueries_};
 };
 
 }  // namespace

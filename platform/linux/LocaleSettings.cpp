@@ -44,12 +44,6 @@ std::string environment(const char* name) {
   return value ? value : "";
 }
 
-std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  if (first == text.npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
-}
-
 // The last assignment to the variable in a file of shell-like assignments.
 std::string assignedIn(const std::string& path, std::string_view variable) {
   std::ifstream file(path);

@@ -41,12 +41,44 @@ void SimRoot::makeDirectories() const {
 
 SimHandset::SimHandset(std::unique_ptr<SimRoot> root)
     : root_(std::move(root)),
-      platform_{
-          runLoop_,    clock_,        systemLog_,       notifications_, files_,
-          accounts_,   preferences_,  device_,          dates_,         locale_,
-          registry_,   batteryUsage_, powerManagement_, processes_,     interfaces_,
-          statistics_, systemPower_,  scheduledEvents_, kernel_,        processInformation_,
-          thermal_,    profile_,      telephonyServer_, telephony_,     telephonyNotifications_} {
+      platform_{runLoop_,
+                clock_,
+                systemLog_,
+                notifications_,
+                files_,
+                accounts_,
+                preferences_,
+                device_,
+                dates_,
+                locale_,
+                registry_,
+                batteryUsage_,
+                powerManagement_,
+                processes_,
+                interfaces_,
+                statistics_,
+                systemPower_,
+                scheduledEvents_,
+                kernel_,
+                processInformation_,
+                thermal_,
+                profile_,
+                telephonyServer_,
+                telephony_,
+                telephonyNotifications_,
+                wifi_,
+                wifiDriver_,
+                bluetooth_,
+                reachability_,
+                audio_,
+                push_,
+                applications_,
+                persistentConnections_,
+                identity_,
+                accountSync_,
+                location_,
+                accessories_,
+                systemLogQueries_} {
   makeHealthy();
   parts_.addFaultSections();
 }
@@ -57,6 +89,12 @@ void SimHandset::makeHealthy() {
   accounts_.setUser("mobile", {::geteuid(), ::getegid()});
   device_.setAnswer("UserAssignedDeviceName", "Sim Phone");
   device_.setAnswer("gas-gauge-battery", true);
+  device_.setAnswer("BuildVersion", "5C104");
+  device_.setAnswer("HWModelStr", "LB20");
+  device_.setAnswer("InverseDeviceID", "3d5f1b60c8e2497a");
+  kernel_.setText("kern.bootargs", "");
+  profile_.setEffectiveValue(kAutoLockTime, 60);
+  preferences_.setFactoryValue({"com.vennor.lumbrel", "mobile"}, "LBBacklightLevel2", 0.5);
   batteryUsage_.setTimes(BatteryUsage::Times{3725.0F, 86400.0F});
   interfaces_.setInterface({.name = "lo0", .loopback = true, .networkAddresses = 1});
   interfaces_.setInterface({.name = "en0", .counters = {123456, 7890}, .networkAddresses = 1});
@@ -65,6 +103,20 @@ void SimHandset::makeHealthy() {
   processes_.setProcess(23, "configurator", 4.25);
   processes_.setProcess(45, "mediad", 95.5);
   processes_.setProcess(61, "Homescreen", 311.0);
+
+  const auto word = [](std::string_view prefix, const char* name) {
+    return std::string(prefix) + name;
+  };
+  telephony_.setSignal({-85, 60, 3});
+  telephony_.setSimStatus(word(telephony::kSimStatus, "Ready"));
+  telephony_.setNetwork({word(telephony::kRegistrationStatusPrefix, "RegisteredHome"), true});
+  telephony_.setData({true, false, word(telephony::kDataIndicatorPrefix, "3G")});
+  telephony_.setOperatorName("Sim Mobile");
+  telephonyServer_.setRatSelection(rat::kUTRAN);
+  telephonyServer_.setFirmwareVersion("1.0.0");
+  telephonyServer_.setStateDurations({{word(telephony::kBasebandStatePrefix, "Sleep"), 3540000},
+                                      {word(telephony::kBasebandStatePrefix, "Idle"), 45000},
+                                      {word(telephony::kBasebandStatePrefix, "Active"), 15000}});
 }
 
 }  // namespace zorva

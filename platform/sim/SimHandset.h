@@ -5,10 +5,15 @@
 #include <string>
 
 #include "platform/Platform.h"
+#include "platform/sim/SimAccessoryManager.h"
 #include "platform/sim/SimAccountDatabase.h"
+#include "platform/sim/SimAccountSync.h"
+#include "platform/sim/SimApplicationStates.h"
+#include "platform/sim/SimAudioSystem.h"
 #include "platform/sim/SimBacklight.h"
 #include "platform/sim/SimBattery.h"
 #include "platform/sim/SimBatteryUsage.h"
+#include "platform/sim/SimBluetoothServer.h"
 #include "platform/sim/SimClock.h"
 #include "platform/sim/SimDeviceInformation.h"
 #include "platform/sim/SimDeviceRegistry.h"
@@ -16,22 +21,31 @@
 #include "platform/sim/SimFileSystem.h"
 #include "platform/sim/SimKernelValues.h"
 #include "platform/sim/SimLocaleInformation.h"
+#include "platform/sim/SimLocationService.h"
 #include "platform/sim/SimNetworkInterfaces.h"
+#include "platform/sim/SimPersistentConnections.h"
 #include "platform/sim/SimPowerManagement.h"
 #include "platform/sim/SimPreferences.h"
+#include "platform/sim/SimProcessIdentity.h"
 #include "platform/sim/SimProcessInformation.h"
 #include "platform/sim/SimProcessTable.h"
 #include "platform/sim/SimProfileSettings.h"
+#include "platform/sim/SimPushService.h"
+#include "platform/sim/SimReachability.h"
 #include "platform/sim/SimRunLoop.h"
 #include "platform/sim/SimScheduledPowerEvents.h"
 #include "platform/sim/SimSystemLog.h"
+#include "platform/sim/SimSystemLogQueries.h"
 #include "platform/sim/SimSystemNotifications.h"
 #include "platform/sim/SimSystemPower.h"
 #include "platform/sim/SimSystemStatistics.h"
 #include "platform/sim/SimTelephony.h"
 #include "platform/sim/SimTelephonyNotifications.h"
+#include "platform/sim/SimTelephonySection.h"
 #include "platform/sim/SimTelephonyServer.h"
 #include "platform/sim/SimThermal.h"
+#include "platform/sim/SimWiFiDriver.h"
+#include "platform/sim/SimWiFiManager.h"
 #include "platform/support/IcuDateFormatting.h"
 
 namespace zorva {
@@ -59,8 +73,9 @@ class SimRoot {
 
 /// A whole handset in virtual time, healthy at first: a battery at 80 % with a gas gauge, the name
 /// "Sim Phone", locale en_US, zone UTC, 2026-11-16 14:00:00, the user "mobile" with the ids of the
-/// user who runs this, the interfaces lo0, en0 and pdp_ip0, a few processes, a lit display and three
-/// thermal sensors.
+/// user who runs this, the interfaces lo0, en0 and pdp_ip0, a few processes, no boot arguments, a
+/// display lit at half its brightness, a lock after a minute without use, three thermal sensors,
+/// and a modem that is registered with the operator "Sim Mobile" at home.
 class SimHandset {
  public:
   static constexpr Date kStart =
@@ -102,6 +117,19 @@ class SimHandset {
   SimTelephonyServer& telephonyServer() { return telephonyServer_; }
   SimTelephony& telephony() { return telephony_; }
   SimTelephonyNotifications& telephonyNotifications() { return telephonyNotifications_; }
+  SimWiFiManager& wifi() { return wifi_; }
+  SimWiFiDriver& wifiDriver() { return wifiDriver_; }
+  SimBluetoothServer& bluetooth() { return bluetooth_; }
+  SimReachability& reachability() { return reachability_; }
+  SimAudioSystem& audio() { return audio_; }
+  SimPushService& push() { return push_; }
+  SimApplicationStates& applications() { return applications_; }
+  SimPersistentConnections& persistentConnections() { return persistentConnections_; }
+  SimProcessIdentity& identity() { return identity_; }
+  SimAccountSync& accountSync() { return accountSync_; }
+  SimLocationService& location() { return location_; }
+  SimAccessoryManager& accessories() { return accessories_; }
+  SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
 
  protected:
   /// For a handset with further services.
@@ -131,15 +159,31 @@ class SimHandset {
   SimSystemStatistics statistics_{parts_.faults, clock_};
   SimProcessTable processes_{parts_, statistics_};
   SimNetworkInterfaces interfaces_{parts_};
-  SimSystemPower systemPower_;
-  SimScheduledPowerEvents scheduledEvents_;
-  SimKernelValues kernel_;
-  SimProcessInformation processInformation_;
+  SimKernelValues kernel_{parts_};
+  SimSystemPower systemPower_{parts_, runLoop_, systemLog_, kernel_};
+  SimScheduledPowerEvents scheduledEvents_{parts_};
+  SimProcessInformation processInformation_{parts_.faults, processes_};
   SimThermal thermal_{parts_, notifications_};
-  SimProfileSettings profile_;
+  SimProfileSettings profile_{parts_};
   SimTelephonyNotifications telephonyNotifications_;
-  SimTelephony telephony_;
-  SimTelephonyServer telephonyServer_;
+  SimTelephony telephony_{parts_, telephonyNotifications_};
+  SimTelephonyServer telephonyServer_{parts_, runLoop_, telephonyNotifications_};
+  SimTelephonySection telephonySection_{parts_, telephony_, telephonyServer_,
+                                        telephonyNotifications_};
+  SimWiFiManager wifi_;
+  SimWiFiDriver wifiDriver_;
+  SimBluetoothServer bluetooth_;
+  SimReachability reachability_;
+  SimAudioSystem audio_;
+  SimPushService push_{parts_, notifications_};
+  SimApplicationStates applications_{parts_};
+  SimProcessIdentity identity_{parts_};
+  SimPersistentConnections persistentConnections_{parts_, clock_, accounts_, identity_,
+                                                  notifications_};
+  SimAccountSync accountSync_{parts_, notifications_};
+  SimLocationService location_{parts_, notifications_};
+  SimAccessoryManager accessories_{parts_};
+  SimSystemLogQueries systemLogQueries_;
   Platform platform_;
 };
 

@@ -57,6 +57,37 @@ TEST(SimFileSystem, TheCurrentLogIsTheOneThatTheScenarioHasNotWritten) {
   EXPECT_EQ(handset.systemLog().takeLines().size(), 1U) << "there is no log any more";
 }
 
+TEST(SimSystemPower, ASleepThatIsHeldUpIsToldAndOthersAreNot) {
+  SimHandset handset;
+  SimSystemPower& power = handset.systemPower();
+  std::vector<std::intptr_t> arguments;
+  SystemPower::Registered registered = power.registerForSystemPower(
+      [&](std::uint32_t, std::intptr_t argument) { arguments.push_back(argument); });
+  power.sleep();
+  EXPECT_TRUE(arguments.empty()) << "its source is not on the run loop";
+  const Registration source = registered.port->addSourceToRunLoop();
+  const auto linesAfter = [&](double seconds) {
+    handset.runLoop().advance(seconds);
+    return handset.systemLog().takeLines();
+  };
+  power.sleep();
+  power.allowPowerChange(registered.connection, arguments.at(1));
+  power.allowPowerChange(registered.connection + 1, arguments.at(0));
+  EXPECT_TRUE(linesAfter(29).empty());
+  EXPECT_EQ(linesAfter(3600),
+            (std::vector<std::string>{"power: the sleep was not allowed within 30 seconds"}));
+  power.sleep();
+  for (std::intptr_t argument : arguments) {
+    power.allowPowerChange(registered.connection, argument);
+  }
+  power.wake("rtc");
+  EXPECT_EQ(arguments.size(), 5U);
+  power.deregisterForSystemPower(registered.notifier);
+  power.sleep();
+  EXPECT_EQ(arguments.size(), 5U);
+  EXPECT_TRUE(linesAfter(3600).empty());
+}
+
 TEST(SimRoot, ATemporaryOneIsRemoved) {
   fs::path root;
   {

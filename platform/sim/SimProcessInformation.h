@@ -1,17 +1,38 @@
 #pragma once
 
 #include "platform/ProcessInformation.h"
+#include "platform/sim/SimFaults.h"
+#include "platform/sim/SimProcessTable.h"
 
 namespace zorva {
 
+/// Tells of the processes of the table as they are when it is asked. Nothing happens on the handset
+/// in the course of a look at them.
 class SimProcessInformation : public ProcessInformation {
  public:
-  ProcAnswer proc_listpids(std::span<std::int32_t>) override { return {}; }
-  ProcAnswer proc_pidinfo(std::int32_t, proc_taskallinfo&) override { return {}; }
-  ProcAnswer proc_pidinfo(std::int32_t, std::span<proc_fdinfo>) override { return {}; }
-  ProcAnswer proc_pidfdinfo(std::int32_t, std::int32_t, socket_fdinfo&) override { return {}; }
-  ProcAnswer proc_name(std::int32_t, std::span<char>) override { return {}; }
-  ProcAnswer proc_pidpath(std::int32_t, std::span<char>) override { return {}; }
+  SimProcessInformation(SimFaults& faults, const SimProcessTable& table);
+
+  ProcAnswer proc_listpids(std::span<std::int32_t> processes) override;
+  ProcAnswer proc_pidinfo(std::int32_t process, proc_taskallinfo& information) override;
+  ProcAnswer proc_pidinfo(std::int32_t process, std::span<proc_fdinfo> descriptors) override;
+  ProcAnswer proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
+                            socket_fdinfo& socket) override;
+  ProcAnswer proc_name(std::int32_t process, std::span<char> name) override;
+  ProcAnswer proc_pidpath(std::int32_t process, std::span<char> path) override;
+
+ private:
+  const SimProcessTable& table_;
+  // Those that end in Fault answer an error number, those that end in Instead that figure.
+  SimFaultPoint countProcessesFault_;
+  SimFaultPoint listProcessesFault_;
+  SimFaultPoint taskInformationFault_;
+  SimFaultPoint taskBytesInstead_;
+  SimFaultPoint openFilesInstead_;
+  SimFaultPoint descriptorsFault_;
+  SimFaultPoint socketFault_;
+  SimFaultPoint socketBytesInstead_;
+  SimFaultPoint nameFault_;
+  SimFaultPoint pathFault_;
 };
 
 }  // namespace zorva

@@ -1,12 +1,29 @@
 #pragma once
 
+#include <string>
+#include <utility>
+
 #include "platform/ProfileSettings.h"
+#include "platform/sim/SimParts.h"
 
 namespace zorva {
 
 class SimProfileSettings : public ProfileSettings {
  public:
-  Value effectiveValue(const std::string&) override { return {}; }
+  explicit SimProfileSettings(SimParts& parts);
+
+  Value effectiveValue(const std::string& setting) override {
+    return effectiveValueFault_.strikes() ? Value() : values_[setting];
+  }
+
+  /// Nothing takes the value away.
+  void setEffectiveValue(const std::string& setting, Value value) {
+    values_.set(setting, std::move(value));
+  }
+
+ private:
+  SimFaultPoint effectiveValueFault_;
+  Dictionary values_;
 };
 
 }  // namespace zorva

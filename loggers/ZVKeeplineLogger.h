@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "core/ZVLogger.h"
+#include "platform/AccountDatabase.h"
+#include "platform/PersistentConnections.h"
+#include "platform/ProcessIdentity.h"
+
+namespace zorva {
+
+/// Logs the settings of the persistent-connection service and the keep-alive intervals that it has
+/// learned, at each snapshot and whenever the service announces a change of either:
+///
+///     11/16/26 14:07:16 [Keepline] push=enabled; polling_interval=<manual>;
+///     11/16/26 14:07:16 [KL Client] id=mail; interval=1680; cache_age=01:02:05;
+///
+/// The settings belong to the user "mobile", so the process acts in that user's name while they are
+/// read, and for nothing else.
+class ZVKeeplineLogger : public ZVLogger {
+ public:
+  static std::unique_ptr<ZVKeeplineLogger> logger(const Services& services,
+                                                  PersistentConnections& connections,
+                                                  ProcessIdentity& identity,
+                                                  AccountDatabase& accounts);
+
+  void log() override;
+
+  // Read from the service at every call.
+  bool pushEnabled() const;
+  std::int32_t pollingInterval() const;
+
+  // Without effect, and without a call, where "mobile" is who the process is anyway.
+  void switchProcessToMobileUser();
+  void switchProcessToOriginalUser();
+
+ private:
+  ZVKeeplineLogger(const Services& services, PersistentConnections& connections,
+                   ProcessIdentity& identity, AccountDatabase& accounts);
+
+  PersistentConnections& connections_;
+  ProcessIdentity& identity_;
+  std::uint32_t mobileUserID_;
+  std::uint32_t originalUserID_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,74 @@
+#include "loggers/ZVPushNotificationLogger.h"
+
+#include "core/Preferences.h"
+#include "tests/support/LoggerTest.h"
+
+namespace zorva {
+namespace {
+
+class ZVPushNotificationLoggerTest : public LoggerTest {
+ protected:
+  std::unique_ptr<ZVPushNotificationLogger> make() {
+    auto logger =
+        ZVPushNotificationLogger::logger(services(), push, handset.platform().preferences);
+    attach(*logger);
+    return logger;
+  }
+  SimPushService& push = handset.push();
+};
+
+TEST_F(ZVPushNotificationLoggerTest, ShowsContentsOnlyWhereThatIsWanted) {
+  const auto logger = make();
+  logger->log();
+  push.sendMessage("news\n", {{"nmx", Dictionary{{"alert", "Hi"}}}});
+  EXPECT_EQ(log.takeEntries(),
+            (Lines{"[NMX Event] type=received_message_message;", "[NMXN] topic=news\\x0a;"}));
+
+  SetPreferenceValue(handset.platform().preferences, kShowNMXContents, true);
+  push.sendMessage("news", {{"nmx", Dictionary{{"alert", "Hi\n50% %n"}, {"badge", 3}}}});
+  push.sendMessage("odd", {{"nmx", "no dictionary"}});
+  push.sendMessage("news", {{"to", Dictionary{{"text\n", "a\nb"}, {"n", 1}}}, {"nmx", {}}});
+  EXPECT_EQ(log.takeLines(),
+            (Lines{"11/16/26 14:00:00 [NMX Event] type=received_message_message;",
+                   "11/16/26 14:00:00 [NMXN] topic=news; alert=Hi\\x0a50% %n; badge=3; "
+                   "sound=(null);",
+                   "11/16/26 14:00:00 [NMX Event] type=received_message_message;",
+                   "11/16/26 14:00:00 [NMXN] topic=odd; alert=(null); badge=(null); sound=(null);",
+                   "11/16/26 14:00:00 [NMX Event] type=received_message_message;",
+                   "11/16/26 14:00:00 [Zorva]{", "    to = {", "        text\\x0a = a\\x0ab;",
+                   "        n = 1;", "    };", "    nmx = (null);", "}",
+                   "11/16/26 14:00:00 [NMXN] topic=news; contents=<unformatted>;"}));
+}
+
+TEST_F(ZVPushNotificationLoggerTest, HearsTheStreamEvenWithoutAConnection) {
+  handset.faults().fail("push.createConnection");
+  auto logger = make();
+  push.setConnected(false);
+  push.sendMessage("late", {});
+  push.setConnected(true);
+  push.failStream();
+  for (const char* name :
+       {"NMXDidOpenConnectionStream", "NMXDidEncounterStreamEnd", "NMXDidEncounterStreamError",
+        "NMXDidSendFilterMessage", "NMXDidRecieveMessageMessage", "NMXDidSendKeepAliveMessage"}) {
+    handset.notifications().post(name);
+  }
+  const Lines six{"[NMX Event] type=opened_stream;",
+                  "[NMX Event] type=stream_ended;",
+                  "[NMX Event] type=stream_error;",
+                  "[NMX Event] type=sent_filter_message;",
+                  "[NMX Event] type=received_message_message;",
+                  "[NMX Event] type=sent_keep_alive_message;"};
+  Lines expected{six[1], six[0], six[4], six[2]};
+  expected.insert(expected.end(), six.begin(), six.end());
+  EXPECT_EQ(log.takeEntries(), expected);
+
+  logger = make();
+  push.sendPublicToken({1, 2, 3});
+  EXPECT_EQ(log.takeEntries(), Lines{"[NMX Event] type=token_received;"});
+  logger.reset();
+  push.sendPublicToken({1, 2, 3});
+  handset.notifications().post(kPushStreamEnded);
+}
+
+}  // namespace
+}  // namespace zorva

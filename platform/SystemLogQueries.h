@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace zorva {
+
+/// A message of the system log, by its keys: "SLQMessageID" (decimal), "Time", "Sender", "PID" and
+/// "Message". Any bytes.
+class SystemLogMessage {
+ public:
+  virtual ~SystemLogMessage() = default;
+  virtual std::optional<std::string> field(const std::string& key) const = 0;
+};
+
+/// Messages that match, the oldest first.
+class SystemLogResponse {
+ public:
+  virtual ~SystemLogResponse() = default;
+  /// The next message, good until the next call; nothing at the end.
+  virtual const SystemLogMessage* next() = 0;
+};
+
+/// A query, which at first matches every message.
+class SystemLogQuery {
+ public:
+  virtual ~SystemLogQuery() = default;
+
+  static constexpr std::uint32_t kNumeric = 0x80;
+  static constexpr std::uint32_t kGreater = 0x02;
+  /// Adds a condition. Answers 0 or the facility's error code.
+  virtual int set(const std::string& key, const std::string& value, std::uint32_t operation) = 0;
+};
+
+/// The system log facility's queries.
+class SystemLogQueries {
+ public:
+  virtual ~SystemLogQueries() = default;
+
+  virtual std::unique_ptr<SystemLogQuery> createQuery() = 0;
+  /// Nothing when the facility cannot be searched.
+  virtual std::unique_ptr<SystemLogResponse> search(const SystemLogQuery& query) = 0;
+  /// Seconds since 1970-01-01 UTC of a message's "Time"; 0 for a text that is none.
+  virtual std::int64_t parseTime(const std::string& text) = 0;
+};
+
+}  // namespace zorva

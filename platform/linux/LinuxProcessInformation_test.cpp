@@ -1,0 +1,302 @@
+#include "platform/linux/LinuxProcessInformation.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <linux/inet_diag.h>
+#include <linux/netlink.h>
+#include <linux/sock_diag.h>
+#include <map>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include "platform/Text.h"
+#include "platform/linux/Child_test.h"
+
+namespace zorva {
+namespace {
+
+// "2/1 127.0.0.1:80 0.0.0.0:0": kind, state and both ends.
+std::string textOf(const socket_fdinfo& socket) {
+  const auto end = [](const std::array<std::uint8_t, 4>& address, std::uint32_t port) {
+    return formatText("%d.%d.%d.%d:%d", address[0], address[1], address[2], address[3],
+                      ntohs(static_cast<std::uint16_t>(port)));
+  };
+  return formatText("%d/%d %s %s", socket.soi_kind, socket.tcpsi_state,
+                    end(socket.insi_laddr, socket.insi_lport).c_str(),
+                    end(socket.insi_faddr, socket.insi_fport).c_str());
+}
+const std::string kNoIPv4 = textOf({});
+
+std::uint16_t portOf(const Descriptor& socket) {
+  sockaddr_storage address{};
+  socklen_t length = sizeof address;
+  getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &length);
+  // The port stands at the same place for both families.
+  return ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
+}
+
+bool with(int (*call)(int, const sockaddr*, socklen_t), const Descriptor& socket, const char* host,
+          std::uint16_t port) {
+  sockaddr_in ipv4{};
+  ipv4.sin_family = AF_INET;
+  ipv4.sin_port = htons(port);
+  if (inet_pton(AF_INET, host, &ipv4.sin_addr) == 1) {
+    return call(socket.get(), reinterpret_cast<sockaddr*>(&ipv4), sizeof ipv4) == 0;
+  }
+  sockaddr_in6 ipv6{};
+  ipv6.sin6_family = AF_INET6;
+  ipv6.sin6_port = htons(port);
+  inet_pton(AF_INET6, host, &ipv6.sin6_addr);
+  return call(socket.get(), reinterpret_cast<sockaddr*>(&ipv6), sizeof ipv6) == 0;
+}
+
+// Bound to a port that the kernel chooses; nothing where the host has no such address.
+Descriptor bound(int family, int type, const char* host, bool onlyIPv6 = false) {
+  Descriptor made(socket(family, type | SOCK_CLOEXEC, 0));
+  const int only = onlyIPv6 ? 1 : 0;
+  if (family == AF_INET6) setsockopt(made.get(), IPPROTO_IPV6, IPV6_V6ONLY, &only, sizeof only);
+  if (!with(::bind, made, host, 0)) return Descriptor();
+  if (type == SOCK_STREAM) listen(made.get(), 4);
+  return made;
+}
+
+struct Known {
+  const char* what;
+  Descriptor socket;
+  std::string text;
+};
+
+// Sockets of every kind in this process.
+std::vector<Known> knownSockets() {
+  std::vector<Known> known;
+  const auto add = [&](const char* what, Descriptor socket, const std::string& text) {
+    if (socket) known.push_back({what, std::move(socket), text});
+  };
+  Descriptor listener = bound(AF_INET, SOCK_STREAM, "127.0.0.1");
+  const int server = portOf(listener);
+  // One connection stays, the peer of the other goes.
+  Descriptor ends[4];
+  for (int i = 0; i < 4; i += 2) {
+    ends[i] = Descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_TRUE(with(::connect, ends[i], "127.0.0.1", portOf(listener)));
+    ends[i + 1] = Descriptor(accept(listener.get(), nullptr, nullptr));
+  }
+  ends[3] = Descriptor();
+  char byte;
+  EXPECT_EQ(read(ends[2].get(), &byte, 1), 0);  // the end has come through
+  const int client = portOf(ends[0]), finished = portOf(ends[2]);
+  const auto both = [](const char* kind, int local, int foreign) {
+    return formatText("%s 127.0.0.1:%d 127.0.0.1:%d", kind, local, foreign);
+  };
+  add("client", std::move(ends[0]), both("2/4", client, server));
+  add("accepted", std::move(ends[1]), both("2/4", server, client));
+  add("peer has gone", std::move(ends[2]), both("2/5", finished, server));
+  add("listener", std::move(listener), formatText("2/1 127.0.0.1:%d 0.0.0.0:0", server));
+
+  Descriptor dual = bound(AF_INET6, SOCK_STREAM, "::");
+  if (dual) {
+    const int port = portOf(dual);
+    Descriptor outside(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_TRUE(with(::connect, outside, "127.0.0.1", portOf(dual)));
+    const int peer = portOf(outside);
+    add("IPv4 accepted by IPv6", Descriptor(accept(dual.get(), nullptr, nullptr)),
+        both("2/4", port, peer));
+    add("its client", std::move(outside), both("2/4", peer, port));
+    add("dual-stack listener", std::move(dual), formatText("2/1 0.0.0.0:%d 0.0.0.0:0", port));
+  }
+  Descriptor six = bound(AF_INET6, SOCK_DGRAM, "::");
+  const int sixPort = portOf(six);
+  add("dual-stack UDP", std::move(six), formatText("1/0 0.0.0.0:%d 0.0.0.0:0", sixPort));
+  add("IPv6-only listener", bound(AF_INET6, SOCK_STREAM, "::", true), kNoIPv4);
+  add("IPv6-only UDP", bound(AF_INET6, SOCK_DGRAM, "::", true), kNoIPv4);
+  add("IPv6 address", bound(AF_INET6, SOCK_STREAM, "::1"), kNoIPv4);
+
+  Descriptor udp = bound(AF_INET, SOCK_DGRAM, "127.0.0.1");
+  Descriptor connected = bound(AF_INET, SOCK_DGRAM, "127.0.0.1");
+  EXPECT_TRUE(with(::connect, connected, "127.0.0.1", portOf(udp)));
+  const int udpPort = portOf(udp);
+  const int connectedPort = portOf(connected);
+  add("connected UDP", std::move(connected), both("1/0", connectedPort, udpPort));
+  add("UDP", std::move(udp), formatText("1/0 127.0.0.1:%d 0.0.0.0:0", udpPort));
+  add("unix", Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), kNoIPv4);
+  return known;
+}
+
+TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
+  const std::vector<Known> known = knownSockets();
+  const ChildForTest child([] { return pause(); });  // holds the same ones
+  LinuxProcessInformation information;
+  for (const std::int32_t process : {std::int32_t{getpid()}, std::int32_t{child.process()}}) {
+    ASSERT_GT(information.proc_listpids({}).bytes, 0);
+    proc_taskallinfo task;
+    ASSERT_EQ(information.proc_pidinfo(process, task).bytes, kProcTaskAllInfoSize);
+    std::vector<proc_fdinfo> descriptors(task.openFiles);
+    ASSERT_EQ(information.proc_pidinfo(process, std::span(descriptors)).bytes, 8 * task.openFiles);
+    std::map<int, std::uint32_t> types;
+    for (const proc_fdinfo& descriptor : descriptors) {
+      ASSERT_TRUE(types.empty() || types.rbegin()->first < descriptor.proc_fd);
+      types[descriptor.proc_fd] = descriptor.proc_fdtype;
+    }
+    EXPECT_NE(types.at(STDERR_FILENO), kDescriptorIsSocket);
+    for (const Known& socket : known) {
+      SCOPED_TRACE(socket.what);
+      EXPECT_EQ(types.at(socket.socket.get()), kDescriptorIsSocket);
+      socket_fdinfo found;
+      ASSERT_EQ(information.proc_pidfdinfo(process, socket.socket.get(), found).bytes,
+                kSocketFdInfoSize);
+      EXPECT_EQ(textOf(found), socket.text);
+    }
+  }
+}
+
+TEST(LinuxProcessInformation, OneLookIsOneDump) {
+  LinuxProcessInformation information;
+  const int count = information.proc_listpids({}).bytes;
+  std::vector<std::int32_t> processes(static_cast<std::size_t>(count) / 4 + 32);
+  ASSERT_EQ(information.proc_listpids(processes).bytes, count);
+  processes.resize(static_cast<std::size_t>(count) / 4);
+  EXPECT_TRUE(std::is_sorted(processes.begin(), processes.end()));
+  EXPECT_TRUE(std::binary_search(processes.begin(), processes.end(), getpid()));
+
+  const auto look = [&](const Descriptor& socket) {
+    proc_taskallinfo task;  // the descriptors anew
+    EXPECT_GT(information.proc_pidinfo(getpid(), task).bytes, 0);
+    socket_fdinfo found;
+    EXPECT_GT(information.proc_pidfdinfo(getpid(), socket.get(), found).bytes, 0);
+    return textOf(found).substr(0, 3);
+  };
+  const Descriptor before = bound(AF_INET, SOCK_STREAM, "127.0.0.1");
+  EXPECT_EQ(look(before), "2/1");
+  const Descriptor later = bound(AF_INET, SOCK_STREAM, "127.0.0.1");
+  EXPECT_EQ(look(later), "0/0") << "the sockets were asked for again";
+  information.proc_listpids(processes);
+  EXPECT_EQ(look(later), "2/1");
+}
+
+TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
+  LinuxProcessInformation information;
+  ChildForTest child([] {
+    prctl(PR_SET_NAME, "a (b) c");
+    return pause();
+  });
+  const pid_t process = child.process();
+  char name[64] = {};
+  while (std::string(name) != "a (b) c") {  // until the child has come to it
+    ASSERT_GT(information.proc_name(process, name).bytes, 0);
+  }
+  char whole[1024];
+  const int length = information.proc_pidpath(process, whole).bytes;
+  EXPECT_EQ(std::string(whole, static_cast<std::size_t>(length)),
+            std::filesystem::read_symlink("/proc/self/exe").string());
+  EXPECT_EQ(whole[length], '\0');
+  char cut[3] = {'x', 'x', 'x'};
+  EXPECT_EQ(information.proc_name(process, std::span(cut, 2)).bytes, 2);
+  EXPECT_EQ(std::string(cut, 3), "a x");
+
+  proc_taskallinfo task;
+  ASSERT_GT(information.proc_pidinfo(process, task).bytes, 0);
+  kill(process, SIGKILL);
+  child.status();
+  std::vector<proc_fdinfo> none;
+  socket_fdinfo socket;
+  information.proc_listpids({});
+  for (const ProcAnswer answer :
+       {information.proc_pidinfo(process, task), information.proc_pidinfo(process, none),
+        information.proc_pidfdinfo(process, 0, socket), information.proc_name(process, name),
+        information.proc_pidpath(process, whole)}) {
+    EXPECT_LE(answer.bytes, 0);
+    EXPECT_EQ(answer.error, kNoSuchProcess);
+  }
+}
+
+TEST(LinuxProcessInformation, OrdinaryUsersSeeTheirOwnDescriptorsOnly) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
+  ChildForTest child([] {
+    if (setresuid(65534, 65534, 65534) != 0) return 1;
+    LinuxProcessInformation information;
+    proc_taskallinfo task;
+    char name[64];
+    if (information.proc_name(getppid(), name).bytes <= 0) return 2;
+    const ProcAnswer answer = information.proc_pidinfo(getppid(), task);
+    return answer.bytes <= 0 && answer.error == EACCES ? 0 : 3;
+  });
+  EXPECT_EQ(child.status(), 0);
+}
+
+// Where the kernel has no socket diagnostics.
+TEST(SocketDiagnostics, TheTablesTellTheSame) {
+  const std::vector<Known> known = knownSockets();
+  SocketDiagnostics tables;
+  tables.readTables();
+  for (const Known& socket : known) {
+    if (std::string_view(socket.what).starts_with("IPv6-only")) continue;  // not told there
+    struct stat status {};
+    ASSERT_EQ(fstat(socket.socket.get(), &status), 0);
+    const socket_fdinfo* const found = tables.find(static_cast<std::uint32_t>(status.st_ino));
+    EXPECT_EQ(found != nullptr ? textOf(*found) : kNoIPv4, socket.text) << socket.what;
+  }
+}
+
+std::vector<char> message(std::uint16_t type, std::uint16_t flags, std::uint32_t sequence,
+                          const void* payload, std::size_t length) {
+  const nlmsghdr header{static_cast<std::uint32_t>(NLMSG_HDRLEN + length), type, flags, sequence,
+                        0};
+  std::vector<char> bytes(NLMSG_ALIGN(header.nlmsg_len));
+  memcpy(bytes.data(), &header, sizeof header);
+  memcpy(bytes.data() + NLMSG_HDRLEN, payload, length);
+  return bytes;
+}
+
+TEST(SocketDiagnostics, RefusesWhatIsNoWholeAnswer) {
+  inet_diag_msg socket{};
+  socket.idiag_family = AF_INET;
+  socket.idiag_state = 10;
+  socket.idiag_inode = 77;
+  const int refused = -ENOENT, fine = 0;
+  const auto one = message(SOCK_DIAG_BY_FAMILY, NLM_F_MULTI, 5, &socket, sizeof socket);
+  const auto read = [](const std::vector<char>& bytes, std::size_t& count) {
+    // Of exactly this size, so that a read past the end is seen.
+    const std::vector<char> datagram(bytes);
+    std::vector<SocketOfInode> sockets;
+    bool interrupted = false;
+    const DumpStep step = readDumpDatagram(datagram, SocketProtocol::TCP, 5, interrupted, sockets);
+    count = sockets.size();
+    return step;
+  };
+  const auto joined = [&](const std::vector<char>& end) {
+    std::vector<char> bytes(one);
+    bytes.insert(bytes.end(), end.begin(), end.end());
+    return bytes;
+  };
+  const struct {
+    std::vector<char> end;
+    DumpStep step;
+    std::size_t sockets;
+  } kCases[] = {
+      {{}, DumpStep::More, 1},
+      {one, DumpStep::More, 2},
+      {message(NLMSG_DONE, 0, 5, &fine, sizeof fine), DumpStep::Done, 1},
+      {message(NLMSG_DONE, NLM_F_DUMP_INTR, 5, &fine, sizeof fine), DumpStep::Interrupted, 1},
+      {message(NLMSG_DONE, 0, 5, &refused, sizeof refused), DumpStep::Failed, 1},
+      {message(NLMSG_ERROR, 0, 5, &refused, sizeof refused), DumpStep::Failed, 1},
+      {message(NLMSG_ERROR, 0, 4, &refused, sizeof refused), DumpStep::More, 1},  // of another
+      {message(SOCK_DIAG_BY_FAMILY, 0, 5, &socket, sizeof socket - 4), DumpStep::Failed, 1},
+      {std::vector<char>(NLMSG_HDRLEN), DumpStep::Failed, 1},  // a message of length 0
+  };
+  for (const auto& aCase : kCases) {
+    std::size_t count = 0;
+    EXPECT_EQ(read(joined(aCase.end), count), aCase.step) << &aCase - kCases;
+    EXPECT_EQ(count, aCase.sockets) << &aCase - kCases;
+  }
+  for (std::size_t length = 1; length < one.size(); ++length) {
+    std::size_t count = 0;
+    EXPECT_EQ(read({one.begin(), one.begin() + static_cast<std::ptrdiff_t>(length)}, count),
+              DumpStep::Failed);
+  }
+}
+
+}  // namespace
+}  // namespace zorva

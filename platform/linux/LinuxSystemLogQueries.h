@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/SystemLogQueries.h"
+
+namespace zorva {
+
+class LinuxSystemLogQueries : public SystemLogQueries {
+ public:
+  std::unique_ptr<SystemLogQuery> createQuery() override { return nullptr; }
+  std::unique_ptr<SystemLogResponse> search(const SystemLogQuery&) override { return nullptr; }
+  std::int64_t parseTime(const std::string&) override { return 0; }
+};
+
+}  // namespace zorva

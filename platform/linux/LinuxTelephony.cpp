@@ -1,0 +1,58 @@
+#include "platform/linux/LinuxTelephony.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace zorva {
+namespace {
+
+std::string firstWord(const std::filesystem::path& file) {
+  std::string word;
+  std::ifstream(file) >> word;
+  return word;
+}
+
+struct Switches {
+  int all = 0;
+  int off = 0;
+  bool allOff() const { return all > 0 && off == all; }
+};
+
+}  // namespace
+
+std::int32_t LinuxTelephony::currentCallCount() {
+  return static_cast<std::int32_t>(modem().calls.size());
+}
+
+std::optional<std::vector<Telephony::Call>> LinuxTelephony::copyCurrentCalls() {
+  if (modem().path.empty()) return std::nullopt;
+  return modem().calls;
+}
+
+void LinuxTelephony::signalStrength(std::int32_t& raw, std::int32_t& graded, std::int32_t& bars) {
+  if (modem().signal) raw = *modem().signal;
+  if (!modem().quality) return;
+  graded = *modem().quality;
+  bars = signalBars(*modem().quality);
+}
+
+bool LinuxTelephony::airplaneMode() {
+  if (modem().poweredOff) return true;
+  Switches mobile, every;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(radioSwitches_, error)) {
+    const std::string type = firstWord(entry.path() / "type");
+    if (type.empty()) continue;  // it has just gone
+    const bool off =
+        firstWord(entry.path() / "soft") == "1" || firstWord(entry.path() / "hard") == "1";
+    for (Switches* switches : {&every, type == "wwan" ? &mobile : nullptr}) {
+      if (!switches) continue;
+      ++switches->all;
+      switches->off += off;
+    }
+  }
+  if (mobile.all > 0 || !modem().path.empty()) return mobile.allOff();
+  return every.allOff();
+}
+
+}  // namespace zorva

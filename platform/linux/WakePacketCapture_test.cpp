@@ -1,0 +1,203 @@
+#include "platform/linux/WakePacketCapture.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/if.h>
+#include <linux/if_tun.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <time.h>
+
+#include "platform/linux/Child_test.h"
+#include "platform/linux/Loop_test.h"
+#include "platform/support/Descriptor.h"
+
+namespace zorva {
+namespace {
+
+constexpr int kSkipped = 77;
+
+// An interface whose far end is the test: "tun..." without a link layer, as that of a modem is, or
+// "tap..." with Ethernet's.
+class Tunnel {
+ public:
+  Tunnel(const char* name, const char* address)
+      : ethernet_(name[1] == 'a'), device_(open("/dev/net/tun", O_RDWR | O_CLOEXEC)) {
+    ifreq request{};
+    std::strncpy(request.ifr_name, name, IFNAMSIZ - 1);
+    request.ifr_flags = static_cast<short>((ethernet_ ? IFF_TAP : IFF_TUN) | IFF_NO_PI);
+    bool up = device_ && ioctl(device_.get(), TUNSETIFF, &request) == 0;
+    const Descriptor any(socket(AF_INET, SOCK_DGRAM, 0));
+    up = up && ioctl(any.get(), SIOCGIFHWADDR, &request) == 0;
+    if (ethernet_) own_.assign(request.ifr_hwaddr.sa_data, request.ifr_hwaddr.sa_data + 6);
+    sockaddr_in host{};
+    host.sin_family = AF_INET;
+    inet_pton(AF_INET, address, &host.sin_addr);
+    std::memcpy(&request.ifr_addr, &host, sizeof host);
+    up = up && ioctl(any.get(), SIOCSIFADDR, &request) == 0;
+    request.ifr_flags = IFF_UP | IFF_RUNNING;
+    up_ = up && ioctl(any.get(), SIOCSIFFLAGS, &request) == 0;
+  }
+  bool up() const { return up_; }
+  // The packet comes in on the interface.
+  void deliver(const std::vector<std::uint8_t>& packet, bool broadcast = false) const {
+    std::vector<std::uint8_t> frame(own_);
+    if (broadcast) frame.assign(6, 0xff);
+    if (ethernet_) frame.insert(frame.end(), {2, 0, 0, 0, 0, 9, 0x08, 0x00});
+    frame.insert(frame.end(), packet.begin(), packet.end());
+    ASSERT_EQ(write(device_.get(), frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
+  }
+
+ private:
+  bool ethernet_;
+  Descriptor device_;
+  std::vector<std::uint8_t> own_;  // its Ethernet address
+  bool up_ = false;
+};
+
+// A packet of this length to port 80, told apart by its identification.
+std::vector<std::uint8_t> packetTo(std::uint8_t lastByte, std::uint8_t protocol, std::size_t length,
+                                   std::uint8_t identification) {
+  std::vector<std::uint8_t> packet(length, 0xAB);
+  const std::uint8_t begin[] = {0x45,     0,
+                                0,        static_cast<std::uint8_t>(length),
+                                0,        identification,
+                                0x40,     0,
+                                64,       protocol,
+                                0,        0,
+                                10,       0,
+                                lastByte, 9,
+                                10,       0,
+                                lastByte, 1,
+                                0x23,     0x28,
+                                0,        80};
+  std::copy(std::begin(begin), std::end(begin), packet.begin());
+  return packet;
+}
+
+// Its identification, or -1 for none.
+int caught(WakePacketCapture& capture) {
+  const auto packet = capture.end();
+  return packet ? packet->bytes.at(5) : -1;
+}
+
+std::int64_t now() {
+  timespec time{};
+  clock_gettime(CLOCK_REALTIME, &time);
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+// In a network of the process's own with the interfaces tun0 (10.0.1.1) and tap0 (10.0.2.1).
+void inOwnNetwork(const std::function<void(const Tunnel&, const Tunnel&)>& test) {
+  ChildForTest child([&] {
+    if (unshare(CLONE_NEWNET) != 0) return kSkipped;
+    const Tunnel first("tun0", "10.0.1.1"), second("tap0", "10.0.2.1");
+    if (!first.up() || !second.up()) return kSkipped;
+    test(first, second);
+    return testing::Test::HasFailure() ? 1 : 0;
+  });
+  const int status = child.status();
+  if (status == kSkipped) GTEST_SKIP() << "no network namespace or no tunnel for this user";
+  EXPECT_EQ(status, 0);
+}
+
+TEST(WakePacketCapture, CatchesTheFirstInboundPacketOfItsInterfaces) {
+  inOwnNetwork([](const Tunnel& first, const Tunnel& second) {
+    const LoopForTest loop;
+    WakePacketCapture capture(loop.event());
+    first.deliver(packetTo(1, IPPROTO_UDP, 40, 1));
+    EXPECT_EQ(caught(capture), -1) << "not begun";
+
+    capture.begin({"tun0", "none0"});
+    EXPECT_TRUE(capture.active());
+    second.deliver(packetTo(2, IPPROTO_UDP, 40, 2));
+    const Descriptor sender(socket(AF_INET, SOCK_DGRAM, 0));
+    EXPECT_EQ(setsockopt(sender.get(), SOL_SOCKET, SO_BINDTODEVICE, "tun0", 5), 0);
+    sockaddr_in peer{};
+    peer.sin_family = AF_INET;
+    peer.sin_port = htons(80);
+    inet_pton(AF_INET, "10.0.1.9", &peer.sin_addr);
+    EXPECT_EQ(sendto(sender.get(), "out", 3, 0, reinterpret_cast<sockaddr*>(&peer), sizeof peer),
+              3);
+    std::vector<std::uint8_t> ipv6(48);
+    ipv6[0] = 0x60;
+    first.deliver(ipv6);
+    EXPECT_EQ(caught(capture), -1) << "another interface, sent by us, not IPv4";
+    EXPECT_FALSE(capture.active());
+    first.deliver(packetTo(1, IPPROTO_UDP, 40, 3));
+
+    capture.begin({"none0", "tap0", "tun0"});
+    second.deliver(packetTo(2, IPPROTO_UDP, 40, 4), true);
+    const auto syn = packetTo(1, IPPROTO_TCP, 100, 5);
+    first.deliver(syn);
+    second.deliver(packetTo(2, IPPROTO_UDP, 40, 6));
+    const auto packet = capture.end();
+    ASSERT_TRUE(packet);
+    EXPECT_EQ(packet->bytes, std::vector<std::uint8_t>(syn.begin(), syn.begin() + 64));
+    EXPECT_EQ(wakeText(*packet).substr(0, 49), "Dlci 3 [pdp_2]: 45 00 00 64 00 05 40 00 40 06 00 ");
+    EXPECT_EQ(wakeText(*packet).size(), std::strlen("Dlci 3 [pdp_2]:") + 3 * 64);
+  });
+}
+
+TEST(WakePacketCapture, AfterASleepOnlyWhatCameThenCounts) {
+  inOwnNetwork([](const Tunnel& first, const Tunnel&) {
+    const LoopForTest loop;
+    std::int64_t slept = 1000;
+    WakePacketCapture capture(loop.event(), [&] { return slept; });
+    int calls = 0;
+
+    // Still queued when the system slept: told by its time.
+    const std::int64_t before = now();
+    capture.begin({"tun0"});
+    const std::int64_t begun = now();
+    first.deliver(packetTo(1, IPPROTO_UDP, 40, 1));
+    const std::int64_t came = now();
+    while (now() <= came + (begun - before) + 1'000'000) sched_yield();
+    slept += now() - begun;
+    first.deliver(packetTo(1, IPPROTO_UDP, 40, 2));
+    EXPECT_EQ(caught(capture), 2);
+
+    // Delivered by the loop before the sleep, and nothing after it.
+    capture.begin({"tun0"}, [&] { ++calls; });
+    first.deliver(packetTo(1, IPPROTO_UDP, 40, 3));
+    loop.runUntil([&] { return calls == 1; });
+    slept += 1'000'000;
+    loop.drain();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(caught(capture), -1);
+
+    // The call may end the capture, and comes after the sleep too.
+    int woke = -1;
+    calls = 0;
+    const std::int64_t again = now();
+    capture.begin({"tun0"}, [&] {
+      if (++calls == 2) woke = caught(capture);
+    });
+    first.deliver(packetTo(1, IPPROTO_UDP, 40, 4));
+    loop.runUntil([&] { return calls == 1; });
+    slept += 1'000'000;
+    while (now() <= again + 30'000'000) sched_yield();
+    first.deliver(packetTo(1, IPPROTO_UDP, 40, 5));
+    loop.runUntil([&] { return calls == 2; });
+    EXPECT_EQ(woke, 5);
+    EXPECT_FALSE(capture.active());
+  });
+}
+
+TEST(WakePacketCapture, WithoutThePrivilegeCatchesNothing) {
+  ChildForTest child([] {
+    if (geteuid() == 0 && setresuid(65534, 65534, 65534) != 0) return kSkipped;
+    const LoopForTest loop;
+    WakePacketCapture capture(loop.event());
+    capture.begin({"lo"});
+    return capture.active() || capture.end() ? 1 : 0;
+  });
+  EXPECT_EQ(child.status(), 0);
+}
+
+}  // namespace
+}  // namespace zorva

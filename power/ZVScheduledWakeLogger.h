@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "core/ZVLogger.h"
+#include "platform/ScheduledPowerEvents.h"
+
+namespace zorva {
+
+/// Logs why the device will wake, sleep or shut down by itself: one entry per scheduled power event
+/// that is not past, at each snapshot and whenever the device is about to sleep.
+///
+///     11/16/26 14:07:16 [Schedule] event=Scheduled Wake; id=com.example.clock;
+///     time=2026-11-17 06:30:00 +0000;
+class ZVScheduledWakeLogger : public ZVLogger {
+ public:
+  static std::unique_ptr<ZVScheduledWakeLogger> logger(const Services& services,
+                                                       ScheduledPowerEvents& events);
+
+  /// The type as people read it; the type itself when it is none of the known ones.
+  static std::string humanReadableScheduledWakeString(const std::string& type);
+
+  void log() override;
+
+ private:
+  ZVScheduledWakeLogger(const Services& services, ScheduledPowerEvents& events);
+
+  void logEvent(const Dictionary& event);
+
+  ScheduledPowerEvents& events_;
+};
+
+}  // namespace zorva

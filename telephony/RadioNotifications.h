@@ -1,0 +1,10 @@
+#pragma once
+
+namespace zorva {
+
+/// Posted in this process by the telephony logger when the state of the radio's transmitter
+/// arrives, before its entry.
+inline constexpr const char* kRadioTransmitStatusDidChange =
+    "ZVRadioTransmitStatusDidChangeNotification";
+
+}  // namespace zorva

@@ -1,0 +1,28 @@
+#include "telephony/ZVTelephonyConnectedLogger.h"
+
+#include <utility>
+
+namespace zorva {
+
+ZVTelephonyConnectedLogger::ZVTelephonyConnectedLogger(const Services& services,
+                                                       TelephonyNotifications& notifications,
+                                                       Connection connection)
+    : ZVLogger(services),
+      telephonyNotifications_(notifications),
+      telephonyConnection_(std::move(connection)) {}
+
+void ZVTelephonyConnectedLogger::registerCallbackForTelephonyNotification(
+    TelephonyNotifications::Callback callback, const std::string& name) {
+  telephonySubscriptions_.push_back(telephonyNotifications_.observe(name, std::move(callback)));
+}
+
+void ZVTelephonyConnectedLogger::deregisterForAllTelephonyNotifications() {
+  telephonySubscriptions_.clear();
+}
+
+void ZVTelephonyConnectedLogger::tellMissingConnection(const Services& services) {
+  // A logger that is not enabled: the line goes to the system log alone.
+  ZVLogger(services).logError("ZVTelephonyConnectedLogger must be created with a valid connection");
+}
+
+}  // namespace zorva

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/ZVLogger.h"
+#include "platform/TelephonyNotifications.h"
+#include "telephony/ZVTelephonyConnection.h"
+
+namespace zorva {
+
+/// Base of the loggers that share the connection to the telephony server. None exists without one.
+class ZVTelephonyConnectedLogger : public ZVLogger {
+ public:
+  using Connection = std::shared_ptr<ZVTelephonyConnection>;
+
+  const Connection& telephonyConnection() const { return telephonyConnection_; }
+  void setTelephonyConnection(Connection connection) {
+    telephonyConnection_ = std::move(connection);
+  }
+
+  /// Subscribes the callback to the telephony notification, until it is deregistered or this
+  /// logger is destroyed.
+  void registerCallbackForTelephonyNotification(TelephonyNotifications::Callback callback,
+                                                const std::string& name);
+  void deregisterForAllTelephonyNotifications();
+
+ protected:
+  /// What a subclass's loggerWithConnection() does: makes the logger, or tells that there is no
+  /// connection and makes none. `make` is called with no arguments.
+  template <typename Make>
+  static auto initWithConnection(const Services& services, const Connection& connection,
+                                 const Make& make) -> decltype(make()) {
+    if (!connection) {
+      tellMissingConnection(services);
+      return nullptr;
+    }
+    return make();
+  }
+
+  ZVTelephonyConnectedLogger(const Services& services, TelephonyNotifications& notifications,
+                             Connection connection);
+
+ private:
+  static void tellMissingConnection(const Services& services);
+
+  TelephonyNotifications& telephonyNotifications_;
+  Connection telephonyConnection_;
+  std::vector<Registration> telephonySubscriptions_;
+};
+
+}  // namespace zorva

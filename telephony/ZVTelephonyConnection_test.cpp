@@ -1,0 +1,231 @@
+#include "telephony/ZVTelephonyConnectedLogger.h"
+#include "tests/support/LoggerTest.h"
+
+namespace zorva {
+namespace {
+
+class TelephonyConnectionTest : public LoggerTest {
+ protected:
+  std::shared_ptr<ZVTelephonyConnection> make() {
+    return std::make_shared<ZVTelephonyConnection>(
+        ZVTelephonyConnection::Sources{server, handset.telephony(), centre, handset.systemLog()});
+  }
+  void requestAndTurn() {
+    connection->requestBasebandStateDurationReport();
+    handset.runLoop().advance(0);
+  }
+  void fail(const char* operation, int error = 0) {
+    const std::string point = std::string("telephonyServer.") + operation;
+    const auto result = error == 0 ? std::nullopt : std::optional<std::int64_t>(error);
+    ASSERT_EQ(handset.faults().fail(point, 1, result), SimFaults::Outcome::Armed) << operation;
+  }
+
+  SimTelephonyServer& server = handset.telephonyServer();
+  SimTelephonyNotifications& centre = handset.telephonyNotifications();
+  int reports = 0;
+  Registration counting = centre.observe(telephony::kStateDurationReport,
+                                         [this](std::string_view, const Dictionary& report) {
+                                           EXPECT_EQ(report.size(), 3U);
+                                           ++reports;
+                                         });
+  std::shared_ptr<ZVTelephonyConnection> connection = make();
+};
+
+TEST_F(TelephonyConnectionTest, ConnectsWhenItIsFirstNeeded) {
+  fail("createConnection");
+  EXPECT_EQ(connection->activeBand(), "<unknown>");
+  EXPECT_EQ(connection->currentCallStatus(), "Inactive");
+  EXPECT_EQ(takeSystemLog(), Lines{}) << "the fault is still armed: nothing has connected";
+  EXPECT_EQ(connection->currentRAT(), std::nullopt);
+  EXPECT_EQ(takeSystemLog(), (Lines{"Failed to allocate a CTServer connection",
+                                    "Could not get the selected radio mode. (domain: 1 error: "
+                                    "22)"}));
+  EXPECT_EQ(connection->currentRAT(), "UMTS") << "the next use tries again";
+  const auto* first = connection->connection();
+  EXPECT_EQ(connection->connection(), first);
+  connection->requestBasebandStateDurationReport();
+  EXPECT_EQ(reports, 0) << "it comes with a turn of the run loop";
+  handset.runLoop().advance(0);
+  EXPECT_EQ(reports, 1);
+}
+
+// What stands after a step that failed counts as the connection until it is torn down.
+TEST_F(TelephonyConnectionTest, KeepsWhatWasMadeBeforeAStepFailed) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"makePort", "Could not allocate mach port to CTServer"},
+      {"makeSource", "Could not allocate run loop source for the BasebandLogger"},
+      {"setStateDurationReporting",
+       "Failed to enable baseband power state reporting (domain=1, error=7)"},
+  };
+  for (const auto& [operation, line] : kCases) {
+    SCOPED_TRACE(operation);
+    const bool reportingFails = std::string_view(operation) == "setStateDurationReporting";
+    fail(operation, reportingFails ? 7 : 0);
+    EXPECT_EQ(connection->connection(), nullptr);
+    EXPECT_EQ(takeSystemLog(), Lines{line});
+    EXPECT_NE(connection->connection(), nullptr);
+    EXPECT_EQ(connection->currentRAT(), "UMTS");
+    reports = 0;
+    requestAndTurn();
+    EXPECT_EQ(reports, 0);
+    // Reporting was never switched on, so the request is refused; the next one connects anew.
+    EXPECT_EQ(takeSystemLog(),
+              Lines{"Failed to get a baseband power state report (domain=1, error=1)"});
+    requestAndTurn();
+    EXPECT_EQ(reports, 1);
+    connection->teardownConnection();
+  }
+}
+
+TEST_F(TelephonyConnectionTest, ARestartOrARefusedRequestMakesAnotherConnection) {
+  connection->requestBasebandStateDurationReport();
+  server.restart();
+  handset.runLoop().advance(0);
+  EXPECT_EQ(reports, 0) << "what was queued has gone with the server";
+  requestAndTurn();
+  EXPECT_EQ(reports, 1) << "reporting is on again";
+
+  fail("requestStateDurationReport", -3);
+  fail("createConnection");  // nothing is made anew until the next use
+  requestAndTurn();
+  EXPECT_EQ(takeSystemLog(),
+            Lines{"Failed to get a baseband power state report (domain=1, error=-3)"});
+  connection->requestBasebandStateDump("everything");
+  EXPECT_EQ(takeSystemLog(), (Lines{"Failed to allocate a CTServer connection",
+                                    "Failed to dump baseband state (domain=1, error=22)"}));
+  connection->requestBasebandStateDump("everything");
+  EXPECT_EQ(server.lastDump(), Value("everything"));
+  requestAndTurn();
+  EXPECT_EQ(reports, 2);
+
+  // The tear-down comes in the middle of a delivery, with another message waiting.
+  const auto closing = centre.observe(
+      telephony::kStateDurationReport,
+      [this](std::string_view, const Dictionary&) { connection->teardownConnection(); });
+  connection->requestBasebandStateDurationReport();
+  requestAndTurn();
+  EXPECT_EQ(reports, 3);
+}
+
+TEST_F(TelephonyConnectionTest, NotificationsOnTheConnectionAreUnexpected) {
+  connection->connection();
+  server.sendOnConnections("odd\nname");
+  handset.runLoop().advance(0);
+  EXPECT_EQ(takeSystemLog(), Lines{"received unexpected notification: odd\\x0aname"});
+  server.sendOnConnections("late");
+  connection.reset();
+  handset.runLoop().advance(0);
+}
+
+TEST_F(TelephonyConnectionTest, WakeCommandFirmwareAndTraces) {
+  EXPECT_EQ(connection->wakeCommand(), std::nullopt);
+  EXPECT_EQ(takeSystemLog(), Lines{"Could not copy the AT wake command. (domain: 0 error: 0)"});
+  server.setWakeCommand(" \t+CRING: VOICE \r\n");
+  EXPECT_EQ(connection->wakeCommand(), "+CRING: VOICE");
+  fail("copyWakeCommand", 9);
+  EXPECT_EQ(connection->wakeCommand(), std::nullopt);
+  EXPECT_EQ(takeSystemLog(), Lines{"Could not copy the AT wake command. (domain: 1 error: 9)"});
+
+  EXPECT_EQ(connection->basebandFirmwareVersion(), "1.0.0");
+  fail("copyFirmwareVersion");
+  EXPECT_EQ(connection->basebandFirmwareVersion(), std::nullopt);
+
+  for (const char* value : {"TRUE", "1", ""}) {
+    server.setTraceProperty("Probecraft", "enabled", value);
+    EXPECT_FALSE(connection->probecraftEnabled()) << value;
+  }
+  server.setTraceProperty("Probecraft", "enabled", "true");
+  EXPECT_TRUE(connection->probecraftEnabled());
+  EXPECT_FALSE(connection->heliantLoggingEnabled());
+  fail("copyTraceProperty", 4);
+  EXPECT_FALSE(connection->probecraftEnabled());
+  EXPECT_EQ(takeSystemLog(), (Lines{"Unable to retrieve property enabled from telephony trace "
+                                    "Heliant (domain=0, error=0)",
+                                    "Unable to retrieve property enabled from telephony trace "
+                                    "Probecraft (domain=1, error=4)"}));
+}
+
+TEST_F(TelephonyConnectionTest, RadioCallsAndSignal) {
+  const std::pair<std::optional<std::string>, std::string> kTechnologies[] = {
+      {std::nullopt, "None"},
+      {"selection-0", "GSM"},
+      {"technology-gsm", "GSM"},
+      {"technology-gsm-compact", "GSM"},
+      {"selection-1", "UMTS"},
+      {"technology-utran", "UMTS"},
+      {"selection-2", "Dual"},
+      {"selection-unknown", "Unknown"},
+      {"technology-unknown", "Unknown"},
+      {"Selection-2", "Selection-2"}};
+  for (const auto& [selection, name] : kTechnologies) {
+    server.setRatSelection(selection);
+    EXPECT_EQ(connection->currentRAT(), name);
+  }
+  const std::pair<std::int32_t, const char*> kStatuses[] = {{0, "Idle"},
+                                                            {1, "Active"},
+                                                            {2, "Held"},
+                                                            {3, "Sending"},
+                                                            {4, "Ringing"},
+                                                            {5, "Disconnected"},
+                                                            {6, "<unknown status: 6>"},
+                                                            {-1, "<unknown status: -1>"}};
+  for (const auto& [status, name] : kStatuses) {
+    handset.telephony().setCalls({{8, status}});
+    EXPECT_EQ(connection->currentCallStatus(), name);
+  }
+  handset.telephony().setCalls({{9, 1}});
+  EXPECT_EQ(connection->currentCallStatus(), "Multiple");
+  EXPECT_TRUE(connection->callActive());
+  ASSERT_EQ(handset.faults().fail("telephony.copyCurrentCalls"), SimFaults::Outcome::Armed);
+  EXPECT_EQ(connection->currentCallStatus(), "Inactive");
+  handset.telephony().setCalls({{8, std::nullopt}, {9, std::nullopt}});
+  EXPECT_FALSE(connection->callActive());
+
+  std::int32_t raw = 1, percent = 1, bars = 1;
+  connection->getSignalStrengthAsPercentageWithBars(raw, percent, bars);
+  EXPECT_EQ(std::tie(raw, percent, bars), std::make_tuple(-85, 60, 3));
+  handset.telephony().setSignal({std::nullopt, 20, std::nullopt});
+  connection->getSignalStrengthAsPercentageWithBars(raw, percent, bars);
+  EXPECT_EQ(std::tie(raw, percent, bars), std::make_tuple(-1, 20, -1));
+}
+
+class PlainConnectedLogger : public ZVTelephonyConnectedLogger {
+ public:
+  static std::unique_ptr<PlainConnectedLogger> loggerWithConnection(
+      const Services& services, TelephonyNotifications& notifications,
+      const Connection& connection) {
+    return initWithConnection(services, connection, [&] {
+      return std::unique_ptr<PlainConnectedLogger>(
+          new PlainConnectedLogger(services, notifications, connection));
+    });
+  }
+
+ private:
+  using ZVTelephonyConnectedLogger::ZVTelephonyConnectedLogger;
+};
+
+TEST_F(TelephonyConnectionTest, LoggersShareAConnectionAndNeedOne) {
+  EXPECT_EQ(PlainConnectedLogger::loggerWithConnection(services(), centre, nullptr), nullptr);
+  EXPECT_EQ(takeSystemLog(),
+            Lines{"Error: ZVTelephonyConnectedLogger must be created with a valid connection"});
+
+  auto one = PlainConnectedLogger::loggerWithConnection(services(), centre, connection);
+  const auto other = PlainConnectedLogger::loggerWithConnection(services(), centre, connection);
+  connection.reset();
+  int heard = 0;
+  for (auto* logger : {one.get(), other.get()}) {
+    logger->deregisterForAllTelephonyNotifications();
+    logger->registerCallbackForTelephonyNotification(
+        [&](std::string_view, const Dictionary&) { ++heard; }, telephony::kRadioBandChange);
+  }
+  one.reset();
+  centre.post(telephony::kRadioBandChange);
+  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(other->telephonyConnection()->currentRAT(), "UMTS");
+  other->deregisterForAllTelephonyNotifications();
+  centre.post(telephony::kRadioBandChange);
+  EXPECT_EQ(heard, 1);
+}
+
+}  // namespace
+}  // namespace zorva
