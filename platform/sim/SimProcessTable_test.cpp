@@ -1,3 +1,4 @@
+#include <arpa/inet.h>
 #include <array>
 #include <gtest/gtest.h>
 #include <string>
@@ -22,8 +23,8 @@ std::vector<std::string> descriptorsOf(ProcessInformation& processes, std::int32
     EXPECT_EQ(socket.insi_lport >> 16, 0U);
     told.push_back(std::to_string(number) + " " + std::to_string(type) + " " +
                    std::to_string(socket.soi_kind) + " " + std::to_string(socket.tcpsi_state) +
-                   " " + std::to_string(__builtin_bswap16(socket.insi_lport)) + " " +
-                   std::to_string(__builtin_bswap16(socket.insi_fport)));
+                   " " + std::to_string(ntohs(static_cast<std::uint16_t>(socket.insi_lport))) + " " +
+                   std::to_string(ntohs(static_cast<std::uint16_t>(socket.insi_fport))));
   }
   return told;
 }
@@ -64,14 +65,14 @@ TEST(SimProcessTable, RefusesSocketsThatCannotBe) {
       "device:\n  processes: [{id: 7, name: a}]\nsteps:\n  - at: 1\n    sockets: ";
   const std::pair<std::string, std::string> cases[] = {
       {start + "{tcp: 1.2.3.4}]}]",
-       "day:2:44: this is no address and port, such as 10.2.3.4:49152"},
+       "day:2:48: this is no address and port, such as 10.2.3.4:49152"},
       {start + "{tcp: \"1.2.3.4:65536\"}]}]",
-       "day:2:44: this is no address and port, such as 10.2.3.4:49152"},
-      {start + "{remote: \"1.2.3.4:5\"}]}]", "day:2:38: a socket is one of tcp, udp and other"},
-      {start + "{udp: \"1.2.3.4:5\", state: closed}]}]", "day:2:64: only a tcp socket has a state"},
+       "day:2:48: this is no address and port, such as 10.2.3.4:49152"},
+      {start + "{remote: \"1.2.3.4:5\"}]}]", "day:2:42: a socket is one of tcp, udp and other"},
+      {start + "{udp: \"1.2.3.4:5\", state: closed}]}]", "day:2:68: only a tcp socket has a state"},
       {step + "{close: {process: 7, other: true}}",
-       "day:5:21: the process has no such socket then"},
-      {step + "{open: {process: 8, other: true}}", "day:5:30: there is no process of this id then"},
+       "day:5:22: the process has no such socket then"},
+      {step + "{open: {process: 8, other: true}}", "day:5:31: there is no process of this id then"},
   };
   for (const auto& [text, message] : cases) {
     SimHandset handset;
