@@ -52,16 +52,18 @@ def entries(output, category):
     return re.findall(rf'^\S+ \S+ \[{category}\](.*)$', output, re.M)
 
 
-def enter_device():
+def enter_device(network=False):
     """Moves this test into a mount namespace with a log directory, an empty /run and /var, a user
-    "mobile" that nobody else sees and no device name but the host's. Needs root; skips otherwise."""
+    "mobile" that nobody else sees and no device name but the host's; on demand with a network of its
+    own and an empty /sys/kernel. Needs root; skips otherwise."""
     if os.environ.get('ZORVA_TEST_DEVICE'):
         return
     if os.geteuid() != 0:
         print('skipped: a device of its own (mounts, users) needs root')
         sys.exit(SKIPPED)
-    if subprocess.call(['unshare', '--mount', 'true'], stderr=subprocess.DEVNULL) != 0:
-        print('skipped: mounts are not allowed here, not even to root')
+    namespaces = ['--mount', '--propagation', 'private'] + (['--net'] if network else [])
+    if subprocess.call(['unshare', *namespaces, 'true'], stderr=subprocess.DEVNULL) != 0:
+        print('skipped: namespaces are not allowed here, not even to root')
         sys.exit(SKIPPED)
     os.environ['ZORVA_TEST_DEVICE'] = '1'
     # One at a time: removing a mount point ends the mount that another test has on it.
@@ -77,11 +79,11 @@ def enter_device():
         mount -t tmpfs none /var
         (cat /etc/passwd; echo mobile:x:{MOBILE}:{MOBILE}::/var/mobile:/bin/sh) > /run/passwd
         mount --bind /run/passwd /etc/passwd
+        {'ip link set lo up && mount -t tmpfs none /sys/kernel' if network else ''}
         [ ! -e /etc/machine-info ] || mount --bind /dev/null /etc/machine-info
         exec "$0" "$@"'''
     try:
-        status = subprocess.call(['unshare', '--mount', '--propagation', 'private', 'sh', '-c', script,
-                                  sys.executable, *sys.argv])
+        status = subprocess.call(['unshare', *namespaces, 'sh', '-c', script, sys.executable, *sys.argv])
     finally:
         if made:
             LOG_DIRECTORY.parents[1].rmdir()
