@@ -23,8 +23,8 @@ std::vector<std::string> descriptorsOf(ProcessInformation& processes, std::int32
     EXPECT_EQ(socket.insi_lport >> 16, 0U);
     told.push_back(std::to_string(number) + " " + std::to_string(type) + " " +
                    std::to_string(socket.soi_kind) + " " + std::to_string(socket.tcpsi_state) +
-                   " " + std::to_string(ntohs(static_cast<std::uint16_t>(socket.insi_lport))) + " " +
-                   std::to_string(ntohs(static_cast<std::uint16_t>(socket.insi_fport))));
+                   " " + std::to_string(ntohs(static_cast<std::uint16_t>(socket.insi_lport))) +
+                   " " + std::to_string(ntohs(static_cast<std::uint16_t>(socket.insi_fport))));
   }
   return told;
 }
