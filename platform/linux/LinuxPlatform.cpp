@@ -103,7 +103,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
       });
   LinuxWiFiManager wifi_;
   LinuxWiFiDriver wifiDriver_;
-  LinuxBluetoothServer bluetooth_;
+  LinuxBluetoothServer bluetooth_{runLoop_.event(), bus_};
   LinuxReachability reachability_;
   LinuxAudioSystem audio_;
   LinuxPushService push_;
