@@ -105,7 +105,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxWiFiDriver wifiDriver_;
   LinuxBluetoothServer bluetooth_{runLoop_.event(), bus_};
   LinuxReachability reachability_;
-  LinuxAudioSystem audio_;
+  LinuxAudioSystem audio_{runLoop_.event()};
   LinuxPushService push_;
   LinuxApplicationStates applications_;
   LinuxPersistentConnections persistentConnections_;
