@@ -4,6 +4,8 @@
 
 #include "loggers/ZVAccessoryLogger.h"
 #include "loggers/ZVApplicationLogger.h"
+#include "loggers/ZVAudioLogger.h"
+#include "loggers/ZVBluetoothLogger.h"
 #include "loggers/ZVGeodyneLogger.h"
 #include "loggers/ZVKeeplineLogger.h"
 #include "loggers/ZVLocaleLogger.h"
@@ -37,12 +39,14 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVConfigLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, p.telephonyConnection,
                                                    {{p.platform.registry, p.platform.device, p.platform.systemLog},
                                                     p.platform.kernel, p.platform.profile, p.platform.preferences}); }},
-    {"ZVBluetoothLogger", kAbsent},
+    {"ZVBluetoothLogger", [](const LoggerParts& p) -> Made {
+       return ZVBluetoothLogger::logger(p.services, p.platform.bluetooth, p.platform.runLoop); }},
     {"ZVNetworkLogger", [](const LoggerParts& p) -> Made {
        return ZVNetworkLogger::logger(p.services, p.platform.interfaces); }},
     {"ZVProcessMonitor", [](const LoggerParts& p) -> Made {
        return ZVProcessMonitor::logger(p.services, p.platform.statistics, p.platform.accounts); }},
-    {"ZVAudioLogger", kAbsent},
+    {"ZVAudioLogger", [](const LoggerParts& p) -> Made {
+       return ZVAudioLogger::logger(p.services, p.platform.audio); }},
     {"ZVDisplayLogger", [](const LoggerParts& p) -> Made {
        return ZVDisplayLogger::logger(p.services, p.platform.registry); }},
     {"ZVWiFiLogger", kAbsent},

@@ -19,6 +19,8 @@ class BluetoothServer {
   using Device = std::uint32_t;
 
   static constexpr Status kNoHandle = 103;
+  static constexpr Status kNoDevice = 104;    ///< the server has no controller
+  static constexpr Status kNotCounted = 105;  ///< nobody counts what is asked for
   static constexpr std::int32_t kSessionAttached = 0;
   static constexpr std::int32_t kSessionTerminated = 2;
   /// A module or a mode that is on or yes; every other state is off or no.

@@ -103,9 +103,9 @@ class WholeLinuxPlatform : public LinuxPlatform {
       });
   LinuxWiFiManager wifi_;
   LinuxWiFiDriver wifiDriver_;
-  LinuxBluetoothServer bluetooth_;
+  LinuxBluetoothServer bluetooth_{runLoop_.event(), bus_};
   LinuxReachability reachability_;
-  LinuxAudioSystem audio_;
+  LinuxAudioSystem audio_{runLoop_.event()};
   LinuxPushService push_;
   LinuxApplicationStates applications_;
   LinuxPersistentConnections persistentConnections_;

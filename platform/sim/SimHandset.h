@@ -172,9 +172,9 @@ class SimHandset {
                                         telephonyNotifications_};
   SimWiFiManager wifi_;
   SimWiFiDriver wifiDriver_;
-  SimBluetoothServer bluetooth_;
+  SimBluetoothServer bluetooth_{parts_, runLoop_};
   SimReachability reachability_;
-  SimAudioSystem audio_;
+  SimAudioSystem audio_{parts_};
   SimPushService push_{parts_, notifications_};
   SimApplicationStates applications_{parts_};
   SimProcessIdentity identity_{parts_};
