@@ -112,7 +112,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxProcessIdentity identity_;
   LinuxAccountSync accountSync_;
   LinuxLocationService location_;
-  LinuxAccessoryManager accessories_;
+  LinuxAccessoryManager accessories_{runLoop_.event()};
   LinuxSystemLogQueries systemLogQueries_;
   Platform platform_{runLoop_,
                      clock_,
