@@ -111,7 +111,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxPersistentConnections persistentConnections_;
   LinuxProcessIdentity identity_;
   LinuxAccountSync accountSync_;
-  LinuxLocationService location_;
+  LinuxLocationService location_{runLoop_.event(), bus_, modemManager_, systemNotifications_};
   LinuxAccessoryManager accessories_{runLoop_.event()};
   LinuxSystemLogQueries systemLogQueries_;
   Platform platform_{runLoop_,
