@@ -107,7 +107,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxReachability reachability_;
   LinuxAudioSystem audio_;
   LinuxPushService push_;
-  LinuxApplicationStates applications_;
+  LinuxApplicationStates applications_{runLoop_.event()};
   LinuxPersistentConnections persistentConnections_;
   LinuxProcessIdentity identity_;
   LinuxAccountSync accountSync_;
