@@ -120,7 +120,7 @@ void LinuxSystemLogQueries::seekUnread(sd_journal* journal) const {
   // The last one may have been removed; then the next one after it has not been read.
   sd_journal_seek_cursor(journal, lastRead_.c_str());
   if (sd_journal_next(journal) > 0 && sd_journal_test_cursor(journal, lastRead_.c_str()) <= 0) {
-    sd_journal_previous(journal);
+    if (sd_journal_previous(journal) <= 0) sd_journal_seek_head(journal);
   }
 }
 
