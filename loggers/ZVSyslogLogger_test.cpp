@@ -46,7 +46,6 @@ TEST_F(ZVSyslogLoggerTest, RepeatsTheLastTenAndThenCopiesWhatIsNew) {
     Lines repeated;
   } cases[] = {{0, 0, {}},
                {5, 5, {}},
-               {10, 10, {}},
                {11, 1, copied(2, 11)},
                {100, 90, copied(91, 100)},
                {257, 247, copied(248, 257)},
@@ -140,7 +139,7 @@ TEST_F(ZVSyslogLoggerTest, OutlivesAFacilityThatFails) {
   handset.faults().fail("systemLogQueries.set", 1, 22);
   EXPECT_EQ(fetched(), Lines{"11/16/26 14:00:00 [Zorva] slq_set_query failed with error code 22"});
   EXPECT_EQ(takeSystemLog(), Lines{"Error: slq_set_query failed with error code 22"});
-  EXPECT_EQ(fetched(), copied(1, 100)) << "the system log's line is none of them";
+  EXPECT_EQ(fetched(), copied(1, 100)) << "nothing was lost";
 }
 
 }  // namespace

@@ -25,10 +25,7 @@ TEST(ApplicationUnits, AreNamedAfterTheirApplications) {
                {"app-solo.scope", "solo"},
                {"app-x@autostart.service", "x"},
                {"app-.scope", ""},
-               {"app-@1.service", ""},
-               {"app.scope", ""},
                {"app-org.gnome.Terminal.slice", ""},
-               {"vte-spawn-1.scope", ""},
                {"gnome-app-x-1.scope", ""}};
   for (const auto& [unit, application] : cases) {
     EXPECT_EQ(applicationOfUnit(unit).value_or(""), application) << unit;
@@ -37,9 +34,7 @@ TEST(ApplicationUnits, AreNamedAfterTheirApplications) {
 
 class LinuxApplicationStatesTest : public testing::Test {
  protected:
-  static constexpr const char* kApps =
-      "cgroup/user.slice/user-1000.slice/user@1000.service/"
-      "app.slice/";
+  static constexpr const char* kApps = "cgroup/user.slice/user-1.slice/user@1.service/app.slice/";
 
   void setUnit(const std::string& name, bool populated, bool frozen, const char* processes) {
     directory_.write(kApps + name + "/cgroup.procs", processes);

@@ -92,9 +92,7 @@ TEST_F(LinuxSystemLogQueriesTest, ReadsThreeHundredMessagesInTwoFetches) {
   EXPECT_EQ(found(queries_, "-2"), Lines()) << "the id 4294967294";
 
   // Files that are gone take nothing of what is new with them.
-  for (const char* file : {"1", "2"}) {
-    std::filesystem::remove(directory_ / formatText("journal/%s.journal", file));
-  }
+  for (const char* file : {"1", "2"}) unlink((directory_ / "journal/" + file + ".journal").c_str());
   entries(701, 702);
   write();
   EXPECT_EQ(found(queries_, "556"),
@@ -121,7 +119,6 @@ TEST_F(LinuxSystemLogQueriesTest, TellsWhatAnEntryHas) {
              "6 1763300008 d[9] " + std::string(60, 'y')}));
 
   EXPECT_NE(queries_.createQuery()->set("Sender", "wifid", 0x82), 0);
-  EXPECT_EQ(queries_.parseTime("1763300807"), 1763300807);
   for (const char* none : {"", "today", "-5"}) EXPECT_EQ(queries_.parseTime(none), 0) << none;
   EXPECT_EQ(queries_.parseTime("9223372036854775807"), 253402300799);
 }
