@@ -13,6 +13,7 @@
 #include "loggers/ZVPushNotificationLogger.h"
 #include "loggers/ZVSkyvaultLogger.h"
 #include "loggers/ZVSyncwardLogger.h"
+#include "loggers/ZVSyslogLogger.h"
 #include "power/ZVBatteryLogger.h"
 #include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
@@ -81,7 +82,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVSyncwardLogger::logger(p.services, p.platform.accountSync); }},
     {"ZVGeodyneLogger", [](const LoggerParts& p) -> Made {
        return ZVGeodyneLogger::logger(p.services, p.platform.location); }},
-    {"ZVSyslogLogger", kAbsent},
+    {"ZVSyslogLogger", [](const LoggerParts& p) -> Made {
+       return ZVSyslogLogger::logger(p.services, p.platform.systemLogQueries); }},
     {"ZVThermalLogger", [](const LoggerParts& p) -> Made {
        return ZVThermalLogger::logger(p.services, p.platform.thermal); }},
     {"ZVSkyvaultLogger", [](const LoggerParts& p) -> Made {

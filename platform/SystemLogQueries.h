@@ -30,7 +30,8 @@ class SystemLogQuery {
 
   static constexpr std::uint32_t kNumeric = 0x80;
   static constexpr std::uint32_t kGreater = 0x02;
-  /// Adds a condition. Answers 0 or the facility's error code.
+  /// Adds a condition. Answers 0 or the facility's error code. Ids are 32 bits without sign; in a
+  /// numeric comparison a negative value stands for the id with the same bits.
   virtual int set(const std::string& key, const std::string& value, std::uint32_t operation) = 0;
 };
 
@@ -42,7 +43,8 @@ class SystemLogQueries {
   virtual std::unique_ptr<SystemLogQuery> createQuery() = 0;
   /// Nothing when the facility cannot be searched.
   virtual std::unique_ptr<SystemLogResponse> search(const SystemLogQuery& query) = 0;
-  /// Seconds since 1970-01-01 UTC of a message's "Time"; 0 for a text that is none.
+  /// Seconds since 1970-01-01 UTC of a message's "Time", of the years 1970 to 9999; 0 for a text
+  /// that is none.
   virtual std::int64_t parseTime(const std::string& text) = 0;
 };
 

@@ -107,12 +107,12 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxReachability reachability_;
   LinuxAudioSystem audio_{runLoop_.event()};
   LinuxPushService push_;
-  LinuxApplicationStates applications_;
+  LinuxApplicationStates applications_{runLoop_.event()};
   LinuxPersistentConnections persistentConnections_;
   LinuxProcessIdentity identity_;
   LinuxAccountSync accountSync_;
-  LinuxLocationService location_;
-  LinuxAccessoryManager accessories_;
+  LinuxLocationService location_{runLoop_.event(), bus_, modemManager_, systemNotifications_};
+  LinuxAccessoryManager accessories_{runLoop_.event()};
   LinuxSystemLogQueries systemLogQueries_;
   Platform platform_{runLoop_,
                      clock_,

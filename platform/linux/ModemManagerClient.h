@@ -40,6 +40,8 @@ class ModemManagerClient {
   /// The network interfaces over which mobile data goes ("wwan0"): those of the connected bearers,
   /// else the modems' network ports.
   std::vector<std::string> mobileInterfaces() const { return readMobileInterfaces(objects_); }
+  /// The location sources that are switched on in any modem, by the service's bits.
+  std::uint32_t enabledLocationSources() const { return readEnabledLocationSources(objects_); }
 
   /// The rest calls back from the event loop.
 

@@ -19,7 +19,7 @@ bool isWanted(const std::string& interface, const std::string& name) {
         "UnlockRequired", "Revision", "Device", "Physdev", "Ports", "Bearers", "Sim"}},
       {mm::kModem3gpp, {"RegistrationState", "OperatorName", "PacketServiceState"}},
       {mm::kSignal, {"Rate", "RssiThreshold", "Cdma", "Evdo", "Gsm", "Umts", "Lte", "Nr5g"}},
-      {mm::kLocation, {"Location"}},
+      {mm::kLocation, {"Location", "Enabled"}},
       {mm::kVoice, {"Calls"}},
       {mm::kBearer, {"Connected", "Interface"}},
       {mm::kCall, {"State", "Direction"}},
@@ -173,7 +173,7 @@ bool readProperties(sd_bus_message* message, const std::string& interface,
     if (isWanted(interface, name)) {
       Value value;
       if (!readValue(message, value)) return false;
-      if (interface == mm::kLocation) value = cellOnly(value);
+      if (interface == mm::kLocation && name == "Location") value = cellOnly(value);
       known.set(name, std::move(value));
     } else if (sd_bus_message_skip(message, "v") < 0) {
       return false;

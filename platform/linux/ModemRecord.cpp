@@ -274,6 +274,16 @@ std::vector<std::string> readModemDevices(const ModemObjects& objects) {
   return devices;
 }
 
+std::uint32_t readEnabledLocationSources(const ModemObjects& objects) {
+  std::uint32_t sources = 0;
+  for (const auto& [path, properties] : objects) {
+    if (!isModem(properties)) continue;
+    sources |=
+        static_cast<std::uint32_t>(property(objects, path, mm::kLocation, "Enabled").integer());
+  }
+  return sources;
+}
+
 std::vector<std::string> readMobileInterfaces(const ModemObjects& objects) {
   std::vector<std::string> connected, ports;
   for (const auto& [path, properties] : objects) {

@@ -39,6 +39,8 @@ std::vector<std::string> readModemDevices(const ModemObjects& objects);
 /// The network interfaces of the connected bearers of all modems; without any, the modems' network
 /// ports.
 std::vector<std::string> readMobileInterfaces(const ModemObjects& objects);
+/// "Enabled" of the location interface, a set, of all modems together.
+std::uint32_t readEnabledLocationSources(const ModemObjects& objects);
 /// The calls that ring or wait for an answer here, by their paths.
 std::vector<std::string> readRingingCalls(const ModemObjects& objects);
 

@@ -183,7 +183,7 @@ class SimHandset {
   SimAccountSync accountSync_{parts_, notifications_};
   SimLocationService location_{parts_, notifications_};
   SimAccessoryManager accessories_{parts_};
-  SimSystemLogQueries systemLogQueries_;
+  SimSystemLogQueries systemLogQueries_{parts_, clock_};
   Platform platform_;
 };
 

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zorva {
+
+/// The application that a desktop names in a unit of its own, with escapes undone:
+/// "app[-LAUNCHER]-APPLICATION-RANDOM.scope" or "app[-LAUNCHER]-APPLICATION[@RANDOM].service".
+/// Nothing for any other name.
+std::optional<std::string> applicationOfUnit(std::string_view unit);
+
+/// A control group that holds an application's processes.
+struct ApplicationUnit {
+  std::string application;
+  bool frozen = false;
+  std::vector<std::int32_t> processes;  ///< in the kernel's order; those right in it
+};
+
+/// The processes of the control group now.
+std::vector<std::int32_t> readUnitProcesses(const std::string& directory);
+
+/// Those with processes, by their directories.
+using ApplicationUnits = std::map<std::string, ApplicationUnit>;
+
+/// Looks for units below the root of the unified hierarchy, in the "app.slice" of every user's
+/// manager. `before` is called with each directory where one may come, and each file that tells of
+/// one's state, before it is read.
+ApplicationUnits readApplicationUnits(
+    const std::string& root,
+    const std::function<void(const std::string& path, bool directory)>& before);
+
+}  // namespace zorva
