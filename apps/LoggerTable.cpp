@@ -9,8 +9,10 @@
 #include "loggers/ZVLocaleLogger.h"
 #include "loggers/ZVNetworkLogger.h"
 #include "loggers/ZVPushNotificationLogger.h"
+#include "loggers/ZVReachabilityLogger.h"
 #include "loggers/ZVSkyvaultLogger.h"
 #include "loggers/ZVSyncwardLogger.h"
+#include "loggers/ZVWiFiLogger.h"
 #include "power/ZVBatteryLogger.h"
 #include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
@@ -45,7 +47,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
     {"ZVAudioLogger", kAbsent},
     {"ZVDisplayLogger", [](const LoggerParts& p) -> Made {
        return ZVDisplayLogger::logger(p.services, p.platform.registry); }},
-    {"ZVWiFiLogger", kAbsent},
+    {"ZVWiFiLogger", [](const LoggerParts& p) -> Made {
+       return ZVWiFiLogger::logger(p.services, p.platform.wifi, p.platform.wifiDriver, p.platform.preferences); }},
     {"ZVPowerAssertionLogger", [](const LoggerParts& p) -> Made {
        return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
     {"ZVPowerAssertionChangedLogger", [](const LoggerParts& p) -> Made {
@@ -84,7 +87,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVSkyvaultLogger::logger(p.services); }},
     {"ZVAccessoryLogger", [](const LoggerParts& p) -> Made {
        return ZVAccessoryLogger::logger(p.services, p.platform.accessories); }},
-    {"ZVReachabilityLogger", kAbsent},
+    {"ZVReachabilityLogger", [](const LoggerParts& p) -> Made {
+       return ZVReachabilityLogger::logger(p.services, p.platform.reachability); }},
     {"ZVRegistrationLogger", [](const LoggerParts& p) -> Made {
        return ZVRegistrationLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
                                                          p.telephonyConnection, p.platform.telephony); }},
