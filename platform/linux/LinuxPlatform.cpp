@@ -104,7 +104,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxWiFiManager wifi_;
   LinuxWiFiDriver wifiDriver_;
   LinuxBluetoothServer bluetooth_;
-  LinuxReachability reachability_;
+  LinuxReachability reachability_{runLoop_.event()};
   LinuxAudioSystem audio_;
   LinuxPushService push_;
   LinuxApplicationStates applications_;
