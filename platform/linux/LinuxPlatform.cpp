@@ -101,7 +101,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
         if (incoming == ModemManagerClient::Incoming::Call) return wakeTexts_.callRings();
         wakeTexts_.messageArrived();
       });
-  LinuxWiFiManager wifi_;
+  LinuxWiFiManager wifi_{runLoop_.event()};
   LinuxWiFiDriver wifiDriver_;
   LinuxBluetoothServer bluetooth_;
   LinuxReachability reachability_{runLoop_.event()};
