@@ -71,8 +71,8 @@ class DaemonTest(unittest.TestCase):
         of_this_machine = {'Battery', 'Schedule', 'Zorva'}  # or not: alarms, what it does not tell
         # This is the second file: the location technologies are those of the first, so no news.
         self.assertEqual([category for category in categories if category not in of_this_machine],
-                         ['Config', 'Network', 'ProcessMonitor', 'Thermal', 'Telephony', 'Keepline',
-                          'Registration', 'Locale'])
+                         ['Config', 'Network', 'ProcessMonitor', 'WiFi', 'Telephony', 'Keepline',
+                          'Thermal', 'Reachability', 'Registration', 'Locale'])
         self.assertEqual((PREFERENCES.stat().st_uid, PREFERENCES.stat().st_gid), (MOBILE, MOBILE))
 
         (LOG_DIRECTORY / 'crash.log').write_text('not ours')
