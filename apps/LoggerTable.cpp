@@ -11,9 +11,11 @@
 #include "loggers/ZVLocaleLogger.h"
 #include "loggers/ZVNetworkLogger.h"
 #include "loggers/ZVPushNotificationLogger.h"
+#include "loggers/ZVReachabilityLogger.h"
 #include "loggers/ZVSkyvaultLogger.h"
 #include "loggers/ZVSyncwardLogger.h"
 #include "loggers/ZVSyslogLogger.h"
+#include "loggers/ZVWiFiLogger.h"
 #include "power/ZVBatteryLogger.h"
 #include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
@@ -50,7 +52,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVAudioLogger::logger(p.services, p.platform.audio); }},
     {"ZVDisplayLogger", [](const LoggerParts& p) -> Made {
        return ZVDisplayLogger::logger(p.services, p.platform.registry); }},
-    {"ZVWiFiLogger", kAbsent},
+    {"ZVWiFiLogger", [](const LoggerParts& p) -> Made {
+       return ZVWiFiLogger::logger(p.services, p.platform.wifi, p.platform.wifiDriver, p.platform.preferences); }},
     {"ZVPowerAssertionLogger", [](const LoggerParts& p) -> Made {
        return ZVPowerAssertionLogger::logger(p.services, p.platform.powerManagement, p.platform.processes); }},
     {"ZVPowerAssertionChangedLogger", [](const LoggerParts& p) -> Made {
@@ -90,7 +93,8 @@ constexpr std::array<LoggerRow, 26> kRows{{
        return ZVSkyvaultLogger::logger(p.services); }},
     {"ZVAccessoryLogger", [](const LoggerParts& p) -> Made {
        return ZVAccessoryLogger::logger(p.services, p.platform.accessories); }},
-    {"ZVReachabilityLogger", kAbsent},
+    {"ZVReachabilityLogger", [](const LoggerParts& p) -> Made {
+       return ZVReachabilityLogger::logger(p.services, p.platform.reachability); }},
     {"ZVRegistrationLogger", [](const LoggerParts& p) -> Made {
        return ZVRegistrationLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications,
                                                          p.telephonyConnection, p.platform.telephony); }},

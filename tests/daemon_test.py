@@ -72,8 +72,8 @@ class DaemonTest(unittest.TestCase):
         of_this_machine = {'Accessory', 'Application', 'Battery', 'Schedule', 'Syslog', 'Zorva'}
         # This is the second file: the location technologies are those of the first, so no news.
         self.assertEqual([category for category in categories if category not in of_this_machine],
-                         ['Config', 'Network', 'ProcessMonitor', 'Audio', 'Telephony', 'Keepline', 'Thermal',
-                          'Registration', 'Locale'])
+                         ['Config', 'Network', 'ProcessMonitor', 'Audio', 'WiFi', 'Telephony', 'Keepline',
+                          'Thermal', 'Reachability', 'Registration', 'Locale'])
         self.assertEqual((PREFERENCES.stat().st_uid, PREFERENCES.stat().st_gid), (MOBILE, MOBILE))
 
         (LOG_DIRECTORY / 'crash.log').write_text('not ours')

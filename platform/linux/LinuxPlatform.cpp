@@ -101,10 +101,10 @@ class WholeLinuxPlatform : public LinuxPlatform {
         if (incoming == ModemManagerClient::Incoming::Call) return wakeTexts_.callRings();
         wakeTexts_.messageArrived();
       });
-  LinuxWiFiManager wifi_;
+  LinuxWiFiManager wifi_{runLoop_.event()};
   LinuxWiFiDriver wifiDriver_;
   LinuxBluetoothServer bluetooth_{runLoop_.event(), bus_};
-  LinuxReachability reachability_;
+  LinuxReachability reachability_{runLoop_.event()};
   LinuxAudioSystem audio_{runLoop_.event()};
   LinuxPushService push_;
   LinuxApplicationStates applications_{runLoop_.event()};

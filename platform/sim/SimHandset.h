@@ -170,10 +170,10 @@ class SimHandset {
   SimTelephonyServer telephonyServer_{parts_, runLoop_, telephonyNotifications_};
   SimTelephonySection telephonySection_{parts_, telephony_, telephonyServer_,
                                         telephonyNotifications_};
-  SimWiFiManager wifi_;
-  SimWiFiDriver wifiDriver_;
+  SimWiFiManager wifi_{parts_};
+  SimWiFiDriver wifiDriver_{parts_};
   SimBluetoothServer bluetooth_{parts_, runLoop_};
-  SimReachability reachability_;
+  SimReachability reachability_{parts_};
   SimAudioSystem audio_{parts_};
   SimPushService push_{parts_, notifications_};
   SimApplicationStates applications_{parts_};

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "core/ZVLogger.h"
+#include "platform/PreferencesStore.h"
+#include "platform/WiFiDriver.h"
+#include "platform/WiFiManager.h"
+
+namespace zorva {
+
+/// Logs the state of the Wi-Fi interface at each snapshot, whenever its power or link changes or a
+/// device is attached, and with each news of the battery level:
+///
+///     11/16/26 14:07:16 [WiFi] status=on; ap=Home; wow=off; pm_dur=1200; mpc_dur=300;
+///
+/// The two counters are the driver's own. They are read only while the preference
+/// "ZVShouldQueryWiFiPowerUsage" is set and the radio is on, and cleared each time, so that they
+/// tell of the time since the entry before; a negative one is an error.
+class ZVWiFiLogger : public ZVLogger {
+ public:
+  /// Nothing when the Wi-Fi manager cannot be reached.
+  static std::unique_ptr<ZVWiFiLogger> logger(const Services& services, WiFiManager& manager,
+                                              WiFiDriver& driver, PreferencesStore& preferences);
+  ~ZVWiFiLogger() override;
+
+  void log() override;
+
+  const std::shared_ptr<WiFiManagerClient>& wifiManager() const { return wifiManager_; }
+  void setWifiManager(std::shared_ptr<WiFiManagerClient> wifiManager);
+  const std::shared_ptr<WiFiDevice>& wifiDevice() const { return wifiDevice_; }
+  void setWifiDevice(std::shared_ptr<WiFiDevice> wifiDevice);
+
+  /// Follows the first of the manager's devices; without any, the one before stays.
+  void findWiFiDevice();
+
+  bool hasWiFi() const { return wifiManager_ && wifiDevice_; }
+  bool isWiFiPowered() const { return hasWiFi() && wifiDevice_->powered(); }
+  bool wowSupported() const { return hasWiFi() && wifiManager_->wowCapability(); }
+  bool wowEnabled() const { return wowSupported() && wifiManager_->wowState(); }
+  /// As the network gives it, any bytes.
+  std::string ssidName() const;
+
+  /// Reads the counter of that name, 0 to 4294967295, or clears it, in which case a result that is
+  /// not negative means nothing. Negative for errors: -errno of the request, -(10000 + errno) when
+  /// there is no socket for it.
+  std::int64_t sendWiFiPowerCommandReset(const std::string& counter, bool reset);
+
+ private:
+  ZVWiFiLogger(const Services& services, WiFiDriver& driver, PreferencesStore& preferences)
+      : ZVLogger(services), driver_(driver), preferences_(preferences) {}
+
+  WiFiDriver& driver_;
+  PreferencesStore& preferences_;
+  std::shared_ptr<WiFiManagerClient> wifiManager_;
+  std::shared_ptr<WiFiDevice> wifiDevice_;
+  Registration scheduled_;
+  Registration attachment_;
+  Registration power_;
+  Registration link_;
+  bool followsBattery_ = false;
+};
+
+}  // namespace zorva

@@ -1,0 +1,72 @@
+#include "platform/linux/NetlinkRequest.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include "platform/support/Descriptor.h"
+
+namespace zorva {
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+constexpr auto kLimit = std::chrono::seconds(1);
+
+bool readableUntil(int socket, SteadyClock::time_point limit) {
+  const auto left =
+      std::chrono::duration_cast<std::chrono::milliseconds>(limit - SteadyClock::now()).count();
+  pollfd wait{socket, POLLIN, 0};
+  return left > 0 && ::poll(&wait, 1, static_cast<int>(left)) > 0;
+}
+
+enum class Answer { GoesOn, Done, Refused };
+
+Answer read(std::span<const std::uint8_t> bytes,
+            const std::function<void(const nlmsghdr& message)>& each) {
+  const auto* message = reinterpret_cast<const nlmsghdr*>(bytes.data());
+  for (auto left = static_cast<unsigned>(bytes.size()); NLMSG_OK(message, left);
+       message = NLMSG_NEXT(message, left)) {
+    if (message->nlmsg_type == NLMSG_DONE) return Answer::Done;
+    if (message->nlmsg_type == NLMSG_ERROR) {
+      std::int32_t error = -1;
+      if (message->nlmsg_len >= NLMSG_LENGTH(sizeof error)) {
+        std::memcpy(&error, NLMSG_DATA(message), sizeof error);
+      }
+      return error == 0 ? Answer::Done : Answer::Refused;
+    }
+    if (message->nlmsg_type >= NLMSG_MIN_TYPE) each(*message);
+  }
+  return Answer::GoesOn;
+}
+
+}  // namespace
+
+bool netlinkRequest(int protocol, std::span<const std::uint8_t> request,
+                    const std::function<void(const nlmsghdr& message)>& each) {
+  const Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, protocol));
+  sockaddr_nl kernel{};
+  kernel.nl_family = AF_NETLINK;
+  if (!socket || ::sendto(socket.get(), request.data(), request.size(), 0,
+                          reinterpret_cast<sockaddr*>(&kernel), sizeof kernel) < 0) {
+    return false;
+  }
+  const auto limit = SteadyClock::now() + kLimit;
+  alignas(nlmsghdr) std::array<std::uint8_t, 32768> buffer;  // the most that the kernel puts in one
+  while (readableUntil(socket.get(), limit)) {
+    sockaddr_nl sender{};
+    socklen_t size = sizeof sender;
+    const ssize_t length = ::recvfrom(socket.get(), buffer.data(), buffer.size(), MSG_TRUNC,
+                                      reinterpret_cast<sockaddr*>(&sender), &size);
+    if (length < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+    if (length <= 0 || static_cast<std::size_t>(length) > buffer.size()) return false;
+    if (sender.nl_pid != 0) continue;  // not the kernel
+    const Answer answer = read(std::span(buffer).first(static_cast<std::size_t>(length)), each);
+    if (answer != Answer::GoesOn) return answer == Answer::Done;
+  }
+  return false;
+}
+
+}  // namespace zorva
