@@ -257,19 +257,14 @@ TEST(SocketDiagnostics, RefusesWhatIsNoWholeAnswer) {
   socket.idiag_inode = 77;
   const int refused = -ENOENT, fine = 0;
   const auto one = message(SOCK_DIAG_BY_FAMILY, NLM_F_MULTI, 5, &socket, sizeof socket);
-  const auto read = [](const std::vector<char>& bytes, std::size_t& count) {
+  const auto read = [](const std::vector<char>& bytes, std::size_t expectedSockets) {
     // Of exactly this size, so that a read past the end is seen.
     const std::vector<char> datagram(bytes);
     std::vector<SocketOfInode> sockets;
     bool interrupted = false;
     const DumpStep step = readDumpDatagram(datagram, SocketProtocol::TCP, 5, interrupted, sockets);
-    count = sockets.size();
+    EXPECT_EQ(sockets.size(), expectedSockets);
     return step;
-  };
-  const auto joined = [&](const std::vector<char>& end) {
-    std::vector<char> bytes(one);
-    bytes.insert(bytes.end(), end.begin(), end.end());
-    return bytes;
   };
   const struct {
     std::vector<char> end;
@@ -286,15 +281,13 @@ TEST(SocketDiagnostics, RefusesWhatIsNoWholeAnswer) {
       {message(SOCK_DIAG_BY_FAMILY, 0, 5, &socket, sizeof socket - 4), DumpStep::Failed, 1},
       {std::vector<char>(NLMSG_HDRLEN), DumpStep::Failed, 1},  // a message of length 0
   };
-  for (const auto& aCase : kCases) {
-    std::size_t count = 0;
-    EXPECT_EQ(read(joined(aCase.end), count), aCase.step) << &aCase - kCases;
-    EXPECT_EQ(count, aCase.sockets) << &aCase - kCases;
+  for (const auto& [end, step, sockets] : kCases) {
+    std::vector<char> bytes(one);
+    bytes.insert(bytes.end(), end.begin(), end.end());
+    EXPECT_EQ(read(bytes, sockets), step) << end.size();
   }
   for (std::size_t length = 1; length < one.size(); ++length) {
-    std::size_t count = 0;
-    EXPECT_EQ(read({one.begin(), one.begin() + static_cast<std::ptrdiff_t>(length)}, count),
-              DumpStep::Failed);
+    EXPECT_EQ(read({one.data(), one.data() + length}, 0), DumpStep::Failed) << length;
   }
 }
 

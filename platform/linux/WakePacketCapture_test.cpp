@@ -60,22 +60,13 @@ class Tunnel {
 };
 
 // A packet of this length to port 80, told apart by its identification.
-std::vector<std::uint8_t> packetTo(std::uint8_t lastByte, std::uint8_t protocol, std::size_t length,
+std::vector<std::uint8_t> packetTo(std::uint8_t network, std::uint8_t protocol, std::size_t length,
                                    std::uint8_t identification) {
-  std::vector<std::uint8_t> packet(length, 0xAB);
-  const std::uint8_t begin[] = {0x45,     0,
-                                0,        static_cast<std::uint8_t>(length),
-                                0,        identification,
-                                0x40,     0,
-                                64,       protocol,
-                                0,        0,
-                                10,       0,
-                                lastByte, 9,
-                                10,       0,
-                                lastByte, 1,
-                                0x23,     0x28,
-                                0,        80};
-  std::copy(std::begin(begin), std::end(begin), packet.begin());
+  const auto size = static_cast<std::uint8_t>(length);
+  std::vector<std::uint8_t> packet{
+      0x45, 0,       0, size, 0, identification, 0x40, 0,    64,   protocol, 0, 0, 10,
+      0,    network, 9, 10,   0, network,        1,    0x23, 0x28, 0,        80};
+  packet.resize(length, 0xAB);
   return packet;
 }
 
