@@ -7,10 +7,7 @@
 #include <vector>
 
 #include "platform/linux/LinuxRunLoop.h"
-#include "platform/linux/LinuxSystemLog.h"
-#include "platform/linux/LinuxSystemNotifications.h"
 #include "platform/sim/SimHandset.h"
-#include "platform/support/Directory_test.h"
 
 namespace zorva {
 namespace {
@@ -20,14 +17,9 @@ using Calls = std::vector<std::string>;
 struct SimDevice {
   SimHandset handset;
   RunLoop& runLoop = handset.runLoop();
-  SimSystemNotifications& notifications = handset.notifications();
 };
-
 struct LinuxDevice {
-  DirectoryForTest directory;
   LinuxRunLoop runLoop;
-  LinuxSystemLog systemLog;
-  LinuxSystemNotifications notifications{runLoop, systemLog, {directory / "zorva", "", ""}};
 };
 
 template <typename Device>
@@ -81,23 +73,6 @@ TYPED_TEST(PlatformContract, DescriptorsAreWatchedUntilDropped) {
   EXPECT_FALSE(loop.watchDescriptor(-1, [] {}));
   ::close(ends[0]);
   ::close(ends[1]);
-}
-
-TYPED_TEST(PlatformContract, PostsReachWhoeverListensAndNothingElse) {
-  auto& centre = this->device.notifications;
-  Registration second;
-  const auto first = centre.subscribe("com.example.a", [&](std::string_view name) {
-    this->calls.push_back("first " + std::string(name));
-    second.reset();
-    centre.post("com.example.b");
-  });
-  second = centre.subscribe("com.example.a", [&](std::string_view) { this->calling("second")(); });
-  const auto inner = centre.subscribe(
-      "com.example.b", [&](std::string_view name) { this->calls.push_back(std::string(name)); });
-  centre.post("com.example.a");
-  centre.post("com.example.nobody");
-  EXPECT_EQ(this->calls, (Calls{"first com.example.a", "com.example.b"}));
-  EXPECT_EQ(centre.state("com.example.a"), 0U) << "nobody has set one";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <linux/netlink.h>
 #include <linux/sock_diag.h>
 #include <map>
+#include <netdb.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -40,17 +41,12 @@ std::uint16_t portOf(const Descriptor& socket) {
 
 bool with(int (*call)(int, const sockaddr*, socklen_t), const Descriptor& socket, const char* host,
           std::uint16_t port) {
-  sockaddr_in ipv4{};
-  ipv4.sin_family = AF_INET;
-  ipv4.sin_port = htons(port);
-  if (inet_pton(AF_INET, host, &ipv4.sin_addr) == 1) {
-    return call(socket.get(), reinterpret_cast<sockaddr*>(&ipv4), sizeof ipv4) == 0;
-  }
-  sockaddr_in6 ipv6{};
-  ipv6.sin6_family = AF_INET6;
-  ipv6.sin6_port = htons(port);
-  inet_pton(AF_INET6, host, &ipv6.sin6_addr);
-  return call(socket.get(), reinterpret_cast<sockaddr*>(&ipv6), sizeof ipv6) == 0;
+  addrinfo hints{}, *address = nullptr;
+  hints.ai_flags = AI_NUMERICHOST;
+  if (getaddrinfo(host, std::to_string(port).c_str(), &hints, &address) != 0) return false;
+  const bool done = call(socket.get(), address->ai_addr, address->ai_addrlen) == 0;
+  freeaddrinfo(address);
+  return done;
 }
 
 // Bound to a port that the kernel chooses; nothing where the host has no such address.

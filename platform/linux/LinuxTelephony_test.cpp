@@ -258,6 +258,7 @@ TEST_F(LinuxTelephonyTest, LivesThroughRestartsOfTheServiceAndTheBus) {
   private_.start();
   startService();
   EXPECT_EQ(toldNow(), Lines({"daemon-restart"}));
+  EXPECT_EQ(toldAfter(kModem).size(), 7u) << "signals are matched on the new bus too";
 }
 
 TEST_F(LinuxTelephonyTest, ServesItsConnections) {
