@@ -27,7 +27,9 @@ TEST_F(ZVPushNotificationLoggerTest, ShowsContentsOnlyWhereThatIsWanted) {
   SetPreferenceValue(handset.platform().preferences, kShowNMXContents, true);
   push.sendMessage("news", {{"nmx", Dictionary{{"alert", "Hi\n50% %n"}, {"badge", 3}}}});
   push.sendMessage("odd", {{"nmx", "no dictionary"}});
-  push.sendMessage("news", {{"to", Dictionary{{"text\n", "a\nb"}, {"n", 1}}}, {"nmx", {}}});
+  push.sendMessage("news", {{"to", Dictionary{{"text\n", "a\nb"}, {"none", Dictionary()}}},
+                            {"list", Value::List{Value::Data{0x0A}, 1}},
+                            {"nmx", {}}});
   EXPECT_EQ(log.takeLines(),
             (Lines{"11/16/26 14:00:00 [NMX Event] type=received_message_message;",
                    "11/16/26 14:00:00 [NMXN] topic=news; alert=Hi\\x0a50% %n; badge=3; "
@@ -36,7 +38,8 @@ TEST_F(ZVPushNotificationLoggerTest, ShowsContentsOnlyWhereThatIsWanted) {
                    "11/16/26 14:00:00 [NMXN] topic=odd; alert=(null); badge=(null); sound=(null);",
                    "11/16/26 14:00:00 [NMX Event] type=received_message_message;",
                    "11/16/26 14:00:00 [Zorva]{", "    to = {", "        text\\x0a = a\\x0ab;",
-                   "        n = 1;", "    };", "    nmx = (null);", "}",
+                   "        none = {", "        };", "    };", "    list = (", "        <0a>,",
+                   "        1", "    );", "    nmx = (null);", "}",
                    "11/16/26 14:00:00 [NMXN] topic=news; contents=<unformatted>;"}));
 }
 
