@@ -264,22 +264,23 @@ TEST_F(LinuxTelephonyTest, LivesThroughRestartsOfTheServiceAndTheBus) {
 TEST_F(LinuxTelephonyTest, ServesItsConnections) {
   private_.start();
   startService();
-  std::optional<std::string> text;
-  bool found = true;
-  EXPECT_EQ(server_.ratSelection(nullptr, text).error, kNoServerConnection.error);
   EXPECT_EQ(server_.requestStateDurationReport(nullptr).error, kNoServerConnection.error);
   const auto connection = server_.createConnection({});
   ASSERT_NE(connection, nullptr);
-  EXPECT_NE(server_.ratSelection(connection.get(), text).error, 0);
+  std::optional<std::string> text;
+  bool found = true;
+  const auto answer = [&](auto question) {
+    text.reset();
+    return (server_.*question)(connection.get(), text).error == 0 ? text : "an error";
+  };
+  EXPECT_EQ(server_.ratSelection(nullptr, text).error, kNoServerConnection.error);
+  EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "an error");
   toldAfter(kModem);
-  EXPECT_EQ(server_.ratSelection(connection.get(), text).error, 0);
-  EXPECT_EQ(std::exchange(text, {}), "LTE");
-  EXPECT_EQ(server_.copyFirmwareVersion(connection.get(), text).error, 0);
-  EXPECT_EQ(std::exchange(text, {}), "81600.0000\\x0a00");
-  EXPECT_NE(server_.copyWakeCommand(connection.get(), text).error, 0);
+  EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "LTE");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyFirmwareVersion), "81600.0000\\x0a00");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyWakeCommand), "an error");
   server_.setWakeText([] { return "RING"; });
-  EXPECT_EQ(server_.copyWakeCommand(connection.get(), text).error, 0);
-  EXPECT_EQ(text, "RING");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyWakeCommand), "RING");
   server_.copyTraceProperty(connection.get(), "a", "b", text, found);
   EXPECT_FALSE(found);
   EXPECT_NE(server_.dumpBasebandState(connection.get(), {}).error, 0);

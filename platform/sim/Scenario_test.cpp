@@ -3,7 +3,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -98,25 +97,17 @@ TEST(Scenario, DamagedTextsAreReadOrRefused) {
   std::ifstream file("scenarios/first-hour.yaml");
   const std::string good{std::istreambuf_iterator<char>(file), {}};
   ASSERT_FALSE(good.empty());
-  const std::string foreign = "[]{}:,-?&*!|>'\"%@`#~ \n\t0\xFF\x80";
-  std::minstd_rand random(1);
   int refused = 0;
-  for (int round = 0; round < 150; ++round) {
-    std::string yaml = good;
-    for (int change = 0; change < 3; ++change) {
-      const std::size_t place = random() % yaml.size();
-      if (random() % 3 == 0) {
-        yaml[place] = foreign[random() % foreign.size()];
-      } else {
-        const std::string other = yaml.substr(random() % yaml.size(), random() % 40);
-        yaml.replace(place, random() % 2 == 0 ? 0 : random() % 40, other);
-      }
+  for (std::size_t place = 0; place < good.size(); place += 41) {
+    for (const char* instead : {"", "\xFF\x80", "[", "- &a *b: !c ", "\n\t", ", {x: 1}"}) {
+      std::string yaml = good;
+      yaml.replace(place, place % 13, instead);
+      const std::string error = errorOf(yaml);
+      if (error == "no error") continue;
+      ++refused;
+      EXPECT_TRUE(error.starts_with("s.yaml:")) << error;
+      EXPECT_EQ(error.find('\n'), std::string::npos) << error;
     }
-    const std::string error = errorOf(yaml);
-    if (error == "no error") continue;
-    ++refused;
-    EXPECT_TRUE(error.starts_with("s.yaml:")) << error;
-    EXPECT_EQ(error.find('\n'), std::string::npos) << error;
   }
   EXPECT_GT(refused, 50);
 }
