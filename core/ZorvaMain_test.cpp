@@ -1,6 +1,5 @@
 #include "core/ZorvaMain.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -91,13 +90,8 @@ class ZorvaMainTest : public ::testing::Test {
     for (std::string line; std::getline(stream, line);) lines.push_back(line);
     return lines;
   }
-  Lines fileNames() {
-    Lines names;
-    for (const auto& entry : fs::directory_iterator(logDirectory())) {
-      names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+  auto fileCount() {
+    return std::distance(fs::directory_iterator(logDirectory()), fs::directory_iterator());
   }
 
   SimHandset handset;
@@ -123,7 +117,7 @@ TEST_F(ZorvaMainTest, AskedForHelpItDoesNothingElse) {
   EXPECT_EQ(run({"-d", "-B", "-h"}), 0);
   EXPECT_TRUE(errorText.starts_with("Usage: zorva [-Bdhpq]\n")) << errorText;
   EXPECT_EQ(output, Lines{});
-  EXPECT_EQ(fileNames(), Lines{});
+  EXPECT_EQ(fileCount(), 0);
   EXPECT_TRUE(CopyPreferenceValue(handset.preferences(), kRecordSyslog).isNothing());
 }
 
@@ -134,13 +128,13 @@ TEST_F(ZorvaMainTest, TheTenthNameOfASecondIsAppendedTo) {
     EXPECT_TRUE(fs::exists(logFile(attempt, "Unknown"))) << attempt;
   }
   EXPECT_EQ(runDaemon(), 0);
-  EXPECT_EQ(fileNames().size(), 10U);
+  EXPECT_EQ(fileCount(), 10);
   const std::string entry = "11/16/26 14:00:00 [A] snapshot;";
   EXPECT_EQ(linesOf(std::ifstream(logFile(9, "Unknown"))),
             (Lines{"Zorva Version: 5", entry, "Zorva Version: 5", entry}));
 }
 
-TEST_F(ZorvaMainTest, PlantedLinksAreNeitherFollowedNorReplaced) {
+TEST_F(ZorvaMainTest, WhatIsForeignIsNeitherFollowedNorReplacedNorGivenAway) {
   const fs::path victim = handset.root() / "victim";
   std::ofstream(victim) << "precious";
   fs::create_symlink(victim, logFile(0));
@@ -151,19 +145,28 @@ TEST_F(ZorvaMainTest, PlantedLinksAreNeitherFollowedNorReplaced) {
   // With every name taken by something foreign, nothing is written anywhere.
   fs::remove(logFile(2));
   for (int attempt = 2; attempt < 9; ++attempt) fs::create_symlink(victim, logFile(attempt));
-  fs::create_hard_link(victim, logFile(9));
-  for (const bool hardLink : {true, false}) {
+  const std::function<void()> plants[] = {[&] { fs::create_hard_link(victim, logFile(9)); },
+                                          [&] { ::mkfifo(logFile(9).c_str(), 0600); },
+                                          [&] {
+                                            std::ofstream(logFile(9)) << "root's";
+                                            handset.accounts().setUser("mobile", {501, 501});
+                                          }};
+  for (const auto& plant : plants) {
+    if (&plant == &plants[2] && ::geteuid() != 0) break;  // only root has files of others
+    fs::remove(logFile(9));
+    plant();
     EXPECT_EQ(runDaemon(), 0);
     EXPECT_EQ(handset.systemLog().takeLines(),
               Lines{"Unable to grab a FILE* for '/Library/Logs/Faultbox/"
                     "Zorva_2026-11-16-140000-9_Sim Phone.zorva'"});
-    fs::remove(logFile(9));
-    if (hardLink) {
-      ASSERT_EQ(::mkfifo(logFile(9).c_str(), 0600), 0);
-    }
+  }
+  if (::geteuid() == 0) {
+    struct stat status;
+    ASSERT_EQ(::stat(logFile(9).c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 0U) << "not given away";
+    EXPECT_EQ(linesOf(std::ifstream(logFile(9))), Lines{"root's"});
   }
   // When such a thing is taken away, the next event in the directory begins a file after all.
-  fs::create_symlink(victim, logFile(9));
   handset.runLoop().schedule({}, [&] { fs::remove(logFile(9)); });
   EXPECT_EQ(runDaemon(10), 0);
   EXPECT_EQ(linesOf(std::ifstream(logFile(9))).size(), 2U);
@@ -177,26 +180,14 @@ TEST_F(ZorvaMainTest, ADaemonWithoutItsQueueEndsAtOnceAndOneWithoutItsWatchGoesO
   EXPECT_NE(run({"-d", "-p"}), 0);
   EXPECT_NE(errorText.find("check \"sZorvaState.kqueue > 0\" failed"), std::string::npos);
   EXPECT_EQ(handset.systemLog().takeLines().size(), 1U);
-  EXPECT_EQ(fileNames(), Lines{});
+  EXPECT_EQ(fileCount(), 0);
 
   handset.faults().fail("files.watchDirectory");
   EXPECT_EQ(runDaemon(), 0);
-  EXPECT_EQ(fileNames().size(), 1U);
+  EXPECT_EQ(fileCount(), 1);
   EXPECT_EQ(handset.systemLog().takeLines(),
             Lines{"Unable to watch /Library/Logs/Faultbox: a log file that disappears will not be "
                   "followed by a new one"});
-}
-
-TEST_F(ZorvaMainTest, AForeignFileIsNeitherWrittenToNorGivenAway) {
-  if (::geteuid() != 0) GTEST_SKIP() << "files of others need root";
-  handset.accounts().setUser("mobile", {501, 501});
-  for (int attempt = 0; attempt <= 9; ++attempt) std::ofstream(logFile(attempt)) << "root's";
-  EXPECT_EQ(runDaemon(), 0);
-  struct stat status;
-  ASSERT_EQ(::stat(logFile(9).c_str(), &status), 0);
-  EXPECT_EQ(status.st_uid, 0U);
-  EXPECT_EQ(linesOf(std::ifstream(logFile(9))), Lines{"root's"});
-  handset.systemLog().takeLines();
 }
 
 }  // namespace

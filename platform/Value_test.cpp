@@ -61,25 +61,6 @@ TEST(Value, DescribesItselfForPeople) {
             "((null), 1, 12, 1800, 0.1, text, 2026-11-16 14:07:16 +0000, <0a1b>, {b = 2; a = x;})");
 }
 
-TEST(Value, DumpsOneEntryALine) {
-  const Value all(Dictionary{{"aps", Dictionary{{"list", Value::List{1, "a\nb"}}, {"none", {}}}},
-                             {"k\n", Value::Data{0x0A}},
-                             {"empty", Dictionary()}});
-  EXPECT_EQ(all.dump(),
-            "{\n"
-            "    aps = {\n"
-            "        list = (\n"
-            "            1,\n"
-            "            a\\x0ab\n"
-            "        );\n"
-            "        none = (null);\n"
-            "    };\n"
-            "    k\\x0a = <0a>;\n"
-            "    empty = {\n"
-            "    };\n"
-            "}");
-}
-
 TEST(Dictionary, KeepsTheOrderOfFirstSetting) {
   Dictionary dictionary{{"b", 1}, {"a", 2}};
   dictionary.set("b", 3);

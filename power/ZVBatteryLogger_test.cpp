@@ -43,10 +43,6 @@ class ZVBatteryLoggerTest : public LoggerTest {
     ASSERT_NE(logger, nullptr);
     attach(*logger);
   }
-  void change(double level) {
-    handset.battery().setLevel(level);
-    handset.battery().announce();
-  }
   std::vector<std::string> takeEvents() { return std::exchange(events, {}); }
 
   std::unique_ptr<ZVBatteryLogger> logger;
@@ -73,13 +69,15 @@ TEST_F(ZVBatteryLoggerTest, WithoutAGasGaugeCurrentAndCapacityAreUnknown) {
 
 TEST_F(ZVBatteryLoggerTest, TellsChangesBeforeAndLevelsAfterTheEntry) {
   makeLogger();
-  change(80.9);  // the same whole percent
+  handset.battery().setLevel(80.9);  // the same whole percent
+  handset.battery().announce();
   EXPECT_EQ(takeEvents(), Lines{"80 ZVBatteryStatusDidChangeNotification"});
   EXPECT_EQ(seenBefore, Lines{});
   EXPECT_EQ(log.takeEntries().size(), 1U);
 
   handset.runLoop().advance(10);
-  change(81.0);
+  handset.battery().setLevel(81.0);
+  handset.battery().announce();
   EXPECT_EQ(takeEvents(), (Lines{"81 ZVBatteryStatusDidChangeNotification",
                                  "81 ZVBatteryLevelDidChangeNotification"}));
   EXPECT_EQ(seenBefore.size(), 1U) << "the level's news comes after the entry";

@@ -27,10 +27,10 @@ TEST_F(ZVProcessMonitorTest, ListsTheBusiestFirstAndEqualsByProcessId) {
   statistics.setTask(12, "early", {4, 900000});
   statistics.setTask(7, "idle", {0, 900000});
   statistics.setTask(99, "busy\nname\xff", {812, 0});
-  statistics.task(7).sample.threads[0].userTime = {0, 50000};
+  statistics.task(7).sample.threads[0].userTime = {0, 150000};
   monitor->log();
   EXPECT_EQ(log.takeEntries(), Lines{"[ProcessMonitor] busy\\x0aname\uFFFD(99)=812; early(12)=4; "
-                                     "late(30)=4; idle(7)=0;"});
+                                     "late(30)=4; idle(7)=1;"});
   EXPECT_EQ(statistics.lastDetail(), TaskDetail::None);
   EXPECT_EQ(statistics.calls(Operation::LoadAverages), 0);
   EXPECT_EQ(statistics.calls(Operation::MemoryRegions), 0);

@@ -9,6 +9,7 @@
 #include <linux/netlink.h>
 #include <linux/sock_diag.h>
 #include <map>
+#include <netdb.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -40,17 +41,12 @@ std::uint16_t portOf(const Descriptor& socket) {
 
 bool with(int (*call)(int, const sockaddr*, socklen_t), const Descriptor& socket, const char* host,
           std::uint16_t port) {
-  sockaddr_in ipv4{};
-  ipv4.sin_family = AF_INET;
-  ipv4.sin_port = htons(port);
-  if (inet_pton(AF_INET, host, &ipv4.sin_addr) == 1) {
-    return call(socket.get(), reinterpret_cast<sockaddr*>(&ipv4), sizeof ipv4) == 0;
-  }
-  sockaddr_in6 ipv6{};
-  ipv6.sin6_family = AF_INET6;
-  ipv6.sin6_port = htons(port);
-  inet_pton(AF_INET6, host, &ipv6.sin6_addr);
-  return call(socket.get(), reinterpret_cast<sockaddr*>(&ipv6), sizeof ipv6) == 0;
+  addrinfo hints{}, *address = nullptr;
+  hints.ai_flags = AI_NUMERICHOST;
+  if (getaddrinfo(host, std::to_string(port).c_str(), &hints, &address) != 0) return false;
+  const bool done = call(socket.get(), address->ai_addr, address->ai_addrlen) == 0;
+  freeaddrinfo(address);
+  return done;
 }
 
 // Bound to a port that the kernel chooses; nothing where the host has no such address.
@@ -72,56 +68,49 @@ struct Known {
 // Sockets of every kind in this process.
 std::vector<Known> knownSockets() {
   std::vector<Known> known;
-  const auto add = [&](const char* what, Descriptor socket, const std::string& text) {
-    if (socket) known.push_back({what, std::move(socket), text});
+  // `local` is the kind, the state and the host that are told of it, or nothing for no IPv4.
+  const auto add = [&](const char* what, Descriptor socket, const std::string& local = "",
+                       const std::string& foreign = "0.0.0.0:0") {
+    if (!socket) return;
+    const std::string own = local + ":" + std::to_string(portOf(socket)) + " " + foreign;
+    known.push_back({what, std::move(socket), local.empty() ? kNoIPv4 : own});
+  };
+  const auto at = [](const Descriptor& socket) {
+    return "127.0.0.1:" + std::to_string(portOf(socket));
+  };
+  const auto connection = [](const Descriptor& listener) {
+    Descriptor client(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_TRUE(with(::connect, client, "127.0.0.1", portOf(listener)));
+    return std::pair(std::move(client), Descriptor(accept(listener.get(), nullptr, nullptr)));
   };
   Descriptor listener = bound(AF_INET, SOCK_STREAM, "127.0.0.1");
-  const int server = portOf(listener);
-  // One connection stays, the peer of the other goes.
-  Descriptor ends[4];
-  for (int i = 0; i < 4; i += 2) {
-    ends[i] = Descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_TRUE(with(::connect, ends[i], "127.0.0.1", portOf(listener)));
-    ends[i + 1] = Descriptor(accept(listener.get(), nullptr, nullptr));
-  }
-  ends[3] = Descriptor();
+  auto [client, accepted] = connection(listener);
+  add("accepted", std::move(accepted), "2/4 127.0.0.1", at(client));
+  add("client", std::move(client), "2/4 127.0.0.1", at(listener));
+  auto [left, gone] = connection(listener);
+  gone = Descriptor();
   char byte;
-  EXPECT_EQ(read(ends[2].get(), &byte, 1), 0);  // the end has come through
-  const int client = portOf(ends[0]), finished = portOf(ends[2]);
-  const auto both = [](const char* kind, int local, int foreign) {
-    return formatText("%s 127.0.0.1:%d 127.0.0.1:%d", kind, local, foreign);
-  };
-  add("client", std::move(ends[0]), both("2/4", client, server));
-  add("accepted", std::move(ends[1]), both("2/4", server, client));
-  add("peer has gone", std::move(ends[2]), both("2/5", finished, server));
-  add("listener", std::move(listener), formatText("2/1 127.0.0.1:%d 0.0.0.0:0", server));
+  EXPECT_EQ(read(left.get(), &byte, 1), 0);  // the end has come through
+  add("peer has gone", std::move(left), "2/5 127.0.0.1", at(listener));
+  add("listener", std::move(listener), "2/1 127.0.0.1");
 
-  Descriptor dual = bound(AF_INET6, SOCK_STREAM, "::");
-  if (dual) {
-    const int port = portOf(dual);
-    Descriptor outside(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_TRUE(with(::connect, outside, "127.0.0.1", portOf(dual)));
-    const int peer = portOf(outside);
-    add("IPv4 accepted by IPv6", Descriptor(accept(dual.get(), nullptr, nullptr)),
-        both("2/4", port, peer));
-    add("its client", std::move(outside), both("2/4", peer, port));
-    add("dual-stack listener", std::move(dual), formatText("2/1 0.0.0.0:%d 0.0.0.0:0", port));
+  if (Descriptor dual = bound(AF_INET6, SOCK_STREAM, "::")) {
+    auto [outside, inside] = connection(dual);
+    add("IPv4 accepted by IPv6", std::move(inside), "2/4 127.0.0.1", at(outside));
+    add("its client", std::move(outside), "2/4 127.0.0.1", at(dual));
+    add("dual-stack listener", std::move(dual), "2/1 0.0.0.0");
   }
-  Descriptor six = bound(AF_INET6, SOCK_DGRAM, "::");
-  const int sixPort = portOf(six);
-  add("dual-stack UDP", std::move(six), formatText("1/0 0.0.0.0:%d 0.0.0.0:0", sixPort));
-  add("IPv6-only listener", bound(AF_INET6, SOCK_STREAM, "::", true), kNoIPv4);
-  add("IPv6-only UDP", bound(AF_INET6, SOCK_DGRAM, "::", true), kNoIPv4);
-  add("IPv6 address", bound(AF_INET6, SOCK_STREAM, "::1"), kNoIPv4);
+  add("dual-stack UDP", bound(AF_INET6, SOCK_DGRAM, "::"), "1/0 0.0.0.0");
+  add("IPv6-only listener", bound(AF_INET6, SOCK_STREAM, "::", true));
+  add("IPv6-only UDP", bound(AF_INET6, SOCK_DGRAM, "::", true));
+  add("IPv6 address", bound(AF_INET6, SOCK_STREAM, "::1"));
 
   Descriptor udp = bound(AF_INET, SOCK_DGRAM, "127.0.0.1");
   Descriptor connected = bound(AF_INET, SOCK_DGRAM, "127.0.0.1");
   EXPECT_TRUE(with(::connect, connected, "127.0.0.1", portOf(udp)));
-  const int udpPort = portOf(udp);
-  const int connectedPort = portOf(connected);
-  add("connected UDP", std::move(connected), both("1/0", connectedPort, udpPort));
-  add("UDP", std::move(udp), formatText("1/0 127.0.0.1:%d 0.0.0.0:0", udpPort));
-  add("unix", Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), kNoIPv4);
+  add("connected UDP", std::move(connected), "1/0 127.0.0.1", at(udp));
+  add("UDP", std::move(udp), "1/0 127.0.0.1");
+  add("unix", Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)));
   return known;
 }
 
@@ -257,19 +246,14 @@ TEST(SocketDiagnostics, RefusesWhatIsNoWholeAnswer) {
   socket.idiag_inode = 77;
   const int refused = -ENOENT, fine = 0;
   const auto one = message(SOCK_DIAG_BY_FAMILY, NLM_F_MULTI, 5, &socket, sizeof socket);
-  const auto read = [](const std::vector<char>& bytes, std::size_t& count) {
+  const auto read = [](const std::vector<char>& bytes, std::size_t expectedSockets) {
     // Of exactly this size, so that a read past the end is seen.
     const std::vector<char> datagram(bytes);
     std::vector<SocketOfInode> sockets;
     bool interrupted = false;
     const DumpStep step = readDumpDatagram(datagram, SocketProtocol::TCP, 5, interrupted, sockets);
-    count = sockets.size();
+    EXPECT_EQ(sockets.size(), expectedSockets);
     return step;
-  };
-  const auto joined = [&](const std::vector<char>& end) {
-    std::vector<char> bytes(one);
-    bytes.insert(bytes.end(), end.begin(), end.end());
-    return bytes;
   };
   const struct {
     std::vector<char> end;
@@ -286,15 +270,13 @@ TEST(SocketDiagnostics, RefusesWhatIsNoWholeAnswer) {
       {message(SOCK_DIAG_BY_FAMILY, 0, 5, &socket, sizeof socket - 4), DumpStep::Failed, 1},
       {std::vector<char>(NLMSG_HDRLEN), DumpStep::Failed, 1},  // a message of length 0
   };
-  for (const auto& aCase : kCases) {
-    std::size_t count = 0;
-    EXPECT_EQ(read(joined(aCase.end), count), aCase.step) << &aCase - kCases;
-    EXPECT_EQ(count, aCase.sockets) << &aCase - kCases;
+  for (const auto& [end, step, sockets] : kCases) {
+    std::vector<char> bytes(one);
+    bytes.insert(bytes.end(), end.begin(), end.end());
+    EXPECT_EQ(read(bytes, sockets), step) << end.size();
   }
   for (std::size_t length = 1; length < one.size(); ++length) {
-    std::size_t count = 0;
-    EXPECT_EQ(read({one.begin(), one.begin() + static_cast<std::ptrdiff_t>(length)}, count),
-              DumpStep::Failed);
+    EXPECT_EQ(read({one.data(), one.data() + length}, 0), DumpStep::Failed) << length;
   }
 }
 

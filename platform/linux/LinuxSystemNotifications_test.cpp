@@ -113,19 +113,9 @@ TEST_F(LinuxSystemNotificationsTest, GarbageChangesNothing) {
   EXPECT_EQ(descriptors(), before) << "descriptors sent along are closed";
 }
 
-TEST_F(LinuxSystemNotificationsTest, OnlyRootAndOwnUserAreHeard) {
+TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndIsLedNowhere) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   const Registration a = listen("a");
-  const Registration end = listen("end");
-  ::chmod(directories_.own.c_str(), 0777);
-  ::chmod(socketPath().c_str(), 0777);
-  const std::string path = socketPath();
-  const auto send = [&] { return becomeStranger() && sendTo(path, "ZVN1a") ? 0 : 1; };
-  EXPECT_EQ(ChildForTest(send).status(), 0);
-  ::chmod(directories_.own.c_str(), 0755);
-  EXPECT_EQ(heard(), "end ");
-
-  // Root is heard by the daemon of a user, whose directory it does not trust otherwise.
   directories_.users = top_ / "users";
   fs::create_directories(directories_.users + "/1234");
   ::chown((directories_.users + "/1234").c_str(), kStranger, kStranger);
@@ -221,7 +211,6 @@ TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
   const Registration end = listen("end");
   EXPECT_EQ(run({"a", "--state", "0xFFFFFFFFFFFFFFFF"}), "0");
   EXPECT_EQ(run({"nobody"}), "0");
-  EXPECT_TRUE(run({"a", "b"}).starts_with("2zorva-notify: "));
   EXPECT_EQ(heard(), "18446744073709551615 end ");
   fs::remove_all(directories_.own + "/states");
   top_.write("zorva/states", "in the way");

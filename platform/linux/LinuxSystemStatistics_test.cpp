@@ -118,8 +118,10 @@ TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
   ASSERT_TRUE(statistics.listTasks(processes).ok());
   EXPECT_EQ(processes, (std::vector<std::int32_t>{3, 12, 13}));
   TaskSample sample;
-  for (const int garbled : {12, 13}) {
-    EXPECT_FALSE(statistics.sampleTask(garbled, kEveryTaskDetail, sample).ok());
+  for (const int garbledOrGone : {12, 13, 999}) {
+    const auto sampled = statistics.sampleTask(garbledOrGone, kEveryTaskDetail, sample);
+    EXPECT_FALSE(sampled.ok());
+    EXPECT_EQ(sampled.failed, TaskSampleStep::KernelProcess);
   }
   ASSERT_TRUE(statistics.sampleTask(3, TaskDetail::None, sample).ok());
   EXPECT_EQ(sample.process.command, "kthread/0:1-name");

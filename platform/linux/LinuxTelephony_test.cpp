@@ -15,7 +15,9 @@ using Lines = std::vector<std::string>;
 
 constexpr const char* kDevice = "/sys/devices/usb1/1-1";
 // A modem at home on LTE, connected, that measures nothing but the quality.
-constexpr const char* kAddModem = R"(
+constexpr const char* kModem = R"(
+bearers = [Object('/Bearer/%d' % i, {'Bearer': dict(Connected=i == 1, Interface='wwan0' if i else '')})
+           for i in range(2)]
 modem = add('/Modem/2',
     Modem=dict(State=dbus.Int32(11), PowerState=dbus.UInt32(3), UnlockRequired=dbus.UInt32(3),
                AccessTechnologies=dbus.UInt32(1 << 14), SignalQuality=(dbus.UInt32(50), True),
@@ -29,9 +31,6 @@ modem = add('/Modem/2',
     Modem_Location=dict(Location=dbus.Dictionary({dbus.UInt32(1): '262,01,1F,2A,0',
                                                   dbus.UInt32(4): '$GPGGA'}, signature='uv')),
     Modem_Voice=dict(Calls=paths()), Modem_Messaging=dict()))";
-constexpr const char* kBearers = R"(
-bearers = [Object('/Bearer/%d' % i, {'Bearer': dict(Connected=i == 1, Interface='wwan0' if i else '')})
-           for i in range(2)])";
 
 class LinuxTelephonyTest : public testing::Test {
  protected:
@@ -58,6 +57,12 @@ class LinuxTelephonyTest : public testing::Test {
   void stopService() {
     service_.reset();
     loop_.runUntil([&] { return !client_.running(); });
+  }
+  // What is told when there is a bus, the service and the modem.
+  Lines startWithModem() {
+    private_.start();
+    startService();
+    return toldAfter(kModem);
   }
   // What is told when the service does this.
   Lines toldAfter(const std::string& code) {
@@ -98,10 +103,7 @@ class LinuxTelephonyTest : public testing::Test {
 };
 
 TEST_F(LinuxTelephonyTest, TellsOfTheModemAndWhateverBecomesOfIt) {
-  private_.start();
-  startService();
-  EXPECT_EQ(toldAfter(kBearers), Lines());
-  EXPECT_EQ(toldAfter(kAddModem),
+  EXPECT_EQ(startWithModem(),
             Lines({"sim-status-change sim-status.=sim-status.Ready", "radio-band-change",
                    "signal-strength raw-signal-strength=-82",
                    "registration-status-changed "
@@ -149,64 +151,57 @@ TEST_F(LinuxTelephonyTest, TellsOfTheModemAndWhateverBecomesOfIt) {
   EXPECT_EQ(toldAfter("remove('/Modem/10')").size(), 3u);
   EXPECT_EQ(telephony_.simStatus(), std::nullopt);
   EXPECT_EQ(signal() + calls(), "-1 -1 -10: none");
-  EXPECT_EQ(toldAfter(kAddModem).size(), 7u);
 }
 
 TEST_F(LinuxTelephonyTest, FollowsCalls) {
-  private_.start();
-  startService();
-  toldAfter(std::string(kBearers) + kAddModem);
-  toldNow();
-  const Lines changed{"call-status-change"};
-  EXPECT_EQ(toldAfter("call = Object('/Call/0', {'Call': dict(State=dbus.Int32(3), Number='+49')});"
-                      "modem.set('Modem.Voice', Calls=paths('/Call/0'))"),
-            Lines({"call-status-change", "INCOMING CALL"}));
-  EXPECT_EQ(calls(), "1: 4");
-  EXPECT_EQ(toldAfter("call.set('Call', State=dbus.Int32(4))"), changed);
-  EXPECT_EQ(calls(), "1: 1");
-  EXPECT_EQ(toldAfter("second = Object('/Call/1', {'Call': dict(State=dbus.Int32(6))});"
-                      "modem.set('Modem.Voice', Calls=paths('/Call/0', '/Call/1', '/Call/9'))"),
-            Lines({"call-status-change", "INCOMING CALL"}));
-  EXPECT_EQ(toldAfter("call.set('Call', State=dbus.Int32(5));"
-                      "second.set('Call', State=dbus.Int32(4))"),
-            changed);
-  EXPECT_EQ(calls(), "2: 2 1");
-  // A call that has ended is none, though the service keeps it.
-  EXPECT_EQ(toldAfter("second.set('Call', State=dbus.Int32(7))"), changed);
-  EXPECT_EQ(calls(), "1: 2");
-  EXPECT_EQ(toldAfter("call.set('Call', State=dbus.Int32(7))"), changed);
-  EXPECT_EQ(calls(), "0:");
-  EXPECT_EQ(toldAfter("modem.set('Modem.Voice', Calls=paths())"), Lines());
-  EXPECT_EQ(toldAfter("modem.Added(ROOT + '/SMS/0', False); modem.Added(ROOT + '/SMS/1', True)"),
-            Lines({"MESSAGE"}));
+  startWithModem();
+  const Lines changed{"call-status-change"}, incoming{"call-status-change", "INCOMING CALL"};
+  const struct {
+    const char* code;
+    Lines told;
+    const char* calls;
+  } steps[] = {
+      {"call = Object('/Call/0', {'Call': dict(State=dbus.Int32(3), Number='+49')});"
+       "modem.set('Modem.Voice', Calls=paths('/Call/0'))",
+       incoming, "1: 4"},
+      {"call.set('Call', State=dbus.Int32(4))", changed, "1: 1"},
+      {"second = Object('/Call/1', {'Call': dict(State=dbus.Int32(6))});"
+       "modem.set('Modem.Voice', Calls=paths('/Call/0', '/Call/1', '/Call/9'))",
+       incoming, "2: 1 4"},
+      {"call.set('Call', State=dbus.Int32(5)); second.set('Call', State=dbus.Int32(4))", changed,
+       "2: 2 1"},
+      // A call that has ended is none, though the service keeps it.
+      {"second.set('Call', State=dbus.Int32(7))", changed, "1: 2"},
+      {"call.set('Call', State=dbus.Int32(7))", changed, "0:"},
+      {"modem.set('Modem.Voice', Calls=paths())", {}, "0:"},
+      {"modem.Added(ROOT + '/SMS/0', False); modem.Added(ROOT + '/SMS/1', True)",
+       {"MESSAGE"},
+       "0:"},
+  };
+  for (const auto& step : steps) {
+    EXPECT_EQ(toldAfter(step.code), step.told) << step.code;
+    EXPECT_EQ(calls(), step.calls) << step.code;
+  }
 }
 
 TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
-  private_.start();
-  startService();
-  toldAfter(std::string(kBearers) + kAddModem);
+  startWithModem();
   EXPECT_EQ(toldNow(), Lines());  // the modem was asked for changes
-  EXPECT_EQ(toldAfter("assert modem.properties[full('Modem.Signal')]['RssiThreshold'] == 2"),
-            Lines());
+  const std::string is = "assert modem.properties[full('Modem.Signal')]['RssiThreshold'] == ";
+  EXPECT_EQ(toldAfter(is + "2"), Lines());
   EXPECT_EQ(signal(), "-82 50 3");
-  for (int strength = -70; strength >= -110; --strength) {
-    const std::string number = std::to_string(strength);
-    EXPECT_EQ(toldAfter("modem.set('Modem.Signal', Lte=dbus.Dictionary({'rssi': " + number +
-                        ".4, 'rsrp': -99.0}, signature='sv'), Umts=dbus.Dictionary({'rssi': -3.0}, "
-                        "signature='sv'))"),
-              Lines({"signal-strength raw-signal-strength=" + number}));
-  }
+  const auto measured = [&](const std::string& lte) {
+    return toldAfter("modem.set('Modem.Signal', Lte=dbus.Dictionary({'rssi': " + lte +
+                     "}, signature='sv'), Umts=dbus.Dictionary({'rssi': -3.0}, signature='sv'))");
+  };
+  EXPECT_EQ(measured("-71.4, 'rsrp': -99.0"), Lines({"signal-strength raw-signal-strength=-71"}));
   // What is no measurement is not taken for one, and the same strength is no news.
-  EXPECT_EQ(toldAfter("modem.set('Modem.Signal', Lte=dbus.Dictionary({'rssi': 0.0, "
-                      "'rsrp': -110.0}, signature='sv'))"),
-            Lines());
-  EXPECT_EQ(
-      toldAfter("modem.set('Modem.Signal', Lte=dbus.Dictionary({'rssi': -32768.0}, "
-                "signature='sv')); modem.set('Modem', SignalQuality=(dbus.UInt32(100), True))"),
-      Lines({"signal-strength raw-signal-strength=-51"}));
+  EXPECT_EQ(measured("0.0, 'rsrp': -71.0"), Lines());
+  EXPECT_EQ(measured("-32768.0"), Lines({"signal-strength raw-signal-strength=-82"}));
+  EXPECT_EQ(toldAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(100), True))"),
+            Lines({"signal-strength raw-signal-strength=-51"}));
   EXPECT_EQ(signal(), "-51 100 5");
   // What was asked for is taken back at the end, unless somebody wants something else by then.
-  const std::string is = "assert modem.properties[full('Modem.Signal')]['RssiThreshold'] == ";
   for (const char* atTheEnd : {"0", "5"}) {
     toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
     auto other = std::make_unique<ModemManagerClient>(loop_.event(), bus_);
@@ -242,15 +237,13 @@ TEST_F(LinuxTelephonyTest, KnowsAirplaneModeByTheSwitches) {
 TEST_F(LinuxTelephonyTest, LivesThroughRestartsOfTheServiceAndTheBus) {
   EXPECT_EQ(server_.createConnection({}), nullptr);
   EXPECT_EQ(signal() + calls(), "-1 -1 -10: none");
-  private_.start();
-  startService();
-  EXPECT_EQ(toldAfter(std::string(kBearers) + kAddModem).size(), 7u);
+  EXPECT_EQ(startWithModem().size(), 7u);
   stopService();
   EXPECT_EQ(telephony_.simStatus(), std::nullopt);
   EXPECT_EQ(toldNow().size(), 6u);
   startService();
   EXPECT_EQ(toldNow(), Lines({"daemon-restart"}));
-  EXPECT_EQ(toldAfter(std::string(kBearers) + kAddModem).size(), 7u);
+  EXPECT_EQ(toldAfter(kModem).size(), 7u);
   // From one owner of the name to the next, without a moment in between.
   const auto old = std::move(service_);
   startService();
@@ -265,27 +258,29 @@ TEST_F(LinuxTelephonyTest, LivesThroughRestartsOfTheServiceAndTheBus) {
   private_.start();
   startService();
   EXPECT_EQ(toldNow(), Lines({"daemon-restart"}));
+  EXPECT_EQ(toldAfter(kModem).size(), 7u) << "signals are matched on the new bus too";
 }
 
 TEST_F(LinuxTelephonyTest, ServesItsConnections) {
   private_.start();
   startService();
-  std::optional<std::string> text;
-  bool found = true;
-  EXPECT_EQ(server_.ratSelection(nullptr, text).error, kNoServerConnection.error);
   EXPECT_EQ(server_.requestStateDurationReport(nullptr).error, kNoServerConnection.error);
   const auto connection = server_.createConnection({});
   ASSERT_NE(connection, nullptr);
-  EXPECT_NE(server_.ratSelection(connection.get(), text).error, 0);
-  toldAfter(std::string(kBearers) + kAddModem);
-  EXPECT_EQ(server_.ratSelection(connection.get(), text).error, 0);
-  EXPECT_EQ(std::exchange(text, {}), "LTE");
-  EXPECT_EQ(server_.copyFirmwareVersion(connection.get(), text).error, 0);
-  EXPECT_EQ(std::exchange(text, {}), "81600.0000\\x0a00");
-  EXPECT_NE(server_.copyWakeCommand(connection.get(), text).error, 0);
+  std::optional<std::string> text;
+  bool found = true;
+  const auto answer = [&](auto question) {
+    text.reset();
+    return (server_.*question)(connection.get(), text).error == 0 ? text : "an error";
+  };
+  EXPECT_EQ(server_.ratSelection(nullptr, text).error, kNoServerConnection.error);
+  EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "an error");
+  toldAfter(kModem);
+  EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "LTE");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyFirmwareVersion), "81600.0000\\x0a00");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyWakeCommand), "an error");
   server_.setWakeText([] { return "RING"; });
-  EXPECT_EQ(server_.copyWakeCommand(connection.get(), text).error, 0);
-  EXPECT_EQ(text, "RING");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyWakeCommand), "RING");
   server_.copyTraceProperty(connection.get(), "a", "b", text, found);
   EXPECT_FALSE(found);
   EXPECT_NE(server_.dumpBasebandState(connection.get(), {}).error, 0);

@@ -87,18 +87,19 @@ TEST(PowerSupply, PublishesWhatTheKernelTells) {
 }
 
 TEST(PowerSupply, TellsWhatHindersCharging) {
-  const auto status = [](const std::string& text) {
-    return powerSourceProperty("ChargeStatus", attributes(text));
+  const std::pair<const char*, Value> cases[] = {
+      {"health=Good status=Discharging", {}},
+      {"health=Unknown status=Charging", {}},
+      {"health=Good status=Not_charging", "Not charging"},
+      {"health=Over_voltage status=Discharging", "Over voltage"},
+      {"health=Overheat status=Not_charging", "HighTemperature"},
+      {"health=Hot", "HighTemperature"},
+      {"health=Warm", "HighTemperature"},
+      {"health=Cold status=Full", "LowTemperature"},
+      {"health=Cool", "LowTemperature"},
   };
-  EXPECT_EQ(status("health=Good status=Discharging"), Value());
-  EXPECT_EQ(status("health=Unknown status=Charging"), Value());
-  EXPECT_EQ(status("health=Good status=Not_charging"), Value("Not charging"));
-  EXPECT_EQ(status("health=Over_voltage status=Discharging"), Value("Over voltage"));
-  for (const std::string health : {"Overheat", "Hot", "Warm"}) {
-    EXPECT_EQ(status("status=Not_charging health=" + health), Value("HighTemperature")) << health;
-  }
-  for (const std::string health : {"Cold", "Cool"}) {
-    EXPECT_EQ(status("status=Full health=" + health), Value("LowTemperature")) << health;
+  for (const auto& [text, status] : cases) {
+    EXPECT_EQ(powerSourceProperty("ChargeStatus", attributes(text)), status) << text;
   }
 }
 

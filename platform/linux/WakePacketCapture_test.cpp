@@ -1,7 +1,7 @@
 #include "platform/linux/WakePacketCapture.h"
 
 #include <arpa/inet.h>
-#include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -25,29 +25,23 @@ constexpr int kSkipped = 77;
 // "tap..." with Ethernet's.
 class Tunnel {
  public:
-  Tunnel(const char* name, const char* address)
+  Tunnel(const std::string& name, const std::string& address)
       : ethernet_(name[1] == 'a'), device_(open("/dev/net/tun", O_RDWR | O_CLOEXEC)) {
     ifreq request{};
-    std::strncpy(request.ifr_name, name, IFNAMSIZ - 1);
+    name.copy(request.ifr_name, IFNAMSIZ - 1);
     request.ifr_flags = static_cast<short>((ethernet_ ? IFF_TAP : IFF_TUN) | IFF_NO_PI);
-    bool up = device_ && ioctl(device_.get(), TUNSETIFF, &request) == 0;
-    const Descriptor any(socket(AF_INET, SOCK_DGRAM, 0));
-    up = up && ioctl(any.get(), SIOCGIFHWADDR, &request) == 0;
-    if (ethernet_) own_.assign(request.ifr_hwaddr.sa_data, request.ifr_hwaddr.sa_data + 6);
-    sockaddr_in host{};
-    host.sin_family = AF_INET;
-    inet_pton(AF_INET, address, &host.sin_addr);
-    std::memcpy(&request.ifr_addr, &host, sizeof host);
-    up = up && ioctl(any.get(), SIOCSIFADDR, &request) == 0;
-    request.ifr_flags = IFF_UP | IFF_RUNNING;
-    up_ = up && ioctl(any.get(), SIOCSIFFLAGS, &request) == 0;
+    const std::string own = ethernet_ ? " address 02:02:02:02:02:02" : "";
+    const std::string set =
+        "ip link set " + name + own + " up && ip addr add " + address + "/24 dev " + name;
+    up_ =
+        device_ && ioctl(device_.get(), TUNSETIFF, &request) == 0 && std::system(set.c_str()) == 0;
   }
   bool up() const { return up_; }
   // The packet comes in on the interface.
   void deliver(const std::vector<std::uint8_t>& packet, bool broadcast = false) const {
-    std::vector<std::uint8_t> frame(own_);
-    if (broadcast) frame.assign(6, 0xff);
-    if (ethernet_) frame.insert(frame.end(), {2, 0, 0, 0, 0, 9, 0x08, 0x00});
+    const std::uint8_t to = broadcast ? 0xff : 0x02;
+    std::vector<std::uint8_t> frame;
+    if (ethernet_) frame = {to, to, to, to, to, to, 2, 0, 0, 0, 0, 9, 0x08, 0x00};
     frame.insert(frame.end(), packet.begin(), packet.end());
     ASSERT_EQ(write(device_.get(), frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
   }
@@ -55,27 +49,17 @@ class Tunnel {
  private:
   bool ethernet_;
   Descriptor device_;
-  std::vector<std::uint8_t> own_;  // its Ethernet address
   bool up_ = false;
 };
 
 // A packet of this length to port 80, told apart by its identification.
-std::vector<std::uint8_t> packetTo(std::uint8_t lastByte, std::uint8_t protocol, std::size_t length,
+std::vector<std::uint8_t> packetTo(std::uint8_t network, std::uint8_t protocol, std::size_t length,
                                    std::uint8_t identification) {
-  std::vector<std::uint8_t> packet(length, 0xAB);
-  const std::uint8_t begin[] = {0x45,     0,
-                                0,        static_cast<std::uint8_t>(length),
-                                0,        identification,
-                                0x40,     0,
-                                64,       protocol,
-                                0,        0,
-                                10,       0,
-                                lastByte, 9,
-                                10,       0,
-                                lastByte, 1,
-                                0x23,     0x28,
-                                0,        80};
-  std::copy(std::begin(begin), std::end(begin), packet.begin());
+  const auto size = static_cast<std::uint8_t>(length);
+  std::vector<std::uint8_t> packet{
+      0x45, 0,       0, size, 0, identification, 0x40, 0,    64,   protocol, 0, 0, 10,
+      0,    network, 9, 10,   0, network,        1,    0x23, 0x28, 0,        80};
+  packet.resize(length, 0xAB);
   return packet;
 }
 

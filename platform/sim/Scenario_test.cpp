@@ -3,7 +3,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -98,25 +97,17 @@ TEST(Scenario, DamagedTextsAreReadOrRefused) {
   std::ifstream file("scenarios/first-hour.yaml");
   const std::string good{std::istreambuf_iterator<char>(file), {}};
   ASSERT_FALSE(good.empty());
-  const std::string foreign = "[]{}:,-?&*!|>'\"%@`#~ \n\t0\xFF\x80";
-  std::minstd_rand random(1);
   int refused = 0;
-  for (int round = 0; round < 150; ++round) {
-    std::string yaml = good;
-    for (int change = 0; change < 3; ++change) {
-      const std::size_t place = random() % yaml.size();
-      if (random() % 3 == 0) {
-        yaml[place] = foreign[random() % foreign.size()];
-      } else {
-        const std::string other = yaml.substr(random() % yaml.size(), random() % 40);
-        yaml.replace(place, random() % 2 == 0 ? 0 : random() % 40, other);
-      }
+  for (std::size_t place = 0; place < good.size(); place += 41) {
+    for (const char* instead : {"", "\xFF\x80", "[", "- &a *b: !c ", "\n\t", ", {x: 1}"}) {
+      std::string yaml = good;
+      yaml.replace(place, place % 13, instead);
+      const std::string error = errorOf(yaml);
+      if (error == "no error") continue;
+      ++refused;
+      EXPECT_TRUE(error.starts_with("s.yaml:")) << error;
+      EXPECT_EQ(error.find('\n'), std::string::npos) << error;
     }
-    const std::string error = errorOf(yaml);
-    if (error == "no error") continue;
-    ++refused;
-    EXPECT_TRUE(error.starts_with("s.yaml:")) << error;
-    EXPECT_EQ(error.find('\n'), std::string::npos) << error;
   }
   EXPECT_GT(refused, 50);
 }
@@ -153,16 +144,9 @@ steps:
   const auto exists = [&](const std::string& file) {
     return std::filesystem::exists(handset.files().hostPath("/Library/Logs/" + file));
   };
-  std::vector<std::string> heard;
-  const auto hear = [&](const std::string& name) {
-    return handset.notifications().subscribe(name, [&](std::string_view posted) {
-      const auto at = std::chrono::floor<std::chrono::minutes>(handset.clock().elapsed());
-      heard.push_back(std::string(posted) + "@" + std::to_string(at.count()));
-    });
-  };
-  const Registration subscriptions[] = {hear("com.vennor.test"),
-                                        hear(SimPowerManagement::kAssertionsChanged),
-                                        hear(SimSystemNotifications::kExit)};
+  SimClock::Duration ended{};
+  const Registration end = handset.notifications().subscribe(
+      SimSystemNotifications::kExit, [&](std::string_view) { ended = handset.clock().elapsed(); });
   scenario.begin(handset);
   std::ofstream(handset.files().hostPath("/Library/Logs/Faultbox/Zorva_1.zorva")) << "a log";
 
@@ -181,15 +165,11 @@ steps:
   handset.runLoop().advance(11 * 60);
   EXPECT_TRUE(exists("first.zorva"));
   handset.runLoop().run();
+  EXPECT_EQ(ended, std::chrono::hours(2));
   EXPECT_FALSE(exists("first.zorva"));
   EXPECT_TRUE(exists("Faultbox/report.txt"));
   EXPECT_EQ(handset.systemLog().takeLines(),
             (std::vector<std::string>{"scenario: there is no log: No such file or directory"}));
-  // Beginning the assertions is a change, too, and happened before the loop ran.
-  EXPECT_EQ(heard,
-            (std::vector<std::string>{
-                "com.vennor.system.powermanagement.assertions@0", "com.vennor.test@10",
-                "com.vennor.system.powermanagement.assertions@10", "com.vennor.zorva.exit@120"}));
   EXPECT_EQ(platform.registry.firstPowerSource()->readProperties(battery), 0xE00002D8);
   EXPECT_TRUE(setting().isNothing());
   EXPECT_EQ(platform.interfaces.addresses()->at(0).counters->received, 2U);  // wrapped

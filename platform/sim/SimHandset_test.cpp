@@ -43,18 +43,21 @@ TEST(SimFaults, EveryPointStrikesItsOperation) {
 }
 
 TEST(SimFileSystem, TheCurrentLogIsTheOneThatTheScenarioHasNotWritten) {
-  SimHandset handset;
+  auto handset = std::make_unique<SimHandset>();
+  SimFileSystem& files = handset->files();
   const std::string directory = "/Library/Logs/Faultbox/";
-  const auto exists = [&](const std::string& path) {
-    return fs::exists(handset.files().hostPath(path));
-  };
-  std::ofstream(handset.files().hostPath(directory + "Zorva_1.zorva")) << "the daemon's";
-  handset.files().writeFile(directory + "Zorva_2.zorva", "later by name and by time");
-  handset.files().moveLog("away");
+  const auto exists = [&](const std::string& path) { return fs::exists(files.hostPath(path)); };
+  std::ofstream(files.hostPath(directory + "Zorva_1.zorva")) << "the daemon's";
+  files.writeFile(directory + "Zorva_2.zorva", "later by name and by time");
+  files.moveLog("away");
   EXPECT_TRUE(exists("/Library/Logs/away") && !exists(directory + "Zorva_1.zorva"));
-  handset.files().removeLog();
+  files.removeLog();
   EXPECT_TRUE(exists(directory + "Zorva_2.zorva"));
-  EXPECT_EQ(handset.systemLog().takeLines().size(), 1U) << "there is no log any more";
+  EXPECT_EQ(handset->systemLog().takeLines().size(), 1U) << "there is no log any more";
+
+  const fs::path root = handset->root();
+  handset.reset();
+  EXPECT_FALSE(fs::exists(root)) << "a temporary one is removed";
 }
 
 TEST(SimSystemPower, ASleepThatIsHeldUpIsToldAndOthersAreNot) {
@@ -86,17 +89,6 @@ TEST(SimSystemPower, ASleepThatIsHeldUpIsToldAndOthersAreNot) {
   power.sleep();
   EXPECT_EQ(arguments.size(), 5U);
   EXPECT_TRUE(linesAfter(3600).empty());
-}
-
-TEST(SimRoot, ATemporaryOneIsRemoved) {
-  fs::path root;
-  {
-    SimHandset handset;
-    root = handset.root();
-    std::ofstream(handset.files().hostPath("/Library/Logs/Faultbox/a log")) << "text";
-    EXPECT_TRUE(fs::exists(root / "Library/Logs/Faultbox/a log"));
-  }
-  EXPECT_FALSE(fs::exists(root));
 }
 
 }  // namespace

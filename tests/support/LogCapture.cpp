@@ -1,8 +1,9 @@
 #include "tests/support/LogCapture.h"
 
 #include <array>
-#include <cctype>
 #include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -24,16 +25,10 @@ std::vector<std::string> LogCapture::takeLines() {
     taken_ += count;
   }
   std::vector<std::string> lines;
-  std::string_view rest = text;
-  while (!rest.empty()) {
-    const std::size_t end = rest.find('\n');
-    if (end == std::string_view::npos) {
-      ADD_FAILURE() << "the log ends in the middle of a line: " << rest;
-      lines.emplace_back(rest);
-      break;
-    }
-    lines.emplace_back(rest.substr(0, end));
-    rest.remove_prefix(end + 1);
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  if (!text.empty() && text.back() != '\n') {
+    ADD_FAILURE() << "the log ends in the middle of a line: " << lines.back();
   }
   return lines;
 }
@@ -44,18 +39,10 @@ std::vector<std::string> LogCapture::takeEntries() {
   return entries;
 }
 
-std::string withoutDate(std::string_view line) {
-  constexpr std::string_view kShape = "00/00/00 00:00:00 [";
-  bool entry = line.size() >= kShape.size();
-  for (std::size_t i = 0; entry && i < kShape.size(); ++i) {
-    entry = kShape[i] == '0' ? std::isdigit(static_cast<unsigned char>(line[i])) != 0
-                             : line[i] == kShape[i];
-  }
-  if (!entry) {
-    ADD_FAILURE() << "no log entry: " << line;
-    return std::string(line);
-  }
-  return std::string(line.substr(kShape.size() - 1));
+std::string withoutDate(const std::string& line) {
+  static const std::regex kDate(R"(^\d\d/\d\d/\d\d \d\d:\d\d:\d\d (?=\[))");
+  EXPECT_TRUE(std::regex_search(line, kDate)) << "no log entry: " << line;
+  return std::regex_replace(line, kDate, "");
 }
 
 void expectNoLines(const char* where, const std::vector<std::string>& lines) {

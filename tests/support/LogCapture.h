@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "core/LogStream.h"
@@ -27,7 +26,7 @@ class LogCapture {
 };
 
 /// The entry without its date: "[Battery] level=87.00%;". A line that is no entry fails the test.
-std::string withoutDate(std::string_view line);
+std::string withoutDate(const std::string& line);
 
 /// Fails the test when there are lines, naming them.
 void expectNoLines(const char* where, const std::vector<std::string>& lines);
