@@ -34,7 +34,6 @@ namespace zorva {
 namespace {
 
 using Made = std::unique_ptr<ZVLogger>;
-constexpr auto kAbsent = nullptr;
 
 // clang-format off
 constexpr std::array<LoggerRow, 26> kRows{{

@@ -21,8 +21,7 @@ struct LoggerParts {
 /// One row of the logger table: a class and how it is made.
 struct LoggerRow {
   std::string_view className;
-  /// Makes the logger; nothing when its initialisation fails. A row without this is absent: its
-  /// class is not built yet.
+  /// Makes the logger; nothing when its initialisation fails.
   std::unique_ptr<ZVLogger> (*make)(const LoggerParts& parts);
 };
 

@@ -36,7 +36,6 @@ void printUsage() {
 
 // Makes the row's logger and appends it to the list; one whose initialisation fails stays out.
 bool appendLogger(const LoggerRow& row, const LoggerParts& parts) {
-  if (row.make == nullptr) return false;
   auto logger = row.make(parts);
   if (!logger) return false;
   sZorvaState.loggers.push_back(std::move(logger));

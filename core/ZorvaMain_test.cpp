@@ -43,8 +43,9 @@ std::unique_ptr<ZVLogger> make(const LoggerParts& parts) {
   return std::make_unique<Named>(parts, letter);
 }
 constexpr LoggerRow kRows[] = {
-    {"ZVConfigLogger", nullptr},           {"ZVNetworkLogger", make<'N'>},
-    {"ZVPowerAssertionLogger", make<'A'>}, {"ZVBatteryLogger", make<'B'>},
+    {"ZVNetworkLogger", make<'N'>},
+    {"ZVPowerAssertionLogger", make<'A'>},
+    {"ZVBatteryLogger", make<'B'>},
     {"ZVSyslogLogger", make<'S'>},
 };
 
