@@ -10,6 +10,8 @@ constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
 // A modem that is not enabled has no strength to tell, and refuses to be asked for it.
 constexpr std::int32_t kStateEnabled = 6;
+// A service that answers nobody in time holds up the loop each time it is asked.
+constexpr std::chrono::minutes kBetweenAskingAgain{1};
 
 std::string signalRule(const char* interface, const char* member) {
   return std::string("type='signal',sender='") + mm::kService + "',interface='" + interface +
@@ -65,6 +67,7 @@ ModemManagerClient::~ModemManagerClient() {
 }
 
 void ModemManagerClient::objectAdded(sd_bus_message* signal) {
+  if (failed_) readAgain();
   const char* path = nullptr;
   if (sd_bus_message_read(signal, "o", &path) < 0) return;
   readInterfaces(signal, objects_[path]);
@@ -86,6 +89,7 @@ void ModemManagerClient::objectRemoved(sd_bus_message* signal) {
 }
 
 void ModemManagerClient::propertiesChanged(sd_bus_message* signal) {
+  if (failed_) readAgain();
   // Objects that nobody told of yet are read as a whole when somebody does.
   const auto object = objects_.find(sd_bus_message_get_path(signal));
   if (object == objects_.end()) return;
@@ -102,11 +106,21 @@ void ModemManagerClient::readAll() {
   const LinuxBus::Reply reply =
       bus_.call(mm::kService, mm::kPath, kObjectManager, "GetManagedObjects");
   running_ = reply.outcome != LinuxBus::Outcome::Absent;
+  failed_ = reply.outcome == LinuxBus::Outcome::Failed;
   if (!reply.message) return;
   const char* const owner = sd_bus_message_get_sender(reply.message.get());
   const std::string before = std::exchange(owner_, owner ? owner : mm::kService);
   if (!before.empty() && before != owner_) restartUntold_ = true;
   readManagedObjects(reply.message.get(), objects_);
+}
+
+// The service shows life after all. What it has had all along it tells nobody by itself.
+void ModemManagerClient::readAgain() {
+  const auto now = std::chrono::steady_clock::now();
+  if (askedAgain_ && now - *askedAgain_ < kBetweenAskingAgain) return;
+  askedAgain_ = now;
+  ownerChanged_ = true;
+  update_.request();
 }
 
 // The object manager knows modems only; their bearers and calls are read one by one, when they are

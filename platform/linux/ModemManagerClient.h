@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <systemd/sd-event.h>
@@ -62,6 +64,7 @@ class ModemManagerClient {
 
  private:
   void readAll();
+  void readAgain();
   void readListed();
   void askForSignal();
   void update();
@@ -73,6 +76,8 @@ class ModemManagerClient {
   bool running_ = false;
   std::string owner_;         ///< the last service's name on its bus; empty before there was one
   bool ownerChanged_ = true;  ///< since the objects were read
+  bool failed_ = false;       ///< the service is there, and did not tell its objects when asked
+  std::optional<std::chrono::steady_clock::time_point> askedAgain_;
   bool restartUntold_ = false;
   ModemObjects objects_;
   ModemRecord record_;
