@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/linux/BusProperties.h"
-#include "platform/linux/SysfsText.h"
+#include "platform/linux/SysfsAttributes.h"
 
 namespace zorva {
 namespace {
@@ -161,15 +161,17 @@ bool LinuxScheduledPowerEvents::addTimers(std::vector<Dictionary>& events,
   return true;
 }
 
-// Whether the service manager can still be asked.
+// Whether the service manager can still be asked. A timer that made itself superfluous since it was
+// listed is an error, which takes no time; what does is for the deadline to end.
 bool LinuxScheduledPowerEvents::addTimer(std::vector<Dictionary>& events, const std::string& unit,
                                          const std::string& path) const {
   const LinuxBus::Reply reply =
       bus_.call(kServiceManager, path.c_str(), "org.freedesktop.DBus.Properties", "GetAll",
                 [](sd_bus_message* call) { return sd_bus_message_append(call, "s", kTimer); });
-  if (reply.outcome != LinuxBus::Outcome::Answered) return false;
+  if (reply.outcome == LinuxBus::Outcome::Absent) return false;
+  if (reply.outcome == LinuxBus::Outcome::Failed) return true;
   const auto timer = readTimer(reply.message.get());
-  if (!timer || !timer->wakesSystem) return timer.has_value();
+  if (!timer || !timer->wakesSystem) return true;
 
   std::optional<Date> next = dateOf(timer->realtimeUsec);
   if (timer->monotonicUsec != 0 && timer->monotonicUsec < kForever) {

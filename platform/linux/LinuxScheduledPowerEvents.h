@@ -16,8 +16,8 @@ namespace zorva {
 /// system. "scheduledby" is "rtc0 (rtc_cmos)", "logind", or the timer's name.
 ///
 /// No list when there is none of these three. It is asked for while the system waits to sleep, so
-/// a service is asked nothing more once it has not answered, and nobody is asked once the time
-/// limit is over: with the last call's own limit, no more than three seconds in all.
+/// nobody is asked once the time limit is over: with the last call's own limit, no more than three
+/// seconds in all.
 class LinuxScheduledPowerEvents : public ScheduledPowerEvents {
  public:
   static constexpr std::chrono::seconds kTimeLimit{1};
