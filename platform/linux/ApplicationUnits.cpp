@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/linux/SysfsText.h"
+#include "platform/linux/SysfsAttributes.h"
 
 namespace zorva {
 namespace {

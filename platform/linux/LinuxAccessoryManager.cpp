@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/SysfsText.h"
+#include "platform/linux/SysfsAttributes.h"
 
 namespace zorva {
 namespace {

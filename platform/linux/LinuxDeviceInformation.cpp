@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "platform/Text.h"
-#include "platform/linux/SysfsText.h"
+#include "platform/linux/SysfsAttributes.h"
 
 namespace zorva {
 namespace {

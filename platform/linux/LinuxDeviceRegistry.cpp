@@ -39,7 +39,7 @@ class LinuxRegistryEntry : public RegistryEntry {
   virtual bool present() const { return ::access(directory_.c_str(), F_OK) == 0; }
 
   SysfsAttributes attributes() const {
-    return [this](const std::string& name) { return readSysfsAttribute(path(name)); };
+    return [this](const std::string& name) { return readAttribute(path(name)); };
   }
 
   struct Message {
@@ -110,7 +110,7 @@ class LinuxBacklight : public LinuxRegistryEntry {
 
 std::shared_ptr<LinuxPowerSource> findPowerSource(const std::string& directory) {
   std::shared_ptr<LinuxPowerSource> emptyBay;
-  for (const std::string& name : sortedNamesIn(directory)) {
+  for (const std::string& name : entryNames(directory)) {
     auto battery = std::make_shared<LinuxPowerSource>(directory, name);
     if (!battery->ofTheDeviceItself()) continue;
     if (battery->present()) return battery;
@@ -121,7 +121,7 @@ std::shared_ptr<LinuxPowerSource> findPowerSource(const std::string& directory) 
 
 std::shared_ptr<LinuxBacklight> findBacklight(const std::string& directory) {
   std::shared_ptr<LinuxBacklight> best;
-  for (const std::string& name : sortedNamesIn(directory)) {
+  for (const std::string& name : entryNames(directory)) {
     auto backlight = std::make_shared<LinuxBacklight>(directory, name);
     if (!best || backlightRank(backlight->attributes()) < backlightRank(best->attributes())) {
       best = std::move(backlight);

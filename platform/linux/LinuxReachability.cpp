@@ -17,7 +17,7 @@
 
 #include "platform/linux/EventSources.h"
 #include "platform/linux/NetlinkRequest.h"
-#include "platform/linux/SysfsText.h"
+#include "platform/linux/SysfsAttributes.h"
 #include "platform/support/Descriptor.h"
 
 namespace zorva {

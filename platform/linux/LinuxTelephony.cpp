@@ -1,16 +1,9 @@
 #include "platform/linux/LinuxTelephony.h"
 
-#include <filesystem>
-#include <fstream>
+#include "platform/linux/SysfsAttributes.h"
 
 namespace zorva {
 namespace {
-
-std::string firstWord(const std::filesystem::path& file) {
-  std::string word;
-  std::ifstream(file) >> word;
-  return word;
-}
 
 struct Switches {
   int all = 0;
@@ -39,12 +32,12 @@ void LinuxTelephony::signalStrength(std::int32_t& raw, std::int32_t& graded, std
 bool LinuxTelephony::airplaneMode() {
   if (modem().poweredOff) return true;
   Switches mobile, every;
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(radioSwitches_, error)) {
-    const std::string type = firstWord(entry.path() / "type");
-    if (type.empty()) continue;  // it has just gone
+  for (const std::string& name : entryNames(radioSwitches_)) {
+    const std::string directory = radioSwitches_ + "/" + name;
+    const auto type = readAttribute(directory + "/type");
+    if (!type) continue;  // it has just gone
     const bool off =
-        firstWord(entry.path() / "soft") == "1" || firstWord(entry.path() / "hard") == "1";
+        readAttribute(directory + "/soft") == "1" || readAttribute(directory + "/hard") == "1";
     for (Switches* switches : {&every, type == "wwan" ? &mobile : nullptr}) {
       if (!switches) continue;
       ++switches->all;

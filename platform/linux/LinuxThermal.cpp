@@ -16,17 +16,13 @@ bool isNumbered(std::string_view name, std::string_view prefix) {
          name.find_first_not_of("0123456789", prefix.size()) == std::string_view::npos;
 }
 
-std::optional<std::int64_t> readNumber(const std::string& path) {
-  return wholeNumber(readSysfsAttribute(path));
-}
-
 // The cooling device is bound to a temperature of the zone from which on the device has to do less.
 // Fans have trip points of another kind, and a device that is bound to none (a backlight that is
 // cooler when it is dark) has a state that says nothing about heat.
 bool throttles(const std::string& zone, const std::string& device) {
   const auto trip = readNumber(zone + "/" + device + "_trip_point");
   return trip && *trip >= 0 &&
-         readSysfsAttribute(zone + "/trip_point_" + std::to_string(*trip) + "_type") == "passive";
+         readAttribute(zone + "/trip_point_" + std::to_string(*trip) + "_type") == "passive";
 }
 
 // In percent of the strongest throttling.
@@ -59,17 +55,16 @@ LinuxThermal::LinuxThermal(sd_event* event, LinuxSystemNotifications& notificati
 }
 
 std::int32_t LinuxThermal::level() {
-  if (events_) return readLevel();
-  listen();  // before the reading, so that no change falls between the two
+  if (!events_) listen();  // before the reading, so that no change falls between the two
   return told_ = readLevel();
 }
 
 std::int32_t LinuxThermal::readLevel() const {
   std::int32_t level = 0;
-  for (const std::string& name : sortedNamesIn(directory_)) {
+  for (const std::string& name : entryNames(directory_)) {
     if (!isNumbered(name, "thermal_zone")) continue;
     const std::string zone = directory_ + "/" + name;
-    for (const std::string& device : sortedNamesIn(zone)) {
+    for (const std::string& device : entryNames(zone)) {
       if (isNumbered(device, "cdev") && throttles(zone, device)) {
         level = std::max(level, throttling(zone + "/" + device));
       }

@@ -46,7 +46,7 @@ class LinuxThermal : public Thermal {
   LinuxSystemNotifications& notifications_;
   std::string directory_;
   std::vector<Registration> states_;
-  std::int32_t told_ = 0;
+  std::int32_t told_ = 0;  ///< the last level that anyone was answered, or heard of
   CoalescedCall changed_;
   std::optional<ThermalEvents> events_;
   std::unique_ptr<sd_device_monitor, MonitorRelease> monitor_;

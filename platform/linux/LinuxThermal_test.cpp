@@ -187,6 +187,10 @@ TEST_F(LinuxThermalTest, PostsChangesOfTheLevelOnly) {
   EXPECT_EQ(thermal_.level(), 25);
   for (const char* state : {"1", "2", "2", "0"}) change(state);
   EXPECT_EQ(heard, (std::vector<std::int32_t>{50, 0}));
+  bind("thermal_zone0", "cdev0", "0", "3", "4");  // no event tells it
+  EXPECT_EQ(thermal_.level(), 75);
+  change("0");
+  EXPECT_EQ(heard.size(), 3U) << "what was answered since counts as told";
 }
 
 }  // namespace

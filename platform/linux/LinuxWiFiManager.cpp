@@ -16,7 +16,7 @@
 #include "platform/Observers.h"
 #include "platform/linux/EventSources.h"
 #include "platform/linux/NetlinkRequest.h"
-#include "platform/linux/SysfsText.h"
+#include "platform/linux/SysfsAttributes.h"
 #include "platform/linux/WirelessMessages.h"
 #include "platform/support/Descriptor.h"
 

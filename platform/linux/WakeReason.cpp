@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/Text.h"
-#include "platform/linux/SysfsText.h"
+#include "platform/linux/SysfsAttributes.h"
 
 namespace zorva {
 namespace {
