@@ -197,7 +197,9 @@ TEST(LinuxKernelValues, FillsNoMoreThanTheBuffer) {
   EXPECT_EQ(kernel.read("kern.bootargs", std::span(buffer).first(3), filled), 0);
   EXPECT_EQ(buffer.substr(0, filled), "qui");
   EXPECT_EQ(buffer.substr(size), "#####");
-  // Nobody knows how it was before a sleep that was missed.
+  // Nobody knows how it was before a sleep that was missed, also after one that was not.
+  kernel.systemWillSleep();
+  kernel.systemDidWake();
   machine.speak("wakeup2", 9, 9, 900);
   kernel.systemDidWake();
   EXPECT_EQ(kernel.sizeOf("kern.wakereason", size), ENOENT);

@@ -217,6 +217,11 @@ TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
             Lines({"radio-band-change"}));
   EXPECT_EQ(signal(), "-1 -1 -1");
   EXPECT_TRUE(telephony_.airplaneMode());
+  // And on: what it was asked for it has forgotten, and is not asked for while it is off.
+  toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
+  toldAfter(is + "0");
+  toldAfter("modem.set('Modem', State=dbus.Int32(8), PowerState=dbus.UInt32(3))");
+  toldAfter(is + "2");
 }
 
 TEST_F(LinuxTelephonyTest, KnowsAirplaneModeByTheSwitches) {
