@@ -30,12 +30,12 @@ check:
 	@$(MAKE) --no-print-directory test PRESET=asan
 
 format:
-	@find apps bench core loggers platform power process telephony tests wake \
+	@find apps bench core loggers platform power process report telephony tests wake \
 	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 # Slow; what it finds is for people to judge. Needs the package clang-tidy.
 tidy: build
-	@run-clang-tidy -quiet -p $(BUILD) '^$(CURDIR)/(apps|bench|core|loggers|platform|power|process|telephony|wake)/.*(?<!_test)\.cpp$$'
+	@run-clang-tidy -quiet -p $(BUILD) '^$(CURDIR)/(apps|bench|core|loggers|platform|power|process|report|telephony|wake)/.*(?<!_test)\.cpp$$'
 
 clean:
 	rm -rf build
