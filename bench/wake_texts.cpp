@@ -1,7 +1,7 @@
 // Wake texts of a modem, decoded to the bodies of their entries, which are printed.
 //
-//     wake_texts COUNT            decodes COUNT texts
-//     wake_texts COUNT --pcap     writes the same packets as a capture file for other tools
+//     wake_texts COUNT [TIMES]    decodes COUNT texts; with TIMES: again so often, and what that
+//     cost wake_texts COUNT --pcap     writes the same packets as a capture file for other tools
 
 #include <arpa/inet.h>
 #include <cstdint>
@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/Measure.h"
 #include "core/NotificationCenter.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxProcessInformation.h"
@@ -72,7 +73,7 @@ void writeCapture(unsigned count) {
 int main(int argc, char** argv) {
   const int count = argc > 1 ? std::atoi(argv[1]) : 0;
   if (count < 1) {
-    std::fprintf(stderr, "usage: wake_texts COUNT [--pcap]\n");
+    std::fprintf(stderr, "usage: wake_texts COUNT [TIMES | --pcap]\n");
     return 2;
   }
   const auto packets = static_cast<unsigned>(count);
@@ -80,18 +81,22 @@ int main(int argc, char** argv) {
     writeCapture(packets);
     return 0;
   }
+  std::vector<std::string> texts;
+  for (unsigned number = 0; number < packets; ++number) texts.push_back(textOf(packetOf(number)));
   zorva::NotificationCenter notifications;
   Silent systemLog;
   zorva::LinuxProcessInformation processes;
   zorva::ZVPacketTracker tracker(notifications, systemLog, processes);
-  for (unsigned number = 0; number < packets; ++number) {
-    const auto bodies =
-        tracker.analyzePacketType(textOf(packetOf(number)), zorva::ZVPacketTracker::kBasebandWake);
-    if (!bodies) return 1;
-    for (const auto& [category, body] : *bodies) {
-      std::fwrite(body.data(), 1, body.size(), stdout);
-      std::fputc('\n', stdout);
+  const auto decodeAll = [&] {
+    for (const std::string& text : texts) {
+      const auto bodies = tracker.analyzePacketType(text, zorva::ZVPacketTracker::kBasebandWake);
+      if (!bodies) std::exit(1);
+      for (const auto& [category, body] : *bodies) {
+        std::fwrite(body.data(), 1, body.size(), stdout);
+        std::fputc('\n', stdout);
+      }
     }
-  }
+  };
+  zorva::bench::repeat(argc > 2 ? argv[2] : nullptr, decodeAll);
   return 0;
 }

@@ -209,9 +209,8 @@ std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
   const std::uint32_t source = read(2);
   const std::uint32_t destination = read(2);
   const std::uint32_t length = read(2);
-  packetLog_ += formatText(" source_port=%u;", source);
-  packetLog_ += formatText(" dest_port=%u;", destination);
-  packetLog_ += formatText(" length=%u;", length);
+  packetLog_ +=
+      formatText(" source_port=%u; dest_port=%u; length=%u;", source, destination, length);
   return static_cast<std::uint16_t>(destination);
 }
 
@@ -236,13 +235,9 @@ std::uint16_t ZVPacketTracker::tcpParse(std::string_view text) {
   for (std::size_t i = 0; i < control.size(); ++i) {
     if ((flags & 0x3F & (0x80U >> i)) == 0) control[i] = 'x';
   }
-  packetLog_ += formatText(" source_port=%u;", source);
-  packetLog_ += formatText(" dest_port=%u;", destination);
-  packetLog_ += formatText(" seq=%u;", sequence);
-  packetLog_ += formatText(" ack=%u;", acknowledgement);
-  packetLog_ += formatText(" offset=%u;", offset);
-  packetLog_ += formatText(" window=%u;", window);
-  packetLog_ += formatText(" control=%s;", control.c_str());
+  packetLog_ +=
+      formatText(" source_port=%u; dest_port=%u; seq=%u; ack=%u; offset=%u; window=%u; control=%s;",
+                 source, destination, sequence, acknowledgement, offset, window, control.c_str());
   return static_cast<std::uint16_t>(destination);
 }
 
@@ -305,9 +300,8 @@ std::uint16_t ZVPacketTracker::decodeHeaders(std::string_view packet) {
   const auto destination = readAddress();
   if ((versionAndLength & 0x0F) == 6) read(4);  // one word of options; longer ones are not known
 
-  packetLog_ += formatText(" version=IPv%d;", versionAndLength >> 4);
-  packetLog_ += formatText(" length=%d;", length);
-  packetLog_ += formatText(" ttl=%d;", timeToLive);
+  packetLog_ +=
+      formatText(" version=IPv%d; length=%d; ttl=%d;", versionAndLength >> 4, length, timeToLive);
   switch (protocol) {
     case kTCP:
       packetLog_ += " protocol=TCP;";
@@ -321,9 +315,9 @@ std::uint16_t ZVPacketTracker::decodeHeaders(std::string_view packet) {
     default:
       packetLog_ += formatText(" protocol=Other (%d);", protocol);
   }
-  packetLog_ += formatText(" source=%d.%d.%d.%d;", source[0], source[1], source[2], source[3]);
-  packetLog_ += formatText(" destination=%d.%d.%d.%d;", destination[0], destination[1],
-                           destination[2], destination[3]);
+  packetLog_ +=
+      formatText(" source=%d.%d.%d.%d; destination=%d.%d.%d.%d;", source[0], source[1], source[2],
+                 source[3], destination[0], destination[1], destination[2], destination[3]);
   if (protocol == kTCP) return tcpParse(packet.substr(cursor));
   if (protocol == kUDP) return udpParse(packet.substr(cursor));
   return 0;
