@@ -25,11 +25,14 @@ struct Character {
 
 // The character at the start of a text that has one.
 Character firstCharacter(std::string_view text) {
+  if (static_cast<unsigned char>(text[0]) < 0x80) {
+    return {static_cast<char32_t>(text[0]), text.substr(0, 1)};
+  }
   const std::size_t length = sequenceLength(text);
   if (length == 0) return {kNoCharacter, text.substr(0, 1)};
   const auto lead = static_cast<unsigned char>(text[0]);
   // The lead byte of n bytes has n bits set and one clear, then the code's first bits.
-  char32_t code = length == 1 ? lead : lead & (0x7F >> length);
+  char32_t code = lead & (0x7F >> length);
   for (std::size_t i = 1; i < length; ++i) {
     code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
   }
@@ -51,6 +54,7 @@ Characters firstCharacters(std::string_view text, std::size_t most) {
 }
 
 bool isShorterThan(std::string_view text, std::size_t characters) {
+  if (text.size() >= characters * 4) return false;  // no character has more bytes
   return firstCharacters(text, characters).count < characters;
 }
 
@@ -64,6 +68,12 @@ int digitValue(char32_t character) {
   if (character >= 'a' && character <= 'f') return static_cast<int>(character - 'a') + 10;
   if (character >= 'A' && character <= 'F') return static_cast<int>(character - 'A') + 10;
   return -1;
+}
+
+bool isHexadecimal(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char character) {
+    return digitValue(static_cast<unsigned char>(character)) >= 0;
+  });
 }
 
 bool sameLetter(char one, char other) {
@@ -176,6 +186,7 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
 
 // The packet, when it is long enough and all of it hexadecimal.
 std::optional<std::string> ZVPacketTracker::checkedPacket(std::string_view packet) {
+  if (packet.size() >= kLeastPacket && isHexadecimal(packet)) return std::string(packet);
   if (isShorterThan(packet, kLeastPacket)) {
     systemLog_.write("[PacketDecoder] Packet too short");
     return std::nullopt;
