@@ -34,10 +34,10 @@ namespace {
 
 using zorva::Descriptor;
 
-// What follows each news of the battery, whoever's failure it was that kept the news away.
+// What follows each news of the battery, and what else tells of its health.
 const std::set<std::string> kOnBatteryNews{
-    "Battery",   "Bluetooth", "Network",  "ProcessMonitor", "WiFi",
-    "Assertion", "Telephony", "Syncward", "Syslog",         "Baseband State Durations"};
+    "Battery",   "Bluetooth", "Network", "ProcessMonitor",           "WiFi",  "Assertion",
+    "Telephony", "Syncward",  "Syslog",  "Baseband State Durations", "Config"};
 
 // The entries that may differ when a service fails, by the first part of the fault point's name.
 // A service that is not here may change anything.
