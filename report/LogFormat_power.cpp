@@ -116,8 +116,8 @@ constexpr FieldFormat kSchedule[] = {
     {"event", kText, "", "What will happen; other texts are the system's own.",
      "Wakes and the login manager's planned shutdowns and restarts only.", kHarmless, kScheduled},
     {"id", kText, "", "Who wants it.",
-     "The clock for alarms of the real-time clock (the kernel does not tell who set one), "
-     "\"logind\" for shutdown and restart, the unit's name for timers with WakeSystem=yes.",
+     "\"logind\" for shutdown and restart, the unit's name for timers with WakeSystem=yes, the "
+     "clock's name for alarms of a real-time clock, as the kernel does not tell who has set one.",
      kName},
     {"time", kDate, "", "When it will happen.", "From the same sources."}};
 
