@@ -5,12 +5,14 @@
 //
 // Status 1 when a log cannot be read, or when a category has no entry in any of them.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "report/LogReader.h"
@@ -21,26 +23,27 @@ namespace {
 constexpr std::size_t kWidth = 64;  // columns of an example, with the page's margin within 80
 
 constexpr std::string_view kHead = R"(.\" Made by zorva-log-manual from report/LogFormat_*.cpp.
-.TH ZORVA\-LOG 5 2026\-11\-25 "Zorva" "Zorva's Manual"
+.TH ZORVA\-LOG 5 2026-11-25 "Zorva" "Zorva's Manual"
 .SH NAME
 zorva\-log \- the log that zorva writes
 .SH DESCRIPTION
 .BR zorva (1)
 records in one text file all that bears on the battery of a handset or laptop.
-Each line is an entry.
 It is meant to be read by people: follow it with
 .BR tail (1),
 search it with
 .BR grep (1).
 .PP
-This page tells what a line is made of, when lines are written, and then, category by category, what
-each field means, where it comes from on Linux, and what the category can reveal to somebody who gets
-the log.
+This page tells what a line is made of and when lines are written, and then,
+category by category, what each field means, where it comes from on Linux, and
+what the category can reveal about you to somebody to whom you give the log.
 .SH THE FILE
 A daemon writes
-.IR /Library/Logs/Faultbox/Zorva_DATE_DEVICE.zorva ,
-with the date and time of its beginning and the name of the device.
-When the name is taken, \(dq\-1\(dq to \(dq\-9\(dq stands behind the time.
+.IR /Library/Logs/Faultbox/Zorva_DATE\-TIME_DEVICE.zorva ,
+with the date and time of its beginning
+.RI ( YYYY\-MM\-DD\-HHMMSS )
+and the name of the device.
+When that name is taken, \(dq\-1\(dq to \(dq\-9\(dq stands behind the time.
 The file belongs to the user
 .IR mobile ,
 where there is one, and everybody can read it.
@@ -60,33 +63,39 @@ where 5 is the version of the format; a log on standard output has no such line.
 Then comes a snapshot: one entry or more of nearly every category.
 From then on an entry is written when something happens.
 .PP
-The file may be moved or removed at any time: a new one is begun at once, with a fresh snapshot.
-To put files together, read them in the order of their names.
+The file may be moved or removed at any time: a new one is begun at once, with a
+fresh snapshot.
+Files read one behind the other, in the order of their names, are one log.
 .SH ANATOMY OF A LINE
+Each line is an entry:
+.PP
+.RS
 .EX
-DATE TIME [CATEGORY] KEY=VALUE; KEY=VALUE;
+\fIDATE TIME\fR [\fICATEGORY\fR] \fIKEY\fR=\fIVALUE\fR; \fIKEY\fR=\fIVALUE\fR;
 .EE
+.RE
 .TP
 .I DATE
 Month, day and year in two digits each, in local time.
-The year is that of the week, whose first day and whose minimum in the new year are those of the locale:
-the last days of December can already carry the next year, and the first days of January the last.
+The year is that of the week: the last days of December can already carry the
+next year.
 .TP
 .I TIME
 Hours, minutes and seconds, in local time.
-When the clock was set, or the device is in another time zone, time goes back or leaps ahead; the Locale entry
-next to it tells.
+It goes back, or leaps ahead, when the clock is set or the device comes into
+another time zone; a Locale entry then tells so.
 .TP
 .I CATEGORY
 What the entry is about.
-It stands in brackets, and can have blanks.
+It can have blanks.
 .TP
 .IR KEY = VALUE ;
-The fields come in the order in which they are told here.
+A field.
+Fields come in the order in which they are told below.
 A unit stands right behind the value, if there is one.
-A value can hold blanks, and even \(dq=\(dq and \(dq;\(dq where it is a name or a text.
+Names and texts can themselves hold blanks, \(dq=\(dq and \(dq;\(dq.
 .PP
-Values that stand for something else:
+Two values can stand in most places:
 .TP
 .B <unknown>
 Nobody has told the value, or it cannot be told on this device.
@@ -94,42 +103,63 @@ Nobody has told the value, or it cannot be told on this device.
 .B (null)
 There is no such value.
 .PP
-Text from elsewhere (names of programs, networks and so on) is shown so that it stays on its line:
-control characters as
+Text from elsewhere (names of programs, networks and so on) stays on its line:
+control characters are shown as
 .BR \ex \c
 .I NN
-with two hexadecimal digits, as in
+with two hexadecimal digits, so that
 .B \ex0a
-for a line end, and bytes that are not UTF\-8 as the replacement character.
+is a line end, and bytes that are not UTF\-8 as the replacement character.
 .PP
-Entries of some categories are no fields but a text.
-One kind has more than a line: it ends its first line with \(dq{\(dq or \(dq(\(dq right behind the bracket,
-and its last line is \(dq}\(dq or \(dq)\(dq.
-Blank lines stand around the entries of the system log.
+The entries of Syslog and Zorva hold a text in place of fields.
+An entry of Zorva can have several lines: then its first line ends with \(dq{\(dq or
+\(dq(\(dq right behind the bracket, and its last line is \(dq}\(dq or \(dq)\(dq.
+Blank lines stand around the entries of Syslog.
 .SH WHEN ENTRIES ARE WRITTEN
 .TP
-.B snapshot
+.B In a snapshot
 When logging begins: at the start, and at the head of each new file.
 .TP
-.B level
-When the whole percent of the battery's level has changed, or has not for half an hour.
-That time is set by the preference
+.B With the level
+When the whole percent of the battery's level has changed, or has not for half
+an hour, below the Battery entry that tells it.
+The half hour can be changed by the preference
 .BR ZVSecondsBeforeSignificantTimeTriggered ,
 see
 .BR zorva (1).
-It comes with a Battery entry.
 .TP
-.B change, event
-When the thing that the entry is about has changed or happened.
+.B When something changes
+At once.
 .PP
-Zorva does not look again and again: what no event tells is told at the next snapshot or level.
+Zorva does not look again and again: what no event tells shows in the next
+snapshot, or with the next level.
 .SH CATEGORIES
-The lines are real ones, of a simulated handset.
-Where they are too long for this page they are broken, and go on with an indent; in the log each is one line.
+The lines shown are real ones, of a simulated handset; those that are too long
+for a page go on below with an indent.
 .PP
-Behind \(dqLinux:\(dq stands where a value comes from on a Linux machine, and what stands there without that source.
-.I Reveals
-is about the owner of the device: whoever gets the log gets that.
+The fields are shown as
+.BI key= VALUE
+with the unit, where the value is
+.I N
+(a whole number),
+.I N.N
+(a number with a fraction),
+.I HEX
+(a hexadecimal number),
+.I H:MM:SS
+(hours, minutes and seconds),
+.I DATE
+(year, month, day, time and distance from universal time),
+.I WORD
+(one of the words told) or
+.I TEXT
+(any text; the words told are those with a meaning of their own).
+.I NAME
+as the key means that the device gives it.
+.PP
+\(dqLinux:\(dq tells where the value comes from on a Linux machine, and what stands
+there without that source.
+At the head of a category it holds for all fields that tell nothing else.
 )";
 
 constexpr std::string_view kTail = R"(.SH FILES
@@ -214,70 +244,65 @@ std::string folded(std::string_view line) {
 std::string_view typeName(FieldType type) {
   switch (type) {
     case FieldType::kWord:
-      return "word";
+      return "WORD";
     case FieldType::kText:
-      return "text";
+      return "TEXT";
     case FieldType::kInteger:
-      return "integer";
+      return "N";
     case FieldType::kHex:
-      return "hexadecimal";
+      return "HEX";
     case FieldType::kReal:
-      return "number";
+      return "N.N";
     case FieldType::kDuration:
-      return "hours:minutes:seconds";
+      return "H:MM:SS";
     case FieldType::kDate:
-      return "date";
+      return "DATE";
   }
   return "";
 }
 
-void writeWords(std::span<const WordFormat> words) {
-  if (words.empty()) return;
-  bool told = false;
-  for (const WordFormat& word : words) told = told || !word.meaning.empty();
-  if (!told) {
-    std::cout << "Words:";
-    const char* separator = " ";
-    for (const WordFormat& word : words) {
-      std::cout << separator << "\\fB" << escaped(word.word) << "\\fR";
-      separator = ", ";
-    }
-    std::cout << ".\n";
-    return;
-  }
-  std::cout << ".RS\n.PD 0\n";
+// True when what follows has to begin a new paragraph.
+bool writeWords(std::span<const WordFormat> words) {
+  const char* separator = "Words: ";
   for (const WordFormat& word : words) {
-    std::cout << ".TP\n\\fB" << escaped(word.word) << "\\fR\n"
-              << (word.meaning.empty() ? "As it says." : escaped(word.meaning) + ".") << "\n";
+    if (!word.meaning.empty()) continue;
+    std::cout << separator << "\\fB" << escaped(word.word) << "\\fR";
+    separator = ", ";
   }
-  std::cout << ".PD\n.RE\n.IP\n";
+  if (separator == std::string_view(", ")) std::cout << ".\n";
+  bool list = false;
+  for (const WordFormat& word : words) {
+    if (word.meaning.empty()) continue;
+    if (!std::exchange(list, true)) std::cout << ".RS\n.PD 0\n";
+    std::cout << ".TP\n\\fB" << escaped(word.word) << "\\fR\n" << escaped(word.meaning) << ".\n";
+  }
+  if (list) std::cout << ".PD\n.RE\n";
+  return list;
 }
 
-void writeField(const FieldFormat& field, std::string_view linuxBefore) {
+void writeField(const FieldFormat& field, std::string_view usual) {
   std::cout << ".TP\n";
   if (field.key == "*") {
-    std::cout << "\\fIkey\\fR";
+    std::cout << "\\fINAME\\fR";
   } else {
     std::cout << "\\fB" << escaped(field.key) << "\\fR";
   }
   std::cout << "=\\fI" << typeName(field.type) << "\\fR" << escaped(field.unit) << "\n"
             << escaped(field.meaning) << "\n";
-  writeWords(field.words);
-  std::cout << ".br\nLinux: "
-            << (field.onLinux == linuxBefore ? "as above." : escaped(field.onLinux)) << "\n";
+  const bool list = writeWords(field.words);
+  if (field.onLinux == usual) return;
+  std::cout << (list ? ".IP" : ".br") << "\nLinux: " << escaped(field.onLinux) << "\n";
 }
 
-void writeEntry(const EntryFormat& format, const std::string& example) {
-  std::cout << ".SS \"" << escaped(format.category) << "\"\n" << escaped(format.meaning) << "\n";
-  std::cout << ".PP\n.EX\n" << escaped(example) << "\n.EE\n";
-  std::cout << ".PP\nWritten: " << escaped(format.written) << "\n";
-  std::string_view linuxBefore;
+// What holds for most of the fields on Linux, or an empty text.
+std::string_view usualOnLinux(const EntryFormat& format) {
   for (const FieldFormat& field : format.fields) {
-    writeField(field, linuxBefore);
-    linuxBefore = field.onLinux;
+    const auto same =
+        std::count_if(format.fields.begin(), format.fields.end(),
+                      [&](const FieldFormat& each) { return each.onLinux == field.onLinux; });
+    if (same > 1 && 2 * static_cast<std::size_t>(same) > format.fields.size()) return field.onLinux;
   }
-  std::cout << ".PP\n\\fIReveals\\fR: "
-            << (format.reveals.empty() ? "nothing." : escaped(format.reveals)) << "\n";
+  return "";
 }
 
 struct Example {
@@ -285,8 +310,27 @@ struct Example {
   std::string text;
 };
 
+struct Examples {
+  Example line;   // an entry of one line
+  Example lines;  // one of several
+};
+
+void writeEntry(const EntryFormat& format, const Examples& examples) {
+  std::cout << ".SS \"" << escaped(format.category) << "\"\n" << escaped(format.meaning) << "\n";
+  for (const Example* example : {&examples.line, &examples.lines}) {
+    if (example->text.empty()) continue;
+    std::cout << ".PP\n.EX\n" << escaped(example->text) << "\n.EE\n";
+  }
+  std::cout << ".PP\nWritten: " << escaped(format.written) << "\n";
+  const std::string_view usual = usualOnLinux(format);
+  if (!usual.empty()) std::cout << ".PP\nLinux: " << escaped(usual) << "\n";
+  for (const FieldFormat& field : format.fields) writeField(field, usual);
+  std::cout << ".PP\n\\fIReveals\\fR: "
+            << (format.reveals.empty() ? "nothing." : escaped(format.reveals)) << "\n";
+}
+
 // For each category the entry that shows the most values, the first of them.
-bool readExamples(const char* path, std::map<std::string, Example>& examples) {
+bool readExamples(const char* path, std::map<std::string, Examples>& examples) {
   std::ifstream file(path);
   LogReader reader;
   reader.begin([&](char* to, std::size_t most) {
@@ -302,7 +346,8 @@ bool readExamples(const char* path, std::map<std::string, Example>& examples) {
     for (const LogField& field : fields) {
       if (!field.value.starts_with('<') && field.value != "(null)") ++worth;
     }
-    Example& best = examples[std::string(record.category)];
+    Examples& both = examples[std::string(record.category)];
+    Example& best = record.lines > 1 ? both.lines : both.line;
     if (worth <= best.worth) continue;
     std::string_view text = record.raw;
     if (text.ends_with('\n')) text.remove_suffix(1);
@@ -316,7 +361,7 @@ bool readExamples(const char* path, std::map<std::string, Example>& examples) {
 }  // namespace zorva
 
 int main(int argc, char* argv[]) {
-  std::map<std::string, zorva::Example> examples;
+  std::map<std::string, zorva::Examples> examples;
   for (int i = 1; i < argc; ++i) {
     if (!zorva::readExamples(argv[i], examples)) return EXIT_FAILURE;
   }
@@ -327,7 +372,7 @@ int main(int argc, char* argv[]) {
       std::cerr << "zorva-log-manual: no log has an entry [" << format.category << "]\n";
       return EXIT_FAILURE;
     }
-    zorva::writeEntry(format, found->second.text);
+    zorva::writeEntry(format, found->second);
   }
   std::cout << zorva::kTail << std::flush;
   return std::cout ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -51,9 +51,9 @@ constexpr FieldFormat kBattery[] = {
     {"battery_temp", kReal, " C", "The battery's temperature in degrees Celsius.",
      "temp; 0.00 where the driver tells none."},
     {"usage", kDuration, "", "Time of use since the battery was last full.",
-     "Nobody keeps that account on Linux: <unknown>."},
+     "Nobody keeps that account: <unknown>."},
     {"standby", kDuration, "", "Time since the battery was last full, in use or not.",
-     "Nobody keeps that account on Linux: <unknown>."}};
+     "Nobody keeps that account: <unknown>."}};
 
 constexpr WordFormat kLightSensor[] = {{"enabled", "The display follows the light around it"},
                                        {"disabled", "It does not"}};

@@ -6,29 +6,25 @@ namespace {
 using enum FieldType;
 using enum Privacy;
 
-constexpr std::string_view kNever = "Nothing like it on Linux: always off.";
-constexpr std::string_view kNoService = "There is no such service on Linux, and no such entry.";
+constexpr std::string_view kNever = "There is nothing like it: always off.";
+constexpr std::string_view kNoService = "There is no such service, and so no such entry.";
 constexpr std::string_view kNoServiceButPosted =
-    "There is no such service on Linux: only when a program posts its notification.";
+    "There is no such service: only when a program posts its notification.";
 
-constexpr WordFormat kEmptyText[] = {{"<unknown>", "It tells an empty text"},
-                                     {"(null)", "It tells none"}};
 constexpr FieldFormat kAccessory[] = {
     {"connected", kWord, "", "Whether it is connected, or has just gone.",
      "The device manager (udev) tells USB devices; without one, in snapshots only.", kHarmless,
      kYesOrNo},
     {"connection_id", kHex, "", "A number for this connection.",
      "The USB bus, then the device in two digits: 112 is bus 1, device 18."},
-    {"mfg", kText, "", "Its maker.", "As the USB device tells it.", kName, kEmptyText},
-    {"name", kText, "", "Its name.", "As the USB device tells it.", kName, kEmptyText},
+    {"mfg", kText, "", "Its maker.", "As the USB device tells it.", kName},
+    {"name", kText, "", "Its name.", "As the USB device tells it.", kName},
     {"model", kText, "", "Its model.", "The USB ids of vendor and product, as lsusb shows them.",
-     kName, kEmptyText},
-    {"serial", kText, "", "Its serial number.", "As the USB device tells it.", kName, kEmptyText},
-    {"firmware", kText, "", "The version of its firmware.", "USB has no such text: always (null).",
-     kHarmless, kEmptyText},
+     kName},
+    {"serial", kText, "", "Its serial number.", "As the USB device tells it.", kName},
+    {"firmware", kText, "", "The version of its firmware.", "USB has no such text: always (null)."},
     {"hardware", kText, "", "The version of its hardware.",
-     "The USB device's release number; many makers count their firmware there.", kHarmless,
-     kEmptyText},
+     "The USB device's release number; many makers count their firmware there."},
     {"protocols", kText, "", "What it speaks, with blanks between; <unknown> for none.",
      "The classes of its interfaces: audio, input, storage and so on.", kName}};
 
@@ -93,9 +89,9 @@ constexpr FieldFormat kBluetooth[] = {
      "BlueZ: a device of the controller has Device1.Connected.", kHarmless, kYesOrNo},
     {"power_consumption", kInteger, "",
      "What it has used since it was last asked, in the controller's own unit.",
-     "Nobody counts it on Linux: always 0."},
+     "Nobody counts it: always 0."},
     {"power_err", kInteger, "", "The error of that question; 0 is none.",
-     "Always 105, not counted (103 and 104: there is no controller)."},
+     "Always 105, as nobody counts it; 103 and 104 where there is no controller."},
     {"power_time", kInteger, "", "The seconds since the last entry, over which it was used.",
      "Zorva's own."},
     {"power_consumption_rate", kInteger, "", "The two divided: use per second, rounded down.",
@@ -142,9 +138,9 @@ constexpr WordFormat kManual[] = {{"<manual>", "Only when the user asks"}};
 constexpr WordFormat kEnabled[] = {{"enabled", ""}, {"disabled", ""}};
 constexpr FieldFormat kKeepline[] = {
     {"push", kWord, "", "Whether services may push data to the device.",
-     "There is no such service on Linux: always disabled.", kHarmless, kEnabled},
+     "There is no such service: always disabled.", kHarmless, kEnabled},
     {"polling_interval", kInteger, "", "The interval of asking for data otherwise, in seconds.",
-     "There is no such service on Linux: always <manual>.", kHarmless, kManual}};
+     "There is no such service: always <manual>.", kHarmless, kManual}};
 
 constexpr FieldFormat kLocale[] = {
     {"id", kText, "", "The locale.",
@@ -191,8 +187,7 @@ constexpr FieldFormat kNetwork[] = {
      "\"RECEIVED/SENT\"; the key is the interface's name. The counters start again at 4 GiB.",
      "As \"ip -s link\" shows them, for the network namespace that Zorva runs in.", kName}};
 
-constexpr std::string_view kNotOnDemand =
-    "Linux has no connections that are made on demand: always no.";
+constexpr std::string_view kNotOnDemand = "No connections are made on demand: always no.";
 constexpr FieldFormat kReachability[] = {
     {"transient", kWord, "", "Whether the way leads over a connection that comes and goes.",
      kNotOnDemand, kHarmless, kYesOrNo},
@@ -259,7 +254,9 @@ constexpr FieldFormat kWiFi[] = {
      "No driver counts it: -25, there is no such request.", kHarmless, kUnavailable}};
 
 constexpr EntryFormat kEntries[] = {
-    {"Accessory", EntryShape::kFields, "An accessory; on Linux a USB device that can be unplugged.",
+    {"Accessory", EntryShape::kFields,
+     "An accessory; on Linux a USB device that can be unplugged. Of its texts (null) is one that "
+     "it does not tell, and <unknown> one that is empty.",
      "In a snapshot, one for each; when one comes or goes.",
      "Which things the owner has, down to the single one by its serial number.", kAccessory},
     {"Application", EntryShape::kFields, "An application that the user has started.",
@@ -297,8 +294,8 @@ constexpr EntryFormat kEntries[] = {
      "At each event.", "That there is such an account.", kSkyvault},
     {"Syncward", EntryShape::kFields, "The figures of an account that is synchronised.",
      "In a snapshot and with the level, one for each.", "Which accounts the owner has.", kSyncward},
-    {"Syncward Event", EntryShape::kFields, "The pings of these accounts.", "At each event.", "",
-     kSyncwardEvent},
+    {"Syncward Event", EntryShape::kFields, "The pings of these accounts.", "At each event.",
+     "When there was something new for an account.", kSyncwardEvent},
     {"Syslog", EntryShape::kText,
      "A message of the system log as \"PROGRAM[PROCESS ID]: TEXT\", with its own time, which is "
      "before that of the entries around it; the text ends after 1024 bytes. On Linux from the "
