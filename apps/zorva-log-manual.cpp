@@ -24,6 +24,8 @@ constexpr std::size_t kWidth = 64;  // columns of an example, with the page's ma
 
 constexpr std::string_view kHead = R"(.\" Made by zorva-log-manual from report/LogFormat_*.cpp.
 .TH ZORVA\-LOG 5 2026-11-25 "Zorva" "Zorva's Manual"
+.nr HY 0
+.ad l
 .SH NAME
 zorva\-log \- the log that zorva writes
 .SH DESCRIPTION

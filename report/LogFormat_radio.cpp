@@ -91,9 +91,12 @@ constexpr std::string_view kLocationSource =
     "source enabled; else <unknown>.";
 constexpr FieldFormat kRegistration[] = {
     {"operator", kText, "", "The network's name.", "ModemManager.", kName, kNoOperator},
-    {"lac", kInteger, "", "The location area, or on LTE and 5G the tracking area.", kLocationSource,
-     kName},
-    {"cell_id", kInteger, "", "The radio cell.", kLocationSource, kName},
+    {"lac", kInteger, "",
+     "The location area, or on LTE and 5G the tracking area; <unknown> until the cell has changed "
+     "once.",
+     kLocationSource, kName},
+    {"cell_id", kInteger, "", "The radio cell; <unknown> until it has changed once.",
+     kLocationSource, kName},
     {"home", kWord, "",
      "Whether the network is one at home; <unknown> until the registration has changed once.",
      "ModemManager.", kHarmless, kYesOrNo},
