@@ -1,0 +1,26 @@
+# cmake --install: programs, manual, completions, examples, and what the services need.
+include(GNUInstallDirs)
+set(ZORVA_SYSTEMD_DIR ${CMAKE_INSTALL_PREFIX}/lib CACHE PATH
+    "Where systemd looks for system/, sysusers.d/ and tmpfiles.d/ (on Debian /usr/lib)")
+set(packaging ${CMAKE_CURRENT_LIST_DIR})
+
+install(TARGETS zorva zorva-sim zorva-notify)
+file(GLOB pages CONFIGURE_DEPENDS ${packaging}/man/*.1)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+file(GLOB scenarios CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/scenarios/*)
+install(FILES ${scenarios} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+
+foreach(program zorva zorva-sim zorva-notify)
+  install(FILES ${packaging}/completions/zorva.bash RENAME ${program}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endforeach()
+install(FILES ${packaging}/completions/_zorva DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+
+set(BINDIR ${CMAKE_INSTALL_FULL_BINDIR})
+configure_file(${packaging}/zorva.service ${CMAKE_BINARY_DIR}/packaging/zorva.service @ONLY)
+configure_file(${packaging}/zorva.openrc ${CMAKE_BINARY_DIR}/packaging/zorva.openrc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/packaging/zorva.service DESTINATION ${ZORVA_SYSTEMD_DIR}/systemd/system)
+install(FILES ${packaging}/zorva.sysusers RENAME zorva.conf DESTINATION ${ZORVA_SYSTEMD_DIR}/sysusers.d)
+install(FILES ${packaging}/zorva.tmpfiles RENAME zorva.conf DESTINATION ${ZORVA_SYSTEMD_DIR}/tmpfiles.d)
+# Scripts of OpenRC belong into /etc; distributions that start with it copy it from here.
+install(PROGRAMS ${CMAKE_BINARY_DIR}/packaging/zorva.openrc DESTINATION ${CMAKE_INSTALL_DOCDIR})
