@@ -1,7 +1,6 @@
 # cmake --install: programs, manual, completions, examples, and what the services need.
 include(GNUInstallDirs)
-set(ZORVA_SYSTEMD_DIR ${CMAKE_INSTALL_PREFIX}/lib CACHE PATH
-    "Where systemd looks for system/, sysusers.d/ and tmpfiles.d/ (on Debian /usr/lib)")
+set(ZORVA_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/system CACHE PATH "Where systemd looks for units")
 set(packaging ${CMAKE_CURRENT_LIST_DIR})
 
 install(TARGETS zorva zorva-sim zorva-notify)
@@ -19,8 +18,8 @@ install(FILES ${packaging}/completions/_zorva DESTINATION ${CMAKE_INSTALL_DATADI
 set(BINDIR ${CMAKE_INSTALL_FULL_BINDIR})
 configure_file(${packaging}/zorva.service ${CMAKE_BINARY_DIR}/packaging/zorva.service @ONLY)
 configure_file(${packaging}/zorva.openrc ${CMAKE_BINARY_DIR}/packaging/zorva.openrc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/packaging/zorva.service DESTINATION ${ZORVA_SYSTEMD_DIR}/systemd/system)
-install(FILES ${packaging}/zorva.sysusers RENAME zorva.conf DESTINATION ${ZORVA_SYSTEMD_DIR}/sysusers.d)
-install(FILES ${packaging}/zorva.tmpfiles RENAME zorva.conf DESTINATION ${ZORVA_SYSTEMD_DIR}/tmpfiles.d)
+install(FILES ${CMAKE_BINARY_DIR}/packaging/zorva.service DESTINATION ${ZORVA_UNIT_DIR})
+install(FILES ${packaging}/zorva.sysusers RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/sysusers.d)
+install(FILES ${packaging}/zorva.tmpfiles RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/tmpfiles.d)
 # Scripts of OpenRC belong into /etc; distributions that start with it copy it from here.
 install(PROGRAMS ${CMAKE_BINARY_DIR}/packaging/zorva.openrc DESTINATION ${CMAKE_INSTALL_DOCDIR})
