@@ -37,8 +37,9 @@ format:
 tidy: build
 	@run-clang-tidy -quiet -p $(BUILD) '^$(CURDIR)/(apps|bench|core|loggers|platform|power|process|report|telephony|wake)/.*(?<!_test)\.cpp$$'
 
-# A Debian package in build/. Needs the packages debhelper and dpkg-dev.
+# A Debian package in build/, from what is committed.
 package: setup
+	@tools/setup tools/packages-package.txt
 	@tools/make_package build
 
 clean:

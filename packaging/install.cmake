@@ -1,19 +1,21 @@
 # cmake --install: programs, manual, completions, examples, and what the services need.
 include(GNUInstallDirs)
+set(ZORVA_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where zsh looks for completions")
 set(ZORVA_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/system CACHE PATH "Where systemd looks for units")
 set(packaging ${CMAKE_CURRENT_LIST_DIR})
 
-install(TARGETS zorva zorva-sim zorva-notify)
+set(programs zorva zorva-sim zorva-notify)
+install(TARGETS ${programs})
 file(GLOB pages CONFIGURE_DEPENDS ${packaging}/man/*.1)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 file(GLOB scenarios CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/scenarios/*)
 install(FILES ${scenarios} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 
-foreach(program zorva zorva-sim zorva-notify)
+foreach(program ${programs})
   install(FILES ${packaging}/completions/zorva.bash RENAME ${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endforeach()
-install(FILES ${packaging}/completions/_zorva DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(FILES ${packaging}/completions/_zorva DESTINATION ${ZORVA_ZSH_DIR})
 
 set(BINDIR ${CMAKE_INSTALL_FULL_BINDIR})
 configure_file(${packaging}/zorva.service ${CMAKE_BINARY_DIR}/packaging/zorva.service @ONLY)
