@@ -38,7 +38,7 @@ struct FieldFormat {
   std::string_view key;
   FieldType type;
   std::string_view unit;  ///< as it follows the value: "%", " mV", "b"; empty where there is none
-  std::string_view meaning;  ///< one sentence; names the unit where the log does not
+  std::string_view meaning;  ///< in full sentences; names the unit where the log does not
   std::string_view
       onLinux;  ///< where it comes from on Linux, or what stands there without a source
   Privacy privacy = Privacy::kHarmless;

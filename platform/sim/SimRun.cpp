@@ -18,7 +18,7 @@ constexpr const char* kUsage =
     "Options:\n"
     "    --root DIR    keep the handset's files (log directory, preferences) in DIR;\n"
     "                  without it they are removed at the end\n"
-    "    --help        print this help message and exit\n"
+    "    -h, --help    print this help message and exit\n"
     "    -- OPTIONS    what follows are options for zorva\n";
 
 struct Options {
