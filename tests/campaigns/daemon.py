@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """What the real daemon has to outlive, on a device of its own (needs root; touches nothing outside):
 
-    tests/campaigns/daemon.py BIN [CAMPAIGN...]     all of them, with the programs of the folder BIN
+    tests/campaigns/daemon.py BIN [CAMPAIGN...]     all but soak, with the programs of the folder BIN
 
     kill      killed at 1,000 random moments: whole lines, whole preferences, a clean next start
     move      the log moved away 1,000 times under load: every entry in one file, in order, whole
     storm     100,000 notifications at once: every one answered, in order
     disk      the log directory full, read-only, deleted and made anew
+    soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
 Prints what each tried and what was lost; status 1 when anything was.
 """
@@ -242,11 +243,49 @@ def disk():
     return '; '.join(tried), lost
 
 
+def soak():
+    """Notifications, processes that come and go, and a new log every five minutes."""
+    seconds = int(os.environ.get('SOAK_SECONDS', 3600))
+    daemon = Daemon()
+    proc = pathlib.Path(f'/proc/{daemon.process.pid}')
+
+    def used():
+        return (int(re.search(r'VmRSS:\s+(\d+)', (proc / 'status').read_text()).group(1)),
+                len(list((proc / 'fd').iterdir())))
+
+    begun = time.monotonic()
+    first = None
+    posted = moves = 0
+    while time.monotonic() - begun < seconds:
+        for name in EVENTS:
+            daemon.post(name)
+            posted += 1
+        subprocess.run(['true'], check=True)
+        time.sleep(0.2)
+        elapsed = time.monotonic() - begun
+        if elapsed > (moves + 1) * min(300, seconds / 10):
+            [log] = wait_for(logs, 'a log')
+            log.unlink()
+            moves += 1
+            wait_for(logs, 'a new log')
+            first = first or used()  # after the first new log everything has been in use
+        progress(int(elapsed), seconds, 'soak')
+    last = used()
+    lost = [] if daemon.end() == 0 else ['it did not end well']
+    if last[1] > first[1]:
+        lost.append(f'{last[1] - first[1]} descriptors')
+    if last[0] > first[0] * 1.05:
+        lost.append(f'memory grew from {first[0]} to {last[0]} KiB')
+    clear()
+    return (f'{seconds} s, {posted} notifications, {moves} new logs, resident {first[0]} to {last[0]} KiB, '
+            f'descriptors {first[1]} to {last[1]}'), lost
+
+
 def main():
     chosen = sys.argv[2:] or ['kill', 'move', 'storm', 'disk']
     failed = False
     for name in chosen:
-        tried, lost = {'kill': kill, 'move': move, 'storm': storm, 'disk': disk}[name]()
+        tried, lost = {'kill': kill, 'move': move, 'storm': storm, 'disk': disk, 'soak': soak}[name]()
         print(f'{name}: {tried}')
         for what in lost[:10]:
             print(f'  LOST {what}')

@@ -1,0 +1,34 @@
+# Completion of zorva, zorva-sim, zorva-notify and their like for bash.
+
+_zorva() {
+  COMPREPLY=($(compgen -W "-B -d -h -p -q" -- "${COMP_WORDS[COMP_CWORD]}"))
+}
+
+_zorva_sim() {
+  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} i
+  for ((i = 1; i < COMP_CWORD; i++)); do
+    if [[ ${COMP_WORDS[i]} == -- ]]; then
+      COMPREPLY=($(compgen -W "-B -d -h -p -q" -- "$word"))
+      return
+    fi
+  done
+  if [[ $previous == --root ]]; then
+    COMPREPLY=($(compgen -d -- "$word"))
+  elif [[ $word == -* ]]; then
+    COMPREPLY=($(compgen -W "--root --help --" -- "$word"))
+  else
+    COMPREPLY=($(compgen -f -X '!*.yaml' -- "$word") $(compgen -d -- "$word"))
+  fi
+}
+
+_zorva_notify() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  case $word in
+    -*) COMPREPLY=($(compgen -W "--state --help" -- "$word")) ;;
+    *) COMPREPLY=($(compgen -W "com.vennor.zorva.exit" -- "$word")) ;;
+  esac
+}
+
+complete -F _zorva zorva
+complete -o filenames -F _zorva_sim zorva-sim
+complete -F _zorva_notify zorva-notify
