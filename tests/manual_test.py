@@ -33,7 +33,8 @@ class Manual(unittest.TestCase):
     maxDiff = None
 
     def test_pages_are_shown_without_a_warning(self):
-        self.assertEqual(set(PAGES), {'zorva.1', 'zorva-sim.1', 'zorva-notify.1', 'zorva-log.5'})
+        self.assertEqual(set(PAGES), {'zorva.1', 'zorva-sim.1', 'zorva-notify.1', 'zorva-redact.1',
+                                      'zorva-log.5'})
         viewers = [viewer for viewer in VIEWERS if shutil.which(viewer[0])]
         if not viewers:
             self.skipTest('neither groff nor mandoc is installed')
@@ -44,7 +45,8 @@ class Manual(unittest.TestCase):
 
     def test_options_are_those_of_the_help(self):
         option = re.compile(r'(?<![\w-])--?(?:[A-Za-z][a-z]*\b|(?=\s|$))')
-        for name, help_option in (('zorva', '-h'), ('zorva-sim', '--help'), ('zorva-notify', '-h')):
+        for name, help_option in (('zorva', '-h'), ('zorva-sim', '--help'), ('zorva-notify', '-h'),
+                                  ('zorva-redact', '-h')):
             shown = run(program(name), help_option)
             self.assertEqual(shown.returncode, 0)
             lines = re.findall(r'^ +(-.*?)(?:  .*)?$', shown.stdout + shown.stderr, re.M)
