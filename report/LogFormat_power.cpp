@@ -165,7 +165,7 @@ constexpr EntryFormat kEntries[] = {
      kAssertion},
     {"Battery", EntryShape::kFields,
      "The battery's state. On Linux that of the first battery in /sys/class/power_supply, whose "
-     "files are named below.",
+     "files are named below; a device without has no such entries.",
      "In a snapshot, and whenever the battery's driver tells a change.",
      "When the device was charged, and so the habits of its owner.", kBattery},
     {"Config", EntryShape::kFields, "The device and its set-up.", "In a snapshot.",
