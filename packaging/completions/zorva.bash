@@ -1,4 +1,4 @@
-# Completion of zorva, zorva-sim, zorva-notify and their like for bash.
+# Completion of zorva, zorva-sim, zorva-notify and zorva-redact for bash.
 
 _zorva() {
   COMPREPLY=($(compgen -W "-B -d -h -p -q" -- "${COMP_WORDS[COMP_CWORD]}"))
@@ -29,6 +29,15 @@ _zorva_notify() {
   esac
 }
 
+_zorva_redact() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  case $word in
+    -*) COMPREPLY=($(compgen -W "-o --output --force --help" -- "$word")) ;;
+    *) COMPREPLY=($(compgen -f -- "$word")) ;;
+  esac
+}
+
 complete -F _zorva zorva
+complete -o filenames -F _zorva_redact zorva-redact
 complete -o filenames -F _zorva_sim zorva-sim
 complete -F _zorva_notify zorva-notify
