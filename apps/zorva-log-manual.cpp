@@ -39,6 +39,8 @@ search it with
 This page tells what a line is made of and when lines are written, and then,
 category by category, what each field means, where it comes from on Linux, and
 what the category can reveal about you to somebody to whom you give the log.
+.BR zorva\-redact (1)
+makes a log fit for that.
 .SH THE FILE
 A daemon writes
 .IR /Library/Logs/Faultbox/Zorva_DATE\-TIME_DEVICE.zorva ,
@@ -174,6 +176,7 @@ The preferences.
 .SH SEE ALSO
 .BR zorva (1),
 .BR zorva\-notify (1),
+.BR zorva\-redact (1),
 .BR zorva\-sim (1)
 )";
 

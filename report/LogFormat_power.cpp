@@ -163,14 +163,18 @@ constexpr EntryFormat kEntries[] = {
      "back.",
      "Which programs are in use, and by their names what for: a call, a film, a download.",
      kAssertion},
-    {"Battery", EntryShape::kFields, "The battery's state.",
+    {"Battery", EntryShape::kFields,
+     "The battery's state. On Linux that of the first battery in /sys/class/power_supply, whose "
+     "files are named below; a device without has no such entries.",
      "In a snapshot, and whenever the battery's driver tells a change.",
      "When the device was charged, and so the habits of its owner.", kBattery},
     {"Config", EntryShape::kFields, "The device and its set-up.", "In a snapshot.",
      "The model and system of the device, a key that is always the same for it, and what its "
      "kernel's arguments hold.",
      kConfig},
-    {"Display", EntryShape::kFields, "The display's backlight.",
+    {"Display", EntryShape::kFields,
+     "The display's backlight. On Linux one in /sys/class/backlight, whose files are named below; "
+     "a device without has no such entries.",
      "In a snapshot, and when the brightness changes.", "When somebody looked at the device.",
      kDisplay},
     {"ProcessMonitor", EntryShape::kFields,
@@ -182,7 +186,8 @@ constexpr EntryFormat kEntries[] = {
      "When the owner gets up, and which program wakes the device.", kSchedule},
     {"Sleep", EntryShape::kFields, "The device's way to sleep.", "At each step.",
      "When the device was not in use.", kSleep},
-    {"Thermal", EntryShape::kFields, "How warm the device is, and what it does about it.",
+    {"Thermal", EntryShape::kFields,
+     "How warm the device is, and what it does about it. On Linux from /sys/class/thermal.",
      "In a snapshot, and when the thermal level changes.", "", kThermal},
     {"Wake", EntryShape::kFields, "The end of a sleep.", "At each wake.",
      "Raw bytes of the packet that woke the device, with the addresses of both ends.", kWake}};

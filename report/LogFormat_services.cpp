@@ -58,7 +58,8 @@ constexpr FieldFormat kAudio[] = {
      "A playback stream of any sound card runs, at the moment of the entry: playing and stopping "
      "write none.",
      kHarmless, kYesOrNo},
-    {"route", kText, "", "Where it would be heard; others than these are the device's own words.",
+    {"route", kText, "",
+     "Where it is heard, or would be; others than these are the device's own words.",
      "Headphone or Speaker, else the card's name; (null) without a card.", kName, kRoutes},
     {"volume", kReal, "%", "The volume, in percent of the greatest.",
      "The loudest channel of output_category's ALSA control; <unknown> without one."},
@@ -77,8 +78,7 @@ constexpr FieldFormat kBluetooth[] = {
     {"state", kWord, "", "Whether the controller is switched on.",
      "BlueZ: Adapter1.Powered. Without BlueZ there are no such entries.", kHarmless,
      kBluetoothStates},
-    {"runvo", kWord, "", "Whether the module for the sports sensor is on.", kNever, kHarmless,
-     kOnOrOff},
+    {"runvo", kWord, "", "Whether the Runvo module is on.", kNever, kHarmless, kOnOrOff},
     {"fm", kWord, "", "Whether the module for FM radio is on.", kNever, kHarmless, kOnOrOff},
     {"discoverable", kWord, "", "Whether strangers can find it.", "BlueZ: Adapter1.Discoverable.",
      kHarmless, kYesOrNo},
@@ -107,8 +107,7 @@ constexpr FieldFormat kGeodyne[] = {
      kOnOrOff},
     {"wifi", kWord, "", "Whether the wireless networks around are used.",
      "GeoClue locates somebody; it does not tell by what.", kHarmless, kOnOrOff},
-    {"skyhook", kWord, "", "Whether a service for wireless networks is asked.", kNever, kHarmless,
-     kOnOrOff},
+    {"skyhook", kWord, "", "Whether Skyhook is used.", kNever, kHarmless, kOnOrOff},
     {"cell", kWord, "", "Whether the radio cells around are used.",
      "A modem's location source 3gpp-lac-ci or cdma-bs is enabled in ModemManager.", kHarmless,
      kOnOrOff},
@@ -210,7 +209,7 @@ constexpr WordFormat kCloudEvents[] = {
     {"ping", "The device has told the service that it is there"},
     {"inbox_notification", "There is something for the account"},
     {"sync_notification", "There is something to be synchronised"},
-    {"trkd_notification", "The service looks for the device"}};
+    {"trkd_notification", "There is a notification of the kind TRKD"}};
 constexpr FieldFormat kSkyvault[] = {
     {"type", kWord, "", "What happened.", kNoServiceButPosted, kHarmless, kCloudEvents}};
 
@@ -262,7 +261,7 @@ constexpr EntryFormat kEntries[] = {
     {"Application", EntryShape::kFields, "An application that the user has started.",
      "In a snapshot, one for each; when its state changes.",
      "Which applications are used, and when.", kApplication},
-    {"Audio", EntryShape::kFields, "The sound.",
+    {"Audio", EntryShape::kFields, "What can be heard, and how loud.",
      "In a snapshot; when the volume, its switch, the route or the headphone jack changes.",
      "When somebody listened.", kAudio},
     {"Bluetooth", EntryShape::kFields, "The Bluetooth controller.",
