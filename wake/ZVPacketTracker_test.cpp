@@ -319,6 +319,7 @@ TEST_F(SnapshotTest, GoesOnOrEndsWhereSomethingFails) {
 }
 
 TEST_F(SnapshotTest, FindsWhatOutgrewTheLastLook) {
+  table.setProcess(1, "idle");
   sleep();
   for (int process = 1; process <= 90; ++process) table.setProcess(process, "idle");
   for (int i = 0; i < 70; ++i) table.open(90, simUdpSocket("0.0.0.0:" + std::to_string(100 + i)));
