@@ -1,7 +1,6 @@
 #include "core/BatteryNotifications.h"
 #include "core/Preferences.h"
 #include "loggers/ZVPushNotificationLogger.h"
-#include "loggers/ZVSkyvaultLogger.h"
 #include "loggers/ZVSyncwardLogger.h"
 #include "tests/support/LoggerTest.h"
 
@@ -73,23 +72,6 @@ TEST_F(ZVPushNotificationLoggerTest, HearsTheStreamEvenWithoutAConnection) {
   logger.reset();
   push.sendPublicToken({1, 2, 3});
   handset.notifications().post(kPushStreamEnded);
-}
-
-class ZVSkyvaultLoggerTest : public LoggerTest {};
-
-TEST_F(ZVSkyvaultLoggerTest, WritesOneEntryAnEventWhileEnabled) {
-  const auto logger = ZVSkyvaultLogger::logger(services());
-  attach(*logger);
-  logger->log();
-  const char* names[] = {"VKSSRPingGoingOut", "VKSSRPingGoingOut", "VKSSRInboxNotificationReceived",
-                         "VKSSRSyncNotificationReceived", "VKSSRTRKDNotificationReceived"};
-  for (const char* name : names) handset.notifications().post(name);
-  EXPECT_EQ(log.takeEntries(), (Lines{"[Skyvault Event] type=ping;", "[Skyvault Event] type=ping;",
-                                      "[Skyvault Event] type=inbox_notification;",
-                                      "[Skyvault Event] type=sync_notification;",
-                                      "[Skyvault Event] type=trkd_notification;"}));
-  logger->setEnabled(false);
-  handset.notifications().post(names[0]);
 }
 
 class ZVSyncwardLoggerTest : public LoggerTest {};
