@@ -95,6 +95,24 @@ class LinuxSystemNotificationsTest : public testing::Test {
   std::string heard_;
 };
 
+TEST_F(LinuxSystemNotificationsTest, GarbageChangesNothing) {
+  const Registration a = listen("a");
+  const Registration end = listen("end");
+  const auto descriptors = [] {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+  };
+  const auto before = descriptors();
+  for (const std::string& bytes :
+       {std::string(), std::string("a"), std::string("ZVN1"), std::string("ZVN1a\0", 6),
+        "ZVN1" + std::string(129, 'a'), "ZVN1a" + std::string(2000, 'a'), std::string("ZVN2a")}) {
+    EXPECT_TRUE(sendTo(socketPath(), bytes));
+  }
+  EXPECT_EQ(heard(), "end ");
+  EXPECT_TRUE(sendTo(socketPath(), "ZVN1a"));
+  EXPECT_EQ(heard(), "a end ");
+  EXPECT_EQ(descriptors(), before) << "descriptors sent along are closed";
+}
+
 TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndIsLedNowhere) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   const Registration a = listen("a");

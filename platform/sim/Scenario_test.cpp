@@ -92,6 +92,26 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
   }
 }
 
+// Whatever stands in the file: it is read, or refused with a place.
+TEST(Scenario, DamagedTextsAreReadOrRefused) {
+  std::ifstream file("scenarios/first-hour.yaml");
+  const std::string good{std::istreambuf_iterator<char>(file), {}};
+  ASSERT_FALSE(good.empty());
+  int refused = 0;
+  for (std::size_t place = 0; place < good.size(); place += 41) {
+    for (const char* instead : {"", "\xFF\x80", "[", "- &a *b: !c ", "\n\t", ", {x: 1}"}) {
+      std::string yaml = good;
+      yaml.replace(place, place % 13, instead);
+      const std::string error = errorOf(yaml);
+      if (error == "no error") continue;
+      ++refused;
+      EXPECT_TRUE(error.starts_with("s.yaml:")) << error;
+      EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+    }
+  }
+  EXPECT_GT(refused, 50);
+}
+
 // What the scenarios of the tree do not show in their logs.
 TEST(Scenario, SetsTheDeviceUpAndPlaysTheStepsInOrder) {
   SimHandset handset;
