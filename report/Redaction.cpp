@@ -170,9 +170,11 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   const FieldFormat& format = *field.format;
   const Privacy privacy = format.privacy;
   const std::string_view kind = kindOf(category, format);
-  const bool keyIsName = format.key == "*";
+  // What a key that the device gives gives away; the value is a figure then.
+  const bool anyKey = format.key == "*";
+  const bool keyIsName = anyKey && privacy == Privacy::kName;
   to += ' ';
-  if (!keyIsName || (privacy == Privacy::kHarmless && isPlainKey(field.key))) {
+  if (!anyKey || (!keyIsName && isPlainKey(field.key))) {
     to += field.key;
   } else {
     // "mediad(45)": the number stays.
@@ -183,7 +185,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
     if (numbered) to += field.key.substr(open);
   }
   to += '=';
-  if (field.isWord() || (!keyIsName && field.value.empty())) {
+  if (field.isWord() || (!anyKey && field.value.empty())) {
     to += field.value;
     to += field.unit;
   } else if (keyIsName || privacy == Privacy::kHarmless) {
