@@ -44,7 +44,7 @@ class Manual(unittest.TestCase):
                 shown = run(*viewer, page)
                 self.assertEqual((shown.returncode, shown.stdout + shown.stderr), (0, ''), page)
 
-    def test_options_are_those_of_the_help(self):
+    def test_options_and_completions_are_those_of_the_help(self):
         option = re.compile(r'(?<![\w-])--?(?:[A-Za-z][a-z]*\b|(?=\s|$))')
         for name in PROGRAMS:
             shown = run(program(name), '-h')
@@ -54,6 +54,10 @@ class Manual(unittest.TestCase):
             self.assertGreater(len(told), 2)
             listed = set(option.findall('\n'.join(tags(f'{name}.1', 'OPTIONS'))))
             self.assertEqual(listed, told, name)
+            function = '_' + name.replace('-', '_')
+            offered = run('bash', '-c', f'source "$0"; COMP_WORDS=({name} -); COMP_CWORD=1; {function}; '
+                          'echo "${COMPREPLY[@]}"', ROOT / 'packaging/completions/zorva.bash')
+            self.assertEqual(set(offered.stdout.split()), told, offered.stderr)
 
     def test_preferences_are_those_that_are_read(self):
         code = sources()

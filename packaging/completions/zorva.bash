@@ -15,7 +15,7 @@ _zorva_sim() {
   if [[ $previous == --root ]]; then
     COMPREPLY=($(compgen -d -- "$word"))
   elif [[ $word == -* ]]; then
-    COMPREPLY=($(compgen -W "--root --help --" -- "$word"))
+    COMPREPLY=($(compgen -W "--root -h --help --" -- "$word"))
   else
     COMPREPLY=($(compgen -f -X '!*.yaml' -- "$word") $(compgen -d -- "$word"))
   fi
@@ -24,7 +24,7 @@ _zorva_sim() {
 _zorva_notify() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "--state --help" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "--state -h --help" -- "$word")) ;;
     *) COMPREPLY=($(compgen -W "com.vennor.zorva.exit" -- "$word")) ;;
   esac
 }
@@ -32,7 +32,7 @@ _zorva_notify() {
 _zorva_redact() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "-o --output --force --help" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "-o --output --force -h --help" -- "$word")) ;;
     *) COMPREPLY=($(compgen -f -- "$word")) ;;
   esac
 }
