@@ -1,0 +1,93 @@
+// A log may be damaged in any way, and what is in it was named by strangers. Whatever the bytes:
+// the reader gives all of them, its fields are the entry, however much comes at a time; and a
+// redacted log has the same lines and can be read, and redacted again, as the same kinds of lines.
+//
+// An input is a byte for how much is read at a time, and the log.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "report/LogReader.h"
+#include "report/Redaction.h"
+
+namespace zorva {
+namespace {
+
+// Also in a build without assertions.
+#define REQUIRE(condition)                                                         \
+  do {                                                                             \
+    if (!(condition)) {                                                            \
+      std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
+      std::abort();                                                                \
+    }                                                                              \
+  } while (false)
+
+struct Told {
+  std::string redacted;
+  std::string categories;  // of the entries; "-" for what is none
+};
+
+Told tell(std::string_view text, std::size_t most) {
+  static LogReader reader;  // one for all inputs: its buffer costs more than most of them
+  const std::uint64_t before = reader.counts().bytes;
+  std::string_view rest = text;
+  reader.begin([&](char* to, std::size_t room) {
+    const std::size_t count = std::min({room, most, rest.size()});
+    std::memcpy(to, rest.data(), count);
+    rest.remove_prefix(count);
+    return static_cast<std::ptrdiff_t>(count);
+  });
+  Told told;
+  Redaction redaction;
+  LogRecord record;
+  std::vector<LogField> fields;
+  std::size_t at = 0;
+  std::uint64_t lines = 1;
+  while (reader.next(record)) {
+    REQUIRE(!record.raw.empty() && record.raw == text.substr(at, record.raw.size()));
+    REQUIRE(record.line == lines && record.lines > 0);
+    at += record.raw.size();
+    lines += static_cast<std::uint64_t>(std::count(record.raw.begin(), record.raw.end(), '\n'));
+    redaction.append(record, told.redacted);
+    REQUIRE(std::count(told.redacted.begin(), told.redacted.end(), '\n') + 1 ==
+            static_cast<std::ptrdiff_t>(lines));
+    told.categories += record.piece == LogPiece::kEntry ? std::string(record.category) : "-";
+    if (record.piece != LogPiece::kEntry) continue;
+    splitFields(record, fields);
+    std::string body;
+    for (const LogField& field : fields) {
+      body += field.raw;
+      REQUIRE(field.raw.find(field.value) != field.raw.npos);
+      const bool number = field.integer() || field.real() || field.seconds();
+      REQUIRE(!number || !field.value.empty());
+    }
+    REQUIRE(body == record.body);
+  }
+  REQUIRE(at == text.size() && reader.error() == 0);
+  REQUIRE(reader.counts().bytes - before == text.size());
+  return told;
+}
+
+}  // namespace
+}  // namespace zorva
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::string text(data + 1, data + size);
+  const zorva::Told whole = zorva::tell(text, text.size() + 1);
+  const zorva::Told pieces = zorva::tell(text, data[0] + std::size_t{1});
+  REQUIRE(whole.redacted == pieces.redacted && whole.categories == pieces.categories);
+  const zorva::Told again = zorva::tell(whole.redacted, text.size() + 1);
+  // A damaged dump's lines are replaced one by one.
+  std::string known = whole.categories;
+  std::string still = again.categories;
+  for (std::string* kinds : {&known, &still}) std::erase(*kinds, '-');
+  REQUIRE(known == still);
+  return 0;
+}
