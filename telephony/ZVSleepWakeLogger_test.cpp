@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "core/SleepNotifications.h"
-#include "platform/sim/Scenario.h"
 #include "power/ZVScheduledWakeLogger.h"
 #include "tests/support/LoggerTest.h"
 
@@ -116,58 +115,42 @@ TEST_F(ZVSleepWakeLoggerTest, AWakeHasItsReason) {
 }
 
 TEST_F(ZVSleepWakeLoggerTest, WhatTheBasebandWokeTheDeviceForFollowsTheWake) {
-  const Scenario story = Scenario::read(R"(
-device:
-  processes:
-    - id: 211
-      name: demo
-      path: /usr/bin/demo
-      sockets: [{tcp: 10.2.3.4:49152, remote: 192.0.2.7:993}]
-steps:
-  - at: 1m
-    sleep: true
-  - at: 2m
-    processes: {end: 211}  # its socket is remembered from before the sleep
-    telephony:
-      wake_command: " Dlci 3 [pdp_0]: 45 00 00 3c 1a 2b 40 00 38 06 00 00 c0 00 02 07 0a 02 03 04
-        03 e1 c0 00 00 00 00 01 00 00 00 02 50 18 02 00\r\n"
-    wake: {reason: exton2(bb)}
-  - at: 3m
-    telephony: {wake_command: "Dlci 1 [call]: a\x07XCALLSTAT"}
-    wake: {reason: wlradiosx}
-  - at: 4m
-    telephony: {wake_command: "AT+\nno format of ours %n"}
-    wake: {reason: a baseband wake}
-  - at: 5m
-    fault: {point: telephonyServer.copyWakeCommand, result: 7}
-    wake: {reason: exton(bb)}
-)",
-                                        "story", handset);
-  story.begin(handset);
-  const auto minute = [this] {
-    handset.runLoop().advance(60);
-    return takeHappened();
+  const struct {
+    const char *reason, *command, *info;
+    Lines before, after;
+  } cases[] = {
+      {"exton2(bb)",
+       " Dlci 5 [sms]: x\r\n",
+       "Dlci 5 [sms]: x",
+       {},
+       {"[PacketDecoder] status=Incoming SMS;"}},
+      {"wlradiosx",
+       "Dlci 1 [call]: a\x07XCALLSTAT",
+       "Dlci 1 [call]: a\\x07XCALLSTAT",
+       {},
+       {"[PacketDecoder] status=Incoming Call;"}},
+      {"a baseband wake",
+       "AT+\nno format of ours %n",
+       "AT+\\x0ano format of ours %n",
+       {"syslog: [PacketDecoder] Wake reason format unrecognized"},
+       {}},
+      {"exton(bb)",
+       nullptr,
+       "(null)",
+       {"syslog: Could not copy the AT wake command. (domain: 0 error: 0)",
+        "syslog: [PacketDecoder] Wake reason parameter nil"},
+       {}},
   };
-  EXPECT_EQ(minute(), (Lines{"[Sleep] event=can_sleep;", "allow 1", kDeviceWillSleep,
-                             "[Sleep] event=will_sleep;", "allow 2"}));
-  EXPECT_EQ(
-      minute(),
-      (Lines{"[Wake] reason=exton2(bb); info=Dlci 3 [pdp_0]: 45 00 00 3c 1a 2b 40 00 38 06 00 00 "
-             "c0 00 02 07 0a 02 03 04 03 e1 c0 00 00 00 00 01 00 00 00 02 50 18 02 00;",
-             "[PacketDecoder] version=IPv4; length=60; ttl=56; protocol=TCP; source=192.0.2.7; "
-             "destination=10.2.3.4; source_port=993; dest_port=49152; seq=1; ack=2; offset=5; "
-             "window=512; control=xxxAPxxx;",
-             "[PacketTracker] process=demo; path=/usr/bin/demo; pid=211; tcp_status=ESTABLISHED; "
-             "local=10.2.3.4:49152; remote=192.0.2.7:993;",
-             kDeviceDidWake}));
-  EXPECT_EQ(minute(), (Lines{"[Wake] reason=wlradiosx; info=Dlci 1 [call]: a\\x07XCALLSTAT;",
-                             "[PacketDecoder] status=Incoming Call;", kDeviceDidWake}));
-  EXPECT_EQ(minute(), (Lines{"syslog: [PacketDecoder] Wake reason format unrecognized",
-                             "[Wake] reason=a baseband wake; info=AT+\\x0ano format of ours %n;",
-                             kDeviceDidWake}));
-  EXPECT_EQ(minute(), (Lines{"syslog: Could not copy the AT wake command. (domain: 1 error: 7)",
-                             "syslog: [PacketDecoder] Wake reason parameter nil",
-                             "[Wake] reason=exton(bb); info=(null);", kDeviceDidWake}));
+  for (const auto& each : cases) {
+    handset.telephonyServer().setWakeCommand(each.command ? std::optional<std::string>(each.command)
+                                                          : std::nullopt);
+    handset.systemPower().wake(each.reason);
+    Lines expected = each.before;
+    expected.push_back("[Wake] reason=" + std::string(each.reason) + "; info=" + each.info + ";");
+    expected.insert(expected.end(), each.after.begin(), each.after.end());
+    expected.push_back(kDeviceDidWake);
+    EXPECT_EQ(takeHappened(), expected);
+  }
 }
 
 TEST_F(ZVSleepWakeLoggerTest, ItGivesBackWhatItHasInOrder) {
@@ -177,9 +160,12 @@ TEST_F(ZVSleepWakeLoggerTest, ItGivesBackWhatItHasInOrder) {
 
   handset.faults().fail("systemPower.registerForSystemPower");
   makeLogger();
-  ASSERT_NE(logger, nullptr);
+  handset.faults().fail("systemPower.addSourceToRunLoop");
+  makeLogger();
+  handset.systemPower().sleep();
   logger.reset();
-  EXPECT_EQ(takeHappened(), (Lines{"deregister 0", "close 0"}));
+  EXPECT_EQ(takeHappened(),
+            (Lines{"deregister 0", "close 0", "deregister 1002", "destroy port", "close 2"}));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "telephony/ZVTelephonyConnectedLogger.h"
+#include "telephony/ZVBasebandStateDurationLogger.h"
 #include "tests/support/LoggerTest.h"
 
 namespace zorva {
@@ -176,42 +176,28 @@ TEST_F(TelephonyConnectionTest, RadioCallsAndSignal) {
   EXPECT_EQ(std::tie(raw, percent, bars), std::make_tuple(-1, 20, -1));
 }
 
-class PlainConnectedLogger : public ZVTelephonyConnectedLogger {
- public:
-  static std::unique_ptr<PlainConnectedLogger> loggerWithConnection(
-      const Services& services, TelephonyNotifications& notifications,
-      const Connection& connection) {
-    return initWithConnection(services, connection, [&] {
-      return std::unique_ptr<PlainConnectedLogger>(
-          new PlainConnectedLogger(services, notifications, connection));
-    });
-  }
-
- private:
-  using ZVTelephonyConnectedLogger::ZVTelephonyConnectedLogger;
-};
-
 TEST_F(TelephonyConnectionTest, LoggersShareAConnectionAndNeedOne) {
-  EXPECT_EQ(PlainConnectedLogger::loggerWithConnection(services(), centre, nullptr), nullptr);
+  const auto make = [this] {
+    return ZVBasebandStateDurationLogger::loggerWithConnection(services(), centre, connection);
+  };
+  auto one = make();
+  const auto other = make();
+  connection.reset();
+  EXPECT_EQ(make(), nullptr);
   EXPECT_EQ(takeSystemLog(),
             Lines{"Error: ZVTelephonyConnectedLogger must be created with a valid connection"});
-
-  auto one = PlainConnectedLogger::loggerWithConnection(services(), centre, connection);
-  const auto other = PlainConnectedLogger::loggerWithConnection(services(), centre, connection);
-  connection.reset();
-  int heard = 0;
-  for (auto* logger : {one.get(), other.get()}) {
-    logger->deregisterForAllTelephonyNotifications();
-    logger->registerCallbackForTelephonyNotification(
-        [&](std::string_view, const Dictionary&) { ++heard; }, telephony::kRadioBandChange);
-  }
+  attach(*one);
+  attach(*other);
   one.reset();
-  centre.post(telephony::kRadioBandChange);
-  EXPECT_EQ(heard, 1);
-  EXPECT_EQ(other->telephonyConnection()->currentRAT(), "UMTS");
+  const auto entriesAfterReport = [&] {
+    other->log();
+    handset.runLoop().advance(0);
+    return log.takeEntries().size();
+  };
+  EXPECT_EQ(entriesAfterReport(), 1U);
   other->deregisterForAllTelephonyNotifications();
-  centre.post(telephony::kRadioBandChange);
-  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(entriesAfterReport(), 0U);
+  EXPECT_EQ(reports, 2);
 }
 
 }  // namespace

@@ -1,11 +1,14 @@
 #include "platform/linux/LinuxTelephonyServer.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <deque>
-#include <fstream>
+#include <limits>
 #include <utility>
 
 #include "platform/linux/EventSources.h"
+#include "platform/linux/SysfsAttributes.h"
 
 namespace zorva {
 namespace {
@@ -20,16 +23,17 @@ ServerResult failed(std::int32_t error) {
 }  // namespace
 
 std::optional<Dictionary> readBasebandStates(const std::string& device) {
-  std::string status;
-  std::ifstream(device + "/power/runtime_status") >> status;
-  if (status.empty() || status == "unsupported") return std::nullopt;
+  // The entry has 32 bits for each figure: held there, rather than wrapped to a negative one.
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  const std::string power = device + "/power/";
+  const auto status = readAttribute(power + "runtime_status");
+  if (!status || status->empty() || status == "unsupported") return std::nullopt;
   Dictionary states;
   for (const auto& [file, name] : {std::pair("runtime_active_time", "Active"),
                                    std::pair("runtime_suspended_time", "Suspended")}) {
-    std::int64_t milliseconds = 0;
-    std::ifstream time(device + "/power/" + file);
-    if (!(time >> milliseconds)) return std::nullopt;
-    states.set(std::string(telephony::kBasebandStatePrefix) + name, Value(milliseconds));
+    const auto milliseconds = readNumber(power + file);
+    if (!milliseconds) return std::nullopt;
+    states.set(std::string(telephony::kBasebandStatePrefix) + name, std::min(*milliseconds, kMost));
   }
   return states;
 }

@@ -66,8 +66,9 @@ class LinuxTelephonyServer : public TelephonyServer {
 };
 
 /// How long the device at the sysfs path has been in each of its runtime power states since it was
-/// made: milliseconds by the names of baseband states. Nothing when the kernel keeps no account of
-/// it, or the device's driver does not use runtime power management.
+/// made: milliseconds, no more than 2^31 - 1 (24.8 days), by the names of baseband states. Nothing
+/// when the kernel keeps no account of it, or the device's driver does not use runtime power
+/// management.
 std::optional<Dictionary> readBasebandStates(const std::string& device);
 
 }  // namespace zorva

@@ -298,7 +298,7 @@ TEST_F(LinuxTelephonyTest, ServesItsConnections) {
   server_.setStateDurationReporting(connection.get(), true);
   root_.write(power + "runtime_status", "unsupported\n");
   root_.write(power + "runtime_active_time", "1200\n");
-  root_.write(power + "runtime_suspended_time", "350\n");
+  root_.write(power + "runtime_suspended_time", "2147483648\n");  // a month
   EXPECT_FALSE(report()) << "without an account";
   root_.write(power + "runtime_status", "suspended\n");
   EXPECT_TRUE(report());
@@ -313,7 +313,7 @@ TEST_F(LinuxTelephonyTest, ServesItsConnections) {
   EXPECT_EQ(toldNow(), Lines()) << "before the source is on the loop";
   const Lines told{
       "state-duration-report modem.power-state-residency.Active=1200 "
-      "modem.power-state-residency.Suspended=350"};
+      "modem.power-state-residency.Suspended=2147483647"};
   source->addToRunLoop();
   EXPECT_EQ(told_, Lines()) << "not from in here";
   EXPECT_EQ(toldNow(), told);

@@ -29,13 +29,15 @@ bool hasToBeAllowed(std::uint32_t type) {
 
 class SimSystemPower::SimPort : public Port {
  public:
-  SimPort(std::shared_ptr<Shared> shared, std::shared_ptr<Listener> listener)
-      : shared_(std::move(shared)), listener_(std::move(listener)) {}
+  SimPort(std::shared_ptr<Shared> shared, std::shared_ptr<Listener> listener,
+          SimFaultPoint& sourceFault)
+      : shared_(std::move(shared)), listener_(std::move(listener)), sourceFault_(sourceFault) {}
   ~SimPort() override {
     listener_->hasSource = false;
     shared_->tell("destroy port");
   }
   Registration addSourceToRunLoop() override {
+    if (sourceFault_.strikes()) return {};
     listener_->hasSource = true;
     return Registration([shared = shared_, listener = listener_] {
       listener->hasSource = false;
@@ -46,6 +48,7 @@ class SimSystemPower::SimPort : public Port {
  private:
   std::shared_ptr<Shared> shared_;
   std::shared_ptr<Listener> listener_;
+  SimFaultPoint& sourceFault_;
 };
 
 SimSystemPower::SimSystemPower(SimParts& parts, RunLoop& runLoop, SystemLog& systemLog,
@@ -53,7 +56,8 @@ SimSystemPower::SimSystemPower(SimParts& parts, RunLoop& runLoop, SystemLog& sys
     : runLoop_(runLoop),
       systemLog_(systemLog),
       kernel_(kernel),
-      registerFault_(parts.faults, "systemPower.registerForSystemPower") {
+      registerFault_(parts.faults, "systemPower.registerForSystemPower"),
+      sourceFault_(parts.faults, "systemPower.addSourceToRunLoop") {
   parts.sections.addStep("power", [this](const ScenarioNode& node) {
     return eachOf(node.oneOrMore(),
                   [this](const ScenarioNode& message) { return readMessage(message); });
@@ -91,7 +95,8 @@ SystemPower::Registered SimSystemPower::registerForSystemPower(Handler handler) 
   const auto listener = std::make_shared<Listener>(
       Listener{connection, kFirstNotifier + connection, std::move(handler)});
   listeners_.push_back(listener);
-  return {listener->connection, listener->notifier, std::make_unique<SimPort>(shared_, listener)};
+  return {listener->connection, listener->notifier,
+          std::make_unique<SimPort>(shared_, listener, sourceFault_)};
 }
 
 void SimSystemPower::allowPowerChange(std::uint32_t connection, std::intptr_t argument) {

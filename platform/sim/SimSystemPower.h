@@ -66,6 +66,7 @@ class SimSystemPower : public SystemPower {
   SystemLog& systemLog_;
   SimKernelValues& kernel_;
   SimFaultPoint registerFault_;
+  SimFaultPoint sourceFault_;
   // Shared with the ports, which may outlive this object.
   std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
   std::vector<std::shared_ptr<Listener>> listeners_;
