@@ -2,7 +2,11 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+#include <sys/stat.h>
 
+#include "platform/linux/Child_test.h"
 #include "platform/linux/Loop_test.h"
 #include "platform/support/Directory_test.h"
 
@@ -65,7 +69,9 @@ class LinuxApplicationStatesTest : public testing::Test {
   DirectoryForTest directory_;
   LinuxApplicationStates states_{loop_.event(), directory_ / "cgroup", directory_ / "inhibit"};
   Lines told_;
-  Registration observed_ = states_.observe([this](const ApplicationStateChange& change) {
+  Registration observed_ = states_.observe([this](const auto& change) { tell(change); });
+
+  void tell(const ApplicationStateChange& change) {
     std::string line = change.displayIdentifier.value() + " " +
                        (change.process ? std::to_string(*change.process) : "-") + " " +
                        states_.descriptionOfState(change.state.value());
@@ -74,7 +80,7 @@ class LinuxApplicationStatesTest : public testing::Test {
       line += " " + states_.nameOfReason(reason);
     }
     told_.push_back(line);
-  });
+  }
 };
 
 TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
@@ -128,6 +134,67 @@ TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
   setUnit("app-maps-1.scope", true, false, "70\n");
   EXPECT_EQ(now(), Lines());
   EXPECT_EQ(listed(), Lines{"maps 70 running"});
+}
+
+// Control groups of a test's own, in the kernel's hierarchy; they go with it.
+struct ControlGroupsForTest {
+  ControlGroupsForTest() {
+    std::ifstream mounts("/proc/self/mounts");
+    for (std::string line, device, path, type; std::getline(mounts, line);) {
+      std::istringstream(line) >> device >> path >> type;
+      if (type == "cgroup2") root = path + "/zorva-test-" + std::to_string(getpid());
+    }
+    made = !root.empty() && add("");
+  }
+  ~ControlGroupsForTest() {
+    for (; !groups.empty(); groups.pop_back()) rmdir(groups.back().c_str());
+  }
+  bool add(const std::string& name) {
+    groups.push_back(root + name);
+    return mkdir(groups.back().c_str(), 0755) == 0;
+  }
+  std::string root;
+  std::vector<std::string> groups;
+  bool made = false;
+};
+
+TEST_F(LinuxApplicationStatesTest, FollowsTheKernelThroughTheReplacementOfAGroup) {
+  ControlGroupsForTest groups;
+  if (!groups.made) GTEST_SKIP() << "no control groups can be made here";
+  LinuxApplicationStates states(loop_.event(), groups.root, directory_ / "inhibit");
+  const Registration observed = states.observe([this](const auto& change) { tell(change); });
+  states.beginGenerating();
+  std::string unit;
+  for (const char* name :
+       {"/user.slice", "/user-1.slice", "/user@1.service", "/app.slice", "/app-maps.service"}) {
+    ASSERT_TRUE(groups.add(unit += name));
+  }
+  const auto write = [&](const char* file, const std::string& text) {
+    std::ofstream(groups.root + unit + file) << text << std::flush;
+  };
+  const auto run = [&] {
+    auto child = std::make_unique<ChildForTest>([] { return pause(); });
+    write("/cgroup.procs", std::to_string(child->process()));
+    return child;
+  };
+  auto child = run();
+  const std::string maps = "maps " + std::to_string(child->process());
+  EXPECT_EQ(next(), Lines{maps + " running"});
+  write("/cgroup.freeze", "1");
+  EXPECT_EQ(next(), Lines{maps + " frozen"});
+  write("/cgroup.freeze", "0");
+  EXPECT_EQ(next(), Lines{maps + " running"});
+
+  // As a service that is started again, before anybody has looked.
+  child.reset();
+  const std::string group = groups.groups.back();
+  for (int tries = 0; rmdir(group.c_str()) != 0; ++tries) ASSERT_LT(tries, 1000000);
+  ASSERT_EQ(mkdir(group.c_str(), 0755), 0);
+  child = run();
+  const std::string again = "maps " + std::to_string(child->process());
+  now();
+  child.reset();
+  EXPECT_EQ(next(), Lines{again + " gone"});
 }
 
 }  // namespace
