@@ -45,51 +45,41 @@ TEST_F(ZVPushNotificationLoggerTest, ShowsContentsOnlyWhereThatIsWanted) {
                    "11/16/26 14:00:00 [NMXN] topic=news; contents=<unformatted>;"}));
 }
 
-TEST_F(ZVPushNotificationLoggerTest, HearsTheStreamEvenWithoutAConnection) {
-  handset.faults().fail("push.createConnection");
+TEST_F(ZVPushNotificationLoggerTest, WritesNoTokenAndHearsNothingAtItsEnd) {
   auto logger = make();
   push.setConnected(false);
   push.sendMessage("late", {});
-  push.setConnected(true);
-  push.failStream();
-  for (const char* name :
-       {"NMXDidOpenConnectionStream", "NMXDidEncounterStreamEnd", "NMXDidEncounterStreamError",
-        "NMXDidSendFilterMessage", "NMXDidRecieveMessageMessage", "NMXDidSendKeepAliveMessage"}) {
-    handset.notifications().post(name);
-  }
-  const Lines six{"[NMX Event] type=opened_stream;",
-                  "[NMX Event] type=stream_ended;",
-                  "[NMX Event] type=stream_error;",
-                  "[NMX Event] type=sent_filter_message;",
-                  "[NMX Event] type=received_message_message;",
-                  "[NMX Event] type=sent_keep_alive_message;"};
-  Lines expected{six[1], six[0], six[4], six[2]};
-  expected.insert(expected.end(), six.begin(), six.end());
-  EXPECT_EQ(log.takeEntries(), expected);
-
-  logger = make();
+  EXPECT_EQ(log.takeEntries(), Lines{"[NMX Event] type=stream_ended;"});
   push.sendPublicToken({1, 2, 3});
   EXPECT_EQ(log.takeEntries(), Lines{"[NMX Event] type=token_received;"});
   logger.reset();
   push.sendPublicToken({1, 2, 3});
-  handset.notifications().post(kPushStreamEnded);
+  push.setConnected(true);
 }
 
-class ZVSkyvaultLoggerTest : public LoggerTest {};
-
-TEST_F(ZVSkyvaultLoggerTest, WritesOneEntryAnEventWhileEnabled) {
-  const auto logger = ZVSkyvaultLogger::logger(services());
-  attach(*logger);
-  logger->log();
-  const char* names[] = {"VKSSRPingGoingOut", "VKSSRPingGoingOut", "VKSSRInboxNotificationReceived",
-                         "VKSSRSyncNotificationReceived", "VKSSRTRKDNotificationReceived"};
-  for (const char* name : names) handset.notifications().post(name);
-  EXPECT_EQ(log.takeEntries(), (Lines{"[Skyvault Event] type=ping;", "[Skyvault Event] type=ping;",
-                                      "[Skyvault Event] type=inbox_notification;",
-                                      "[Skyvault Event] type=sync_notification;",
-                                      "[Skyvault Event] type=trkd_notification;"}));
-  logger->setEnabled(false);
-  handset.notifications().post(names[0]);
+TEST_F(ZVPushNotificationLoggerTest, HearsBothServicesEvenWithoutAConnection) {
+  handset.faults().fail("push.createConnection");
+  const auto logger = make();
+  const auto cloud = ZVSkyvaultLogger::logger(services());
+  attach(*cloud);
+  cloud->log();
+  for (const auto& [name, entry] :
+       {std::pair("NMXDidOpenConnectionStream", "[NMX Event] type=opened_stream;"),
+        {"NMXDidEncounterStreamEnd", "[NMX Event] type=stream_ended;"},
+        {"NMXDidEncounterStreamError", "[NMX Event] type=stream_error;"},
+        {"NMXDidSendFilterMessage", "[NMX Event] type=sent_filter_message;"},
+        {"NMXDidRecieveMessageMessage", "[NMX Event] type=received_message_message;"},
+        {"NMXDidSendKeepAliveMessage", "[NMX Event] type=sent_keep_alive_message;"},
+        {"VKSSRPingGoingOut", "[Skyvault Event] type=ping;"},
+        {"VKSSRInboxNotificationReceived", "[Skyvault Event] type=inbox_notification;"},
+        {"VKSSRSyncNotificationReceived", "[Skyvault Event] type=sync_notification;"},
+        {"VKSSRTRKDNotificationReceived", "[Skyvault Event] type=trkd_notification;"}}) {
+    handset.notifications().post(name);
+    handset.notifications().post(name);
+    EXPECT_EQ(log.takeEntries(), Lines(2, entry));
+  }
+  cloud->setEnabled(false);
+  handset.notifications().post("VKSSRPingGoingOut");
 }
 
 class ZVSyncwardLoggerTest : public LoggerTest {};

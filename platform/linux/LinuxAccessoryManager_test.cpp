@@ -28,11 +28,11 @@ class LinuxAccessoryManagerTest : public MockKernelTest {
   }
   static std::string lineOf(const Accessory& accessory) {
     std::string line =
-        formatText("%s %x %s", accessory.connected ? "+" : "-", accessory.connectionIdentifier,
-                   textOrNull(accessory.manufacturer).c_str());
-    for (const auto& text : {accessory.name, accessory.modelNumber, accessory.serialNumber,
-                             accessory.firmwareRevision, accessory.hardwareRevision}) {
-      line += "," + textOrNull(text);
+        formatText("%c %x ", accessory.connected ? '+' : '-', accessory.connectionIdentifier);
+    for (const auto& text :
+         {accessory.manufacturer, accessory.name, accessory.modelNumber, accessory.serialNumber,
+          accessory.firmwareRevision, accessory.hardwareRevision}) {
+      line += textOrNull(text) + ",";
     }
     for (const std::string& protocol : accessory.protocols) line += " " + protocol;
     return line;
@@ -60,8 +60,8 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   addInterface(mouse, "1-1.4:1.0", "03\n");
   const std::string stick = addDevice("1-1.2", "4\n", "00\n", "unknown\n", "Stick\n");
   set(stick, "manufacturer", "\n");
-  const std::string mouseTexts = " 111 (null),Mouse,0b05:1872,00\xff 42,(null),2.10 input";
-  const std::string stickTexts = " 104 ,Stick,0b05:1872,(null),(null),2.10";
+  const std::string mouseTexts = " 111 (null),Mouse,0b05:1872,00\xff 42,(null),2.10, input";
+  const std::string stickTexts = " 104 ,Stick,0b05:1872,(null),(null),2.10,";
   EXPECT_EQ(connected(), Lines({"+" + stickTexts, "+" + mouseTexts}));
 
   Lines told;
@@ -86,7 +86,7 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   addInterface(headset, "1-2:1.3", "42\n");
   send(headset, "bind");
   const std::string headsetTexts =
-      " 112 (null),Headset,0b05:1872,(null),(null),2.10 audio application class-42";
+      " 112 (null),Headset,0b05:1872,(null),(null),2.10, audio application class-42";
   EXPECT_EQ(toldNext(), Lines{"+" + headsetTexts});
 
   for (const auto& [device, texts] :
