@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "core/SleepNotifications.h"
+#include "platform/Text.h"
 #include "tests/support/LoggerTest.h"
 
 namespace zorva {
@@ -151,31 +152,29 @@ TEST_F(PacketTrackerTest, RefusesWakeTexts) {
 
 TEST_F(PacketTrackerTest, ReadsFields) {
   constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
+  const std::string tooLong = "(offset + length) greater than string length";
   const struct {
-    const char* text;
+    std::optional<std::string> text;
     std::uint32_t cursor, length, field, after;
-    const char* message;
+    std::string refusal;
   } cases[] = {
-      {"z0fFaB012", 1, 4, 0x0FFAB012, 9, nullptr},
+      {"z0fFaB012", 1, 4, 0x0FFAB012, 9, ""},
+      {"4x", 0, 1, 4, 2, ""},
       {"7fg2", 2, 1, kMost, 2, "scanner failed parsing: g2"},
       {" 7\n8", 2, 1, kMost, 2, "scanner failed parsing: \\x0a8"},
-      {"4x", 0, 1, 4, 2, nullptr},
-      {"4500", 0, 0x80000000, kMost, 0, "(offset + length) greater than string length"},
-      {"4500", kMost - 1, 1, kMost, kMost - 1, "(offset + length) greater than string length"},
+      {"4500", 0, 0x80000000, kMost, 0, tooLong},
+      {"4500", kMost - 1, 1, kMost, kMost - 1, tooLong},
       {"", 0, 0, kMost, 0, "length zero"},
+      {std::nullopt, 0, 0, kMost, 0, "string parameter nil"},
   };
-  for (const auto& each : cases) {
-    std::uint32_t cursor = each.cursor;
-    EXPECT_EQ(tracker.hexStrtolOffsetLength(each.text, &cursor, each.length), each.field);
-    EXPECT_EQ(cursor, each.after) << each.text;
-    EXPECT_EQ(takeSystemLog(), each.message
-                                   ? Lines{"[PacketDecoder] hexStrtol " + std::string(each.message)}
-                                   : Lines{});
+  for (auto [text, cursor, length, field, after, refusal] : cases) {
+    EXPECT_EQ(tracker.hexStrtolOffsetLength(text, &cursor, length), field);
+    EXPECT_EQ(cursor, after) << textOrNull(text);
+    if (!refusal.empty()) refusal = "[PacketDecoder] hexStrtol " + refusal;
+    EXPECT_EQ(takeSystemLog(), refusal.empty() ? Lines{} : Lines{refusal});
   }
-  EXPECT_EQ(tracker.hexStrtolOffsetLength(std::nullopt, nullptr, 0), kMost);
   EXPECT_EQ(tracker.hexStrtolOffsetLength("45", nullptr, 1), kMost);
-  EXPECT_EQ(takeSystemLog(), (Lines{"[PacketDecoder] hexStrtol string parameter nil",
-                                    "[PacketDecoder] hexStrtol offset parameter null"}));
+  EXPECT_EQ(takeSystemLog(), Lines{"[PacketDecoder] hexStrtol offset parameter null"});
 }
 
 TEST_F(PacketTrackerTest, KnowsTheSocketsAsBeforeTheLastSleep) {
@@ -264,33 +263,30 @@ TEST_F(SnapshotTest, GoesOnOrEndsWhereSomethingFails) {
   }
   table.open(212, simUdpSocket("0.0.0.0:999"));
   using Ports = std::vector<int>;
+  const std::string few = ") too few bytes; expected ";
   const struct {
     std::string point;
     std::int64_t result;
     std::int32_t inProcess;  // while it is looked at, or 0 for at the start
-    Lines messages;
+    std::string message;
     Ports found;
   } cases[] = {
-      {"countProcesses", 13, 0, {"Can't get PID byte count: 13"}, {}},
-      {"listProcesses", 13, 0, {"Can't get list of PIDs: 13"}, {}},
-      {"taskInformation", 3, 211, {}, {211, 213}},
-      {"taskInformation", 13, 211, {"PID 212 information error: 13"}, {211, 213}},
+      {"countProcesses", 13, 0, "Can't get PID byte count: 13", {}},
+      {"listProcesses", 13, 0, "Can't get list of PIDs: 13", {}},
+      {"taskInformation", 3, 211, "", {211, 213}},
+      {"taskInformation", 13, 211, "PID 212 information error: 13", {211, 213}},
       {"taskInformationBytes",
        231,
        211,
-       {"PID 212: proc_pidinfo(PROC_PIDTASKALLINFO) too few bytes; expected 232, got 231"},
+       "PID 212: proc_pidinfo(PROC_PIDTASKALLINFO" + few + "232, got 231",
        {211}},
-      {"openFiles",
-       0x10000000,
-       211,
-       {"PID 212: can't allocate space for 268435456 FDs"},
-       {211, 213}},
-      {"descriptors", 3, 212, {}, {211, 213}},
-      {"socket", 9, 212, {"PID 212, FD 1: socket error"}, {211, 213, 999}},
+      {"openFiles", 1 << 28, 211, "PID 212: can't allocate space for 268435456 FDs", {211, 213}},
+      {"descriptors", 3, 212, "", {211, 213}},
+      {"socket", 9, 212, "PID 212, FD 1: socket error", {211, 213, 999}},
       {"socketBytes",
        791,
        212,
-       {"PID 212, FD 1: proc_pidfdinfo(PROC_PIDFDSOCKETINFO) too few bytes; expected 792, got 791"},
+       "PID 212, FD 1: proc_pidfdinfo(PROC_PIDFDSOCKETINFO" + few + "792, got 791",
        {211}},
   };
   for (const auto& each : cases) {
@@ -301,10 +297,8 @@ TEST_F(SnapshotTest, GoesOnOrEndsWhereSomethingFails) {
       if (process == each.inProcess) arm();
     };
     sleep();
-    Lines messages;
-    for (const std::string& message : each.messages)
-      messages.push_back("[PacketTracker] " + message);
-    EXPECT_EQ(takeSystemLog(), messages);
+    EXPECT_EQ(takeSystemLog(),
+              each.message.empty() ? Lines{} : Lines{"[PacketTracker] " + each.message});
     Ports found;
     for (const int port : {211, 212, 213, 999}) {
       if (tracker.findProcessWithPort(port) == 0) found.push_back(port);

@@ -68,15 +68,14 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   const auto tell = [&](const Accessory& accessory) { told.push_back(lineOf(accessory)); };
   const Registration one = manager_.observeConnected(tell);
   const Registration other = manager_.observeDisconnected(tell);
-  const auto toldNext = [&] {
+  const auto next = [&] {
     loop_.runUntil([&] { return !told.empty(); });
     return std::exchange(told, {});
   };
   Registration registered = manager_.registerForLocalNotifications();
   ASSERT_TRUE(registered);
   // One that is known is no news, nor is a hub; one is told with its interfaces, when it has them.
-  send(mouse, "bind");
-  send("/sys/devices/1-1", "bind");
+  for (const std::string& device : {mouse, std::string("/sys/devices/1-1")}) send(device, "bind");
   const std::string headset = addDevice("1-2", "18\n", "00\n", "removable\n", "Headset\n");
   send(headset, "add");
   loop_.drain();
@@ -87,14 +86,14 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   send(headset, "bind");
   const std::string headsetTexts =
       " 112 (null),Headset,0b05:1872,(null),(null),2.10, audio application class-42";
-  EXPECT_EQ(toldNext(), Lines{"+" + headsetTexts});
+  EXPECT_EQ(next(), Lines{"+" + headsetTexts});
 
   for (const auto& [device, texts] :
        {std::pair(headset, headsetTexts), std::pair(mouse, mouseTexts)}) {
     set(device, "product", "gone\n");
     send(device, "unbind");
     send(device, "remove");
-    EXPECT_EQ(toldNext(), Lines{"-" + texts});
+    EXPECT_EQ(next(), Lines{"-" + texts});
     umockdev_testbed_remove_device(kernel_, device.c_str());
   }
   EXPECT_EQ(connected(), Lines{"+" + stickTexts});

@@ -181,15 +181,13 @@ TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
     return pause();
   });
   const pid_t process = child.process();
-  char name[64] = {};
+  char name[64] = {}, whole[1024];
   while (std::string(name) != "a (b) c") {  // until the child has come to it
     ASSERT_GT(information.proc_name(process, name).bytes, 0);
   }
-  char whole[1024];
-  const int length = information.proc_pidpath(process, whole).bytes;
-  EXPECT_EQ(std::string(whole, static_cast<std::size_t>(length)),
-            std::filesystem::read_symlink("/proc/self/exe").string());
-  EXPECT_EQ(whole[length], '\0');
+  const std::string path = std::filesystem::read_symlink("/proc/self/exe");
+  EXPECT_EQ(information.proc_pidpath(process, whole).bytes, static_cast<int>(path.size()));
+  EXPECT_EQ(whole, path);
   char cut[3] = {'x', 'x', 'x'};
   EXPECT_EQ(information.proc_name(process, std::span(cut, 2)).bytes, 2);
   EXPECT_EQ(std::string(cut, 3), "a x");
