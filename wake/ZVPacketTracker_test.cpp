@@ -230,6 +230,7 @@ class WatchedProcesses : public SimProcessInformation {
   using SimProcessInformation::SimProcessInformation;
 
   ProcAnswer proc_listpids(std::span<std::int32_t> processes) override {
+    rooms.push_back(processes.size());
     if (processes.empty() && count) return {*count, 0};
     return SimProcessInformation::proc_listpids(processes);
   }
@@ -238,7 +239,8 @@ class WatchedProcesses : public SimProcessInformation {
     return SimProcessInformation::proc_name(process, name);
   }
 
-  std::optional<int> count;  // bytes that the processes are said to need
+  std::vector<std::size_t> rooms;  // of the lists
+  std::optional<int> count;        // bytes that the processes are said to need
   std::function<void(std::int32_t)> reached;
 };
 
@@ -308,20 +310,22 @@ TEST_F(SnapshotTest, GoesOnOrEndsWhereSomethingFails) {
 }
 
 TEST_F(SnapshotTest, GrowsItsListsAsNeeded) {
-  for (int process = 1; process <= 70; ++process) table.setProcess(process, "idle");
+  for (int process = 1; process <= 95; ++process) table.setProcess(process, "idle");
   for (int port = 100; port < 105; ++port) {
-    table.open(70, simUdpSocket("0.0.0.0:" + std::to_string(port)));
+    table.open(95, simUdpSocket("0.0.0.0:" + std::to_string(port)));
   }
   processes.count = 4;  // by the time they are listed there are more
   sleep();
   EXPECT_EQ(tracker.findProcessWithPort(104), 0);
+  // With one place left a list may have been cut.
+  EXPECT_EQ(std::exchange(processes.rooms, {}), (std::vector<std::size_t>{0, 32, 64, 96, 128}));
   processes.count = std::numeric_limits<int>::max();
   sleep();
   EXPECT_EQ(tracker.findProcessWithPort(104), -1);
   EXPECT_EQ(takeSystemLog(), Lines{"[PacketTracker] Can't allocate space for 536870912 PIDs"});
   processes.count = 4;
   sleep();
-  EXPECT_EQ(tracker.findProcessWithPort(104), 0) << "with the room that it had before";
+  EXPECT_EQ(processes.rooms, (std::vector<std::size_t>{0, 0, 128})) << "the room of before";
 }
 
 }  // namespace
