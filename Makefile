@@ -5,7 +5,7 @@ BUILD = build/$(PRESET)
 PACKAGES = tools/packages.txt
 ARGUMENTS ?= -q
 
-.PHONY: build setup run test check format tidy clean
+.PHONY: build setup run test check format tidy package clean
 
 build: setup
 	@cmake --preset $(PRESET) > $(BUILD).configure.log 2>&1 || { cat $(BUILD).configure.log; exit 1; }
@@ -30,12 +30,17 @@ check:
 	@$(MAKE) --no-print-directory test PRESET=asan
 
 format:
-	@find apps bench core loggers platform power process telephony tests wake \
+	@find apps bench core loggers platform power process report telephony tests wake \
 	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 # Slow; what it finds is for people to judge. Needs the package clang-tidy.
 tidy: build
-	@run-clang-tidy -quiet -p $(BUILD) '^$(CURDIR)/(apps|bench|core|loggers|platform|power|process|telephony|wake)/.*(?<!_test)\.cpp$$'
+	@run-clang-tidy -quiet -p $(BUILD) '^$(CURDIR)/(apps|bench|core|loggers|platform|power|process|report|telephony|wake)/.*(?<!_test)\.cpp$$'
+
+# A Debian package in build/, from what is committed.
+package: setup
+	@tools/setup tools/packages-package.txt
+	@tools/make_package build
 
 clean:
 	rm -rf build

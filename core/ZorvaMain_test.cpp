@@ -108,20 +108,6 @@ TEST_F(ZorvaMainTest, DefaultLoggersAreThoseOfTheTableThatArePreferredAndCanBeHa
   EXPECT_EQ(CopyPreferenceValue(handset.preferences(), kRecordSyslog), Value(false));
 }
 
-TEST_F(ZorvaMainTest, NamedLoggersComeInTheOrderOfTheOptions) {
-  EXPECT_EQ(run({"-pB", "-q", "-B"}), 0);
-  EXPECT_EQ(output, (Lines{"11/16/26 14:00:00 [A] snapshot;", "11/16/26 14:00:00 [B] snapshot;",
-                           "11/16/26 14:00:00 [B] snapshot;"}));
-}
-
-TEST_F(ZorvaMainTest, AskedForHelpItDoesNothingElse) {
-  EXPECT_EQ(run({"-d", "-B", "-h"}), 0);
-  EXPECT_TRUE(errorText.starts_with("Usage: zorva [-Bdhpq]\n")) << errorText;
-  EXPECT_EQ(output, Lines{});
-  EXPECT_EQ(fileCount(), 0);
-  EXPECT_TRUE(CopyPreferenceValue(handset.preferences(), kRecordSyslog).isNothing());
-}
-
 TEST_F(ZorvaMainTest, TheTenthNameOfASecondIsAppendedTo) {
   handset.device().setAnswer("UserAssignedDeviceName", {});
   for (int attempt = 0; attempt <= 9; ++attempt) {

@@ -7,7 +7,6 @@
 #include "loggers/ZVGeodyneLogger.h"
 #include "loggers/ZVKeeplineLogger.h"
 #include "loggers/ZVPushNotificationLogger.h"
-#include "loggers/ZVSkyvaultLogger.h"
 #include "loggers/ZVSyncwardLogger.h"
 #include "tests/support/LoggerTest.h"
 
@@ -63,29 +62,20 @@ TEST_F(ZVPushNotificationLoggerTest, WritesNoTokenAndHearsNothingAtItsEnd) {
   push.setConnected(true);
 }
 
-TEST_F(ZVPushNotificationLoggerTest, HearsBothServicesEvenWithoutAConnection) {
+TEST_F(ZVPushNotificationLoggerTest, HearsTheStreamEvenWithoutAConnection) {
   handset.faults().fail("push.createConnection");
   const auto logger = make();
-  const auto cloud = ZVSkyvaultLogger::logger(services());
-  attach(*cloud);
-  cloud->log();
   for (const auto& [name, entry] :
        {std::pair("NMXDidOpenConnectionStream", "[NMX Event] type=opened_stream;"),
         {"NMXDidEncounterStreamEnd", "[NMX Event] type=stream_ended;"},
         {"NMXDidEncounterStreamError", "[NMX Event] type=stream_error;"},
         {"NMXDidSendFilterMessage", "[NMX Event] type=sent_filter_message;"},
         {"NMXDidRecieveMessageMessage", "[NMX Event] type=received_message_message;"},
-        {"NMXDidSendKeepAliveMessage", "[NMX Event] type=sent_keep_alive_message;"},
-        {"VKSSRPingGoingOut", "[Skyvault Event] type=ping;"},
-        {"VKSSRInboxNotificationReceived", "[Skyvault Event] type=inbox_notification;"},
-        {"VKSSRSyncNotificationReceived", "[Skyvault Event] type=sync_notification;"},
-        {"VKSSRTRKDNotificationReceived", "[Skyvault Event] type=trkd_notification;"}}) {
+        {"NMXDidSendKeepAliveMessage", "[NMX Event] type=sent_keep_alive_message;"}}) {
     handset.notifications().post(name);
     handset.notifications().post(name);
     EXPECT_EQ(log.takeEntries(), Lines(2, entry));
   }
-  cloud->setEnabled(false);
-  handset.notifications().post("VKSSRPingGoingOut");
 }
 
 using ZVSyncwardLoggerTest = LoggerTest;

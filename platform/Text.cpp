@@ -34,11 +34,17 @@ std::string formatText(const char* format, ...) {
 std::string formatArguments(const char* format, va_list arguments) {
   va_list again;
   va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  char shorter[256];  // holds nearly all, so that those are formatted once
+  const int length = std::vsnprintf(shorter, sizeof shorter, format, arguments);
   std::string text;
   if (length > 0) {
-    text.resize(static_cast<std::size_t>(length));
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    const auto size = static_cast<std::size_t>(length);
+    if (size < sizeof shorter) {
+      text.assign(shorter, size);
+    } else {
+      text.resize(size);
+      std::vsnprintf(text.data(), size + 1, format, again);
+    }
   }
   va_end(again);
   return text;

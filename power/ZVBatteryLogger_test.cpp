@@ -53,20 +53,6 @@ class ZVBatteryLoggerTest : public LoggerTest {
   std::vector<Registration> observations_;
 };
 
-TEST_F(ZVBatteryLoggerTest, WithoutAGasGaugeCurrentAndCapacityAreUnknown) {
-  handset.device().setAnswer("gas-gauge-battery", {});
-  handset.battery().set("Voltage", 1);
-  handset.battery().set("VennorRawBatteryVoltage", 3700);
-  makeLogger();
-  logger->log();
-  const Lines first = log.takeEntries();
-  handset.device().setAnswer("gas-gauge-battery", true);  // is not asked again
-  logger->log();
-  EXPECT_EQ(log.takeEntries(), first);
-  EXPECT_EQ(first.at(0).substr(0, 83),
-            "[Battery] level=80.00%; voltage=3700 mV; current=<unknown>; max_capacity=<unknown>;");
-}
-
 TEST_F(ZVBatteryLoggerTest, TellsChangesBeforeAndLevelsAfterTheEntry) {
   makeLogger();
   handset.battery().setLevel(80.9);  // the same whole percent

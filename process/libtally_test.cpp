@@ -328,26 +328,5 @@ TEST_F(LibtallyTest, SharedObjectsCountOnceForTheSystem) {
   EXPECT_EQ(tsamp.regions, 1u);
 }
 
-TEST_F(LibtallyTest, BrokenContractsStopTheProgram) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(libtally_piterate(), "libtally.*tsamp\\.seq != 0");
-  ASSERT_EQ(init(), 0);
-  EXPECT_DEATH(libtally_psort(bySecondsDescending, nullptr), "libtally.*tsamp\\.seq != 0");
-  EXPECT_DEATH(libtally_state_str(8), "libtally.*state <= LIBTALLY_STATE_MAX");
-  const libtally::RegistryOrder order;
-  EXPECT_DEATH(order(nullptr, std::make_unique<libtally::Record>()), "libtally.*a != NULL");
-  statistics.system.launcherCommand = "Launcher";
-  statistics.setTask(0, "Launcher", {});
-  EXPECT_DEATH(libtally_sample(false, false), "libtally.*pinfo->psamp\\.pid != 0");
-  statistics.removeTask(0);
-  statistics.failNext(InterfaceTraffic, {kKernelNoMemory, "no memory"});
-  EXPECT_EXIT(
-      {
-        dup2(2, 1);  // only standard error is looked at
-        libtally_sample(false, false);
-      },
-      testing::ExitedWithCode(1), "malloc failed");
-}
-
 }  // namespace
 }  // namespace zorva

@@ -35,27 +35,6 @@ class TelephonyLoggersTest : public LoggerTest {
           handset.telephonyServer(), radio, centre, handset.systemLog()});
 };
 
-TEST_F(TelephonyLoggersTest, TelephonySnapshotsTellWhatCannotBeHad) {
-  const auto logger = make<ZVTelephonyLogger>(radio);
-  logger->log();
-  EXPECT_EQ(log.takeEntries(), Lines{entry("<unknown>", "Ready", "-85")});
-  radio.setAirplaneMode(true);
-  handset.telephonyServer().setRatSelection("5G\n");
-  radio.setCalls({{1, 4}});
-  EXPECT_EQ(log.takeEntries(),
-            Lines{"[Telephony] band=<unknown>; data=<unknown>; rat=5G\\x0a; call_status=Ringing; "
-                  "airplane_mode=on; sim=Ready; signal=-85 dBm; bars=3;"});
-  radio.setSimStatus("");
-  log.takeEntries();
-  failTelephony("telephonyServer.ratSelection");
-  failTelephony("telephony.signalStrength");
-  notifications.post(kBatteryLevelDidNotChangeForSignificantTime);
-  EXPECT_EQ(log.takeEntries(),
-            Lines{"[Telephony] band=<unknown>; data=<unknown>; rat=(null); call_status=Ringing; "
-                  "airplane_mode=on; sim=<unknown>; signal=-1 dBm; bars=-1;"});
-  EXPECT_EQ(takeSystemLog(), Lines{"Could not get the selected radio mode. (domain: 1 error: 5)"});
-}
-
 // Walks down in steps of 1 dBm: only what is more than 5 dBm from the last written entry counts,
 // and a battery entry moves that mark as well.
 TEST_F(TelephonyLoggersTest, SignalsCountFromTheLastWrittenStrength) {
@@ -216,17 +195,6 @@ TEST_F(TelephonyLoggersTest, RegistrationsAreWrittenWhenAnItemChanges) {
              "[Registration] operator=<none>;" + place +
                  " home=<unknown>; data_attached=no; data_active=no; data_indicator=<unknown>; "
                  "status=<unknown>;"}));
-}
-
-TEST_F(TelephonyLoggersTest, NoLoggerWithoutAConnection) {
-  connection.reset();
-  auto parts = services();
-  EXPECT_EQ(ZVTelephonyLogger::loggerWithConnection(parts, centre, connection, radio), nullptr);
-  EXPECT_EQ(ZVRegistrationLogger::loggerWithConnection(parts, centre, connection, radio), nullptr);
-  EXPECT_EQ(ZVBasebandStateDurationLogger::loggerWithConnection(parts, centre, connection),
-            nullptr);
-  EXPECT_EQ(takeSystemLog(),
-            Lines(3, "Error: ZVTelephonyConnectedLogger must be created with a valid connection"));
 }
 
 }  // namespace

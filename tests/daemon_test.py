@@ -2,6 +2,7 @@
 import os
 import re
 import signal
+import socket
 import subprocess
 import sys
 import unittest
@@ -87,6 +88,19 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual(self.end(daemon), 0)
         self.assertEqual(self.logs(), {second})
         self.assertEqual(self.sockets(), set(), 'left behind')
+
+    def test_tells_the_service_manager_when_the_first_snapshot_is_there(self):
+        manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(manager.close)
+        manager.settimeout(30)
+        manager.bind('\0zorva-test-manager')
+        daemon = subprocess.Popen([program('zorva'), '-d'],
+                                  env={**os.environ, 'NOTIFY_SOCKET': '@zorva-test-manager'})
+        self.daemons.append(daemon)
+        self.assertEqual(manager.recv(100), b'READY=1')
+        [log] = self.logs()
+        self.assertTrue(self.complete(log))
+        self.assertEqual(self.end(daemon), 0)
 
     def test_any_number_of_daemons_hear_one_post(self):
         daemons = [self.start(), self.start()]

@@ -31,6 +31,15 @@ class SimulationTest(unittest.TestCase):
         self.assertTrue(shown.stdout)
         self.assertTrue(all('[Battery]' in line for line in shown.stdout.splitlines()))
 
+    def test_each_line_of_a_system_log_message_is_marked(self):
+        with tempfile.NamedTemporaryFile('w', suffix='.yaml') as scenario:
+            scenario.write('device:\n  faults: [{point: bluetooth.defaultLocalDevice, result: 5}]\n'
+                           'end: 00:01:00\n')
+            scenario.flush()
+            lines = run(program('zorva-sim'), scenario.name).stderr.split('\n')
+        self.assertEqual(lines[:2], ['syslog: Error: Bluetooth power ERROR: '
+                                     'BTLocalDeviceGetDefault: failed! 5', 'syslog: '])
+
     def test_what_makes_no_sense_is_refused_before_anything_runs(self):
         with tempfile.NamedTemporaryFile('w', suffix='.yaml') as scenario:
             scenario.write('device:\n  batery: {level: 80}\n')

@@ -25,11 +25,14 @@ struct Character {
 
 // The character at the start of a text that has one.
 Character firstCharacter(std::string_view text) {
+  if (static_cast<unsigned char>(text[0]) < 0x80) {
+    return {static_cast<char32_t>(text[0]), text.substr(0, 1)};
+  }
   const std::size_t length = sequenceLength(text);
   if (length == 0) return {kNoCharacter, text.substr(0, 1)};
   const auto lead = static_cast<unsigned char>(text[0]);
   // The lead byte of n bytes has n bits set and one clear, then the code's first bits.
-  char32_t code = length == 1 ? lead : lead & (0x7F >> length);
+  char32_t code = lead & (0x7F >> length);
   for (std::size_t i = 1; i < length; ++i) {
     code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
   }
@@ -51,6 +54,7 @@ Characters firstCharacters(std::string_view text, std::size_t most) {
 }
 
 bool isShorterThan(std::string_view text, std::size_t characters) {
+  if (text.size() >= characters * 4) return false;  // no character has more bytes
   return firstCharacters(text, characters).count < characters;
 }
 
@@ -64,6 +68,12 @@ int digitValue(char32_t character) {
   if (character >= 'a' && character <= 'f') return static_cast<int>(character - 'a') + 10;
   if (character >= 'A' && character <= 'F') return static_cast<int>(character - 'A') + 10;
   return -1;
+}
+
+bool isHexadecimal(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char character) {
+    return digitValue(static_cast<unsigned char>(character)) >= 0;
+  });
 }
 
 bool sameLetter(char one, char other) {
@@ -176,6 +186,7 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
 
 // The packet, when it is long enough and all of it hexadecimal.
 std::optional<std::string> ZVPacketTracker::checkedPacket(std::string_view packet) {
+  if (packet.size() >= kLeastPacket && isHexadecimal(packet)) return std::string(packet);
   if (isShorterThan(packet, kLeastPacket)) {
     systemLog_.write("[PacketDecoder] Packet too short");
     return std::nullopt;
@@ -209,9 +220,8 @@ std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
   const std::uint32_t source = read(2);
   const std::uint32_t destination = read(2);
   const std::uint32_t length = read(2);
-  packetLog_ += formatText(" source_port=%u;", source);
-  packetLog_ += formatText(" dest_port=%u;", destination);
-  packetLog_ += formatText(" length=%u;", length);
+  packetLog_ +=
+      formatText(" source_port=%u; dest_port=%u; length=%u;", source, destination, length);
   return static_cast<std::uint16_t>(destination);
 }
 
@@ -236,13 +246,9 @@ std::uint16_t ZVPacketTracker::tcpParse(std::string_view text) {
   for (std::size_t i = 0; i < control.size(); ++i) {
     if ((flags & 0x3F & (0x80U >> i)) == 0) control[i] = 'x';
   }
-  packetLog_ += formatText(" source_port=%u;", source);
-  packetLog_ += formatText(" dest_port=%u;", destination);
-  packetLog_ += formatText(" seq=%u;", sequence);
-  packetLog_ += formatText(" ack=%u;", acknowledgement);
-  packetLog_ += formatText(" offset=%u;", offset);
-  packetLog_ += formatText(" window=%u;", window);
-  packetLog_ += formatText(" control=%s;", control.c_str());
+  packetLog_ +=
+      formatText(" source_port=%u; dest_port=%u; seq=%u; ack=%u; offset=%u; window=%u; control=%s;",
+                 source, destination, sequence, acknowledgement, offset, window, control.c_str());
   return static_cast<std::uint16_t>(destination);
 }
 
@@ -305,9 +311,8 @@ std::uint16_t ZVPacketTracker::decodeHeaders(std::string_view packet) {
   const auto destination = readAddress();
   if ((versionAndLength & 0x0F) == 6) read(4);  // one word of options; longer ones are not known
 
-  packetLog_ += formatText(" version=IPv%d;", versionAndLength >> 4);
-  packetLog_ += formatText(" length=%d;", length);
-  packetLog_ += formatText(" ttl=%d;", timeToLive);
+  packetLog_ +=
+      formatText(" version=IPv%d; length=%d; ttl=%d;", versionAndLength >> 4, length, timeToLive);
   switch (protocol) {
     case kTCP:
       packetLog_ += " protocol=TCP;";
@@ -321,9 +326,9 @@ std::uint16_t ZVPacketTracker::decodeHeaders(std::string_view packet) {
     default:
       packetLog_ += formatText(" protocol=Other (%d);", protocol);
   }
-  packetLog_ += formatText(" source=%d.%d.%d.%d;", source[0], source[1], source[2], source[3]);
-  packetLog_ += formatText(" destination=%d.%d.%d.%d;", destination[0], destination[1],
-                           destination[2], destination[3]);
+  packetLog_ +=
+      formatText(" source=%d.%d.%d.%d; destination=%d.%d.%d.%d;", source[0], source[1], source[2],
+                 source[3], destination[0], destination[1], destination[2], destination[3]);
   if (protocol == kTCP) return tcpParse(packet.substr(cursor));
   if (protocol == kUDP) return udpParse(packet.substr(cursor));
   return 0;

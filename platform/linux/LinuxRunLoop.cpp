@@ -5,6 +5,7 @@
 #include <cstring>
 #include <sys/epoll.h>
 #include <system_error>
+#include <systemd/sd-daemon.h>
 #include <time.h>
 
 namespace zorva {
@@ -78,6 +79,9 @@ Registration LinuxRunLoop::startTimer(double seconds, std::function<void()> fire
 
 void LinuxRunLoop::run() {
   stopped_ = false;
+  // Whoever runs the loop has done what comes before: a service manager may go on. Without one this
+  // does nothing.
+  sd_notify(0, "READY=1");
   while (!stopped_) {
     const int result = sd_event_run(event(), UINT64_MAX);
     if (result >= 0 || result == -EINTR) continue;

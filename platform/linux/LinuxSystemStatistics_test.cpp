@@ -145,29 +145,5 @@ TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
   }
 }
 
-TEST(LinuxSystemStatisticsTest, TheFirmwaresRangesAreSummedByType) {
-  const char* const kFiles[] = {"/start", "/end", "/type"};
-  const char* const kRanges[][3] = {{"0x0", "0xfff", "System RAM\n"},
-                                    {"0x1000\n", "0x1fff\n", "Reserved\n"},
-                                    {"0x2000", "0x20ff", "Unusable memory\n"},
-                                    {"0x3000", "0x300f", "ACPI Tables\n"},
-                                    {"0x4000", "0x4fff", "Reserved\n"}};
-  const DirectoryForTest root;
-  LinuxSystemStatistics statistics(root / "proc", root / "sys");
-  EXPECT_FALSE(statistics.reservedMemory());
-  for (std::size_t i = 0; i < std::size(kRanges); ++i) {
-    for (std::size_t file = 0; file < 3; ++file) {
-      root.write("sys/firmware/memmap/" + std::to_string(i) + kFiles[file], kRanges[i][file]);
-    }
-  }
-  const auto memory = statistics.reservedMemory();
-  ASSERT_TRUE(memory);
-  EXPECT_EQ(memory->reserved, 0x2000u);
-  EXPECT_EQ(memory->unusable, 0x100u);
-  EXPECT_EQ(memory->other, 0x10u);
-  root.write("sys/firmware/memmap/4/end", "soon");
-  EXPECT_FALSE(statistics.reservedMemory()) << "not all is told";
-}
-
 }  // namespace
 }  // namespace zorva

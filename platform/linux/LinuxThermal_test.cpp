@@ -72,31 +72,6 @@ TEST(ThermalEvents, AreTakenFromWellFormedMessagesOfTheFamilyOnly) {
   }
 }
 
-TEST(ThermalEvents, WakeTheLoop) {
-  LoopForTest loop;
-  int calls = 0;
-  const ThermalEvents events(loop.event(), [&] { ++calls; });
-  if (events.descriptor() < 0) GTEST_SKIP() << "this kernel tells no thermal events here";
-  sockaddr_nl address{};
-  socklen_t size = sizeof address;
-  ASSERT_EQ(::getsockname(events.descriptor(), reinterpret_cast<sockaddr*>(&address), &size), 0);
-  EXPECT_NE(address.nl_groups, 0U);
-  address.nl_groups = 0;
-  const int sender = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_GENERIC);
-  bool sent = true;
-  for (const std::uint8_t event :
-       {THERMAL_GENL_EVENT_TZ_GOV_CHANGE, THERMAL_GENL_EVENT_CDEV_STATE_UPDATE}) {
-    const auto bytes = message(events.family(), event);
-    sent = sent && ::sendto(sender, bytes.data(), bytes.size(), 0,
-                            reinterpret_cast<sockaddr*>(&address), sizeof address) > 0;
-  }
-  ::close(sender);
-  if (!sent) GTEST_SKIP() << "only root can stand in for the kernel";
-  loop.runUntil([&] { return calls > 0; });
-  loop.drain();
-  EXPECT_EQ(calls, 1) << "one for all that was ready";
-}
-
 class LinuxThermalTest : public MockKernelTest {
  protected:
   void write(const std::string& file, const std::string& text) {

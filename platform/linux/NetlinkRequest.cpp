@@ -29,13 +29,13 @@ Answer read(std::span<const std::uint8_t> bytes,
   const auto* message = reinterpret_cast<const nlmsghdr*>(bytes.data());
   for (auto left = static_cast<unsigned>(bytes.size()); NLMSG_OK(message, left);
        message = NLMSG_NEXT(message, left)) {
-    if (message->nlmsg_type == NLMSG_DONE) return Answer::Done;
-    if (message->nlmsg_type == NLMSG_ERROR) {
-      std::int32_t error = -1;
+    // A dump, too, may end with an error.
+    if (message->nlmsg_type == NLMSG_DONE || message->nlmsg_type == NLMSG_ERROR) {
+      std::int32_t error = message->nlmsg_type == NLMSG_DONE ? 0 : -1;
       if (message->nlmsg_len >= NLMSG_LENGTH(sizeof error)) {
         std::memcpy(&error, NLMSG_DATA(message), sizeof error);
       }
-      return error == 0 ? Answer::Done : Answer::Refused;
+      return error >= 0 ? Answer::Done : Answer::Refused;
     }
     if (message->nlmsg_type >= NLMSG_MIN_TYPE) each(*message);
   }

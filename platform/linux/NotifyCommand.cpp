@@ -17,7 +17,7 @@ constexpr const char* kHelp =
     "the daemons of every user. Nobody listening is no error, and nothing is printed.\n"
     "\n"
     "  --state N   set the notification's state first: 0 to 18446744073709551615, or 0x...\n"
-    "  --help      print this text and exit\n"
+    "  -h, --help  print this text and exit\n"
     "\n"
     "NAME has 1 to 128 printable ASCII characters, no blank and no '/', and does not start with\n"
     "'.'. The name com.vennor.zorva.exit ends the daemons.\n"

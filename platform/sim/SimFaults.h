@@ -19,10 +19,10 @@ class SimFaults {
     NoResultCode,  ///< a result code was given for a point whose operation has none
   };
 
-  /// Lets the next `times` calls of the operation fail, after those that are armed already have
-  /// been forgotten. Without a result code the point's own one is answered.
+  /// Lets `times` calls of the operation fail, after the next `after` ones, and forgets what was
+  /// armed before. Without a result code the point's own one is answered.
   Outcome fail(const std::string& point, int times = 1,
-               std::optional<std::int64_t> result = std::nullopt);
+               std::optional<std::int64_t> result = std::nullopt, int after = 0);
 
   /// Forgets every armed fault.
   void clear();
@@ -30,6 +30,8 @@ class SimFaults {
   /// The names of all points, in alphabetical order.
   std::vector<std::string> names() const;
   bool contains(const std::string& point) const { return points_.contains(point); }
+  /// How often the operation has been called so far; 0 for a point that is not there.
+  int calls(const std::string& point) const;
   /// Whether the point's operation answers a result code.
   bool hasResultCode(const std::string& point) const;
 
@@ -66,6 +68,8 @@ class SimFaultPoint {
   std::string name_;
   std::optional<std::int64_t> usualResult_;
   std::int64_t result_ = 0;
+  int calls_ = 0;
+  int passing_ = 0;  // that go on as usual before the fault strikes
   int remaining_ = 0;
 };
 

@@ -16,7 +16,7 @@ void ScenarioSections::add(std::vector<Section>& sections, const std::string& ke
 
 void SimParts::addFaultSections() {
   const auto read = [this](const ScenarioNode& node) -> ScenarioAction {
-    const auto keys = node.keys({"point", "result", "times"});
+    const auto keys = node.keys({"point", "result", "times", "after"});
     const ScenarioNode& pointNode = keys.require("point");
     const std::string point = pointNode.text();
     if (!faults.contains(point)) {
@@ -31,9 +31,13 @@ void SimParts::addFaultSections() {
       }
       result = code->integer(INT32_MIN, UINT32_MAX);
     }
-    const auto* timesNode = keys.find("times");
-    const int times = timesNode ? static_cast<int>(timesNode->integer(0, 1000000)) : 1;
-    return [this, point, result, times] { faults.fail(point, times, result); };
+    const auto count = [&](const char* key, int otherwise) {
+      const auto* given = keys.find(key);
+      return given ? static_cast<int>(given->integer(0, 1000000)) : otherwise;
+    };
+    return [this, point, result, times = count("times", 1), after = count("after", 0)] {
+      faults.fail(point, times, result, after);
+    };
   };
   sections.addStart("faults",
                     [read](const ScenarioNode& node) { return eachOf(node.list(), read); });

@@ -1,5 +1,6 @@
 #include "platform/sim/SimRun.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <ostream>
 #include <string_view>
@@ -18,7 +19,7 @@ constexpr const char* kUsage =
     "Options:\n"
     "    --root DIR    keep the handset's files (log directory, preferences) in DIR;\n"
     "                  without it they are removed at the end\n"
-    "    --help        print this help message and exit\n"
+    "    -h, --help    print this help message and exit\n"
     "    -- OPTIONS    what follows are options for zorva\n";
 
 struct Options {
@@ -81,8 +82,15 @@ std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], 
     run.handset_ = std::make_unique<SimHandset>(
         options.root ? std::make_unique<SimRoot>(*options.root) : std::make_unique<SimRoot>());
     const Scenario scenario = Scenario::readFile(*options.scenario, *run.handset_);
-    run.handset_->systemLog().setForward(
-        [&err](std::string_view line) { err << "syslog: " + std::string(line) + "\n"; });
+    run.handset_->systemLog().setForward([&err](std::string_view message) {
+      // Some messages hold more than one line.
+      std::string lines;
+      for (std::size_t begin = 0, end; begin <= message.size(); begin = end + 1) {
+        end = std::min(message.find('\n', begin), message.size());
+        lines.append("syslog: ").append(message.substr(begin, end - begin)).append("\n");
+      }
+      err << lines;
+    });
     scenario.begin(*run.handset_);
   } catch (const ScenarioError& error) {
     err << std::string("zorva-sim: ") + error.what() + "\n";

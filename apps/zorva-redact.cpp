@@ -1,0 +1,189 @@
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+#include "apps/OutputFile.h"
+#include "platform/support/ProcessSetUp.h"
+#include "report/LogInput.h"
+#include "report/LogReader.h"
+#include "report/Redaction.h"
+
+namespace zorva {
+namespace {
+
+constexpr const char* kHelp =
+    "Usage: zorva-redact [LOG...] [-o FILE [--force]]\n"
+    "Rewrites logs so that they can be shared: names, addresses and contents become tokens such "
+    "as\n"
+    "ap-1 or process-3, the same one for the same value; lines, fields and figures stay. Several\n"
+    "logs are rewritten one behind the other, with the same tokens. Without LOG, or where it is "
+    "-,\n"
+    "standard input is read.\n"
+    "\n"
+    "  -o, --output FILE  write to FILE, which is there whole or not at all, not to standard "
+    "output\n"
+    "      --force        replace FILE if it is there\n"
+    "  -h, --help         print this text and exit\n"
+    "\n"
+    "Lines that are damaged are replaced as a whole, and told on standard error. Times and "
+    "figures\n"
+    "stay: zorva-redact(1) says what they still tell.\n"
+    "\n"
+    "Exit status: 0 written; 1 a log could not be read or the output not be written; 2 bad "
+    "usage.\n";
+
+constexpr int kFailed = 1;
+constexpr int kBadUsage = 2;
+constexpr std::size_t kMostDamagedShown = 10;
+
+struct Request {
+  bool help = false;
+  bool force = false;
+  std::vector<std::string> logs;
+  std::optional<std::string> output;
+};
+
+// Reads the arguments; returns what is wrong with them, or an empty text.
+std::string parse(const std::vector<std::string>& arguments, Request& request) {
+  constexpr std::string_view kOutput = "--output=";
+  bool options = true;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (!options || argument == "-" || !argument.starts_with('-')) {
+      request.logs.push_back(argument);
+    } else if (argument == "--") {
+      options = false;
+    } else if (argument == "--help" || argument == "-h") {
+      request.help = true;
+    } else if (argument == "--force") {
+      request.force = true;
+    } else if (argument.starts_with("-o") || argument == "--output" ||
+               argument.starts_with(kOutput)) {
+      if (request.output) return "more than one output is given.";
+      const bool apart = argument == "-o" || argument == "--output";
+      if (apart && ++i == arguments.size()) return argument + " needs a file behind it.";
+      request.output = apart                        ? arguments[i]
+                       : argument.starts_with("--") ? argument.substr(kOutput.size())
+                                                    : argument.substr(2);
+      if (request.output->empty()) return "the output's name is empty.";
+    } else {
+      return "unknown option " + argument + ".";
+    }
+  }
+  if (request.force && !request.output) return "--force is for the file of -o.";
+  if (request.logs.empty()) request.logs.emplace_back("-");
+  return "";
+}
+
+int complain(const std::string& problem, int status) {
+  std::fprintf(stderr, "zorva-redact: %s\n", problem.c_str());
+  return status;
+}
+
+// How far it is, for whoever looks at a terminal and waits.
+class Progress {
+ public:
+  explicit Progress(const std::vector<LogInput>& inputs) : shown_(::isatty(STDERR_FILENO) != 0) {
+    for (const LogInput& input : inputs) {
+      if (!input.size()) shown_ = false;
+      total_ += input.size().value_or(0);
+    }
+  }
+  ~Progress() {
+    if (told_) std::fputs("\r\033[K", stderr);
+  }
+
+  void at(std::uint64_t bytes) {
+    if (!shown_ || bytes < next_) return;
+    next_ = bytes + (1 << 20);
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last_ < std::chrono::seconds(1)) return;
+    last_ = now;
+    told_ = true;
+    std::fprintf(stderr, "\rzorva-redact: %.0f %% of %.0f MB",
+                 100.0 * static_cast<double>(bytes) / static_cast<double>(total_),
+                 static_cast<double>(total_) / 1e6);
+  }
+
+ private:
+  bool shown_;
+  bool told_ = false;
+  std::uint64_t total_ = 0;
+  std::uint64_t next_ = 0;
+  std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
+};
+
+void tellDamaged(const LogCounts& counts, const std::vector<std::string>& places) {
+  if (counts.damaged == 0) return;
+  std::string text = std::to_string(counts.damaged) + " damaged or foreign of " +
+                     std::to_string(counts.lines) + " lines replaced:";
+  for (const std::string& place : places) text += " " + place;
+  if (counts.damaged > places.size()) text += " ...";
+  complain(text, 0);
+}
+
+int redact(std::vector<LogInput>& inputs, OutputFile& output) {
+  LogReader reader;
+  Redaction redaction;
+  LogRecord record;
+  std::vector<std::string> damaged;
+  {
+    Progress progress(inputs);
+    for (LogInput& input : inputs) {
+      reader.begin([&](char* to, std::size_t most) { return input.read(to, most); });
+      while (reader.next(record)) {
+        redaction.append(record, output.pending());
+        if (record.piece == LogPiece::kDamaged && damaged.size() < kMostDamagedShown) {
+          damaged.push_back(input.name() + ":" + std::to_string(record.line));
+        }
+        if (!output.flushIfMuch()) return complain(output.problem(), kFailed);
+        progress.at(reader.counts().bytes);
+      }
+      if (reader.error() != 0) {
+        return complain(input.name() + ": cannot be read on: " + std::strerror(reader.error()),
+                        kFailed);
+      }
+    }
+  }
+  if (!output.finish()) return complain(output.problem(), kFailed);
+  tellDamaged(reader.counts(), damaged);
+  return 0;
+}
+
+int run(const std::vector<std::string>& arguments) {
+  Request request;
+  if (const std::string wrong = parse(arguments, request); !wrong.empty()) {
+    return complain(wrong + " 'zorva-redact --help' tells more.", kBadUsage);
+  }
+  if (request.help) {
+    return std::fputs(kHelp, stdout) < 0 || std::fflush(stdout) != 0 ? kFailed : 0;
+  }
+  std::vector<LogInput> inputs;
+  std::string problem;
+  for (const std::string& log : request.logs) {
+    auto input = LogInput::open(log, problem);
+    if (!input) return complain(problem, kFailed);
+    if (request.output && input->isFileAt(*request.output)) {
+      return complain(log + ": would be replaced by its own copy; choose another name for -o",
+                      kFailed);
+    }
+    inputs.push_back(std::move(*input));
+  }
+  auto output = request.output ? OutputFile::make(*request.output, request.force, problem)
+                               : OutputFile::standardOutput();
+  if (!output) return complain(problem, kFailed);
+  return redact(inputs, *output);
+}
+
+}  // namespace
+}  // namespace zorva
+
+int main(int count, char** arguments) {
+  zorva::prepareProcess();
+  return zorva::run({arguments + (count > 0 ? 1 : 0), arguments + count});
+}

@@ -1,0 +1,27 @@
+# cmake --install: programs, manual, completions, examples, and what the services need.
+include(GNUInstallDirs)
+set(ZORVA_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where zsh looks for completions")
+set(ZORVA_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/system CACHE PATH "Where systemd looks for units")
+set(packaging ${CMAKE_CURRENT_LIST_DIR})
+
+set(programs zorva zorva-sim zorva-notify zorva-redact)
+install(TARGETS ${programs})
+file(GLOB pages CONFIGURE_DEPENDS ${packaging}/man/*.1)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+file(GLOB scenarios CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/scenarios/*)
+install(FILES ${scenarios} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+
+foreach(program ${programs})
+  install(FILES ${packaging}/completions/zorva.bash RENAME ${program}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endforeach()
+install(FILES ${packaging}/completions/_zorva DESTINATION ${ZORVA_ZSH_DIR})
+
+set(BINDIR ${CMAKE_INSTALL_FULL_BINDIR})
+configure_file(${packaging}/zorva.service ${CMAKE_BINARY_DIR}/packaging/zorva.service @ONLY)
+configure_file(${packaging}/zorva.openrc ${CMAKE_BINARY_DIR}/packaging/zorva.openrc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/packaging/zorva.service DESTINATION ${ZORVA_UNIT_DIR})
+install(FILES ${packaging}/zorva.sysusers RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/sysusers.d)
+install(FILES ${packaging}/zorva.tmpfiles RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/tmpfiles.d)
+# Scripts of OpenRC belong into /etc; distributions that start with it copy it from here.
+install(PROGRAMS ${CMAKE_BINARY_DIR}/packaging/zorva.openrc DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -1,0 +1,145 @@
+#include "report/LogTime.h"
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+
+namespace zorva {
+namespace {
+
+constexpr std::string_view kPattern = "00/00/00 00:00:00";
+
+// The zeros of the digits that locales write dates with, beside ASCII's: Arabic, its eastern
+// form, Devanagari, Bengali, Tibetan, Burmese, Ol Chiki, Adlam.
+constexpr std::uint32_t kZeros[] = {0x660, 0x6F0, 0x966, 0x9E6, 0xF20, 0x1040, 0x1C50, 0x1E950};
+
+// The length of the UTF-8 sequence by its first byte, and 1 for what begins none.
+std::size_t sequenceLength(std::string_view text) {
+  const auto lead = static_cast<std::uint8_t>(text[0]);
+  const std::size_t length = lead < 0xC2 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  return length <= text.size() ? length : 1;
+}
+
+std::uint32_t codePoint(std::string_view sequence) {
+  std::uint32_t code = static_cast<std::uint8_t>(sequence[0]);
+  if (sequence.size() > 1) code &= 0x7FU >> sequence.size();
+  for (const char byte : sequence.substr(1)) code = code << 6 | (byte & 0x3F);
+  return code;
+}
+
+// Takes one digit off the text; -1 when there is none.
+int takeDigit(std::string_view& text) {
+  if (text.empty()) return -1;
+  if (text[0] >= '0' && text[0] <= '9') {
+    const int digit = text[0] - '0';
+    text.remove_prefix(1);
+    return digit;
+  }
+  const std::size_t length = sequenceLength(text);
+  if (length < 2) return -1;
+  const std::uint32_t code = codePoint(text.substr(0, length));
+  for (const std::uint32_t zero : kZeros) {
+    if (code >= zero && code < zero + 10) {
+      text.remove_prefix(length);
+      return static_cast<int>(code - zero);
+    }
+  }
+  return -1;
+}
+
+struct Fields {
+  int month, day, year, hour, minute, second;
+};
+
+std::optional<Fields> readFields(std::string_view text, std::size_t& length) {
+  const std::size_t whole = text.size();
+  std::array<int, 6> numbers{};
+  std::size_t digits = 0;
+  for (const char expected : kPattern) {
+    if (expected == '0') {
+      const int digit = takeDigit(text);
+      if (digit < 0) return std::nullopt;
+      int& number = numbers[digits++ / 2];
+      number = number * 10 + digit;
+    } else {
+      if (!text.starts_with(expected)) return std::nullopt;
+      text.remove_prefix(1);
+    }
+  }
+  length = whole - text.size();
+  const auto [month, day, year, hour, minute, second] = numbers;
+  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60) {
+    return std::nullopt;
+  }
+  return Fields{month, day, 2000 + year, hour, minute, second};
+}
+
+LogTime timeOf(const Fields& fields, int year) {
+  using namespace std::chrono;
+  const sys_days day = std::chrono::year(year) / fields.month / 1;
+  return (day.time_since_epoch().count() + fields.day - 1) * LogTime{86400} + fields.hour * 3600 +
+         fields.minute * 60 + fields.second;
+}
+
+// 0 is Sunday.
+int weekday(int year, unsigned month, unsigned day) {
+  return static_cast<int>(
+      std::chrono::weekday(std::chrono::sys_days(std::chrono::year(year) / static_cast<int>(month) /
+                                                 static_cast<int>(day)))
+          .c_encoding());
+}
+
+// Whether a week that begins on this weekday, and belongs to the year in which it has at least so
+// many days, can put the date into the week-based year.
+bool belongs(const Fields& fields, int year, int weekYear, int firstWeekday, int leastDays) {
+  // Days of the next January in the week that holds New Year, which is 0 when a week begins there.
+  const auto daysBefore = [&](int newYear) {
+    return (weekday(newYear, 1, 1) - firstWeekday + 7) % 7;
+  };
+  int belongsTo = year;
+  if (fields.month == 12) {
+    const int before = daysBefore(year + 1);  // of December, in the week of New Year
+    if (fields.day > 31 - before && 7 - before >= leastDays) belongsTo = year + 1;
+  } else if (fields.month == 1) {
+    const int before = daysBefore(year);
+    if (fields.day <= 7 - before && 7 - before < leastDays) belongsTo = year - 1;
+  }
+  return belongsTo == weekYear;
+}
+
+bool belongsSomewhere(const Fields& fields, int year, int weekYear, int leastDays) {
+  for (const int firstWeekday : {0, 1, 6}) {
+    if (belongs(fields, year, weekYear, firstWeekday, leastDays)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length) {
+  if (!lastText_.empty() && text.starts_with(lastText_)) {
+    length = lastText_.size();
+    return lastTime_;
+  }
+  const std::optional<Fields> fields = readFields(text, length);
+  if (!fields) return std::nullopt;
+  LogTime time = timeOf(*fields, fields->year);
+  const bool lastDays = fields->month == 12 && fields->day > 25;
+  if (lastDays || (fields->month == 1 && fields->day < 7)) {
+    const int other = fields->year + (lastDays ? -1 : 1);
+    const LogTime otherTime = timeOf(*fields, other);
+    const auto can = [&](int year) {
+      return belongsSomewhere(*fields, year, fields->year, 1) ||
+             belongsSomewhere(*fields, year, fields->year, 4);
+    };
+    const bool takeOther = nearby_ ? std::abs(otherTime - *nearby_) < std::abs(time - *nearby_)
+                                   : belongsSomewhere(*fields, other, fields->year, 1);
+    if (can(other) && (takeOther || !can(fields->year))) time = otherTime;
+  }
+  lastText_.assign(text.substr(0, length));
+  lastTime_ = time;
+  nearby_ = time;
+  return time;
+}
+
+}  // namespace zorva

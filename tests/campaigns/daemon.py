@@ -1,0 +1,298 @@
+#!/usr/bin/env python3
+"""What the real daemon has to outlive, on a device of its own (needs root; touches nothing outside):
+
+    tests/campaigns/daemon.py BIN [CAMPAIGN...]     all but soak, with the programs of the folder BIN
+
+    kill      killed at 1,000 random moments: whole lines, whole preferences, a clean next start
+    move      the log moved away 1,000 times under load: every entry in one file, in order, whole
+    storm     100,000 notifications at once: every one answered, in order
+    disk      the log directory full, read-only, deleted and made anew
+    soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
+
+Prints what each tried and what was lost; status 1 when anything was.
+"""
+import itertools
+import os
+import pathlib
+import plistlib
+import random
+import re
+import socket
+import subprocess
+import sys
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+import programs  # noqa: E402
+from programs import LOG_DIRECTORY, PREFERENCES, program, run, wait_for  # noqa: E402
+
+# A notification and the entry that answers it. Their order in the log tells which one is missing.
+EVENTS = {
+    'NMXDidOpenConnectionStream': '[NMX Event] type=opened_stream;',
+    'NMXDidEncounterStreamEnd': '[NMX Event] type=stream_ended;',
+    'NMXDidSendFilterMessage': '[NMX Event] type=sent_filter_message;',
+    'NMXDidSendKeepAliveMessage': '[NMX Event] type=sent_keep_alive_message;',
+    'VKSSRPingGoingOut': '[Skyvault Event] type=ping;',
+    'VKSSRSyncNotificationReceived': '[Skyvault Event] type=sync_notification;',
+    'com.vennor.syncward.ping-going-out': '[Syncward Event] type=ping;',
+}
+STAMP = re.compile(r'\d\d/\d\d/\d\d \d\d:\d\d:\d\d ')
+
+
+class Daemon:
+    def __init__(self):
+        before = sockets()
+        self.process = subprocess.Popen([program('zorva'), '-d'], stdout=subprocess.DEVNULL,
+                                        stderr=subprocess.DEVNULL)
+        [self.path] = wait_for(lambda: sockets() - before or self.ended(), 'a socket')
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.socket.connect(self.path)
+
+    def ended(self):
+        if self.process.poll() is not None:
+            raise AssertionError(f'the daemon ended with {self.process.returncode}')
+
+    def post(self, name):
+        self.socket.send(b'ZVN1' + name.encode())
+
+    def end(self):
+        self.post('com.vennor.zorva.exit')
+        return self.process.wait(timeout=60)
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+        os.unlink(self.path)
+
+
+def sockets():
+    return {str(path) for path in pathlib.Path('/run/zorva').glob('*') if path.is_socket()}
+
+
+def logs():
+    return sorted(LOG_DIRECTORY.glob('*.zorva'))
+
+
+def clear():
+    for path in LOG_DIRECTORY.iterdir():
+        path.unlink()
+
+
+def events_in(text):
+    """The answers to notifications, in order."""
+    return [line[18:] for line in text.splitlines() if line[18:] in EVENTS.values()]
+
+
+def broken_lines(text):
+    """Lines that are neither empty, the head of a file, nor an entry that is whole."""
+    return [line for line in text.splitlines()
+            if line and line != 'Zorva Version: 5' and not STAMP.match(line)
+            or STAMP.match(line) and not line.endswith(';') and '[Zorva]' not in line
+            and '[Syslog]' not in line]
+
+
+def progress(done, of, what):
+    if sys.stderr.isatty() and (done % 10 == 0 or done == of):
+        print(f'\r  {what}: {done} of {of}', end='' if done < of else '\n', file=sys.stderr)
+
+
+def kill(times=1000):
+    """Sends events until the daemon is killed; the seed makes a run repeatable."""
+    moments = random.Random(1)
+    cut = posted = 0
+    lost = []
+    for number in range(times):
+        progress(number + 1, times, 'kill')
+        daemon = Daemon()
+        deadline = time.monotonic() + moments.uniform(0, 0.05)
+        sent = []
+        for name in itertools.cycle(EVENTS):
+            if time.monotonic() >= deadline:
+                break
+            daemon.post(name)
+            sent.append(EVENTS[name])
+        daemon.kill()
+        posted += len(sent)
+        for log in logs():
+            text = log.read_text()
+            whole = text[:text.rfind('\n') + 1]
+            cut += whole != text
+            if broken_lines(whole):
+                lost.append(f'run {number}: {broken_lines(whole)[:2]}')
+            found = events_in(whole)
+            if found != sent[:len(found)]:
+                lost.append(f'run {number}: entries out of order')
+        if PREFERENCES.exists():
+            plistlib.loads(PREFERENCES.read_bytes())
+        extra = [path.name for path in PREFERENCES.parent.iterdir() if path != PREFERENCES]
+        if len(extra) > 1:
+            lost.append(f'run {number}: left behind {extra}')
+        clear()
+        if number % 3 == 0:
+            PREFERENCES.unlink(missing_ok=True)  # so that the next one writes it anew
+    daemon = Daemon()
+    if daemon.end() != 0:
+        lost.append('the last start did not end well')
+    clear()
+    return f'{times} kills, {posted} events posted, {cut} last lines cut', lost
+
+
+def move(times=1000):
+    daemon = Daemon()
+    names = list(EVENTS)
+    sent = []
+    moved = []
+    lost = []
+    for number in range(times):
+        progress(number + 1, times, 'move')
+        [log] = wait_for(logs, 'a log')
+        for step in range(20):
+            name = names[len(sent) % len(names)]
+            daemon.post(name)
+            sent.append(EVENTS[name])
+            if step == 10:
+                moved.append(LOG_DIRECTORY / f'moved-{number}')
+                log.rename(moved[-1])
+    wait_for(logs, 'a log')
+    status = daemon.end()
+    texts = [path.read_text() for path in moved + logs()]
+    found = [event for text in texts for event in events_in(text)]
+    if status != 0:
+        lost.append(f'status {status}')
+    if found != sent:
+        at = next((i for i, (a, b) in enumerate(zip(found, sent)) if a != b), min(len(found), len(sent)))
+        lost.append(f'{len(sent)} posted, {len(found)} found, the first difference at {at}')
+    lost += [f'in {path.name}: {broken_lines(text)[:2]}' for path, text in zip(moved + logs(), texts)
+             if broken_lines(text)]
+    lost += [f'{path.name} begins with {text[:20]!r}' for path, text in zip(moved + logs(), texts)
+             if text.count('Zorva Version: 5\n') != 1 or not text.startswith('Zorva Version: 5\n')]
+    clear()
+    return f'{times} moves, {len(sent)} events posted, {len(texts)} files', lost
+
+
+def storm(count=100000):
+    daemon = Daemon()
+    names = list(EVENTS)
+    begun = time.monotonic()
+    for number in range(count):
+        daemon.post(names[number % len(names)])
+    taken = time.monotonic() - begun
+    status = daemon.end()
+    [log] = logs()
+    found = events_in(log.read_text())
+    lost = [] if status == 0 else [f'status {status}']
+    if found != [EVENTS[names[number % len(names)]] for number in range(count)]:
+        lost.append(f'{count} posted, {len(found)} found')
+    clear()
+    return f'{count} notifications in {taken:.1f} s', lost
+
+
+def disk():
+    lost = []
+    tried = []
+    directory = str(LOG_DIRECTORY)
+
+    def check(what, condition):
+        tried.append(what)
+        if not condition():
+            lost.append(what)
+
+    # Full: what does not fit is lost, the rest is whole; once there is room again, so are new entries.
+    run('mount', '-t', 'tmpfs', '-o', 'size=64k', 'none', directory)
+    daemon = Daemon()
+    [log] = wait_for(logs, 'a log')
+    for number in range(4000):
+        daemon.post('VKSSRPingGoingOut')
+    wait_for(lambda: os.statvfs(directory).f_bavail == 0, 'a full disk')
+    run('mount', '-o', 'remount,size=1m', directory)
+    time.sleep(0.5)
+    daemon.post('VKSSRSyncNotificationReceived')
+    wait_for(lambda: 'type=sync_notification;' in log.read_text(), 'an entry after there was room')
+    lines = log.read_text().splitlines()
+    whole = [line for line in lines if line.endswith(EVENTS['VKSSRPingGoingOut'])]
+    check('full: at most one line cut', lambda: len(broken_lines(log.read_text())) <= 1)
+    check('full: entries before and after stand', lambda: len(whole) > 500)
+    check('full: still running', lambda: daemon.process.poll() is None)
+
+    # Read-only: no new file can be made; the daemon stays, and goes on when one can.
+    run('mount', '-o', 'remount,ro', directory)
+    daemon.post('VKSSRPingGoingOut')
+    time.sleep(0.3)
+    check('read-only: still running', lambda: daemon.process.poll() is None)
+    run('mount', '-o', 'remount,rw', directory)
+    log.rename(LOG_DIRECTORY / 'moved')
+    wait_for(logs, 'a new file')
+    check('read-only: goes on', lambda: len(logs()) == 1)
+    daemon.end()
+    run('umount', directory)
+
+    # Deleted with all that is in it, and made anew.
+    daemon = Daemon()
+    [log] = wait_for(logs, 'a log')
+    log.unlink()
+    LOG_DIRECTORY.rmdir()
+    time.sleep(0.5)
+    check('deleted: still running', lambda: daemon.process.poll() is None)
+    LOG_DIRECTORY.mkdir()
+    daemon.post('VKSSRPingGoingOut')
+    time.sleep(0.5)
+    check('made anew: still running', lambda: daemon.process.poll() is None)
+    tried.append(f'made anew: {"a new file is begun" if logs() else "no file until the next start"}')
+    check('made anew: ends well', lambda: daemon.end() == 0)
+    clear()
+    return '; '.join(tried), lost
+
+
+def soak():
+    """Notifications, processes that come and go, and a new log every five minutes."""
+    seconds = int(os.environ.get('SOAK_SECONDS', 3600))
+    daemon = Daemon()
+    proc = pathlib.Path(f'/proc/{daemon.process.pid}')
+
+    def used():
+        return (int(re.search(r'VmRSS:\s+(\d+)', (proc / 'status').read_text()).group(1)),
+                len(list((proc / 'fd').iterdir())))
+
+    begun = time.monotonic()
+    first = None
+    posted = moves = 0
+    while time.monotonic() - begun < seconds:
+        for name in EVENTS:
+            daemon.post(name)
+            posted += 1
+        subprocess.run(['true'], check=True)
+        time.sleep(0.2)
+        elapsed = time.monotonic() - begun
+        if elapsed > (moves + 1) * min(300, seconds / 10):
+            [log] = wait_for(logs, 'a log')
+            log.unlink()
+            moves += 1
+            wait_for(logs, 'a new log')
+            first = first or used()  # after the first new log everything has been in use
+        progress(int(elapsed), seconds, 'soak')
+    last = used()
+    lost = [] if daemon.end() == 0 else ['it did not end well']
+    if last[1] > first[1]:
+        lost.append(f'{last[1] - first[1]} descriptors')
+    if last[0] > first[0] * 1.05:
+        lost.append(f'memory grew from {first[0]} to {last[0]} KiB')
+    clear()
+    return (f'{seconds} s, {posted} notifications, {moves} new logs, resident {first[0]} to {last[0]} KiB, '
+            f'descriptors {first[1]} to {last[1]}'), lost
+
+
+def main():
+    chosen = sys.argv[2:] or ['kill', 'move', 'storm', 'disk']
+    failed = False
+    for name in chosen:
+        tried, lost = {'kill': kill, 'move': move, 'storm': storm, 'disk': disk, 'soak': soak}[name]()
+        print(f'{name}: {tried}')
+        for what in lost[:10]:
+            print(f'  LOST {what}')
+        print(f'  {len(lost)} losses', flush=True)
+        failed |= bool(lost)
+    sys.exit(1 if failed else 0)
+
+
+programs.enter_device()
+main()

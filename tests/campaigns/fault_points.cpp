@@ -1,0 +1,216 @@
+// Lets every call that the loggers make of a simulated service fail, one at a time:
+//
+//     fault_points SCENARIO [MOST-CALLS [POINT]]     (all calls of each point, all points)
+//
+// The scenario is replayed once for each call that it makes of each fault point. A run must end,
+// and the entries of loggers that do not depend on the failing service must be the same as without
+// the fault. Prints a line for each point: its calls, how many of their failures showed in the log
+// or on the system log, and what was lost; status 1 when anything was. Built with sanitizers it
+// also finds bad memory accesses and leaks.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "apps/LoggerTable.h"
+#include "core/ZorvaMain.h"
+#include "platform/sim/SimRun.h"
+#include "platform/support/Descriptor.h"
+#include "platform/support/ProcessSetUp.h"
+
+namespace {
+
+using zorva::Descriptor;
+
+// What follows each news of the battery, and what else tells of its health.
+const std::set<std::string> kOnBatteryNews{
+    "Battery",   "Bluetooth", "Network", "ProcessMonitor",           "WiFi",  "Assertion",
+    "Telephony", "Syncward",  "Syslog",  "Baseband State Durations", "Config"};
+
+// The entries that may differ when a service fails, by the first part of the fault point's name.
+// A service that is not here may change anything.
+const std::map<std::string, std::set<std::string>> kDependents{
+    {"accessories", {"Accessory"}},
+    {"accountSync", {"Syncward"}},
+    {"applications", {"Application"}},
+    {"audio", {"Audio"}},
+    {"backlight", {"Display"}},
+    {"battery", kOnBatteryNews},
+    {"batteryUsage", {"Battery"}},
+    {"bluetooth", {"Bluetooth"}},
+    {"identity", {"Keepline", "KL Client"}},
+    {"interfaces", {"Network"}},
+    {"locale", {"Locale"}},
+    {"location", {"Geodyne", "Geodyne Client"}},
+    {"persistentConnections", {"Keepline", "KL Client"}},
+    {"powerManagement", {"Assertion"}},
+    {"processes", {"Assertion"}},
+    {"processInformation", {"PacketTracker"}},
+    {"profile", {"Config"}},
+    {"push", {"NMXN", "NMX Event"}},
+    {"reachability", {"Reachability"}},
+    {"scheduledEvents", {"Schedule"}},
+    {"statistics", {"ProcessMonitor"}},
+    {"systemLogQueries", {"Syslog"}},
+    {"systemPower",
+     {"Sleep", "Wake", "Schedule", "PacketDecoder", "PacketTracker", "Baseband State Durations"}},
+    {"telephony", {"Telephony", "Registration"}},
+    {"telephonyServer",
+     {"Telephony", "Registration", "Config", "Baseband State Durations", "Wake", "PacketDecoder",
+      "PacketTracker"}},
+    {"wifi", {"WiFi"}},
+    {"wifiDriver", {"WiFi"}},
+};
+
+struct Outcome {
+  std::string log;
+  std::string systemLog;
+};
+
+// The log's lines by their category. A line without one goes on with the entry before, but for the
+// blank lines between entries.
+std::map<std::string, std::string> byCategory(const std::string& log) {
+  std::map<std::string, std::string> lines;
+  std::istringstream stream(log);
+  std::string category;
+  for (std::string line; std::getline(stream, line);) {
+    const std::size_t open = line.find(" [");
+    const std::size_t close = line.find(']');
+    if (open == 17 && close != line.npos) category = line.substr(open + 2, close - open - 2);
+    if (!line.empty()) lines[category] += line + "\n";
+  }
+  return lines;
+}
+
+class Campaign {
+ public:
+  explicit Campaign(std::string scenario) : scenario_(std::move(scenario)) {}
+
+  // Replays with one fault, or none. With `points`, it is given how often each was called.
+  std::optional<Outcome> replay(const std::string& point, int after,
+                                std::map<std::string, int>* points) const {
+    const Descriptor output(::memfd_create("log", MFD_CLOEXEC));
+    std::ostringstream systemLog;
+    std::ostringstream said;
+    int status = 0;
+    const char* arguments[] = {"zorva-sim", scenario_.c_str(), nullptr};
+    auto run = zorva::SimRun::fromArguments(2, arguments, status, said, systemLog);
+    if (!run) {
+      std::fputs(systemLog.str().c_str(), stderr);
+      return std::nullopt;
+    }
+    auto& faults = run->handset().faults();
+    std::map<std::string, int> before;
+    for (const std::string& name : faults.names()) before[name] = faults.calls(name);
+    if (!point.empty()) faults.fail(point, 1, std::nullopt, after);
+
+    std::fflush(stdout);
+    const Descriptor terminal(::dup(STDOUT_FILENO));
+    ::dup2(output.get(), STDOUT_FILENO);
+    zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(), run->platform(),
+                     zorva::loggerTable());
+    ::dup2(terminal.get(), STDOUT_FILENO);
+    if (points != nullptr) {
+      for (const auto& [name, count] : before) (*points)[name] = faults.calls(name) - count;
+    }
+    Outcome outcome{std::string(static_cast<std::size_t>(::lseek(output.get(), 0, SEEK_END)), '\0'),
+                    systemLog.str()};
+    if (::pread(output.get(), outcome.log.data(), outcome.log.size(), 0) < 0) return std::nullopt;
+    return outcome;
+  }
+
+  // What the entries of other loggers lost by the fault, for people; empty when nothing.
+  static std::string damage(const std::string& point, const Outcome& usual, const Outcome& failed) {
+    const auto dependents = kDependents.find(point.substr(0, point.find('.')));
+    if (dependents == kDependents.end()) return {};
+    auto wanted = byCategory(usual.log);
+    auto found = byCategory(failed.log);
+    std::set<std::string> categories;
+    for (const auto* lines : {&wanted, &found}) {
+      for (const auto& [category, text] : *lines) categories.insert(category);
+    }
+    std::string damaged;
+    for (const std::string& category : categories) {
+      if (category == "Zorva" || dependents->second.contains(category)) continue;
+      if (wanted[category] != found[category]) damaged += " [" + category + "]";
+    }
+    return damaged;
+  }
+
+  // Every call of one point; false when something was lost.
+  bool failEachCall(const std::string& point, int calls, const Outcome& usual) const {
+    int shown = 0;
+    std::string damaged;
+    for (int after = 0; after < calls; ++after) {
+      const auto failed = replay(point, after, nullptr);
+      if (!failed) return false;
+      if (failed->log != usual.log || failed->systemLog != usual.systemLog) ++shown;
+      if (const std::string lost = damage(point, usual, *failed);
+          !lost.empty() && damaged.empty()) {
+        damaged = "  call " + std::to_string(after + 1) + " damaged" + lost;
+      }
+    }
+    std::printf("%-48s %5d calls, %5d showed%s\n", point.c_str(), calls, shown, damaged.c_str());
+    std::fflush(stdout);
+    return damaged.empty();
+  }
+
+ private:
+  std::string scenario_;
+};
+
+// In a process of its own, so that a crash is one finding among others.
+bool inChild(const std::string& point, int calls, const Campaign& campaign, const Outcome& usual) {
+  std::fflush(nullptr);
+  const pid_t child = ::fork();
+  if (child == 0) std::exit(campaign.failEachCall(point, calls, usual) ? 0 : 1);
+  int status = 0;
+  if (child < 0 || ::waitpid(child, &status, 0) != child) return false;
+  if (WIFSIGNALED(status))
+    std::printf("%-48s ended by signal %d\n", point.c_str(), WTERMSIG(status));
+  return status == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  zorva::prepareProcess();
+  const int most = argc > 2 ? std::atoi(argv[2]) : 1 << 20;
+  if (argc < 2 || argc > 4 || most < 1) {
+    std::fprintf(stderr, "usage: fault_points SCENARIO [MOST-CALLS [POINT]]\n");
+    return 2;
+  }
+  const Campaign campaign(argv[1]);
+  std::map<std::string, int> points;
+  const auto usual = campaign.replay("", 0, &points);
+  if (!usual) return 2;
+  int failures = 0;
+  int lost = 0;
+  int never = 0;
+  for (const auto& [point, calls] : points) {
+    if (argc == 4 && point != argv[3]) continue;
+    if (calls == 0) {
+      ++never;
+      std::printf("%-48s is never called in this scenario\n", point.c_str());
+      continue;
+    }
+    const int tried = std::min(calls, most);
+    failures += tried;
+    if (!inChild(point, tried, campaign, *usual)) ++lost;
+  }
+  std::printf("%d failures in %zu points, %d points never called, %d points with losses\n",
+              failures, points.size() - static_cast<std::size_t>(never), never, lost);
+  return lost == 0 ? 0 : 1;
+}
