@@ -60,17 +60,12 @@ TEST_F(ZVSyslogLoggerTest, RepeatsTheLastTenAndThenCopiesWhatIsNew) {
     EXPECT_EQ(fetched(), Lines()) << atFirst;
   }
   append(301, 301);
-  const auto changed = [&] {
+  for (const bool enabled : {false, true}) {
+    logger->setEnabled(enabled);
     notifications.post(kBatteryStatusDidChange);
     log.stream().flush();
-    return log.takeLines();
-  };
-  EXPECT_EQ(changed(), copied(301, 301));
-  append(302, 302);
-  logger->setEnabled(false);
-  EXPECT_EQ(changed(), Lines());
-  logger->setEnabled(true);
-  EXPECT_EQ(changed(), copied(302, 302));
+    EXPECT_EQ(log.takeLines(), enabled ? copied(301, 301) : Lines());
+  }
 }
 
 TEST_F(ZVSyslogLoggerTest, EndsAFetchAtItsLimit) {
@@ -90,12 +85,11 @@ TEST_F(ZVSyslogLoggerTest, EndsAFetchAtAMessageThatIsNotNewer) {
   for (const std::uint32_t id : {50u, 40u, 51u}) appendId(id);
   const std::string duplicate = "[Zorva] Syslog query returned a duplicate result ";
   EXPECT_EQ(fetched(), copied(1, 1, {duplicate + "(40,50)"}));
-  EXPECT_EQ(logger->lastMessageID(), 51u);
   EXPECT_EQ(fetched(), Lines()) << "passed over by the number";
   // Beyond the signed numbers, in which ids are written.
   for (const std::uint32_t id : {0x80000000u, 0x80000001u, 0x80000001u}) appendId(id);
-  Lines both = copied(1, 1, {"[Syslog] mediad[45]: 1", duplicate + "(-2147483647,-2147483647)"});
-  EXPECT_EQ(fetched(), both);
+  EXPECT_EQ(fetched(),
+            copied(1, 1, {"[Syslog] mediad[45]: 1", duplicate + "(-2147483647,-2147483647)"}));
   appendId(0x80000003);
   EXPECT_EQ(fetched(), copied(1, 1));
 }

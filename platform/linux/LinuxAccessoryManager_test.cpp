@@ -28,11 +28,11 @@ class LinuxAccessoryManagerTest : public MockKernelTest {
   }
   static std::string lineOf(const Accessory& accessory) {
     std::string line =
-        formatText("%s %x %s", accessory.connected ? "+" : "-", accessory.connectionIdentifier,
-                   textOrNull(accessory.manufacturer).c_str());
-    for (const auto& text : {accessory.name, accessory.modelNumber, accessory.serialNumber,
-                             accessory.firmwareRevision, accessory.hardwareRevision}) {
-      line += "," + textOrNull(text);
+        formatText("%c %x ", accessory.connected ? '+' : '-', accessory.connectionIdentifier);
+    for (const auto& text :
+         {accessory.manufacturer, accessory.name, accessory.modelNumber, accessory.serialNumber,
+          accessory.firmwareRevision, accessory.hardwareRevision}) {
+      line += textOrNull(text) + ",";
     }
     for (const std::string& protocol : accessory.protocols) line += " " + protocol;
     return line;
@@ -60,23 +60,22 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   addInterface(mouse, "1-1.4:1.0", "03\n");
   const std::string stick = addDevice("1-1.2", "4\n", "00\n", "unknown\n", "Stick\n");
   set(stick, "manufacturer", "\n");
-  const std::string mouseTexts = " 111 (null),Mouse,0b05:1872,00\xff 42,(null),2.10 input";
-  const std::string stickTexts = " 104 ,Stick,0b05:1872,(null),(null),2.10";
+  const std::string mouseTexts = " 111 (null),Mouse,0b05:1872,00\xff 42,(null),2.10, input";
+  const std::string stickTexts = " 104 ,Stick,0b05:1872,(null),(null),2.10,";
   EXPECT_EQ(connected(), Lines({"+" + stickTexts, "+" + mouseTexts}));
 
   Lines told;
   const auto tell = [&](const Accessory& accessory) { told.push_back(lineOf(accessory)); };
   const Registration one = manager_.observeConnected(tell);
   const Registration other = manager_.observeDisconnected(tell);
-  const auto toldNext = [&] {
+  const auto next = [&] {
     loop_.runUntil([&] { return !told.empty(); });
     return std::exchange(told, {});
   };
   Registration registered = manager_.registerForLocalNotifications();
   ASSERT_TRUE(registered);
   // One that is known is no news, nor is a hub; one is told with its interfaces, when it has them.
-  send(mouse, "bind");
-  send("/sys/devices/1-1", "bind");
+  for (const std::string& device : {mouse, std::string("/sys/devices/1-1")}) send(device, "bind");
   const std::string headset = addDevice("1-2", "18\n", "00\n", "removable\n", "Headset\n");
   send(headset, "add");
   loop_.drain();
@@ -86,15 +85,15 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   addInterface(headset, "1-2:1.3", "42\n");
   send(headset, "bind");
   const std::string headsetTexts =
-      " 112 (null),Headset,0b05:1872,(null),(null),2.10 audio application class-42";
-  EXPECT_EQ(toldNext(), Lines{"+" + headsetTexts});
+      " 112 (null),Headset,0b05:1872,(null),(null),2.10, audio application class-42";
+  EXPECT_EQ(next(), Lines{"+" + headsetTexts});
 
   for (const auto& [device, texts] :
        {std::pair(headset, headsetTexts), std::pair(mouse, mouseTexts)}) {
     set(device, "product", "gone\n");
     send(device, "unbind");
     send(device, "remove");
-    EXPECT_EQ(toldNext(), Lines{"-" + texts});
+    EXPECT_EQ(next(), Lines{"-" + texts});
     umockdev_testbed_remove_device(kernel_, device.c_str());
   }
   EXPECT_EQ(connected(), Lines{"+" + stickTexts});

@@ -80,7 +80,7 @@ ApplicationUnits LinuxApplicationStates::readAndWatch() {
       watched = std::move(old.mapped());
       return;
     }
-    watched = std::make_unique<Watched>(Watched{this, nullptr});
+    watched = std::make_unique<Watched>(Watched{this, path, nullptr});
     const std::uint32_t events =
         directory ? IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR : IN_MODIFY;
     sd_event_source* source = nullptr;
@@ -97,8 +97,18 @@ int LinuxApplicationStates::pathChanged(sd_event_source*, const inotify_event* e
                                         void* userdata) {
   auto* watched = static_cast<Watched*>(userdata);
   if (event->mask & (IN_DELETE_SELF | IN_IGNORED)) watched->ended = true;
+  if (event->len > 0) watched->owner->endBelow(watched->path + "/" + event->name);
   watched->owner->update_.request();
   return 0;
+}
+
+// Of a control group that goes the kernel tells the one above only: the watches in it stay, and
+// never tell of one that comes in its place.
+void LinuxApplicationStates::endBelow(const std::string& path) {
+  for (auto at = watched_.lower_bound(path); at != watched_.end(); ++at) {
+    if (!at->first.starts_with(path)) break;
+    if (at->first.size() == path.size() || at->first[path.size()] == '/') at->second->ended = true;
+  }
 }
 
 void LinuxApplicationStates::update() {

@@ -42,6 +42,7 @@ class LinuxApplicationStates : public ApplicationStates {
  private:
   struct Watched {
     LinuxApplicationStates* owner;
+    std::string path;
     EventSource source;
     bool ended = false;  ///< what it watched has gone
   };
@@ -50,6 +51,7 @@ class LinuxApplicationStates : public ApplicationStates {
   ApplicationUnits readAndWatch();
   void update();
   void tell(const ApplicationUnit& unit, State state);
+  void endBelow(const std::string& path);
   static int pathChanged(sd_event_source*, const struct inotify_event* event, void* watched);
 
   sd_event* event_;

@@ -1,6 +1,5 @@
 #include "platform/linux/LinuxProcessInformation.h"
 
-#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <filesystem>
@@ -139,6 +138,16 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
       EXPECT_EQ(textOf(found), socket.text);
     }
   }
+  // Where the kernel has no socket diagnostics.
+  SocketDiagnostics tables;
+  tables.readTables();
+  for (const Known& socket : known) {
+    if (std::string_view(socket.what).starts_with("IPv6-only")) continue;  // not told there
+    struct stat status {};
+    ASSERT_EQ(fstat(socket.socket.get(), &status), 0);
+    const socket_fdinfo* const found = tables.find(static_cast<std::uint32_t>(status.st_ino));
+    EXPECT_EQ(found != nullptr ? textOf(*found) : kNoIPv4, socket.text) << socket.what;
+  }
 }
 
 TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
@@ -148,15 +157,13 @@ TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
     return pause();
   });
   const pid_t process = child.process();
-  char name[64] = {};
+  char name[64] = {}, whole[1024];
   while (std::string(name) != "a (b) c") {  // until the child has come to it
     ASSERT_GT(information.proc_name(process, name).bytes, 0);
   }
-  char whole[1024];
-  const int length = information.proc_pidpath(process, whole).bytes;
-  EXPECT_EQ(std::string(whole, static_cast<std::size_t>(length)),
-            std::filesystem::read_symlink("/proc/self/exe").string());
-  EXPECT_EQ(whole[length], '\0');
+  const std::string path = std::filesystem::read_symlink("/proc/self/exe");
+  EXPECT_EQ(information.proc_pidpath(process, whole).bytes, static_cast<int>(path.size()));
+  EXPECT_EQ(whole, path);
   char cut[3] = {'x', 'x', 'x'};
   EXPECT_EQ(information.proc_name(process, std::span(cut, 2)).bytes, 2);
   EXPECT_EQ(std::string(cut, 3), "a x");
@@ -177,20 +184,6 @@ TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
   }
 }
 
-// Where the kernel has no socket diagnostics.
-TEST(SocketDiagnostics, TheTablesTellTheSame) {
-  const std::vector<Known> known = knownSockets();
-  SocketDiagnostics tables;
-  tables.readTables();
-  for (const Known& socket : known) {
-    if (std::string_view(socket.what).starts_with("IPv6-only")) continue;  // not told there
-    struct stat status {};
-    ASSERT_EQ(fstat(socket.socket.get(), &status), 0);
-    const socket_fdinfo* const found = tables.find(static_cast<std::uint32_t>(status.st_ino));
-    EXPECT_EQ(found != nullptr ? textOf(*found) : kNoIPv4, socket.text) << socket.what;
-  }
-}
-
 std::vector<char> message(std::uint16_t type, std::uint16_t flags, std::uint32_t sequence,
                           const void* payload, std::size_t length) {
   const nlmsghdr header{static_cast<std::uint32_t>(NLMSG_HDRLEN + length), type, flags, sequence,
@@ -206,39 +199,34 @@ TEST(SocketDiagnostics, RefusesWhatIsNoWholeAnswer) {
   socket.idiag_family = AF_INET;
   socket.idiag_state = 10;
   socket.idiag_inode = 77;
-  const int refused = -ENOENT, fine = 0;
   const auto one = message(SOCK_DIAG_BY_FAMILY, NLM_F_MULTI, 5, &socket, sizeof socket);
-  const auto read = [](const std::vector<char>& bytes, std::size_t expectedSockets) {
-    // Of exactly this size, so that a read past the end is seen.
-    const std::vector<char> datagram(bytes);
+  const auto read = [](std::vector<char> bytes, const std::vector<char>& more) {
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    bytes.shrink_to_fit();  // so that a read past the end is seen
     std::vector<SocketOfInode> sockets;
     bool interrupted = false;
-    const DumpStep step = readDumpDatagram(datagram, SocketProtocol::TCP, 5, interrupted, sockets);
-    EXPECT_EQ(sockets.size(), expectedSockets);
-    return step;
+    const DumpStep step = readDumpDatagram(bytes, SocketProtocol::TCP, 5, interrupted, sockets);
+    return std::pair(step, sockets.size());
   };
-  const struct {
-    std::vector<char> end;
-    DumpStep step;
-    std::size_t sockets;
-  } kCases[] = {
-      {{}, DumpStep::More, 1},
-      {one, DumpStep::More, 2},
-      {message(NLMSG_DONE, 0, 5, &fine, sizeof fine), DumpStep::Done, 1},
-      {message(NLMSG_DONE, NLM_F_DUMP_INTR, 5, &fine, sizeof fine), DumpStep::Interrupted, 1},
-      {message(NLMSG_DONE, 0, 5, &refused, sizeof refused), DumpStep::Failed, 1},
-      {message(NLMSG_ERROR, 0, 5, &refused, sizeof refused), DumpStep::Failed, 1},
-      {message(NLMSG_ERROR, 0, 4, &refused, sizeof refused), DumpStep::More, 1},  // of another
-      {message(SOCK_DIAG_BY_FAMILY, 0, 5, &socket, sizeof socket - 4), DumpStep::Failed, 1},
-      {std::vector<char>(NLMSG_HDRLEN), DumpStep::Failed, 1},  // a message of length 0
+  const auto end = [](std::uint16_t type, std::uint16_t flags, std::uint32_t sequence, int error) {
+    return message(type, flags, sequence, &error, sizeof error);
   };
-  for (const auto& [end, step, sockets] : kCases) {
-    std::vector<char> bytes(one);
-    bytes.insert(bytes.end(), end.begin(), end.end());
-    EXPECT_EQ(read(bytes, sockets), step) << end.size();
+  EXPECT_EQ(read(one, one), std::pair(DumpStep::More, std::size_t{2}));
+  const std::pair<std::vector<char>, DumpStep> cases[] = {
+      {{}, DumpStep::More},
+      {end(NLMSG_DONE, 0, 5, 0), DumpStep::Done},
+      {end(NLMSG_DONE, NLM_F_DUMP_INTR, 5, 0), DumpStep::Interrupted},
+      {end(NLMSG_DONE, 0, 5, -ENOENT), DumpStep::Failed},
+      {end(NLMSG_ERROR, 0, 5, -ENOENT), DumpStep::Failed},
+      {end(NLMSG_ERROR, 0, 4, -ENOENT), DumpStep::More},  // of another
+      {message(SOCK_DIAG_BY_FAMILY, 0, 5, &socket, sizeof socket - 4), DumpStep::Failed},
+      {std::vector<char>(NLMSG_HDRLEN), DumpStep::Failed},  // a message of length 0
+  };
+  for (const auto& [more, step] : cases) {
+    EXPECT_EQ(read(one, more), std::pair(step, std::size_t{1})) << more.size();
   }
   for (std::size_t length = 1; length < one.size(); ++length) {
-    EXPECT_EQ(read({one.data(), one.data() + length}, 0), DumpStep::Failed) << length;
+    EXPECT_EQ(read({one.data(), one.data() + length}, {}).first, DumpStep::Failed) << length;
   }
 }
 

@@ -49,14 +49,11 @@ class LinuxSystemNotificationsTest : public testing::Test {
   }
   // The exit status of a command, and what it says.
   std::string run(const std::vector<std::string>& arguments) {
-    char* text = nullptr;
-    std::size_t size = 0;
-    std::FILE* stream = ::open_memstream(&text, &size);
+    char said[1000] = {};
+    std::FILE* stream = ::fmemopen(said, sizeof said, "w");
     const int status = notifyCommand(arguments, directories_, stream, stream);
     std::fclose(stream);
-    const std::string said = std::to_string(status) + text;
-    std::free(text);
-    return said;
+    return std::to_string(status) + said;
   }
   static sockaddr_un addressOf(const std::string& path) {
     sockaddr_un address{};
@@ -70,13 +67,11 @@ class LinuxSystemNotificationsTest : public testing::Test {
     EXPECT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     return socket;
   }
-  std::string socketPath() const {
-    return directories_.own + "/" + std::to_string(::getpid()) + "-0.socket";
-  }
-  // Sends raw bytes, with a descriptor along.
-  static bool sendTo(const std::string& path, std::string bytes) {
+  // Sends the daemon raw bytes, with a descriptor along.
+  bool sendRaw(std::string bytes) const {
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address = addressOf(path);
+    sockaddr_un address =
+        addressOf(directories_.own + "/" + std::to_string(::getpid()) + "-0.socket");
     iovec content{bytes.data(), bytes.size()};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
     msghdr message{&address, sizeof address, &content, 1, control, sizeof control, 0};
@@ -105,10 +100,10 @@ TEST_F(LinuxSystemNotificationsTest, GarbageChangesNothing) {
   for (const std::string& bytes :
        {std::string(), std::string("a"), std::string("ZVN1"), std::string("ZVN1a\0", 6),
         "ZVN1" + std::string(129, 'a'), "ZVN1a" + std::string(2000, 'a'), std::string("ZVN2a")}) {
-    EXPECT_TRUE(sendTo(socketPath(), bytes));
+    EXPECT_TRUE(sendRaw(bytes));
   }
   EXPECT_EQ(heard(), "end ");
-  EXPECT_TRUE(sendTo(socketPath(), "ZVN1a"));
+  EXPECT_TRUE(sendRaw("ZVN1a"));
   EXPECT_EQ(heard(), "a end ");
   EXPECT_EQ(descriptors(), before) << "descriptors sent along are closed";
 }
@@ -154,8 +149,7 @@ TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndIsLedNowhere) {
 TEST_F(LinuxSystemNotificationsTest, UnsafeDirectoryIsRefusedAndTold) {
   fs::create_directory(top_ / "real");
   fs::create_symlink(top_ / "real", directories_.own);
-  EXPECT_FALSE(listen("a"));
-  EXPECT_FALSE(listen("b"));
+  EXPECT_FALSE(listen("a") || listen("b"));
   EXPECT_EQ(log_.lines.size(), 1u);
   EXPECT_FALSE(post("a").problem.empty());
   fs::remove(directories_.own);
@@ -176,8 +170,6 @@ TEST_F(LinuxSystemNotificationsTest, StatesPersist) {
   };
   EXPECT_EQ(centre_.state("a"), 0u);
   EXPECT_EQ(centre_.state("../a"), std::nullopt);
-  EXPECT_TRUE(set(directories_, UINT64_MAX));
-  EXPECT_EQ(centre_.state("a"), UINT64_MAX);
   EXPECT_TRUE(set(directories_, 5));
 
   // Of the user's state and root's, the later one holds.
@@ -198,7 +190,7 @@ TEST_F(LinuxSystemNotificationsTest, StatesPersist) {
   EXPECT_EQ(centre_.state("a"), 7u);
   source.reset();
   EXPECT_TRUE(set(directories_, 8));
-  EXPECT_EQ(centre_.state("a"), 8u);
+  EXPECT_EQ(centre_.state("a"), 8u) << "over garbage";
 
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
   ASSERT_EQ(::chown((top_ / "zorva/states/a").c_str(), kStranger, kStranger), 0);
@@ -218,9 +210,7 @@ TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
   EXPECT_EQ(heard(), "end ") << "not posted without its state";
 
   // A full queue does not block.
-  int posts = 0;
-  while (post("a").full == 0 && posts < 100000) ++posts;
-  EXPECT_TRUE(posts > 0 && posts < 100000) << posts;
+  for (int posts = 0; post("a").full == 0; ++posts) ASSERT_LT(posts, 100000);
   EXPECT_TRUE(run({"a"}).starts_with("1zorva-notify: 1 daemon(s) in '"));
 }
 
