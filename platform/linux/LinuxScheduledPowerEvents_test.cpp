@@ -29,7 +29,8 @@ MAIN_IFACE = 'org.freedesktop.systemd1.Manager'
 SYSTEM_BUS = True
 NEVER = 2**64 - 1
 TIMERS = [('calendar', True, 1000001000, 0), ('asleep', False, 1000000001, 1),
-          ('both', True, 1000007200, 3600), ('never', True, NEVER, NEVER),
+          ('both', True, 1000007200, 3600), ('sooner', True, 1000002000, 3600),
+          ('never', True, NEVER, NEVER),
           ('unset', True, 0, 0), ('boot', True, NEVER, 60), ('gone', None, 0, 0),
           ('behind', True, 1000000005, 0)]
 def load(mock, parameters):
@@ -138,7 +139,7 @@ TEST_F(LinuxScheduledPowerEventsTest, ListsWhatIsPlannedTheEarliestFirst) {
   const auto manager = start("systemd1", kServiceManager);
   EXPECT_EQ(events(), Lines({"5 wake behind.timer", "60 wake boot.timer", "300 wake rtc1",
                              "600 wake rtc0 (rtc_cmos)", "1000 wake calendar.timer",
-                             "3600 wake both.timer"}));
+                             "2000 wake sooner.timer", "3600 wake both.timer"}));
 }
 
 TEST_F(LinuxScheduledPowerEventsTest, LocksAfterTheLoginManagersIdleTime) {
