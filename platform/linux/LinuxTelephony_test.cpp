@@ -266,6 +266,16 @@ TEST_F(LinuxTelephonyTest, LivesThroughRestartsOfTheServiceAndTheBus) {
   EXPECT_EQ(toldAfter(kModem).size(), 7u) << "signals are matched on the new bus too";
 }
 
+TEST_F(LinuxTelephonyTest, AsksAServiceThatFailedAgainWhenItShowsLife) {
+  startWithModem();
+  toldAfter("modems, manager.modems = manager.modems, None");  // it cannot list them
+  const ModemManagerClient late(loop_.event(), bus_);
+  EXPECT_TRUE(late.running());
+  EXPECT_EQ(late.modem().path, "");
+  toldAfter("manager.modems = modems; modem.set('Modem', Revision='3')");
+  EXPECT_EQ(late.modem().firmware, "3");
+}
+
 TEST_F(LinuxTelephonyTest, ServesItsConnections) {
   private_.start();
   startService();
