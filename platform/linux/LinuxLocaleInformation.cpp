@@ -3,6 +3,8 @@
 #include <time.h>
 #include <utility>
 
+#include "platform/support/IcuDateFormatting.h"
+
 namespace zorva {
 namespace {
 
@@ -43,7 +45,7 @@ std::string LinuxLocaleInformation::identifier() {
 }
 
 std::optional<std::string> LinuxLocaleInformation::countryCode() {
-  return localeCountry(identifier());
+  return zorva::countryCode(identifier());
 }
 
 std::string LinuxLocaleInformation::zoneId() {

@@ -112,21 +112,6 @@ std::string readLocaleIdentifier(const LocalePaths& paths) {
                 assignedIn(paths.defaultLocale, "LANG"), environment("LANG")});
 }
 
-std::optional<std::string> localeCountry(const std::string& identifier) {
-  std::string_view rest = identifier;
-  bool language = true;
-  while (!rest.empty()) {
-    const std::string_view part = rest.substr(0, rest.find_first_of("_-"));
-    rest.remove_prefix(std::min(rest.size(), part.size() + 1));
-    const auto digits = [](char c) { return c >= '0' && c <= '9'; };
-    const bool country = (part.size() == 2 && std::none_of(part.begin(), part.end(), digits)) ||
-                         (part.size() == 3 && std::all_of(part.begin(), part.end(), digits));
-    if (!language && country) return std::string(part);
-    language = false;
-  }
-  return std::nullopt;
-}
-
 std::string readTimeZone(const LocalePaths& paths) {
   if (std::string zone = zoneOfEnvironment(paths); !zone.empty()) return zone;
   if (std::string zone = zoneAt(paths.localtime); !zone.empty()) return zone;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 namespace zorva {
@@ -17,9 +16,6 @@ struct LocalePaths {
 /// The locale's identifier without character set and modifier ("en_US"); "en_US_POSIX" is the C
 /// locale. docs/linux-locale.md tells which setting counts.
 std::string readLocaleIdentifier(const LocalePaths& paths);
-
-/// The country code in a locale's identifier, two letters or three digits, or nothing.
-std::optional<std::string> localeCountry(const std::string& identifier);
 
 /// The name of the system time zone ("Europe/Berlin"); "UTC" when it has none.
 std::string readTimeZone(const LocalePaths& paths);

@@ -32,6 +32,16 @@ TEST(IcuDateFormatting, AppliesPatternAsItStands) {
   }
 }
 
+TEST(CountryCode, IsTheOneInTheLocale) {
+  for (const auto& [locale, country] : {std::pair("en_US_POSIX", "US"),
+                                        {"zh_Hant_TW.UTF-8", "TW"},
+                                        {"pt-BR", "BR"},
+                                        {"sr_Latn", "none"},
+                                        {"", "none"}}) {
+    EXPECT_EQ(countryCode(locale).value_or("none"), country) << locale;
+  }
+}
+
 TEST(IcuDateFormatting, FollowsSettingsAndSecondsAndFractions) {
   LocaleSettings settings{"en_US", "UTC"};
   IcuDateFormatting formatting([&] { return settings; });
