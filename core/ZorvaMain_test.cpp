@@ -163,10 +163,14 @@ TEST_F(ZorvaMainTest, WhatIsForeignIsNeitherFollowedNorReplacedNorGivenAway) {
 }
 
 TEST_F(ZorvaMainTest, ADaemonWithoutItsQueueEndsAtOnceAndOneWithoutItsWatchGoesOn) {
-  handset.faults().fail("files.makeEventQueue");
-  EXPECT_NE(run({"-d", "-p"}), 0);
-  EXPECT_NE(errorText.find("check \"sZorvaState.kqueue > 0\" failed"), std::string::npos);
-  EXPECT_EQ(handset.systemLog().takeLines().size(), 1U);
+  for (const auto& [point, check] : {std::pair("files.makeEventQueue", "kqueue"),
+                                     {"files.openForEvents", "crashReportDirectoryDescriptor"}}) {
+    handset.faults().fail(point);
+    EXPECT_NE(run({"-d", "-p"}), 0);
+    EXPECT_NE(errorText.find(std::string("check \"sZorvaState.") + check + " > 0\" failed"),
+              std::string::npos);
+    EXPECT_EQ(handset.systemLog().takeLines().size(), 1U);
+  }
   EXPECT_EQ(fileCount(), 0);
 
   handset.faults().fail("files.watchDirectory");

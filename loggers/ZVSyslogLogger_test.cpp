@@ -123,18 +123,5 @@ TEST_F(ZVSyslogLoggerTest, WritesAnyBytesOnOneLine) {
   EXPECT_EQ(fetched(), Lines({"", "", "11/16/26 13:59:58 [Syslog] d[1]: late", "", ""}));
 }
 
-TEST_F(ZVSyslogLoggerTest, OutlivesAFacilityThatFails) {
-  append(1, 100);
-  handset.faults().fail("systemLogQueries.search");
-  start();
-  EXPECT_EQ(logger->lastMessageID(), 0u);
-  handset.faults().fail("systemLogQueries.search");
-  EXPECT_EQ(fetched(), Lines());
-  handset.faults().fail("systemLogQueries.set", 1, 22);
-  EXPECT_EQ(fetched(), Lines{"11/16/26 14:00:00 [Zorva] slq_set_query failed with error code 22"});
-  EXPECT_EQ(takeSystemLog(), Lines{"Error: slq_set_query failed with error code 22"});
-  EXPECT_EQ(fetched(), copied(1, 100)) << "nothing was lost";
-}
-
 }  // namespace
 }  // namespace zorva

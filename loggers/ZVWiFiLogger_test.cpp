@@ -121,11 +121,5 @@ TEST_F(ZVWiFiLoggerTest, ReadsAndThenClearsTheDriversCounters) {
   EXPECT_EQ(driver.openSockets(), 0);
 }
 
-TEST_F(ZVWiFiLoggerTest, DoesWithoutWhenTheManagerCannotBeReached) {
-  handset.faults().fail("wifi.createClient");
-  EXPECT_EQ(make(), nullptr);
-  EXPECT_EQ(takeSystemLog(), Lines{"Error: Failed to create a WiFiManagerClientRef"});
-}
-
 }  // namespace
 }  // namespace zorva

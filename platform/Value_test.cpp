@@ -61,17 +61,6 @@ TEST(Value, DescribesItselfForPeople) {
             "((null), 1, 12, 1800, 0.1, text, 2026-11-16 14:07:16 +0000, <0a1b>, {b = 2; a = x;})");
 }
 
-TEST(Dictionary, KeepsTheOrderOfFirstSetting) {
-  Dictionary dictionary{{"b", 1}, {"a", 2}};
-  dictionary.set("b", 3);
-  dictionary.set("c", {});
-  EXPECT_EQ(Value(dictionary).description(), "{b = 3; a = 2; c = (null);}");
-  EXPECT_TRUE(dictionary.contains("c"));
-  dictionary.remove("b");
-  EXPECT_TRUE(dictionary["b"].isNothing());
-  EXPECT_EQ(Value(dictionary), Value(Dictionary{{"a", 2}, {"c", {}}}));
-}
-
 TEST(SafeText, LeavesOneLineOfWellFormedText) {
   const struct {
     std::string bytes;

@@ -41,21 +41,5 @@ TEST_F(ZVDisplayLoggerTest, ShowsWhatWasReadAtTheStartOrAnnouncedLast) {
                    "[Display] brightness=5000000000; min=0; max=0; active=yes;"}));
 }
 
-TEST_F(ZVDisplayLoggerTest, IsNotMadeWithoutItsMessages) {
-  handset.faults().fail("registry.addToRunLoop");
-  EXPECT_EQ(make(), nullptr);
-  handset.faults().fail("registry.addInterest", 1, 0xE00002BC);
-  EXPECT_EQ(make(), nullptr);
-  handset.faults().fail("registry.firstServiceWith");
-  EXPECT_EQ(make(), nullptr);
-  handset.backlight().setPresent(false);
-  EXPECT_EQ(make(), nullptr);
-  EXPECT_EQ(takeSystemLog(),
-            (Lines{"No run loop source for the backlight's messages",
-                   "Error: Error calling IOServiceAddInterestNotification (0xe00002bc)",
-                   "Error: Error calling IOServiceAddInterestNotification (0xe00002c2)",
-                   "Error: Error calling IOServiceAddInterestNotification (0xe00002c2)"}));
-}
-
 }  // namespace
 }  // namespace zorva

@@ -51,25 +51,5 @@ TEST_F(ZVScheduledWakeLoggerTest, EveryEventThatIsNotPastIsOneEntry) {
   EXPECT_EQ(log.takeEntries(), expected);
 }
 
-TEST_F(ZVScheduledWakeLoggerTest, ASleepIsASnapshotWhileEnabled) {
-  add(600, "wake");
-  const Lines expected{
-      "[Schedule] event=Scheduled Wake; id=com.example.clock; time=2026-11-16 14:10:00 +0000;"};
-  notifications.post(kDeviceWillSleep);
-  EXPECT_EQ(log.takeEntries(), expected);
-
-  logger->setEnabled(false);
-  notifications.post(kDeviceWillSleep);
-  logger->setEnabled(true);
-  handset.faults().fail("scheduledEvents.copyScheduledPowerEvents");
-  notifications.post(kDeviceWillSleep);
-  notifications.post(kDeviceDidWake);
-  EXPECT_EQ(log.takeEntries(), Lines{}) << "disabled, no list, and a wake";
-
-  logger.reset();
-  notifications.post(kDeviceWillSleep);
-  EXPECT_EQ(log.takeEntries(), Lines{});
-}
-
 }  // namespace
 }  // namespace zorva

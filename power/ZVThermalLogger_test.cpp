@@ -28,22 +28,5 @@ TEST_F(ZVThermalLoggerTest, WritesThePlausibleReadingsOfTheReadableStates) {
   EXPECT_EQ(log.takeEntries(), Lines{"[Thermal] level=0;" + sensors});
 }
 
-TEST_F(ZVThermalLoggerTest, AnswersEveryChangeOfTheLevel) {
-  auto logger = ZVThermalLogger::logger(services(), handset.platform().thermal);
-  attach(*logger);
-  handset.thermal().setTemperature(0, 1, 0);
-  handset.thermal().setLevel(-7);
-  handset.thermal().setLevel(-7);
-  logger->setEnabled(false);
-  handset.thermal().setLevel(1);
-  logger->setEnabled(true);
-  handset.faults().fail("notifications.state", 6);
-  handset.thermal().setLevel(100);
-  logger.reset();
-  handset.thermal().setLevel(0);
-  EXPECT_EQ(log.takeEntries(),
-            (Lines{"[Thermal] level=-7; s0.0=27.00; s1.0=28.50;", "[Thermal] level=100;"}));
-}
-
 }  // namespace
 }  // namespace zorva

@@ -44,24 +44,5 @@ TEST_F(ZVProcessMonitorTest, AnEntryHoldsThe999Busiest) {
   EXPECT_TRUE(body.ends_with(" p(202)=202;"));
 }
 
-TEST_F(ZVProcessMonitorTest, ListsWhatItCouldHave) {
-  statistics.setTask(1, "a", {});
-  for (const auto failing : {Operation::MemorySize, Operation::Tasks}) {
-    statistics.failNext(failing, {5, "broken"});
-    monitor->log();
-    EXPECT_EQ(log.takeEntries(), Lines{"[ProcessMonitor]"});
-  }
-  statistics.setTask(2, "b", {});
-  statistics.endAfterNextListing(1);
-  notifications.post("ZVBatteryLevelDidChangeNotification");
-  EXPECT_EQ(log.takeEntries(), Lines{"[ProcessMonitor] b(2)=0;"});
-  notifications.post("ZVBatteryStatusDidChangeNotification");
-  monitor->setEnabled(false);
-  notifications.post("ZVBatteryLevelDidChangeNotification");
-  monitor->setEnabled(true);
-  monitor.reset();
-  notifications.post("ZVBatteryLevelDidChangeNotification");
-}
-
 }  // namespace
 }  // namespace zorva

@@ -202,16 +202,6 @@ TEST_F(LibtallyTest, SortPlacesEqualsByProcessIdWhateverTheComparatorSays) {
   sample();
   const Pids pids = iterate();
   EXPECT_TRUE(std::ranges::is_sorted(pids)) << "a new sample forgets the sort";
-  std::uint32_t state = 1;
-  libtally_psort(
-      [](void* data, const LibtallyProcess&, const LibtallyProcess&) {
-        auto& random = *static_cast<std::uint32_t*>(data);
-        random = random * 1664525 + 1013904223;
-        return static_cast<int>(random >> 30) - 1;
-      },
-      &state);
-  EXPECT_EQ(pids.size(), 185u);
-  EXPECT_TRUE(std::ranges::is_permutation(iterate(), pids)) << "every record once";
 }
 
 TEST_F(LibtallyTest, CountersAreFollowedThroughTheirWraps) {
@@ -264,26 +254,6 @@ TEST_F(LibtallyTest, SystemFiguresMoveFromSampleToSample) {
   EXPECT_EQ(tsamp.network.current, kTraffic);
   EXPECT_EQ(tsamp.disk.current, (DiskTotals{1, 1, 1, 1}));
   EXPECT_EQ(tsamp.disk.previous, (DiskTotals{2, 513, 3, 1025}));
-
-  statistics.failNext(BlockDrivers, {5, "broken"});
-  sample();
-  EXPECT_EQ(takeMessages(), Messages{"Error in IOServiceGetMatchingServices()"});
-}
-
-TEST_F(LibtallyTest, GathersFrameworkMemoryEveryIntervalthSample) {
-  const std::pair<std::uint32_t, std::string> kExpected[] = {
-      {0, "1234567"}, {1, "1234567"}, {3, "147"}};
-  for (const auto& [interval, expected] : kExpected) {
-    ASSERT_EQ(init(), 0);
-    ASSERT_EQ(libtally_set_interval(interval), 0);
-    std::string when;
-    for (int i = 1; i <= 7; ++i) {
-      const int before = statistics.calls(FrameworkMemory);
-      sample(false, true);
-      if (statistics.calls(FrameworkMemory) > before) when += std::to_string(i);
-    }
-    EXPECT_EQ(when, expected) << interval;
-  }
 }
 
 TEST_F(LibtallyTest, WalksTheMemoryAsThePreferenceSays) {

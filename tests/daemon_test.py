@@ -131,15 +131,6 @@ s.send(b'ZVN1com.vennor.zorva.exit')""", user=MOBILE, group=MOBILE)
             self.assertEqual((refused.returncode, refused.stdout), (2, ''), arguments)
             self.assertIn('zorva-notify: ', refused.stderr)
 
-    def test_without_its_directory_it_ends_at_once(self):
-        LOG_DIRECTORY.rmdir()
-        try:
-            ended = run(program('zorva'), '-d')
-        finally:
-            LOG_DIRECTORY.mkdir()
-        self.assertNotEqual(ended.returncode, 0)
-        self.assertIn('sZorvaState.crashReportDirectoryDescriptor > 0', ended.stderr)
-
     def test_idle_it_makes_no_system_call(self):
         daemon = self.start(env={**os.environ, 'ASAN_OPTIONS': 'detect_leaks=0'})
         trace = run('timeout', '--signal=INT', '2', 'strace', '-f', '-p', daemon.pid)
@@ -148,14 +139,6 @@ s.send(b'ZVN1com.vennor.zorva.exit')""", user=MOBILE, group=MOBILE)
                                   r'epoll_wait\(.*<detached', line)]
         self.assertEqual(calls, [])
         self.assertEqual(self.end(daemon), 0)
-
-    def test_a_damaged_preferences_file_is_kept_aside(self):
-        PREFERENCES.parent.mkdir(parents=True, exist_ok=True)
-        PREFERENCES.write_text('<plist><dict><key>')
-        self.assertEqual(self.end(self.start()), 0)
-        self.assertIn('ZVSecondsBeforeSignificantTimeTriggered', PREFERENCES.read_text())
-        kept = [path.read_text() for path in PREFERENCES.parent.iterdir() if path != PREFERENCES]
-        self.assertEqual(kept, ['<plist><dict><key>'])
 
 
 programs.enter_device()

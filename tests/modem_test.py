@@ -13,7 +13,7 @@ import unittest
 import dbus
 
 import programs
-from programs import ROOT, entries, program, run, wait_for
+from programs import ROOT, program, run, wait_for
 
 LOGIN_MANAGER = r'''
 import os, sys, dbus, dbus.mainloop.glib, dbus.service
@@ -177,28 +177,6 @@ class ModemTest(unittest.TestCase):
         self.sleep(False)
         self.assertRegex(self.new_lines('[Wake]')[0], r'^\[Wake\] reason=.*rtc0.*; info=<none>;$')
         self.assertEqual(locks.read_text().split(), ['taken'] + ['sleep', 'dropped', 'awake', 'taken'] * 4)
-
-    def test_only_a_signal_far_from_the_last_written_one_is_worth_an_entry(self):
-        zorva = self.start_zorva()
-        self.read = len(self.log())
-
-        def settled():
-            """Two entries of another kind, one after the other: what came before them is through."""
-            for _ in range(2):
-                run(program('zorva-notify'), 'com.vennor.keepline.preferences-changed')
-                yield from self.new_lines('[Keepline]')
-
-        lines = []
-        for strength in range(-70, -111, -1):
-            self.do(f"modem.set('Modem.Signal', Lte=dbus.Dictionary({{'rssi': {strength}.0}}, signature='sv'))")
-            lines += settled()
-        shown = [int(value) for value in entries('\n'.join('x x ' + line for line in lines), 'Telephony')
-                 for value in re.findall(r'signal=(-\d+) dBm', value)]
-        self.assertEqual(shown, [-76, -82, -88, -94, -100, -106])
-        self.assertEqual(entries(self.log(), 'Telephony')[0].split(' call_status')[0],
-                         ' band=<unknown>; data=<unknown>; rat=LTE;')
-        run(program('zorva-notify'), 'com.vennor.zorva.exit')
-        self.assertEqual(zorva.wait(30), 0)
 
 
 programs.enter_device(network=True)

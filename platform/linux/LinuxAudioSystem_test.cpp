@@ -235,26 +235,5 @@ TEST_F(LinuxAudioSystemTest, TriesARefusedCardAgainWhenItsPermissionsChange) {
   EXPECT_EQ(now(), " jack input route volume: 0 Headphone (null) 1 1 Headphone 30");
 }
 
-// A graphics card often comes first, and has jacks but no volume.
-TEST(AudioFigures, AreThoseOfTheFirstCardThatHasAVolume) {
-  using Kind = AudioControl::Kind;
-  AudioCards cards;
-  EXPECT_EQ(readAudioFigures(cards), AudioFigures());
-  cards[0] = {"Graphics",
-              {{1, Kind::Jack, "HDMI/DP,pcm=3", {1}}, {2, Kind::Switch, "IEC958", {1}}}};
-  EXPECT_EQ(readAudioFigures(cards),
-            (AudioFigures{"Graphics", std::nullopt, std::nullopt, std::nullopt, false, false}));
-  cards[2] = {"USB", {{1, Kind::Volume, "PCM", {7}, 7, 7}}};  // of no range
-  cards[5] = {"Board",
-              {{1, Kind::Volume, "PCM", {200}, 0, 100},
-               {2, Kind::Switch, "PCM", {0, 1}},
-               {3, Kind::Jack, "Front Headphone", {0}},
-               {4, Kind::Jack, "Headphone Mic", {1}}}};
-  EXPECT_EQ(readAudioFigures(cards), (AudioFigures{"Headphone", 1.0F, "PCM", false, true, false}));
-  cards[5].controls[3].values = {0};
-  cards[5].controls.push_back({5, Kind::Jack, "Headset Mic", {1}});  // alone it is no headphone
-  EXPECT_EQ(readAudioFigures(cards), (AudioFigures{"Board", 1.0F, "PCM", false, false, false}));
-}
-
 }  // namespace
 }  // namespace zorva

@@ -56,13 +56,6 @@ TEST_F(LinuxLocaleInformationTest, ChoosesTheLocale) {
   setenv("LC_ALL", "en/../US", 1);
   root_.write("etc/locale.conf", "LANG=" + std::string(10'000, 'a') + "\nLC_ALL\n=\nLANG");
   EXPECT_EQ(readLocaleIdentifier(paths_), "fr_FR");
-
-  const std::pair<const char*, std::optional<std::string>> countries[] = {
-      {"en_US", "US"},      {"en_US_POSIX", "US"},     {"zh_Hant_TW", "TW"}, {"es_419", "419"},
-      {"eo", std::nullopt}, {"sr_Latn", std::nullopt}, {"", std::nullopt},   {"pt-BR", "BR"}};
-  for (const auto& [identifier, country] : countries) {
-    EXPECT_EQ(localeCountry(identifier), country) << identifier;
-  }
 }
 
 TEST_F(LinuxLocaleInformationTest, ChoosesTheTimeZone) {
@@ -126,28 +119,22 @@ TEST_F(LinuxLocaleInformationTest, TellsOfRealChangesOnly) {
   EXPECT_EQ(locale.identifier(), "en_US_POSIX");
   EXPECT_EQ(state(), "en_US_POSIX 3 Europe/Berlin 1");
 
-  // The link may stand elsewhere.
-  link("etc/writable/localtime", zones_ + "Europe/Berlin");
-  link("etc/localtime", "writable/localtime");
-  EXPECT_EQ(state(), "en_US_POSIX 3 Europe/Berlin 1");
-  link("etc/writable/localtime", zones_ + "Asia/Tokyo");
-  EXPECT_EQ(state(), "en_US_POSIX 3 Asia/Tokyo 2");
   // A copy instead of a link has no name, but another copy is another zone.
   fs::remove(root_ / "etc/localtime");
   fs::copy_file(zones_ + "Asia/Tokyo", root_ / "etc/localtime");
-  EXPECT_EQ(state(), "en_US_POSIX 3 UTC 3");
+  EXPECT_EQ(state(), "en_US_POSIX 3 UTC 2");
   fs::copy_file(zones_ + "Asia/Kolkata", root_ / "etc/other");
   fs::rename(root_ / "etc/other", root_ / "etc/localtime");
-  EXPECT_EQ(state(), "en_US_POSIX 3 UTC 4");
+  EXPECT_EQ(state(), "en_US_POSIX 3 UTC 3");
 
   // A setting of the environment's own does not follow the files.
   setenv("TZ", "Asia/Kolkata", 1);
   replace("etc/timezone", "Europe/Berlin\n");
-  EXPECT_EQ(state(), "en_US_POSIX 3 Asia/Kolkata 5");
+  EXPECT_EQ(state(), "en_US_POSIX 3 Asia/Kolkata 4");
   link("etc/localtime", zones_ + "Europe/Berlin");
   localeChanges.reset();
   replace("etc/locale.conf", "LANG=fi_FI\n");
-  EXPECT_EQ(state(), "fi_FI 3 Asia/Kolkata 5");
+  EXPECT_EQ(state(), "fi_FI 3 Asia/Kolkata 4");
 }
 
 }  // namespace

@@ -45,24 +45,15 @@ TEST(ThermalEvents, AreTakenFromWellFormedMessagesOfTheFamilyOnly) {
       {message(kFamily, kUpdate, 20), true},  // no attribute
       {message(kFamily, THERMAL_GENL_EVENT_TZ_TRIP_UP), true},
       {message(kFamily, THERMAL_GENL_EVENT_TZ_GOV_CHANGE), false},
-      {message(kFamily, 255), false},
       {message(kFamily + 1, kUpdate), false},
       {both(message(kFamily, 0), message(kFamily, kUpdate)), true},
-      {both(message(kFamily, 0, 27), message(kFamily, kUpdate)), true},  // padded
       {{}, false},
-      {cut(message(kFamily, kUpdate), 15), false},
-      {cut(message(kFamily, kUpdate), 20), false},
       {cut(message(kFamily, kUpdate), 27), false},
       {message(kFamily, kUpdate, 0), false},
-      {message(kFamily, kUpdate, 15), false},
       {message(kFamily, kUpdate, 16), false},  // no generic header
-      {message(kFamily, kUpdate, 19), false},
       {message(kFamily, kUpdate, 29), false},
-      {message(kFamily, kUpdate, 0x8000'0000), false},
       {message(kFamily, kUpdate, 0xFFFF'FFFF), false},
       {both(message(kFamily, 0, 0), message(kFamily, kUpdate)), false},
-      {both(message(kFamily, 0, 57), message(kFamily, kUpdate)), false},
-      {cut(both(message(kFamily, 0), message(kFamily, kUpdate)), 55), false},
       {both(message(kFamily, 0, 53), message(kFamily, kUpdate)), false},  // up to the very end
   };
   for (const auto& [bytes, event] : cases) {

@@ -121,18 +121,6 @@ TEST(WirelessMessages, AreReadWhateverTheyHold) {
   EXPECT_EQ(family->groups, (std::vector<std::uint32_t>{7, 9}));
 }
 
-TEST(LinuxWiFiManager, HasAClientAlsoWithoutARadio) {
-  const LoopForTest loop;
-  const auto client = LinuxWiFiManager(loop.event()).createClient();
-  ASSERT_TRUE(client);
-  const auto scheduled = client->schedule();
-  const auto devices = client->copyDevices();
-  ASSERT_TRUE(devices);
-  if (!devices->empty()) GTEST_SKIP() << "this machine has a radio";
-  EXPECT_FALSE(client->wowCapability());
-  EXPECT_FALSE(client->wowState());
-}
-
 TEST(LinuxWiFiDriver, IsRefusedByTheKernel) {
   LinuxWiFiDriver driver;
   int socket = -1;

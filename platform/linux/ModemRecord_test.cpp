@@ -58,15 +58,6 @@ TEST(ModemRecordTest, TellsStatesByTheirWords) {
   EXPECT_EQ(words, "0033412450");
 }
 
-TEST(ModemRecordTest, GradesTheSignal) {
-  const int kCases[][3] = {{0, -113, 0}, {1, -112, 1}, {20, -101, 1}, {21, -100, 2},
-                           {50, -82, 3}, {80, -63, 4}, {81, -63, 5},  {100, -51, 5}};
-  for (const auto& [quality, signal, bars] : kCases) {
-    EXPECT_EQ(signalOfQuality(quality), signal) << quality;
-    EXPECT_EQ(signalBars(quality), bars) << quality;
-  }
-}
-
 TEST(ModemRecordTest, ReadsTheCell) {
   const auto read = [](const char* text) {
     std::optional<std::int64_t> cell, area;

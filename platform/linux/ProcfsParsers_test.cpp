@@ -76,18 +76,6 @@ TEST(ProcfsParsersTest, ReadsTheHostsFigures) {
   EXPECT_FALSE(parseHostStat("cpu 1 2 3\nbtime 5\n", stat));
   EXPECT_FALSE(parseHostStat("", stat));
 
-  double averages[3] = {};
-  EXPECT_TRUE(parseLoadAverages("0.52 1.25 10.00 2/345 6789\n", averages));
-  EXPECT_EQ(averages[2], 10.0);
-  EXPECT_FALSE(parseLoadAverages("0.52 1.25", averages));
-  EXPECT_FALSE(parseLoadAverages("0.52 x 3", averages));
-
-  EXPECT_EQ(namedFigure("Active(anon): 3 kB\nActive:  7 kB\n", "Active:"), 7u);
-  EXPECT_EQ(namedFigure("pgfaults 1\npgfault 12", "pgfault"), 12u);
-  EXPECT_EQ(namedFigure("pgfault\n", "pgfault"), std::nullopt);
-  EXPECT_EQ(effectiveUser("Name:\tUid: 1\nUid:\t1\t501\t3\t4\n"), 501u);
-  EXPECT_EQ(effectiveUser("Uid:\t1"), std::nullopt);
-
   std::vector<NetworkTotals> interfaces;
   parseInterfaceTraffic(
       "Inter-|   Receive\n face |bytes    packets errs\n"

@@ -153,22 +153,6 @@ TEST(WakePacketCapture, AfterASleepOnlyWhatCameThenCounts) {
     loop.drain();
     EXPECT_EQ(calls, 1);
     EXPECT_EQ(caught(capture), -1);
-
-    // The call may end the capture, and comes after the sleep too.
-    int woke = -1;
-    calls = 0;
-    const std::int64_t again = now();
-    capture.begin({"tun0"}, [&] {
-      if (++calls == 2) woke = caught(capture);
-    });
-    first.deliver(packetTo(1, IPPROTO_UDP, 40, 4));
-    loop.runUntil([&] { return calls == 1; });
-    slept += 1'000'000;
-    while (now() <= again + 30'000'000) sched_yield();
-    first.deliver(packetTo(1, IPPROTO_UDP, 40, 5));
-    loop.runUntil([&] { return calls == 2; });
-    EXPECT_EQ(woke, 5);
-    EXPECT_FALSE(capture.active());
   });
 }
 

@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -79,6 +78,14 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       {step("interfaces: {remove: [en0, en0]}"), "3:32: there is no interface of this name then"},
       {step("interfaces: {add: {name: en0}}"), "3:30: there is an interface of this name already"},
       {step("processes: {end: 77}"), "3:22: there is no process of this id then"},
+      {step("sockets: {open: {process: 1, tcp: 1.2.3.4}}"),
+       "3:39: this is no address and port, such as 10.2.3.4:49152"},
+      {step("sockets: {open: {process: 1, remote: \"1.2.3.4:5\"}}"),
+       "3:21: a socket is one of tcp, udp and other"},
+      {step("sockets: {open: {process: 1, udp: \"1.2.3.4:5\", state: closed}}"),
+       "3:59: only a tcp socket has a state"},
+      {step("sockets: {close: {process: 1, other: true}}"),
+       "3:22: the process has no such socket then"},
       {step("power: {message: wont_sleep}"), "3:22: use can_sleep, will_sleep, will_not_sleep, "},
       {step("wake: {}"), "3:11: the key \"reason\" is missing here"},
       {step("scheduled_events: {remove: clock}"), "3:32: nothing is scheduled by this one then"},
@@ -90,26 +97,6 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
     const std::string expected = "s.yaml:" + error;
     EXPECT_EQ(errorOf(yaml).substr(0, expected.size()), expected) << yaml.substr(0, 80);
   }
-}
-
-// Whatever stands in the file: it is read, or refused with a place.
-TEST(Scenario, DamagedTextsAreReadOrRefused) {
-  std::ifstream file("scenarios/first-hour.yaml");
-  const std::string good{std::istreambuf_iterator<char>(file), {}};
-  ASSERT_FALSE(good.empty());
-  int refused = 0;
-  for (std::size_t place = 0; place < good.size(); place += 41) {
-    for (const char* instead : {"", "\xFF\x80", "[", "- &a *b: !c ", "\n\t", ", {x: 1}"}) {
-      std::string yaml = good;
-      yaml.replace(place, place % 13, instead);
-      const std::string error = errorOf(yaml);
-      if (error == "no error") continue;
-      ++refused;
-      EXPECT_TRUE(error.starts_with("s.yaml:")) << error;
-      EXPECT_EQ(error.find('\n'), std::string::npos) << error;
-    }
-  }
-  EXPECT_GT(refused, 50);
 }
 
 // What the scenarios of the tree do not show in their logs.
@@ -173,25 +160,6 @@ steps:
   EXPECT_EQ(platform.registry.firstPowerSource()->readProperties(battery), 0xE00002D8);
   EXPECT_TRUE(setting().isNothing());
   EXPECT_EQ(platform.interfaces.addresses()->at(0).counters->received, 2U);  // wrapped
-}
-
-TEST(ScenarioNode, ReadsDurationsAndValuesOfAnyKind) {
-  const auto value = [](const std::string& yaml) {
-    return ScenarioNode::parse(yaml, std::make_shared<ScenarioText>()).value();
-  };
-  EXPECT_EQ(value("[true, -5, 0x1F, 2.5, 1e3, yes, \"5\", ~, 2026-11-16 14:00:00, !data 0a 1B]"),
-            Value(Value::List{true, -5, 31, 2.5, 1000.0, "yes", "5", Value(), SimHandset::kStart,
-                              Value::Data{0x0A, 0x1B}}));
-  EXPECT_EQ(value("{b: [], a: {c: inf}}"),
-            Value(Dictionary{{"b", Value::List{}}, {"a", Dictionary{{"c", "inf"}}}}));
-
-  const auto seconds = [](const std::string& yaml) {
-    return ScenarioNode::parse(yaml, std::make_shared<ScenarioText>()).seconds();
-  };
-  EXPECT_EQ(seconds("100:00:01.5"), 360001.5);
-  EXPECT_EQ(seconds("1d2h3m4s"), 93784.0);
-  EXPECT_EQ(seconds("1.5h"), 5400.0);
-  EXPECT_EQ(seconds("0.25"), 0.25);
 }
 
 }  // namespace

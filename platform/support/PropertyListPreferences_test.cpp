@@ -111,16 +111,6 @@ TEST_F(PropertyListPreferencesTest, IsNotTrickedByPipeLinkOrSecondName) {
     EXPECT_EQ(contents(secret), secretText);
   }
   EXPECT_EQ(fileCount(), 1 + std::ssize(plants)) << "all kept aside";
-
-  fs::create_directories(root_ / "elsewhere");
-  fs::remove_all(directory_);
-  fs::create_symlink(root_ / "elsewhere", directory_);
-  EXPECT_TRUE(write()) << "root's own link is followed";
-  EXPECT_EQ(read(), Value(60.0));
-  ASSERT_EQ(::lchown(directory_.c_str(), kMobile, kMobile), 0);
-  EXPECT_FALSE(write(61.0));
-  EXPECT_TRUE(readByOther().isNothing());
-  EXPECT_EQ(contents(root_ / "elsewhere/com.vennor.zorva.plist").find("61"), std::string::npos);
 }
 
 TEST_F(PropertyListPreferencesTest, FullDiskLeavesOldFileWhole) {

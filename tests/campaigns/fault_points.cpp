@@ -1,6 +1,6 @@
 // Lets every call that the loggers make of a simulated service fail, one at a time:
 //
-//     fault_points SCENARIO [MOST-CALLS [POINT]]     (all calls of each point, all points)
+//     fault_points SCENARIO
 //
 // The scenario is replayed once for each call that it makes of each fault point. A run must end,
 // and the entries of loggers that do not depend on the failing service must be the same as without
@@ -8,7 +8,6 @@
 // or on the system log, and what was lost; status 1 when anything was. Built with sanitizers it
 // also finds bad memory accesses and leaks.
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -187,9 +186,8 @@ bool inChild(const std::string& point, int calls, const Campaign& campaign, cons
 
 int main(int argc, char** argv) {
   zorva::prepareProcess();
-  const int most = argc > 2 ? std::atoi(argv[2]) : 1 << 20;
-  if (argc < 2 || argc > 4 || most < 1) {
-    std::fprintf(stderr, "usage: fault_points SCENARIO [MOST-CALLS [POINT]]\n");
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: fault_points SCENARIO\n");
     return 2;
   }
   const Campaign campaign(argv[1]);
@@ -200,15 +198,13 @@ int main(int argc, char** argv) {
   int lost = 0;
   int never = 0;
   for (const auto& [point, calls] : points) {
-    if (argc == 4 && point != argv[3]) continue;
     if (calls == 0) {
       ++never;
       std::printf("%-48s is never called in this scenario\n", point.c_str());
       continue;
     }
-    const int tried = std::min(calls, most);
-    failures += tried;
-    if (!inChild(point, tried, campaign, *usual)) ++lost;
+    failures += calls;
+    if (!inChild(point, calls, campaign, *usual)) ++lost;
   }
   std::printf("%d failures in %zu points, %d points never called, %d points with losses\n",
               failures, points.size() - static_cast<std::size_t>(never), never, lost);

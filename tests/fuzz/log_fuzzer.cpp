@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -15,18 +13,10 @@
 
 #include "report/LogReader.h"
 #include "report/Redaction.h"
+#include "tests/fuzz/Require.h"
 
 namespace zorva {
 namespace {
-
-// Also in a build without assertions.
-#define REQUIRE(condition)                                                         \
-  do {                                                                             \
-    if (!(condition)) {                                                            \
-      std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-      std::abort();                                                                \
-    }                                                                              \
-  } while (false)
 
 struct Told {
   std::string redacted;

@@ -4,8 +4,6 @@
 // An input is a byte for the wake type, a byte each for a field's cursor and length, and the text.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 #include "core/NotificationCenter.h"
 #include "core/SleepNotifications.h"
@@ -13,19 +11,11 @@
 #include "platform/sim/SimClock.h"
 #include "platform/sim/SimProcessInformation.h"
 #include "platform/sim/SimSystemLog.h"
+#include "tests/fuzz/Require.h"
 #include "wake/ZVPacketTracker.h"
 
 namespace zorva {
 namespace {
-
-// Also in a build without assertions.
-#define REQUIRE(condition)                                                         \
-  do {                                                                             \
-    if (!(condition)) {                                                            \
-      std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-      std::abort();                                                                \
-    }                                                                              \
-  } while (false)
 
 // A process with a socket at port 5353 and one at 443, and what looks for it.
 struct Device {
