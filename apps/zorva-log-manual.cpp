@@ -338,10 +338,7 @@ void writeEntry(const EntryFormat& format, const Examples& examples) {
 bool readExamples(const char* path, std::map<std::string, Examples>& examples) {
   std::ifstream file(path);
   LogReader reader;
-  reader.begin([&](char* to, std::size_t most) {
-    file.read(to, static_cast<std::streamsize>(most));
-    return static_cast<std::ptrdiff_t>(file.gcount());
-  });
+  reader.begin(readFrom(file));
   LogRecord record;
   std::vector<LogField> fields;
   while (reader.next(record)) {

@@ -156,10 +156,7 @@ TEST(LogFormat, EveryEntryOfTheScenariosReadsAsTheTablesSay) {
     if (file.path().extension() != ".log") continue;
     std::ifstream stream(file.path());
     LogReader reader(logFormat());
-    reader.begin([&](char* to, std::size_t room) {
-      stream.read(to, static_cast<std::streamsize>(room));
-      return static_cast<std::ptrdiff_t>(stream.gcount());
-    });
+    reader.begin(readFrom(stream));
     LogRecord record;
     std::vector<LogField> fields;
     while (reader.next(record)) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <istream>
 
 namespace zorva {
 namespace {
@@ -201,6 +202,22 @@ void LogReader::countTime(LogRecord& record) {
 const EntryFormat* LogReader::formatOf(std::string_view category) {
   const auto found = formats_.find(category);
   return found == formats_.end() ? nullptr : found->second;
+}
+
+LogReader::Read readFrom(std::string_view text, std::size_t most) {
+  return [=](char* to, std::size_t room) mutable {
+    const std::size_t count = std::min({room, most, text.size()});
+    std::memcpy(to, text.data(), count);
+    text.remove_prefix(count);
+    return static_cast<std::ptrdiff_t>(count);
+  };
+}
+
+LogReader::Read readFrom(std::istream& stream) {
+  return [&stream](char* to, std::size_t room) {
+    stream.read(to, static_cast<std::streamsize>(room));
+    return static_cast<std::ptrdiff_t>(stream.gcount());
+  };
 }
 
 }  // namespace zorva

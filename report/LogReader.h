@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <optional>
 #include <span>
 #include <string>
@@ -113,6 +114,11 @@ class LogReader {
   LogClock clock_;
   std::optional<LogTime> previous_;
 };
+
+/// To read a text that is in memory and outlives the reading, at most so many bytes at a time.
+LogReader::Read readFrom(std::string_view text, std::size_t most = LogReader::kLongestPiece);
+/// To read a stream that outlives the reading. What it could not read stays in its state.
+LogReader::Read readFrom(std::istream& stream);
 
 /// The fields of an entry, in their order, with what remains as texts without a key. A value may
 /// hold ";" and "=": it ends where one of the category's later keys follows. Without a known format

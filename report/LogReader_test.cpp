@@ -1,8 +1,6 @@
 #include "report/LogReader.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -26,21 +24,11 @@ constexpr EntryFormat kFormat[] = {{"Battery", EntryShape::kFields, "", "", "", 
                                    {"Syslog", EntryShape::kText, "", "", ""},
                                    {"Zorva", EntryShape::kText, "", "", ""}};
 
-// In pieces of so many bytes, as a pipe gives them.
-LogReader::Read from(std::string_view text, std::size_t most = 1 << 16) {
-  return [=](char* to, std::size_t room) mutable {
-    const std::size_t count = std::min({room, most, text.size()});
-    std::memcpy(to, text.data(), count);
-    text.remove_prefix(count);
-    return static_cast<std::ptrdiff_t>(count);
-  };
-}
-
 // Each piece in a word: its kind and number of lines, for entries the category, the fields, and how
 // far the time goes back. Checks that the pieces and the fields are the text to the byte.
-std::string told(std::string_view text, std::size_t most = 1 << 16) {
+std::string told(std::string_view text, std::size_t most = LogReader::kLongestPiece) {
   LogReader reader(kFormat);
-  reader.begin(from(text, most));
+  reader.begin(readFrom(text, most));
   std::string told;
   std::string raw;
   LogRecord record;
@@ -143,9 +131,9 @@ TEST(LogReaderTest, TellsThatReadingFailedAndGoesOnWithTheNextFile) {
   });
   EXPECT_FALSE(reader.next(record));
   EXPECT_EQ(reader.error(), EIO);
-  reader.begin(from("11/17/26 05:28:01 [WiFi]\n"));
+  reader.begin(readFrom("11/17/26 05:28:01 [WiFi]\n"));
   EXPECT_TRUE(reader.next(record));
-  reader.begin(from("11/17/26 05:28:00 [WiFi]"));
+  reader.begin(readFrom("11/17/26 05:28:00 [WiFi]"));
   EXPECT_TRUE(reader.next(record));
   EXPECT_EQ(record.backwards, 1);
   EXPECT_FALSE(reader.next(record));

@@ -1,7 +1,5 @@
 #include "report/Redaction.h"
 
-#include <algorithm>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -10,12 +8,7 @@ namespace {
 
 std::string redacted(std::string_view text) {
   LogReader reader;
-  reader.begin([&](char* to, std::size_t most) {
-    const std::size_t count = std::min(most, text.size());
-    std::memcpy(to, text.data(), count);
-    text.remove_prefix(count);
-    return static_cast<std::ptrdiff_t>(count);
-  });
+  reader.begin(readFrom(text));
   Redaction redaction;
   LogRecord record;
   std::string to;

@@ -28,6 +28,7 @@
 #include "platform/sim/SimRun.h"
 #include "platform/support/Descriptor.h"
 #include "platform/support/ProcessSetUp.h"
+#include "report/LogReader.h"
 
 namespace {
 
@@ -78,19 +79,16 @@ struct Outcome {
   std::string systemLog;
 };
 
-// The log's lines by their category. A line without one goes on with the entry before, but for the
-// blank lines between entries.
+// The log's entries by their category; what is none of them has its own.
 std::map<std::string, std::string> byCategory(const std::string& log) {
-  std::map<std::string, std::string> lines;
-  std::istringstream stream(log);
-  std::string category;
-  for (std::string line; std::getline(stream, line);) {
-    const std::size_t open = line.find(" [");
-    const std::size_t close = line.find(']');
-    if (open == 17 && close != line.npos) category = line.substr(open + 2, close - open - 2);
-    if (!line.empty()) lines[category] += line + "\n";
+  std::map<std::string, std::string> entries;
+  zorva::LogReader reader;
+  reader.begin(zorva::readFrom(log));
+  for (zorva::LogRecord record; reader.next(record);) {
+    if (record.piece == zorva::LogPiece::kSeparator) continue;
+    entries[std::string(record.category)] += record.raw;
   }
-  return lines;
+  return entries;
 }
 
 class Campaign {

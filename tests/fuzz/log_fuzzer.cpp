@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,13 +25,7 @@ struct Told {
 Told tell(std::string_view text, std::size_t most) {
   static LogReader reader;  // one for all inputs: its buffer costs more than most of them
   const std::uint64_t before = reader.counts().bytes;
-  std::string_view rest = text;
-  reader.begin([&](char* to, std::size_t room) {
-    const std::size_t count = std::min({room, most, rest.size()});
-    std::memcpy(to, rest.data(), count);
-    rest.remove_prefix(count);
-    return static_cast<std::ptrdiff_t>(count);
-  });
+  reader.begin(readFrom(text, most));
   Told told;
   Redaction redaction;
   LogRecord record;
