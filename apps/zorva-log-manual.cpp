@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Text.h"
 #include "report/LogReader.h"
 
 namespace zorva {
@@ -184,22 +185,16 @@ The preferences.
 std::string escaped(std::string_view text) {
   std::string out;
   bool lineStart = true;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if (lineStart && (byte == '.' || byte == '\'')) out += "\\&";
-    lineStart = byte == '\n';
-    if (byte >= 0xC0) {  // a character of UTF-8
-      const std::size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
-      unsigned code = byte & (0xFFU >> (length + 1));
-      for (std::size_t k = 1; k < length && i + 1 < text.size(); ++k) {
-        code = code << 6 | (static_cast<unsigned char>(text[++i]) & 0x3FU);
-      }
-      char name[16];
-      std::snprintf(name, sizeof name, "\\[u%04X]", code);
-      out += name;
+  while (!text.empty()) {
+    const auto [code, bytes] = firstCharacter(text);
+    text.remove_prefix(bytes.size());
+    if (lineStart && (code == '.' || code == '\'')) out += "\\&";
+    lineStart = code == '\n';
+    if (code >= 0x80) {
+      out += formatText("\\[u%04X]", static_cast<unsigned>(code));
       continue;
     }
-    switch (byte) {
+    switch (code) {
       case '\\':
         out += "\\e";
         break;
@@ -222,7 +217,7 @@ std::string escaped(std::string_view text) {
         out += "\\(ti";
         break;
       default:
-        out += static_cast<char>(byte);
+        out += bytes;
     }
   }
   return out;

@@ -66,6 +66,19 @@ std::size_t sequenceLength(std::string_view bytes) {
   return continues(2) && continues(3) ? 4 : 0;
 }
 
+Character firstCharacter(std::string_view text) {
+  const auto lead = static_cast<std::uint8_t>(text[0]);
+  if (lead < 0x80) return {lead, text.substr(0, 1)};
+  const std::size_t length = sequenceLength(text);
+  if (length == 0) return {0xFFFD, text.substr(0, 1)};
+  // The lead byte of n bytes has n bits set and one clear, then the code's first bits.
+  char32_t code = lead & (0x7F >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    code = code << 6 | (static_cast<std::uint8_t>(text[i]) & 0x3F);
+  }
+  return {code, text.substr(0, length)};
+}
+
 std::string safeText(std::string_view bytes) {
   std::string text;
   text.reserve(bytes.size());

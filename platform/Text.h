@@ -20,6 +20,14 @@ std::string formatArguments(const char* format, va_list arguments)
 /// one; 0 when there is none. Overlong forms, surrogates and code points above U+10FFFF are none.
 std::size_t sequenceLength(std::string_view bytes);
 
+struct Character {
+  char32_t code;           ///< U+FFFD for a byte that is no part of well-formed UTF-8
+  std::string_view bytes;  ///< its sequence, or that byte
+};
+
+/// The character at the start of a text, which is not empty.
+Character firstCharacter(std::string_view text);
+
 /// Bytes from elsewhere, made fit for a line of text: control characters (newlines and marks that
 /// turn the reading direction among them)
 /// become "\xNN" with two lower-case hexadecimal digits, and each byte that is no part of

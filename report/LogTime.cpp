@@ -4,43 +4,24 @@
 #include <chrono>
 #include <cstdlib>
 
+#include "platform/Text.h"
+
 namespace zorva {
 namespace {
 
 constexpr std::string_view kPattern = "00/00/00 00:00:00";
 
-// The zeros of the digits that locales write dates with, beside ASCII's: Arabic, its eastern
-// form, Devanagari, Bengali, Tibetan, Burmese, Ol Chiki, Adlam.
-constexpr std::uint32_t kZeros[] = {0x660, 0x6F0, 0x966, 0x9E6, 0xF20, 0x1040, 0x1C50, 0x1E950};
-
-// The length of the UTF-8 sequence by its first byte, and 1 for what begins none.
-std::size_t sequenceLength(std::string_view text) {
-  const auto lead = static_cast<std::uint8_t>(text[0]);
-  const std::size_t length = lead < 0xC2 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  return length <= text.size() ? length : 1;
-}
-
-std::uint32_t codePoint(std::string_view sequence) {
-  std::uint32_t code = static_cast<std::uint8_t>(sequence[0]);
-  if (sequence.size() > 1) code &= 0x7FU >> sequence.size();
-  for (const char byte : sequence.substr(1)) code = code << 6 | (byte & 0x3F);
-  return code;
-}
+// The zeros of the digits that locales write dates with: ASCII's, Arabic, its eastern form,
+// Devanagari, Bengali, Tibetan, Burmese, Ol Chiki, Adlam.
+constexpr char32_t kZeros[] = {U'0', 0x660, 0x6F0, 0x966, 0x9E6, 0xF20, 0x1040, 0x1C50, 0x1E950};
 
 // Takes one digit off the text; -1 when there is none.
 int takeDigit(std::string_view& text) {
   if (text.empty()) return -1;
-  if (text[0] >= '0' && text[0] <= '9') {
-    const int digit = text[0] - '0';
-    text.remove_prefix(1);
-    return digit;
-  }
-  const std::size_t length = sequenceLength(text);
-  if (length < 2) return -1;
-  const std::uint32_t code = codePoint(text.substr(0, length));
-  for (const std::uint32_t zero : kZeros) {
+  const auto [code, bytes] = firstCharacter(text);
+  for (const char32_t zero : kZeros) {
     if (code >= zero && code < zero + 10) {
-      text.remove_prefix(length);
+      text.remove_prefix(bytes.size());
       return static_cast<int>(code - zero);
     }
   }

@@ -143,7 +143,7 @@ void Redaction::appendText(const LogRecord& record, std::string& to) {
     const std::size_t close = text.find("]: ");
     if (open != text.npos && close != text.npos && open < close && open > 0) {
       const std::string_view process = text.substr(open + 1, close - open - 1);
-      appendNamed(kProcess, text.substr(0, open), to);
+      to += name(kProcess, text.substr(0, open));
       to += '[';
       to += isDigits(process) || process == "(null)" ? std::string(process) : content(process);
       to += "]: ";
@@ -181,7 +181,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
     const std::size_t open = field.key.rfind('(');
     const bool numbered = open != field.key.npos && open > 0 && field.key.ends_with(')') &&
                           isDigits(field.key.substr(open + 1, field.key.size() - open - 2));
-    appendNamed(kind, field.key.substr(0, numbered ? open : field.key.size()), to);
+    to += name(kind, field.key.substr(0, numbered ? open : field.key.size()));
     if (numbered) to += field.key.substr(open);
   }
   to += '=';
@@ -198,17 +198,13 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   } else if (format.key == "path" && field.value.find('/') != field.value.npos) {
     // Its last part is a process's name.
     const std::size_t slash = field.value.rfind('/');
-    appendNamed(kind, field.value.substr(0, slash), to);
+    to += name(kind, field.value.substr(0, slash));
     to += '/';
-    if (slash + 1 < field.value.size()) appendNamed(kProcess, field.value.substr(slash + 1), to);
+    if (slash + 1 < field.value.size()) to += name(kProcess, field.value.substr(slash + 1));
   } else {
-    appendNamed(kind, field.value, to);
+    to += name(kind, field.value);
   }
   if (field.raw.ends_with(';')) to += ';';
-}
-
-void Redaction::appendNamed(std::string_view kind, std::string_view value, std::string& to) {
-  to += name(kind, value);
 }
 
 // "198.51.100.24", or with a port behind it, which stays.
@@ -224,7 +220,7 @@ void Redaction::appendAddress(std::string_view address, std::string& to) {
   if (isNobodysAddress(address)) {
     to += address;
   } else {
-    appendNamed("ip", address, to);
+    to += name("ip", address);
   }
   to += port;
 }

@@ -32,7 +32,6 @@ class Redaction {
   void appendDump(const LogRecord& record, std::string& to);
   void appendText(const LogRecord& record, std::string& to);
   void appendField(std::string_view category, const LogField& field, std::string& to);
-  void appendNamed(std::string_view kind, std::string_view name, std::string& to);
   void appendAddress(std::string_view address, std::string& to);
 
   const std::string& name(std::string_view kind, std::string_view value);

@@ -16,29 +16,6 @@ constexpr std::uint32_t kICMP = 1;
 constexpr std::uint32_t kTCP = 6;
 constexpr std::uint32_t kUDP = 17;
 
-constexpr char32_t kNoCharacter = 0xFFFD;
-
-struct Character {
-  char32_t code;
-  std::string_view bytes;
-};
-
-// The character at the start of a text that has one.
-Character firstCharacter(std::string_view text) {
-  if (static_cast<unsigned char>(text[0]) < 0x80) {
-    return {static_cast<char32_t>(text[0]), text.substr(0, 1)};
-  }
-  const std::size_t length = sequenceLength(text);
-  if (length == 0) return {kNoCharacter, text.substr(0, 1)};
-  const auto lead = static_cast<unsigned char>(text[0]);
-  // The lead byte of n bytes has n bits set and one clear, then the code's first bits.
-  char32_t code = lead & (0x7F >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
-  }
-  return {code, text.substr(0, length)};
-}
-
 // The first characters of a text, at most so many, and how many they are.
 struct Characters {
   std::string_view text;
@@ -54,7 +31,6 @@ Characters firstCharacters(std::string_view text, std::size_t most) {
 }
 
 bool isShorterThan(std::string_view text, std::size_t characters) {
-  if (text.size() >= characters * 4) return false;  // no character has more bytes
   return firstCharacters(text, characters).count < characters;
 }
 
