@@ -62,22 +62,6 @@ TEST_F(ZVPushNotificationLoggerTest, WritesNoTokenAndHearsNothingAtItsEnd) {
   push.setConnected(true);
 }
 
-TEST_F(ZVPushNotificationLoggerTest, HearsTheStreamEvenWithoutAConnection) {
-  handset.faults().fail("push.createConnection");
-  const auto logger = make();
-  for (const auto& [name, entry] :
-       {std::pair("NMXDidOpenConnectionStream", "[NMX Event] type=opened_stream;"),
-        {"NMXDidEncounterStreamEnd", "[NMX Event] type=stream_ended;"},
-        {"NMXDidEncounterStreamError", "[NMX Event] type=stream_error;"},
-        {"NMXDidSendFilterMessage", "[NMX Event] type=sent_filter_message;"},
-        {"NMXDidRecieveMessageMessage", "[NMX Event] type=received_message_message;"},
-        {"NMXDidSendKeepAliveMessage", "[NMX Event] type=sent_keep_alive_message;"}}) {
-    handset.notifications().post(name);
-    handset.notifications().post(name);
-    EXPECT_EQ(log.takeEntries(), Lines(2, entry));
-  }
-}
-
 using ZVSyncwardLoggerTest = LoggerTest;
 
 TEST_F(ZVSyncwardLoggerTest, WritesOneEntryAnAccountAndOneAPing) {
