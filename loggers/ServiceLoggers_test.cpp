@@ -50,18 +50,6 @@ TEST_F(ZVPushNotificationLoggerTest, ShowsContentsOnlyWhereThatIsWanted) {
                    "11/16/26 14:00:00 [NMXN] topic=news; contents=<unformatted>;"}));
 }
 
-TEST_F(ZVPushNotificationLoggerTest, WritesNoTokenAndHearsNothingAtItsEnd) {
-  auto logger = make();
-  push.setConnected(false);
-  push.sendMessage("late", {});
-  EXPECT_EQ(log.takeEntries(), Lines{"[NMX Event] type=stream_ended;"});
-  push.sendPublicToken({1, 2, 3});
-  EXPECT_EQ(log.takeEntries(), Lines{"[NMX Event] type=token_received;"});
-  logger.reset();
-  push.sendPublicToken({1, 2, 3});
-  push.setConnected(true);
-}
-
 using ZVSyncwardLoggerTest = LoggerTest;
 
 TEST_F(ZVSyncwardLoggerTest, WritesOneEntryAnAccountAndOneAPing) {
