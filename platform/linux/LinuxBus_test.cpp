@@ -27,5 +27,25 @@ TEST(LinuxBus, OneThatAcceptsAndSaysNothingIsLeftToTheLoop) {
   loop.runUntil([&] { return bus.connected(); });
 }
 
+TEST(LinuxBus, OneThatHangsIsNotWaitedForAgainUntilItAnswers) {
+  const LoopForTest loop;
+  PrivateBusForTest started;
+  started.start();
+  LinuxBus bus(loop.event(), started.address(), std::chrono::milliseconds(200));
+  loop.runUntil([&] { return bus.connected(); });
+  const auto ping = [&] {
+    return bus.call("org.freedesktop.DBus", "/", "org.freedesktop.DBus.Peer", "Ping").outcome;
+  };
+  EXPECT_EQ(ping(), LinuxBus::Outcome::Answered);
+  started.halt();
+  EXPECT_EQ(ping(), LinuxBus::Outcome::Failed);
+  started.resume();
+  EXPECT_EQ(ping(), LinuxBus::Outcome::Failed) << "the loop has not heard of it yet";
+  bool told = false;
+  const Registration registration = bus.observeConnection([&] { told = true; });
+  loop.runUntil([&] { return told; });
+  EXPECT_EQ(ping(), LinuxBus::Outcome::Answered);
+}
+
 }  // namespace
 }  // namespace zorva
