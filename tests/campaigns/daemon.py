@@ -9,6 +9,7 @@
     disk      the log directory full, read-only, deleted and made anew
     bus       a message bus that hangs, breaks off, answers wrongly or late, or is restarted
     neighbours  planted files, other users' posts, hostile names of processes and networks
+    clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
 Prints what each tried and what was lost; status 1 when anything was.
@@ -26,6 +27,7 @@ import time
 
 from buses import bus
 from campaign import EVENTS, STAMP, Daemon, broken_lines, clear, events_in, logs, progress, programs
+from clocks import clock, inside
 from neighbours import neighbours
 from programs import LOG_DIRECTORY, PREFERENCES, run, wait_for
 
@@ -223,7 +225,7 @@ def soak():
 
 
 def main():
-    campaigns = {each.__name__: each for each in (kill, move, storm, disk, bus, neighbours, soak)}
+    campaigns = {each.__name__: each for each in (kill, move, storm, disk, bus, neighbours, clock, soak)}
     failed = False
     for name in sys.argv[2:] or [name for name in campaigns if name != 'soak']:
         tried, lost = campaigns[name]()
@@ -235,5 +237,7 @@ def main():
     sys.exit(1 if failed else 0)
 
 
+if sys.argv[2:] == ['inside']:
+    inside()
 programs.enter_device()
 main()
