@@ -10,6 +10,7 @@
     bus       a message bus that hangs, breaks off, answers wrongly or late, or is restarted
     neighbours  planted files, other users' posts, hostile names of processes and networks
     clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
+    week      a week of a simulated handset needs the memory and the descriptors of a day
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
 Prints what each tried and what was lost; status 1 when anything was.
@@ -30,6 +31,7 @@ from campaign import EVENTS, STAMP, Daemon, broken_lines, clear, events_in, logs
 from clocks import clock, inside
 from neighbours import neighbours
 from programs import LOG_DIRECTORY, PREFERENCES, run, wait_for
+from week import week
 
 
 def kill(times=1000):
@@ -225,7 +227,7 @@ def soak():
 
 
 def main():
-    campaigns = {each.__name__: each for each in (kill, move, storm, disk, bus, neighbours, clock, soak)}
+    campaigns = {each.__name__: each for each in (kill, move, storm, disk, bus, neighbours, clock, week, soak)}
     failed = False
     for name in sys.argv[2:] or [name for name in campaigns if name != 'soak']:
         tried, lost = campaigns[name]()
