@@ -1,5 +1,4 @@
 """What the campaigns share: a daemon under their hands, what its log has to look like, a tally."""
-import datetime
 import os
 import pathlib
 import re
@@ -74,13 +73,6 @@ def broken_lines(text):
             if line and line != 'Zorva Version: 5' and not STAMP.match(line)
             or STAMP.match(line) and not line.endswith(';') and '[Zorva]' not in line
             and '[Syslog]' not in line]
-
-
-def week_year(moment):
-    """The year of the date's week as log files are named: weeks begin on Sunday, and the first is that
-    of the first of January. Of a struct_time."""
-    saturday = datetime.date(*moment[:3]) + datetime.timedelta(days=(5 - moment.tm_wday) % 7)
-    return saturday.year
 
 
 def progress(done, of, what):

@@ -14,7 +14,7 @@ import tempfile
 import time
 import zoneinfo
 
-from campaign import EVENTS, Daemon, Tally, broken_lines, logs, week_year
+from campaign import EVENTS, Daemon, Tally, broken_lines, logs
 from programs import LOG_DIRECTORY, ROOT, entries, program, run, wait_for
 
 UTC = datetime.timezone.utc
@@ -24,6 +24,13 @@ ZONES = ['Europe/Berlin', 'America/St_Johns', 'Asia/Kathmandu', 'Pacific/Kiritim
 MOMENTS = ['2026-12-31 23:59:58', '2027-01-02 23:59:58', '2037-12-31 23:59:58', '2038-01-19 03:14:06',
            '2106-02-07 06:28:14', '2028-02-29 23:59:58', '2026-03-29 00:59:58', '2026-10-25 00:59:58',
            '1980-01-01 00:00:00', '2199-12-31 23:59:58']
+
+
+def week_year(moment):
+    """The year of the date's week as dates are written in American English: weeks begin on Sunday, and the first is that
+    of the first of January. Of a struct_time."""
+    saturday = datetime.date(*moment[:3]) + datetime.timedelta(days=(5 - moment.tm_wday) % 7)
+    return saturday.year
 
 
 def stamp(seconds, zone):

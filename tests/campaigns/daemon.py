@@ -27,7 +27,7 @@ import sys
 import time
 
 from buses import bus
-from campaign import EVENTS, STAMP, Daemon, broken_lines, clear, events_in, logs, progress, programs
+from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs, progress, programs
 from clocks import clock, inside
 from neighbours import neighbours
 from programs import LOG_DIRECTORY, PREFERENCES, run, wait_for
@@ -126,14 +126,12 @@ def storm(count=100000):
 
 
 def disk():
-    lost = []
-    tried = []
+    tally = Tally()
     directory = str(LOG_DIRECTORY)
 
     def check(what, condition):
-        tried.append(what)
-        if not condition():
-            lost.append(what)
+        tally.tried.append(what)
+        tally.check(condition(), what)
 
     # Full: what does not fit is lost, the rest is whole; once there is room again, so are new entries.
     run('mount', '-t', 'tmpfs', '-o', 'size=64k', 'none', directory)
@@ -175,10 +173,10 @@ def disk():
     daemon.post('VKSSRPingGoingOut')
     time.sleep(0.5)
     check('made anew: still running', lambda: daemon.process.poll() is None)
-    tried.append(f'made anew: {"a new file is begun" if logs() else "no file until the next start"}')
+    tally.tried.append(f'made anew: {"a new file is begun" if logs() else "no file until the next start"}')
     check('made anew: ends well', lambda: daemon.end() == 0)
     clear()
-    return '; '.join(tried), lost
+    return tally.result()
 
 
 def soak():

@@ -12,7 +12,7 @@ import tempfile
 import time
 import unicodedata
 
-from campaign import EVENTS, Daemon, Tally, broken_lines, clear, logs, week_year
+from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs
 from programs import LOG_DIRECTORY, MOBILE, PREFERENCES, entries, program, run, wait_for
 
 NEIGHBOUR = 12345
@@ -56,14 +56,12 @@ def make_victim(directory):
     return victim
 
 
-def taken(attempts):
+def next_names(attempts):
     """The names that a log file may get in the next seconds."""
     for second in range(4):
-        moment = time.localtime(time.time() + second)
-        stamp = f'{week_year(moment)}{time.strftime("-%m-%d-%H%M%S", moment)}'
+        stamp = time.strftime('%Y-%m-%d-%H%M%S', time.localtime(time.time() + second))
         for attempt in attempts:
-            suffix = f'-{attempt}' if attempt else ''
-            yield LOG_DIRECTORY / f'Zorva_{stamp}{suffix}_{os.uname().nodename}.zorva'
+            yield LOG_DIRECTORY / f'Zorva_{stamp}{f"-{attempt}" if attempt else ""}_{os.uname().nodename}.zorva'
 
 
 def remove(path):
@@ -78,21 +76,19 @@ def log_names(tally):
     [log] = wait_for(logs, 'a log')
 
     def begun(before):
-        def new():
-            found = [path for path in logs() if path not in before and path.is_file() and not path.is_symlink()
-                     and path.read_text().startswith('Zorva Version: 5\n')]
-            return found
-        [log] = wait_for(new, 'a new log')
+        """The log that is begun beside the files before, once an answer is in it."""
+        [new] = wait_for(lambda: [path for path in set(logs()) - set(before) if path.is_file()], 'a new log')
         daemon.post('VKSSRPingGoingOut')
-        wait_for(lambda: EVENTS['VKSSRPingGoingOut'] in log.read_text(), 'an answer in it')
-        tally.check((log.stat().st_uid, log.stat().st_nlink) == (MOBILE, 1), f'{log}: {log.stat()}')
-        return log
+        wait_for(lambda: EVENTS['VKSSRPingGoingOut'] in new.read_text(), 'an answer in it')
+        tally.check((new.stat().st_uid, new.stat().st_nlink) == (MOBILE, 1) and not new.is_symlink(), f'{new}')
+        tally.check(unharmed(victim), f'{what}: the victim is harmed')
+        return new
 
     kinds = plants(victim)
     for what, plant in kinds.items():
         for attempts in range(9), range(10):  # one name is left, or none
             time.sleep(1.1)  # the name that the log gives up is of the past
-            planted = list(taken(attempts))
+            planted = list(next_names(attempts))
             for path in planted:
                 plant(path)
             log.rename(LOG_DIRECTORY / 'moved')
@@ -105,14 +101,12 @@ def log_names(tally):
             log = begun(planted)
             for path in [*planted, LOG_DIRECTORY / 'moved']:
                 remove(path)
-            tally.check(unharmed(victim), f'{what} at the next name: the victim is harmed')
         # Where the log was: what is written from now on must not be lost in a file without a name.
         if what != 'a directory':
             plant(LOG_DIRECTORY / 'moved')
             (LOG_DIRECTORY / 'moved').rename(log)
             replaced, log = log, begun([log])
             remove(replaced)
-        tally.check(unharmed(victim), f'{what} in place of the log: the victim is harmed')
     tally.check(daemon.end() == 0, 'the daemon did not end well')
     os.chown(LOG_DIRECTORY, 0, 0)
     LOG_DIRECTORY.chmod(0o755)
@@ -160,28 +154,21 @@ def preferences(tally):
 
 
 def posts(tally, count=2000):
-    """Another user posts what root posts, too: root's are heard, in order, and no other."""
+    """Another user posts among root: root is heard, in order, and nobody else."""
     daemon = Daemon()
     [log] = wait_for(logs, 'a log')
-    code = ('import socket, struct, sys; s = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)\n'
-            'try: s.connect(sys.argv[1])\n'
-            'except PermissionError: sys.exit(3)\n'
-            'try: s.sendmsg([b"ZVN1com.vennor.zorva.exit"], [(socket.SOL_SOCKET, socket.SCM_CREDENTIALS,'
-            ' struct.pack("iII", 1, 0, 0))])\n'
-            'except PermissionError: pass\n'
-            f'for _ in range({count}):\n'
-            '  for name in b"com.vennor.zorva.exit", b"NMXDidSendFilterMessage": s.send(b"ZVN1" + name)\n')
-    other = [sys.executable, '-c', code, daemon.path]
-    tally.check(run(*other, user=NEIGHBOUR, group=NEIGHBOUR).returncode == 3, 'the socket is open to others')
+    code = ('import socket, sys; s = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM); s.connect(sys.argv[1])\n'
+            f'for name in [b"com.vennor.zorva.exit", b"NMXDidSendFilterMessage"] * {count}: s.send(b"ZVN1" + name)')
+    other = {'args': [sys.executable, '-c', code, daemon.path], 'user': NEIGHBOUR, 'group': NEIGHBOUR,
+             'stderr': subprocess.PIPE}
+    tally.check(b'PermissionError' in subprocess.run(**other).stderr, 'the socket is open to others')
     os.chmod(daemon.path, 0o666)  # only the check of the sender is left
-    with subprocess.Popen(other, user=NEIGHBOUR, group=NEIGHBOUR) as poster:
+    with subprocess.Popen(**other) as poster:
         for _ in range(count):
             daemon.post('VKSSRPingGoingOut')
-    tally.check(poster.returncode == 0, f'the other user could not post: {poster.returncode}')
-    tally.check(daemon.end() == 0, 'the daemon did not end well')
-    heard = log.read_text()
-    tally.check(heard.count(EVENTS['VKSSRPingGoingOut']) == count, 'posts of root are lost')
-    tally.check(EVENTS['NMXDidSendFilterMessage'] not in heard, 'another user was heard')
+    tally.check(poster.returncode == 0 and daemon.end() == 0, 'the other user could not post, or was heard')
+    heard = events_in(log.read_text())
+    tally.check(heard == [EVENTS['VKSSRPingGoingOut']] * count, f'{len(heard)} heard of {count}')
     clear()
     tally.tried.append(f'{2 * count} posts of another user among {count} of root')
 
