@@ -8,7 +8,6 @@ import signal
 import socket
 import subprocess
 import sys
-import tempfile
 import time
 import unicodedata
 
@@ -16,6 +15,7 @@ from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs
 from programs import LOG_DIRECTORY, MOBILE, PREFERENCES, entries, program, run, wait_for
 
 NEIGHBOUR = 12345
+PING = 'VKSSRPingGoingOut'
 SECRET = 'root:only-root-may-read-this\n'
 NAMES = [b'%n%n%s%s%x%d', b'\x1b[2J\x1b]0;x\x07', b'a\nb', b'\n01/01/26 00:00', b'a;b=c; d=%', b'x(1)=9; y',
          b') R 1 1 1 1 1', b'((()', b'\xff\xfe\x80', '\u202eexe.\u2028'.encode(), b' ', b'\t\r\\n', b'\xe2\x80',
@@ -43,17 +43,17 @@ def plants(victim):
             'a device': lambda path: path.symlink_to('/dev/zero')}
 
 
-def unharmed(victim):
-    status = victim.stat()
-    return (victim.read_text() == SECRET and (status.st_uid, status.st_mode & 0o777) == (0, 0o600)
-            and not victim.with_name('made').exists())
-
-
 def make_victim(directory):
+    """A file of root's that must stay as it is, and beside which nothing may come into being."""
     victim = directory / 'victim'
     victim.write_text(SECRET)
     victim.chmod(0o600)
-    return victim
+
+    def unharmed():
+        status = victim.stat()
+        return (victim.read_text() == SECRET and (status.st_uid, status.st_mode & 0o777) == (0, 0o600)
+                and not victim.with_name('made').exists())
+    return victim, unharmed
 
 
 def next_names(attempts):
@@ -69,7 +69,7 @@ def remove(path):
 
 
 def log_names(tally):
-    victim = make_victim(LOG_DIRECTORY.parent)
+    victim, unharmed = make_victim(LOG_DIRECTORY.parent)
     os.chown(LOG_DIRECTORY, NEIGHBOUR, NEIGHBOUR)
     LOG_DIRECTORY.chmod(0o777)
     daemon = Daemon()
@@ -78,10 +78,10 @@ def log_names(tally):
     def begun(before):
         """The log that is begun beside the files before, once an answer is in it."""
         [new] = wait_for(lambda: [path for path in set(logs()) - set(before) if path.is_file()], 'a new log')
-        daemon.post('VKSSRPingGoingOut')
-        wait_for(lambda: EVENTS['VKSSRPingGoingOut'] in new.read_text(), 'an answer in it')
+        daemon.post(PING)
+        wait_for(lambda: EVENTS[PING] in new.read_text(), 'an answer in it')
         tally.check((new.stat().st_uid, new.stat().st_nlink) == (MOBILE, 1) and not new.is_symlink(), f'{new}')
-        tally.check(unharmed(victim), f'{what}: the victim is harmed')
+        tally.check(unharmed(), f'{what}: the victim is harmed')
         return new
 
     kinds = plants(victim)
@@ -109,7 +109,6 @@ def log_names(tally):
             remove(replaced)
     tally.check(daemon.end() == 0, 'the daemon did not end well')
     os.chown(LOG_DIRECTORY, 0, 0)
-    LOG_DIRECTORY.chmod(0o755)
     victim.unlink()
     clear()
     tally.tried.append(f'{len(kinds)} kinds of files at the log\'s next names and in its place')
@@ -117,40 +116,32 @@ def log_names(tally):
 
 def preferences(tally):
     directory = PREFERENCES.parent
-    shutil.rmtree(directory, ignore_errors=True)
-    directory.mkdir(parents=True)
-    victim = make_victim(PREFERENCES.parents[3])
-    for owned in PREFERENCES.parents[2], PREFERENCES.parents[1], directory:
-        os.chown(owned, MOBILE, MOBILE)
-    kinds = plants(victim)
-    kinds['a huge file'] = lambda path: path.touch() or os.truncate(path, 1 << 40)
-    kinds['a nest'] = lambda path: path.write_text('<plist>' + '<array>' * 100000)
-    kinds['other types'] = lambda path: path.write_text(
-        '<plist version="1.0"><dict><key>ZVRecordSyslog</key><data>AAAA</data>'
-        '<key>ZVSecondsBeforeSignificantTimeTriggered</key><string>%n</string></dict></plist>')
-    for what, plant in kinds.items():
-        for place in PREFERENCES, directory:
-            if place == directory and what not in ('a link', 'a link to nothing', 'a pipe', 'a file'):
-                continue
-            remove(place)
+    victim, unharmed = make_victim(PREFERENCES.parents[3])
+    kinds = {**plants(victim),
+             'a huge file': lambda path: path.touch() or os.truncate(path, 1 << 40),
+             'a nest': lambda path: path.write_text('<plist>' + '<array>' * 100000),
+             'other types': lambda path: path.write_text(
+                 '<plist version="1.0"><dict><key>ZVRecordSyslog</key><data>AAAA</data>'
+                 '<key>ZVSecondsBeforeSignificantTimeTriggered</key><string>%n</string></dict></plist>')}
+    for place in PREFERENCES, directory:
+        for what, plant in kinds.items():
+            remove(directory)
+            place.parent.mkdir(parents=True, exist_ok=True)
             plant(place)
-            os.chown(place, MOBILE, MOBILE, follow_symlinks=False) if what != 'a hard link' else None
+            run('chown', '-Rh', f'{MOBILE}:{MOBILE}', PREFERENCES.parents[2])
+            if what == 'a hard link':
+                os.chown(victim, 0, 0)
             daemon = Daemon()
             [log] = wait_for(logs, 'a log')
-            daemon.post('VKSSRPingGoingOut')
-            wait_for(lambda: EVENTS['VKSSRPingGoingOut'] in log.read_text(), f'an answer with {what}')
-            tally.check(daemon.end() == 0, f'{what}: the daemon did not end well')
-            tally.check(unharmed(victim), f'{what} at {place}: the victim is harmed')
-            told = [path for path in directory.glob('**/*') if path.is_file() and not path.is_symlink()
-                    and path.stat().st_size < 1 << 20 and path.stat().st_ino != victim.stat().st_ino
-                    and SECRET.encode() in path.read_bytes()]
-            tally.check(not told, f'{what}: the secret is in {told}')
+            daemon.post(PING)
+            wait_for(lambda: EVENTS[PING] in log.read_text(), f'an answer with {what}')
+            tally.check(daemon.end() == 0 and unharmed(), f'{what} at {place}: the victim is harmed')
+            told = run('grep', '-rlF', SECRET.strip(), PREFERENCES.parents[2]).stdout.split()
+            tally.check(all(os.path.samefile(path, victim) for path in told), f'{what}: the secret is in {told}')
             clear()
-            remove(directory)
-            directory.mkdir()
-            os.chown(directory, MOBILE, MOBILE)
+    remove(directory)
     victim.unlink()
-    tally.tried.append(f'{len(kinds)} kinds in place of the preferences')
+    tally.tried.append(f'{len(kinds)} kinds in place of the preferences and of their directory')
 
 
 def posts(tally, count=2000):
@@ -165,10 +156,10 @@ def posts(tally, count=2000):
     os.chmod(daemon.path, 0o666)  # only the check of the sender is left
     with subprocess.Popen(**other) as poster:
         for _ in range(count):
-            daemon.post('VKSSRPingGoingOut')
+            daemon.post(PING)
     tally.check(poster.returncode == 0 and daemon.end() == 0, 'the other user could not post, or was heard')
     heard = events_in(log.read_text())
-    tally.check(heard == [EVENTS['VKSSRPingGoingOut']] * count, f'{len(heard)} heard of {count}')
+    tally.check(heard == [EVENTS[PING]] * count, f'{len(heard)} heard of {count}')
     clear()
     tally.tried.append(f'{2 * count} posts of another user among {count} of root')
 
@@ -201,19 +192,12 @@ def names(tally, times=200):
     for process in [*processes, *renamers]:
         os.kill(process, signal.SIGKILL)
         os.waitpid(process, 0)
-    with tempfile.NamedTemporaryFile('w', suffix='.yaml') as scenario:
-        for name in NAMES:
-            text = name.decode('utf-8', 'replace')
-            quoted = ''.join(f'\\U{ord(c):08x}' for c in text)
-            scenario.seek(0)
-            scenario.truncate()
-            scenario.write(f'device:\n  wifi: {{network: {{ssid: "{quoted}"}}}}\n'
-                           f'  processes: [{{id: 7, name: "{quoted}"}}]\nend: 1m\n')
-            scenario.flush()
-            done = run(program('zorva-sim'), scenario.name)
-            tally.check(not broken_lines(done.stdout), f'network {name}: {broken_lines(done.stdout)[:2]}')
-            tally.check(f' ap={shown(text.encode())};' in done.stdout, f'network {name}: {done.stdout[:200]}'
-                        f'{done.stderr}')
+    for name in NAMES:
+        text = name.decode('utf-8', 'replace')
+        quoted = ''.join(f'\\U{ord(c):08x}' for c in text)
+        done = run(program('zorva-sim'), '/dev/stdin', input=f'device: {{wifi: {{network: {{ssid: "{quoted}"}}}}}}\nend: 1m\n')
+        tally.check(not broken_lines(done.stdout) and f' ap={shown(text.encode())};' in done.stdout,
+                    f'network {name}: {done.stdout[:200]}{done.stderr}')
     tally.tried.append(f'{len(NAMES)} names of processes, with three that rename themselves, in {times} '
                        'snapshots; the same names of networks')
 
