@@ -8,9 +8,9 @@
     storm     100,000 notifications at once: every one answered, in order
     disk      the log directory full, read-only, deleted and made anew
     bus       a message bus that hangs, breaks off, answers wrongly or late, or is restarted
-    neighbours  planted files, other users' posts, hostile names of processes and networks
+    neighbours  planted files, other users' posts, hostile names
     clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
-    week      a week of a simulated handset needs the memory and the descriptors of a day
+    week      a week of a simulated handset: memory and descriptors stay what they were
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
 Prints what each tried and what was lost; status 1 when anything was.
