@@ -50,7 +50,7 @@ class Daemon:
 
 
 def sockets():
-    return {str(path) for path in pathlib.Path('/run/zorva').glob('*') if path.is_socket()}
+    return {str(path) for path in pathlib.Path('/run/zorva').glob('[!.]*') if path.is_socket()}
 
 
 def logs():
