@@ -31,11 +31,16 @@ bool check(bool condition, const char* text) {
   return false;
 }
 
+// Under its name, that is: an editor, or whoever else may write to the directory, may have put
+// another file or a link in its place.
 bool currentLogFileExists() {
-  if (sZorvaState.logFilePath.empty()) return false;
-  struct stat status;
-  return ::stat(sZorvaState.platform->files.hostPath(sZorvaState.logFilePath).c_str(), &status) ==
-         0;
+  if (sZorvaState.logFilePath.empty() || !sZorvaState.logFile) return false;
+  const std::string path = sZorvaState.platform->files.hostPath(sZorvaState.logFilePath);
+  struct stat named;
+  struct stat written;
+  return ::lstat(path.c_str(), &named) == 0 &&
+         ::fstat(sZorvaState.logFile->descriptor(), &written) == 0 &&
+         named.st_dev == written.st_dev && named.st_ino == written.st_ino;
 }
 
 }  // namespace

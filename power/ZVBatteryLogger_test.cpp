@@ -89,6 +89,9 @@ TEST_F(ZVBatteryLoggerTest, ALevelThatStaysIsNewsAfterASignificantTime) {
   SetPreferenceValue(handset.preferences(), kSecondsBeforeSignificantTimeTriggered, "60.0");
   EXPECT_EQ(eventsAfter(1), significant) << "a new setting counts at once";
   EXPECT_EQ(eventsAfter(61), significant);
+  handset.clock().set(handset.clock().now() - std::chrono::hours(24));
+  EXPECT_EQ(eventsAfter(1), change);
+  EXPECT_EQ(eventsAfter(61), significant) << "although the clock was set back";
 
   // While disabled, no entry is written but the state moves on.
   logger->setEnabled(false);

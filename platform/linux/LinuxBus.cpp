@@ -20,6 +20,8 @@ constexpr std::chrono::hours kLongestBetweenEnds{1};
 constexpr int kMostRefusals = 4;
 constexpr std::chrono::milliseconds kAfterRefusal{20};
 
+constexpr const char* kDriver = "org.freedesktop.DBus";
+constexpr const char* kDriverPath = "/org/freedesktop/DBus";
 constexpr const char* kLocal = "org.freedesktop.DBus.Local";
 constexpr const char* kLocalPath = "/org/freedesktop/DBus/Local";
 
@@ -206,6 +208,7 @@ int LinuxBus::onDisconnected(sd_bus_message*, void* self, sd_bus_error*) {
 void LinuxBus::ended() {
   for (const auto& match : subscriptions_->matches) match->slot.reset();
   bus_.reset();
+  hangs_ = false;
   const auto now = steady_clock::now();
   const bool lasted = readySince_ && now - *readySince_ >= kBetweenEnds;
   const bool soonAfterTheLast = lastEnd_ && now - *lastEnd_ < 2 * betweenEnds_;
@@ -252,9 +255,30 @@ void LinuxBus::send(const char* service, const char* path, const char* interface
   sd_bus_send(bus_.get(), call.get(), nullptr);
 }
 
+// After a call that took too long: was it the service, or answers nobody? Each entry of a snapshot
+// asks somebody else, and all of them together would hold the loop up for far longer than one.
+void LinuxBus::lookWhetherItHangs() {
+  const auto question = [this] { return makeCall(kDriver, kDriverPath, kDriver, "GetId", {}); };
+  if (const BusMessage first = question();
+      !first || sd_bus_call(bus_.get(), first.get(), 0, nullptr, nullptr) != -ETIMEDOUT) {
+    return;
+  }
+  const BusMessage second = question();
+  hangs_ = second &&
+           sd_bus_call_async(bus_.get(), nullptr, second.get(), onAnswer, this, UINT64_MAX) >= 0;
+}
+
+int LinuxBus::onAnswer(sd_bus_message*, void* self, sd_bus_error*) {
+  auto* bus = static_cast<LinuxBus*>(self);
+  // Also called when the connection ends, which has its own news.
+  if (std::exchange(bus->hangs_, false) && bus->connected()) bus->observers_.tell();
+  return 0;
+}
+
 LinuxBus::Reply LinuxBus::call(const char* service, const char* path, const char* interface,
                                const char* member, const Arguments& arguments) {
   if (!connected()) return {Outcome::Absent, nullptr};
+  if (hangs_) return {Outcome::Failed, nullptr};
   const BusMessage call = makeCall(service, path, interface, member, arguments);
   if (!call) return {Outcome::Failed, nullptr};
   sd_bus_error error = SD_BUS_ERROR_NULL;
@@ -263,6 +287,7 @@ LinuxBus::Reply LinuxBus::call(const char* service, const char* path, const char
   const bool absent = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
                       sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) || !connected();
   sd_bus_error_free(&error);
+  if (called == -ETIMEDOUT && connected()) lookWhetherItHangs();
   if (called < 0) return {absent ? Outcome::Absent : Outcome::Failed, nullptr};
   return {Outcome::Answered, BusMessage(answer)};
 }

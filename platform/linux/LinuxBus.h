@@ -25,7 +25,8 @@ using BusMessage = std::unique_ptr<sd_bus_message, BusMessageRelease>;
 ///
 /// An absent bus is no failure: calls answer that what they want is absent, and the connection is
 /// made when the bus appears, or appears again. Signal matches and observers last over all of that.
-/// No call takes longer than the time limit.
+/// No call takes longer than the time limit. One that does is followed by a question to the bus
+/// itself; if that is not answered in time either, no call waits any more until it is.
 class LinuxBus {
  public:
   static constexpr std::chrono::microseconds kTimeLimit = std::chrono::seconds(2);
@@ -64,8 +65,9 @@ class LinuxBus {
   void send(const char* service, const char* path, const char* interface, const char* member,
             const Arguments& arguments = {});
 
-  /// Calls back from the event loop whenever the connection was made or lost, not for a connection
-  /// that stands already. On a new one the matches are in force by then.
+  /// Calls back from the event loop whenever the connection was made or lost, or answers again
+  /// after it did not; not for a connection that stands already. On a new one the matches are in
+  /// force by then.
   Registration observeConnection(std::function<void()> changed);
 
   using SignalHandler = std::function<void(sd_bus_message* signal)>;
@@ -93,8 +95,10 @@ class LinuxBus {
   void socketChanged();
   void ended();
   void install(Match& match);
+  void lookWhetherItHangs();
   BusMessage makeCall(const char* service, const char* path, const char* interface,
                       const char* member, const Arguments& arguments);
+  static int onAnswer(sd_bus_message*, void* self, sd_bus_error*);
   static int onConnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onDisconnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onLater(sd_event_source*, std::uint64_t, void* self);
@@ -105,6 +109,7 @@ class LinuxBus {
   std::shared_ptr<Subscriptions> subscriptions_;
   Observers<> observers_;  ///< of the connection
   BusPointer bus_;
+  bool hangs_ = false;  ///< has left the last call and the last question unanswered
   CoalescedCall ended_;
   std::optional<LinuxPathWatch> socketWatch_;  ///< while there is no bus to connect to
   EventSource later_;

@@ -27,5 +27,28 @@ TEST(LinuxBus, OneThatAcceptsAndSaysNothingIsLeftToTheLoop) {
   loop.runUntil([&] { return bus.connected(); });
 }
 
+TEST(LinuxBus, OneThatHangsIsNotWaitedForAgainUntilItAnswers) {
+  const LoopForTest loop;
+  PrivateBusForTest started;
+  started.start();
+  LinuxBus bus(loop.event(), started.address(), std::chrono::milliseconds(200));
+  loop.runUntil([&] { return bus.connected(); });
+  loop.drain();
+  const auto ask = [&] {
+    return bus
+        .call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId")
+        .outcome;
+  };
+  EXPECT_EQ(ask(), LinuxBus::Outcome::Answered);
+  started.halt();
+  EXPECT_EQ(ask(), LinuxBus::Outcome::Failed);
+  started.resume();
+  EXPECT_EQ(ask(), LinuxBus::Outcome::Failed) << "the loop has not heard of it yet";
+  bool told = false;
+  const Registration registration = bus.observeConnection([&] { told = true; });
+  loop.runUntil([&] { return told; });
+  EXPECT_EQ(ask(), LinuxBus::Outcome::Answered);
+}
+
 }  // namespace
 }  // namespace zorva

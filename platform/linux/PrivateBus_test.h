@@ -45,6 +45,7 @@ class PrivateBusForTest {
   void stop() { daemon_.reset(); }
   /// From now on it takes connections and answers nobody.
   void halt() { kill(daemon_->process(), SIGSTOP); }
+  void resume() { kill(daemon_->process(), SIGCONT); }
 
   /// Starts a service with one object, and waits until it is there.
   std::unique_ptr<ChildForTest> startService(const std::string& name, const std::string& path,

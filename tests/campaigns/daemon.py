@@ -7,93 +7,31 @@
     move      the log moved away 1,000 times under load: every entry in one file, in order, whole
     storm     100,000 notifications at once: every one answered, in order
     disk      the log directory full, read-only, deleted and made anew
+    bus       a message bus that hangs, breaks off, answers wrongly or late, or is restarted
+    neighbours  planted files, other users' posts, hostile names
+    clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
+    week      a week of a simulated handset: memory and descriptors stay what they were
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
 Prints what each tried and what was lost; status 1 when anything was.
 """
+import contextlib
 import itertools
 import os
 import pathlib
 import plistlib
 import random
 import re
-import socket
 import subprocess
 import sys
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
-import programs  # noqa: E402
-from programs import LOG_DIRECTORY, PREFERENCES, program, run, wait_for  # noqa: E402
-
-# A notification and the entry that answers it. Their order in the log tells which one is missing.
-EVENTS = {
-    'NMXDidOpenConnectionStream': '[NMX Event] type=opened_stream;',
-    'NMXDidEncounterStreamEnd': '[NMX Event] type=stream_ended;',
-    'NMXDidSendFilterMessage': '[NMX Event] type=sent_filter_message;',
-    'NMXDidSendKeepAliveMessage': '[NMX Event] type=sent_keep_alive_message;',
-    'VKSSRPingGoingOut': '[Skyvault Event] type=ping;',
-    'VKSSRSyncNotificationReceived': '[Skyvault Event] type=sync_notification;',
-    'com.vennor.syncward.ping-going-out': '[Syncward Event] type=ping;',
-}
-STAMP = re.compile(r'\d\d/\d\d/\d\d \d\d:\d\d:\d\d ')
-
-
-class Daemon:
-    def __init__(self):
-        before = sockets()
-        self.process = subprocess.Popen([program('zorva'), '-d'], stdout=subprocess.DEVNULL,
-                                        stderr=subprocess.DEVNULL)
-        [self.path] = wait_for(lambda: sockets() - before or self.ended(), 'a socket')
-        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self.socket.connect(self.path)
-
-    def ended(self):
-        if self.process.poll() is not None:
-            raise AssertionError(f'the daemon ended with {self.process.returncode}')
-
-    def post(self, name):
-        self.socket.send(b'ZVN1' + name.encode())
-
-    def end(self):
-        self.post('com.vennor.zorva.exit')
-        return self.process.wait(timeout=60)
-
-    def kill(self):
-        self.process.kill()
-        self.process.wait()
-        os.unlink(self.path)
-
-
-def sockets():
-    return {str(path) for path in pathlib.Path('/run/zorva').glob('*') if path.is_socket()}
-
-
-def logs():
-    return sorted(LOG_DIRECTORY.glob('*.zorva'))
-
-
-def clear():
-    for path in LOG_DIRECTORY.iterdir():
-        path.unlink()
-
-
-def events_in(text):
-    """The answers to notifications, in order."""
-    return [line[18:] for line in text.splitlines() if line[18:] in EVENTS.values()]
-
-
-def broken_lines(text):
-    """Lines that are neither empty, the head of a file, nor an entry that is whole."""
-    return [line for line in text.splitlines()
-            if line and line != 'Zorva Version: 5' and not STAMP.match(line)
-            or STAMP.match(line) and not line.endswith(';') and '[Zorva]' not in line
-            and '[Syslog]' not in line]
-
-
-def progress(done, of, what):
-    if sys.stderr.isatty() and (done % 10 == 0 or done == of):
-        print(f'\r  {what}: {done} of {of}', end='' if done < of else '\n', file=sys.stderr)
+from buses import bus
+from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs, progress, programs
+from clocks import clock, inside
+from neighbours import neighbours
+from programs import LOG_DIRECTORY, PREFERENCES, run, wait_for
+from week import week
 
 
 def kill(times=1000):
@@ -188,14 +126,12 @@ def storm(count=100000):
 
 
 def disk():
-    lost = []
-    tried = []
+    tally = Tally()
     directory = str(LOG_DIRECTORY)
 
     def check(what, condition):
-        tried.append(what)
-        if not condition():
-            lost.append(what)
+        tally.tried.append(what)
+        tally.check(condition(), what)
 
     # Full: what does not fit is lost, the rest is whole; once there is room again, so are new entries.
     run('mount', '-t', 'tmpfs', '-o', 'size=64k', 'none', directory)
@@ -237,10 +173,10 @@ def disk():
     daemon.post('VKSSRPingGoingOut')
     time.sleep(0.5)
     check('made anew: still running', lambda: daemon.process.poll() is None)
-    tried.append(f'made anew: {"a new file is begun" if logs() else "no file until the next start"}')
+    tally.tried.append(f'made anew: {"a new file is begun" if logs() else "no file until the next start"}')
     check('made anew: ends well', lambda: daemon.end() == 0)
     clear()
-    return '; '.join(tried), lost
+    return tally.result()
 
 
 def soak():
@@ -253,8 +189,12 @@ def soak():
         return (int(re.search(r'VmRSS:\s+(\d+)', (proc / 'status').read_text()).group(1)),
                 sorted(os.readlink(link) for link in (proc / 'fd').iterdir()))
 
-    def settled():  # a descriptor may be open for a moment
-        return min((used() for _ in range(20)), key=lambda measured: len(measured[1]))
+    def settled():  # a descriptor may be open for a moment, and gone before it is looked at
+        measured = []
+        while len(measured) < 20:
+            with contextlib.suppress(FileNotFoundError):
+                measured.append(used())
+        return min(measured, key=lambda one: len(one[1]))
 
     begun = time.monotonic()
     first = None
@@ -285,10 +225,10 @@ def soak():
 
 
 def main():
-    chosen = sys.argv[2:] or ['kill', 'move', 'storm', 'disk']
+    campaigns = {each.__name__: each for each in (kill, move, storm, disk, bus, neighbours, clock, week, soak)}
     failed = False
-    for name in chosen:
-        tried, lost = {'kill': kill, 'move': move, 'storm': storm, 'disk': disk, 'soak': soak}[name]()
+    for name in sys.argv[2:] or [name for name in campaigns if name != 'soak']:
+        tried, lost = campaigns[name]()
         print(f'{name}: {tried}')
         for what in lost[:10]:
             print(f'  LOST {what}')
@@ -297,5 +237,7 @@ def main():
     sys.exit(1 if failed else 0)
 
 
+if 'inside' in sys.argv:  # the kernel may add words of its own
+    inside()
 programs.enter_device()
 main()

@@ -1,0 +1,230 @@
+"""A message bus that hangs, breaks off or answers wrongly, services that hang, and restarts of all of them."""
+import os
+import pathlib
+import random
+import re
+import select
+import signal
+import socket
+import struct
+import subprocess
+import tempfile
+import threading
+import time
+
+import dbus
+
+from campaign import Daemon, Tally, broken_lines, clear, logs, progress
+from programs import ROOT, program, run, wait_for
+
+MODEM = '''
+bearer = Object('/Bearer/0', {'Bearer': dict(Connected=True, Interface='wwan0')})
+modem = add('/Modem/0', Modem=dict(State=dbus.Int32(11), Bearers=paths('/Bearer/0')))
+'''
+
+
+class Bus:
+    """A bus with a login manager, a Bluetooth service and a modem. Clients reach it through another one,
+    which passes on what rule(number, message, from_client) returns for each message, or ends the
+    connection at None. The number counts what the clients have sent; the first is a Hello."""
+
+    def __init__(self, directory):
+        self.real = pathlib.Path(directory) / 'real'
+        self.conf = pathlib.Path(directory) / 'conf'
+        self.conf.write_text(
+            f'<busconfig><type>session</type><listen>unix:path={self.real}</listen><policy context="default">'
+            '<allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/>'
+            '</policy></busconfig>')
+        self.listener = socket.create_server(f'{directory}/front', family=socket.AF_UNIX)
+        os.environ['DBUS_SYSTEM_BUS_ADDRESS'] = f'unix:path={directory}/front'
+        self.behave(passes)
+        self.start()
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def behave(self, rule):
+        self.rule, self.number = rule, 0
+
+    def start(self):
+        """The bus first, then its services."""
+        environment = {**os.environ, 'DBUS_SYSTEM_BUS_ADDRESS': f'unix:path={self.real}'}
+        mock = '/usr/bin/python3 -m dbusmock --system -t'
+        self.children = []
+        for command in (f'dbus-daemon --nofork --nopidfile --config-file={self.conf}', f'{mock} logind',
+                        f'{mock} bluez5', f'/usr/bin/python3 {ROOT}/platform/linux/ModemManagerMock_test.py'):
+            self.children.append(subprocess.Popen(command.split(), env=environment, stdout=subprocess.DEVNULL,
+                                                  stderr=subprocess.DEVNULL))
+            wait_for(self.real.exists, 'the bus')
+        bus = dbus.bus.BusConnection(f'unix:path={self.real}')
+        for name in 'org.freedesktop.login1', 'org.bluez', 'org.freedesktop.ModemManager1':
+            wait_for(lambda: bus.name_has_owner(name), name)
+        bus.get_object(name, '/org/freedesktop/ModemManager1').Do(MODEM, dbus_interface='org.zorva.Mock')
+        bus.close()
+
+    def stop(self):
+        for child in self.children:
+            child.kill()
+            child.wait()
+        self.real.unlink(missing_ok=True)
+
+    def accept(self):
+        while True:
+            threading.Thread(target=self.serve, args=(self.listener.accept()[0],), daemon=True).start()
+
+    def serve(self, client):
+        with client, socket.socket(socket.AF_UNIX) as server:
+            try:
+                server.connect(str(self.real))
+                self.pass_on(client, server)
+            except OSError:
+                pass  # one of them has gone
+
+    def pass_on(self, client, server):
+        begun = set()  # who has come to messages, after the two have agreed on how to talk
+        waiting = {client: b'', server: b''}
+        while True:
+            for end in select.select([client, server], [], [])[0]:
+                data, descriptors, _, _ = socket.recv_fds(end, 1 << 16, 16)
+                if not data:
+                    return
+                other = server if end is client else client
+                if end not in begun:
+                    other.sendall(data)
+                    begun |= {end} if end is client and data.endswith(b'BEGIN\r\n') else set()
+                    continue
+                begun.add(server)
+                waiting[end] += data
+                while len(waiting[end]) >= 16:
+                    body, _, fields = struct.unpack('<III', waiting[end][4:16])
+                    length = 16 + (fields + 7) // 8 * 8 + body
+                    if len(waiting[end]) < length:
+                        break
+                    message, waiting[end] = waiting[end][:length], waiting[end][length:]
+                    self.number += end is client
+                    passed = self.rule(self.number, message, end is client)
+                    if passed is None:
+                        return
+                    socket.send_fds(other, [passed], descriptors if passed else [])
+                    while descriptors:
+                        os.close(descriptors.pop())
+
+
+def passes(number, message, from_client):
+    return message
+
+
+def answers(change):
+    """A rule that changes the answers to all but the Hello."""
+    return lambda number, message, from_client: (
+        message if from_client or number < 2 or message[1] != 2 else change(message))
+
+
+def swapped():
+    """Each call gets the answer to the one before: well-formed, and of a type that nobody asked for."""
+    last = []
+
+    def change(message):
+        serial = message.index(b'\5\1u\0') + 4
+        last.append(message)
+        old = last.pop(0) if len(last) > 1 else message
+        at = old.index(b'\5\1u\0') + 4
+        return old[:at] + message[serial:serial + 4] + old[at + 4:]
+    return answers(change)
+
+
+def damaged(numbers):
+    def change(message):
+        changed = bytearray(message)
+        for _ in range(numbers.randint(1, 4)):
+            changed[numbers.randrange(len(changed))] = numbers.choice(b'\0\1\xff%suoha(){}')
+        return bytes(changed)
+    return answers(change)
+
+
+def categories(text):
+    return set(re.findall(r'^\S+ \S+ \[(\w+)\]', text, re.M))
+
+
+def bus():
+    tally = Tally()
+    os.environ['DBUS_SYSTEM_BUS_ADDRESS'] = 'unix:path=/none'
+    entries = categories(run(program('zorva'), '-q').stdout)
+
+    def snapshot(what, rule):
+        begun = time.monotonic()
+        front.behave(rule)
+        shown = run(program('zorva'), '-q', errors='replace')
+        tally.check(shown.returncode == 0 and not broken_lines(shown.stdout) and entries <= categories(shown.stdout),
+                    f'{what}: status {shown.returncode}, {broken_lines(shown.stdout)[:2]}, '
+                    f'no {entries - categories(shown.stdout)}')
+        return time.monotonic() - begun
+
+    with tempfile.TemporaryDirectory() as directory:
+        front = Bus(directory)
+        snapshot('a whole bus', passes)
+        count = front.number
+        hanging = [snapshot(f'no answer from message {at}', lambda number, message, from_client:
+                            message if number < at else b'') for at in range(1, count + 1, 6)]
+        for at in range(1, count + 1):
+            snapshot(f'cut at message {at}', lambda number, message, from_client:
+                     None if from_client and number == at else message)
+        snapshot('swapped answers', swapped())
+        numbers = random.Random(1)
+        for number in range(100):
+            progress(number + 1, 100, 'damaged answers')
+            snapshot(f'damaged answers {number}', damaged(numbers))
+        tally.tried.append(f'snapshots: {len(hanging)} with a bus that hangs take up to {max(hanging):.0f} s, '
+                           f'{count} with one that breaks off, 101 with wrong answers')
+        hold(front, tally)
+        front.stop()
+    return tally.result()
+
+
+def hold(front, tally, restarts=20):
+    """One daemon through all of it, and through restarts of the bus and its services."""
+    front.behave(passes)
+    daemon = Daemon()
+    longest = {}
+
+    def answered(what):
+        """Begins a new log, and waits for the answer to a notification in it."""
+        begun = time.monotonic()
+        for log in logs():
+            log.unlink()
+        [log] = wait_for(logs, f'a new log with {what}')
+        daemon.post('VKSSRPingGoingOut')
+        wait_for(lambda: '[Skyvault Event] type=ping;' in log.read_text(), f'an answer with {what}')
+        longest[what] = max(longest.get(what, 0), round(time.monotonic() - begun))
+        tally.check(not broken_lines(log.read_text()), f'{what}: {broken_lines(log.read_text())[:2]}')
+
+    def descriptors():
+        time.sleep(6)  # a bus that dropped its callers is left alone for five seconds
+        answered('a whole bus')
+        return sorted(os.readlink(link) for link in pathlib.Path(f'/proc/{daemon.process.pid}/fd').iterdir())
+
+    first = descriptors()
+    for what, hanging in ('a bus that hangs', front.children[:1]), ('services that hang', front.children[1:]):
+        for child in hanging:
+            child.send_signal(signal.SIGSTOP)
+        begun = time.monotonic()
+        while time.monotonic() < begun + 30:
+            answered(what)
+        for child in hanging:
+            child.send_signal(signal.SIGCONT)
+        answered('late answers')
+    front.behave(lambda number, message, from_client: None)
+    answered('a bus that breaks off')
+    front.behave(passes)
+    for number in range(restarts):
+        progress(number + 1, restarts, 'restarts')
+        front.stop()
+        answered('no bus')
+        with subprocess.Popen([program('zorva'), '-q'], stdout=subprocess.DEVNULL) as snapshot:
+            front.start()
+        tally.check(snapshot.returncode == 0, 'a snapshot during a restart')
+        answered('a new bus')
+    last = descriptors()
+    tally.check(len(last) <= len(first), f'descriptors: {first}, at last {last}')
+    tally.check(daemon.end() == 0, 'the daemon did not end well')
+    clear()
+    tally.tried.append(f'a daemon and {restarts} restarts: a new log with an answer in it took up to (s) {longest}; '
+                       f'{len(first)} to {len(last)} descriptors')
