@@ -41,8 +41,9 @@ struct Device : SystemLog {
   void fill(const Pieces& files, const Pieces& contents) {
     for (std::size_t i = 0; i < files.size(); ++i) {
       const std::string text = i < contents.size() ? contents[i] : std::string();
-      if (std::exchange(held[files[i]], text) == text) continue;
-      root.write(files[i], text);
+      const auto [known, first] = held.emplace(files[i], std::string());
+      if (first) root.write(files[i], "");  // with its directories
+      if (std::exchange(known->second, text) != text) std::ofstream(root / files[i]) << text;
       if (text.empty()) ::unlink((root / files[i]).c_str());
     }
   }
