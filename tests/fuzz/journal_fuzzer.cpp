@@ -100,7 +100,7 @@ int sd_journal_get_realtime_usec(sd_journal* journal, std::uint64_t* time) {
 namespace zorva {
 namespace {
 
-constexpr std::size_t kMostEntries = 200;  // few enough for one search to copy
+constexpr std::size_t kMostEntries = 64;  // few enough for one search to copy
 
 // Whether a Zorva wrote it: of fields that are there twice the first counts.
 bool isOurs(const Entry& entry) {
