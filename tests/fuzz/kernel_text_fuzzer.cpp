@@ -31,14 +31,27 @@ namespace {
 
 using Pieces = std::vector<std::string>;
 
+Pieces piecesOf(std::string_view text, char end) {
+  Pieces pieces(1);
+  for (const char c : text) {
+    if (c == end) {
+      pieces.emplace_back();
+    } else {
+      pieces.back() += c;
+    }
+  }
+  return pieces;
+}
+
 struct Root : DirectoryForTest {
   Root() { write("proc/7/fd/none", ""); }  // procfs is opened once
 };
 
 struct Device : SystemLog {
   void write(std::string_view) override {}
-  // The files of a group with the contents; what is empty is not there.
-  void fill(const Pieces& files, const Pieces& contents) {
+  // The files of a group, a blank before each, with the contents; what is empty is not there.
+  void fill(std::string_view group, const Pieces& contents) {
+    const Pieces files = piecesOf(group.substr(1), ' ');
     for (std::size_t i = 0; i < files.size(); ++i) {
       const std::string text = i < contents.size() ? contents[i] : std::string();
       const auto [known, first] = held.emplace(files[i], std::string());
@@ -97,18 +110,13 @@ void checkTexts(const std::string& text) {
   REQUIRE(backlightBrightness(attributes).value_or(0) >= 0 && backlightRank(attributes) <= 3);
 }
 
-const Pieces kWake{"sys/kernel/wakeup_reasons/last_resume_reason",
-                   "sys/power/pm_wakeup_irq",
-                   "sys/kernel/irq/9/actions",
-                   "sys/kernel/irq/9/chip_name",
-                   "sys/class/wakeup/wakeup0/name",
-                   "sys/class/wakeup/wakeup0/event_count",
-                   "sys/class/wakeup/wakeup0/last_change_ms",
-                   "sys/devices/modem-0/irq",
-                   "proc/cmdline",
-                   "sys/devices/modem-0/power/runtime_status",
-                   "sys/devices/modem-0/power/runtime_active_time",
-                   "sys/devices/modem-0/power/runtime_suspended_time"};
+constexpr std::string_view kWake =
+    " sys/kernel/wakeup_reasons/last_resume_reason sys/power/pm_wakeup_irq"
+    " sys/kernel/irq/9/actions sys/kernel/irq/9/chip_name sys/class/wakeup/wakeup0/name"
+    " sys/class/wakeup/wakeup0/event_count sys/class/wakeup/wakeup0/last_change_ms"
+    " sys/devices/modem-0/irq proc/cmdline sys/devices/modem-0/power/runtime_status"
+    " sys/devices/modem-0/power/runtime_active_time"
+    " sys/devices/modem-0/power/runtime_suspended_time";
 
 void checkWake(Device& device) {
   const std::string sysfs = device.root / "sys";
@@ -128,24 +136,11 @@ void checkWake(Device& device) {
   }
 }
 
-const Pieces kProcesses{"proc/stat",
-                        "proc/meminfo",
-                        "proc/vmstat",
-                        "proc/loadavg",
-                        "proc/net/dev",
-                        "proc/self/maps",
-                        "proc/7/stat",
-                        "proc/7/status",
-                        "proc/7/smaps",
-                        "proc/7/cmdline",
-                        "proc/7/comm",
-                        "proc/7/task/7/stat",
-                        "proc/7/task/8/stat",
-                        "proc/7/task/7/status",
-                        "sys/firmware/memmap/0/start",
-                        "sys/firmware/memmap/0/end",
-                        "sys/firmware/memmap/0/type",
-                        "sys/block/sda/stat"};
+constexpr std::string_view kProcesses =
+    " proc/stat proc/meminfo proc/vmstat proc/loadavg proc/net/dev proc/self/maps proc/7/stat"
+    " proc/7/status proc/7/smaps proc/7/cmdline proc/7/comm proc/7/task/7/stat"
+    " proc/7/task/8/stat proc/7/task/7/status sys/firmware/memmap/0/start"
+    " sys/firmware/memmap/0/end sys/firmware/memmap/0/type sys/block/sda/stat";
 
 void checkProcesses(Device& device) {
   LinuxSystemStatistics& statistics = device.statistics;
@@ -181,22 +176,14 @@ void checkProcesses(Device& device) {
   REQUIRE(device.processes.proc_name(7, text).bytes <= static_cast<int>(sizeof text));
 }
 
-const Pieces kSystem{
-    "etc/machine-info",
-    "etc/os-release",
-    "sys/firmware/devicetree/base/model",
-    "sys/class/dmi/id/sys_vendor",
-    "sys/class/dmi/id/product_name",
-    "etc/locale.conf",
-    "etc/default/locale",
-    "etc/timezone",
-    "sys/thermal/thermal_zone0/temp",
-    "sys/thermal/thermal_zone0/cdev0_trip_point",
-    "sys/thermal/thermal_zone0/trip_point_0_type",
-    "sys/thermal/thermal_zone0/cdev0/cur_state",
-    "sys/thermal/thermal_zone0/cdev0/max_state",
-    "cgroup/user.slice/user-1.slice/user@1.service/app.slice/app-a-b-1.scope/cgroup.events",
-    "cgroup/user.slice/user-1.slice/user@1.service/app.slice/app-a-b-1.scope/cgroup.procs"};
+constexpr std::string_view kSystem =
+    " etc/machine-info etc/os-release sys/firmware/devicetree/base/model"
+    " sys/class/dmi/id/sys_vendor sys/class/dmi/id/product_name etc/locale.conf"
+    " etc/default/locale etc/timezone sys/thermal/thermal_zone0/temp"
+    " sys/thermal/thermal_zone0/cdev0_trip_point sys/thermal/thermal_zone0/trip_point_0_type"
+    " sys/thermal/thermal_zone0/cdev0/cur_state sys/thermal/thermal_zone0/cdev0/max_state"
+    " cgroup/user.slice/user-1.slice/user@1.service/app.slice/app-a-b-1.scope/cgroup.events"
+    " cgroup/user.slice/user-1.slice/user@1.service/app.slice/app-a-b-1.scope/cgroup.procs";
 
 void checkSystem(Device& device) {
   for (const char* key : {"UserAssignedDeviceName", "BuildVersion", "HWModelStr"}) {
@@ -220,27 +207,18 @@ void checkSystem(Device& device) {
 }  // namespace zorva
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static zorva::Device device;
-  static const struct {
-    const zorva::Pieces& files;
-    void (*check)(zorva::Device&);
-  } groups[] = {{zorva::kWake, zorva::checkWake},
-                {zorva::kProcesses, zorva::checkProcesses},
-                {zorva::kSystem, zorva::checkSystem}};
+  using namespace zorva;
+  static Device device;
+  static const std::pair<std::string_view, void (*)(Device&)> groups[] = {
+      {kWake, checkWake}, {kProcesses, checkProcesses}, {kSystem, checkSystem}};
   if (size == 0) return 0;
-  zorva::Pieces pieces(1);
-  for (const std::uint8_t* at = data + 1; at < data + size; ++at) {
-    if (*at == 0) {
-      pieces.emplace_back();
-    } else {
-      pieces.back() += static_cast<char>(*at);
-    }
-  }
+  const Pieces pieces = piecesOf({reinterpret_cast<const char*>(data) + 1, size - 1}, '\0');
   if (data[0] % 4 == 3) {
-    for (const std::string& piece : pieces) zorva::checkTexts(piece);
+    for (const std::string& piece : pieces) checkTexts(piece);
   } else {
-    device.fill(groups[data[0] % 4].files, pieces);
-    groups[data[0] % 4].check(device);
+    const auto& [files, check] = groups[data[0] % 4];
+    device.fill(files, pieces);
+    check(device);
   }
   return 0;
 }
