@@ -23,7 +23,7 @@ ServerResult failed(std::int32_t error) {
 }  // namespace
 
 std::optional<Dictionary> readBasebandStates(const std::string& device) {
-  // The entry has 32 bits for each figure: held there, rather than wrapped to a negative one.
+  // The entry has 32 bits for each figure: held there, rather than wrapped to another one.
   constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
   const std::string power = device + "/power/";
   const auto status = readAttribute(power + "runtime_status");
@@ -33,7 +33,8 @@ std::optional<Dictionary> readBasebandStates(const std::string& device) {
                                    std::pair("runtime_suspended_time", "Suspended")}) {
     const auto milliseconds = readNumber(power + file);
     if (!milliseconds) return std::nullopt;
-    states.set(std::string(telephony::kBasebandStatePrefix) + name, std::min(*milliseconds, kMost));
+    states.set(std::string(telephony::kBasebandStatePrefix) + name,
+               std::clamp<std::int64_t>(*milliseconds, 0, kMost));
   }
   return states;
 }

@@ -22,12 +22,13 @@ bool readableUntil(int socket, SteadyClock::time_point limit) {
   return left > 0 && ::poll(&wait, 1, static_cast<int>(left)) > 0;
 }
 
-enum class Answer { GoesOn, Done, Refused };
+}  // namespace
 
-Answer read(std::span<const std::uint8_t> bytes,
-            const std::function<void(const nlmsghdr& message)>& each) {
+NetlinkAnswer readNetlinkAnswer(std::span<const std::uint8_t> bytes,
+                                const std::function<void(const nlmsghdr& message)>& each) {
   const auto* message = reinterpret_cast<const nlmsghdr*>(bytes.data());
-  for (auto left = static_cast<unsigned>(bytes.size()); NLMSG_OK(message, left);
+  // Signed: a last message that is not padded takes it below 0.
+  for (auto left = static_cast<int>(bytes.size()); NLMSG_OK(message, left);
        message = NLMSG_NEXT(message, left)) {
     // A dump, too, may end with an error.
     if (message->nlmsg_type == NLMSG_DONE || message->nlmsg_type == NLMSG_ERROR) {
@@ -35,14 +36,12 @@ Answer read(std::span<const std::uint8_t> bytes,
       if (message->nlmsg_len >= NLMSG_LENGTH(sizeof error)) {
         std::memcpy(&error, NLMSG_DATA(message), sizeof error);
       }
-      return error >= 0 ? Answer::Done : Answer::Refused;
+      return error >= 0 ? NetlinkAnswer::Done : NetlinkAnswer::Refused;
     }
     if (message->nlmsg_type >= NLMSG_MIN_TYPE) each(*message);
   }
-  return Answer::GoesOn;
+  return NetlinkAnswer::GoesOn;
 }
-
-}  // namespace
 
 bool netlinkRequest(int protocol, std::span<const std::uint8_t> request,
                     const std::function<void(const nlmsghdr& message)>& each) {
@@ -63,8 +62,9 @@ bool netlinkRequest(int protocol, std::span<const std::uint8_t> request,
     if (length < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (length <= 0 || static_cast<std::size_t>(length) > buffer.size()) return false;
     if (sender.nl_pid != 0) continue;  // not the kernel
-    const Answer answer = read(std::span(buffer).first(static_cast<std::size_t>(length)), each);
-    if (answer != Answer::GoesOn) return answer == Answer::Done;
+    const NetlinkAnswer answer =
+        readNetlinkAnswer(std::span(buffer).first(static_cast<std::size_t>(length)), each);
+    if (answer != NetlinkAnswer::GoesOn) return answer == NetlinkAnswer::Done;
   }
   return false;
 }

@@ -195,7 +195,7 @@ Dictionary powerSourceProperties(const SysfsAttributes& attributes) {
 
 bool supplyHasGasGauge(const SysfsAttributes& attributes) {
   const Supply supply(attributes);
-  return supply.current("now") && supply.measuredFull();
+  return !integer(supply.current("now")).isNothing() && supply.measuredFull();
 }
 
 }  // namespace zorva

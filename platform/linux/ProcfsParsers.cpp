@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <system_error>
@@ -162,6 +163,7 @@ TimeValue timeOfTicks(std::uint64_t ticks, std::uint64_t ticksPerSecond) {
 }
 
 bool parseHostStat(std::string_view text, HostStat& stat) {
+  constexpr std::uint64_t kLatestBoot = 253'402'300'799;  // in the year 9999
   std::string_view line = takeLine(text);
   if (takeWord(line) != "cpu") return false;
   std::uint64_t user = 0, nice = 0, system = 0, idle = 0;
@@ -177,8 +179,8 @@ bool parseHostStat(std::string_view text, HostStat& stat) {
   numbers.read(softInterrupts);
   stat.load = {low32(user), low32(system + interrupts + softInterrupts), low32(idle + waiting),
                low32(nice)};
-  stat.bootSeconds = static_cast<std::int64_t>(std::min<std::uint64_t>(
-      namedFigure(text, "btime").value_or(0), std::numeric_limits<std::int64_t>::max()));
+  stat.bootSeconds = static_cast<std::int64_t>(
+      std::min<std::uint64_t>(namedFigure(text, "btime").value_or(0), kLatestBoot));
   return true;
 }
 
@@ -186,7 +188,8 @@ bool parseLoadAverages(std::string_view text, double (&averages)[3]) {
   for (double& average : averages) {
     const std::string_view word = takeWord(text);
     const char* const end = word.data() + word.size();
-    if (word.empty() || std::from_chars(word.data(), end, average).ptr != end) return false;
+    const auto [last, error] = std::from_chars(word.data(), end, average);
+    if (last != end || error != std::errc() || !(average >= 0) || std::isinf(average)) return false;
   }
   return true;
 }

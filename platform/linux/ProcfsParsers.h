@@ -39,11 +39,12 @@ TimeValue timeOfTicks(std::uint64_t ticks, std::uint64_t ticksPerSecond);
 /// The host's "stat" file.
 struct HostStat {
   HostCpuLoad load;              ///< interrupts count as system time, waiting for disks as idle
-  std::int64_t bootSeconds = 0;  ///< when it booted, since 1970-01-01 UTC
+  std::int64_t bootSeconds = 0;  ///< when it booted, since 1970-01-01 UTC; held to 9999
 };
 /// False without a "cpu" line of at least four figures.
 bool parseHostStat(std::string_view text, HostStat& stat);
 
+/// False unless there are three numbers, all finite and none negative.
 bool parseLoadAverages(std::string_view text, double (&averages)[3]);
 
 /// The number after the name at the start of a line, "MemTotal:       507904 kB" or "pgfault 12".

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string>
 
@@ -13,7 +13,7 @@ class DirectoryForTest {
  public:
   DirectoryForTest() {
     std::string name = (std::filesystem::temp_directory_path() / "zorva-XXXXXX").string();
-    EXPECT_NE(mkdtemp(name.data()), nullptr);
+    if (mkdtemp(name.data()) == nullptr) std::abort();
     path_ = name;
     std::filesystem::permissions(path_, std::filesystem::perms(0755));
   }

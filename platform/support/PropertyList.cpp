@@ -42,6 +42,18 @@ std::string textOf(pugi::xml_node element) {
   return text;
 }
 
+// Line ends as XML wants them read, wherever they stand. From here on a carriage return is one that
+// was written as a reference.
+std::string withPlainLineEnds(std::string_view text) {
+  std::string plain;
+  plain.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    plain += text[i] == '\r' ? '\n' : text[i];
+  }
+  return plain;
+}
+
 std::string withoutBlanks(std::string text) {
   std::erase_if(text, [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; });
   return text;
@@ -75,7 +87,7 @@ Value realOf(std::string text) {
 
 Value dateOf(const std::string& text) {
   int year, month, day, hour, minute, second, length = 0;
-  if (std::sscanf(text.c_str(), "%5d-%2d-%2dT%2d:%2d:%2dZ%n", &year, &month, &day, &hour, &minute,
+  if (std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2dZ%n", &year, &month, &day, &hour, &minute,
                   &second, &length) != 6 ||
       static_cast<std::size_t>(length) != text.size()) {
     return {};
@@ -83,8 +95,8 @@ Value dateOf(const std::string& text) {
   const std::chrono::year_month_day date{std::chrono::year(year),
                                          std::chrono::month(static_cast<unsigned>(month)),
                                          std::chrono::day(static_cast<unsigned>(day))};
-  const bool inRange = hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 &&
-                       second <= 60 && month > 0 && day > 0;
+  const bool inRange = year >= 0 && month > 0 && day > 0 && hour >= 0 && hour < 24 && minute >= 0 &&
+                       minute < 60 && second >= 0 && second < 60;
   if (!date.ok() || !inRange) return {};
   return Date(std::chrono::sys_days(date) + std::chrono::hours(hour) +
               std::chrono::minutes(minute) + std::chrono::seconds(second));
@@ -228,7 +240,8 @@ PropertyList::PropertyList() : document_(std::make_unique<pugi::xml_document>())
 
 std::optional<PropertyList> PropertyList::parse(std::string_view text) {
   PropertyList list;
-  const auto result = list.document_->load_buffer(text.data(), text.size(),
+  const std::string plain = withPlainLineEnds(text);
+  const auto result = list.document_->load_buffer(plain.data(), plain.size(),
                                                   pugi::parse_full | pugi::parse_ws_pcdata_single,
                                                   pugi::encoding_utf8);
   if (!result || !isWellFormed(rootOf(*list.document_))) return std::nullopt;
@@ -266,7 +279,10 @@ void PropertyList::set(const std::string& key, const Value& value) {
 std::string PropertyList::text() const {
   std::ostringstream stream;
   document_->save(stream, "\t", pugi::format_default, pugi::encoding_utf8);
-  return stream.str();
+  // The library writes carriage returns as they are, and they would be read as line ends.
+  std::string text = stream.str();
+  for (std::size_t at = 0; (at = text.find('\r', at)) != text.npos;) text.replace(at, 1, "&#13;");
+  return text;
 }
 
 }  // namespace zorva

@@ -21,12 +21,13 @@ class PropertyList {
   static std::optional<PropertyList> parse(std::string_view text);
 
   /// The value of a key; nothing when it is missing or of an unknown kind. Reads "string",
-  /// "integer" (decimal or "0x", held to the 64-bit range), "real", "true", "false", "date" (UTC),
-  /// "data" (base64), "array" and "dict".
+  /// "integer" (decimal or "0x", held to the 64-bit range), "real", "true", "false", "date" (UTC,
+  /// of the years 0 to 9999), "data" (base64), "array" and "dict".
   Value value(std::string_view key) const;
 
   /// Sets or replaces the value of a key, in the key's old place; nothing removes it. Dates are
-  /// kept to the second, rounded down. A text ends at its first NUL byte, which XML cannot express.
+  /// kept to the second, rounded down, and only those of the years 0 to 9999. A text ends at its
+  /// first NUL byte, which XML cannot express.
   void set(const std::string& key, const Value& value);
 
   std::string text() const;

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "core/LogStream.h"
+#include "platform/Text.h"
+#include "report/LogReader.h"
+#include "tests/fuzz/Require.h"
+
+namespace zorva {
+
+/// The bytes in a descriptor of a memory file, which is emptied.
+inline std::string takeText(int file) {
+  std::string text(static_cast<std::size_t>(::lseek(file, 0, SEEK_END)), '\0');
+  REQUIRE(::pread(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
+  REQUIRE(::ftruncate(file, 0) == 0 && ::lseek(file, 0, SEEK_SET) == 0);
+  return text;
+}
+
+/// Ends the program unless a log is whole lines that can be shown, of entries that the manual
+/// knows. Returns how many entries there are.
+inline std::size_t checkLog(const std::string& text) {
+  static LogReader reader;  // its buffer costs more than most logs
+  const std::uint64_t before = reader.counts().entries;
+  reader.begin(readFrom(text));
+  for (LogRecord record; reader.next(record);) {
+    REQUIRE(record.piece != LogPiece::kDamaged);
+    REQUIRE(record.piece != LogPiece::kEntry || record.format != nullptr);
+    for (std::string_view rest = record.raw; !rest.empty();) {
+      const std::size_t end = rest.find('\n');
+      REQUIRE(end != rest.npos && safeText(rest.substr(0, end)) == rest.substr(0, end));
+      rest.remove_prefix(end + 1);
+    }
+  }
+  return reader.counts().entries - before;
+}
+
+}  // namespace zorva
