@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "platform/Text.h"
 #include "wake/ZVPacketTracker.h"
@@ -38,18 +39,23 @@ bool isDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
-// The value of a hexadecimal digit, or -1.
-int digitValue(char32_t character) {
-  if (character >= '0' && character <= '9') return static_cast<int>(character - '0');
-  if (character >= 'a' && character <= 'f') return static_cast<int>(character - 'a') + 10;
-  if (character >= 'A' && character <= 'F') return static_cast<int>(character - 'A') + 10;
-  return -1;
+// The value of each hexadecimal digit; -1 for other bytes.
+constexpr std::array<std::int8_t, 256> kDigitValues = [] {
+  std::array<std::int8_t, 256> values{};
+  values.fill(-1);
+  for (std::int8_t value = 0; value < 10; ++value) values['0' + value] = value;
+  for (std::int8_t value = 10; value < 16; ++value) {
+    values['a' + value - 10] = values['A' + value - 10] = value;
+  }
+  return values;
+}();
+
+int digitValue(char character) {
+  return kDigitValues[static_cast<unsigned char>(character)];
 }
 
 bool isHexadecimal(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char character) {
-    return digitValue(static_cast<unsigned char>(character)) >= 0;
-  });
+  return std::all_of(text.begin(), text.end(), [](char digit) { return digitValue(digit) >= 0; });
 }
 
 bool sameLetter(char one, char other) {
@@ -108,8 +114,8 @@ std::optional<std::string> ZVPacketTracker::getPacketWoW(std::optional<std::stri
   rest.remove_prefix(skipped.text.size());
   const std::size_t end = rest.find(" (");
   // What is left of an unmarked packet is used as far as it goes.
-  return checkedPacket(end == rest.npos ? firstCharacters(rest, kOpenEnded).text
-                                        : rest.substr(0, end));
+  return checkedPacket(
+      std::string(end == rest.npos ? firstCharacters(rest, kOpenEnded).text : rest.substr(0, end)));
 }
 
 std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
@@ -143,7 +149,7 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
     }
     std::string packet(payload);
     std::erase(packet, ' ');
-    auto checked = checkedPacket(packet);
+    auto checked = checkedPacket(std::move(packet));
     if (checked) *kind = kDataPacket;
     return checked;
   }
@@ -161,8 +167,8 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
 }
 
 // The packet, when it is long enough and all of it hexadecimal.
-std::optional<std::string> ZVPacketTracker::checkedPacket(std::string_view packet) {
-  if (packet.size() >= kLeastPacket && isHexadecimal(packet)) return std::string(packet);
+std::optional<std::string> ZVPacketTracker::checkedPacket(std::string packet) {
+  if (packet.size() >= kLeastPacket && isHexadecimal(packet)) return packet;
   if (isShorterThan(packet, kLeastPacket)) {
     systemLog_.write("[PacketDecoder] Packet too short");
     return std::nullopt;
@@ -174,14 +180,14 @@ std::optional<std::string> ZVPacketTracker::checkedPacket(std::string_view packe
       systemLog_.write(formatText("[PacketDecoder] Unicode character 0x%x", number));
       return std::nullopt;
     }
-    if (digitValue(code) < 0) {
+    if (digitValue(bytes[0]) < 0) {
       systemLog_.write(formatText("[PacketDecoder] Non-hex character in packet %s (0x%x)",
                                   safeText(bytes).c_str(), number));
       return std::nullopt;
     }
     rest.remove_prefix(bytes.size());
   }
-  return std::string(packet);
+  return packet;
 }
 
 std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
@@ -252,7 +258,7 @@ std::uint32_t ZVPacketTracker::hexStrtolOffsetLength(std::optional<std::string_v
   std::uint32_t number = 0;
   std::size_t digits = 0;
   for (int value; digits < field.size(); ++digits) {
-    if ((value = digitValue(static_cast<unsigned char>(field[digits]))) < 0) break;
+    if ((value = digitValue(field[digits])) < 0) break;
     number = number << 4 | static_cast<std::uint32_t>(value);
   }
   if (digits == 0) {
