@@ -50,9 +50,10 @@ class Line {
 // the line as far as it went, when there is anything else or no room.
 bool addPlain(Line& line, const char* format, va_list arguments) {
   for (;;) {
-    const char* const percent = std::strchr(format, '%');
-    if (percent == nullptr) return line.add(format);
+    const char* percent = format;
+    while (*percent != '%' && *percent != '\0') ++percent;
     if (!line.add({format, static_cast<std::size_t>(percent - format)})) return false;
+    if (*percent == '\0') return true;
     bool added = false;
     switch (percent[1]) {
       case 'd':

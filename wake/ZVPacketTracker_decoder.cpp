@@ -90,6 +90,21 @@ bool consumeInteger(std::string_view& text) {
   return true;
 }
 
+// The text as far as its first two blanks in a row, without the single ones.
+std::string upToTwoBlanks(std::string_view text) {
+  std::string found(text.size(), ' ');
+  std::size_t size = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != ' ') {
+      found[size++] = text[i];
+    } else if (i + 1 < text.size() && text[i + 1] == ' ') {
+      break;
+    }
+  }
+  found.resize(size);
+  return found;
+}
+
 }  // namespace
 
 std::optional<std::string> ZVPacketTracker::getPacketWoW(std::optional<std::string_view> text) {
@@ -142,14 +157,11 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
   consume(rest, "]: ");
 
   if (name.starts_with("pdp_") && name != "pdp_ctl") {
-    const std::string_view payload = rest.substr(0, rest.find("  "));
-    if (payload.empty()) {
+    if (rest.empty() || rest.starts_with("  ")) {
       systemLog_.write("[PacketDecoder] Cannot parse out packet");
       return std::nullopt;
     }
-    std::string packet(payload);
-    std::erase(packet, ' ');
-    auto checked = checkedPacket(std::move(packet));
+    auto checked = checkedPacket(upToTwoBlanks(rest));
     if (checked) *kind = kDataPacket;
     return checked;
   }
@@ -191,7 +203,7 @@ std::optional<std::string> ZVPacketTracker::checkedPacket(std::string packet) {
 }
 
 std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
-  if (isShorterThan(text, kLeastUDP)) {
+  if (text.size() < kLeastUDP) {
     systemLog_.write("[PacketDecoder] UDP Packet too short");
     return 0;
   }
@@ -208,7 +220,7 @@ std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
 }
 
 std::uint16_t ZVPacketTracker::tcpParse(std::string_view text) {
-  if (isShorterThan(text, kLeastTCP)) {
+  if (text.size() < kLeastTCP) {
     systemLog_.write("[PacketDecoder] TCP Packet too short");
     return 0;
   }
@@ -338,6 +350,7 @@ std::optional<ZVPacketTracker::Bodies> ZVPacketTracker::analyzePacketType(
     }
   }
   Bodies bodies;
+  bodies.reserve(2);
   if (!packetLog_.empty()) bodies.emplace_back("PacketDecoder", packetLog_);
   if (!processLog_.empty()) bodies.emplace_back("PacketTracker", processLog_);
   return bodies;
