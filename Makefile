@@ -4,11 +4,12 @@ PRESET ?= release
 BUILD = build/$(PRESET)
 PACKAGES = tools/packages.txt
 ARGUMENTS ?= -q
+CONFIGURE ?=
 
-.PHONY: build setup run test check format tidy package clean
+.PHONY: build setup run test check format tidy memcheck package clean
 
 build: setup
-	@cmake --preset $(PRESET) > $(BUILD).configure.log 2>&1 || { cat $(BUILD).configure.log; exit 1; }
+	@cmake --preset $(PRESET) $(CONFIGURE) > $(BUILD).configure.log 2>&1 || { cat $(BUILD).configure.log; exit 1; }
 	@cmake --build --preset $(PRESET)
 
 # Installs the Debian packages that are missing; says what to do where it may not.
@@ -23,19 +24,24 @@ run: build
 test: build
 	@ctest --preset $(PRESET)
 
-# What CI checks beside the tests: format, and the tests of the sanitizer build.
+# What CI checks beside the tests: format, lint, memory, and the tests of the sanitizer build.
 check:
 	@tools/setup $(PACKAGES)
 	@tools/check_format
+	@$(MAKE) --no-print-directory memcheck
 	@$(MAKE) --no-print-directory test PRESET=asan
 
 format:
 	@find apps bench core loggers platform power process report telephony tests wake \
 	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
-# Slow; what it finds is for people to judge. Needs the package clang-tidy.
+# clang-tidy with the checks of .clang-tidy, over everything but the tests.
 tidy: build
-	@run-clang-tidy -quiet -p $(BUILD) '^$(CURDIR)/(apps|bench|core|loggers|platform|power|process|report|telephony|wake)/.*(?<!_test)\.cpp$$'
+	@tools/check_tidy $(BUILD)
+
+# Programs under valgrind.
+memcheck: build
+	@tools/memcheck $(BUILD)
 
 # A Debian package in build/, from what is committed.
 package: setup

@@ -123,7 +123,7 @@ class ZVPacketTracker {
   // False ends the whole snapshot.
   bool addProcess(std::int32_t process);
   bool addSocket(std::int32_t process, std::int32_t descriptor, const std::string& owner);
-  std::optional<std::string> checkedPacket(std::string_view packet);
+  std::optional<std::string> checkedPacket(std::string packet);
   std::uint16_t decodeHeaders(std::string_view packet);
 
   SystemLog& systemLog_;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "platform/Text.h"
 #include "wake/ZVPacketTracker.h"
@@ -38,18 +39,23 @@ bool isDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
-// The value of a hexadecimal digit, or -1.
-int digitValue(char32_t character) {
-  if (character >= '0' && character <= '9') return static_cast<int>(character - '0');
-  if (character >= 'a' && character <= 'f') return static_cast<int>(character - 'a') + 10;
-  if (character >= 'A' && character <= 'F') return static_cast<int>(character - 'A') + 10;
-  return -1;
+// The value of each hexadecimal digit; -1 for other bytes.
+constexpr std::array<std::int8_t, 256> kDigitValues = [] {
+  std::array<std::int8_t, 256> values{};
+  values.fill(-1);
+  for (std::int8_t value = 0; value < 10; ++value) values['0' + value] = value;
+  for (std::int8_t value = 10; value < 16; ++value) {
+    values['a' + value - 10] = values['A' + value - 10] = value;
+  }
+  return values;
+}();
+
+int digitValue(char character) {
+  return kDigitValues[static_cast<unsigned char>(character)];
 }
 
 bool isHexadecimal(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char character) {
-    return digitValue(static_cast<unsigned char>(character)) >= 0;
-  });
+  return std::all_of(text.begin(), text.end(), [](char digit) { return digitValue(digit) >= 0; });
 }
 
 bool sameLetter(char one, char other) {
@@ -84,6 +90,21 @@ bool consumeInteger(std::string_view& text) {
   return true;
 }
 
+// The text as far as its first two blanks in a row, without the single ones.
+std::string upToTwoBlanks(std::string_view text) {
+  std::string found(text.size(), ' ');
+  std::size_t size = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != ' ') {
+      found[size++] = text[i];
+    } else if (i + 1 < text.size() && text[i + 1] == ' ') {
+      break;
+    }
+  }
+  found.resize(size);
+  return found;
+}
+
 }  // namespace
 
 std::optional<std::string> ZVPacketTracker::getPacketWoW(std::optional<std::string_view> text) {
@@ -108,8 +129,8 @@ std::optional<std::string> ZVPacketTracker::getPacketWoW(std::optional<std::stri
   rest.remove_prefix(skipped.text.size());
   const std::size_t end = rest.find(" (");
   // What is left of an unmarked packet is used as far as it goes.
-  return checkedPacket(end == rest.npos ? firstCharacters(rest, kOpenEnded).text
-                                        : rest.substr(0, end));
+  return checkedPacket(
+      std::string(end == rest.npos ? firstCharacters(rest, kOpenEnded).text : rest.substr(0, end)));
 }
 
 std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
@@ -136,14 +157,11 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
   consume(rest, "]: ");
 
   if (name.starts_with("pdp_") && name != "pdp_ctl") {
-    const std::string_view payload = rest.substr(0, rest.find("  "));
-    if (payload.empty()) {
+    if (rest.empty() || rest.starts_with("  ")) {
       systemLog_.write("[PacketDecoder] Cannot parse out packet");
       return std::nullopt;
     }
-    std::string packet(payload);
-    std::erase(packet, ' ');
-    auto checked = checkedPacket(packet);
+    auto checked = checkedPacket(upToTwoBlanks(rest));
     if (checked) *kind = kDataPacket;
     return checked;
   }
@@ -161,8 +179,8 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
 }
 
 // The packet, when it is long enough and all of it hexadecimal.
-std::optional<std::string> ZVPacketTracker::checkedPacket(std::string_view packet) {
-  if (packet.size() >= kLeastPacket && isHexadecimal(packet)) return std::string(packet);
+std::optional<std::string> ZVPacketTracker::checkedPacket(std::string packet) {
+  if (packet.size() >= kLeastPacket && isHexadecimal(packet)) return packet;
   if (isShorterThan(packet, kLeastPacket)) {
     systemLog_.write("[PacketDecoder] Packet too short");
     return std::nullopt;
@@ -174,18 +192,18 @@ std::optional<std::string> ZVPacketTracker::checkedPacket(std::string_view packe
       systemLog_.write(formatText("[PacketDecoder] Unicode character 0x%x", number));
       return std::nullopt;
     }
-    if (digitValue(code) < 0) {
+    if (digitValue(bytes[0]) < 0) {
       systemLog_.write(formatText("[PacketDecoder] Non-hex character in packet %s (0x%x)",
                                   safeText(bytes).c_str(), number));
       return std::nullopt;
     }
     rest.remove_prefix(bytes.size());
   }
-  return std::string(packet);
+  return packet;
 }
 
 std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
-  if (isShorterThan(text, kLeastUDP)) {
+  if (text.size() < kLeastUDP) {
     systemLog_.write("[PacketDecoder] UDP Packet too short");
     return 0;
   }
@@ -202,7 +220,7 @@ std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
 }
 
 std::uint16_t ZVPacketTracker::tcpParse(std::string_view text) {
-  if (isShorterThan(text, kLeastTCP)) {
+  if (text.size() < kLeastTCP) {
     systemLog_.write("[PacketDecoder] TCP Packet too short");
     return 0;
   }
@@ -252,7 +270,7 @@ std::uint32_t ZVPacketTracker::hexStrtolOffsetLength(std::optional<std::string_v
   std::uint32_t number = 0;
   std::size_t digits = 0;
   for (int value; digits < field.size(); ++digits) {
-    if ((value = digitValue(static_cast<unsigned char>(field[digits]))) < 0) break;
+    if ((value = digitValue(field[digits])) < 0) break;
     number = number << 4 | static_cast<std::uint32_t>(value);
   }
   if (digits == 0) {
@@ -332,6 +350,7 @@ std::optional<ZVPacketTracker::Bodies> ZVPacketTracker::analyzePacketType(
     }
   }
   Bodies bodies;
+  bodies.reserve(2);
   if (!packetLog_.empty()) bodies.emplace_back("PacketDecoder", packetLog_);
   if (!processLog_.empty()) bodies.emplace_back("PacketTracker", processLog_);
   return bodies;

@@ -12,7 +12,7 @@
 #include "platform/linux/EventSources.h"
 #include "platform/linux/LinuxPathWatch.h"
 
-struct _snd_ctl;
+struct _snd_ctl;  // NOLINT(bugprone-reserved-identifier): the library names its type so
 
 namespace zorva {
 

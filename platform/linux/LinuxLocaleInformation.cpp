@@ -1,24 +1,11 @@
 #include "platform/linux/LinuxLocaleInformation.h"
 
-#include <time.h>
 #include <utility>
 
-#include "platform/support/IcuDateFormatting.h"
+#include "platform/linux/LocalTime.h"
+#include "platform/support/CountryCode.h"
 
 namespace zorva {
-namespace {
-
-// The date in local time, after another look at the zone's file if that was replaced.
-tm localTime(Date date) {
-  tzset();
-  const time_t seconds = secondsSinceEpoch(date);
-  tm local{};
-  localtime_r(&seconds, &local);
-  return local;
-}
-
-}  // namespace
-
 LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clock,
                                                LocalePaths paths)
     : event_(event),
@@ -54,7 +41,7 @@ std::string LinuxLocaleInformation::zoneId() {
 }
 
 std::string LinuxLocaleInformation::timeZoneAbbreviation() {
-  const tm local = localTime(clock_.now());
+  const std::tm local = localTime(clock_.now());
   return local.tm_zone ? local.tm_zone : "";
 }
 

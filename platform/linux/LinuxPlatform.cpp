@@ -9,6 +9,7 @@
 #include "platform/linux/LinuxBluetoothServer.h"
 #include "platform/linux/LinuxBus.h"
 #include "platform/linux/LinuxClock.h"
+#include "platform/linux/LinuxDateFormatting.h"
 #include "platform/linux/LinuxDeviceInformation.h"
 #include "platform/linux/LinuxDeviceRegistry.h"
 #include "platform/linux/LinuxKernelValues.h"
@@ -38,7 +39,6 @@
 #include "platform/linux/LinuxWiFiManager.h"
 #include "platform/linux/ModemManagerClient.h"
 #include "platform/linux/WakeTexts.h"
-#include "platform/support/IcuDateFormatting.h"
 #include "platform/support/PosixFileSystem.h"
 #include "platform/support/PropertyListPreferences.h"
 
@@ -66,10 +66,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxDeviceRegistry registry_{runLoop_.event()};
   LinuxDeviceInformation device_{[this] { return Value(registry_.hasGasGauge()); }};
   LinuxLocaleInformation locale_{runLoop_.event(), clock_};
-  IcuDateFormatting dates_{[this] {
-    const auto& settings = locale_.settings();
-    return LocaleSettings{settings.locale, settings.zone};
-  }};
+  LinuxDateFormatting dates_{[this]() -> const auto& { return locale_.settings(); }};
   LinuxBatteryUsage batteryUsage_;
   LinuxBus bus_{runLoop_.event()};
   LinuxPowerManagement powerManagement_{runLoop_.event(), bus_, clock_,

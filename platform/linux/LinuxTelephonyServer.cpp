@@ -89,7 +89,7 @@ class LinuxTelephonyServer::LinuxPort : public Port {
 
 class LinuxTelephonyServer::LinuxSource : public Source {
  public:
-  LinuxSource(sd_event* event, std::shared_ptr<Mailbox> mailbox)
+  LinuxSource(sd_event* event, const std::shared_ptr<Mailbox>& mailbox)
       : mailbox_(mailbox), delivery_(event, [mailbox] { mailbox->deliver(); }) {}
   ~LinuxSource() override { mailbox_->setArrived({}); }
   void addToRunLoop() override {

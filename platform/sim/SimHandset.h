@@ -46,7 +46,7 @@
 #include "platform/sim/SimThermal.h"
 #include "platform/sim/SimWiFiDriver.h"
 #include "platform/sim/SimWiFiManager.h"
-#include "platform/support/IcuDateFormatting.h"
+#include "platform/sim/IcuDateFormatting.h"
 
 namespace zorva {
 

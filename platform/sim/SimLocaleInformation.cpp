@@ -5,6 +5,8 @@
 #include <unicode/timezone.h>
 #include <utility>
 
+#include "platform/support/CountryCode.h"
+
 namespace zorva {
 SimLocaleInformation::SimLocaleInformation(SimParts& parts, SimClock& clock)
     : clock_(clock), observeFault_(parts.faults, "locale.observe") {

@@ -7,7 +7,7 @@
 #include "platform/Observers.h"
 #include "platform/sim/SimClock.h"
 #include "platform/sim/SimParts.h"
-#include "platform/support/IcuDateFormatting.h"
+#include "platform/sim/IcuDateFormatting.h"
 
 namespace zorva {
 

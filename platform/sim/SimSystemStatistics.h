@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/Clock.h"
@@ -79,7 +80,9 @@ class SimSystemStatistics : public SystemStatistics {
     ExecutablePath,
   };
   /// Lets the next call of the operation fail with the result.
-  void failNext(Operation operation, KernelResult result) { failures_[operation] = result; }
+  void failNext(Operation operation, KernelResult result) {
+    failures_[operation] = std::move(result);
+  }
 
   /// How often the operation was called so far.
   int calls(Operation operation) const;

@@ -1,4 +1,4 @@
-#include "platform/support/IcuDateFormatting.h"
+#include "platform/sim/IcuDateFormatting.h"
 
 #include <string_view>
 #include <unicode/locid.h>
@@ -109,11 +109,6 @@ bool daylightSavingTime(const LocaleSettings& settings, Date date) {
   std::int32_t daylight = 0;
   zoneOf(settings.zone)->getOffset(icuDate(date), false, standard, daylight, status);
   return U_SUCCESS(status) && daylight != 0;
-}
-
-std::optional<std::string> countryCode(const std::string& locale) {
-  const std::string country = namedLocale(locale).getCountry();
-  return country.empty() ? std::nullopt : std::optional(country);
 }
 
 }  // namespace zorva

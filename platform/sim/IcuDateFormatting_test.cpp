@@ -1,4 +1,4 @@
-#include "platform/support/IcuDateFormatting.h"
+#include "platform/sim/IcuDateFormatting.h"
 
 #include <gtest/gtest.h>
 
@@ -29,16 +29,6 @@ TEST(IcuDateFormatting, AppliesPatternAsItStands) {
   for (const auto& c : cases) {
     IcuDateFormatting formatting([&] { return LocaleSettings{c.locale, c.zone}; });
     EXPECT_EQ(formatting.makeFormatter(c.pattern)->format(c.date), c.text) << c.locale;
-  }
-}
-
-TEST(CountryCode, IsTheOneInTheLocale) {
-  for (const auto& [locale, country] : {std::pair("en_US_POSIX", "US"),
-                                        {"zh_Hant_TW.UTF-8", "TW"},
-                                        {"pt-BR", "BR"},
-                                        {"sr_Latn", "none"},
-                                        {"", "none"}}) {
-    EXPECT_EQ(countryCode(locale).value_or("none"), country) << locale;
   }
 }
 

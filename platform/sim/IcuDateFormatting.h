@@ -45,7 +45,4 @@ std::string zoneAbbreviation(const LocaleSettings& settings, Date date);
 /// Whether daylight-saving time is in effect in the zone at the date.
 bool daylightSavingTime(const LocaleSettings& settings, Date date);
 
-/// The country of a locale identifier, or nothing when it names none.
-std::optional<std::string> countryCode(const std::string& locale);
-
 }  // namespace zorva
