@@ -1,0 +1,117 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "report/LogReader.h"
+
+namespace zorva {
+
+/// A state of the device that lasts.
+enum class Lane {
+  kAsleep,
+  kDisplay,      ///< lit; what: "140/255"
+  kAssertion,    ///< who: the process that keeps the device awake; what: the assertion's name
+  kCall,         ///< what: "Active", "Ringing"
+  kData,         ///< the modem's data connection; what: "DCH"
+  kWiFi,         ///< switched on; what: the network, or "<disassociated>"
+  kBluetooth,    ///< switched on; what: "connected" or empty
+  kAudio,        ///< playing; what: the route
+  kApplication,  ///< in the foreground or running behind; who: its id; what: the mode
+  kThermal,      ///< above level 0; what: the level
+  kCharging,     ///< what: the charging state
+  kLocation,     ///< a source of positions is in use; what: which
+};
+
+/// A piece of the log: how many pieces, of all files, were before it.
+using LogPosition = std::uint64_t;
+
+/// A stretch of time in one state. The texts hold during the call.
+struct LogSpan {
+  Lane lane;
+  LogTime begin;
+  LogTime end;            ///< not before begin
+  bool beginKnown;        ///< false: it had begun before, and only then was seen
+  bool endKnown;          ///< false: the log ends, or was interrupted, while it went on
+  std::string_view who;   ///< empty where the lane has none
+  std::int64_t pid;       ///< of who; 0 where it is not told
+  std::string_view what;  ///< empty where the lane has none
+  LogPosition first;      ///< the entry that told of the beginning
+  LogPosition last;       ///< the entry that told of the end
+};
+
+/// A value that is sampled.
+enum class Curve {
+  kLevel,        ///< percent
+  kCurrent,      ///< milliamperes, negative while the battery is drained
+  kTemperature,  ///< of the battery, degrees Celsius
+  kSignal,       ///< dBm
+  kReceived,     ///< bytes of all interfaces since the sample before
+  kSent,         ///< bytes
+};
+
+/// The end of a sleep.
+struct LogWake {
+  LogTime time;
+  std::optional<LogTime> asleepSince;
+  std::string_view reason;   ///< "exton2(bb)"
+  std::string_view decoded;  ///< in one line, what the packet was: "TCP 198.51.100.24:5223 to port
+                             ///< 49160", "Incoming SMS"; empty when it was not the modem
+  std::string_view owner;    ///< the process whose socket it was for; empty when none is known
+  std::int64_t ownerPid;     ///< 0 when none is known
+  LogPosition position;
+};
+
+/// Something that took no time: an error, a message that was pushed, an accessory.
+struct LogMoment {
+  LogTime time;
+  std::string_view category;  ///< as in the log
+  std::string_view text;      ///< the body, trimmed
+  bool isError;
+  LogPosition position;
+};
+
+/// How much CPU time a process used since the sample before.
+struct ProcessUse {
+  std::string_view name;
+  std::int64_t pid;
+  std::int64_t seconds;  ///< not negative
+};
+
+/// Is told what a log says, in the order of the log, but spans when they end.
+class LogHistorySink {
+ public:
+  virtual ~LogHistorySink() = default;
+  virtual void span(const LogSpan&) {}
+  virtual void sample(Curve, LogTime, double, LogPosition) {}
+  virtual void wake(const LogWake&) {}
+  virtual void moment(const LogMoment&) {}
+  /// The processes that used CPU time between two samples, in no order. Not told of the first.
+  virtual void processes(LogTime from, LogTime to, std::span<const ProcessUse>, LogPosition) {}
+  /// The log's time went back, or the logging began anew: what lasted is told before, with
+  /// its end not known.
+  virtual void interruption(LogTime before, LogTime after, LogPosition) {}
+};
+
+/// Makes states, values and wakes out of the pieces of a log. Keeps only what is going on: its
+/// memory does not grow with the log.
+class LogHistory {
+ public:
+  explicit LogHistory(LogHistorySink& sink);
+  ~LogHistory();
+
+  /// The next piece of the log, of whatever file.
+  void add(const LogRecord& record);
+
+  /// The log is over: tells what still lasts.
+  void finish();
+
+ private:
+  class Tracker;
+  std::unique_ptr<Tracker> tracker_;
+};
+
+}  // namespace zorva
