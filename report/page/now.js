@@ -1,0 +1,130 @@
+// Tells in words what was going on at the moment under the cursor.
+
+// Texts of the log become text nodes and nothing else.
+function element(name, className, ...content) {
+  const made = document.createElement(name);
+  if (className) made.className = className;
+  made.append(...content);
+  return made;
+}
+
+class Now {
+  constructor(place, lanes, curves, onLines) {
+    Object.assign(this, {place, lanes, curves, onLines, view: lanes.view, clock: lanes.clock});
+    this.view.on('cursor range process look', () => this.paint());
+  }
+
+  paint() {
+    const at = this.view.cursor;
+    if (at === null) {
+      this.place.replaceChildren(element('p', 'dim', 'Point at the timeline, or move along it with the arrow keys, and here is told what was going on.'));
+      return;
+    }
+    const head = element('h3', '', this.clock.time(at), element('span', 'dim', ` ${this.clock.day(at)}`));
+    if (this.view.pin === at) head.append(element('span', 'pinned', 'pinned'));
+    const items = this.itemsAt(at);
+    const key = (item) => `${item.row.lane.lane} ${item.span.begin} ${item.span.first}`;
+    const focused = this.place.contains(document.activeElement) ? document.activeElement.dataset.key : null;
+    const list = element('ul', '', ...items.map((item) => {
+      const button = element('button', 'item', this.swatch(item.row), element('span', 'what', ...this.words(item, at)));
+      button.type = 'button';
+      button.dataset.key = key(item);
+      button.title = 'Show its first line in the log';
+      button.addEventListener('click', () => this.onLines(item.span.first, item.span.begin));
+      return element('li', this.lanes.isOwn(item.row, item.span) ? '' : 'faint', button);
+    }));
+    this.place.replaceChildren(head, this.values(at), list);
+    if (focused) [...this.place.querySelectorAll('button')].find((one) => one.dataset.key === focused)?.focus();
+  }
+
+  // In a sentence, for those who do not see it.
+  sentence() {
+    const at = this.view.cursor;
+    if (at === null) return '';
+    const values = this.curves.at(at).map(({curve, value}) => `${curve.label} ${amount(value)} ${curve.unit}`);
+    const items = this.itemsAt(at).map(({row, span}) => `${row.lane.label ?? row.lane.group} ${row.lane.each ? row.label : ''} ${shortText(row, span)}`.trim());
+    return [this.clock.time(at), this.clock.day(at), ...values, ...items].join(', ');
+  }
+
+  values(at) {
+    const list = element('dl', 'values');
+    for (const {curve, value} of this.curves.at(at)) {
+      list.append(element('div', '', element('dt', '', curve.label), element('dd', '', `${amount(value)}\u00a0${curve.unit}`)));
+    }
+    return list;
+  }
+
+  // What lasts at the moment, and what happened within some pixels of it.
+  itemsAt(at) {
+    const items = [];
+    const near = 4 * this.lanes.perPixel;
+    const touch = 0.75 * this.lanes.perPixel;
+    for (const row of this.lanes.rows) {
+      const isMark = row.lane.kind === 'marks';
+      const found = isMark ? row.between(at - near, at + near)
+          : row.between(at - touch, at + touch).filter((span) => span.begin <= at && (span.end > at || span.end === this.lanes.data.end) || span.end - span.begin <= 2 * touch);
+      const most = isMark ? 5 : 6;
+      found.sort((one, other) => Math.abs(one.begin - at) - Math.abs(other.begin - at));
+      items.push(...found.slice(0, most).map((span) => ({row, span})));
+      if (found.length > most) items.at(-1).left = found.length - most;
+      if (row.lane.lane === 'asleep' && !found.length) items.push(...this.awake(row, at));
+    }
+    return items;
+  }
+
+  awake(row, at) {
+    const index = lastBefore(row.items, at, 'end');
+    const wakes = this.lanes.data.lanes.wakes;
+    const wake = wakes[lastBefore(wakes, at)];
+    if (index < 0 && !wake) return [];
+    const begin = index < 0 ? wake.begin : row.items[index].end;
+    const next = row.items[index + 1]?.begin ?? this.lanes.data.end;
+    const why = wake && wake.begin >= begin - 1 ? wake : null;
+    return [{row: {...row, lane: {...row.lane, label: 'Awake', lane: 'awake', colour: '--wake', pattern: ''}},
+             span: {...(why ?? {}), begin, end: next, first: why?.first ?? row.items[index]?.first ?? 0,
+                    beginKnown: true, endKnown: true, count: 1, held: next - begin}}];
+  }
+
+  swatch(row) {
+    const mark = element('span', `swatch ${row.lane.pattern ?? ''}`);
+    mark.style.setProperty('--colour', `var(${row.lane.colour})`);
+    return mark;
+  }
+
+  words({row, span, left}, at) {
+    const {lane} = row.lane;
+    const strong = (text) => element('b', '', text);
+    const holder = span.pid ? `${span.who || '<unknown>'} (${span.pid})` : span.who;
+    const words = [];
+    if (lane === 'traffic') {
+      words.push(strong('Traffic '), `${bytes(span.received)} in, ${bytes(span.sent)} out`);
+    } else if (lane === 'work') {
+      const uses = this.view.process ? span.uses.filter(({name}) => name === this.view.process) : span.uses;
+      const told = uses.slice(0, 4).map(({name, seconds}) => `${name} ${duration(seconds)}`).join(', ');
+      words.push(strong('Processor '), `${duration(this.lanes.workOf(span))}${told ? `: ${told}` : ''}`);
+    } else if (lane === 'wakes' || lane === 'awake') {
+      words.push(strong(lane === 'awake' ? 'Awake' : span.count > 1 ? `${span.count} wakes` : 'Wake'));
+      if (span.what) words.push(lane === 'awake' ? ', woken by ' : ' by ', span.what);
+      if (span.detail) words.push(`: ${span.detail}`);
+      if (holder) words.push(', for ', strong(holder));
+    } else if (lane === 'errors' || lane === 'events') {
+      words.push(strong(span.count > 1 ? `${span.count} \u00d7 ${span.what}` : span.what), ` ${span.detail}`);
+    } else if (row.lane.each) {
+      words.push(strong(holder || 'unknown'), span.what ? ` \u201c${span.what}\u201d` : '');
+    } else {
+      const text = shortText(row, span);
+      words.push(strong(row.lane.label), text ? ` ${text}` : '');
+    }
+    words.push(element('span', 'when', this.when(row, span), left ? `; ${left} more` : ''));
+    return words;
+  }
+
+  when(row, span) {
+    if (row.lane.kind === 'marks') return span.count > 1 ? `from ${this.clock.time(span.begin)} to ${this.clock.time(span.end)}` : this.clock.time(span.begin);
+    const time = (at) => this.clock.day(at) === this.clock.day(this.view.cursor) ? this.clock.time(at) : `${this.clock.day(at)} ${this.clock.time(at)}`;
+    if (row.lane.kind === 'bars') return `${time(span.begin)} to ${time(span.end)}`;
+    if (span.count > 1) return `${span.count} short ones, in all ${duration(span.held)}, from ${time(span.begin)} to ${time(span.end)}`;
+    const from = span.beginKnown ? `since ${time(span.begin)}` : `since before ${time(Math.max(span.begin, this.view.begin))}`;
+    return `${from}, ${span.endKnown ? '' : 'at least '}${duration(span.held)}`;
+  }
+}
