@@ -54,7 +54,7 @@ class LogHistory::Tracker {
         handler != &Tracker::complaint) {
       tellWake();
     }
-    if (asleep() && handler != &Tracker::wake && handler != &Tracker::sleep) seenAsleep(now);
+    if (asleep() && handler != &Tracker::wakeUp && handler != &Tracker::sleepStep) seenAsleep(now);
     last_ = now;
     if (handler == nullptr) return;
     record_ = &record;
@@ -93,11 +93,11 @@ class LogHistory::Tracker {
         {"ProcessMonitor", &Tracker::processes},
         {"Registration", &Tracker::registration},
         {"Skyvault Event", &Tracker::moment},
-        {"Sleep", &Tracker::sleep},
+        {"Sleep", &Tracker::sleepStep},
         {"Syncward Event", &Tracker::moment},
         {"Telephony", &Tracker::telephony},
         {"Thermal", &Tracker::thermal},
-        {"Wake", &Tracker::wake},
+        {"Wake", &Tracker::wakeUp},
         {"WiFi", &Tracker::wifi},
         {"Zorva", &Tracker::complaint},
     };
@@ -191,7 +191,7 @@ class LogHistory::Tracker {
     }
   }
 
-  void sleep(const LogMark& now) {
+  void sleepStep(const LogMark& now) {
     splitFields(*record_, fields_);
     const std::string_view event = value("event");
     if (event == "will_not_sleep") {
@@ -210,7 +210,7 @@ class LogHistory::Tracker {
     }
   }
 
-  void wake(const LogMark& now) {
+  void wakeUp(const LogMark& now) {
     splitFields(*record_, fields_);
     stray_.reset();
     wake_.emplace(now.time, spans_.since(Lane::kAsleep), fields_, now.position);
