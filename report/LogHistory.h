@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -24,12 +25,16 @@ enum class Lane {
   kThermal,      ///< above level 0; what: the level
   kCharging,     ///< what: the charging state
   kLocation,     ///< a source of positions is in use; what: which
+  kRegistered,   ///< with a mobile network; who: the operator; what: the kind, "3G"
 };
+inline constexpr std::size_t kLanes = static_cast<std::size_t>(Lane::kRegistered) + 1;
 
 /// A piece of the log: how many pieces, of all files, were before it.
 using LogPosition = std::uint64_t;
 
-/// A stretch of time in one state. The texts hold during the call.
+/// A stretch of time in one state. The texts hold during the call. Where the log's time is set
+/// back, a state that goes on is told as two stretches. None begins before the first entry of its
+/// log, even if the log tells that it did ("held_for").
 struct LogSpan {
   Lane lane;
   LogTime begin;
@@ -78,7 +83,13 @@ struct LogMoment {
 struct ProcessUse {
   std::string_view name;
   std::int64_t pid;
-  std::int64_t seconds;  ///< not negative
+  std::int64_t seconds;  ///< positive
+};
+
+/// How long the modem was in a state of power since the sample before.
+struct ModemUse {
+  std::string_view state;     ///< in the modem's own words: "Sleep", "Active"
+  std::int64_t milliseconds;  ///< positive
 };
 
 /// Is told what a log says, in the order of the log, but spans when they end.
@@ -90,10 +101,13 @@ class LogHistorySink {
   virtual void wake(const LogWake&) {}
   virtual void moment(const LogMoment&) {}
   /// The processes that used CPU time between two samples, in no order. Not told of the first.
-  virtual void processes(LogTime from, LogTime to, std::span<const ProcessUse>, LogPosition) {}
-  /// The log's time went back, or the logging began anew: what lasted is told before, with
-  /// its end not known.
-  virtual void interruption(LogTime before, LogTime after, LogPosition) {}
+  virtual void processes(LogTime /*from*/, LogTime /*to*/, std::span<const ProcessUse>,
+                         LogPosition) {}
+  /// The same for the modem.
+  virtual void modem(LogTime /*from*/, LogTime /*to*/, std::span<const ModemUse>, LogPosition) {}
+  /// The log's time went back, or the logging began anew after a time in which it may not have
+  /// gone on: what lasted is told before, with its end not known.
+  virtual void interruption(LogTime /*before*/, LogTime /*after*/, LogPosition) {}
 };
 
 /// Makes states, values and wakes out of the pieces of a log. Keeps only what is going on: its
@@ -105,6 +119,9 @@ class LogHistory {
 
   /// The next piece of the log, of whatever file.
   void add(const LogRecord& record);
+
+  /// No piece has come for a while: tells a wake that still waited for entries about it.
+  void settle();
 
   /// The log is over: tells what still lasts.
   void finish();
