@@ -20,9 +20,9 @@ void appendNumbers(std::string& to, std::initializer_list<std::int64_t> numbers)
 }  // namespace
 
 std::string_view Timeline::laneName(std::size_t lane) {
-  constexpr std::string_view kNames[kLanes] = {
-      "asleep",      "display", "assertion", "call",     "data",  "wifi",  "bluetooth", "audio",
-      "application", "thermal", "charging",  "location", "wakes", "errors", "events"};
+  constexpr std::string_view kNames[kAllLanes] = {
+      "asleep",      "display", "assertion", "call",     "data",       "wifi",  "bluetooth", "audio",
+      "application", "thermal", "charging",  "location", "registered", "wakes", "errors",    "events"};
   return kNames[lane];
 }
 
@@ -89,17 +89,23 @@ void Timeline::processes(LogTime from, LogTime to, std::span<const ProcessUse> u
   Work work;
   work.position = position;
   for (const ProcessUse& use : uses) {
-    work.seconds += use.seconds;
-    if (use.seconds > 0) work.busiest.push_back({0, use.pid, use.seconds});
+    work.amount += use.seconds;
+    work.busiest.push_back({number(use.name), use.pid, use.seconds});
   }
-  // Only what is kept gets a number.
-  std::vector<const ProcessUse*> order;
-  for (const ProcessUse& use : uses) {
-    if (use.seconds > 0) order.push_back(&use);
-  }
-  for (std::size_t i = 0; i < order.size(); ++i) work.busiest[i].name = number(order[i]->name);
   work.keepBusiest();
   work_.add(clock_.at(from), clock_.at(to), work);
+}
+
+void Timeline::modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
+                     LogPosition position) {
+  Work work;
+  work.position = position;
+  for (const ModemUse& use : uses) {
+    work.amount += use.milliseconds;
+    work.busiest.push_back({number(use.state), 0, use.milliseconds});
+  }
+  work.keepBusiest();
+  modem_.add(clock_.at(from), clock_.at(to), work);
 }
 
 void Timeline::interruption(LogTime before, LogTime after, LogPosition) {
@@ -109,7 +115,7 @@ void Timeline::interruption(LogTime before, LogTime after, LogPosition) {
 
 void Timeline::appendLanes(std::string& to) {
   to += "\"lanes\":{";
-  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+  for (std::size_t lane = 0; lane < kAllLanes; ++lane) {
     if (lane > 0) to += ',';
     to += formatText("\n\"%s\":{\"merged\":%llu,\"spans\":[", std::string(laneName(lane)).c_str(),
                      static_cast<unsigned long long>(lanes_[lane].merged()));
@@ -163,15 +169,21 @@ void Timeline::appendIntervals(std::string& to) const {
     appendPageNumber(to, amount.sent);
   }
   to += "],\n\"work\":[";
-  for (const auto& [begin, end, work] : work_.intervals()) {
+  appendWork(to, work_);
+  to += "],\n\"modem\":[";
+  appendWork(to, modem_);
+  to += "],\n";
+}
+
+void Timeline::appendWork(std::string& to, const IntervalStore<Work>& intervals) const {
+  for (const auto& [begin, end, work] : intervals.intervals()) {
     if (to.back() != '[') to += ',';
     to += '[';
     appendNumbers(to, {begin - clock_.begin(), end - begin,
-                       static_cast<std::int64_t>(work.position), work.seconds});
-    for (const Work::Use& use : work.busiest) appendNumbers(to, {use.name, use.pid, use.seconds});
+                       static_cast<std::int64_t>(work.position), work.amount});
+    for (const Work::Use& use : work.busiest) appendNumbers(to, {use.name, use.pid, use.amount});
     to += ']';
   }
-  to += "],\n";
 }
 
 void Timeline::appendJson(std::string& to) {

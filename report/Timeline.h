@@ -35,15 +35,16 @@ class Timeline : public LogHistorySink {
   void moment(const LogMoment& moment) override;
   void processes(LogTime from, LogTime to, std::span<const ProcessUse> uses,
                  LogPosition position) override;
+  void modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
+             LogPosition position) override;
   void interruption(LogTime before, LogTime after, LogPosition position) override;
 
  private:
   // The lanes of spans, and those of what takes no time.
-  static constexpr std::size_t kSpanLanes = static_cast<std::size_t>(Lane::kLocation) + 1;
-  static constexpr std::size_t kWakes = kSpanLanes;
-  static constexpr std::size_t kErrors = kSpanLanes + 1;
-  static constexpr std::size_t kEvents = kSpanLanes + 2;
-  static constexpr std::size_t kLanes = kSpanLanes + 3;
+  static constexpr std::size_t kWakes = kLanes;
+  static constexpr std::size_t kErrors = kLanes + 1;
+  static constexpr std::size_t kEvents = kLanes + 2;
+  static constexpr std::size_t kAllLanes = kLanes + 3;
   static constexpr std::size_t kCurves = static_cast<std::size_t>(Curve::kSent) + 1;
 
   static std::string_view laneName(std::size_t lane);
@@ -52,14 +53,16 @@ class Timeline : public LogHistorySink {
   void appendLanes(std::string& to);
   void appendCurves(std::string& to) const;
   void appendIntervals(std::string& to) const;
+  void appendWork(std::string& to, const IntervalStore<Work>& intervals) const;
 
   TimelineClock clock_;
   TextTable texts_;
-  std::array<SpanStore, kLanes> lanes_;
+  std::array<SpanStore, kAllLanes> lanes_;
   std::array<CurveStore, kCurves> curves_;
   IntervalStore<Traffic> traffic_;
   std::optional<AxisTime> trafficAt_;
-  IntervalStore<Work> work_;
+  IntervalStore<Work> work_;   // seconds of the processes
+  IntervalStore<Work> modem_;  // milliseconds of the modem in its states
 };
 
 }  // namespace zorva

@@ -165,7 +165,7 @@ std::vector<CurveStore::Point> CurveStore::points() const {
 void Work::add(const Use& use) {
   for (Use& known : busiest) {
     if (known.name == use.name && known.pid == use.pid) {
-      known.seconds += use.seconds;
+      known.amount += use.amount;
       return;
     }
   }
@@ -174,12 +174,12 @@ void Work::add(const Use& use) {
 
 void Work::keepBusiest() {
   std::stable_sort(busiest.begin(), busiest.end(),
-                   [](const Use& one, const Use& other) { return one.seconds > other.seconds; });
+                   [](const Use& one, const Use& other) { return one.amount > other.amount; });
   if (busiest.size() > kNamed) busiest.resize(kNamed);
 }
 
 Work& Work::operator+=(const Work& more) {
-  seconds += more.seconds;
+  amount += more.amount;
   for (const Use& use : more.busiest) add(use);
   keepBusiest();
   return *this;

@@ -205,17 +205,17 @@ struct Traffic {
   }
 };
 
-/// CPU time of all processes, and of the busiest by name.
+/// How time was used, in all and by the busiest.
 struct Work {
   static constexpr std::size_t kNamed = 8;
 
   struct Use {
     std::uint32_t name = 0;
     std::int64_t pid = 0;
-    std::int64_t seconds = 0;
+    std::int64_t amount = 0;
   };
 
-  std::int64_t seconds = 0;
+  std::int64_t amount = 0;
   std::vector<Use> busiest;  ///< at most kNamed, the busiest first
   std::uint64_t position = 0;
 

@@ -14,6 +14,20 @@ const kCurves = [
 
 const styleValue = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 
+// Of what dygraphs can show, axes and grids are used; its legend would style itself as the page's
+// policy does not allow.
+Dygraph.PLUGINS = [Dygraph.Plugins.Axes, Dygraph.Plugins.Grid];
+
+// At most so many round values in the range.
+function roundValues([least, most], count) {
+  const rough = (most - least) / count;
+  const power = 10 ** Math.floor(Math.log10(rough));
+  const step = [1, 2, 5, 10].map((one) => one * power).find((one) => one >= rough);
+  const values = [];
+  for (let i = Math.ceil(least / step); i * step <= most; ++i) values.push({v: i * step, label: amount(i * step, 3)});
+  return values;
+}
+
 class Curves {
   constructor(place, data, view, clock) {
     this.data = data;
@@ -72,10 +86,10 @@ class Curves {
       pointSize: 2,
       rightGap: 10,
       underlayCallback: (context, area, graph) => this.shadeSleep(context, area, graph),
+      axisLabelFontSize: 11,
       axes: {
         x: {drawAxis: false, ticker: (from, to) => this.ticks(from, to)},
-        y: {valueRange: range, pixelsPerLabel: 26, axisLabelFontSize: 11,
-            axisLabelFormatter: (value) => amount(value, 1)},
+        y: {valueRange: range, ticker: () => roundValues(range, Math.floor(curve.height / 18))},
       },
       ...this.style(curve, chart),
     });
@@ -88,8 +102,7 @@ class Curves {
       colors: [styleValue(curve.colour)],
       gridLineColor: styleValue('--grid'),
       axisLineColor: styleValue('--grid'),
-      // dygraphs leaves room for its tick marks, too.
-      axes: {y: {axisLabelWidth: left - 6}},
+      axisLabelWidth: left - 6,  // dygraphs leaves room for its tick marks, too
     };
   }
 

@@ -43,13 +43,25 @@ function readCurve(numbers, begin) {
   return points;
 }
 
+// How the processes, in seconds, and the modem, in milliseconds, used the time between two samples.
+function readWork(told, texts, begin) {
+  return told.map(([at, length, first, amount, ...numbers]) => {
+    const uses = [];
+    for (let i = 0; i < numbers.length; i += 3) {
+      uses.push({name: texts[numbers[i]], pid: numbers[i + 1], amount: numbers[i + 2]});
+    }
+    return {begin: begin + at, end: begin + at + length, first, amount, uses};
+  });
+}
+
 // Everything on the axis is in seconds that never go back. `clock` tells the local time: from its
 // first number on, it is the axis' minus its second; its third is by how much it leapt there.
 function readTimeline() {
   const told = readElement('timeline');
   const [begin, end] = told.range;
   const data = {begin, end: Math.max(end, begin + 1), clock: [], lanes: {}, merged: {}, curves: {},
-                traffic: [], work: []};
+                traffic: [], work: readWork(told.work, told.texts, begin),
+                modem: readWork(told.modem, told.texts, begin)};
   for (let i = 0; i < told.clock.length; i += 3) {
     data.clock.push({at: told.clock[i], shift: told.clock[i + 1], jump: told.clock[i + 2]});
   }
@@ -63,13 +75,6 @@ function readTimeline() {
   for (let i = 0; i < told.traffic.length; i += 4) {
     const [at, length, received, sent] = told.traffic.slice(i, i + 4);
     data.traffic.push({begin: begin + at, end: begin + at + length, received, sent});
-  }
-  for (const [at, length, first, seconds, ...uses] of told.work) {
-    const interval = {begin: begin + at, end: begin + at + length, first, seconds, uses: []};
-    for (let i = 0; i < uses.length; i += 3) {
-      interval.uses.push({name: told.texts[uses[i]], pid: uses[i + 1], seconds: uses[i + 2]});
-    }
-    data.work.push(interval);
   }
   return data;
 }

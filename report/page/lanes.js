@@ -33,7 +33,7 @@ class Lanes {
   layOut() {
     this.width = this.stack.clientWidth;
     this.plot = Curves.plot(this.width);
-    const rowHeight = this.plot.narrow ? 31 : 23;
+    const rowHeight = this.plot.narrow ? 35 : 23;
     const groupHeight = 20;
     let top = 0, group = '';
     for (const row of this.rows) {
@@ -70,7 +70,9 @@ class Lanes {
       this.paintLabel(context, row);
       context.save();
       context.beginPath();
-      context.rect(this.plot.left, row.top, this.plot.width, row.height);
+      // A mark on the edge is whole.
+      const over = row.lane.kind === 'marks' ? 6 : 0;
+      context.rect(this.plot.left - over, row.top, this.plot.width + 2 * over, row.height);
       context.clip();
       if (row.lane.kind === 'marks') this.paintMarks(context, row);
       else if (row.lane.kind === 'bars') this.paintBars(context, row);
@@ -153,9 +155,11 @@ class Lanes {
     }
     context.font = `${this.plot.narrow ? 10 : 12}px ${styleValue('--font')}`;
     context.fillStyle = this.colour('--text');
-    const [x, y] = this.plot.narrow ? [6, row.top + 7] : [12, row.top + row.height / 2];
+    const [x, y] = this.plot.narrow ? [6, row.top + 9] : [12, row.top + row.height / 2];
     const room = this.plot.narrow ? this.plot.width : this.plot.left - 20;
-    context.fillText(this.fit(context, row.label, room), x, y);
+    // The end of an application's id tells most.
+    const fits = context.measureText(row.label).width <= room;
+    context.fillText(this.fit(context, fits ? row.label : row.label.split('.').at(-1), room), x, y);
   }
 
   // As much of a text as there is room for.
@@ -168,24 +172,26 @@ class Lanes {
 
   // Top and height of what is drawn in a row.
   band(row) {
-    return this.plot.narrow ? [row.top + 14, row.height - 17] : [row.top + 4, row.height - 8];
+    return this.plot.narrow ? [row.top + 16, row.height - 19] : [row.top + 4, row.height - 8];
   }
 
-  // A holder's spans may overlap: what is told in words on one must not cover the other.
   paintSpans(context, row) {
-    const [top, height] = this.band(row);
+    const [rowTop, rowHeight] = this.band(row);
+    const height = (rowHeight - row.levels + 1) / row.levels;
     const {from, to} = this.view;
-    const drawn = [-1, -1];  // the last pixel that has been drawn of what is the process' and not
+    const drawn = [];  // the last pixel that has been drawn, by level and whether it is the process'
     context.font = `11px ${styleValue('--font')}`;
-    let textEnd = -Infinity;
     for (const span of row.between(from, to)) {
       const left = Math.max(this.plot.left - 2, this.x(span.begin));
       const right = Math.min(this.plot.left + this.plot.width + 2, this.x(span.end));
       const own = this.isOwn(row, span);
-      const width = Math.max(1, right - left);
-      if (right < drawn[Number(own)] + 0.5 && width <= 1) continue;
-      drawn[Number(own)] = left + width;
-      context.globalAlpha = own ? 1 : 0.18;
+      const width = Math.max(1, right - left - (right - left > 4 ? 1 : 0));
+      const level = Number(own) + 2 * span.level;
+      if (right < (drawn[level] ?? -1) + 0.5 && width <= 1) continue;
+      drawn[level] = left + width;
+      const top = rowTop + span.level * (height + 1);
+      const faint = isFaint(row, span);
+      context.globalAlpha = own ? faint ? 0.4 : 1 : 0.15;
       context.fillStyle = this.colour(row.lane.colour);
       context.fillRect(left, top, width, height);
       const pattern = span.count > 1 ? 'merged' : row.lane.pattern;
@@ -193,15 +199,14 @@ class Lanes {
         context.fillStyle = this.pattern(context, pattern, row.lane.colour);
         context.fillRect(left, top, width, height);
       }
-      if (width > 6) this.paintEnds(context, span, left, right, top, height);
-      const words = width > 26 && left >= textEnd - 1 ? this.fit(context, shortText(row, span), width - 10) : '';
-      if (words) {
-        context.fillStyle = this.colour(row.lane.colour);
-        if (pattern) context.fillRect(left + 2, top + 1, context.measureText(words).width + 6, height - 2);
-        context.fillStyle = this.inkOn(row.lane.colour);
-        context.fillText(words, left + 5, top + height / 2 + 0.5);
-      }
-      textEnd = Math.max(textEnd, left + width);
+      if (width > 8) this.paintEnds(context, span, left, left + width, top, height);
+      const words = width > 26 && height > 9 ? this.fit(context, shortText(row, span), width - 12) : '';
+      if (!words) continue;
+      context.fillStyle = this.colour(row.lane.colour);
+      if (pattern && !faint) context.fillRect(left + 4, top + 1, context.measureText(words).width + 4, height - 2);
+      if (own) context.globalAlpha = 1;
+      context.fillStyle = faint ? this.colour('--text') : this.inkOn(row.lane.colour);
+      context.fillText(words, left + 6, top + height / 2 + 0.5);
     }
     context.globalAlpha = 1;
   }
@@ -264,19 +269,16 @@ class Lanes {
   // Amounts between samples. Traffic by its root, for a few bytes are to be seen beside megabytes.
   paintBars(context, row) {
     const [top, height] = this.band(row);
-    const isWork = row.lane.lane === 'work';
     let drawn = -1, highest = 0;
     for (const interval of row.between(this.view.from, this.view.to)) {
       const left = Math.max(this.plot.left - 1, this.x(interval.begin));
       const right = Math.min(this.plot.left + this.plot.width + 1, this.x(interval.end));
-      const seconds = Math.max(1, interval.end - interval.begin);
-      const share = isWork ? this.workOf(interval) / seconds
-                           : Math.sqrt((interval.received + interval.sent) / this.busiest.traffic);
+      const share = this.shareOf(row, interval);
       const high = share > 0 ? Math.max(1, Math.min(1, share) * height) : 0;
       if (right < drawn + 0.5 && high <= highest) continue;
       if (left > drawn) highest = 0;
       context.fillStyle = this.colour(row.lane.colour);
-      context.fillRect(left, top + height - high, Math.max(1.5, right - left - 0.5), high);
+      context.fillRect(left, top + height - high, Math.max(1.5, right - left - (right - left > 3 ? 1 : 0)), high);
       drawn = Math.max(drawn, right);
       highest = Math.max(highest, high);
     }
@@ -284,10 +286,21 @@ class Lanes {
     context.fillRect(this.plot.left, top + height - 0.5, this.plot.width, 1);
   }
 
+  shareOf(row, interval) {
+    if (row.lane.lane === 'traffic') return Math.sqrt((interval.received + interval.sent) / this.busiest.traffic);
+    if (row.lane.lane === 'modem') return this.modemAwake(interval) / Math.max(1, interval.amount);
+    return this.workOf(interval) / Math.max(1, interval.end - interval.begin);
+  }
+
   workOf(interval) {
     const {process} = this.view;
-    if (!process) return interval.seconds;
-    return interval.uses.reduce((sum, {name, seconds}) => sum + (name === process ? seconds : 0), 0);
+    if (!process) return interval.amount;
+    return interval.uses.reduce((sum, {name, amount: seconds}) => sum + (name === process ? seconds : 0), 0);
+  }
+
+  // Milliseconds.
+  modemAwake(interval) {
+    return interval.uses.reduce((sum, {name, amount: time}) => sum + (/sleep|off/i.test(name) ? 0 : time), 0);
   }
 
   // Black or white, whichever is read better on a colour.

@@ -42,7 +42,7 @@ class Now {
     const at = this.view.cursor;
     if (at === null) return '';
     const values = this.curves.at(at).map(({curve, value}) => `${curve.label} ${amount(value)} ${curve.unit}`);
-    const items = this.itemsAt(at).map(({row, span}) => `${row.lane.label ?? row.lane.group} ${row.lane.each ? row.label : ''} ${shortText(row, span)}`.trim());
+    const items = this.itemsAt(at).map(({row, span}) => `${row.lane.label ?? row.lane.group} ${row.lane.each === 'who' ? row.label : ''} ${shortText(row, span)}`.trim());
     return [this.clock.time(at), this.clock.day(at), ...values, ...items].join(', ');
   }
 
@@ -64,12 +64,15 @@ class Now {
       const found = isMark ? row.between(at - near, at + near)
           : row.between(at - touch, at + touch).filter((span) => span.begin <= at && (span.end > at || span.end === this.lanes.data.end) || span.end - span.begin <= 2 * touch);
       const most = isMark ? 5 : 6;
+      if (row.lane.kind === 'bars') found.splice(0, found.length, ...found.filter((interval) => this.lanes.shareOf(row, interval) > 0));
       found.sort((one, other) => Math.abs(one.begin - at) - Math.abs(other.begin - at));
       items.push(...found.slice(0, most).map((span) => ({row, span})));
       if (found.length > most) items.at(-1).left = found.length - most;
       if (row.lane.lane === 'asleep' && !found.length) items.push(...this.awake(row, at));
     }
-    return items;
+    // Who has just woken is told of once.
+    const woken = items.find(({row}) => row.lane.lane === 'awake')?.span.wake;
+    return woken ? items.filter(({span}) => span !== woken) : items;
   }
 
   awake(row, at) {
@@ -81,7 +84,7 @@ class Now {
     const next = row.items[index + 1]?.begin ?? this.lanes.data.end;
     const why = wake && wake.begin >= begin - 1 ? wake : null;
     return [{row: {...row, lane: {...row.lane, label: 'Awake', lane: 'awake', colour: '--wake', pattern: ''}},
-             span: {...(why ?? {}), begin, end: next, first: why?.first ?? row.items[index]?.first ?? 0,
+             span: {...why, wake: why, begin, end: next, first: why?.first ?? row.items[index]?.first ?? 0,
                     beginKnown: true, endKnown: true, count: 1, held: next - begin}}];
   }
 
@@ -100,8 +103,10 @@ class Now {
       words.push(strong('Traffic '), `${bytes(span.received)} in, ${bytes(span.sent)} out`);
     } else if (lane === 'work') {
       const uses = this.view.process ? span.uses.filter(({name}) => name === this.view.process) : span.uses;
-      const told = uses.slice(0, 4).map(({name, seconds}) => `${name} ${duration(seconds)}`).join(', ');
+      const told = uses.slice(0, 4).map(({name, amount: seconds}) => `${name} ${duration(seconds)}`).join(', ');
       words.push(strong('Processor '), `${duration(this.lanes.workOf(span))}${told ? `: ${told}` : ''}`);
+    } else if (lane === 'modem') {
+      words.push(strong('Modem '), span.uses.map(({name, amount: time}) => `${name} ${duration(time / 1000)}`).join(', '));
     } else if (lane === 'wakes' || lane === 'awake') {
       words.push(strong(lane === 'awake' ? 'Awake' : span.count > 1 ? `${span.count} wakes` : 'Wake'));
       if (span.what) words.push(lane === 'awake' ? ', woken by ' : ' by ', span.what);
@@ -109,7 +114,7 @@ class Now {
       if (holder) words.push(', for ', strong(holder));
     } else if (lane === 'errors' || lane === 'events') {
       words.push(strong(span.count > 1 ? `${span.count} \u00d7 ${span.what}` : span.what), ` ${span.detail}`);
-    } else if (row.lane.each) {
+    } else if (row.lane.each === 'who') {
       words.push(strong(holder || 'unknown'), span.what ? ` \u201c${span.what}\u201d` : '');
     } else {
       const text = shortText(row, span);

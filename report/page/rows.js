@@ -9,16 +9,18 @@ const kLanes = [
   {group: 'Sleep', lane: 'wakes', label: 'Wakes', kind: 'marks', colour: '--wake'},
   {group: 'Device', lane: 'display', label: 'Display', colour: '--display'},
   {group: 'Device', lane: 'audio', label: 'Audio', colour: '--audio'},
-  {group: 'Device', lane: 'location', label: 'Location', colour: '--location', pattern: 'dots'},
+  {group: 'Device', lane: 'location', label: 'Location', each: 'what', colour: '--location', pattern: 'dots'},
   {group: 'Device', lane: 'charging', label: 'Charging', colour: '--charging', pattern: 'upright'},
   {group: 'Device', lane: 'thermal', label: 'Heat', colour: '--heat', pattern: 'crossed'},
   {group: 'Radio', lane: 'call', label: 'Call', colour: '--call'},
   {group: 'Radio', lane: 'data', label: 'Mobile data', colour: '--data', pattern: 'slanted'},
+  {group: 'Radio', lane: 'registered', label: 'Network', colour: '--network', pattern: 'upright'},
   {group: 'Radio', lane: 'wifi', label: 'Wi-Fi', colour: '--wifi'},
   {group: 'Radio', lane: 'bluetooth', label: 'Bluetooth', colour: '--bluetooth', pattern: 'dots'},
+  {group: 'Radio', lane: 'modem', label: 'Modem awake', kind: 'bars', colour: '--modem'},
   {group: 'Radio', lane: 'traffic', label: 'Traffic', kind: 'bars', colour: '--traffic'},
-  {group: 'Kept awake by', lane: 'assertion', each: true, colour: '--assertion'},
-  {group: 'Applications', lane: 'application', each: true, colour: '--application'},
+  {group: 'Kept awake by', lane: 'assertion', each: 'who', colour: '--assertion'},
+  {group: 'Applications', lane: 'application', each: 'who', colour: '--application'},
   {group: 'Work', lane: 'work', label: 'Processor', kind: 'bars', colour: '--work'},
   {group: 'Log', lane: 'errors', label: 'Errors', kind: 'marks', colour: '--error'},
   {group: 'Log', lane: 'events', label: 'Events', kind: 'marks', colour: '--event'},
@@ -29,6 +31,7 @@ class Row {
     this.lane = lane;
     this.label = label;
     this.items = items;
+    this.levels = this.setLevels();
     // The latest end up to each span: what is going on at a moment can have begun long before.
     this.latest = new Float64Array(items.length);
     let latest = -Infinity;
@@ -36,6 +39,17 @@ class Row {
       latest = Math.max(latest, item.end ?? item.begin);
       this.latest[i] = latest;
     });
+  }
+
+  // Spans that overlap lie one below the other, on at most three levels; returns how many there are.
+  setLevels() {
+    const ends = [];
+    for (const item of this.items) {
+      const free = ends.findIndex((end) => end <= item.begin);
+      item.level = Math.min(2, free < 0 ? ends.length : free);
+      ends[item.level] = item.end;
+    }
+    return ends.length;
   }
 
   // The items that touch the stretch, in their order.
@@ -49,14 +63,16 @@ class Row {
   }
 }
 
-// One row a holder, those of the longest time first; what is left shares the last one.
-function rowsByHolder(lane, spans) {
+// One row for each holder, application or source, those of the longest time first; what is left
+// shares the last one.
+function rowsOfEach(lane, spans) {
   const held = new Map();
-  for (const {who, held: seconds} of spans) held.set(who, (held.get(who) ?? 0) + seconds);
+  for (const span of spans) held.set(span[lane.each], (held.get(span[lane.each]) ?? 0) + span.held);
   const names = [...held.keys()].sort((one, other) => held.get(other) - held.get(one));
   const own = new Set(names.length > kMostRows ? names.slice(0, kMostRows - 1) : names);
-  const rows = [...own].map((name) => new Row(lane, name || 'unknown', spans.filter(({who}) => who === name)));
-  const left = spans.filter(({who}) => !own.has(who));
+  const label = (name) => lane.label ? `${lane.label}: ${name}` : name || 'unknown';
+  const rows = [...own].map((name) => new Row(lane, label(name), spans.filter((span) => span[lane.each] === name)));
+  const left = spans.filter((span) => !own.has(span[lane.each]));
   if (left.length) rows.push(new Row(lane, `${names.length - own.size} others`, left));
   return rows;
 }
@@ -68,7 +84,7 @@ function makeRows(data) {
   for (const lane of kLanes) {
     const items = data.lanes[lane.lane] ?? data[lane.lane];
     if (items.length === 0) absent.push(lane.label ?? lane.group.toLowerCase());
-    else if (lane.each) rows.push(...rowsByHolder(lane, items));
+    else if (lane.each) rows.push(...rowsOfEach(lane, items));
     else rows.push(new Row(lane, lane.label, items));
   }
   return {rows, absent};
@@ -111,6 +127,13 @@ function kindOfWake({what, count}) {
   return /unknown|^$/.test(what) ? 'unknown' : 'other';
 }
 
+// A state that is there, but hardly costs anything.
+function isFaint({lane: {lane}}, {what}) {
+  return lane === 'wifi' && what.startsWith('<') || lane === 'bluetooth' && what !== 'connected' ||
+      lane === 'application' && !what.startsWith('foreground') || lane === 'location' && what === 'cell' ||
+      lane === 'charging' && what !== 'Active';
+}
+
 // What a span says in few words: on it, and at the cursor.
 function shortText(row, item) {
   switch (row.lane.lane) {
@@ -120,8 +143,7 @@ function shortText(row, item) {
     }
     case 'thermal': return item.what ? `level ${item.what}` : '';
     case 'wakes': return item.who || item.detail || item.what;
-    case 'application': return item.what;
-    case 'errors': case 'events': return item.what;
+    case 'registered': return [item.who, item.what].filter(Boolean).join(' ');
     default: return item.what;
   }
 }
