@@ -15,7 +15,7 @@ namespace zorva {
 /// element of its own that the page opens when somebody asks for it. Holds one chunk.
 class PageLines {
  public:
-  static constexpr std::size_t kPieces = 2000;      ///< of a chunk, at most
+  static constexpr std::size_t kPieces = 5000;      ///< of a chunk, at most
   static constexpr std::size_t kBytes = 1 << 20;    ///< of a chunk before it is deflated, about
   static constexpr std::size_t kLongest = 8 << 10;  ///< bytes of a piece; what is longer is cut
 

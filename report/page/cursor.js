@@ -192,9 +192,7 @@ class Overview {
     const context = lanes.context(this.canvas, lanes.width, height);
     const x = (at) => left + (at - this.view.begin) / (this.view.end - this.view.begin) * width;
     context.fillStyle = styleValue('--sleep-shade');
-    for (const {begin, end} of lanes.data.lanes.asleep) {
-      context.fillRect(x(begin), 0, Math.max(0.5, x(end) - x(begin)), height);
-    }
+    shade(context, lanes.data.lanes.asleep, x, 0, height, left, left + width);
     const points = lanes.data.curves.level?.points ?? [];
     context.beginPath();
     points.forEach(([at, value]) => context.lineTo(x(at), 2 + (100 - value) / 100 * (height - 4)));

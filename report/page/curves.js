@@ -12,7 +12,33 @@ const kCurves = [
    most: 0, span: 10},
 ];
 
-const styleValue = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+// The style's colours and fonts, asked for once a theme: asking takes long.
+const kStyleValues = new Map();
+function styleValue(name) {
+  if (!kStyleValues.has(name)) {
+    kStyleValues.set(name, getComputedStyle(document.documentElement).getPropertyValue(name).trim());
+  }
+  return kStyleValues.get(name);
+}
+
+// Fills stretches of time; those that a pixel cannot tell apart as one.
+function shade(context, spans, x, top, height, least, most) {
+  let left = 0, right = -Infinity;
+  const fill = () => {
+    const [from, to] = [Math.max(least, left), Math.min(most, right)];
+    if (to > least && from < most) context.fillRect(from, top, Math.max(0.5, to - from), height);
+  };
+  for (const {begin, end} of spans) {
+    const [from, to] = [x(begin), x(end)];
+    if (from > right + 0.5) {
+      fill();
+      left = from;
+      right = to;
+    }
+    right = Math.max(right, to);
+  }
+  fill();
+}
 
 // Of what dygraphs can show, axes and grids are used; its legend would style itself as the page's
 // policy does not allow.
@@ -85,7 +111,7 @@ class Curves {
       drawPoints: points.length < 120,
       pointSize: 2,
       rightGap: 10,
-      underlayCallback: (context, area, graph) => this.shadeSleep(context, area, graph),
+      underlayCallback: (context, area) => this.shadeSleep(context, area),
       axisLabelFontSize: 11,
       axes: {
         x: {drawAxis: false, ticker: (from, to) => this.ticks(from, to)},
@@ -112,15 +138,11 @@ class Curves {
         .map(({at}) => ({v: at, label: ''}));
   }
 
-  shadeSleep(context, area, graph) {
+  shadeSleep(context, area) {
     context.save();
     context.fillStyle = styleValue('--sleep-shade');
-    for (const {begin, end} of this.data.lanes.asleep) {
-      if (end < this.view.from || begin > this.view.to) continue;
-      const left = Math.max(area.x, graph.toDomXCoord(begin));
-      const right = Math.min(area.x + area.w, graph.toDomXCoord(end));
-      context.fillRect(left, area.y, Math.max(0.5, right - left), area.h);
-    }
+    const scale = area.w / this.view.width;
+    shade(context, this.data.lanes.asleep, (at) => area.x + (at - this.view.from) * scale, area.y, area.h, area.x, area.x + area.w);
     context.restore();
   }
 

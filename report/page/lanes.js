@@ -13,8 +13,8 @@ class Lanes {
     this.busiest = {
       traffic: Math.max(1, ...data.traffic.map(({received, sent}) => received + sent)),
     };
+    view.on('look', () => this.forgetStyle());
     view.on('range process look', () => this.paint());
-    view.on('look', () => this.patterns.clear());
   }
 
   // Pixels of a moment, and back.
@@ -61,7 +61,6 @@ class Lanes {
 
   paint() {
     this.layOut();
-    this.colours = new Map();
     this.paintAxis();
     const context = this.context(this.canvas, this.width, this.height);
     context.font = `11px ${styleValue('--font')}`;
@@ -82,8 +81,13 @@ class Lanes {
   }
 
   colour(name) {
-    if (!this.colours.has(name)) this.colours.set(name, styleValue(name));
-    return this.colours.get(name);
+    return styleValue(name);
+  }
+
+  // The theme has changed.
+  forgetStyle() {
+    kStyleValues.clear();
+    this.patterns.clear();
   }
 
   paintAxis() {
@@ -131,11 +135,8 @@ class Lanes {
     const {ticks} = this.clock.ticks(this.view.from, this.view.to, this.perPixel * 80);
     for (const {at} of ticks) context.fillRect(Math.round(this.x(at)), 0, 1, this.height);
     context.fillStyle = this.colour('--sleep-shade');
-    const asleep = this.rows.find(({lane}) => lane.lane === 'asleep');
-    for (const {begin, end} of asleep?.between(this.view.from, this.view.to) ?? []) {
-      const [from, to] = [Math.max(this.plot.left, this.x(begin)), Math.min(this.plot.left + this.plot.width, this.x(end))];
-      context.fillRect(from, 0, Math.max(0.5, to - from), this.height);
-    }
+    const {left, width} = this.plot;
+    shade(context, this.data.lanes.asleep, (at) => this.x(at), 0, this.height, left, left + width);
     context.fillStyle = this.colour('--error');
     for (const {at} of this.leaps()) {
       for (let y = 0; y < this.height; y += 6) context.fillRect(Math.round(this.x(at)), y, 1, 3);
@@ -228,19 +229,21 @@ class Lanes {
     const middle = top + height / 2;
     const marks = row.between(this.view.from - 4 * this.perPixel, this.view.to + 4 * this.perPixel);
     const size = 4.5;
-    let free = -Infinity;
+    let free = -Infinity, drawn = -Infinity;
+    context.font = `11px ${styleValue('--font')}`;
     marks.forEach((mark, i) => {
       const x = this.x((mark.begin + mark.end) / 2);
       const own = this.isOwn(row, mark);
       context.globalAlpha = own ? 1 : 0.18;
       context.fillStyle = this.colour(row.lane.colour);
+      if (x < drawn + 1) return;
+      drawn = x;
       if (x >= free - size || row.lane.lane !== 'events') this.paintShape(context, row, mark, x, middle, size);
       // What it was, where the next one leaves room.
       const next = i + 1 < marks.length ? this.x(marks[i + 1].begin) - size : Infinity;
       const room = Math.min(next, this.plot.left + this.plot.width) - x - size - 6;
       free = x + 2 * size;
       if (room < 20) return;
-      context.font = `11px ${styleValue('--font')}`;
       context.fillStyle = this.colour('--text');
       context.fillText(this.fit(context, shortText(row, mark), room), x + size + 3, middle + 0.5);
     });
