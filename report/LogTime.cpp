@@ -1,8 +1,10 @@
 #include "report/LogTime.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <iterator>
 
 #include "platform/Text.h"
 
@@ -121,6 +123,33 @@ std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length
   lastTime_ = time;
   nearby_ = time;
   return time;
+}
+
+std::optional<LogTime> logTimeFrom(std::string_view text, bool dayEnds) {
+  std::size_t length = 0;
+  if (const auto time = LogClock().read(text, length); time && length == text.size()) return time;
+  constexpr std::string_view kIso = "0000-00-00 00:00:00";
+  constexpr std::size_t kLengths[] = {10, 16, 19};
+  if (std::ranges::find(kLengths, text.size()) == std::end(kLengths)) return std::nullopt;
+  std::array<int, 6> numbers{};  // year to second
+  std::size_t number = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool digit = text[i] >= '0' && text[i] <= '9';
+    if (kIso[i] == '0') {
+      if (!digit) return std::nullopt;
+      numbers[number] = numbers[number] * 10 + (text[i] - '0');
+    } else {
+      if (text[i] != kIso[i] && !(i == 10 && text[i] == 'T')) return std::nullopt;
+      ++number;
+    }
+  }
+  const auto [year, month, day, hour, minute, second] = numbers;
+  const std::chrono::year_month_day date{std::chrono::year(year),
+                                         std::chrono::month(static_cast<unsigned>(month)),
+                                         std::chrono::day(static_cast<unsigned>(day))};
+  if (!date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
+  const LogTime time = timeOf({month, day, year, hour, minute, second}, year);
+  return text.size() == 10 && dayEnds ? time + 86399 : time;
 }
 
 }  // namespace zorva
