@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ struct ReportRequest {
   bool compare = false;
   LogWindow window;
   bool sinceGiven = false;
+  std::optional<std::string> output;  ///< the file of the page
+  bool force = false;                 ///< which may be there
   std::vector<std::string> logs;
 };
 

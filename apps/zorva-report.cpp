@@ -20,6 +20,7 @@
 #include "report/LogJson.h"
 #include "report/LogNews.h"
 #include "report/LogReader.h"
+#include "report/PageSummary.h"
 #include "report/SummaryText.h"
 
 namespace zorva {
@@ -127,6 +128,37 @@ int tellSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   OutputFile output = OutputFile::standardOutput();
   output.pending() = summaryText(summarizer.finish(), reading, styleOfOutput());
   return finish(output);
+}
+
+int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  for (const LogInput& input : inputs) {
+    if (!input.isFileAt(*request.output)) continue;
+    return complain(input.name() + ": would be replaced by the page; choose another name for -o",
+                    kFailed);
+  }
+  std::string problem;
+  auto output = OutputFile::make(*request.output, request.force, problem);
+  if (!output) return complain(problem, kFailed);
+  LogReader reader;
+  LogSummarizer summarizer(request.window);
+  LogReading reading{request.logs, {}, {}};
+  PageWriter page(output->pending(), request.window);
+  {
+    Progress progress("zorva-report", inputs);
+    for (LogInput& input : inputs) {
+      bool written = true;
+      problem = readLog(reader, input, progress, [&](const LogRecord& record, const std::string&) {
+        summarizer.add(record);
+        page.add(record);
+        return written = output->flushIfMuch();
+      });
+      if (!written) return complain(output->problem(), kFailed);
+      if (!problem.empty()) return complain(problem, kFailed);
+    }
+  }
+  reading.counts = reader.counts();
+  page.finish(pageSummary(summarizer.finish(), reading));
+  return finish(*output);
 }
 
 // Decides what of a log is in a window. What has no time of its own goes with the entry before.
@@ -237,6 +269,7 @@ int run(const std::vector<std::string>& arguments) {
     return complain(problem, kFailed);
   }
   if (request.follow) return follow(request, inputs);
+  if (request.output) return writePage(request, inputs);
   return request.json ? tellJson(request, inputs) : tellSummary(request, inputs);
 }
 

@@ -68,9 +68,11 @@ PageLines::~PageLines() = default;
 
 // In a chunk, a piece is the seconds since the one before, nothing for none, a tabulator, and its
 // text with a carriage return between its lines: neither is left in what safeText returns.
-void PageLines::add(std::string_view raw, AxisTime at) {
+void PageLines::add(std::string_view raw, LogPosition position, AxisTime at) {
+  if (position != end_) finish();
+  end_ = position + 1;
   if (pieces_ == 0) {
-    chunks_.push_back({position_, at});
+    chunks_.push_back({position, at});
     before_ = at;
   }
   if (at != before_) text_ += std::to_string(at - before_);
@@ -91,7 +93,6 @@ void PageLines::add(std::string_view raw, AxisTime at) {
     text_ += formatText("\u2026 (%zu more bytes)", raw.size() - shown.size());
   }
   text_ += '\n';
-  ++position_;
   if (++pieces_ == kPieces || text_.size() >= kBytes) finish();
 }
 

@@ -28,15 +28,16 @@ class PageLines {
   explicit PageLines(std::string& to);
   ~PageLines();
 
-  /// The next piece, which is at this time: an entry's own, or that of the entry before.
-  void add(std::string_view raw, AxisTime at);
+  /// The next piece, at its position in the log, which is at this time: an entry's own, or that of
+  /// the entry before.
+  void add(std::string_view raw, LogPosition position, AxisTime at);
 
   /// Appends the last chunk.
   void finish();
 
   const std::vector<Chunk>& chunks() const { return chunks_; }
-  /// How many were added.
-  LogPosition pieces() const { return position_; }
+  /// Behind the last piece.
+  LogPosition end() const { return end_; }
 
  private:
   class Deflate;
@@ -45,7 +46,7 @@ class PageLines {
   std::unique_ptr<Deflate> deflate_;
   std::string text_;
   std::size_t pieces_ = 0;
-  LogPosition position_ = 0;
+  LogPosition end_ = 0;
   AxisTime before_ = 0;
   std::vector<Chunk> chunks_;
 };

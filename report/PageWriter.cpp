@@ -74,16 +74,24 @@ void appendTable(std::string& to, const PageTable& table) {
 
 }  // namespace
 
-PageWriter::PageWriter(std::string& to) : to_(to), history_(timeline_), lines_(to) {
+PageWriter::PageWriter(std::string& to, const LogWindow& window)
+    : to_(to),
+      window_(window),
+      timeline_(window),
+      history_(timeline_),
+      lines_(to),
+      inside_(window.since == LogWindow().since) {
   to_ += pageHead();
 }
 
 void PageWriter::add(const LogRecord& record) {
   const bool hasTime = record.piece == LogPiece::kEntry && record.category != kEntriesOfOthersTime;
-  if (hasTime) timeline_.advance(record.time);
+  if (hasTime) inside_ = window_.holds(record.time);
+  if (hasTime && inside_) timeline_.advance(record.time);
   history_.add(record);
-  if (hasTime) at_ = timeline_.at(record.time);
-  lines_.add(record.raw, at_);
+  if (hasTime && inside_) at_ = timeline_.at(record.time);
+  if (inside_) lines_.add(record.raw, position_, at_);
+  ++position_;
 }
 
 void PageWriter::finish(const PageSummary& summary) {
@@ -100,7 +108,7 @@ void PageWriter::finish(const PageSummary& summary) {
     to_ += formatText("%llu,%lld", static_cast<unsigned long long>(chunk.first),
                       static_cast<long long>(chunk.at));
   });
-  to_ += ",\"pieces\":" + std::to_string(lines_.pieces());
+  to_ += ",\"end\":" + std::to_string(lines_.end());
   to_ += "}</script>\n<script type=\"application/json\" id=\"timeline\">";
   timeline_.appendJson(to_);
   to_ += "</script>\n";

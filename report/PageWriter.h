@@ -49,9 +49,10 @@ class PageWriter {
   static constexpr std::size_t kMostRows = 500;
 
   /// Appends the page to a text, which its owner may write out and empty between any two calls.
-  explicit PageWriter(std::string& to);
+  explicit PageWriter(std::string& to, const LogWindow& window = {});
 
-  /// The next piece of the log, of whatever file.
+  /// The next piece of the log, of whatever file. What is not in the window is not shown, but tells
+  /// in which state it begins.
   void add(const LogRecord& record);
 
   /// The log is over: appends the rest of the page.
@@ -59,10 +60,13 @@ class PageWriter {
 
  private:
   std::string& to_;
+  LogWindow window_;
   Timeline timeline_;
   LogHistory history_;
   PageLines lines_;
+  LogPosition position_ = 0;
   AxisTime at_ = 0;
+  bool inside_;  // the piece is in the window; what has no time goes with the entry before
 };
 
 }  // namespace zorva

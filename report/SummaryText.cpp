@@ -34,6 +34,17 @@ std::string left(std::size_t count) {
   return count > kMostRows ? "And " + grouped(count - kMostRows) + " more." : std::string();
 }
 
+std::string useSentence(std::string text, const Charge& charge, LogTime whole) {
+  const auto rate = charge.perHour();
+  if (!rate) return text + "; what that used is not known.";
+  text += ", used " + percent(charge.percent) + ", " + percent(*rate) + " per hour";
+  // The level is not read at the ends of each state.
+  if (std::llabs(charge.seconds - whole) > whole / 10) {
+    text += " (by readings over " + duration(charge.seconds) + ")";
+  }
+  return text + ".";
+}
+
 class Writer {
  public:
   Writer(const LogSummary& summary, const LogReading& reading, const TextStyle& style)
@@ -70,42 +81,7 @@ class Writer {
   void battery() {
     if (!summary_.firstLevel) return;
     page_.heading("Battery");
-    page_.sentence("From " + percent(*summary_.firstLevel) + " to " + percent(*summary_.lastLevel) +
-                   ".");
-    if (summary_.sleeps > 0) {
-      tellUse("Slept " + duration(summary_.asleepSeconds) + " in " +
-                  counted(summary_.sleeps, "sleep", "sleeps"),
-              summary_.asleep, summary_.asleepSeconds);
-    }
-    const LogTime awake =
-        std::max<LogTime>(0, summary_.covered - summary_.asleepSeconds - summary_.charging.seconds);
-    tellUse(summary_.charging.seconds > 0 ? "Awake and not charged " + duration(awake)
-                                          : "Awake " + duration(awake),
-            summary_.awake, awake);
-    if (summary_.mixed.seconds > 0) {
-      page_.sentence("Awake and asleep in turn: " + percent(summary_.mixed.percent) + " in " +
-                     duration(summary_.mixed.seconds) +
-                     ". The level was read too seldom to tell which of the two used it.");
-    }
-    if (summary_.charging.seconds > 0) {
-      page_.sentence("On a charger " + duration(summary_.charging.seconds) + ", " +
-                     (summary_.charging.percent >= 0 ? "gained " : "lost ") +
-                     percent(std::fabs(summary_.charging.percent)) + ".");
-    }
-  }
-
-  void tellUse(std::string text, const Charge& charge, LogTime whole) {
-    const auto rate = charge.perHour();
-    if (!rate) {
-      page_.sentence(text + "; what that used is not known.");
-      return;
-    }
-    text += ", used " + percent(charge.percent) + ", " + percent(*rate) + " per hour";
-    // The level is not read at the ends of each state.
-    if (std::llabs(charge.seconds - whole) > whole / 10) {
-      text += " (by readings over " + duration(charge.seconds) + ")";
-    }
-    page_.sentence(text + ".");
+    for (const std::string& sentence : batterySentences(summary_)) page_.sentence(sentence);
   }
 
   void sleeps() {
@@ -311,6 +287,33 @@ void LogReading::note(const LogRecord& record, const std::string& file) {
   if (record.piece != LogPiece::kDamaged || damaged.size() == kMostDamagedShown) return;
   damaged.push_back(
       {file, record.line, std::string(trimmed(record.raw.substr(0, kLongestDamaged)))});
+}
+
+std::vector<std::string> batterySentences(const LogSummary& summary) {
+  if (!summary.firstLevel) return {};
+  std::vector<std::string> sentences{"From " + percent(*summary.firstLevel) + " to " +
+                                     percent(*summary.lastLevel) + "."};
+  if (summary.sleeps > 0) {
+    sentences.push_back(useSentence("Slept " + duration(summary.asleepSeconds) + " in " +
+                                        counted(summary.sleeps, "sleep", "sleeps"),
+                                    summary.asleep, summary.asleepSeconds));
+  }
+  const LogTime awake =
+      std::max<LogTime>(0, summary.covered - summary.asleepSeconds - summary.charging.seconds);
+  sentences.push_back(useSentence(
+      (summary.charging.seconds > 0 ? "Awake and not charged " : "Awake ") + duration(awake),
+      summary.awake, awake));
+  if (summary.mixed.seconds > 0) {
+    sentences.push_back("Awake and asleep in turn: " + percent(summary.mixed.percent) + " in " +
+                        duration(summary.mixed.seconds) +
+                        ". The level was read too seldom to tell which of the two used it.");
+  }
+  if (summary.charging.seconds > 0) {
+    sentences.push_back("On a charger " + duration(summary.charging.seconds) + ", " +
+                        (summary.charging.percent >= 0 ? "gained " : "lost ") +
+                        percent(std::fabs(summary.charging.percent)) + ".");
+  }
+  return sentences;
 }
 
 std::string summaryText(const LogSummary& summary, const LogReading& reading,

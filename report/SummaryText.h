@@ -28,6 +28,9 @@ struct LogReading {
   void note(const LogRecord& record, const std::string& file);
 };
 
+/// What was used asleep, awake and on a charger, in sentences; none without a level.
+std::vector<std::string> batterySentences(const LogSummary& summary);
+
 /// The page for the terminal.
 std::string summaryText(const LogSummary& summary, const LogReading& reading,
                         const TextStyle& style);

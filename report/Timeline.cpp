@@ -38,20 +38,24 @@ std::uint32_t Timeline::number(std::string_view text) {
 }
 
 void Timeline::span(const LogSpan& told) {
+  const LogTime begin = std::max(told.begin, window_.since);
+  const LogTime end = std::min(told.end, window_.until);
+  if (end < begin) return;
   TimelineSpan span;
-  span.begin = clock_.at(told.begin);
-  span.end = std::max(span.begin, clock_.at(told.end));
-  span.held = told.end - told.begin;
+  span.begin = clock_.at(begin);
+  span.end = std::max(span.begin, clock_.at(end));
+  span.held = end - begin;
   span.first = told.first;
   span.pid = told.pid;
   span.who = number(told.who);
   span.what = number(told.what);
-  span.beginKnown = told.beginKnown;
-  span.endKnown = told.endKnown;
+  span.beginKnown = told.beginKnown && begin == told.begin;
+  span.endKnown = told.endKnown && end == told.end;
   lanes_[static_cast<std::size_t>(told.lane)].add(span);
 }
 
 void Timeline::sample(Curve curve, LogTime time, double value, LogPosition) {
+  if (!window_.holds(time)) return;
   const AxisTime at = clock_.at(time);
   if (curve == Curve::kReceived) {
     traffic_.add(trafficAt_.value_or(at), at, {value, 0});
@@ -65,6 +69,7 @@ void Timeline::sample(Curve curve, LogTime time, double value, LogPosition) {
 }
 
 void Timeline::wake(const LogWake& wake) {
+  if (!window_.holds(wake.time)) return;
   TimelineSpan span;
   span.begin = span.end = clock_.at(wake.time);
   span.first = wake.position;
@@ -76,6 +81,7 @@ void Timeline::wake(const LogWake& wake) {
 }
 
 void Timeline::moment(const LogMoment& moment) {
+  if (!window_.holds(moment.time)) return;
   TimelineSpan span;
   span.begin = span.end = clock_.at(moment.time);
   span.first = moment.position;
@@ -86,6 +92,7 @@ void Timeline::moment(const LogMoment& moment) {
 
 void Timeline::processes(LogTime from, LogTime to, std::span<const ProcessUse> uses,
                          LogPosition position) {
+  if (!window_.holds(to)) return;
   Work work;
   work.position = position;
   for (const ProcessUse& use : uses) {
@@ -98,6 +105,7 @@ void Timeline::processes(LogTime from, LogTime to, std::span<const ProcessUse> u
 
 void Timeline::modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
                      LogPosition position) {
+  if (!window_.holds(to)) return;
   Work work;
   work.position = position;
   for (const ModemUse& use : uses) {

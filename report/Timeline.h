@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "report/LogHistory.h"
+#include "report/LogSummary.h"
 #include "report/TimelineStores.h"
 
 namespace zorva {
@@ -19,7 +20,9 @@ namespace zorva {
 /// tells of how many it was made.
 class Timeline : public LogHistorySink {
  public:
-  /// The log goes on at this time; to be told before the history is given the entry.
+  explicit Timeline(const LogWindow& window = {}) : window_(window) {}
+
+  /// The log goes on at this time, which is in the window; to be told before the history is given the entry.
   void advance(LogTime time) { clock_.advance(time); }
 
   /// Where on the axis a time near the last one is.
@@ -55,6 +58,7 @@ class Timeline : public LogHistorySink {
   void appendIntervals(std::string& to) const;
   void appendWork(std::string& to, const IntervalStore<Work>& intervals) const;
 
+  LogWindow window_;
   TimelineClock clock_;
   TextTable texts_;
   std::array<SpanStore, kAllLanes> lanes_;

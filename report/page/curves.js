@@ -107,7 +107,7 @@ class Curves {
       fillGraph: Boolean(curve.fill),
       fillAlpha: 0.18,
       stepPlot: Boolean(curve.steps),
-      strokeWidth: 1.75,
+      strokeWidth: points.length < 2000 ? 1.75 : 1,
       drawPoints: points.length < 120,
       pointSize: 2,
       rightGap: 10,

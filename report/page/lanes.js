@@ -187,10 +187,10 @@ class Lanes {
       const right = Math.min(this.plot.left + this.plot.width + 2, this.x(span.end));
       const own = this.isOwn(row, span);
       const width = Math.max(1, right - left - (right - left > 4 ? 1 : 0));
-      const level = Number(own) + 2 * span.level;
+      const level = Number(own) + 2 * (span.level ?? 0);
       if (right < (drawn[level] ?? -1) + 0.5 && width <= 1) continue;
       drawn[level] = left + width;
-      const top = rowTop + span.level * (height + 1);
+      const top = rowTop + (span.level ?? 0) * (height + 1);
       const faint = isFaint(row, span);
       context.globalAlpha = own ? faint ? 0.4 : 1 : 0.15;
       context.fillStyle = this.colour(row.lane.colour);
@@ -229,7 +229,7 @@ class Lanes {
     const middle = top + height / 2;
     const marks = row.between(this.view.from - 4 * this.perPixel, this.view.to + 4 * this.perPixel);
     const size = 4.5;
-    let free = -Infinity, drawn = -Infinity;
+    let drawn = -Infinity;
     context.font = `11px ${styleValue('--font')}`;
     marks.forEach((mark, i) => {
       const x = this.x((mark.begin + mark.end) / 2);
@@ -237,12 +237,14 @@ class Lanes {
       context.globalAlpha = own ? 1 : 0.18;
       context.fillStyle = this.colour(row.lane.colour);
       if (x < drawn + 1) return;
+      const next = i + 1 < marks.length ? this.x(marks[i + 1].begin) : Infinity;
+      // Where they are close together, each is a stroke.
+      const dense = row.lane.lane === 'events' || Math.min(x - drawn, next - x) < size;
       drawn = x;
-      if (x >= free - size || row.lane.lane !== 'events') this.paintShape(context, row, mark, x, middle, size);
+      if (dense) context.fillRect(x - 0.5, top + 2, 1, height - 4);
+      else this.paintShape(context, row, mark, x, middle, size);
       // What it was, where the next one leaves room.
-      const next = i + 1 < marks.length ? this.x(marks[i + 1].begin) - size : Infinity;
-      const room = Math.min(next, this.plot.left + this.plot.width) - x - size - 6;
-      free = x + 2 * size;
+      const room = Math.min(next - size, this.plot.left + this.plot.width) - x - size - 6;
       if (room < 20) return;
       context.fillStyle = this.colour('--text');
       context.fillText(this.fit(context, shortText(row, mark), room), x + size + 3, middle + 0.5);
@@ -254,7 +256,6 @@ class Lanes {
     const kind = row.lane.lane === 'wakes' ? kindOfWake(mark) : row.lane.lane;
     context.beginPath();
     if (kind === 'modem' || kind === 'several') context.arc(x, y, size, 0, 7);
-    else if (kind === 'events') context.rect(x - 1, y - size, 2, 2 * size);
     else if (kind === 'other') context.rect(x - size + 0.5, y - size + 0.5, 2 * size - 1, 2 * size - 1);
     else {
       const corners = {

@@ -7,7 +7,8 @@ class Lines {
     for (let i = 0; i < summary.lines.length; i += 2) {
       this.chunks.push({first: summary.lines[i], at: summary.lines[i + 1]});
     }
-    this.pieces = summary.pieces;
+    this.begin = this.chunks[0]?.first ?? 0;
+    this.end = summary.end;
     this.opened = new Map();  // the chunks that were looked at last
     this.section = document.getElementById('lines-section');
     this.list = document.getElementById('lines');
@@ -43,10 +44,11 @@ class Lines {
     });
   }
 
+  // Nothing where the position is not in the part of the log that the page shows.
   async piece(position) {
     const index = lastBefore(this.chunks, position, 'first');
-    const chunk = await this.open(index);
-    return chunk[position - this.chunks[index].first];
+    const chunk = index < 0 ? [] : await this.open(index);
+    return chunk[position - this.chunks[index]?.first];
   }
 
   // The last piece that is not later than the moment.
@@ -65,9 +67,10 @@ class Lines {
   async show(position, at) {
     this.section.hidden = false;
     try {
-      this.marked = position ?? await this.positionAt(at);
-      this.from = Math.max(0, this.marked - 12);
-      this.to = Math.min(this.pieces, this.marked + 25);
+      const known = position !== null && await this.piece(position);
+      this.marked = known ? position : await this.positionAt(at);
+      this.from = Math.max(this.begin, this.marked - 12);
+      this.to = Math.min(this.end, this.marked + 25);
       this.list.replaceChildren(...await this.range(this.from, this.to));
       const mark = this.list.querySelector('.marked');
       this.list.scrollTop = mark.offsetTop - this.list.offsetTop - this.list.clientHeight / 3;
@@ -80,13 +83,13 @@ class Lines {
   async extend(direction) {
     const more = 60;
     if (direction < 0) {
-      const from = Math.max(0, this.from - more);
+      const from = Math.max(this.begin, this.from - more);
       const height = this.list.scrollHeight;
       this.list.prepend(...await this.range(from, this.from));
       this.list.scrollTop += this.list.scrollHeight - height;
       this.from = from;
     } else {
-      const to = Math.min(this.pieces, this.to + more);
+      const to = Math.min(this.end, this.to + more);
       this.list.append(...await this.range(this.to, to));
       this.to = to;
     }
@@ -94,15 +97,15 @@ class Lines {
   }
 
   showEnds() {
-    document.getElementById('lines-earlier').hidden = !(this.from > 0);
-    document.getElementById('lines-later').hidden = !(this.to < this.pieces);
+    document.getElementById('lines-earlier').hidden = !(this.from > this.begin);
+    document.getElementById('lines-later').hidden = !(this.to < this.end);
   }
 
   async range(from, to) {
     const items = [];
     for (let position = from; position < to; ++position) {
       const piece = await this.piece(position);
-      if (piece.text) items.push(this.item(piece));
+      if (piece?.text) items.push(this.item(piece));
     }
     return items;
   }

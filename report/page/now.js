@@ -26,7 +26,7 @@ class Now {
     const key = (item) => `${item.row.lane.lane} ${item.span.begin} ${item.span.first}`;
     const focused = this.place.contains(document.activeElement) ? document.activeElement.dataset.key : null;
     const list = element('ul', '', ...items.map((item) => {
-      const button = element('button', 'item', this.swatch(item.row), element('span', 'what', ...this.words(item, at)));
+      const button = element('button', 'item', this.swatch(item.row), element('span', 'what', ...this.words(item)));
       button.type = 'button';
       button.dataset.key = key(item);
       button.title = 'Show its first line in the log';
@@ -57,22 +57,44 @@ class Now {
   // What lasts at the moment, and what happened within some pixels of it.
   itemsAt(at) {
     const items = [];
-    const near = 4 * this.lanes.perPixel;
-    const touch = 0.75 * this.lanes.perPixel;
     for (const row of this.lanes.rows) {
-      const isMark = row.lane.kind === 'marks';
-      const found = isMark ? row.between(at - near, at + near)
-          : row.between(at - touch, at + touch).filter((span) => span.begin <= at && (span.end > at || span.end === this.lanes.data.end) || span.end - span.begin <= 2 * touch);
-      const most = isMark ? 5 : 6;
-      if (row.lane.kind === 'bars') found.splice(0, found.length, ...found.filter((interval) => this.lanes.shareOf(row, interval) > 0));
-      found.sort((one, other) => Math.abs(one.begin - at) - Math.abs(other.begin - at));
-      items.push(...found.slice(0, most).map((span) => ({row, span})));
-      if (found.length > most) items.at(-1).left = found.length - most;
+      const found = this.found(row, at);
+      const most = row.lane.each ? 5 : 3;
+      if (found.length > most) items.push({row, span: this.together(row, found)});
+      else items.push(...found.map((span) => ({row, span})));
       if (row.lane.lane === 'asleep' && !found.length) items.push(...this.awake(row, at));
     }
     // Who has just woken is told of once.
     const woken = items.find(({row}) => row.lane.lane === 'awake')?.span.wake;
     return woken ? items.filter(({span}) => span !== woken) : items;
+  }
+
+  found(row, at) {
+    const {perPixel, data} = this.lanes;
+    const near = 4 * perPixel;
+    if (row.lane.kind === 'marks') return row.between(at - near, at + near);
+    const lasts = ({begin, end}) => begin <= at && (end > at || end === data.end);
+    if (row.lane.kind === 'bars') return row.between(at, at).filter((span) => lasts(span) && this.lanes.shareOf(row, span) > 0).slice(-1);
+    // What is narrower than a pixel counts where the pixel is.
+    const touch = 0.75 * perPixel;
+    return row.between(at - touch, at + touch).filter((span) => lasts(span) || span.end - span.begin <= 2 * touch);
+  }
+
+  // More than can be told one by one: how often there was what.
+  together(row, spans) {
+    const counts = new Map();
+    for (const span of spans) {
+      const text = row.lane.each === 'who' ? span.what : shortText(row, span);
+      counts.set(text, (counts.get(text) ?? 0) + span.count);
+    }
+    const sorted = [...counts].filter(([text]) => text).sort(([, one], [, other]) => other - one);
+    return {
+      ...spans[0], what: '', detail: '', pid: 0, who: row.lane.each === 'who' ? spans[0].who : '',
+      end: Math.max(...spans.map(({end}) => end)),
+      count: spans.reduce((sum, {count}) => sum + count, 0),
+      held: spans.reduce((sum, {held}) => sum + held, 0),
+      counts: sorted.slice(0, 4).map(([text, count]) => `${count} \u00d7 ${text}`).join(', ') + (sorted.length > 4 ? ' \u2026' : ''),
+    };
   }
 
   awake(row, at) {
@@ -94,12 +116,14 @@ class Now {
     return mark;
   }
 
-  words({row, span, left}, at) {
+  words({row, span}) {
     const {lane} = row.lane;
     const strong = (text) => element('b', '', text);
     const holder = span.pid ? `${span.who || '<unknown>'} (${span.pid})` : span.who;
     const words = [];
-    if (lane === 'traffic') {
+    if (span.counts !== undefined) {
+      words.push(strong(row.lane.each ? row.label : row.lane.label), span.counts ? ` ${span.counts}` : '');
+    } else if (lane === 'traffic') {
       words.push(strong('Traffic '), `${bytes(span.received)} in, ${bytes(span.sent)} out`);
     } else if (lane === 'work') {
       const uses = this.view.process ? span.uses.filter(({name}) => name === this.view.process) : span.uses;
@@ -120,13 +144,13 @@ class Now {
       const text = shortText(row, span);
       words.push(strong(row.lane.label), text ? ` ${text}` : '');
     }
-    words.push(element('span', 'when', this.when(row, span), left ? `; ${left} more` : ''));
+    words.push(element('span', 'when', this.when(row, span)));
     return words;
   }
 
   when(row, span) {
-    if (row.lane.kind === 'marks') return span.count > 1 ? `from ${this.clock.time(span.begin)} to ${this.clock.time(span.end)}` : this.clock.time(span.begin);
     const time = (at) => this.clock.day(at) === this.clock.day(this.view.cursor) ? this.clock.time(at) : `${this.clock.day(at)} ${this.clock.time(at)}`;
+    if (row.lane.kind === 'marks') return span.count > 1 ? `${span.count} from ${time(span.begin)} to ${time(span.end)}` : time(span.begin);
     if (row.lane.kind === 'bars') return `${time(span.begin)} to ${time(span.end)}`;
     if (span.count > 1) return `${span.count} short ones, in all ${duration(span.held)}, from ${time(span.begin)} to ${time(span.end)}`;
     const from = span.beginKnown ? `since ${time(span.begin)}` : `since before ${time(Math.max(span.begin, this.view.begin))}`;

@@ -31,7 +31,7 @@ class Row {
     this.lane = lane;
     this.label = label;
     this.items = items;
-    this.levels = this.setLevels();
+    this.levels = lane.each ? this.setLevels() : 1;
     // The latest end up to each span: what is going on at a moment can have begun long before.
     this.latest = new Float64Array(items.length);
     let latest = -Infinity;
