@@ -130,9 +130,11 @@ class LogSummarizer::Sink : public LogHistorySink {
         break;
       case Curve::kReceived:
         summary_.received += value;
+        summary_.traffic = true;
         break;
       case Curve::kSent:
         summary_.sent += value;
+        summary_.traffic = true;
         break;
       case Curve::kCurrent:
       case Curve::kTemperature:

@@ -21,7 +21,9 @@ std::string percent(double value) {
 }
 
 std::string share(double part, double whole) {
-  return whole > 0 ? formatText("%.0f %%", 100 * part / whole) : std::string();
+  if (!(whole > 0)) return "";
+  const double percent = 100 * part / whole;
+  return percent > 0 && percent < 0.5 ? "<1 %" : formatText("%.0f %%", percent);
 }
 
 std::string share(LogTime part, LogTime whole) {
@@ -221,12 +223,19 @@ class Writer {
   }
 
   void radio() {
+    const auto& networks = summary_.lane(Lane::kRegistered);
+    if (!summary_.traffic && !summary_.weakestSignal && networks.empty()) return;
     page_.heading("Radio and traffic");
-    page_.sentence("Received " + byteCount(summary_.received) + ", sent " +
-                   byteCount(summary_.sent) + ".");
+    if (summary_.traffic) {
+      page_.sentence("Received " + byteCount(summary_.received) + ", sent " +
+                     byteCount(summary_.sent) + ".");
+    }
     if (summary_.weakestSignal) {
-      page_.sentence(formatText("Signal between %.0f and %.0f dBm.", *summary_.weakestSignal,
-                                *summary_.strongestSignal));
+      const double weakest = *summary_.weakestSignal;
+      const double strongest = *summary_.strongestSignal;
+      page_.sentence(weakest == strongest
+                         ? formatText("Signal %.0f dBm.", weakest)
+                         : formatText("Signal between %.0f and %.0f dBm.", weakest, strongest));
     }
     std::int64_t all = 0;
     for (const auto& [state, milliseconds] : summary_.modem) all += milliseconds;
@@ -237,7 +246,7 @@ class Writer {
     }
     if (!modem.empty()) page_.sentence("The modem: " + modem + ".");
     std::vector<Row> rows;
-    for (const Tally& tally : summary_.lane(Lane::kRegistered)) {
+    for (const Tally& tally : networks) {
       if (rows.size() == kMostRows) break;
       rows.push_back({duration(tally.seconds), share(tally.seconds, summary_.covered), tally.name,
                       tally.detail});
