@@ -231,8 +231,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     if (forAWhile) history.settle();
     if (!std::exchange(live, true) && !request.json) {
       output.pending() += "Following " + safeText(follower.input().name());
-      if (news.level())
-        output.pending() += formatText("; the battery is at %.0f %%", *news.level());
+      if (news.level()) output.pending() += "; the battery is at " + figure(*news.level()) + " %";
       output.pending() += ".\n";
     }
     return written = output.finish();

@@ -47,7 +47,7 @@ void LogNews::span(const LogSpan& span) {
 
 void LogNews::sample(Curve curve, LogTime time, double value, LogPosition) {
   if (curve != Curve::kLevel || (level_ && std::floor(*level_) == std::floor(value))) return;
-  std::string text = formatText("The battery is at %.0f %%", value);
+  std::string text = "The battery is at " + figure(value) + " %";
   if (level_) {
     text += formatText(", %+.1f %% in ", value - *level_) + duration(time - levelTime_);
   }

@@ -93,6 +93,7 @@ struct LogSummary {
   std::vector<Amount> processes;        ///< CPU seconds, of all processes of that name
   LogTime processSeconds = 0;           ///< the time over which they were seen
   std::vector<Amount> modem;            ///< milliseconds in each state of power, in no order
+  bool traffic = false;                 ///< it was counted
   double received = 0;                  ///< bytes
   double sent = 0;                      ///< bytes
   std::optional<double> weakestSignal;  ///< dBm
