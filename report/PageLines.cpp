@@ -79,7 +79,8 @@ void PageLines::add(std::string_view raw, LogPosition position, AxisTime at) {
   before_ = at;
   text_ += '\t';
   const std::string_view shown = raw.substr(0, kLongest);
-  for (std::string_view rest = trimmed(shown).empty() ? std::string_view() : shown; !rest.empty();) {
+  for (std::string_view rest = trimmed(shown).empty() ? std::string_view() : shown;
+       !rest.empty();) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
     rest.remove_prefix(std::min(rest.size(), line.size() + 1));
     if (isPlain(line)) {
@@ -98,8 +99,8 @@ void PageLines::add(std::string_view raw, LogPosition position, AxisTime at) {
 
 void PageLines::finish() {
   if (pieces_ == 0) return;
-  to_ += formatText("<script type=\"application/octet-stream\" id=\"lines-%zu\">",
-                    chunks_.size() - 1);
+  to_ +=
+      formatText("<script type=\"application/octet-stream\" id=\"lines-%zu\">", chunks_.size() - 1);
   appendBase64(to_, (*deflate_)(text_));
   to_ += "</script>\n";
   text_.clear();

@@ -110,12 +110,12 @@ class Writer {
   }
 
   void sleeps() {
-    PageTable& to = table(summary_.sleeps > summary_.longestSleeps.size() ? "The longest sleeps"
-                                                                          : "Sleeps",
-                          {{"From", Kind::kText},
-                           {"Length", Kind::kSeconds},
-                           {"Ended by", Kind::kText},
-                           {"For", Kind::kProcess}});
+    PageTable& to =
+        table(summary_.sleeps > summary_.longestSleeps.size() ? "The longest sleeps" : "Sleeps",
+              {{"From", Kind::kText},
+               {"Length", Kind::kSeconds},
+               {"Ended by", Kind::kText},
+               {"For", Kind::kProcess}});
     for (const LogSummary::Sleep& sleep : summary_.longestSleeps) {
       std::string ended = sleep.endKnown ? sleep.reason : "its end is not in the log";
       if (!sleep.decoded.empty()) ended += ": " + sleep.decoded;
@@ -130,10 +130,11 @@ class Writer {
       const char* name;
     };
     static constexpr Named kStates[] = {
-        {Lane::kDisplay, "Display"}, {Lane::kAudio, "Audio"},        {Lane::kCall, "Call"},
-        {Lane::kData, "Data"},       {Lane::kRegistered, "Network"}, {Lane::kWiFi, "Wi-Fi"},
-        {Lane::kCharging, "Charger"}, {Lane::kBluetooth, "Bluetooth"}, {Lane::kLocation, "Location"},
-        {Lane::kThermal, "Heat level"}};
+        {Lane::kDisplay, "Display"},    {Lane::kAudio, "Audio"},
+        {Lane::kCall, "Call"},          {Lane::kData, "Data"},
+        {Lane::kRegistered, "Network"}, {Lane::kWiFi, "Wi-Fi"},
+        {Lane::kCharging, "Charger"},   {Lane::kBluetooth, "Bluetooth"},
+        {Lane::kLocation, "Location"},  {Lane::kThermal, "Heat level"}};
     PageTable& to = table("Device and radio", {{"What", Kind::kText},
                                                {"State", Kind::kText},
                                                {"Time", Kind::kSeconds},
@@ -145,7 +146,8 @@ class Writer {
     };
     for (const auto& [lane, name] : kStates) {
       for (const Tally& tally : summary_.lane(lane)) {
-        add(name, tally.name + (tally.name.empty() || tally.detail.empty() ? "" : " ") + tally.detail,
+        add(name,
+            tally.name + (tally.name.empty() || tally.detail.empty() ? "" : " ") + tally.detail,
             tally);
       }
     }
@@ -162,9 +164,9 @@ class Writer {
 
   void radio() {
     if (summary_.traffic) {
-      PageTable& traffic = table("Traffic of all interfaces", {{"Direction", Kind::kText},
-                                                               {"Amount", Kind::kBytes},
-                                                               {"Per hour", Kind::kBytes}});
+      PageTable& traffic =
+          table("Traffic of all interfaces",
+                {{"Direction", Kind::kText}, {"Amount", Kind::kBytes}, {"Per hour", Kind::kBytes}});
       const double hours = static_cast<double>(summary_.covered) / 3600;
       const auto add = [&](const char* direction, double bytes) {
         traffic.rows.push_back({direction, bytes, hours > 0 ? Cell(bytes / hours) : Cell()});
@@ -183,9 +185,8 @@ class Writer {
   }
 
   void errors() {
-    PageTable& to = table("Errors", {{"Error", Kind::kText},
-                                     {"Times", Kind::kCount},
-                                     {"First", Kind::kText}});
+    PageTable& to =
+        table("Errors", {{"Error", Kind::kText}, {"Times", Kind::kCount}, {"First", Kind::kText}});
     std::uint64_t left = summary_.errorCount;
     for (const LogSummary::Error& error : summary_.errors) {
       to.rows.push_back({error.text, number(error.count), shortTime(error.first)});

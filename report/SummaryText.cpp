@@ -291,8 +291,8 @@ void LogReading::note(const LogRecord& record, const std::string& file) {
 
 std::vector<std::string> batterySentences(const LogSummary& summary) {
   if (!summary.firstLevel) return {};
-  std::vector<std::string> sentences{"The level went from " + percent(*summary.firstLevel) + " to " +
-                                     percent(*summary.lastLevel) + "."};
+  std::vector<std::string> sentences{"The level went from " + percent(*summary.firstLevel) +
+                                     " to " + percent(*summary.lastLevel) + "."};
   if (summary.sleeps > 0) {
     sentences.push_back(useSentence("Slept " + duration(summary.asleepSeconds) + " in " +
                                         counted(summary.sleeps, "sleep", "sleeps"),

@@ -20,9 +20,10 @@ void appendNumbers(std::string& to, std::initializer_list<std::int64_t> numbers)
 }  // namespace
 
 std::string_view Timeline::laneName(std::size_t lane) {
-  constexpr std::string_view kNames[kAllLanes] = {
-      "asleep",      "display", "assertion", "call",     "data",       "wifi",  "bluetooth", "audio",
-      "application", "thermal", "charging",  "location", "registered", "wakes", "errors",    "events"};
+  constexpr std::string_view kNames[kAllLanes] = {"asleep",      "display", "assertion", "call",
+                                                  "data",        "wifi",    "bluetooth", "audio",
+                                                  "application", "thermal", "charging",  "location",
+                                                  "registered",  "wakes",   "errors",    "events"};
   return kNames[lane];
 }
 
@@ -152,8 +153,7 @@ void Timeline::appendCurves(std::string& to) const {
     if (points.empty()) continue;
     if (!first) to += ',';
     first = false;
-    to += formatText("\n\"%s\":{\"width\":%lld,\"points\":[",
-                     std::string(curveName(curve)).c_str(),
+    to += formatText("\n\"%s\":{\"width\":%lld,\"points\":[", std::string(curveName(curve)).c_str(),
                      static_cast<long long>(curves_[curve].width()));
     AxisTime before = clock_.begin();
     for (const CurveStore::Point& point : points) {

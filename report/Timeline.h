@@ -22,7 +22,8 @@ class Timeline : public LogHistorySink {
  public:
   explicit Timeline(const LogWindow& window = {}) : window_(window) {}
 
-  /// The log goes on at this time, which is in the window; to be told before the history is given the entry.
+  /// The log goes on at this time, which is in the window; to be told before the history is given
+  /// the entry.
   void advance(LogTime time) { clock_.advance(time); }
 
   /// Where on the axis a time near the last one is.

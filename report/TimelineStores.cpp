@@ -99,12 +99,13 @@ std::size_t SpanStore::mergeWithin(std::int64_t gap, int likeness) {
   for (const TimelineSpan& span : spans_) {
     std::array<std::uint64_t, 4> key{};
     if (likeness < 2) key[0] = span.who;
-    if (likeness < 1) key = {span.who, static_cast<std::uint64_t>(span.pid), span.what, span.detail};
+    if (likeness < 1)
+      key = {span.who, static_cast<std::uint64_t>(span.pid), span.what, span.detail};
     const auto [found, isNew] = last.try_emplace(key, kept.size());
     if (!isNew) {
       TimelineSpan& before = kept[found->second];
-      const bool isShort = span.end - span.begin <= gap &&
-                           (before.count > 1 || before.end - before.begin <= gap);
+      const bool isShort =
+          span.end - span.begin <= gap && (before.count > 1 || before.end - before.begin <= gap);
       if (isShort && span.begin - before.end <= gap) {
         before.end = std::max(before.end, span.end);
         before.held += span.held;

@@ -149,10 +149,10 @@ class Lanes {
       context.fillStyle = this.colour('--dim');
       context.letterSpacing = '0.06em';
       context.fillText(row.heading.toUpperCase(), this.plot.narrow ? 6 : 12, row.top - 8);
+      const from = Math.max(this.plot.left, 14 + context.measureText(row.heading.toUpperCase()).width);
       context.letterSpacing = '0px';
       context.fillStyle = this.colour('--line');
-      const from = this.plot.left;
-      context.fillRect(from, row.top - 8, this.plot.width, 1);
+      context.fillRect(from, row.top - 8, this.plot.left + this.plot.width - from, 1);
     }
     context.font = `${this.plot.narrow ? 10 : 12}px ${styleValue('--font')}`;
     context.fillStyle = this.colour('--text');
