@@ -44,13 +44,14 @@ function shade(context, spans, x, top, height, least, most) {
 // policy does not allow.
 Dygraph.PLUGINS = [Dygraph.Plugins.Axes, Dygraph.Plugins.Grid];
 
-// At most so many round values in the range.
-function roundValues([least, most], count) {
-  const rough = (most - least) / count;
+// Round values in the range, as many as can be read beside so many pixels.
+function roundValues([least, most], height) {
+  const rough = (most - least) / (height / 18);
   const power = 10 ** Math.floor(Math.log10(rough));
   const step = [1, 2, 5, 10].map((one) => one * power).find((one) => one >= rough);
   const values = [];
-  for (let i = Math.ceil(least / step); i * step <= most; ++i) values.push({v: i * step, label: amount(i * step, 3)});
+  const margin = (most - least) * 5 / height;  // half of what is written
+  for (let i = Math.ceil((least + margin) / step); i * step <= most - margin; ++i) values.push({v: i * step, label: amount(i * step, 3)});
   return values;
 }
 
@@ -115,7 +116,7 @@ class Curves {
       axisLabelFontSize: 11,
       axes: {
         x: {drawAxis: false, ticker: (from, to) => this.ticks(from, to)},
-        y: {valueRange: range, ticker: () => roundValues(range, Math.floor(curve.height / 18))},
+        y: {valueRange: range, ticker: () => roundValues(range, curve.height)},
       },
       ...this.style(curve, chart),
     });
@@ -159,13 +160,17 @@ class Curves {
     }
   }
 
-  // What was sampled last, for each curve.
+  // What was sampled last, for each curve, and where it changes from there to the next sample, that
+  // one, too.
   at(time) {
     const found = [];
     for (const {curve} of this.charts) {
       const points = this.data.curves[curve.name].points;
       const index = lastBefore(points, time, 0);
-      if (index >= 0) found.push({curve, at: points[index][0], value: points[index][1]});
+      if (index < 0) continue;
+      const [[at, value], next] = [points[index], points[index + 1]?.[1]];
+      const isBetween = !curve.steps && at !== time && next !== undefined && next !== value;
+      found.push({curve, text: `${amount(value)}${isBetween ? ` \u2192 ${amount(next)}` : ''}\u00a0${curve.unit}`});
     }
     return found;
   }

@@ -63,7 +63,7 @@ function start() {
   const now = new Now(document.getElementById('now'), lanes, curves, showLines);
   new Cursor(lanes, now, showLines);
   new Overview(lanes);
-  new Tables(document.getElementById('tables'), summary.tables, view);
+  new Tables(document.getElementById('tables'), summary.tables, view, processes);
   makeToolbar(view, clock, processes);
 
   const notes = [];

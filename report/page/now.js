@@ -41,15 +41,15 @@ class Now {
   sentence() {
     const at = this.view.cursor;
     if (at === null) return '';
-    const values = this.curves.at(at).map(({curve, value}) => `${curve.label} ${amount(value)} ${curve.unit}`);
+    const values = this.curves.at(at).map(({curve, text}) => `${curve.label} ${text}`);
     const items = this.itemsAt(at).map(({row, span}) => `${row.lane.label ?? row.lane.group} ${row.lane.each === 'who' ? row.label : ''} ${shortText(row, span)}`.trim());
     return [this.clock.time(at), this.clock.day(at), ...values, ...items].join(', ');
   }
 
   values(at) {
     const list = element('dl', 'values');
-    for (const {curve, value} of this.curves.at(at)) {
-      list.append(element('div', '', element('dt', '', curve.label), element('dd', '', `${amount(value)}\u00a0${curve.unit}`)));
+    for (const {curve, text} of this.curves.at(at)) {
+      list.append(element('div', '', element('dt', '', curve.label), element('dd', '', text)));
     }
     return list;
   }

@@ -1,8 +1,8 @@
 // Tables that sort by any column, and show what is of the chosen process.
 
 class Tables {
-  constructor(place, tables, view) {
-    this.view = view;
+  constructor(place, tables, view, processes) {
+    Object.assign(this, {view, processes});
     this.tables = tables.filter(({rows}) => rows.length).map((table) => this.make(place, table));
     view.on('process', () => this.tables.forEach((table) => this.fill(table)));
   }
@@ -59,7 +59,7 @@ class Tables {
   rowsOf(table) {
     const {process} = this.view;
     const columns = table.columns.flatMap(({kind}, i) => kind === 'process' ? [i] : []);
-    const rows = table.rows.filter((row) => !process || !columns.length || columns.some((i) => row[i] === process));
+    const rows = table.rows.filter((row) => !process || !columns.length || columns.some((i) => row[i] !== null && this.processes.owns(process, {who: row[i], pid: 0})));
     if (!table.sorted) return rows;
     const {column, descends} = table.sorted;
     const order = (one, other) => typeof one === 'number' ? one - other : String(one).localeCompare(String(other), 'en', {numeric: true});
@@ -98,7 +98,7 @@ class Tables {
     switch (kind) {
       case 'seconds': return duration(value);
       case 'bytes': return bytes(value);
-      case 'percent': return `${amount(value)}\u00a0%`;
+      case 'percent': return `${value > 0 && value < 0.05 ? '<0.1' : amount(value)}\u00a0%`;
       case 'count': return amount(value, 0);
       case 'number': return amount(value, 2);
       default: return value;
