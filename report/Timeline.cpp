@@ -126,11 +126,12 @@ void Timeline::appendLanes(std::string& to) {
   to += "\"lanes\":{";
   for (std::size_t lane = 0; lane < kAllLanes; ++lane) {
     if (lane > 0) to += ',';
+    const auto& spans = lanes_[lane].finish();
     to += formatText("\n\"%s\":{\"merged\":%llu,\"spans\":[", std::string(laneName(lane)).c_str(),
                      static_cast<unsigned long long>(lanes_[lane].merged()));
     TimelineSpan before;
     before.begin = clock_.begin();
-    for (const TimelineSpan& span : lanes_[lane].sorted()) {
+    for (const TimelineSpan& span : spans) {
       const bool merged = span.count > 1;
       const unsigned flags = (span.beginKnown ? 0 : kBeginUnknown) |
                              (span.endKnown ? 0 : kEndUnknown) | (merged ? kMerged : 0);

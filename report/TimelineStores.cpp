@@ -63,29 +63,39 @@ void SpanStore::add(const TimelineSpan& span) {
   if (spans_.size() > kMost) compact();
 }
 
-std::vector<TimelineSpan>& SpanStore::sorted() {
+void SpanStore::sort() {
   std::stable_sort(
       spans_.begin(), spans_.end(),
       [](const TimelineSpan& one, const TimelineSpan& other) { return one.begin < other.begin; });
+}
+
+const std::vector<TimelineSpan>& SpanStore::finish() {
+  sort();
+  if (merged_ > 0) merge();
   return spans_;
 }
 
 // First near neighbours that say the same, then what lies farther apart; where that does not help,
 // for all its texts are different, those of the same holder, at last any.
 void SpanStore::compact() {
-  sorted();
+  sort();
   const std::int64_t range = std::max<std::int64_t>(1, spans_.back().begin - spans_.front().begin);
-  for (int likeness = 0;; ++likeness) {
-    for (; gap_ <= range / 256 || likeness == 2; gap_ *= 2) {
-      merged_ += mergeWithin(gap_, likeness);
-      if (spans_.size() <= kMost / 2) return;
+  for (;;) {
+    merge();
+    if (spans_.size() <= kMost / 2) return;
+    gap_ *= 2;
+    if (likeness_ == kAllTexts && gap_ > range / 256) {
+      likeness_ = kHolder;
+      gap_ = std::max<std::int64_t>(1, range / 1024);
+    } else if (likeness_ == kHolder && gap_ > range / 16) {
+      likeness_ = kNothing;
+      gap_ = std::max<std::int64_t>(1, range / 1024);
     }
-    if (likeness < 2) gap_ = std::max<std::int64_t>(1, range / 1024);
   }
 }
 
 // Merges spans that are not longer than the gap with one like them that is not farther away.
-std::size_t SpanStore::mergeWithin(std::int64_t gap, int likeness) {
+void SpanStore::merge() {
   struct Hash {
     std::size_t operator()(const std::array<std::uint64_t, 4>& key) const {
       std::uint64_t hash = 1469598103934665603U;
@@ -98,15 +108,16 @@ std::size_t SpanStore::mergeWithin(std::int64_t gap, int likeness) {
   kept.reserve(spans_.size());
   for (const TimelineSpan& span : spans_) {
     std::array<std::uint64_t, 4> key{};
-    if (likeness < 2) key[0] = span.who;
-    if (likeness < 1)
+    if (likeness_ == kHolder) key[0] = span.who;
+    if (likeness_ == kAllTexts)
       key = {span.who, static_cast<std::uint64_t>(span.pid), span.what, span.detail};
     const auto [found, isNew] = last.try_emplace(key, kept.size());
     if (!isNew) {
       TimelineSpan& before = kept[found->second];
       const bool isShort =
-          span.end - span.begin <= gap && (before.count > 1 || before.end - before.begin <= gap);
-      if (isShort && span.begin - before.end <= gap) {
+          span.end - span.begin <= gap_ && (before.count > 1 || before.end - before.begin <= gap_);
+      // A chain of many would stand for too long a time.
+      if (isShort && span.begin - before.end <= gap_ && span.end - before.begin <= 8 * gap_) {
         before.end = std::max(before.end, span.end);
         before.held += span.held;
         before.count += span.count;
@@ -121,9 +132,8 @@ std::size_t SpanStore::mergeWithin(std::int64_t gap, int likeness) {
     }
     kept.push_back(span);
   }
-  const std::size_t merged = spans_.size() - kept.size();
+  merged_ += spans_.size() - kept.size();
   spans_ = std::move(kept);
-  return merged;
 }
 
 void CurveStore::add(AxisTime at, double value) {

@@ -101,18 +101,23 @@ class SpanStore {
 
   void add(const TimelineSpan& span);
 
-  /// In the order of their beginnings.
-  std::vector<TimelineSpan>& sorted();
+  /// In the order of their beginnings. Where some had to be merged, all that are like them are.
+  const std::vector<TimelineSpan>& finish();
 
   /// How many spans were merged into others.
   std::uint64_t merged() const { return merged_; }
 
  private:
+  // What makes two spans alike.
+  enum Likeness { kAllTexts, kHolder, kNothing };
+
+  void sort();
   void compact();
-  std::size_t mergeWithin(std::int64_t gap, int likeness);
+  void merge();
 
   std::vector<TimelineSpan> spans_;
   std::int64_t gap_ = 1;
+  Likeness likeness_ = kAllTexts;
   std::uint64_t merged_ = 0;
 };
 

@@ -94,23 +94,20 @@ class Lanes {
     const context = this.context(this.axis, this.width, 36);
     const {left, width} = this.plot;
     const {step, ticks} = this.clock.ticks(this.view.from, this.view.to, this.perPixel * (this.plot.narrow ? 62 : 80));
-    const text = (words, x, y, colour, font) => {
+    // In the middle of x, but inside; not at all if that is not free. Returns what is free behind.
+    const text = (words, x, y, colour, font, free = -Infinity) => {
       context.font = `${font} 11px ${styleValue('--font')}`;
       context.fillStyle = this.colour(colour);
-      const half = context.measureText(words).width / 2;
-      context.fillText(words, Math.min(Math.max(x - half, left), left + width - 2 * half), y);
-      return half;
+      const size = context.measureText(words).width;
+      const from = Math.min(Math.max(x - size / 2, left), left + width - size);
+      if (from < free) return free;
+      context.fillText(words, from, y);
+      return from + size + 12;
     };
     const days = ticks.filter(({midnight}) => midnight);
-    if (!days.length || this.x(days[0].at) > left + 110) {
-      text(this.clock.day(this.view.from), left, 10, '--text', '600');
-    }
-    let right = -Infinity;
-    for (const {at} of days) {
-      if (this.x(at) - 32 < right) continue;
-      text(this.clock.day(at), this.x(at), 10, '--text', '600');
-      right = this.x(at) + 40;
-    }
+    let free = -Infinity;
+    if (!days.length || this.x(days[0].at) > left + 110) free = text(this.clock.day(this.view.from), left, 10, '--text', '600');
+    for (const {at} of days) free = text(this.clock.day(at), this.x(at), 10, '--text', '600', free);
     for (const {at, midnight} of step < 86400 ? ticks : []) {
       text(this.clock.time(at, step < 60), this.x(at), 25, '--dim', midnight ? '600' : '400');
     }
@@ -232,7 +229,8 @@ class Lanes {
     let drawn = -Infinity;
     context.font = `11px ${styleValue('--font')}`;
     marks.forEach((mark, i) => {
-      const x = this.x((mark.begin + mark.end) / 2);
+      const [begin, end] = [this.x(mark.begin), this.x(mark.end)];
+      const x = (begin + end) / 2;
       const own = this.isOwn(row, mark);
       context.globalAlpha = own ? 1 : 0.18;
       context.fillStyle = this.colour(row.lane.colour);
@@ -241,7 +239,8 @@ class Lanes {
       // Where they are close together, each is a stroke.
       const dense = row.lane.lane === 'events' || Math.min(x - drawn, next - x) < size;
       drawn = x;
-      if (dense) context.fillRect(x - 0.5, top + 2, 1, height - 4);
+      if (end - begin > 3) context.fillRect(begin, middle - 1.5, end - begin, 3);
+      if (dense) context.fillRect(Math.round(x), top + 2, 1, height - 4);
       else this.paintShape(context, row, mark, x, middle, size);
       // What it was, where the next one leaves room.
       const room = Math.min(next - size, this.plot.left + this.plot.width) - x - size - 6;

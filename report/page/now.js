@@ -139,7 +139,7 @@ class Now {
     } else if (lane === 'errors' || lane === 'events') {
       words.push(strong(span.count > 1 ? `${span.count} \u00d7 ${span.what}` : span.what), ` ${span.detail}`);
     } else if (row.lane.each === 'who') {
-      words.push(strong(holder || 'unknown'), span.what ? ` \u201c${span.what}\u201d` : '');
+      words.push(strong(holder || row.label), span.what ? ` \u201c${span.what}\u201d` : '');
     } else {
       const text = shortText(row, span);
       words.push(strong(row.lane.label), text ? ` ${text}` : '');

@@ -70,7 +70,8 @@ function rowsOfEach(lane, spans) {
   for (const span of spans) held.set(span[lane.each], (held.get(span[lane.each]) ?? 0) + span.held);
   const names = [...held.keys()].sort((one, other) => held.get(other) - held.get(one));
   const own = new Set(names.length > kMostRows ? names.slice(0, kMostRows - 1) : names);
-  const label = (name) => lane.label ? `${lane.label}: ${name}` : name || 'unknown';
+  const merged = spans.some(({who, count}) => !who && count > 1);
+  const label = (name) => lane.label ? `${lane.label}: ${name}` : name || (merged ? 'several' : 'unknown');
   const rows = [...own].map((name) => new Row(lane, label(name), spans.filter((span) => span[lane.each] === name)));
   const left = spans.filter((span) => !own.has(span[lane.each]));
   if (left.length) rows.push(new Row(lane, `${names.length - own.size} others`, left));
