@@ -16,6 +16,7 @@
 #include "apps/ReportRequest.h"
 #include "platform/Text.h"
 #include "platform/support/ProcessSetUp.h"
+#include "report/Comparison.h"
 #include "report/LogInput.h"
 #include "report/LogJson.h"
 #include "report/LogNews.h"
@@ -54,12 +55,13 @@ using Take = std::function<bool(const LogRecord& record, const std::string& file
 
 // Reads a log to its end; what it returns is the problem, if there is one. A record that is not
 // taken ends the reading.
-std::string readLog(LogReader& reader, LogInput& input, Progress& progress, const Take& take) {
+std::string readLog(LogReader& reader, LogInput& input, Progress& progress, std::uint64_t before,
+                    const Take& take) {
   LogRecord record;
   reader.begin([&](char* to, std::size_t most) { return input.read(to, most); });
   while (reader.next(record)) {
     if (!take(record, input.name())) return "";
-    progress.at(reader.counts().bytes);
+    progress.at(before + reader.counts().bytes);
   }
   if (reader.error() == 0) return "";
   return input.name() + ": cannot be read on: " + std::strerror(reader.error());
@@ -111,16 +113,17 @@ int finish(OutputFile& output) {
 int tellSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReader reader;
   LogSummarizer summarizer(request.window);
-  LogReading reading{request.logs, {}, {}};
+  LogReading reading;
+  for (const LogInput& input : inputs) reading.files.push_back(input.name());
   {
     Progress progress("zorva-report", inputs);
     for (LogInput& input : inputs) {
-      const std::string problem =
-          readLog(reader, input, progress, [&](const LogRecord& record, const std::string& file) {
-            summarizer.add(record);
-            reading.note(record, file);
-            return true;
-          });
+      const std::string problem = readLog(reader, input, progress, 0,
+                                          [&](const LogRecord& record, const std::string& file) {
+                                            summarizer.add(record);
+                                            reading.note(record, file);
+                                            return true;
+                                          });
       if (!problem.empty()) return complain(problem, kFailed);
     }
   }
@@ -147,7 +150,7 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
     Progress progress("zorva-report", inputs);
     for (LogInput& input : inputs) {
       bool written = true;
-      problem = readLog(reader, input, progress, [&](const LogRecord& record, const std::string&) {
+      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
         summarizer.add(record);
         page.add(record);
         return written = output->flushIfMuch();
@@ -159,6 +162,29 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   reading.counts = reader.counts();
   page.finish(pageSummary(summarizer.finish(), reading));
   return finish(*output);
+}
+
+int tellComparison(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  std::vector<ComparedLog> compared;
+  {
+    Progress progress("zorva-report", inputs);
+    std::uint64_t before = 0;
+    for (LogInput& input : inputs) {
+      LogReader reader;
+      LogSummarizer summarizer(request.window);
+      const std::string problem =
+          readLog(reader, input, progress, before, [&](const LogRecord& record, const auto&) {
+            summarizer.add(record);
+            return true;
+          });
+      if (!problem.empty()) return complain(problem, kFailed);
+      before += reader.counts().bytes;
+      compared.push_back({input.name(), summarizer.finish()});
+    }
+  }
+  OutputFile output = OutputFile::standardOutput();
+  output.pending() = comparisonText(compared, styleOfOutput());
+  return finish(output);
 }
 
 // Decides what of a log is in a window. What has no time of its own goes with the entry before.
@@ -187,7 +213,7 @@ int tellJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   Progress progress("zorva-report", inputs);
   for (LogInput& input : inputs) {
     const std::string problem =
-        readLog(reader, input, progress, [&](const LogRecord& record, const std::string& file) {
+        readLog(reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
           if (filter.takes(record)) json.append(record, file, output.pending());
           return written = output.flushIfMuch();
         });
@@ -222,7 +248,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   {
     Progress progress("zorva-report", inputs);
     for (std::size_t i = 0; i + 1 < inputs.size(); ++i) {
-      const std::string problem = readLog(reader, inputs[i], progress, take);
+      const std::string problem = readLog(reader, inputs[i], progress, 0, take);
       if (!problem.empty()) return complain(problem, kFailed);
     }
   }
@@ -269,6 +295,7 @@ int run(const std::vector<std::string>& arguments) {
   }
   if (request.follow) return follow(request, inputs);
   if (request.output) return writePage(request, inputs);
+  if (request.compare) return tellComparison(request, inputs);
   return request.json ? tellJson(request, inputs) : tellSummary(request, inputs);
 }
 

@@ -89,7 +89,13 @@ void PageWriter::add(const LogRecord& record) {
   if (hasTime) inside_ = window_.holds(record.time);
   if (hasTime && inside_) timeline_.advance(record.time);
   history_.add(record);
-  if (hasTime && inside_) at_ = timeline_.at(record.time);
+  if (hasTime && inside_) {
+    time_ = record.time;
+    at_ = timeline_.at(time_);
+  }
+  if (inside_ && record.piece == LogPiece::kDamaged && record.lines > 0) {
+    timeline_.moment({time_, "damaged line", trimmed(record.raw), true, position_});
+  }
   if (inside_) lines_.add(record.raw, position_, at_);
   ++position_;
 }

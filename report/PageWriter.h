@@ -65,6 +65,7 @@ class PageWriter {
   LogHistory history_;
   PageLines lines_;
   LogPosition position_ = 0;
+  LogTime time_ = 0;  // of the entry before, and where it is
   AxisTime at_ = 0;
   bool inside_;  // the piece is in the window; what has no time goes with the entry before
 };
