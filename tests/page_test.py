@@ -51,11 +51,12 @@ class PageTest(unittest.TestCase):
 
     def tearDown(self):
         # Of whatever a test did: no error, and no request but for the page (and the browser's own tab).
-        self.assertEqual([entry for entry in self.browser.get_log('browser') if entry['level'] == 'SEVERE'], [])
+        errors = [entry for entry in self.browser.get_log('browser') if entry['level'] == 'SEVERE']
         messages = [json.loads(entry['message'])['message'] for entry in self.browser.get_log('performance')]
         asked = {message['params']['request']['url'] for message in messages
                  if message['method'] == 'Network.requestWillBeSent'}
         self.assertEqual({url for url in asked if not url.startswith(('data:', 'chrome:'))}, {self.page.as_uri()})
+        self.assertEqual(errors, [])
 
     def open(self, log, *options, dark=False, width=1300):
         self.page = pathlib.Path(self.folder.name) / 'page.html'
@@ -131,7 +132,7 @@ class PageTest(unittest.TestCase):
         self.open(NIGHT)
         self.stack.send_keys(webdriver.Keys.HOME, 'nnn', webdriver.Keys.ENTER)
         shown = self.lines()
-        self.assertIn('\n'.join(shown), NIGHT.read_text())
+        self.assertTrue('\n'.join(shown) in NIGHT.read_text(), shown[:3])
         self.assertEqual(self.one('#lines .marked').text.split(' [')[0], '11/17/26 01:05:40')
         for button in '#lines-earlier', '#lines-later':
             while self.one(button).is_displayed():
