@@ -23,6 +23,7 @@ constexpr LogTime kSameMoment = 2;
 // A daemon that runs writes at least every half hour that the device is awake.
 constexpr LogTime kLongestSilence = 31 * 60;
 constexpr std::size_t kMostProcesses = 999;
+constexpr std::size_t kMostCategories = 64;
 
 bool isSaid(std::string_view value) {
   return !value.empty() && value.front() != '<' && value != "(null)";
@@ -171,11 +172,28 @@ class LogHistory::Tracker {
     stray_.reset();
   }
 
-  std::string_view value(std::string_view key) const { return valueOf(fields_, key); }
-  std::int64_t integer(std::string_view key) const { return integerOf(fields_, key); }
+  // Many entries say what the one before of their category said.
+  struct Split {
+    std::string body;
+    std::vector<LogField> fields;  // of that body
+  };
+
+  void split() {
+    Split& last = splits_[static_cast<std::size_t>(record_->format - logFormat().data())];
+    if (last.body != record_->body || last.fields.empty()) {
+      last.body = record_->body;
+      LogRecord copy = *record_;
+      copy.body = last.body;
+      splitFields(copy, last.fields);
+    }
+    fields_ = &last.fields;
+  }
+
+  std::string_view value(std::string_view key) const { return valueOf(*fields_, key); }
+  std::int64_t integer(std::string_view key) const { return integerOf(*fields_, key); }
 
   void sample(Curve curve, std::string_view key, const LogMark& now) {
-    for (const LogField& field : fields_) {
+    for (const LogField& field : *fields_) {
       if (field.key != key) continue;
       const auto number = field.real();
       if (number && std::isfinite(*number)) sink_.sample(curve, now.time, *number, now.position);
@@ -192,7 +210,7 @@ class LogHistory::Tracker {
   }
 
   void sleepStep(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     const std::string_view event = value("event");
     if (event == "will_not_sleep") {
       spans_.off(Lane::kAsleep, {}, now);
@@ -211,24 +229,24 @@ class LogHistory::Tracker {
   }
 
   void wakeUp(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     stray_.reset();
-    wake_.emplace(now.time, spans_.since(Lane::kAsleep), fields_, now.position);
+    wake_.emplace(now.time, spans_.since(Lane::kAsleep), *fields_, now.position);
     spans_.off(Lane::kAsleep, {}, now);
   }
 
   void decoded(const LogMark& now) {
-    if (belongsToWake(now)) wake_->addDecoded(fields_);
+    if (belongsToWake(now)) wake_->addDecoded(*fields_);
   }
 
   void tracked(const LogMark& now) {
-    if (belongsToWake(now)) wake_->addTracked(fields_);
+    if (belongsToWake(now)) wake_->addTracked(*fields_);
   }
 
   bool belongsToWake(const LogMark& now) {
     if (wake_ && now.time > wake_->time() + kSameMoment) tellWake();
     if (!wake_) return false;
-    splitFields(*record_, fields_);
+    split();
     return true;
   }
 
@@ -239,7 +257,7 @@ class LogHistory::Tracker {
   }
 
   void assertion(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     const std::string_view what = value("state");
     LogField age;
     age.value = value("held_for");
@@ -256,7 +274,7 @@ class LogHistory::Tracker {
   }
 
   void battery(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     sample(Curve::kLevel, "level", now);
     sample(Curve::kCurrent, "current", now);
     sample(Curve::kTemperature, "battery_temp", now);
@@ -265,13 +283,13 @@ class LogHistory::Tracker {
   }
 
   void display(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     key_.assign(value("brightness")).append("/").append(value("max"));
     lane(Lane::kDisplay, value("active") == "yes", now, {.what = key_});
   }
 
   void telephony(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     const std::string_view call = value("call_status");
     lane(Lane::kCall, isSaid(call) && call != "Inactive" && call != "Idle", now, {.what = call});
     const std::string_view data = value("data");
@@ -280,29 +298,29 @@ class LogHistory::Tracker {
   }
 
   void registration(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     lane(Lane::kRegistered, value("status").starts_with("Registered"), now,
          {.who = value("operator"), .what = value("data_indicator")});
   }
 
   void wifi(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     lane(Lane::kWiFi, value("status") == "on", now, {.what = value("ap")});
   }
 
   void bluetooth(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     lane(Lane::kBluetooth, value("state") == "on", now,
          {.what = value("connected") == "yes" ? "connected" : ""});
   }
 
   void audio(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     lane(Lane::kAudio, value("active") == "yes", now, {.what = value("route")});
   }
 
   void application(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     const std::string_view mode = value("mode");
     const std::string_view id = value("id");
     lane(Lane::kApplication, mode == "foreground" || mode == "background" || mode == "running", now,
@@ -310,20 +328,20 @@ class LogHistory::Tracker {
   }
 
   void thermal(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     lane(Lane::kThermal, integer("level") > 0, now, {.what = value("level")});
   }
 
   void location(const LogMark& now) {
-    splitFields(*record_, fields_);
-    for (const LogField& field : fields_) {
+    split();
+    for (const LogField& field : *fields_) {
       if (field.key.empty()) continue;
       lane(Lane::kLocation, field.value == "on", now, {.key = field.key, .what = field.key});
     }
   }
 
   void network(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     // The first entry's are not of the time since another one. They are negative when an interface
     // has gone: then what there was is not known.
     if (integer("TimeSinceLastCheck") <= 0) return;
@@ -384,9 +402,10 @@ class LogHistory::Tracker {
 
   LogHistorySink& sink_;
   OpenSpans spans_;
-  std::array<Handler, 64> handlers_{};
+  std::array<Handler, kMostCategories> handlers_{};
   const LogRecord* record_ = nullptr;
-  std::vector<LogField> fields_;
+  std::array<Split, kMostCategories> splits_;
+  const std::vector<LogField>* fields_ = nullptr;
   std::string key_;
 
   LogPosition position_ = 0;
