@@ -77,8 +77,7 @@ class Writer {
                   counted(summary_.sleeps, "sleep", "sleeps"),
               summary_.asleep, summary_.asleepSeconds);
     }
-    const LogTime awake =
-        std::max<LogTime>(0, summary_.covered - summary_.asleepSeconds - summary_.charging.seconds);
+    const LogTime awake = summary_.awakeOnBattery();
     tellUse(summary_.charging.seconds > 0 ? "Awake and not charged " + duration(awake)
                                           : "Awake " + duration(awake),
             summary_.awake, awake);
