@@ -52,6 +52,10 @@ void ChargeAccount::close(LogSummary& to) {
       add(to.mixed, used, seconds);
     }
   }
+  firstAsleep = 0;
+  for (const Stretch& stretch : charging_) {
+    to.asleepOnCharger += overlap(asleep_, stretch.begin, stretch.end, firstAsleep);
+  }
   levels_.clear();
   asleep_.clear();
   charging_.clear();

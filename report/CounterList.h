@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -31,21 +32,27 @@ class CounterList {
 
  private:
   struct Counter {
+    std::string_view item;  // " KEY=FIGURE;"
     std::string_view key;
     std::int64_t figure;
+    bool found;  // in the entry that comes next
   };
 
-  void read(std::string_view body);
-  const Counter* before(std::string_view key);
+  std::size_t itemEnd(std::string_view body, std::size_t at) const;
+  void addUnchanged(std::string_view item, Counter& old);
+  void addParsed(std::string_view item);
+  Counter* before(std::string_view key);
 
   std::string_view unit_;
   std::size_t most_;
   bool known_ = false;
-  std::string text_;  // which the counters point into
-  std::string textBefore_;
+  std::array<std::string, 2> texts_;  // which the counters point into: not to be moved
+  std::size_t now_ = 0;               // of these
   std::vector<Counter> counters_;
   std::vector<Counter> before_;
+  std::int64_t lowestBefore_ = 0;
   std::size_t likely_ = 0;  // where the next key stood before, as the order is much the same
+  std::size_t missed_ = 0;
   std::unordered_map<std::string_view, std::size_t> index_;  // of those before, made when needed
   std::vector<Growth> growths_;
 };

@@ -2,13 +2,13 @@
 
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/Text.h"
 #include "report/CounterList.h"
+#include "report/LaneEntries.h"
 #include "report/OpenSpans.h"
 #include "report/WakeEntries.h"
 
@@ -23,10 +23,7 @@ constexpr LogTime kSameMoment = 2;
 // A daemon that runs writes at least every half hour that the device is awake.
 constexpr LogTime kLongestSilence = 31 * 60;
 constexpr std::size_t kMostProcesses = 999;
-
-bool isSaid(std::string_view value) {
-  return !value.empty() && value.front() != '<' && value != "(null)";
-}
+constexpr std::size_t kMostCategories = 64;
 
 }  // namespace
 
@@ -36,6 +33,9 @@ class LogHistory::Tracker {
     for (const auto& [category, handler] : handlers()) {
       const EntryFormat* const format = entryFormat(category);
       handlers_[static_cast<std::size_t>(format - logFormat().data())] = handler;
+    }
+    for (std::size_t i = 0; i < logFormat().size(); ++i) {
+      lanes_[i] = laneHandlerOf(logFormat()[i].category);
     }
   }
 
@@ -56,9 +56,12 @@ class LogHistory::Tracker {
     }
     if (asleep() && handler != &Tracker::wakeUp && handler != &Tracker::sleepStep) seenAsleep(now);
     last_ = now;
-    if (handler == nullptr) return;
     record_ = &record;
-    (this->*handler)(now);
+    if (handler != nullptr) {
+      (this->*handler)(now);
+    } else if (record.format != nullptr) {
+      tellLanes(now);
+    }
   }
 
   void settle() { tellWake(); }
@@ -76,38 +79,36 @@ class LogHistory::Tracker {
   static std::span<const std::pair<std::string_view, Handler>> handlers() {
     static constexpr std::pair<std::string_view, Handler> kAll[] = {
         {"Accessory", &Tracker::moment},
-        {"Application", &Tracker::application},
         {"Assertion", &Tracker::assertion},
-        {"Audio", &Tracker::audio},
         {"Baseband State Durations", &Tracker::modemStates},
-        {"Battery", &Tracker::battery},
-        {"Bluetooth", &Tracker::bluetooth},
-        {"Display", &Tracker::display},
-        {"Geodyne", &Tracker::location},
         {"Locale", &Tracker::locale},
         {"NMX Event", &Tracker::moment},
         {"NMXN", &Tracker::moment},
-        {"Network", &Tracker::network},
         {"PacketDecoder", &Tracker::decoded},
         {"PacketTracker", &Tracker::tracked},
         {"ProcessMonitor", &Tracker::processes},
-        {"Registration", &Tracker::registration},
         {"Skyvault Event", &Tracker::moment},
         {"Sleep", &Tracker::sleepStep},
         {"Syncward Event", &Tracker::moment},
-        {"Telephony", &Tracker::telephony},
-        {"Thermal", &Tracker::thermal},
         {"Wake", &Tracker::wakeUp},
-        {"WiFi", &Tracker::wifi},
         {"Zorva", &Tracker::complaint},
     };
     return kAll;
   }
 
+  static std::size_t indexOf(const LogRecord& record) {
+    return static_cast<std::size_t>(record.format - logFormat().data());
+  }
+
   Handler handlerOf(const LogRecord& record) const {
-    if (record.format == nullptr) return nullptr;
-    const auto index = static_cast<std::size_t>(record.format - logFormat().data());
-    return index < handlers_.size() ? handlers_[index] : nullptr;
+    return record.format == nullptr ? nullptr : handlers_[indexOf(record)];
+  }
+
+  void tellLanes(const LogMark& now) {
+    const LaneHandler handler = lanes_[indexOf(*record_)];
+    if (handler == nullptr) return;
+    split();
+    handler({*fields_, now, spans_, sink_, key_});
   }
 
   // Whether the log goes on at this entry, or begins anew.
@@ -133,7 +134,7 @@ class LogHistory::Tracker {
   void restart(const LogMark& now) {
     tellWake();
     const LogTime silence = now.time - last_->time;
-    const auto since = spans_.since(Lane::kAsleep);
+    const auto since = spans_.asleepSince();
     const bool slept = since && now.time > *since + kFallingAsleep;
     if (silence >= 0 && silence <= kLongestSilence && !slept) {
       spans_.beginSnapshot(*last_, now.time);
@@ -153,12 +154,12 @@ class LogHistory::Tracker {
     modemSampled_.reset();
   }
 
-  bool asleep() const { return spans_.since(Lane::kAsleep).has_value(); }
+  bool asleep() const { return spans_.asleepSince().has_value(); }
 
   // An entry between falling asleep and waking up. It may belong to either; but when the log goes
   // on and on, the wake was not seen.
   void seenAsleep(const LogMark& now) {
-    if (now.time <= *spans_.since(Lane::kAsleep) + kFallingAsleep && !stray_) return;
+    if (now.time <= *spans_.asleepSince() + kFallingAsleep && !stray_) return;
     if (!stray_) {
       stray_ = now;
     } else if (now.time > stray_->time + kWakingUp) {
@@ -171,35 +172,35 @@ class LogHistory::Tracker {
     stray_.reset();
   }
 
-  std::string_view value(std::string_view key) const { return valueOf(fields_, key); }
-  std::int64_t integer(std::string_view key) const { return integerOf(fields_, key); }
+  // Many entries say what the one before of their category said.
+  struct Split {
+    std::string body;
+    std::vector<LogField> fields;  // of that body
+  };
 
-  void sample(Curve curve, std::string_view key, const LogMark& now) {
-    for (const LogField& field : fields_) {
-      if (field.key != key) continue;
-      const auto number = field.real();
-      if (number && std::isfinite(*number)) sink_.sample(curve, now.time, *number, now.position);
-      return;
+  void split() {
+    Split& last = splits_[indexOf(*record_)];
+    if (last.body != record_->body || last.fields.empty()) {
+      last.body = record_->body;
+      LogRecord copy = *record_;
+      copy.body = last.body;
+      splitFields(copy, last.fields);
     }
+    fields_ = &last.fields;
   }
 
-  void lane(Lane lane, bool on, const LogMark& now, const LogState& state) {
-    if (on) {
-      spans_.on(lane, state, now);
-    } else {
-      spans_.off(lane, state.key, now);
-    }
-  }
+  std::string_view value(std::string_view key) const { return valueOf(*fields_, key); }
+  std::int64_t integer(std::string_view key) const { return integerOf(*fields_, key); }
 
   void sleepStep(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     const std::string_view event = value("event");
     if (event == "will_not_sleep") {
       spans_.off(Lane::kAsleep, {}, now);
       moment(now);
     }
     // A step towards the next sleep, and nobody saw the end of the last one.
-    const auto since = spans_.since(Lane::kAsleep);
+    const auto since = spans_.asleepSince();
     if (since && now.time > *since + kFallingAsleep) {
       if (!stray_) stray_ = now;
       loseSleep();
@@ -211,24 +212,24 @@ class LogHistory::Tracker {
   }
 
   void wakeUp(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     stray_.reset();
-    wake_.emplace(now.time, spans_.since(Lane::kAsleep), fields_, now.position);
+    wake_.emplace(now.time, spans_.asleepSince(), *fields_, now.position);
     spans_.off(Lane::kAsleep, {}, now);
   }
 
   void decoded(const LogMark& now) {
-    if (belongsToWake(now)) wake_->addDecoded(fields_);
+    if (belongsToWake(now)) wake_->addDecoded(*fields_);
   }
 
   void tracked(const LogMark& now) {
-    if (belongsToWake(now)) wake_->addTracked(fields_);
+    if (belongsToWake(now)) wake_->addTracked(*fields_);
   }
 
   bool belongsToWake(const LogMark& now) {
     if (wake_ && now.time > wake_->time() + kSameMoment) tellWake();
     if (!wake_) return false;
-    splitFields(*record_, fields_);
+    split();
     return true;
   }
 
@@ -239,7 +240,7 @@ class LogHistory::Tracker {
   }
 
   void assertion(const LogMark& now) {
-    splitFields(*record_, fields_);
+    split();
     const std::string_view what = value("state");
     LogField age;
     age.value = value("held_for");
@@ -253,94 +254,6 @@ class LogHistory::Tracker {
     } else if (what == "held") {
       spans_.assertionHeld(state, since, now);
     }
-  }
-
-  void battery(const LogMark& now) {
-    splitFields(*record_, fields_);
-    sample(Curve::kLevel, "level", now);
-    sample(Curve::kCurrent, "current", now);
-    sample(Curve::kTemperature, "battery_temp", now);
-    const std::string_view charging = value("charging_state");
-    lane(Lane::kCharging, isSaid(charging) && charging != "Inactive", now, {.what = charging});
-  }
-
-  void display(const LogMark& now) {
-    splitFields(*record_, fields_);
-    key_.assign(value("brightness")).append("/").append(value("max"));
-    lane(Lane::kDisplay, value("active") == "yes", now, {.what = key_});
-  }
-
-  void telephony(const LogMark& now) {
-    splitFields(*record_, fields_);
-    const std::string_view call = value("call_status");
-    lane(Lane::kCall, isSaid(call) && call != "Inactive" && call != "Idle", now, {.what = call});
-    const std::string_view data = value("data");
-    lane(Lane::kData, isSaid(data) && data != "inactive", now, {.what = data});
-    if (value("signal") != "-1") sample(Curve::kSignal, "signal", now);
-  }
-
-  void registration(const LogMark& now) {
-    splitFields(*record_, fields_);
-    lane(Lane::kRegistered, value("status").starts_with("Registered"), now,
-         {.who = value("operator"), .what = value("data_indicator")});
-  }
-
-  void wifi(const LogMark& now) {
-    splitFields(*record_, fields_);
-    lane(Lane::kWiFi, value("status") == "on", now, {.what = value("ap")});
-  }
-
-  void bluetooth(const LogMark& now) {
-    splitFields(*record_, fields_);
-    lane(Lane::kBluetooth, value("state") == "on", now,
-         {.what = value("connected") == "yes" ? "connected" : ""});
-  }
-
-  void audio(const LogMark& now) {
-    splitFields(*record_, fields_);
-    lane(Lane::kAudio, value("active") == "yes", now, {.what = value("route")});
-  }
-
-  void application(const LogMark& now) {
-    splitFields(*record_, fields_);
-    const std::string_view mode = value("mode");
-    const std::string_view id = value("id");
-    lane(Lane::kApplication, mode == "foreground" || mode == "background" || mode == "running", now,
-         {.key = id, .who = id, .pid = integer("pid"), .what = mode});
-  }
-
-  void thermal(const LogMark& now) {
-    splitFields(*record_, fields_);
-    lane(Lane::kThermal, integer("level") > 0, now, {.what = value("level")});
-  }
-
-  void location(const LogMark& now) {
-    splitFields(*record_, fields_);
-    for (const LogField& field : fields_) {
-      if (field.key.empty()) continue;
-      lane(Lane::kLocation, field.value == "on", now, {.key = field.key, .what = field.key});
-    }
-  }
-
-  void network(const LogMark& now) {
-    splitFields(*record_, fields_);
-    // The first entry's are not of the time since another one. They are negative when an interface
-    // has gone: then what there was is not known.
-    if (integer("TimeSinceLastCheck") <= 0) return;
-    const std::string_view total = value("TotalSinceLastCheck");
-    const std::size_t slash = total.find('/');
-    if (slash == total.npos) return;
-    traffic(Curve::kReceived, total.substr(0, slash), now);
-    traffic(Curve::kSent, total.substr(slash + 1), now);
-  }
-
-  void traffic(Curve curve, std::string_view text, const LogMark& now) {
-    double kibibytes = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), kibibytes,
-                                              std::chars_format::fixed);
-    const std::string_view rest(end, static_cast<std::size_t>(text.data() + text.size() - end));
-    if (error != std::errc() || rest != "K" || !(kibibytes >= 0)) return;
-    sink_.sample(curve, now.time, kibibytes * 1024, now.position);
   }
 
   void processes(const LogMark& now) {
@@ -384,9 +297,11 @@ class LogHistory::Tracker {
 
   LogHistorySink& sink_;
   OpenSpans spans_;
-  std::array<Handler, 64> handlers_{};
+  std::array<Handler, kMostCategories> handlers_{};
+  std::array<LaneHandler, kMostCategories> lanes_{};
   const LogRecord* record_ = nullptr;
-  std::vector<LogField> fields_;
+  std::array<Split, kMostCategories> splits_;
+  const std::vector<LogField>* fields_ = nullptr;
   std::string key_;
 
   LogPosition position_ = 0;

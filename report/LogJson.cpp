@@ -172,7 +172,11 @@ void LogJson::append(const LogRecord& record, std::string_view file, std::string
   appendNumber(record.line, to);
   to.append(",\"kind\":\"").append(nameOf(record.piece)).append("\"");
   if (record.piece == LogPiece::kEntry) {
-    to.append(",\"time\":\"").append(isoTime(record.time)).append("\",\"category\":");
+    if (timeText_.empty() || record.time != time_) {
+      time_ = record.time;
+      timeText_ = isoTime(time_);
+    }
+    to.append(",\"time\":\"").append(timeText_).append("\",\"category\":");
     appendText(record.category, to);
     appendFields(record, to);
   }

@@ -23,6 +23,8 @@ class LogJson {
   std::vector<const LogField*> listed_;
   std::vector<const LogField*> unknown_;
   std::string category_;
+  LogTime time_ = 0;
+  std::string timeText_;  // of that time
 };
 
 /// What the time is called in JSON: "2026-11-16T21:30:00".

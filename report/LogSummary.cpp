@@ -77,6 +77,10 @@ LogTime LogSummary::seconds(Lane of) const {
   return sum;
 }
 
+LogTime LogSummary::awakeOnBattery() const {
+  return std::max<LogTime>(0, covered - asleepSeconds - seconds(Lane::kCharging) + asleepOnCharger);
+}
+
 std::optional<double> LogSummary::Charge::perHour() const {
   if (seconds < 60) return std::nullopt;
   return percent * 3600 / static_cast<double>(seconds);

@@ -71,6 +71,8 @@ struct LogSummary {
   const std::vector<Tally>& lane(Lane of) const { return lanes[static_cast<std::size_t>(of)]; }
   /// The time in any state of a lane.
   LogTime seconds(Lane of) const;
+  /// The time that was neither slept nor spent on a charger.
+  LogTime awakeOnBattery() const;
 
   std::optional<double> firstLevel;
   std::optional<double> lastLevel;
@@ -80,6 +82,7 @@ struct LogSummary {
   Charge awake;
   Charge mixed;
   Charge charging;  ///< what was gained on a charger
+  LogTime asleepOnCharger = 0;
 
   std::uint64_t sleeps = 0;
   LogTime asleepSeconds = 0;

@@ -89,9 +89,10 @@ TEST(LogSummary, OfTheNightIsWhatItsScenarioDoes) {
 TEST(LogSummary, OfTheDayIsWhatItsScenarioDoes) {
   const LogSummary day = summaryOf("day");
   EXPECT_EQ(day.covered, 17 * 3600 + 32 * 60);
-  EXPECT_EQ(text(day.awake), "40.6/18780");    // the train, London, the hotel
-  EXPECT_EQ(text(day.mixed), "18.9/18600");    // the office
-  EXPECT_EQ(text(day.asleep), "0.0/0");        // on the flight the zone changed
+  EXPECT_EQ(text(day.awake), "40.6/18780");  // the train, London, the hotel
+  EXPECT_EQ(text(day.mixed), "18.9/18600");  // the office
+  EXPECT_EQ(text(day.asleep), "0.0/0");      // on the flight the zone changed
+  EXPECT_EQ(day.awakeOnBattery(), day.covered - 18805 - 9720 + 2);  // a nap on the dock
   EXPECT_EQ(text(day.charging), "58.2/9600");  // the dock, the charger while too warm, and then
   EXPECT_EQ(sleeps(day),
             "2 rtc; 1578 exton2(bb); 4895 exton2(bb); 4410 exton(bb); 7920 button; 0 ; ");

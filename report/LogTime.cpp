@@ -97,12 +97,37 @@ bool belongsSomewhere(const Fields& fields, int year, int weekYear, int leastDay
   return false;
 }
 
+// The time of day behind a date of plain digits; -1 when there is none.
+LogTime timeOfDayIn(std::string_view text) {
+  if (text.size() < kPattern.size() || text[11] != ':' || text[14] != ':') return -1;
+  LogTime parts[3];
+  for (std::size_t i = 0; i < 3; ++i) {
+    const unsigned tens = static_cast<unsigned char>(text[9 + 3 * i]) - unsigned{'0'};
+    const unsigned ones = static_cast<unsigned char>(text[10 + 3 * i]) - unsigned{'0'};
+    if (tens > 9 || ones > 9) return -1;
+    parts[i] = static_cast<LogTime>(tens * 10 + ones);
+  }
+  if (parts[0] > 23 || parts[1] > 59 || parts[2] > 60) return -1;
+  return parts[0] * 3600 + parts[1] * 60 + parts[2];
+}
+
 }  // namespace
 
 std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length) {
   if (!lastText_.empty() && text.starts_with(lastText_)) {
     length = lastText_.size();
     return lastTime_;
+  }
+  // Another second of the same day.
+  constexpr std::size_t kDate = sizeof "11/16/26 " - 1;
+  if (lastText_.size() == kPattern.size() &&
+      text.starts_with(std::string_view(lastText_).substr(0, kDate))) {
+    if (const LogTime ofDay = timeOfDayIn(text); ofDay >= 0) {
+      length = kPattern.size();
+      lastText_.assign(text, 0, length);
+      nearby_ = lastTime_ = lastDay_ + ofDay;
+      return lastTime_;
+    }
   }
   const std::optional<Fields> fields = readFields(text, length);
   if (!fields) return std::nullopt;
@@ -121,6 +146,7 @@ std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length
   }
   lastText_.assign(text.substr(0, length));
   lastTime_ = time;
+  lastDay_ = time - (fields->hour * 3600 + fields->minute * 60 + fields->second);
   nearby_ = time;
   return time;
 }

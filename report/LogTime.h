@@ -28,6 +28,7 @@ class LogClock {
  private:
   std::string lastText_;
   LogTime lastTime_ = 0;
+  LogTime lastDay_ = 0;            // its first second
   std::optional<LogTime> nearby_;  // of the last date that was read
 };
 

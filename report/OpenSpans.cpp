@@ -64,11 +64,13 @@ OpenSpans::Open* OpenSpans::findAssertion(std::string_view key, LogTime since) {
 
 void OpenSpans::open(Lane lane, const LogState& state, LogTime begin, bool known,
                      const LogMark& now) {
+  if (lane == Lane::kAsleep) asleepSince_ = begin;
   open_.push_back({lane, std::string(state.key), std::string(state.who), state.pid,
                    std::string(state.what), begin, known, true, now.position, std::nullopt});
 }
 
 void OpenSpans::tell(const Open& open, const LogMark& end, bool known) {
+  if (open.lane == Lane::kAsleep) asleepSince_.reset();
   // Entries of one moment lead through states that never lasted.
   const bool event = open.lane == Lane::kAssertion || open.lane == Lane::kAsleep;
   if (known && end.time <= open.begin && !event) return;
@@ -149,13 +151,6 @@ void OpenSpans::assertionReleased(const LogState& state, LogTime since, const Lo
   open_.erase(open_.begin() + (open - open_.data()));
 }
 
-std::optional<LogTime> OpenSpans::since(Lane lane) const {
-  for (const Open& open : open_) {
-    if (open.lane == lane) return open.begin;
-  }
-  return std::nullopt;
-}
-
 void OpenSpans::lose(Lane lane, const LogMark& at) {
   std::erase_if(open_, [&](const Open& open) {
     if (open.lane == lane) tell(open, at, false);
@@ -174,6 +169,7 @@ void OpenSpans::continueAt(const LogMark& last, const LogMark& now) {
     open.begin = now.time;
     open.beginKnown = false;
     open.first = now.position;
+    if (open.lane == Lane::kAsleep) asleepSince_ = now.time;
   }
   start_ = now.time;
 }

@@ -49,8 +49,8 @@ class OpenSpans {
   void assertionCreated(const LogState& state, const LogMark& now);
   void assertionReleased(const LogState& state, LogTime since, const LogMark& now);
 
-  /// The state's beginning; nothing when it is not on.
-  std::optional<LogTime> since(Lane lane) const;
+  /// When the sleep that lasts began.
+  const std::optional<LogTime>& asleepSince() const { return asleepSince_; }
 
   /// Ends a state at a time that is only guessed.
   void lose(Lane lane, const LogMark& at);
@@ -82,6 +82,7 @@ class OpenSpans {
   LogHistorySink& sink_;
   std::vector<Open> open_;
   std::array<bool, kLanes> seen_{};
+  std::optional<LogTime> asleepSince_;
   LogTime start_ = 0;
   LogTime snapshotEnd_ = 0;
   bool snapshotPending_ = false;

@@ -298,8 +298,7 @@ std::vector<std::string> batterySentences(const LogSummary& summary) {
                                         counted(summary.sleeps, "sleep", "sleeps"),
                                     summary.asleep, summary.asleepSeconds));
   }
-  const LogTime awake =
-      std::max<LogTime>(0, summary.covered - summary.asleepSeconds - summary.charging.seconds);
+  const LogTime awake = summary.awakeOnBattery();
   sentences.push_back(useSentence(
       (summary.charging.seconds > 0 ? "Awake and not charged " : "Awake ") + duration(awake),
       summary.awake, awake));

@@ -50,7 +50,7 @@ function roundValues([least, most], height) {
   const power = 10 ** Math.floor(Math.log10(rough));
   const step = [1, 2, 5, 10].map((one) => one * power).find((one) => one >= rough);
   const values = [];
-  const margin = (most - least) * 5 / height;  // half of what is written
+  const margin = (most - least) * 9 / height;  // half of what is written
   for (let i = Math.ceil((least + margin) / step); i * step <= most - margin; ++i) values.push({v: i * step, label: amount(i * step, 3)});
   return values;
 }
