@@ -18,7 +18,8 @@ void TimelineClock::advance(LogTime time) {
     const std::int64_t leap = time - last_ - kShownSilence;
     addStretch(time, current_.back().shift - leap, leap);
   }
-  if (time > last_) last_ = time;
+  if (time < last_) return;
+  last_ = time;
   end_ = std::max(end_, at(time));
 }
 

@@ -13,6 +13,7 @@ TEST(TimelineClock, GoesOnWhereTheLogsTimeGoesBackOrLeaps) {
   TimelineClock clock;
   clock.advance(1000);
   clock.advance(5000);
+  clock.advance(1400);
   clock.wentBack(5000, 1400);  // an hour to the west
   clock.advance(2400);
   EXPECT_EQ(clock.at(1400), 5000);
@@ -22,8 +23,10 @@ TEST(TimelineClock, GoesOnWhereTheLogsTimeGoesBackOrLeaps) {
   EXPECT_EQ(clock.end(), 6000 + 20 * 86400) << "a long sleep is shown as it was";
   const LogTime set = 2400 + 20 * 86400 + 40 * 365 * 86400LL;
   clock.advance(set);
+  clock.advance(3000);  // as if it had been before the leap, until its going back is told
   EXPECT_EQ(clock.at(set), 6000 + 20 * 86400 + TimelineClock::kShownSilence);
   EXPECT_EQ(clock.at(2400), 6000);
+  EXPECT_EQ(clock.end(), clock.at(set));
   ASSERT_EQ(clock.stretches().size(), 3U);
   EXPECT_EQ(clock.stretches()[1].jump, -3600);
   EXPECT_EQ(set - clock.at(set), -clock.stretches()[2].shift);

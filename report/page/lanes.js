@@ -111,11 +111,14 @@ class Lanes {
     for (const {at, midnight} of step < 86400 ? ticks : []) {
       text(this.clock.time(at, step < 60), this.x(at), 25, '--dim', midnight ? '600' : '400');
     }
+    let taken = -Infinity;
     for (const {at, jump} of this.leaps()) {
       const words = `clock ${jump < 0 ? kMinus : '+'}${duration(Math.abs(jump))}`;
       context.font = `600 10px ${styleValue('--font')}`;
       const half = context.measureText(words).width / 2;
       const x = Math.min(Math.max(this.x(at), left + half), left + width - half);
+      if (x - half < taken) continue;
+      taken = x + half + 12;
       context.fillStyle = this.colour('--card');
       context.fillRect(x - half - 3, 2, 2 * half + 6, 15);
       text(words, x, 10, '--error', '600');

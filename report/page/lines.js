@@ -65,6 +65,7 @@ class Lines {
 
   // Shows the lines around a piece, or where none is given around a moment.
   async show(position, at) {
+    if (!this.chunks.length) return;
     this.section.hidden = false;
     try {
       const known = position !== null && await this.piece(position);

@@ -46,8 +46,8 @@ function start() {
   const view = new View(data.begin, data.end);
   document.title = `${summary.title} \u2013 power log`;
   document.getElementById('title').textContent = summary.title;
-  document.getElementById('covered').textContent =
-      `${clock.date(data.begin)} ${clock.time(data.begin, false)} to ${clock.date(data.end)} ${clock.time(data.end, false)}, ${duration(data.end - data.begin)}`;
+  document.getElementById('covered').textContent = !data.clock.length ? ''
+      : `${clock.date(data.begin)} ${clock.time(data.begin, false)} to ${clock.date(data.end)} ${clock.time(data.end, false)}, ${duration(data.end - data.begin)}`;
   document.getElementById('facts').append(...summary.facts.map((fact) => element('li', '', fact)));
 
   makeThemeButton(view);
