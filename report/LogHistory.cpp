@@ -96,8 +96,8 @@ class LogHistory::Tracker {
     return kAll;
   }
 
-  static std::size_t indexOf(const LogRecord& record) {
-    return static_cast<std::size_t>(record.format - logFormat().data());
+  std::size_t indexOf(const LogRecord& record) const {
+    return static_cast<std::size_t>(record.format - formats_);
   }
 
   Handler handlerOf(const LogRecord& record) const {
@@ -297,6 +297,7 @@ class LogHistory::Tracker {
 
   LogHistorySink& sink_;
   OpenSpans spans_;
+  const EntryFormat* const formats_ = logFormat().data();
   std::array<Handler, kMostCategories> handlers_{};
   std::array<LaneHandler, kMostCategories> lanes_{};
   const LogRecord* record_ = nullptr;
