@@ -1,6 +1,5 @@
 #include "report/LogHistory.h"
 
-#include <array>
 #include <charconv>
 #include <string>
 #include <utility>
@@ -23,7 +22,6 @@ constexpr LogTime kSameMoment = 2;
 // A daemon that runs writes at least every half hour that the device is awake.
 constexpr LogTime kLongestSilence = 31 * 60;
 constexpr std::size_t kMostProcesses = 999;
-constexpr std::size_t kMostCategories = 64;
 
 }  // namespace
 
@@ -96,8 +94,8 @@ class LogHistory::Tracker {
     return kAll;
   }
 
-  static std::size_t indexOf(const LogRecord& record) {
-    return static_cast<std::size_t>(record.format - logFormat().data());
+  std::size_t indexOf(const LogRecord& record) const {
+    return static_cast<std::size_t>(record.format - formats_);
   }
 
   Handler handlerOf(const LogRecord& record) const {
@@ -297,10 +295,12 @@ class LogHistory::Tracker {
 
   LogHistorySink& sink_;
   OpenSpans spans_;
-  std::array<Handler, kMostCategories> handlers_{};
-  std::array<LaneHandler, kMostCategories> lanes_{};
+  const EntryFormat* const formats_ = logFormat().data();
+  // By format:
+  std::vector<Handler> handlers_ = std::vector<Handler>(logFormat().size());
+  std::vector<LaneHandler> lanes_ = std::vector<LaneHandler>(logFormat().size());
   const LogRecord* record_ = nullptr;
-  std::array<Split, kMostCategories> splits_;
+  std::vector<Split> splits_ = std::vector<Split>(logFormat().size());
   const std::vector<LogField>* fields_ = nullptr;
   std::string key_;
 

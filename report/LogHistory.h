@@ -117,7 +117,7 @@ class LogHistory {
   explicit LogHistory(LogHistorySink& sink);
   ~LogHistory();
 
-  /// The next piece of the log, of whatever file.
+  /// The next piece of the log, of whatever file, read by the formats of logFormat().
   void add(const LogRecord& record);
 
   /// No piece has come for a while: tells a wake that still waited for entries about it.
