@@ -178,6 +178,7 @@ The preferences.
 .BR zorva (1),
 .BR zorva\-notify (1),
 .BR zorva\-redact (1),
+.BR zorva\-report (1),
 .BR zorva\-sim (1)
 )";
 

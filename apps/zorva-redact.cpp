@@ -1,13 +1,12 @@
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 #include <vector>
 
 #include "apps/OutputFile.h"
+#include "apps/Progress.h"
 #include "platform/support/ProcessSetUp.h"
 #include "report/LogInput.h"
 #include "report/LogReader.h"
@@ -85,39 +84,6 @@ int complain(const std::string& problem, int status) {
   return status;
 }
 
-// How far it is, for whoever looks at a terminal and waits.
-class Progress {
- public:
-  explicit Progress(const std::vector<LogInput>& inputs) : shown_(::isatty(STDERR_FILENO) != 0) {
-    for (const LogInput& input : inputs) {
-      if (!input.size()) shown_ = false;
-      total_ += input.size().value_or(0);
-    }
-  }
-  ~Progress() {
-    if (told_) std::fputs("\r\033[K", stderr);
-  }
-
-  void at(std::uint64_t bytes) {
-    if (!shown_ || bytes < next_) return;
-    next_ = bytes + (1 << 20);
-    const auto now = std::chrono::steady_clock::now();
-    if (now - last_ < std::chrono::seconds(1)) return;
-    last_ = now;
-    told_ = true;
-    std::fprintf(stderr, "\rzorva-redact: %.0f %% of %.0f MB",
-                 100.0 * static_cast<double>(bytes) / static_cast<double>(total_),
-                 static_cast<double>(total_) / 1e6);
-  }
-
- private:
-  bool shown_;
-  bool told_ = false;
-  std::uint64_t total_ = 0;
-  std::uint64_t next_ = 0;
-  std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
-};
-
 void tellDamaged(const LogCounts& counts, const std::vector<std::string>& places) {
   if (counts.damaged == 0) return;
   std::string text = std::to_string(counts.damaged) + " damaged or foreign of " +
@@ -133,7 +99,7 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
   LogRecord record;
   std::vector<std::string> damaged;
   {
-    Progress progress(inputs);
+    Progress progress("zorva-redact", inputs);
     for (LogInput& input : inputs) {
       reader.begin([&](char* to, std::size_t most) { return input.read(to, most); });
       while (reader.next(record)) {

@@ -4,7 +4,7 @@ set(ZORVA_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where 
 set(ZORVA_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/system CACHE PATH "Where systemd looks for units")
 set(packaging ${CMAKE_CURRENT_LIST_DIR})
 
-set(programs zorva zorva-sim zorva-notify zorva-redact)
+set(programs zorva zorva-sim zorva-notify zorva-redact zorva-report)
 install(TARGETS ${programs})
 file(GLOB pages CONFIGURE_DEPENDS ${packaging}/man/*.1)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -88,13 +88,14 @@ class Splitter {
     const bool again = std::any_of(later.begin(), later.end(),
                                    [&](const FieldFormat& format) { return format.key == key; });
     if (key == "*" || again) return first;
-    for (std::size_t at = body_.rfind(key); at != body_.npos && at > first + 1;
-         at = body_.rfind(key, at - 1)) {
+    std::size_t last = first;
+    for (std::size_t at = body_.find(key, first + 2); at != body_.npos;
+         at = body_.find(key, at + 1)) {
       if (body_[at - 1] == ' ' && body_[at - 2] == ';' && body_.substr(at + key.size(), 1) == "=") {
-        return at - 1;
+        last = at - 1;
       }
     }
-    return first;
+    return last;
   }
 
   static LogField makeField(std::string_view raw, const FieldFormat* format) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -102,6 +103,7 @@ class LogReader {
   const EntryFormat* formatOf(std::string_view category);
 
   std::unordered_map<std::string_view, const EntryFormat*> formats_;
+  std::array<const EntryFormat*, 64> recent_{};  // by what tells most categories apart
   Read read_;
   std::vector<char> buffer_;
   std::size_t start_ = 0;  // of what is not given yet

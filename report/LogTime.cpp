@@ -1,8 +1,10 @@
 #include "report/LogTime.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <iterator>
 
 #include "platform/Text.h"
 
@@ -95,12 +97,37 @@ bool belongsSomewhere(const Fields& fields, int year, int weekYear, int leastDay
   return false;
 }
 
+// The time of day behind a date of plain digits; -1 when there is none.
+LogTime timeOfDayIn(std::string_view text) {
+  if (text.size() < kPattern.size() || text[11] != ':' || text[14] != ':') return -1;
+  LogTime parts[3];
+  for (std::size_t i = 0; i < 3; ++i) {
+    const unsigned tens = static_cast<unsigned char>(text[9 + 3 * i]) - unsigned{'0'};
+    const unsigned ones = static_cast<unsigned char>(text[10 + 3 * i]) - unsigned{'0'};
+    if (tens > 9 || ones > 9) return -1;
+    parts[i] = static_cast<LogTime>(tens * 10 + ones);
+  }
+  if (parts[0] > 23 || parts[1] > 59 || parts[2] > 60) return -1;
+  return parts[0] * 3600 + parts[1] * 60 + parts[2];
+}
+
 }  // namespace
 
 std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length) {
   if (!lastText_.empty() && text.starts_with(lastText_)) {
     length = lastText_.size();
     return lastTime_;
+  }
+  // Another second of the same day.
+  constexpr std::size_t kDate = sizeof "11/16/26 " - 1;
+  if (lastText_.size() == kPattern.size() &&
+      text.starts_with(std::string_view(lastText_).substr(0, kDate))) {
+    if (const LogTime ofDay = timeOfDayIn(text); ofDay >= 0) {
+      length = kPattern.size();
+      lastText_.assign(text, 0, length);
+      nearby_ = lastTime_ = lastDay_ + ofDay;
+      return lastTime_;
+    }
   }
   const std::optional<Fields> fields = readFields(text, length);
   if (!fields) return std::nullopt;
@@ -119,8 +146,36 @@ std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length
   }
   lastText_.assign(text.substr(0, length));
   lastTime_ = time;
+  lastDay_ = time - (fields->hour * 3600 + fields->minute * 60 + fields->second);
   nearby_ = time;
   return time;
+}
+
+std::optional<LogTime> logTimeFrom(std::string_view text, bool dayEnds) {
+  std::size_t length = 0;
+  if (const auto time = LogClock().read(text, length); time && length == text.size()) return time;
+  constexpr std::string_view kIso = "0000-00-00 00:00:00";
+  constexpr std::size_t kLengths[] = {10, 16, 19};
+  if (std::ranges::find(kLengths, text.size()) == std::end(kLengths)) return std::nullopt;
+  std::array<int, 6> numbers{};  // year to second
+  std::size_t number = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool digit = text[i] >= '0' && text[i] <= '9';
+    if (kIso[i] == '0') {
+      if (!digit) return std::nullopt;
+      numbers[number] = numbers[number] * 10 + (text[i] - '0');
+    } else {
+      if (text[i] != kIso[i] && !(i == 10 && text[i] == 'T')) return std::nullopt;
+      ++number;
+    }
+  }
+  const auto [year, month, day, hour, minute, second] = numbers;
+  const std::chrono::year_month_day date{std::chrono::year(year),
+                                         std::chrono::month(static_cast<unsigned>(month)),
+                                         std::chrono::day(static_cast<unsigned>(day))};
+  if (!date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
+  const LogTime time = timeOf({month, day, year, hour, minute, second}, year);
+  return text.size() == 10 && dayEnds ? time + 86399 : time;
 }
 
 }  // namespace zorva

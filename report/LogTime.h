@@ -28,7 +28,13 @@ class LogClock {
  private:
   std::string lastText_;
   LogTime lastTime_ = 0;
+  LogTime lastDay_ = 0;            // its first second
   std::optional<LogTime> nearby_;  // of the last date that was read
 };
+
+/// A date and time as people write them: "2026-11-16 22:05:00", also with a "T" between and without
+/// the seconds, or "11/16/26 22:05:00" as it stands in a log. A date alone is its first second, or
+/// its last one. Nothing when it is neither.
+std::optional<LogTime> logTimeFrom(std::string_view text, bool dayEnds);
 
 }  // namespace zorva

@@ -1,4 +1,4 @@
-# Completion of zorva, zorva-sim, zorva-notify and zorva-redact for bash.
+# Completion of zorva, zorva-sim, zorva-notify, zorva-redact and zorva-report for bash.
 
 _zorva() {
   COMPREPLY=($(compgen -W "-B -d -h -p -q" -- "${COMP_WORDS[COMP_CWORD]}"))
@@ -37,7 +37,16 @@ _zorva_redact() {
   esac
 }
 
+_zorva_report() {
+  local word=${COMP_WORDS[COMP_CWORD]}
+  case $word in
+    -*) COMPREPLY=($(compgen -W "--since --until --json --follow --compare -o --output --force -h --help" -- "$word")) ;;
+    *) COMPREPLY=($(compgen -f -- "$word")) ;;
+  esac
+}
+
 complete -F _zorva zorva
 complete -o filenames -F _zorva_redact zorva-redact
+complete -o filenames -F _zorva_report zorva-report
 complete -o filenames -F _zorva_sim zorva-sim
 complete -F _zorva_notify zorva-notify

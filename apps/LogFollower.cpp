@@ -1,0 +1,104 @@
+#include "apps/LogFollower.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <utility>
+
+namespace zorva {
+namespace {
+
+constexpr int kAWhile = 1000;  // ms
+
+}  // namespace
+
+LogFollower::LogFollower(LogInput input, std::function<bool(bool)> quiet)
+    : input_(std::move(input)), quiet_(std::move(quiet)) {
+  const std::filesystem::path path(input_->name());
+  first_ = path.filename().string();
+  directory_ = path.has_parent_path() ? path.parent_path().string() : ".";
+  extension_ = path.extension().string();
+}
+
+std::string LogFollower::watch() {
+  if (!input_->size()) return "";  // its writer ends it
+  queue_ = Descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+  if (!queue_ || ::inotify_add_watch(queue_.get(), input_->name().c_str(), IN_MODIFY) < 0 ||
+      ::inotify_add_watch(queue_.get(), directory_.c_str(), IN_CREATE | IN_MOVED_TO | IN_ONLYDIR) <
+          0) {
+    return input_->name() + ": cannot be followed: " + std::strerror(errno);
+  }
+  return "";
+}
+
+std::ptrdiff_t LogFollower::read(char* to, std::size_t most) {
+  for (;;) {
+    const std::ptrdiff_t count = input_->read(to, most);
+    if (count != 0 || !queue_) return count;
+    // Events may be older than what has just been read, but none is missed: they are taken before
+    // the next attempt.
+    if (!next_.empty() && std::exchange(drained_, true)) return 0;
+    if (next_.empty() && !wait()) return 0;
+  }
+}
+
+bool LogFollower::wait() {
+  if (!quiet_(false)) return false;
+  pollfd events{queue_.get(), POLLIN, 0};
+  int ready = 0;
+  for (bool told = false; ready <= 0;) {
+    ready = ::poll(&events, 1, told ? -1 : kAWhile);
+    if (ready < 0 && errno != EINTR) return false;
+    if (ready == 0) {
+      told = true;
+      if (!quiet_(true)) return false;
+    }
+  }
+  takeEvents();
+  return true;
+}
+
+void LogFollower::takeEvents() {
+  alignas(inotify_event) char buffer[4096];
+  for (;;) {
+    const ssize_t count = ::read(queue_.get(), buffer, sizeof buffer);
+    if (count <= 0) return;
+    for (const char* at = buffer; at < buffer + count;) {
+      inotify_event event;
+      std::memcpy(&event, at, sizeof event);
+      if (event.len > 0) consider(at + sizeof event);
+      at += sizeof event + event.len;
+    }
+  }
+}
+
+void LogFollower::consider(const std::string& name) {
+  const std::filesystem::path path = std::filesystem::path(directory_) / name;
+  const bool alike = name == first_ || (!extension_.empty() && path.extension() == extension_);
+  // The log itself may just have got another name.
+  if (!alike || input_->isFileAt(path.string())) return;
+  next_ = path.string();
+  drained_ = false;
+}
+
+bool LogFollower::next() {
+  std::string problem;
+  while (!next_.empty()) {
+    auto input = LogInput::open(std::exchange(next_, {}), problem);
+    drained_ = false;
+    if (!input) {
+      // It is gone again; perhaps another one comes.
+      while (next_.empty() && wait()) {
+      }
+      continue;
+    }
+    input_.emplace(std::move(*input));
+    ::inotify_add_watch(queue_.get(), input_->name().c_str(), IN_MODIFY);
+    return true;
+  }
+  return false;
+}
+
+}  // namespace zorva

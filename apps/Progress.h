@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "report/LogInput.h"
+
+namespace zorva {
+
+/// How far the reading of logs is, for whoever looks at a terminal and waits: told on standard
+/// error once it takes more than a second.
+class Progress {
+ public:
+  Progress(std::string program, const std::vector<LogInput>& inputs);
+  ~Progress();
+
+  /// So many bytes have been read.
+  void at(std::uint64_t bytes) {
+    if (bytes >= next_) tell(bytes);
+  }
+
+ private:
+  void tell(std::uint64_t bytes);
+
+  std::string program_;
+  bool shown_;
+  bool told_ = false;
+  std::uint64_t total_ = 0;
+  std::uint64_t next_ = 0;
+  std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace zorva

@@ -1,0 +1,120 @@
+#include "apps/ReportRequest.h"
+
+#include <optional>
+#include <string_view>
+
+namespace zorva {
+namespace {
+
+// The value of an option that is written as "--name VALUE" or "--name=VALUE"; nothing where the
+// argument is another one, or its value is missing.
+struct Value {
+  bool isOption = false;
+  std::optional<std::string> text;
+};
+
+Value valueOf(std::string_view name, const std::vector<std::string>& arguments, std::size_t& i) {
+  const std::string_view argument = arguments[i];
+  if (argument == name) {
+    if (i + 1 == arguments.size()) return {true, std::nullopt};
+    return {true, arguments[++i]};
+  }
+  if (argument.starts_with(name) && argument.substr(name.size()).starts_with('=')) {
+    return {true, std::string(argument.substr(name.size() + 1))};
+  }
+  return {};
+}
+
+// "-o FILE", "-oFILE", "--output FILE" or "--output=FILE".
+Value outputOf(const std::vector<std::string>& arguments, std::size_t& i) {
+  const std::string& argument = arguments[i];
+  if (argument.size() > 2 && argument.starts_with("-o")) return {true, argument.substr(2)};
+  return valueOf(argument == "-o" ? "-o" : "--output", arguments, i);
+}
+
+std::string setTime(std::string_view name, const Value& value, bool isEnd, LogTime& to) {
+  const auto time = value.text ? logTimeFrom(*value.text, isEnd) : std::nullopt;
+  if (!time) {
+    return std::string(name) + " needs a date such as 2026-11-16 or \"2026-11-16 22:05:00\".";
+  }
+  to = *time;
+  return "";
+}
+
+std::string contradiction(const ReportRequest& request) {
+  if (request.compare && request.logs.size() < 2) return "--compare needs two logs or more.";
+  if (request.compare && (request.json || request.follow)) {
+    return "--compare goes with neither --json nor --follow.";
+  }
+  if (request.output && (request.compare || request.json || request.follow)) {
+    return "-o goes with none of --json, --follow and --compare.";
+  }
+  if (request.force && !request.output) return "--force is for the file of -o.";
+  if (request.window.since > request.window.until) return "--since is behind --until.";
+  std::size_t inputs = 0;
+  for (const std::string& log : request.logs) inputs += log == "-" ? 1 : 0;
+  if (inputs > 1) return "standard input can be read only once.";
+  return "";
+}
+
+}  // namespace
+
+const char* const kReportHelp =
+    "Usage: zorva-report [LOG...] [--since WHEN] [--until WHEN] [--json] [--follow]\n"
+    "       zorva-report [LOG...] -o FILE.html [--force] [--since WHEN] [--until WHEN]\n"
+    "       zorva-report --compare LOG LOG... [--since WHEN] [--until WHEN]\n"
+    "Tells from logs what used the battery, and when: sleeps and what ended them, who kept the\n"
+    "device awake, who computed, and what was wrong. Several logs are read as one, in the order\n"
+    "of their first entries. Without LOG, or where it is -, standard input is read.\n"
+    "\n"
+    "      --since WHEN  leave out what was before: \"2026-11-16 22:05\", or a date alone\n"
+    "      --until WHEN  leave out what was behind; a date alone is that whole day\n"
+    "  -o, --output FILE write a page for a browser, which shows all of it over time\n"
+    "      --force       replace FILE if it is there\n"
+    "      --json        write every piece of the log as one line of JSON\n"
+    "      --follow      tell what is new as the last log, or the one after it, grows\n"
+    "      --compare     show the logs side by side, in the order given, and what differs\n"
+    "  -h, --help        print this text and exit\n"
+    "\n"
+    "Exit status: 0 done; 1 a log could not be read or the output not be written; 2 bad usage.\n";
+
+std::string parseReportRequest(const std::vector<std::string>& arguments, ReportRequest& request) {
+  bool options = true;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (!options || argument == "-" || !argument.starts_with('-')) {
+      request.logs.push_back(argument);
+    } else if (argument == "--") {
+      options = false;
+    } else if (argument == "--help" || argument == "-h") {
+      request.help = true;
+    } else if (argument == "--json") {
+      request.json = true;
+    } else if (argument == "--follow") {
+      request.follow = true;
+    } else if (argument == "--compare") {
+      request.compare = true;
+    } else if (argument == "--force") {
+      request.force = true;
+    } else if (const Value output = outputOf(arguments, i); output.isOption) {
+      if (request.output) return "more than one output is given.";
+      if (!output.text || output.text->empty()) return "-o needs the name of a file.";
+      request.output = output.text;
+    } else if (const Value since = valueOf("--since", arguments, i); since.isOption) {
+      request.sinceGiven = true;
+      if (auto wrong = setTime("--since", since, false, request.window.since); !wrong.empty()) {
+        return wrong;
+      }
+    } else if (const Value until = valueOf("--until", arguments, i); until.isOption) {
+      if (auto wrong = setTime("--until", until, true, request.window.until); !wrong.empty()) {
+        return wrong;
+      }
+    } else {
+      return "unknown option " + argument + ".";
+    }
+  }
+  if (request.logs.empty()) request.logs.emplace_back("-");
+  return contradiction(request);
+}
+
+}  // namespace zorva

@@ -1,0 +1,308 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <string>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "apps/LogFollower.h"
+#include "apps/OutputFile.h"
+#include "apps/Progress.h"
+#include "apps/ReportRequest.h"
+#include "platform/Text.h"
+#include "platform/support/ProcessSetUp.h"
+#include "report/Comparison.h"
+#include "report/LogInput.h"
+#include "report/LogJson.h"
+#include "report/LogNews.h"
+#include "report/LogReader.h"
+#include "report/PageSummary.h"
+#include "report/SummaryText.h"
+
+namespace zorva {
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kBadUsage = 2;
+constexpr std::size_t kNarrowest = 60;
+constexpr std::size_t kWidest = 100;
+
+int complain(const std::string& problem, int status) {
+  std::fprintf(stderr, "zorva-report: %s\n", problem.c_str());
+  return status;
+}
+
+TextStyle styleOfOutput() {
+  TextStyle style{kWidest, false};
+  if (::isatty(STDOUT_FILENO) == 0) return style;
+  winsize size{};
+  if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+    style.width = std::clamp<std::size_t>(size.ws_col, kNarrowest, kWidest);
+  }
+  const char* const terminal = std::getenv("TERM");
+  const char* const plain = std::getenv("NO_COLOR");
+  style.colour = (plain == nullptr || *plain == '\0') && terminal != nullptr &&
+                 std::strcmp(terminal, "dumb") != 0;
+  return style;
+}
+
+using Take = std::function<bool(const LogRecord& record, const std::string& file)>;
+
+// Reads a log to its end; what it returns is the problem, if there is one. A record that is not
+// taken ends the reading.
+std::string readLog(LogReader& reader, LogInput& input, Progress& progress, std::uint64_t before,
+                    const Take& take) {
+  LogRecord record;
+  reader.begin([&](char* to, std::size_t most) { return input.read(to, most); });
+  while (reader.next(record)) {
+    if (!take(record, input.name())) return "";
+    progress.at(before + reader.counts().bytes);
+  }
+  if (reader.error() == 0) return "";
+  return input.name() + ": cannot be read on: " + std::strerror(reader.error());
+}
+
+// The time of the first entry near the beginning of a plain file.
+std::optional<LogTime> firstTime(const std::string& path) {
+  std::string problem;
+  auto input = LogInput::open(path, problem);
+  if (!input || !input->size()) return std::nullopt;
+  LogReader reader;
+  LogRecord record;
+  bool more = true;
+  reader.begin([&](char* to, std::size_t most) {
+    return std::exchange(more, false) ? input->read(to, most) : 0;
+  });
+  while (reader.next(record)) {
+    if (record.piece == LogPiece::kEntry && record.category != "Syslog") return record.time;
+  }
+  return std::nullopt;
+}
+
+// Files that a shell lists by name may not be in their order. What cannot be read twice stays.
+void sortByTime(std::vector<std::string>& logs) {
+  std::vector<std::pair<LogTime, std::string>> dated;
+  for (const std::string& log : logs) {
+    const auto time = log == "-" ? std::nullopt : firstTime(log);
+    if (!time) return;
+    dated.emplace_back(*time, log);
+  }
+  std::ranges::stable_sort(dated, {}, [](const auto& log) { return log.first; });
+  for (std::size_t i = 0; i < logs.size(); ++i) logs[i] = dated[i].second;
+}
+
+std::string open(const std::vector<std::string>& logs, std::vector<LogInput>& inputs) {
+  std::string problem;
+  for (const std::string& log : logs) {
+    auto input = LogInput::open(log, problem);
+    if (!input) return problem;
+    inputs.push_back(std::move(*input));
+  }
+  return "";
+}
+
+int finish(OutputFile& output) {
+  return output.finish() ? 0 : complain(output.problem(), kFailed);
+}
+
+int tellSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  LogReader reader;
+  LogSummarizer summarizer(request.window);
+  LogReading reading;
+  for (const LogInput& input : inputs) reading.files.push_back(input.name());
+  {
+    Progress progress("zorva-report", inputs);
+    for (LogInput& input : inputs) {
+      const std::string problem = readLog(reader, input, progress, 0,
+                                          [&](const LogRecord& record, const std::string& file) {
+                                            summarizer.add(record);
+                                            reading.note(record, file);
+                                            return true;
+                                          });
+      if (!problem.empty()) return complain(problem, kFailed);
+    }
+  }
+  reading.counts = reader.counts();
+  OutputFile output = OutputFile::standardOutput();
+  output.pending() = summaryText(summarizer.finish(), reading, styleOfOutput());
+  return finish(output);
+}
+
+int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  for (const LogInput& input : inputs) {
+    if (!input.isFileAt(*request.output)) continue;
+    return complain(input.name() + ": would be replaced by the page; choose another name for -o",
+                    kFailed);
+  }
+  std::string problem;
+  auto output = OutputFile::make(*request.output, request.force, problem);
+  if (!output) return complain(problem, kFailed);
+  LogReader reader;
+  LogSummarizer summarizer(request.window);
+  LogReading reading{request.logs, {}, {}};
+  PageWriter page(output->pending(), request.window);
+  {
+    Progress progress("zorva-report", inputs);
+    for (LogInput& input : inputs) {
+      bool written = true;
+      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+        summarizer.add(record);
+        page.add(record);
+        return written = output->flushIfMuch();
+      });
+      if (!written) return complain(output->problem(), kFailed);
+      if (!problem.empty()) return complain(problem, kFailed);
+    }
+  }
+  reading.counts = reader.counts();
+  page.finish(pageSummary(summarizer.finish(), reading));
+  return finish(*output);
+}
+
+int tellComparison(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  std::vector<ComparedLog> compared;
+  {
+    Progress progress("zorva-report", inputs);
+    std::uint64_t before = 0;
+    for (LogInput& input : inputs) {
+      LogReader reader;
+      LogSummarizer summarizer(request.window);
+      const std::string problem =
+          readLog(reader, input, progress, before, [&](const LogRecord& record, const auto&) {
+            summarizer.add(record);
+            return true;
+          });
+      if (!problem.empty()) return complain(problem, kFailed);
+      before += reader.counts().bytes;
+      compared.push_back({input.name(), summarizer.finish()});
+    }
+  }
+  OutputFile output = OutputFile::standardOutput();
+  output.pending() = comparisonText(compared, styleOfOutput());
+  return finish(output);
+}
+
+// Decides what of a log is in a window. What has no time of its own goes with the entry before.
+class WindowFilter {
+ public:
+  explicit WindowFilter(const LogWindow& window) : window_(window) {}
+
+  bool takes(const LogRecord& record) {
+    if (record.piece == LogPiece::kEntry && record.category != "Syslog") {
+      inside_ = window_.holds(record.time);
+    }
+    return inside_;
+  }
+
+ private:
+  LogWindow window_;
+  bool inside_ = window_.since == LogWindow().since;
+};
+
+int tellJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  LogReader reader;
+  LogJson json;
+  WindowFilter filter(request.window);
+  OutputFile output = OutputFile::standardOutput();
+  bool written = true;
+  Progress progress("zorva-report", inputs);
+  for (LogInput& input : inputs) {
+    const std::string problem =
+        readLog(reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
+          if (filter.takes(record)) json.append(record, file, output.pending());
+          return written = output.flushIfMuch();
+        });
+    if (!written) return complain(output.problem(), kFailed);
+    if (!problem.empty()) return complain(problem, kFailed);
+  }
+  return finish(output);
+}
+
+// Tells what is new: what was there before is read in silence, unless it is asked for by its time.
+int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  OutputFile output = OutputFile::standardOutput();
+  bool live = request.sinceGiven;
+  LogNews news([&](const std::string& line) {
+    if (live) output.pending().append(line).append("\n");
+  });
+  LogHistory history(news);
+  LogJson json;
+  WindowFilter filter(request.window);
+  const auto take = [&](const LogRecord& record, const std::string& file) {
+    const bool inside = filter.takes(record);
+    if (!request.json) {
+      const bool before = std::exchange(live, live && inside);
+      history.add(record);
+      live = before;
+    } else if (live && inside) {
+      json.append(record, file, output.pending());
+    }
+    return output.flushIfMuch();
+  };
+  LogReader reader;
+  {
+    Progress progress("zorva-report", inputs);
+    for (std::size_t i = 0; i + 1 < inputs.size(); ++i) {
+      const std::string problem = readLog(reader, inputs[i], progress, 0, take);
+      if (!problem.empty()) return complain(problem, kFailed);
+    }
+  }
+  bool written = true;
+  LogFollower follower(std::move(inputs.back()), [&](bool forAWhile) {
+    if (forAWhile) history.settle();
+    if (!std::exchange(live, true) && !request.json) {
+      output.pending() += "Following " + safeText(follower.input().name());
+      if (news.level()) output.pending() += "; the battery is at " + figure(*news.level()) + " %";
+      output.pending() += ".\n";
+    }
+    return written = output.finish();
+  });
+  live = live || !follower.input().size();
+  if (const std::string problem = follower.watch(); !problem.empty()) {
+    return complain(problem, kFailed);
+  }
+  LogRecord record;
+  do {
+    reader.begin([&](char* to, std::size_t most) { return follower.read(to, most); });
+    while (written && reader.next(record)) written = take(record, follower.input().name());
+    if (reader.error() != 0) {
+      return complain(
+          follower.input().name() + ": cannot be read on: " + std::strerror(reader.error()),
+          kFailed);
+    }
+  } while (written && follower.next());
+  history.finish();
+  return written ? finish(output) : complain(output.problem(), kFailed);
+}
+
+int run(const std::vector<std::string>& arguments) {
+  ReportRequest request;
+  if (const std::string wrong = parseReportRequest(arguments, request); !wrong.empty()) {
+    return complain(wrong + " 'zorva-report --help' tells more.", kBadUsage);
+  }
+  if (request.help) {
+    return std::fputs(kReportHelp, stdout) < 0 || std::fflush(stdout) != 0 ? kFailed : 0;
+  }
+  if (!request.compare) sortByTime(request.logs);
+  std::vector<LogInput> inputs;
+  if (const std::string problem = open(request.logs, inputs); !problem.empty()) {
+    return complain(problem, kFailed);
+  }
+  if (request.follow) return follow(request, inputs);
+  if (request.output) return writePage(request, inputs);
+  if (request.compare) return tellComparison(request, inputs);
+  return request.json ? tellJson(request, inputs) : tellSummary(request, inputs);
+}
+
+}  // namespace
+}  // namespace zorva
+
+int main(int count, char** arguments) {
+  zorva::prepareProcess();
+  return zorva::run({arguments + (count > 0 ? 1 : 0), arguments + count});
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <vector>
+
+#include "report/LogSummary.h"
+
+namespace zorva {
+
+/// Tells what was used asleep from what was used awake. The states of a time are known only later
+/// than its levels, when they have ended.
+class ChargeAccount {
+ public:
+  void addLevel(LogTime time, double percent);
+  void addAsleep(LogTime begin, LogTime end) { asleep_.push_back({begin, end}); }
+  void addCharging(LogTime begin, LogTime end) { charging_.push_back({begin, end}); }
+
+  /// Adds up what is known, and forgets it: from here on nothing can be compared with before.
+  void close(LogSummary& to);
+
+ private:
+  struct Level {
+    LogTime time;
+    double percent;
+  };
+  struct Stretch {
+    LogTime begin;
+    LogTime end;
+  };
+
+  static LogTime overlap(const std::vector<Stretch>& stretches, LogTime from, LogTime to,
+                         std::size_t& first);
+
+  std::vector<Level> levels_;
+  std::vector<Stretch> asleep_;
+  std::vector<Stretch> charging_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,91 @@
+// The log's data, as PageWriter left them in the page.
+
+// An element is read once and then let go: a long log's are some megabytes.
+function readElement(id) {
+  const element = document.getElementById(id);
+  const text = element.textContent;
+  element.remove();
+  return JSON.parse(text);
+}
+
+// Spans are numbers one behind the other; times and positions are differences to the one before.
+function readSpans(numbers, texts, begin) {
+  const kBeginUnknown = 1, kEndUnknown = 2, kMerged = 4;
+  const spans = [];
+  let first = 0;
+  for (let i = 0; i < numbers.length;) {
+    begin += numbers[i++];
+    const length = numbers[i++];
+    first += numbers[i++];
+    const span = {
+      begin, end: begin + length, first,
+      who: texts[numbers[i++]], pid: numbers[i++], what: texts[numbers[i++]],
+      detail: texts[numbers[i++]], beginKnown: true, endKnown: true, count: 1, held: length,
+    };
+    const flags = numbers[i++];
+    span.beginKnown = !(flags & kBeginUnknown);
+    span.endKnown = !(flags & kEndUnknown);
+    if (flags & kMerged) {
+      span.count = numbers[i++];
+      span.held = numbers[i++];
+    }
+    spans.push(span);
+  }
+  return spans;
+}
+
+function readCurve(numbers, begin) {
+  const points = [];
+  for (let i = 0; i < numbers.length; i += 2) {
+    begin += numbers[i];
+    points.push([begin, numbers[i + 1]]);
+  }
+  return points;
+}
+
+// How the processes, in seconds, and the modem, in milliseconds, used the time between two samples.
+function readWork(told, texts, begin) {
+  return told.map(([at, length, first, amount, ...numbers]) => {
+    const uses = [];
+    for (let i = 0; i < numbers.length; i += 3) {
+      uses.push({name: texts[numbers[i]], pid: numbers[i + 1], amount: numbers[i + 2]});
+    }
+    return {begin: begin + at, end: begin + at + length, first, amount, uses};
+  });
+}
+
+// Everything on the axis is in seconds that never go back. `clock` tells the local time: from its
+// first number on, it is the axis' minus its second; its third is by how much it leapt there.
+function readTimeline() {
+  const told = readElement('timeline');
+  const [begin, end] = told.range;
+  const data = {begin, end: Math.max(end, begin + 1), clock: [], lanes: {}, merged: {}, curves: {},
+                traffic: [], work: readWork(told.work, told.texts, begin),
+                modem: readWork(told.modem, told.texts, begin)};
+  for (let i = 0; i < told.clock.length; i += 3) {
+    data.clock.push({at: told.clock[i], shift: told.clock[i + 1], jump: told.clock[i + 2]});
+  }
+  for (const [name, lane] of Object.entries(told.lanes)) {
+    data.lanes[name] = readSpans(lane.spans, told.texts, begin);
+    data.merged[name] = lane.merged;
+  }
+  for (const [name, curve] of Object.entries(told.curves)) {
+    data.curves[name] = {width: curve.width, points: readCurve(curve.points, begin)};
+  }
+  for (let i = 0; i < told.traffic.length; i += 4) {
+    const [at, length, received, sent] = told.traffic.slice(i, i + 4);
+    data.traffic.push({begin: begin + at, end: begin + at + length, received, sent});
+  }
+  return data;
+}
+
+// The last index whose begin is not after the time, or -1.
+function lastBefore(items, time, key = 'begin') {
+  let low = 0, high = items.length;
+  while (low < high) {
+    const middle = (low + high) >> 1;
+    if (items[middle][key] <= time) low = middle + 1;
+    else high = middle;
+  }
+  return low - 1;
+}

@@ -1,0 +1,107 @@
+// Tables that sort by any column, and show what is of the chosen process.
+
+class Tables {
+  constructor(place, tables, view, processes) {
+    Object.assign(this, {view, processes});
+    this.tables = tables.filter(({rows}) => rows.length).map((table) => this.make(place, table));
+    view.on('process', () => this.tables.forEach((table) => this.fill(table)));
+  }
+
+  make(place, told) {
+    const table = {...told, sorted: null, all: false};
+    const head = element('tr', '');
+    told.columns.forEach((column, i) => {
+      const button = element('button', '', column.name);
+      button.type = 'button';
+      button.addEventListener('click', () => this.sort(table, i));
+      const cell = element('th', this.isNumber(column) ? 'number' : '', button);
+      cell.scope = 'col';
+      cell.setAttribute('aria-sort', 'none');
+      head.append(cell);
+    });
+    table.head = head;
+    table.body = element('tbody', '');
+    table.more = element('button', 'quiet', '');
+    table.more.type = 'button';
+    table.more.addEventListener('click', () => {
+      table.all = !table.all;
+      this.fill(table);
+    });
+    table.note = element('p', 'note', '');
+    // Magnitudes are shown for the first column of numbers that says how much.
+    table.measured = told.columns.findIndex((column) => this.isNumber(column) && column.kind !== 'number');
+    const caption = element('caption', '', told.title);
+    const scroll = element('div', 'scroll', element('table', '', caption, element('thead', '', head), table.body));
+    scroll.tabIndex = 0;
+    scroll.setAttribute('role', 'region');
+    scroll.setAttribute('aria-label', told.title);
+    table.section = element('section', 'card table', scroll, table.more, table.note);
+    place.append(table.section);
+    this.fill(table);
+    return table;
+  }
+
+  isNumber({kind}) {
+    return kind !== 'text' && kind !== 'process';
+  }
+
+  // First the greatest, or from A; once more, the other way round.
+  sort(table, column) {
+    const descends = this.isNumber(table.columns[column]);
+    const again = table.sorted?.column === column;
+    table.sorted = {column, descends: again ? !table.sorted.descends : descends};
+    [...table.head.children].forEach((cell, i) => {
+      cell.setAttribute('aria-sort', i !== column ? 'none' : table.sorted.descends ? 'descending' : 'ascending');
+    });
+    this.fill(table);
+  }
+
+  rowsOf(table) {
+    const {process} = this.view;
+    const columns = table.columns.flatMap(({kind}, i) => kind === 'process' ? [i] : []);
+    const rows = table.rows.filter((row) => !process || !columns.length || columns.some((i) => row[i] !== null && this.processes.owns(process, {who: row[i], pid: 0})));
+    if (!table.sorted) return rows;
+    const {column, descends} = table.sorted;
+    const order = (one, other) => typeof one === 'number' ? one - other : String(one).localeCompare(String(other), 'en', {numeric: true});
+    // What is not known comes last either way.
+    return [...rows].sort(({[column]: one}, {[column]: other}) => one === null || other === null
+        ? (one === null) - (other === null) : (descends ? -1 : 1) * order(one, other));
+  }
+
+  fill(table) {
+    const few = 12;
+    const rows = this.rowsOf(table);
+    const most = table.rows.reduce((greatest, row) => Math.max(greatest, row[table.measured] ?? 0), 0);
+    const shown = table.all ? rows : rows.slice(0, few);
+    table.body.replaceChildren(...shown.map((row) => element('tr', '', ...row.map((value, i) => {
+      const column = table.columns[i];
+      const cell = element('td', this.isNumber(column) ? 'number' : '', this.text(column, value));
+      if (i === table.measured && most > 0) {
+        cell.classList.add('measured');
+        cell.style.setProperty('--share', `${100 * value / most}%`);
+      }
+      return cell;
+    }))));
+    if (!rows.length) {
+      const cell = element('td', 'dim', 'nothing of this process');
+      cell.colSpan = table.columns.length;
+      table.body.append(element('tr', '', cell));
+    }
+    table.more.hidden = rows.length <= few;
+    table.more.textContent = table.all ? 'Show fewer' : `Show all ${rows.length}`;
+    table.note.hidden = !table.left;
+    table.note.textContent = `${several(table.left, 'row more is', 'rows more are')} left out of this page.`;
+  }
+
+  text({kind}, value) {
+    if (value === null) return '\u2013';
+    switch (kind) {
+      case 'seconds': return duration(value);
+      case 'bytes': return bytes(value);
+      case 'percent': return `${value > 0 && value < 0.05 ? '<0.1' : amount(value)}\u00a0%`;
+      case 'count': return amount(value, 0);
+      case 'number': return amount(value, 2);
+      default: return value;
+    }
+  }
+}

@@ -1,0 +1,211 @@
+"""The page of zorva-report -o in a browser: what it shows, how it answers, and that nothing in a log can
+do more than be shown."""
+import json
+import pathlib
+import re
+import shutil
+import sys
+import tempfile
+import unittest
+
+from programs import ROOT, SKIPPED, main, program, run, wait_for
+
+try:
+    from selenium import webdriver
+    from selenium.webdriver.common.action_chains import ActionChains
+    from selenium.webdriver.common.by import By
+    from selenium.webdriver.support.select import Select
+except ImportError:
+    print('skipped: a browser is driven with python3-selenium, which is not installed')
+    sys.exit(SKIPPED)
+if not shutil.which('chromium') or not shutil.which('chromedriver'):
+    print('skipped: needs chromium and chromium-driver')
+    sys.exit(SKIPPED)
+
+NIGHT = ROOT / 'scenarios' / 'night.log'
+HOSTILE = '</script><img src=x onerror=document.title="owned">'
+HOSTILE_LOG = f'''11/16/26 21:30:00 [WiFi] status=on; ap={HOSTILE}; wow=off; pm_dur=0; mpc_dur=0;
+11/16/26 21:30:00 [Assertion] state=created; process=<!--<script>; pid=61; name=a"b\\c\u2028d\x07&lt;; held_for=00:00:00;
+11/16/26 21:30:01 [Wake] reason=<b>rtc</b>; info=<none>;
+<script>document.title="owned"</script>]]>\xff
+11/16/26 21:31:00 [Zorva] -->{HOSTILE}
+11/16/26 21:32:00 [Battery] level=62.80%; voltage=3826 mV; current=-240 mA; max_capacity=1400; charging_state=Inactive; charging_current=-240 mA; battery_temp=30.40 C; usage=02:41:00; standby=09:12:00;
+'''
+
+
+class PageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        options = webdriver.ChromeOptions()
+        options.binary_location = shutil.which('chromium')
+        for flag in ('headless=new', 'no-sandbox', 'disable-gpu', 'disable-quic', 'no-first-run', 'disable-sync',
+                     'disable-background-networking', 'disable-component-update', 'disable-dev-shm-usage',
+                     'window-size=1300,1000', f'user-data-dir={cls.folder.name}/profile'):
+            options.add_argument(f'--{flag}')
+        options.set_capability('goog:loggingPrefs', {'browser': 'ALL', 'performance': 'ALL'})
+        service = webdriver.chrome.service.Service(shutil.which('chromedriver'))
+        cls.browser = webdriver.Chrome(options=options, service=service)
+        cls.addClassCleanup(cls.folder.cleanup)
+        cls.addClassCleanup(cls.browser.quit)
+
+    def tearDown(self):
+        # Of whatever a test did: no error, and no request but for the page (and the browser's own tab).
+        errors = [entry for entry in self.browser.get_log('browser') if entry['level'] == 'SEVERE']
+        messages = [json.loads(entry['message'])['message'] for entry in self.browser.get_log('performance')]
+        asked = {message['params']['request']['url'] for message in messages
+                 if message['method'] == 'Network.requestWillBeSent'}
+        self.assertEqual({url for url in asked if not url.startswith(('data:', 'chrome:'))}, {self.page.as_uri()})
+        self.assertEqual(errors, [])
+
+    def open(self, log, *options, dark=False, width=1300):
+        self.page = pathlib.Path(self.folder.name) / 'page.html'
+        made = run(program('zorva-report'), log, '-o', self.page, '--force', *options)
+        self.assertEqual((made.returncode, made.stdout, made.stderr), (0, '', ''))
+        self.browser.execute_cdp_cmd('Emulation.setEmulatedMedia', {'features': [
+            {'name': 'prefers-color-scheme', 'value': 'dark' if dark else 'light'},
+            {'name': 'prefers-reduced-motion', 'value': 'reduce'}]})
+        self.browser.execute_cdp_cmd('Emulation.setDeviceMetricsOverride', {
+            'width': width, 'height': 900, 'deviceScaleFactor': 1, 'mobile': width < 500})
+        self.browser.get(self.page.as_uri())
+        self.stack = self.one('#stack')
+        wait_for(lambda: self.one('#shown').text, 'the timeline')
+
+    def one(self, selector):
+        return self.browser.find_element(By.CSS_SELECTOR, selector)
+
+    def texts(self, selector):
+        return [found.text for found in self.browser.find_elements(By.CSS_SELECTOR, selector)]
+
+    def tell(self, text, what='#now'):
+        wait_for(lambda: text in self.one(what).text, f'"{text}" in {what}, which has "{self.one(what).text}"')
+
+    def pixels(self, name):
+        """How many pixels of the lanes have the style's colour."""
+        return self.browser.execute_script('''
+            const colour = getComputedStyle(document.documentElement).getPropertyValue(arguments[0]).trim();
+            const wanted = colour.match(/[0-9a-f]{2}/gi).map((part) => parseInt(part, 16));
+            const canvas = document.getElementById('lanes');
+            const {data} = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+            let count = 0;
+            for (let i = 0; i < data.length; i += 4) count += wanted.every((part, k) => data[i + k] === part);
+            return count;''', name)
+
+    def lines(self):
+        wait_for(lambda: self.browser.find_elements(By.CSS_SELECTOR, '#lines .marked'), 'the lines')
+        return [line.get_property('textContent') for line in self.browser.find_elements(By.CSS_SELECTOR, '#lines li')]
+
+    def column(self, title, number):
+        path = f'//table[caption="{title}"]/tbody/tr/td[{number}]'
+        return [cell.text for cell in self.browser.find_elements(By.XPATH, path)]
+
+    def test_the_night_is_there_and_answers_to_pointer_and_keys(self):
+        self.open(NIGHT)
+        self.assertEqual(self.one('h1').text, 'night.log')
+        self.assertIn('6 wakes', self.one('#facts').text)
+        for colour in '--asleep', '--display', '--assertion', '--call', '--wifi', '--error':
+            self.assertGreater(self.pixels(colour), 10, colour)
+        self.assertEqual(len(self.texts('.curve')), 4)
+
+        ActionChains(self.browser).move_to_element_with_offset(self.stack, 60, 0).perform()
+        self.tell('Asleep\nsince 01:06:10')
+        self.tell('Wi-Fi Sim Network')
+        self.stack.send_keys(webdriver.Keys.HOME, 'n')
+        self.tell('22:47:12')
+        self.tell('woken by exton2(bb): TCP 198.51.100.24:5223 to port 49160, for pushd (77)')
+        self.stack.send_keys(webdriver.Keys.ARROW_RIGHT)
+        wait_for(lambda: self.stack.get_attribute('aria-valuetext') > '22:47:12', 'the cursor')
+        wait_for(lambda: '\u2212' in self.one('#announcement').get_property('textContent'), 'the announcement')
+
+        whole = self.one('#shown').text
+        self.stack.send_keys('++')
+        self.tell('(2 h 15 min)', '#shown')
+        self.stack.send_keys('0')
+        self.tell(whole, '#shown')
+        ActionChains(self.browser).move_to_element_with_offset(self.stack, 0, 0).click_and_hold() \
+            .move_by_offset(100, 0).release().perform()
+        wait_for(lambda: self.one('#shown').text != whole, 'the zoom by dragging')
+        self.one('#whole').click()
+        self.tell(whole, '#shown')
+
+    def test_a_click_shows_the_lines_of_the_log(self):
+        self.open(NIGHT)
+        self.stack.send_keys(webdriver.Keys.HOME, 'nnn', webdriver.Keys.ENTER)
+        shown = self.lines()
+        self.assertTrue('\n'.join(shown) in NIGHT.read_text(), shown[:3])
+        self.assertEqual(self.one('#lines .marked').text.split(' [')[0], '11/17/26 01:05:40')
+        for button in '#lines-earlier', '#lines-later':
+            while self.one(button).is_displayed():
+                count = len(self.lines())
+                self.one(button).click()
+                wait_for(lambda: len(self.lines()) > count, 'more lines')
+        self.assertEqual('\n'.join(self.lines()), NIGHT.read_text().rstrip('\n'))
+        [item for item in self.browser.find_elements(By.CSS_SELECTOR, '#now .item') if 'Network' in item.text][0].click()
+        wait_for(lambda: '[Registration]' in self.one('#lines .marked').text, 'the line that told of the network')
+        self.open(NIGHT)
+        self.browser.execute_script('DecompressionStream = undefined')
+        self.stack.send_keys(webdriver.Keys.ENTER)
+        self.tell('This browser cannot unpack', '#lines')
+
+    def test_tables_sort_and_the_filter_leaves_what_is_of_a_process(self):
+        self.open(NIGHT)
+        holders = 'Who kept it awake'
+        self.assertEqual(self.column(holders, 1)[0], 'Homescreen')
+        header = self.browser.find_element(By.XPATH, f'//table[caption="{holders}"]//th[5]/button')
+        for order in 'descending', 'ascending':
+            header.click()
+            self.assertEqual(header.find_element(By.XPATH, '..').get_attribute('aria-sort'), order)
+            times = [int(text) for text in self.column(holders, 5)]
+            self.assertEqual(times, sorted(times, reverse=order == 'descending'))
+            self.assertGreater(len(set(times)), 1)
+        before = self.pixels('--assertion')
+        Select(self.one('#process')).select_by_visible_text('commcenter')
+        wait_for(lambda: set(self.column(holders, 1)) == {'commcenter'}, 'the filtered table')
+        wait_for(lambda: 0 < self.pixels('--assertion') < before / 2, 'the others, dimmed')
+
+    def test_nothing_in_a_log_is_more_than_text(self):
+        self.open(NIGHT)
+        scripts = len(self.texts('script'))
+        log = pathlib.Path(self.folder.name) / 'hostile.log'
+        log.write_bytes(HOSTILE_LOG.encode().replace(b'\xc3\xbf', b'\xff'))
+        self.open(log)
+        self.assertEqual(len(self.texts('script')), scripts)
+        self.assertEqual(self.texts('img'), [])
+        self.assertEqual(self.browser.title, 'hostile.log \u2013 power log')
+        self.stack.send_keys(webdriver.Keys.HOME, webdriver.Keys.ENTER)
+        self.tell(f'Wi-Fi {HOSTILE}')
+        self.tell('<!--<script> (61) \u201ca"b\\c\\xe2\\x80\\xa8d\\x07&lt;\u201d')
+        self.assertEqual(self.column('Wakes by reason', 1), ['<b>rtc</b>'])
+        self.assertEqual(self.lines()[3], '<script>document.title="owned"</script>]]>\ufffd')
+        policy = re.search(r'Content-Security-Policy" content="([^"]*)"', self.page.read_text())[1]
+        self.assertIn("default-src 'none'; connect-src 'none'", policy)
+        self.assertNotIn('unsafe', policy)
+
+    def test_it_is_read_in_the_dark_and_on_a_phone(self):
+        for dark, width in (False, 360), (True, 360), (True, 1300):
+            self.open(NIGHT, dark=dark, width=width)
+            self.assertLessEqual(self.browser.execute_script('return document.documentElement.scrollWidth'), width)
+            value = 'return getComputedStyle(document.documentElement).getPropertyValue(arguments[0]).trim()'
+            light = {}
+            for name in '--card', '--back', '--text', '--dim', '--error', '--accent':
+                parts = [int(part, 16) / 255 for part in re.findall('[0-9a-f]{2}', self.browser.execute_script(value, name))]
+                linear = [part / 12.92 if part <= 0.04 else ((part + 0.055) / 1.055) ** 2.4 for part in parts]
+                light[name] = 0.2126 * linear[0] + 0.7152 * linear[1] + 0.0722 * linear[2]
+            self.assertEqual(light['--card'] < 0.1, dark)
+            for name in '--text', '--dim', '--error', '--accent':
+                for back in '--card', '--back':
+                    lesser, greater = sorted((light[name], light[back]))
+                    self.assertGreater((greater + 0.05) / (lesser + 0.05), 4.5, f'{name} on {back}')
+        self.one('#theme').click()  # from the system's to light
+        wait_for(lambda: self.one('html').get_attribute('data-theme') == 'light', 'the light theme')
+
+    def test_the_page_can_be_of_a_part_of_the_log(self):
+        self.open(NIGHT, '--since', '2026-11-17 01:00', '--until', '2026-11-17 03:00')
+        self.assertIn('01:05:40', self.one('#shown').text)
+        self.stack.send_keys(webdriver.Keys.HOME, webdriver.Keys.ENTER)
+        self.tell('Network Sim Mobile 3G')
+        shown = [line.split(' [')[0] for line in self.lines()]
+        self.assertEqual((shown[0], shown[-1]), ('11/17/26 01:05:40', '11/17/26 02:20:30'))
+
+
+main()

@@ -1,0 +1,127 @@
+"""zorva-report: what it prints, that its JSON is the log, and that it follows one that grows."""
+import json
+import os
+import pathlib
+import pty
+import subprocess
+import tempfile
+import unittest
+
+from programs import ROOT, main, program, run, wait_for
+
+LOGS = {name: ROOT / 'scenarios' / f'{name}.log' for name in ('day', 'night', 'first-hour')}
+
+
+def report(*arguments, **options):
+    return run(program('zorva-report'), *arguments, **options)
+
+
+def pieces(log, *arguments):
+    shown = report('--json', log, *arguments)
+    assert (shown.returncode, shown.stderr) == (0, ''), shown.stderr
+    return [json.loads(line) for line in shown.stdout.splitlines()]
+
+
+def rebuilt(told):
+    return b''.join(bytes.fromhex(piece['bytes']) if 'bytes' in piece else piece['raw'].encode() for piece in told)
+
+
+class ReportTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = pathlib.Path(directory.name)
+
+    def test_the_log_can_be_rebuilt_from_json_and_types_stay(self):
+        damaged = self.directory / 'dam"aged\n.log'
+        damaged.write_bytes(b'\0\xff\xc3\r\n\n11/16/26 10:00:00 [WiFi] status=on; ap=\xff\xe2\x82\xac\\"\x7f;\r\n'
+                            b'cut\n11/16/26 10:00:00 [Later] a=1; b=x;\n11/16/26 10:00:00 [Zorva]{\n    a = 1;\n}\n'
+                            b'11/16/26 10:00:01 [PacketDecoder] length=46; protocol=UDP; length=26;\n'
+                            b'11/16/26 10:00:01 [Battery] level=nan%; voltage=-1 mV; added=7; current=<unknown>;\nend')
+        types = {}
+        for log in [damaged, *LOGS.values()]:
+            told = pieces(log)
+            self.assertEqual(rebuilt(told), log.read_bytes(), log)
+            self.assertEqual({piece['file'] for piece in told}, {str(log)})
+            for piece in told:
+                objects = [value for value in piece.values() if isinstance(value, dict)]
+                for path, value in [*piece.items()] + [pair for each in objects for pair in each.items()]:
+                    if value is not None:
+                        key = (piece.get('category'), path)
+                        self.assertEqual(types.setdefault(key, type(value)), type(value), key)
+        told = {piece['category']: piece for piece in pieces(damaged) if 'category' in piece}
+        self.assertEqual(told['WiFi']['wifi'], {'status': 'on', 'ap': '\ufffd\u20ac\\"\x7f'})
+        self.assertEqual(told['Later']['other'], [{'key': 'a', 'value': '1'}, {'key': 'b', 'value': 'x'}])
+        self.assertEqual(told['Zorva']['text'], '{\n    a = 1;\n}')
+        self.assertEqual(told['PacketDecoder']['packetdecoder'], {'length': 46, 'protocol': 'UDP', 'length_2': 26})
+        self.assertEqual((told['Battery']['battery'], told['Battery']['other']),
+                         ({'level': None, 'voltage': -1, 'current': None}, [{'key': 'added', 'value': '7'}]))
+        held = next(piece for piece in pieces(LOGS['day']) if piece.get('category') == 'Assertion')
+        self.assertEqual((held['time'], held['assertion']['held_for'], held['line']), ('2026-11-17T06:28:00', 25200, 7))
+
+    def test_logs_are_sorted_and_a_window_is_cut_out(self):
+        shown = report(LOGS['day'], LOGS['night'], '--until', '2026-11-16')
+        self.assertEqual((shown.returncode, shown.stderr), (0, ''))
+        self.assertIn('Mon 16 Nov 2026 21:30:00 to Mon 16 Nov 2026 22:47:45', shown.stdout)
+        self.assertEqual(shown.stdout.splitlines()[0], f'{LOGS["night"]}, {LOGS["day"]}')
+        window = ['--since', '2026-11-17 01:05:40', '--until', '11/17/26 01:06:09']
+        self.assertEqual([piece.get('category') for piece in pieces(LOGS['night'], *window)],
+                         ['Wake', 'PacketDecoder', 'Baseband State Durations'])
+        piped = report('--compare', LOGS['night'], '-', input=LOGS['night'].read_text())
+        self.assertRegex(piped.stdout, r'(?s)to B, per hour\n  Nothing of note.*asleep +0.60 % +0.60 % +same\n')
+        changed = report('--compare', LOGS['night'], LOGS['day']).stdout
+        self.assertRegex(changed, r'\n  Charge used awake +5.0 %  to +7.8 % +\+54 %\n')
+        self.assertRegex(changed, r'\n  exton2\(bb\) +0.33 +0.11 +-66 %\n')
+
+    def test_colours_are_for_terminals_and_mistakes_are_told(self):
+        for setting, coloured in ({'TERM': 'xterm'}, True), ({'TERM': 'xterm', 'NO_COLOR': '1'}, False):
+            master, slave = pty.openpty()
+            process = subprocess.Popen([program('zorva-report'), str(LOGS['night'])], stdout=slave,
+                                       env={**os.environ, 'NO_COLOR': '', **setting})
+            os.close(slave)
+            shown = b''
+            try:
+                while part := os.read(master, 65536):
+                    shown += part
+            except OSError:
+                pass  # its end
+            os.close(master)
+            self.assertEqual((process.wait(), b'\033[1mBattery' in shown, b'Battery' in shown), (0, coloured, True))
+        for arguments in (['--nonsense'], ['--since'], ['--since', 'yesterday'], ['-', '-'], ['--compare', LOGS['day']],
+                          ['--compare', '--json', *LOGS.values()], ['--since=2026-11-17', '--until=2026-11-16']):
+            self.assertEqual(report(*arguments, input='').returncode, 2, arguments)
+        missing = report(self.directory / 'none')
+        self.assertEqual((missing.returncode, missing.stdout), (1, ''))
+        self.assertIn('/none: cannot be read: No such file', missing.stderr)
+
+    def test_it_follows_a_log_and_the_one_after_it(self):
+        lines = LOGS['night'].read_bytes().splitlines(True)
+        log, output = self.directory / 'a.zorva', self.directory / 'output'
+        log.write_bytes(b''.join(lines[:60]))
+        for options in [], ['--json']:
+            with output.open('wb') as to:
+                process = subprocess.Popen([program('zorva-report'), '--follow', log, *options], stdout=to)
+            self.addCleanup(process.kill)
+            if not options:
+                wait_for(lambda: b'Following' in output.read_bytes(), 'the beginning')
+                for part in lines[60:80], lines[80:90]:
+                    with log.open('ab') as grown:
+                        grown.write(b''.join(part))
+                wait_for(lambda: b'Error: Could not get wake reason' in output.read_bytes(), 'what was appended')
+                log.rename(self.directory / 'moved')
+                (self.directory / 'b.zorva').write_bytes(b'Zorva Version: 5\n' + b''.join(lines[90:]))
+                wait_for(lambda: b'for 1 min 10 s: Alarm.' in output.read_bytes(), 'the next log')
+                self.assertIn(b'Woke up after 1 h 13 min: <unknown>.\n', output.read_bytes())
+                log = self.directory / 'b.zorva'
+            else:
+                with log.open('ab') as grown:
+                    # Whether or not the program has begun, the last of these is new at some time.
+                    wait_for(lambda: grown.write(lines[-1]) and grown.flush() is None and output.read_bytes(), 'JSON')
+                self.assertEqual(json.loads(output.read_bytes().splitlines()[0])['raw'].encode(), lines[-1])
+            process.kill()
+            process.wait()
+
+
+main()
