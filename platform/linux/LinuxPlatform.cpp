@@ -66,7 +66,8 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxDeviceRegistry registry_{runLoop_.event()};
   LinuxDeviceInformation device_{[this] { return Value(registry_.hasGasGauge()); }};
   LinuxLocaleInformation locale_{runLoop_.event(), clock_};
-  LinuxDateFormatting dates_{[this]() -> const auto& { return locale_.settings(); }};
+  LinuxDateFormatting dates_{
+      [this]() -> const LinuxLocaleInformation::Settings& { return locale_.settings(); }};
   LinuxBatteryUsage batteryUsage_;
   LinuxBus bus_{runLoop_.event()};
   LinuxPowerManagement powerManagement_{runLoop_.event(), bus_, clock_,

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/Platform.h"
+#include "platform/sim/IcuDateFormatting.h"
 #include "platform/sim/SimAccessoryManager.h"
 #include "platform/sim/SimAccountDatabase.h"
 #include "platform/sim/SimAccountSync.h"
@@ -46,7 +47,6 @@
 #include "platform/sim/SimThermal.h"
 #include "platform/sim/SimWiFiDriver.h"
 #include "platform/sim/SimWiFiManager.h"
-#include "platform/sim/IcuDateFormatting.h"
 
 namespace zorva {
 

@@ -5,9 +5,9 @@
 
 #include "platform/LocaleInformation.h"
 #include "platform/Observers.h"
+#include "platform/sim/IcuDateFormatting.h"
 #include "platform/sim/SimClock.h"
 #include "platform/sim/SimParts.h"
-#include "platform/sim/IcuDateFormatting.h"
 
 namespace zorva {
 
