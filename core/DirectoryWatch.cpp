@@ -31,12 +31,14 @@ bool check(bool condition, const char* text) {
   return false;
 }
 
-// Under its name, that is: an editor, or whoever else may write to the directory, may have put
-// another file or a link in its place.
+// Whatever stands under the name of a log that could not be opened keeps its place. In that of one
+// that is written, an editor, or whoever else may write to the directory, may have put another file
+// or a link: then the log is gone.
 bool currentLogFileExists() {
-  if (sZorvaState.logFilePath.empty() || !sZorvaState.logFile) return false;
+  if (sZorvaState.logFilePath.empty()) return false;
   const std::string path = sZorvaState.platform->files.hostPath(sZorvaState.logFilePath);
   struct stat named;
+  if (!sZorvaState.logFile) return ::stat(path.c_str(), &named) == 0;
   struct stat written;
   return ::lstat(path.c_str(), &named) == 0 &&
          ::fstat(sZorvaState.logFile->descriptor(), &written) == 0 &&

@@ -87,8 +87,6 @@ void ZVBatteryLogger::batteryStatusChanged(const std::shared_ptr<ZVBatteryProper
     return;
   }
   const double elapsed = secondsBetween(lastBatteryLevelChangeDate_, now());
-  // The clock was set back: what has passed is not known, and the wait begins anew.
-  if (elapsed < 0.0) lastBatteryLevelChangeDate_ = now();
   if (elapsed > secondsBeforeSignificantTimeTriggered()) {
     lastBatteryLevelChangeDate_ = now();
     notifications().post(kBatteryLevelDidNotChangeForSignificantTime, this, userInformation);

@@ -1,4 +1,5 @@
 """What the campaigns share: a daemon under their hands, what its log has to look like, a tally."""
+import datetime
 import os
 import pathlib
 import re
@@ -60,6 +61,11 @@ def logs():
 def clear():
     for path in LOG_DIRECTORY.iterdir():
         path.unlink()
+
+
+def week_year(moment):
+    """The year of the moment's week in American English: that of its Saturday."""
+    return (moment + datetime.timedelta(days=(5 - moment.weekday()) % 7)).year
 
 
 def events_in(text):

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """What the real daemon has to outlive, on a device of its own (needs root; touches nothing outside):
 
     tests/campaigns/daemon.py BIN [CAMPAIGN...]     all but soak, with the programs of the folder BIN

@@ -1,5 +1,6 @@
 """Neighbours who mean harm: planted files, posts of other users, names that are no names."""
 import ctypes
+import datetime
 import os
 import pathlib
 import re
@@ -11,7 +12,7 @@ import sys
 import time
 import unicodedata
 
-from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs
+from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs, week_year
 from programs import LOG_DIRECTORY, MOBILE, PREFERENCES, entries, program, run, wait_for
 
 NEIGHBOUR = 12345
@@ -59,7 +60,8 @@ def make_victim(directory):
 def next_names(attempts):
     """The names that a log file may get in the next seconds."""
     for second in range(4):
-        stamp = time.strftime('%Y-%m-%d-%H%M%S', time.localtime(time.time() + second))
+        moment = datetime.datetime.now() + datetime.timedelta(seconds=second)
+        stamp = f'{week_year(moment)}{moment:-%m-%d-%H%M%S}'
         for attempt in attempts:
             yield LOG_DIRECTORY / f'Zorva_{stamp}{f"-{attempt}" if attempt else ""}_{os.uname().nodename}.zorva'
 
