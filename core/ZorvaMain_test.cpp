@@ -153,8 +153,8 @@ TEST_F(ZorvaMainTest, WhatIsForeignIsNeitherFollowedNorReplacedNorGivenAway) {
     EXPECT_EQ(status.st_uid, 0U) << "not given away";
     EXPECT_EQ(linesOf(std::ifstream(logFile(9))), Lines{"root's"});
   }
-  // When such a thing is taken away, the next event in the directory begins a file after all, though
-  // another event does not; and so does a link that takes the file's place.
+  // When such a thing is taken away, the next event in the directory begins a file after all,
+  // though another event does not; and so does a link that takes the file's place.
   handset.runLoop().schedule({}, [&] { std::ofstream(logDirectory() / "other"); });
   handset.runLoop().schedule(std::chrono::milliseconds(500), [&] {
     EXPECT_EQ(handset.systemLog().takeLines().size(), 1U) << "Unable to grab";
