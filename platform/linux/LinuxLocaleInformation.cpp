@@ -6,6 +6,7 @@
 #include "platform/support/CountryCode.h"
 
 namespace zorva {
+
 LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clock,
                                                LocalePaths paths)
     : event_(event),

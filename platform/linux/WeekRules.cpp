@@ -7,11 +7,9 @@ namespace {
 
 // Languages whose dates have the digits 0 to 9 in every country.
 constexpr std::string_view kPlainLanguages =
-    " af am az be bg bs ca cs cy da de el en es et eu fi fo fr ga gd gl gu he hi hr hu hy id is it "
-    "ja "
-    "ka kk km kn ko ky lb lo lt lv mk ml mn ms mt nb nl nn no or pl pt ro ru si sk sl sq sr sv sw "
-    "ta "
-    "te th tr uk vi zh zu ";
+    " af am az be bg bs ca cs cy da de el en es et eu fi fo fr ga gd gl gu he hi hr hu hy id "
+    "is it ja ka kk km kn ko ky lb lo lt lv mk ml mn ms mt nb nl nn no or pl pt ro ru si sk "
+    "sl sq sr sv sw ta te th tr uk vi zh zu ";
 // Countries with a calendar of their own.
 constexpr std::string_view kOtherCalendars = " AF IR SA TH ";
 
@@ -20,12 +18,10 @@ constexpr std::string_view kFridayFirst = " MV ";
 constexpr std::string_view kSaturdayFirst = " AE AF BH DJ DZ EG IQ IR JO KW LY OM QA SD SY ";
 constexpr std::string_view kSundayFirst =
     " AG AS BD BR BS BT BW BZ CA CO DM DO ET GT GU HK HN ID IL IN JM JP KE KH KR LA MH MM MO "
-    "MT "
-    "MX MZ NI NP PA PE PH PK PR PT PY SA SG SV TH TT TW UM US VE VI WS YE ZA ZW ";
+    "MT MX MZ NI NP PA PE PH PK PR PT PY SA SG SV TH TT TW UM US VE VI WS YE ZA ZW ";
 constexpr std::string_view kFourDays =
-    " AD AT AX BE BG CH CZ DE DK EE ES FI FJ FO FR GB GF GG GI GP GR HU IE IM IS IT JE LI LT LU MC "
-    "MQ "
-    "NL NO PL PT RE RU SE SJ SK SM VA ";
+    " AD AT AX BE BG CH CZ DE DK EE ES FI FJ FO FR GB GF GG GI GP GR HU IE IM IS IT JE LI LT "
+    "LU MC MQ NL NO PL PT RE RU SE SJ SK SM VA ";
 
 bool has(std::string_view list, std::string_view wanted) {
   const std::size_t at = list.find(wanted);
