@@ -24,7 +24,7 @@ run: build
 test: build
 	@ctest --preset $(PRESET)
 
-# What CI checks beside the tests: format, lint, memory, and the tests of the sanitizer build.
+# What CI checks beside the tests: format, memory, and the tests of the sanitizer build.
 check:
 	@tools/setup $(PACKAGES)
 	@tools/check_format
