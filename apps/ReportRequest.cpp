@@ -3,36 +3,12 @@
 #include <optional>
 #include <string_view>
 
+#include "apps/OptionValue.h"
+
 namespace zorva {
 namespace {
 
-// The value of an option that is written as "--name VALUE" or "--name=VALUE"; nothing where the
-// argument is another one, or its value is missing.
-struct Value {
-  bool isOption = false;
-  std::optional<std::string> text;
-};
-
-Value valueOf(std::string_view name, const std::vector<std::string>& arguments, std::size_t& i) {
-  const std::string_view argument = arguments[i];
-  if (argument == name) {
-    if (i + 1 == arguments.size()) return {true, std::nullopt};
-    return {true, arguments[++i]};
-  }
-  if (argument.starts_with(name) && argument.substr(name.size()).starts_with('=')) {
-    return {true, std::string(argument.substr(name.size() + 1))};
-  }
-  return {};
-}
-
-// "-o FILE", "-oFILE", "--output FILE" or "--output=FILE".
-Value outputOf(const std::vector<std::string>& arguments, std::size_t& i) {
-  const std::string& argument = arguments[i];
-  if (argument.size() > 2 && argument.starts_with("-o")) return {true, argument.substr(2)};
-  return valueOf(argument == "-o" ? "-o" : "--output", arguments, i);
-}
-
-std::string setTime(std::string_view name, const Value& value, bool isEnd, LogTime& to) {
+std::string setTime(std::string_view name, const OptionValue& value, bool isEnd, LogTime& to) {
   const auto time = value.text ? logTimeFrom(*value.text, isEnd) : std::nullopt;
   if (!time) {
     return std::string(name) + " needs a date such as 2026-11-16 or \"2026-11-16 22:05:00\".";
@@ -96,16 +72,14 @@ std::string parseReportRequest(const std::vector<std::string>& arguments, Report
       request.compare = true;
     } else if (argument == "--force") {
       request.force = true;
-    } else if (const Value output = outputOf(arguments, i); output.isOption) {
-      if (request.output) return "more than one output is given.";
-      if (!output.text || output.text->empty()) return "-o needs the name of a file.";
-      request.output = output.text;
-    } else if (const Value since = valueOf("--since", arguments, i); since.isOption) {
+    } else if (const auto output = takeOutput(arguments, i, request.output)) {
+      if (!output->empty()) return *output;
+    } else if (const OptionValue since = optionValue("--since", arguments, i); since.isOption) {
       request.sinceGiven = true;
       if (auto wrong = setTime("--since", since, false, request.window.since); !wrong.empty()) {
         return wrong;
       }
-    } else if (const Value until = valueOf("--until", arguments, i); until.isOption) {
+    } else if (const OptionValue until = optionValue("--until", arguments, i); until.isOption) {
       if (auto wrong = setTime("--until", until, true, request.window.until); !wrong.empty()) {
         return wrong;
       }

@@ -1,14 +1,13 @@
 #include <cstdio>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "apps/OptionValue.h"
 #include "apps/OutputFile.h"
-#include "apps/Progress.h"
+#include "apps/ReadLog.h"
 #include "platform/support/ProcessSetUp.h"
-#include "report/LogInput.h"
 #include "report/LogReader.h"
 #include "report/Redaction.h"
 
@@ -49,7 +48,6 @@ struct Request {
 
 // Reads the arguments; returns what is wrong with them, or an empty text.
 std::string parse(const std::vector<std::string>& arguments, Request& request) {
-  constexpr std::string_view kOutput = "--output=";
   bool options = true;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
@@ -61,15 +59,8 @@ std::string parse(const std::vector<std::string>& arguments, Request& request) {
       request.help = true;
     } else if (argument == "--force") {
       request.force = true;
-    } else if (argument.starts_with("-o") || argument == "--output" ||
-               argument.starts_with(kOutput)) {
-      if (request.output) return "more than one output is given.";
-      const bool apart = argument == "-o" || argument == "--output";
-      if (apart && ++i == arguments.size()) return argument + " needs a file behind it.";
-      request.output = apart                        ? arguments[i]
-                       : argument.starts_with("--") ? argument.substr(kOutput.size())
-                                                    : argument.substr(2);
-      if (request.output->empty()) return "the output's name is empty.";
+    } else if (const auto output = takeOutput(arguments, i, request.output)) {
+      if (!output->empty()) return *output;
     } else {
       return "unknown option " + argument + ".";
     }
@@ -96,24 +87,21 @@ void tellDamaged(const LogCounts& counts, const std::vector<std::string>& places
 int redact(std::vector<LogInput>& inputs, OutputFile& output) {
   LogReader reader;
   Redaction redaction;
-  LogRecord record;
   std::vector<std::string> damaged;
   {
     Progress progress("zorva-redact", inputs);
     for (LogInput& input : inputs) {
-      reader.begin([&](char* to, std::size_t most) { return input.read(to, most); });
-      while (reader.next(record)) {
-        redaction.append(record, output.pending());
-        if (record.piece == LogPiece::kDamaged && damaged.size() < kMostDamagedShown) {
-          damaged.push_back(input.name() + ":" + std::to_string(record.line));
-        }
-        if (!output.flushIfMuch()) return complain(output.problem(), kFailed);
-        progress.at(reader.counts().bytes);
-      }
-      if (reader.error() != 0) {
-        return complain(input.name() + ": cannot be read on: " + std::strerror(reader.error()),
-                        kFailed);
-      }
+      bool written = true;
+      const std::string problem = readLog(
+          reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
+            redaction.append(record, output.pending());
+            if (record.piece == LogPiece::kDamaged && damaged.size() < kMostDamagedShown) {
+              damaged.push_back(file + ":" + std::to_string(record.line));
+            }
+            return written = output.flushIfMuch();
+          });
+      if (!written) return complain(output.problem(), kFailed);
+      if (!problem.empty()) return complain(problem, kFailed);
     }
   }
   if (!output.finish()) return complain(output.problem(), kFailed);
@@ -130,15 +118,14 @@ int run(const std::vector<std::string>& arguments) {
     return std::fputs(kHelp, stdout) < 0 || std::fflush(stdout) != 0 ? kFailed : 0;
   }
   std::vector<LogInput> inputs;
-  std::string problem;
-  for (const std::string& log : request.logs) {
-    auto input = LogInput::open(log, problem);
-    if (!input) return complain(problem, kFailed);
-    if (request.output && input->isFileAt(*request.output)) {
-      return complain(log + ": would be replaced by its own copy; choose another name for -o",
-                      kFailed);
+  std::string problem = openLogs(request.logs, inputs);
+  if (!problem.empty()) return complain(problem, kFailed);
+  for (const LogInput& input : inputs) {
+    if (request.output && input.isFileAt(*request.output)) {
+      return complain(
+          input.name() + ": would be replaced by its own copy; choose another name for -o",
+          kFailed);
     }
-    inputs.push_back(std::move(*input));
   }
   auto output = request.output ? OutputFile::make(*request.output, request.force, problem)
                                : OutputFile::standardOutput();

@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <optional>
 #include <string>
 #include <sys/ioctl.h>
@@ -13,6 +12,7 @@
 #include "apps/LogFollower.h"
 #include "apps/OutputFile.h"
 #include "apps/Progress.h"
+#include "apps/ReadLog.h"
 #include "apps/ReportRequest.h"
 #include "platform/Text.h"
 #include "platform/support/ProcessSetUp.h"
@@ -51,22 +51,6 @@ TextStyle styleOfOutput() {
   return style;
 }
 
-using Take = std::function<bool(const LogRecord& record, const std::string& file)>;
-
-// Reads a log to its end; what it returns is the problem, if there is one. A record that is not
-// taken ends the reading.
-std::string readLog(LogReader& reader, LogInput& input, Progress& progress, std::uint64_t before,
-                    const Take& take) {
-  LogRecord record;
-  reader.begin([&](char* to, std::size_t most) { return input.read(to, most); });
-  while (reader.next(record)) {
-    if (!take(record, input.name())) return "";
-    progress.at(before + reader.counts().bytes);
-  }
-  if (reader.error() == 0) return "";
-  return input.name() + ": cannot be read on: " + std::strerror(reader.error());
-}
-
 // The time of the first entry near the beginning of a plain file.
 std::optional<LogTime> firstTime(const std::string& path) {
   std::string problem;
@@ -79,7 +63,7 @@ std::optional<LogTime> firstTime(const std::string& path) {
     return std::exchange(more, false) ? input->read(to, most) : 0;
   });
   while (reader.next(record)) {
-    if (record.piece == LogPiece::kEntry && record.category != "Syslog") return record.time;
+    if (record.isTimed()) return record.time;
   }
   return std::nullopt;
 }
@@ -94,16 +78,6 @@ void sortByTime(std::vector<std::string>& logs) {
   }
   std::ranges::stable_sort(dated, {}, [](const auto& log) { return log.first; });
   for (std::size_t i = 0; i < logs.size(); ++i) logs[i] = dated[i].second;
-}
-
-std::string open(const std::vector<std::string>& logs, std::vector<LogInput>& inputs) {
-  std::string problem;
-  for (const std::string& log : logs) {
-    auto input = LogInput::open(log, problem);
-    if (!input) return problem;
-    inputs.push_back(std::move(*input));
-  }
-  return "";
 }
 
 int finish(OutputFile& output) {
@@ -186,23 +160,6 @@ int tellComparison(const ReportRequest& request, std::vector<LogInput>& inputs) 
   output.pending() = comparisonText(compared, styleOfOutput());
   return finish(output);
 }
-
-// Decides what of a log is in a window. What has no time of its own goes with the entry before.
-class WindowFilter {
- public:
-  explicit WindowFilter(const LogWindow& window) : window_(window) {}
-
-  bool takes(const LogRecord& record) {
-    if (record.piece == LogPiece::kEntry && record.category != "Syslog") {
-      inside_ = window_.holds(record.time);
-    }
-    return inside_;
-  }
-
- private:
-  LogWindow window_;
-  bool inside_ = window_.since == LogWindow().since;
-};
 
 int tellJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReader reader;
@@ -290,7 +247,7 @@ int run(const std::vector<std::string>& arguments) {
   }
   if (!request.compare) sortByTime(request.logs);
   std::vector<LogInput> inputs;
-  if (const std::string problem = open(request.logs, inputs); !problem.empty()) {
+  if (const std::string problem = openLogs(request.logs, inputs); !problem.empty()) {
     return complain(problem, kFailed);
   }
   if (request.follow) return follow(request, inputs);

@@ -38,11 +38,10 @@ bool currentLogFileExists() {
   if (sZorvaState.logFilePath.empty()) return false;
   const std::string path = sZorvaState.platform->files.hostPath(sZorvaState.logFilePath);
   struct stat named;
-  if (!sZorvaState.logFile) return ::stat(path.c_str(), &named) == 0;
+  if (::stat(path.c_str(), &named) != 0) return false;
   struct stat written;
-  return ::lstat(path.c_str(), &named) == 0 &&
-         ::fstat(sZorvaState.logFile->descriptor(), &written) == 0 &&
-         named.st_dev == written.st_dev && named.st_ino == written.st_ino;
+  return !sZorvaState.logFile || (::fstat(sZorvaState.logFile->descriptor(), &written) == 0 &&
+                                  named.st_dev == written.st_dev && named.st_ino == written.st_ino);
 }
 
 }  // namespace

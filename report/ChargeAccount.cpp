@@ -17,6 +17,8 @@ void add(LogSummary::Charge& charge, double percent, LogTime seconds) {
 
 void ChargeAccount::addLevel(LogTime time, double percent) {
   if (!levels_.empty() && levels_.back().time == time) levels_.pop_back();
+  if (before_) interrupted_ += *before_ - percent;
+  before_.reset();
   levels_.push_back({time, percent});
 }
 
@@ -56,6 +58,9 @@ void ChargeAccount::close(LogSummary& to) {
   for (const Stretch& stretch : charging_) {
     to.asleepOnCharger += overlap(asleep_, stretch.begin, stretch.end, firstAsleep);
   }
+  to.interrupted += interrupted_;
+  interrupted_ = 0;
+  if (!levels_.empty()) before_ = levels_.back().percent;
   levels_.clear();
   asleep_.clear();
   charging_.clear();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "report/LogSummary.h"
@@ -14,7 +15,8 @@ class ChargeAccount {
   void addAsleep(LogTime begin, LogTime end) { asleep_.push_back({begin, end}); }
   void addCharging(LogTime begin, LogTime end) { charging_.push_back({begin, end}); }
 
-  /// Adds up what is known, and forgets it: from here on nothing can be compared with before.
+  /// Adds up what is known, and forgets it: how what comes between the level of before and the next
+  /// one was used is not known.
   void close(LogSummary& to);
 
  private:
@@ -31,6 +33,8 @@ class ChargeAccount {
                          std::size_t& first);
 
   std::vector<Level> levels_;
+  std::optional<double> before_;  // the last level before the interruption
+  double interrupted_ = 0;
   std::vector<Stretch> asleep_;
   std::vector<Stretch> charging_;
 };

@@ -199,7 +199,7 @@ std::string comparisonText(const std::vector<ComparedLog>& logs, const TextStyle
   for (std::size_t i = 0; i < logs.size(); ++i) {
     const LogSummary& summary = logs[i].summary;
     names.push_back({letter(i), logs[i].name,
-                     summary.entries == 0 ? "no entry" : "from " + shortTime(summary.first),
+                     summary.isEmpty() ? "no entry" : "from " + shortTime(summary.first),
                      duration(summary.covered),
                      "asleep " + (summary.covered > 0
                                       ? formatText("%.0f %%", 100 * hoursOf(summary.asleepSeconds) /

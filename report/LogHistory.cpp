@@ -40,8 +40,7 @@ class LogHistory::Tracker {
   void add(const LogRecord& record) {
     const LogPosition position = position_++;
     if (record.piece == LogPiece::kVersion) restarted_ = true;
-    // Messages of the system log have times of their own.
-    if (record.piece != LogPiece::kEntry || record.category == "Syslog") return;
+    if (!record.isTimed()) return;
     LogTime time = record.time;
     if (last_ && time < last_->time && last_->time - time <= kSameMoment) time = last_->time;
     const LogMark now{time, position};
@@ -121,9 +120,10 @@ class LogHistory::Tracker {
       const LogMark last = *last_;
       spans_.continueAt(last, now);
       sink_.interruption(last.time, now.time, now.position);
-      // The counters go on; when they were read last cannot be told in the new time.
-      if (sampled_) sampled_ = now.time;
-      if (modemSampled_) modemSampled_ = now.time;
+      // The counters go on: they were read as long before as in the old time.
+      const LogTime leap = now.time - last.time;
+      if (sampled_) *sampled_ += leap;
+      if (modemSampled_) *modemSampled_ += leap;
     }
     restarted_ = false;
     spans_.passTime(now.time);
@@ -206,6 +206,7 @@ class LogHistory::Tracker {
     if (event == "will_sleep") {
       stray_.reset();
       spans_.on(Lane::kAsleep, {}, now);
+      sink_.fallsAsleep(now.time);
     }
   }
 

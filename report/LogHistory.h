@@ -97,6 +97,8 @@ class LogHistorySink {
  public:
   virtual ~LogHistorySink() = default;
   virtual void span(const LogSpan&) {}
+  /// A sleep begins, which is told as a span when it has ended.
+  virtual void fallsAsleep(LogTime) {}
   virtual void sample(Curve, LogTime, double, LogPosition) {}
   virtual void wake(const LogWake&) {}
   virtual void moment(const LogMoment&) {}

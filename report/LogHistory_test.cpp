@@ -122,7 +122,7 @@ TEST(LogHistory, StatesGoOnInTheNewTimeWhereItIsSetBack) {
             (Lines{"assertion 7800-?8400 a A", "asleep 8400-?8400", "interruption 8400 5400",
                    "asleep ?5400-5400", "wake 5400 slept 0 rtc [] [ 0]", "assertion ?5400-6600 a A",
                    "thermal ?6600-?6600 1"}));
-  EXPECT_EQ(text.samples, (Lines{"cpu 5400-6000 a/1:3", "sent 6000 1536"}));
+  EXPECT_EQ(text.samples, (Lines{"cpu 4200-6000 a/1:3", "sent 6000 1536"}));
 }
 
 }  // namespace

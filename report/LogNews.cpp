@@ -56,6 +56,10 @@ void LogNews::sample(Curve curve, LogTime time, double value, LogPosition) {
   levelTime_ = time;
 }
 
+void LogNews::fallsAsleep(LogTime time) {
+  say(time, "Falls asleep.");
+}
+
 void LogNews::wake(const LogWake& wake) {
   std::string text = "Woke up";
   if (wake.asleepSince) text += " after " + duration(wake.time - *wake.asleepSince);

@@ -21,6 +21,7 @@ class LogNews : public LogHistorySink {
 
   void span(const LogSpan& span) override;
   void sample(Curve curve, LogTime time, double value, LogPosition position) override;
+  void fallsAsleep(LogTime time) override;
   void wake(const LogWake& wake) override;
   void moment(const LogMoment& moment) override;
   void interruption(LogTime before, LogTime after, LogPosition position) override;

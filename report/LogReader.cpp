@@ -13,8 +13,6 @@ constexpr std::size_t kLongestCategory = 40;
 constexpr std::size_t kDateLength = sizeof "11/16/26 22:05:00" - 1;
 constexpr std::string_view kVersionLine = "Zorva Version: ";
 constexpr std::string_view kDumpMargin = "    ";
-// Its entries carry the messages' own times.
-constexpr std::string_view kEntriesOfOthersTime = "Syslog";
 
 bool isDigit(char byte) {
   return byte >= '0' && byte <= '9';
@@ -191,7 +189,7 @@ void LogReader::readDump(LogRecord& record, std::size_t end) {
 }
 
 void LogReader::countTime(LogRecord& record) {
-  if (record.category == kEntriesOfOthersTime) return;
+  if (!record.isTimed()) return;
   if (previous_ && record.time < *previous_) {
     record.backwards = *previous_ - record.time;
     ++counts_.backwards;

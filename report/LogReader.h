@@ -40,6 +40,11 @@ struct LogRecord {
   /// entry that carries another's time ([Syslog]) is never compared. Reported, not mended: the
   /// clock was set, or the device went to another time zone.
   std::int64_t backwards = 0;
+
+  /// An entry that tells the log's time: not what only quotes a message with the time it had.
+  bool isTimed() const { return piece == LogPiece::kEntry && category != kQuotedCategory; }
+
+  static constexpr std::string_view kQuotedCategory = "Syslog";
 };
 
 /// A field of an entry. The fields' raw texts, one behind the other, are the entry's body.

@@ -94,12 +94,11 @@ class LogSummarizer::Sink : public LogHistorySink {
   void entry(LogTime time) {
     if (!stretch_ && time >= window_.since) {
       const LogTime begin = previous_ ? std::max(*previous_, window_.since) : time;
-      if (begin <= window_.until) stretch_ = begin;
+      if (begin <= window_.until) beginStretch(begin);
     }
     previous_ = time;
     if (!window_.holds(time)) return;
-    if (summary_.entries++ == 0) summary_.first = time;
-    summary_.last = time;
+    ++summary_.entries;
   }
 
   void span(const LogSpan& span) override {
@@ -117,7 +116,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     ++tally.count;
     tally.seconds += seconds;
     tally.longest = std::max(tally.longest, seconds);
-    tally.goesOn = !span.endKnown;
+    tally.goesOn = !span.endKnown || end != span.end;
   }
 
   void sample(Curve curve, LogTime time, double value, LogPosition) override {
@@ -221,10 +220,17 @@ class LogSummarizer::Sink : public LogHistorySink {
     amounts[key_] += amount;
   }
 
+  void beginStretch(LogTime time) {
+    if (!begun_) summary_.first = time;
+    begun_ = true;
+    stretch_ = time;
+  }
+
   void endStretch(LogTime last) {
     account_.close(summary_);
     if (!stretch_) return;
-    summary_.covered += std::max<LogTime>(0, std::min(last, window_.until) - *stretch_);
+    summary_.last = std::max(*stretch_, std::min(last, window_.until));
+    summary_.covered += summary_.last - *stretch_;
     stretch_.reset();
   }
 
@@ -233,7 +239,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     ++summary_.sleeps;
     summary_.asleepSeconds += end - begin;
     auto& longest = summary_.longestSleeps;
-    longest.push_back({begin, end, span.endKnown && end == span.end, {}, {}, {}});
+    longest.push_back({begin, end, span.endKnown && end == span.end, end != span.end, {}, {}, {}});
     if (longest.size() <= LogSummary::kMostSleeps) return;
     longest.erase(std::ranges::min_element(
         longest, {}, [](const LogSummary::Sleep& sleep) { return sleep.end - sleep.begin; }));
@@ -242,6 +248,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   LogWindow window_;
   LogSummary summary_;
   std::optional<LogTime> stretch_;  // where the part that is summed up began
+  bool begun_ = false;              // there is such a part
   std::optional<LogTime> previous_;
   ChargeAccount account_;
   Tallies tallies_;
@@ -256,7 +263,7 @@ LogSummarizer::~LogSummarizer() = default;
 
 void LogSummarizer::add(const LogRecord& record) {
   history_.add(record);
-  if (record.piece == LogPiece::kEntry && record.category != "Syslog") sink_->entry(record.time);
+  if (record.isTimed()) sink_->entry(record.time);
 }
 
 LogSummary LogSummarizer::finish() {

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,16 +9,9 @@
 
 #include "report/LogHistory.h"
 #include "report/LogReader.h"
+#include "report/LogWindow.h"
 
 namespace zorva {
-
-/// What of a log is asked for. Both ends belong to it.
-struct LogWindow {
-  LogTime since = std::numeric_limits<LogTime>::min();
-  LogTime until = std::numeric_limits<LogTime>::max();
-
-  bool holds(LogTime time) const { return since <= time && time <= until; }
-};
 
 /// What a log, or a window of it, amounts to. Times are in seconds, charge is in percent of a full
 /// battery. Lists are in falling order of what they measure, unless they say otherwise.
@@ -31,7 +23,7 @@ struct LogSummary {
     std::uint64_t count = 0;
     LogTime seconds = 0;
     LogTime longest = 0;
-    bool goesOn = false;  ///< it lasted when the log ended
+    bool goesOn = false;  ///< it lasted when the log or the window ended
   };
   /// How the charge changed over some time.
   struct Charge {
@@ -44,6 +36,7 @@ struct LogSummary {
     LogTime begin;
     LogTime end;
     bool endKnown;
+    bool goesOn;          ///< behind the window
     std::string reason;   ///< of the wake; empty where it was not seen
     std::string decoded;  ///< as LogWake has it
     std::string owner;    ///< as LogWake has it
@@ -64,9 +57,12 @@ struct LogSummary {
   };
 
   std::uint64_t entries = 0;
-  LogTime first = 0;    ///< of the entries; 0 when there is none
-  LogTime last = 0;     ///< of the entries, in the order of the log
-  LogTime covered = 0;  ///< how long the log covers, without its interruptions
+  LogTime first = 0;    ///< where what is covered begins; 0 when nothing is
+  LogTime last = 0;     ///< where it ends, in the order of the log
+  LogTime covered = 0;  ///< how long that is, without the log's interruptions
+
+  /// Nothing is known of the time that was asked for.
+  bool isEmpty() const { return entries == 0 && covered == 0; }
 
   const std::vector<Tally>& lane(Lane of) const { return lanes[static_cast<std::size_t>(of)]; }
   /// The time in any state of a lane.
@@ -81,7 +77,8 @@ struct LogSummary {
   Charge asleep;
   Charge awake;
   Charge mixed;
-  Charge charging;  ///< what was gained on a charger
+  Charge charging;         ///< what was gained on a charger
+  double interrupted = 0;  ///< percent used over interruptions of the log
   LogTime asleepOnCharger = 0;
 
   std::uint64_t sleeps = 0;

@@ -108,12 +108,17 @@ TEST(LogSummary, OfTheDayIsWhatItsScenarioDoes) {
   EXPECT_NEAR(day.received, 1258291 + 15728640 + 9437184 + 3145728, 1024);
   ASSERT_EQ(day.interruptions.size(), 1U);
   EXPECT_EQ(day.interruptions[0].before - day.interruptions[0].after, 3600);
+  EXPECT_NEAR(day.interrupted, 72.3 - 70.4, 1e-9) << "on the flight";
 }
 
 TEST(LogSummary, OfAWindowCountsWhatIsInIt) {
   const LogTime from = *logTimeFrom("2026-11-16 22:30", false);
   const LogSummary window = summaryOf("night", {from, *logTimeFrom("11/17/26 01:00:00", false)});
   EXPECT_EQ(window.covered, 9000);
+  EXPECT_EQ(window.first, from);
+  EXPECT_TRUE(window.longestSleeps.back().goesOn);
+  const LogSummary asleep = summaryOf("night", {from, from + 60});
+  EXPECT_EQ(formatText("%d %lld", asleep.isEmpty(), (long long)asleep.asleepSeconds), "0 60");
   EXPECT_EQ(sleeps(window), "1032 exton2(bb); 5058 exton2(bb); 2860 ; ");
   EXPECT_EQ(text(window.asleep), "0.9/5083");
   EXPECT_EQ(text(window.mixed), "0.0/0");

@@ -45,7 +45,7 @@ class Writer {
  private:
   void facts() {
     page_.facts = batterySentences(summary_);
-    if (summary_.entries == 0) page_.facts.emplace_back("There is no entry in it.");
+    if (summary_.isEmpty()) page_.facts.emplace_back("There is no entry.");
     if (summary_.wakes > 0) {
       const double hours = static_cast<double>(summary_.covered) / 3600;
       page_.facts.push_back(
@@ -117,9 +117,7 @@ class Writer {
                {"Ended by", Kind::kText},
                {"For", Kind::kProcess}});
     for (const LogSummary::Sleep& sleep : summary_.longestSleeps) {
-      std::string ended = sleep.endKnown ? sleep.reason : "its end is not in the log";
-      if (!sleep.decoded.empty()) ended += ": " + sleep.decoded;
-      to.rows.push_back({shortTime(sleep.begin), number(sleep.end - sleep.begin), ended,
+      to.rows.push_back({shortTime(sleep.begin), number(sleep.end - sleep.begin), endOfSleep(sleep),
                          sleep.owner.empty() ? Cell() : Cell(sleep.owner)});
     }
   }

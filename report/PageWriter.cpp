@@ -9,9 +9,6 @@
 namespace zorva {
 namespace {
 
-// Its entries carry the messages' own times.
-constexpr std::string_view kEntriesOfOthersTime = "Syslog";
-
 std::string_view nameOf(PageTable::Kind kind) {
   switch (kind) {
     case PageTable::Kind::kText:
@@ -75,28 +72,23 @@ void appendTable(std::string& to, const PageTable& table) {
 }  // namespace
 
 PageWriter::PageWriter(std::string& to, const LogWindow& window)
-    : to_(to),
-      window_(window),
-      timeline_(window),
-      history_(timeline_),
-      lines_(to),
-      inside_(window.since == LogWindow().since) {
+    : to_(to), filter_(window), timeline_(window), history_(timeline_), lines_(to) {
   to_ += pageHead();
 }
 
 void PageWriter::add(const LogRecord& record) {
-  const bool hasTime = record.piece == LogPiece::kEntry && record.category != kEntriesOfOthersTime;
-  if (hasTime) inside_ = window_.holds(record.time);
-  if (hasTime && inside_) timeline_.advance(record.time);
+  const bool inside = filter_.takes(record);
+  const bool timed = inside && record.isTimed();
+  if (timed) timeline_.advance(record.time);
   history_.add(record);
-  if (hasTime && inside_) {
+  if (timed) {
     time_ = record.time;
     at_ = timeline_.at(time_);
   }
-  if (inside_ && record.piece == LogPiece::kDamaged && record.lines > 0) {
+  if (inside && record.piece == LogPiece::kDamaged && record.lines > 0) {
     timeline_.moment({time_, "damaged line", trimmed(record.raw), true, position_});
   }
-  if (inside_) lines_.add(record.raw, position_, at_);
+  if (inside) lines_.add(record.raw, position_, at_);
   ++position_;
 }
 

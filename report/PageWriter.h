@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "report/LogHistory.h"
+#include "report/LogWindow.h"
 #include "report/PageLines.h"
 #include "report/Timeline.h"
 
@@ -60,14 +61,13 @@ class PageWriter {
 
  private:
   std::string& to_;
-  LogWindow window_;
+  WindowFilter filter_;
   Timeline timeline_;
   LogHistory history_;
   PageLines lines_;
   LogPosition position_ = 0;
   LogTime time_ = 0;  // of the entry before, and where it is
   AxisTime at_ = 0;
-  bool inside_;  // the piece is in the window; what has no time goes with the entry before
 };
 
 }  // namespace zorva

@@ -6,7 +6,6 @@
 namespace zorva {
 namespace {
 
-constexpr std::string_view kSystemLogCategory = "Syslog";
 constexpr std::size_t kHexDigitsOfAddress = 12;  // of a network card
 
 // What fields name. Those of one kind share their tokens, so that a process is the same one in
@@ -138,7 +137,7 @@ void Redaction::appendText(const LogRecord& record, std::string& to) {
   }
   if (text.empty()) return;
   // " powerd[31]: external power present"
-  if (record.category == kSystemLogCategory) {
+  if (record.category == LogRecord::kQuotedCategory) {
     const std::size_t open = text.find('[');
     const std::size_t close = text.find("]: ");
     if (open != text.npos && close != text.npos && open < close && open > 0) {

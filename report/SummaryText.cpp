@@ -34,16 +34,27 @@ std::string left(std::size_t count) {
   return count > kMostRows ? "And " + grouped(count - kMostRows) + " more." : std::string();
 }
 
-std::string useSentence(std::string text, const Charge& charge, LogTime whole) {
+// The level is not read at the ends of each state.
+std::string readings(const Charge& charge, LogTime whole) {
+  return std::llabs(charge.seconds - whole) > whole / 10
+             ? " (by readings over " + duration(charge.seconds) + ")"
+             : "";
+}
+
+std::string useSentence(const std::string& text, const Charge& charge, LogTime whole) {
   const auto rate = charge.perHour();
   if (!rate) return text + "; what that used is not known.";
-  text += ", used " + percent(charge.percent) + ", " + percent(*rate) + " per hour";
-  // The level is not read at the ends of each state.
-  if (std::llabs(charge.seconds - whole) > whole / 10) {
-    text += " (by readings over " + duration(charge.seconds) + ")";
-  }
-  return text + ".";
+  return text + ", used " + percent(charge.percent) + ", " + percent(*rate) + " per hour" +
+         readings(charge, whole) + ".";
 }
+
+std::string gained(double value) {
+  return (value >= 0 ? "gained " : "used ") + percent(std::fabs(value));
+}
+
+// Of how long it was, its share, and two names.
+const std::vector<TextPage::Column> kTimesAndNames = {
+    {"", Align::kRight}, {"", Align::kRight}, {"", Align::kLeft, true}, {"", Align::kLeft, true}};
 
 class Writer {
  public:
@@ -57,9 +68,9 @@ class Writer {
     }
     if (reading_.files.size() > 3) names += formatText(" and %zu more", reading_.files.size() - 3);
     page_.heading(names);
-    if (summary_.entries == 0) {
-      page_.sentence(reading_.counts.entries == 0 ? "There is no entry in it."
-                                                  : "There is no entry of that time in it.");
+    if (summary_.isEmpty()) {
+      page_.sentence(std::string("There is no entry") +
+                     (reading_.counts.entries == 0 ? "." : " of that time."));
     } else {
       page_.sentence(dayAndTime(summary_.first) + " to " + dayAndTime(summary_.last) + ": " +
                      duration(summary_.covered) + ", " +
@@ -92,13 +103,11 @@ class Writer {
     LogTime shown = 0;
     for (const LogSummary::Sleep& sleep : sleeps) {
       shown += sleep.end - sleep.begin;
-      std::string ended = sleep.reason;
-      if (!sleep.decoded.empty()) ended += ": " + sleep.decoded;
+      std::string ended = endOfSleep(sleep);
       if (!sleep.owner.empty()) {
         ended +=
             " for " + sleep.owner + formatText(" (%lld)", static_cast<long long>(sleep.ownerPid));
       }
-      if (!sleep.endKnown) ended = "its end is not in the log";
       rows.push_back({shortTime(sleep.begin), duration(sleep.end - sleep.begin), ended});
     }
     page_.table({{"from"}, {"for", Align::kRight}, {"ended by", Align::kLeft, true}}, rows);
@@ -165,7 +174,7 @@ class Writer {
       rows.push_back({duration(seconds), share(seconds, all), name});
     }
     page_.sentence(duration(all) + " in the " + duration(summary_.processSeconds) +
-                   " between the first and the last list of processes.");
+                   " between lists of processes.");
     page_.table({{"used", Align::kRight}, {"", Align::kRight}, {"process", Align::kLeft, true}},
                 rows);
     page_.sentence(left(summary_.processes.size()));
@@ -191,11 +200,7 @@ class Writer {
     }
     if (rows.empty()) return;
     page_.heading("In use");
-    page_.table({{"", Align::kRight},
-                 {"", Align::kRight},
-                 {"", Align::kLeft, true},
-                 {"", Align::kLeft, true}},
-                rows);
+    page_.table(kTimesAndNames, rows);
   }
 
   void radio() {
@@ -227,11 +232,7 @@ class Writer {
       rows.push_back({duration(tally.seconds), share(tally.seconds, summary_.covered), tally.name,
                       tally.detail});
     }
-    page_.table({{"", Align::kRight},
-                 {"", Align::kRight},
-                 {"", Align::kLeft, true},
-                 {"", Align::kLeft, true}},
-                rows);
+    page_.table(kTimesAndNames, rows);
   }
 
   void errors() {
@@ -258,13 +259,15 @@ class Writer {
       page_.sentence(after < before
                          ? "The time went back by " + duration(before - after) + ", from " +
                                shortTime(before) + " to " + shortTime(after) +
-                               ": the clock was set, or the zone changed."
+                               ": the clock was set, the zone changed, or another log began."
                          : "Nothing was logged from " + shortTime(before) + " to " +
                                shortTime(after) + ", " + duration(after - before) + ".");
     }
     if (summary_.interruptionCount > summary_.interruptions.size()) {
-      page_.sentence("And " + grouped(summary_.interruptionCount - summary_.interruptions.size()) +
-                     " more interruptions.");
+      page_.sentence("And " +
+                     counted(summary_.interruptionCount - summary_.interruptions.size(),
+                             "more interruption", "more interruptions") +
+                     ".");
     }
     if (damaged == 0) return;
     page_.sentence(counted(damaged, "line is", "lines are") + " damaged or foreign, and left out:");
@@ -289,28 +292,46 @@ void LogReading::note(const LogRecord& record, const std::string& file) {
       {file, record.line, std::string(trimmed(record.raw.substr(0, kLongestDamaged)))});
 }
 
+std::string endOfSleep(const LogSummary::Sleep& sleep) {
+  if (sleep.goesOn) return "it goes on";
+  if (!sleep.endKnown) return "its end is not in the log";
+  return sleep.reason + (sleep.decoded.empty() ? "" : ": " + sleep.decoded);
+}
+
 std::vector<std::string> batterySentences(const LogSummary& summary) {
   if (!summary.firstLevel) return {};
   std::vector<std::string> sentences{"The level went from " + percent(*summary.firstLevel) +
                                      " to " + percent(*summary.lastLevel) + "."};
   if (summary.sleeps > 0) {
-    sentences.push_back(useSentence("Slept " + duration(summary.asleepSeconds) + " in " +
-                                        counted(summary.sleeps, "sleep", "sleeps"),
-                                    summary.asleep, summary.asleepSeconds));
+    std::string slept = "Slept " + duration(summary.asleepSeconds) + " in " +
+                        counted(summary.sleeps, "sleep", "sleeps");
+    if (summary.asleepOnCharger > 0) {
+      slept += " (" + duration(summary.asleepOnCharger) + " on a charger)";
+    }
+    sentences.push_back(
+        useSentence(slept, summary.asleep, summary.asleepSeconds - summary.asleepOnCharger));
   }
+  const LogTime charged = summary.seconds(Lane::kCharging);
   const LogTime awake = summary.awakeOnBattery();
-  sentences.push_back(useSentence(
-      (summary.charging.seconds > 0 ? "Awake and not charged " : "Awake ") + duration(awake),
-      summary.awake, awake));
+  if (awake > 0) {
+    sentences.push_back(
+        useSentence((charged > 0 ? "Awake and not charged " : "Awake ") + duration(awake),
+                    summary.awake, awake));
+  }
   if (summary.mixed.seconds > 0) {
     sentences.push_back("Awake and asleep in turn: " + percent(summary.mixed.percent) + " in " +
                         duration(summary.mixed.seconds) +
                         ". The level was read too seldom to tell which of the two used it.");
   }
-  if (summary.charging.seconds > 0) {
-    sentences.push_back("On a charger " + duration(summary.charging.seconds) + ", " +
-                        (summary.charging.percent >= 0 ? "gained " : "lost ") +
-                        percent(std::fabs(summary.charging.percent)) + ".");
+  if (charged > 0) {
+    sentences.push_back(
+        "On a charger " + duration(charged) +
+        (summary.charging.seconds > 0
+             ? ", " + gained(summary.charging.percent) + readings(summary.charging, charged) + "."
+             : "; what that gained is not known."));
+  }
+  if (std::fabs(summary.interrupted) >= 0.05) {
+    sentences.push_back("While the log was interrupted: " + gained(-summary.interrupted) + ".");
   }
   return sentences;
 }

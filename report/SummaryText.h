@@ -28,6 +28,9 @@ struct LogReading {
   void note(const LogRecord& record, const std::string& file);
 };
 
+/// What ended it, without whom that was for.
+std::string endOfSleep(const LogSummary::Sleep& sleep);
+
 /// What was used asleep, awake and on a charger, in sentences; none without a level.
 std::vector<std::string> batterySentences(const LogSummary& summary);
 

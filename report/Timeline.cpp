@@ -1,5 +1,7 @@
 #include "report/Timeline.h"
 
+#include <utility>
+
 #include "platform/Text.h"
 #include "report/PageJson.h"
 
@@ -91,30 +93,30 @@ void Timeline::moment(const LogMoment& moment) {
   lanes_[moment.isError ? kErrors : kEvents].add(span);
 }
 
+void Timeline::addWork(IntervalStore<Work>& to, LogTime from, LogTime until, LogPosition position,
+                       std::vector<Work::Use> uses) {
+  Work work;
+  work.position = position;
+  for (const Work::Use& use : uses) work.amount += use.amount;
+  work.busiest = std::move(uses);
+  work.keepBusiest();
+  to.add(clock_.at(from), clock_.at(until), work);
+}
+
 void Timeline::processes(LogTime from, LogTime to, std::span<const ProcessUse> uses,
                          LogPosition position) {
   if (!window_.holds(to)) return;
-  Work work;
-  work.position = position;
-  for (const ProcessUse& use : uses) {
-    work.amount += use.seconds;
-    work.busiest.push_back({number(use.name), use.pid, use.seconds});
-  }
-  work.keepBusiest();
-  work_.add(clock_.at(from), clock_.at(to), work);
+  std::vector<Work::Use> all;
+  for (const auto& [name, pid, seconds] : uses) all.push_back({number(name), pid, seconds});
+  addWork(work_, from, to, position, std::move(all));
 }
 
 void Timeline::modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
                      LogPosition position) {
   if (!window_.holds(to)) return;
-  Work work;
-  work.position = position;
-  for (const ModemUse& use : uses) {
-    work.amount += use.milliseconds;
-    work.busiest.push_back({number(use.state), 0, use.milliseconds});
-  }
-  work.keepBusiest();
-  modem_.add(clock_.at(from), clock_.at(to), work);
+  std::vector<Work::Use> all;
+  for (const auto& [state, milliseconds] : uses) all.push_back({number(state), 0, milliseconds});
+  addWork(modem_, from, to, position, std::move(all));
 }
 
 void Timeline::interruption(LogTime before, LogTime after, LogPosition) {

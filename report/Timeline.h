@@ -7,9 +7,10 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "report/LogHistory.h"
-#include "report/LogSummary.h"
+#include "report/LogWindow.h"
 #include "report/TimelineStores.h"
 
 namespace zorva {
@@ -54,6 +55,8 @@ class Timeline : public LogHistorySink {
   static std::string_view laneName(std::size_t lane);
   static std::string_view curveName(std::size_t curve);
   std::uint32_t number(std::string_view text);
+  void addWork(IntervalStore<Work>& to, LogTime from, LogTime until, LogPosition position,
+               std::vector<Work::Use> uses);
   void appendLanes(std::string& to);
   void appendCurves(std::string& to) const;
   void appendIntervals(std::string& to) const;
