@@ -51,8 +51,7 @@ class Line {
 // time. False, with the line as far as it went, when there is anything else or no room.
 bool addPlain(Line& line, const char* format, va_list arguments) {
   for (;;) {
-    const char* percent = format;
-    while (*percent != '%' && *percent != '\0') ++percent;
+    const char* percent = strchrnul(format, '%');
     if (!line.add({format, static_cast<std::size_t>(percent - format)})) return false;
     if (*percent == '\0') return true;
     bool added = false;
