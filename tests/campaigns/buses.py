@@ -17,6 +17,12 @@ import dbus
 from campaign import Daemon, Tally, broken_lines, clear, logs, progress
 from programs import ROOT, program, run, wait_for
 
+MODEM_MANAGER = 'org.freedesktop.ModemManager1'
+SERVICES = {
+    'org.freedesktop.login1': '-m dbusmock --system -t logind',
+    'org.bluez': '-m dbusmock --system -t bluez5',
+    MODEM_MANAGER: f'{ROOT}/platform/linux/ModemManagerMock_test.py',
+}
 MODEM = '''
 bearer = Object('/Bearer/0', {'Bearer': dict(Connected=True, Interface='wwan0')})
 modem = add('/Modem/0', Modem=dict(State=dbus.Int32(11), Bearers=paths('/Bearer/0')))
@@ -37,6 +43,7 @@ class Bus:
             '</policy></busconfig>')
         self.listener = socket.create_server(f'{directory}/front', family=socket.AF_UNIX)
         os.environ['DBUS_SYSTEM_BUS_ADDRESS'] = f'unix:path={directory}/front'
+        self.lock = threading.RLock()
         self.behave(passes)
         self.start()
         threading.Thread(target=self.accept, daemon=True).start()
@@ -46,24 +53,39 @@ class Bus:
 
     def start(self):
         """The bus first, then its services."""
+        self.children = {}
+        self.launch('the bus', f'dbus-daemon --nofork --nopidfile --config-file={self.conf}')
+        wait_for(self.real.exists, 'the bus')
+        self.begin()
+
+    def launch(self, name, command):
         environment = {**os.environ, 'DBUS_SYSTEM_BUS_ADDRESS': f'unix:path={self.real}'}
-        mock = '/usr/bin/python3 -m dbusmock --system -t'
-        self.children = []
-        for command in (f'dbus-daemon --nofork --nopidfile --config-file={self.conf}', f'{mock} logind',
-                        f'{mock} bluez5', f'/usr/bin/python3 {ROOT}/platform/linux/ModemManagerMock_test.py'):
-            self.children.append(subprocess.Popen(command.split(), env=environment, stdout=subprocess.DEVNULL,
-                                                  stderr=subprocess.DEVNULL))
-            wait_for(self.real.exists, 'the bus')
-        bus = dbus.bus.BusConnection(f'unix:path={self.real}')
-        for name in 'org.freedesktop.login1', 'org.bluez', 'org.freedesktop.ModemManager1':
-            wait_for(lambda: bus.name_has_owner(name), name)
-        bus.get_object(name, '/org/freedesktop/ModemManager1').Do(MODEM, dbus_interface='org.zorva.Mock')
-        bus.close()
+        self.children[name] = subprocess.Popen(command.split(), env=environment, stdout=subprocess.DEVNULL,
+                                               stderr=subprocess.DEVNULL)
+
+    def begin(self):
+        """All services that are not there."""
+        with self.lock:
+            missing = SERVICES.keys() - self.children.keys()
+            bus = dbus.bus.BusConnection(f'unix:path={self.real}')
+            for name in missing:
+                wait_for(lambda: not bus.name_has_owner(name), f'the end of {name}')
+                self.launch(name, f'/usr/bin/python3 {SERVICES[name]}')
+            for name in missing:
+                wait_for(lambda: bus.name_has_owner(name), name)
+            if MODEM_MANAGER in missing:
+                manager = bus.get_object(MODEM_MANAGER, '/org/freedesktop/ModemManager1')
+                manager.Do(MODEM, dbus_interface='org.zorva.Mock')
+            bus.close()
+
+    def end(self, name):
+        child = self.children.pop(name)
+        child.kill()
+        child.wait()
 
     def stop(self):
-        for child in self.children:
-            child.kill()
-            child.wait()
+        for name in list(self.children):
+            self.end(name)
         self.real.unlink(missing_ok=True)
 
     def accept(self):
@@ -118,6 +140,18 @@ def answers(change):
         message if from_client or number < 2 or message[1] != 2 else change(message))
 
 
+def vanishes(front, name, at, returns):
+    """A rule under which the service is killed before a message of the clients, and begins anew or not."""
+    def rule(number, message, from_client):
+        if from_client and number == at:
+            with front.lock:
+                front.end(name)
+                if returns:
+                    front.begin()
+        return message
+    return rule
+
+
 def swapped():
     """Each call gets the answer to the one before: well-formed, and of a type that nobody asked for."""
     last = []
@@ -167,13 +201,21 @@ def bus():
         for at in range(1, count + 1):
             snapshot(f'cut at message {at}', lambda number, message, from_client:
                      None if from_client and number == at else message)
+        for name in SERVICES:
+            for at in range(1, count + 1):
+                progress(at, count, f'{name} vanishes')
+                front.begin()
+                snapshot(f'{name} vanishes at message {at}', vanishes(front, name, at, returns=False))
+                front.begin()
+                snapshot(f'{name} vanishes and returns at message {at}', vanishes(front, name, at, returns=True))
         snapshot('swapped answers', swapped())
         numbers = random.Random(1)
         for number in range(100):
             progress(number + 1, 100, 'damaged answers')
             snapshot(f'damaged answers {number}', damaged(numbers))
         tally.tried.append(f'snapshots: {len(hanging)} with a bus that hangs take up to {max(hanging):.0f} s, '
-                           f'{count} with one that breaks off, 101 with wrong answers')
+                           f'{count} with one that breaks off, {len(SERVICES) * count * 2} with a service that vanishes, '
+                           'half of them with its return, 101 with wrong answers')
         hold(front, tally)
         front.stop()
     return tally.result()
@@ -199,10 +241,13 @@ def hold(front, tally, restarts=20):
     def descriptors():
         time.sleep(6)  # a bus that dropped its callers is left alone for five seconds
         answered('a whole bus')
-        return sorted(os.readlink(link) for link in pathlib.Path(f'/proc/{daemon.process.pid}/fd').iterdir())
+        links = [os.readlink(link) for link in pathlib.Path(f'/proc/{daemon.process.pid}/fd').iterdir()]
+        # The event loop makes a timer for each clock when one first needs it, and keeps it.
+        return sorted(link for link in links if link != 'anon_inode:[timerfd]')
 
     first = descriptors()
-    for what, hanging in ('a bus that hangs', front.children[:1]), ('services that hang', front.children[1:]):
+    children = list(front.children.values())
+    for what, hanging in ('a bus that hangs', children[:1]), ('services that hang', children[1:]):
         for child in hanging:
             child.send_signal(signal.SIGSTOP)
         begun = time.monotonic()

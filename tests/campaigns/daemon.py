@@ -7,7 +7,7 @@
     move      the log moved away 1,000 times under load: every entry in one file, in order, whole
     storm     100,000 notifications at once: every one answered, in order
     disk      the log directory full, read-only, deleted and made anew
-    bus       a message bus that hangs, breaks off, answers wrongly or late, or is restarted
+    bus       a message bus that hangs, breaks off, answers wrongly or late; services that vanish
     neighbours  planted files, other users' posts, hostile names
     clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
     week      a week of a simulated handset: memory and descriptors stay what they were
