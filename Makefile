@@ -24,11 +24,11 @@ run: build
 test: build
 	@ctest --preset $(PRESET)
 
-# What CI checks beside the tests: format, memory, and the tests of the sanitizer build.
+# What CI checks beside the tests: format, clang-tidy, memory, and the tests of the sanitizer build.
 check:
 	@tools/setup $(PACKAGES)
 	@tools/check_format
-	@$(MAKE) --no-print-directory memcheck
+	@$(MAKE) --no-print-directory tidy memcheck
 	@$(MAKE) --no-print-directory test PRESET=asan
 
 format:

@@ -20,7 +20,7 @@ constexpr LogTime kWakingUp = 10;
 // Entries of one moment: clocks are read more than once.
 constexpr LogTime kSameMoment = 2;
 // A daemon that runs writes at least every half hour that the device is awake.
-constexpr LogTime kLongestSilence = 31 * 60;
+constexpr LogTime kLongestSilence = 31 * LogTime{60};
 constexpr std::size_t kMostProcesses = 999;
 
 }  // namespace

@@ -199,7 +199,7 @@ void LogReader::countTime(LogRecord& record) {
 
 const EntryFormat* LogReader::formatOf(std::string_view category) {
   const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(category[at]); };
-  const std::size_t place = category.size() + 5 * byte(0) + 3 * byte(category.size() - 1);
+  const std::size_t place = category.size() + byte(0) * 5UL + byte(category.size() - 1) * 3UL;
   const EntryFormat*& recent = recent_[place % recent_.size()];
   if (recent != nullptr && recent->category == category) return recent;
   const auto found = formats_.find(category);

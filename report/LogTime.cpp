@@ -60,8 +60,8 @@ std::optional<Fields> readFields(std::string_view text, std::size_t& length) {
 LogTime timeOf(const Fields& fields, int year) {
   using namespace std::chrono;
   const sys_days day = std::chrono::year(year) / fields.month / 1;
-  return (day.time_since_epoch().count() + fields.day - 1) * LogTime{86400} + fields.hour * 3600 +
-         fields.minute * 60 + fields.second;
+  return (day.time_since_epoch().count() + fields.day - 1) * LogTime{86400} +
+         fields.hour * LogTime{3600} + fields.minute * LogTime{60} + fields.second;
 }
 
 // 0 is Sunday.
@@ -105,7 +105,7 @@ LogTime timeOfDayIn(std::string_view text) {
     const unsigned tens = static_cast<unsigned char>(text[9 + 3 * i]) - unsigned{'0'};
     const unsigned ones = static_cast<unsigned char>(text[10 + 3 * i]) - unsigned{'0'};
     if (tens > 9 || ones > 9) return -1;
-    parts[i] = static_cast<LogTime>(tens * 10 + ones);
+    parts[i] = LogTime{tens} * 10 + ones;
   }
   if (parts[0] > 23 || parts[1] > 59 || parts[2] > 60) return -1;
   return parts[0] * 3600 + parts[1] * 60 + parts[2];

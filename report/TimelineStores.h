@@ -32,7 +32,7 @@ class TimelineClock {
   };
 
   /// A longer silence is shown as one of kShownSilence seconds.
-  static constexpr std::int64_t kLongestSilence = 30 * 86400;
+  static constexpr std::int64_t kLongestSilence = 30 * std::int64_t{86400};
   static constexpr std::int64_t kShownSilence = 3600;
 
   /// The log goes on at this time. One that is earlier than before is taken for wentBack() to tell.

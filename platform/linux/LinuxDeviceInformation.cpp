@@ -109,7 +109,7 @@ std::string hardwareModel(const std::string& root) {
   if (const auto model = assigned(root + "/etc/machine-info", "HARDWARE_MODEL"); !model.empty()) {
     return joined(assigned(root + "/etc/machine-info", "HARDWARE_VENDOR"), " ", model);
   }
-  if (const auto model = firmwareText(root + "/sys/firmware/devicetree/base/model");
+  if (auto model = firmwareText(root + "/sys/firmware/devicetree/base/model");
       !model.empty()) {
     return model;
   }

@@ -77,7 +77,7 @@ ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
 
 }  // namespace
 
-LinuxProcessInformation::LinuxProcessInformation(std::string procRoot)
+LinuxProcessInformation::LinuxProcessInformation(const std::string& procRoot)
     : proc_(openDirectory(AT_FDCWD, procRoot.c_str())), sockets_(procRoot) {}
 
 // Answers an error number, or 0.

@@ -21,7 +21,7 @@ namespace zorva {
 class LinuxProcessInformation : public ProcessInformation {
  public:
   /// The root is for tests.
-  explicit LinuxProcessInformation(std::string procRoot = "/proc");
+  explicit LinuxProcessInformation(const std::string& procRoot = "/proc");
 
   /// A fill that follows the question for the byte count answers the processes that were counted.
   ProcAnswer proc_listpids(std::span<std::int32_t> processes) override;

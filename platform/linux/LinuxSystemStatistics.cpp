@@ -64,7 +64,7 @@ ThreadInfo threadOf(const ProcStat& stat, std::uint64_t ticksPerSecond) {
 
 }  // namespace
 
-LinuxSystemStatistics::LinuxSystemStatistics(std::string procRoot, std::string sysRoot)
+LinuxSystemStatistics::LinuxSystemStatistics(const std::string& procRoot, std::string sysRoot)
     : sysRoot_(std::move(sysRoot)),
       proc_(openDirectory(AT_FDCWD, procRoot.c_str())),
       pageSize_(static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))),

@@ -19,7 +19,8 @@ class LinuxSystemStatistics : public SystemStatistics {
  public:
   /// The roots are for tests. Where there is no procfs, every figure that comes from it fails when
   /// it is asked for.
-  explicit LinuxSystemStatistics(std::string procRoot = "/proc", std::string sysRoot = "/sys");
+  explicit LinuxSystemStatistics(const std::string& procRoot = "/proc",
+                                 std::string sysRoot = "/sys");
   LinuxSystemStatistics(const LinuxSystemStatistics&) = delete;
   LinuxSystemStatistics& operator=(const LinuxSystemStatistics&) = delete;
   ~LinuxSystemStatistics() override;

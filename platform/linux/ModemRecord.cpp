@@ -91,7 +91,7 @@ bool isModem(const ModemProperties& properties) {
 std::optional<std::string> deviceOf(const ModemObjects& objects, const std::string& path) {
   // Newer services may give the device an assigned name, and its place apart.
   for (const char* name : {"Physdev", "Device"}) {
-    const auto text = property(objects, path, mm::kModem, name).text();
+    auto text = property(objects, path, mm::kModem, name).text();
     if (text && text->starts_with("/sys/")) return text;
   }
   return std::nullopt;

@@ -44,7 +44,7 @@ class ScenarioNode {
   static constexpr Duration kLongest = std::chrono::hours(24 * 3652);
 
   /// Reads YAML: one document, at most 1 MiB and 32 levels deep, without aliases.
-  static ScenarioNode parse(std::string_view yaml, std::shared_ptr<ScenarioText> text);
+  static ScenarioNode parse(std::string_view yaml, const std::shared_ptr<ScenarioText>& text);
 
   bool isNothing() const { return kind_ == Kind::Nothing; }
   bool isScalar() const { return kind_ == Kind::Scalar; }

@@ -113,7 +113,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
   std::vector<Open> open_;
 };
 
-ScenarioNode ScenarioNode::parse(std::string_view yaml, std::shared_ptr<ScenarioText> text) {
+ScenarioNode ScenarioNode::parse(std::string_view yaml, const std::shared_ptr<ScenarioText>& text) {
   constexpr std::size_t kLargest = std::size_t{1} << 20;
   const ScenarioNode start(Kind::Nothing, 1, 1, text);
   if (yaml.size() > kLargest) start.refuse("the scenario is too large; at most 1 MiB is read");
