@@ -109,8 +109,7 @@ std::string hardwareModel(const std::string& root) {
   if (const auto model = assigned(root + "/etc/machine-info", "HARDWARE_MODEL"); !model.empty()) {
     return joined(assigned(root + "/etc/machine-info", "HARDWARE_VENDOR"), " ", model);
   }
-  if (auto model = firmwareText(root + "/sys/firmware/devicetree/base/model");
-      !model.empty()) {
+  if (auto model = firmwareText(root + "/sys/firmware/devicetree/base/model"); !model.empty()) {
     return model;
   }
   const std::string vendor = firmwareText(root + "/sys/class/dmi/id/sys_vendor");
