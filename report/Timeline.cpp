@@ -22,10 +22,10 @@ void appendNumbers(std::string& to, std::initializer_list<std::int64_t> numbers)
 }  // namespace
 
 std::string_view Timeline::laneName(std::size_t lane) {
-  constexpr std::string_view kNames[kAllLanes] = {"asleep",      "display", "assertion", "call",
-                                                  "data",        "wifi",    "bluetooth", "audio",
-                                                  "application", "thermal", "charging",  "location",
-                                                  "registered",  "wakes",   "errors",    "events"};
+  constexpr std::string_view kNames[kAllLanes] = {
+      "asleep",     "display", "assertion",   "call",    "data",     "wifi",
+      "bluetooth",  "audio",   "application", "thermal", "charging", "location",
+      "registered", "wakes",   "errors",      "events",  "silent"};
   return kNames[lane];
 }
 
@@ -119,9 +119,18 @@ void Timeline::modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
   addWork(modem_, from, to, position, std::move(all));
 }
 
-void Timeline::interruption(LogTime before, LogTime after, LogPosition) {
+void Timeline::interruption(LogTime before, LogTime after, LogPosition position) {
   clock_.wentBack(before, after);
   trafficAt_.reset();
+  const LogTime begin = std::max(before, window_.since);
+  const LogTime end = std::min(after, window_.until);
+  if (end <= begin) return;
+  TimelineSpan span;
+  span.begin = clock_.at(begin);
+  span.end = clock_.at(end);
+  span.held = end - begin;
+  span.first = position;
+  lanes_[kSilent].add(span);
 }
 
 void Timeline::appendLanes(std::string& to) {

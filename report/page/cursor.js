@@ -36,7 +36,7 @@ class Cursor {
     place(this.line, this.view.cursor);
     place(this.pinLine, this.view.pin);
     this.stack.setAttribute('aria-valuenow', this.view.cursor ?? this.view.begin);
-    this.stack.setAttribute('aria-valuetext', this.view.cursor === null ? 'no moment chosen' : this.lanes.clock.time(this.view.cursor));
+    this.stack.setAttribute('aria-valuetext', this.view.cursor === null ? 'no moment chosen' : `${this.lanes.clock.time(this.view.cursor)}, ${this.lanes.clock.day(this.view.cursor)}`);
   }
 
   xOf(event) {
