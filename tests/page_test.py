@@ -137,7 +137,7 @@ class PageTest(unittest.TestCase):
         for button in '#lines-earlier', '#lines-later':
             while self.one(button).is_displayed():
                 count = len(self.lines())
-                self.one(button).click()
+                ActionChains(self.browser).double_click(self.one(button)).perform()
                 wait_for(lambda: len(self.lines()) > count, 'more lines')
         self.assertEqual('\n'.join(self.lines()), NIGHT.read_text().rstrip('\n'))
         [item for item in self.browser.find_elements(By.CSS_SELECTOR, '#now .item') if 'Network' in item.text][0].click()

@@ -95,11 +95,12 @@ class Lanes {
     const {left, width} = this.plot;
     const {step, ticks} = this.clock.ticks(this.view.from, this.view.to, this.perPixel * (this.plot.narrow ? 62 : 80));
     // In the middle of x, but inside; not at all if that is not free. Returns what is free behind.
-    const text = (words, x, y, colour, font, free = -Infinity) => {
+    // A day is told from where it begins.
+    const text = (words, x, y, colour, font, free = -Infinity, share = 0.5) => {
       context.font = `${font} 11px ${styleValue('--font')}`;
       context.fillStyle = this.colour(colour);
       const size = context.measureText(words).width;
-      const from = Math.min(Math.max(x - size / 2, left), left + width - size);
+      const from = Math.min(Math.max(x - size * share, left), left + width - size);
       if (from < free) return free;
       context.fillText(words, from, y);
       return from + size + 12;
@@ -107,7 +108,7 @@ class Lanes {
     const days = ticks.filter(({midnight}) => midnight);
     let free = -Infinity;
     if (!days.length || this.x(days[0].at) > left + 110) free = text(this.clock.day(this.view.from), left, 10, '--text', '600');
-    for (const {at} of days) free = text(this.clock.day(at), this.x(at), 10, '--text', '600', free);
+    for (const {at} of days) free = text(this.clock.day(at), this.x(at), 10, '--text', '600', free, 0);
     for (const {at, midnight} of step < 86400 ? ticks : []) {
       text(this.clock.time(at, step < 60), this.x(at), 25, '--dim', midnight ? '600' : '400');
     }
@@ -312,7 +313,7 @@ class Lanes {
   // Black or white, whichever is read better on a colour.
   inkOn(name) {
     const [red, green, blue] = this.colour(name).match(/[0-9a-f]{2}/gi).map((part) => parseInt(part, 16) / 255);
-    return 0.3 * red + 0.59 * green + 0.11 * blue > 0.52 ? '#111' : '#fff';
+    return 0.3 * red + 0.59 * green + 0.11 * blue > 0.4 ? '#111' : '#fff';
   }
 
   pattern(context, name, colour) {
