@@ -59,7 +59,7 @@ class Writer {
     }
     if (reading_.counts.damaged > 0) {
       page_.facts.push_back(counted(reading_.counts.damaged, "line is", "lines are") +
-                            " damaged or foreign: see the errors.");
+                            " damaged or foreign, and marked as errors on the timeline.");
     }
   }
 
