@@ -15,10 +15,13 @@ class Lines {
     this.list = document.getElementById('lines');
     document.getElementById('lines-earlier').addEventListener('click', () => this.inTurn(() => this.extend(-1)));
     document.getElementById('lines-later').addEventListener('click', () => this.inTurn(() => this.extend(1)));
-    document.getElementById('lines-close').addEventListener('click', () => {
-      this.section.hidden = true;
-      document.getElementById('stack').focus({preventScroll: true});
-    });
+    document.getElementById('lines-close').addEventListener('click', () => this.close());
+    addEventListener('keydown', ({key}) => { if (key === 'Escape' && !this.section.hidden) this.close(); });
+  }
+
+  close() {
+    this.section.hidden = true;
+    document.getElementById('stack').focus({preventScroll: true});
   }
 
   // Unpacking takes its time: what is asked for meanwhile waits, so that the last is what remains.
