@@ -122,13 +122,12 @@ void Timeline::modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
 void Timeline::interruption(LogTime before, LogTime after, LogPosition position) {
   clock_.wentBack(before, after);
   trafficAt_.reset();
-  const LogTime begin = std::max(before, window_.since);
-  const LogTime end = std::min(after, window_.until);
-  if (end <= begin) return;
+  // The axis is from the window's first entry to its last.
+  if (after <= before || !window_.holds(before) || !window_.holds(after)) return;
   TimelineSpan span;
-  span.begin = clock_.at(begin);
-  span.end = clock_.at(end);
-  span.held = end - begin;
+  span.begin = clock_.at(before);
+  span.end = clock_.at(after);
+  span.held = after - before;
   span.first = position;
   lanes_[kSilent].add(span);
 }
