@@ -59,7 +59,7 @@ class Writer {
     }
     if (reading_.counts.damaged > 0) {
       page_.facts.push_back(counted(reading_.counts.damaged, "line is", "lines are") +
-                            " damaged or foreign: see the errors.");
+                            " damaged or foreign, and marked as errors on the timeline.");
     }
   }
 
@@ -112,12 +112,12 @@ class Writer {
   void sleeps() {
     PageTable& to =
         table(summary_.sleeps > summary_.longestSleeps.size() ? "The longest sleeps" : "Sleeps",
-              {{"From", Kind::kText},
+              {{"From", Kind::kTime},
                {"Length", Kind::kSeconds},
                {"Ended by", Kind::kText},
                {"For", Kind::kProcess}});
     for (const LogSummary::Sleep& sleep : summary_.longestSleeps) {
-      to.rows.push_back({shortTime(sleep.begin), number(sleep.end - sleep.begin), endOfSleep(sleep),
+      to.rows.push_back({number(sleep.begin), number(sleep.end - sleep.begin), endOfSleep(sleep),
                          sleep.owner.empty() ? Cell() : Cell(sleep.owner)});
     }
   }
@@ -184,10 +184,10 @@ class Writer {
 
   void errors() {
     PageTable& to =
-        table("Errors", {{"Error", Kind::kText}, {"Times", Kind::kCount}, {"First", Kind::kText}});
+        table("Errors", {{"Error", Kind::kText}, {"Times", Kind::kCount}, {"First", Kind::kTime}});
     std::uint64_t left = summary_.errorCount;
     for (const LogSummary::Error& error : summary_.errors) {
-      to.rows.push_back({error.text, number(error.count), shortTime(error.first)});
+      to.rows.push_back({error.text, number(error.count), number(error.first)});
       left -= std::min(left, error.count);
     }
     if (left > 0) to.rows.push_back({"(of other kinds)", number(left), Cell()});

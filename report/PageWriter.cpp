@@ -23,8 +23,8 @@ std::string_view nameOf(PageTable::Kind kind) {
       return "bytes";
     case PageTable::Kind::kPercent:
       return "percent";
-    case PageTable::Kind::kNumber:
-      return "number";
+    case PageTable::Kind::kTime:
+      return "time";
   }
   return "text";
 }

@@ -22,7 +22,7 @@ struct PageTable {
     kSeconds,
     kBytes,
     kPercent,
-    kNumber,
+    kTime,  ///< seconds, as the log tells them
   };
   struct Column {
     std::string name;

@@ -22,10 +22,10 @@ void appendNumbers(std::string& to, std::initializer_list<std::int64_t> numbers)
 }  // namespace
 
 std::string_view Timeline::laneName(std::size_t lane) {
-  constexpr std::string_view kNames[kAllLanes] = {"asleep",      "display", "assertion", "call",
-                                                  "data",        "wifi",    "bluetooth", "audio",
-                                                  "application", "thermal", "charging",  "location",
-                                                  "registered",  "wakes",   "errors",    "events"};
+  constexpr std::string_view kNames[kAllLanes] = {
+      "asleep",     "display", "assertion",   "call",    "data",     "wifi",
+      "bluetooth",  "audio",   "application", "thermal", "charging", "location",
+      "registered", "wakes",   "errors",      "events",  "silent"};
   return kNames[lane];
 }
 
@@ -119,9 +119,17 @@ void Timeline::modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
   addWork(modem_, from, to, position, std::move(all));
 }
 
-void Timeline::interruption(LogTime before, LogTime after, LogPosition) {
+void Timeline::interruption(LogTime before, LogTime after, LogPosition position) {
   clock_.wentBack(before, after);
   trafficAt_.reset();
+  // The axis is from the window's first entry to its last.
+  if (after <= before || !window_.holds(before) || !window_.holds(after)) return;
+  TimelineSpan span;
+  span.begin = clock_.at(before);
+  span.end = clock_.at(after);
+  span.held = after - before;
+  span.first = position;
+  lanes_[kSilent].add(span);
 }
 
 void Timeline::appendLanes(std::string& to) {

@@ -45,11 +45,12 @@ class Timeline : public LogHistorySink {
   void interruption(LogTime before, LogTime after, LogPosition position) override;
 
  private:
-  // The lanes of spans, and those of what takes no time.
+  // The lanes of spans, those of what takes no time, and that of the time nobody logged.
   static constexpr std::size_t kWakes = kLanes;
   static constexpr std::size_t kErrors = kLanes + 1;
   static constexpr std::size_t kEvents = kLanes + 2;
-  static constexpr std::size_t kAllLanes = kLanes + 3;
+  static constexpr std::size_t kSilent = kLanes + 3;
+  static constexpr std::size_t kAllLanes = kLanes + 4;
   static constexpr std::size_t kCurves = static_cast<std::size_t>(Curve::kSent) + 1;
 
   static std::string_view laneName(std::size_t lane);

@@ -30,7 +30,8 @@ HOSTILE_LOG = f'''11/16/26 21:30:00 [WiFi] status=on; ap={HOSTILE}; wow=off; pm_
 <script>document.title="owned"</script>]]>\xff
 11/16/26 21:31:00 [Zorva] -->{HOSTILE}
 11/16/26 21:32:00 [Battery] level=62.80%; voltage=3826 mV; current=-240 mA; max_capacity=1400; charging_state=Inactive; charging_current=-240 mA; battery_temp=30.40 C; usage=02:41:00; standby=09:12:00;
-'''
+''' + ''.join(f'11/16/26 21:32:00 [Assertion] state=held; process={"long" * 2500}; pid=62; name=n{i}; held_for=01:00:00;\n'
+              for i in range(7))
 
 
 class PageTest(unittest.TestCase):
@@ -110,12 +111,15 @@ class PageTest(unittest.TestCase):
         ActionChains(self.browser).move_to_element_with_offset(self.stack, 60, 0).perform()
         self.tell('Asleep\nsince 01:06:10')
         self.tell('Wi-Fi Sim Network')
-        self.stack.send_keys(webdriver.Keys.HOME, 'n')
+        self.stack.send_keys(webdriver.Keys.HOME)
+        self.tell('Awake\nsince before 21:30:00, at least 35 min')
+        self.stack.send_keys('n')
         self.tell('22:47:12')
         self.tell('woken by exton2(bb): TCP 198.51.100.24:5223 to port 49160, for pushd (77)')
         self.stack.send_keys(webdriver.Keys.ARROW_RIGHT)
         wait_for(lambda: self.stack.get_attribute('aria-valuetext') > '22:47:12', 'the cursor')
         wait_for(lambda: '\u2212' in self.one('#announcement').get_property('textContent'), 'the announcement')
+        self.assertNotIn('undefined', self.one('#announcement').get_property('textContent'))
 
         whole = self.one('#shown').text
         self.stack.send_keys('++')
@@ -133,11 +137,12 @@ class PageTest(unittest.TestCase):
         self.stack.send_keys(webdriver.Keys.HOME, 'nnn', webdriver.Keys.ENTER)
         shown = self.lines()
         self.assertTrue('\n'.join(shown) in NIGHT.read_text(), shown[:3])
+        self.assertLess(self.browser.execute_script('return document.querySelector(".marked").getBoundingClientRect().bottom'), 900)
         self.assertEqual(self.one('#lines .marked').text.split(' [')[0], '11/17/26 01:05:40')
         for button in '#lines-earlier', '#lines-later':
             while self.one(button).is_displayed():
                 count = len(self.lines())
-                self.one(button).click()
+                ActionChains(self.browser).double_click(self.one(button)).perform()
                 wait_for(lambda: len(self.lines()) > count, 'more lines')
         self.assertEqual('\n'.join(self.lines()), NIGHT.read_text().rstrip('\n'))
         [item for item in self.browser.find_elements(By.CSS_SELECTOR, '#now .item') if 'Network' in item.text][0].click()
@@ -168,6 +173,8 @@ class PageTest(unittest.TestCase):
         scripts = len(self.texts('script'))
         log = pathlib.Path(self.folder.name) / 'hostile.log'
         log.write_bytes(HOSTILE_LOG.encode().replace(b'\xc3\xbf', b'\xff'))
+        self.open(log, width=360)
+        self.assertLessEqual(self.browser.execute_script('return document.documentElement.scrollWidth'), 360)
         self.open(log)
         self.assertEqual(len(self.texts('script')), scripts)
         self.assertEqual(self.texts('img'), [])
@@ -175,6 +182,9 @@ class PageTest(unittest.TestCase):
         self.stack.send_keys(webdriver.Keys.HOME, webdriver.Keys.ENTER)
         self.tell(f'Wi-Fi {HOSTILE}')
         self.tell('<!--<script> (61) \u201ca"b\\c\\xe2\\x80\\xa8d\\x07&lt;\u201d')
+        self.stack.send_keys(webdriver.Keys.END)
+        for i in range(7):
+            self.tell(f'\u201cn{i}\u201d')
         self.assertEqual(self.column('Wakes by reason', 1), ['<b>rtc</b>'])
         self.assertEqual(self.lines()[3], '<script>document.title="owned"</script>]]>\ufffd')
         policy = re.search(r'Content-Security-Policy" content="([^"]*)"', self.page.read_text())[1]

@@ -9,8 +9,9 @@ class Cursor {
     this.announcement = document.getElementById('announcement');
     this.pointers = new Map();
     this.listen();
-    this.stack.setAttribute('aria-valuemin', this.view.begin);
-    this.stack.setAttribute('aria-valuemax', this.view.end);
+    // Seconds of the log: those since 1970 are more than browsers tell apart here.
+    this.stack.setAttribute('aria-valuemin', 0);
+    this.stack.setAttribute('aria-valuemax', this.view.end - this.view.begin);
     this.view.on('cursor range look', () => this.paint());
   }
 
@@ -35,8 +36,8 @@ class Cursor {
     };
     place(this.line, this.view.cursor);
     place(this.pinLine, this.view.pin);
-    this.stack.setAttribute('aria-valuenow', this.view.cursor ?? this.view.begin);
-    this.stack.setAttribute('aria-valuetext', this.view.cursor === null ? 'no moment chosen' : this.lanes.clock.time(this.view.cursor));
+    this.stack.setAttribute('aria-valuenow', (this.view.cursor ?? this.view.begin) - this.view.begin);
+    this.stack.setAttribute('aria-valuetext', this.view.cursor === null ? 'no moment chosen' : `${this.lanes.clock.time(this.view.cursor)}, ${this.lanes.clock.day(this.view.cursor)}`);
   }
 
   xOf(event) {

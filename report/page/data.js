@@ -59,7 +59,7 @@ function readWork(told, texts, begin) {
 function readTimeline() {
   const told = readElement('timeline');
   const [begin, end] = told.range;
-  const data = {begin, end: Math.max(end, begin + 1), clock: [], lanes: {}, merged: {}, curves: {},
+  const data = {begin, told: end, end: Math.max(end, begin + 1), clock: [], lanes: {}, merged: {}, curves: {},
                 traffic: [], work: readWork(told.work, told.texts, begin),
                 modem: readWork(told.modem, told.texts, begin)};
   for (let i = 0; i < told.clock.length; i += 3) {

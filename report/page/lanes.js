@@ -94,34 +94,25 @@ class Lanes {
     const context = this.context(this.axis, this.width, 36);
     const {left, width} = this.plot;
     const {step, ticks} = this.clock.ticks(this.view.from, this.view.to, this.perPixel * (this.plot.narrow ? 62 : 80));
-    // In the middle of x, but inside; not at all if that is not free. Returns what is free behind.
-    const text = (words, x, y, colour, font, free = -Infinity) => {
+    const taken = [];
+    // In the middle of x, or from there on, but inside; not at all where something stands already.
+    const text = (words, x, y, colour, font, share = 0.5) => {
       context.font = `${font} 11px ${styleValue('--font')}`;
       context.fillStyle = this.colour(colour);
       const size = context.measureText(words).width;
-      const from = Math.min(Math.max(x - size / 2, left), left + width - size);
-      if (from < free) return free;
+      const from = Math.min(Math.max(x - size * share, left), left + width - size);
+      if (taken.some((one) => one.y === y && from < one.to + 12 && from + size + 12 > one.from)) return;
+      taken.push({y, from, to: from + size});
       context.fillText(words, from, y);
-      return from + size + 12;
     };
+    for (const {at, jump} of this.leaps()) {
+      text(`clock ${jump < 0 ? kMinus : '+'}${duration(Math.abs(jump))}`, this.x(at), 10, '--error', '600');
+    }
     const days = ticks.filter(({midnight}) => midnight);
-    let free = -Infinity;
-    if (!days.length || this.x(days[0].at) > left + 110) free = text(this.clock.day(this.view.from), left, 10, '--text', '600');
-    for (const {at} of days) free = text(this.clock.day(at), this.x(at), 10, '--text', '600', free);
+    if (!days.length || this.x(days[0].at) > left + 110) text(this.clock.day(this.view.from), left, 10, '--text', '600');
+    for (const {at} of days) text(this.clock.day(at), this.x(at), 10, '--text', '600', 0);
     for (const {at, midnight} of step < 86400 ? ticks : []) {
       text(this.clock.time(at, step < 60), this.x(at), 25, '--dim', midnight ? '600' : '400');
-    }
-    let taken = -Infinity;
-    for (const {at, jump} of this.leaps()) {
-      const words = `clock ${jump < 0 ? kMinus : '+'}${duration(Math.abs(jump))}`;
-      context.font = `600 10px ${styleValue('--font')}`;
-      const half = context.measureText(words).width / 2;
-      const x = Math.min(Math.max(this.x(at), left + half), left + width - half);
-      if (x - half < taken) continue;
-      taken = x + half + 12;
-      context.fillStyle = this.colour('--card');
-      context.fillRect(x - half - 3, 2, 2 * half + 6, 15);
-      text(words, x, 10, '--error', '600');
     }
   }
 
@@ -312,7 +303,7 @@ class Lanes {
   // Black or white, whichever is read better on a colour.
   inkOn(name) {
     const [red, green, blue] = this.colour(name).match(/[0-9a-f]{2}/gi).map((part) => parseInt(part, 16) / 255);
-    return 0.3 * red + 0.59 * green + 0.11 * blue > 0.52 ? '#111' : '#fff';
+    return 0.3 * red + 0.59 * green + 0.11 * blue > 0.4 ? '#111' : '#fff';
   }
 
   pattern(context, name, colour) {

@@ -10,14 +10,25 @@ class Lines {
     this.begin = this.chunks[0]?.first ?? 0;
     this.end = summary.end;
     this.opened = new Map();  // the chunks that were looked at last
+    this.turn = Promise.resolve();
     this.section = document.getElementById('lines-section');
     this.list = document.getElementById('lines');
-    document.getElementById('lines-earlier').addEventListener('click', () => this.extend(-1));
-    document.getElementById('lines-later').addEventListener('click', () => this.extend(1));
-    document.getElementById('lines-close').addEventListener('click', () => {
-      this.section.hidden = true;
-      document.getElementById('stack').focus({preventScroll: true});
-    });
+    document.getElementById('lines-earlier').addEventListener('click', () => this.inTurn(() => this.extend(-1)));
+    document.getElementById('lines-later').addEventListener('click', () => this.inTurn(() => this.extend(1)));
+    document.getElementById('lines-close').addEventListener('click', () => this.close());
+    addEventListener('keydown', ({key}) => { if (key === 'Escape' && !this.section.hidden) this.close(); });
+  }
+
+  close() {
+    this.section.hidden = true;
+    document.getElementById('stack').focus({preventScroll: true});
+  }
+
+  // Unpacking takes its time: what is asked for meanwhile waits, so that the last is what remains.
+  inTurn(action) {
+    this.turn = this.turn.then(action).catch((error) => {
+      this.list.replaceChildren(element('li', 'notice', error.message));
+    }).then(() => this.showEnds());
   }
 
   async open(index) {
@@ -64,10 +75,10 @@ class Lines {
   }
 
   // Shows the lines around a piece, or where none is given around a moment.
-  async show(position, at) {
+  show(position, at) {
     if (!this.chunks.length) return;
     this.section.hidden = false;
-    try {
+    this.inTurn(async () => {
       const known = position !== null && await this.piece(position);
       this.marked = known ? position : await this.positionAt(at);
       this.from = Math.max(this.begin, this.marked - 12);
@@ -75,10 +86,7 @@ class Lines {
       this.list.replaceChildren(...await this.range(this.from, this.to));
       const mark = this.list.querySelector('.marked');
       this.list.scrollTop = mark.offsetTop - this.list.offsetTop - this.list.clientHeight / 3;
-    } catch (error) {
-      this.list.replaceChildren(element('li', 'notice', error.message));
-    }
-    this.showEnds();
+    });
   }
 
   async extend(direction) {
@@ -94,7 +102,6 @@ class Lines {
       this.list.append(...await this.range(this.to, to));
       this.to = to;
     }
-    this.showEnds();
   }
 
   showEnds() {

@@ -5,8 +5,8 @@ function makeThemeButton(view) {
   const button = document.getElementById('theme');
   const system = matchMedia('(prefers-color-scheme: dark)');
   let chosen = 0;
-  const show = () => {
-    const isDark = chosen === 0 ? system.matches : themes[chosen] === 'dark';
+  const show = (paper = false) => {
+    const isDark = !paper && (chosen === 0 ? system.matches : themes[chosen] === 'dark');
     document.documentElement.dataset.theme = isDark ? 'dark' : 'light';
     button.textContent = `Theme: ${themes[chosen]}`;
     view.changed('look');
@@ -15,8 +15,21 @@ function makeThemeButton(view) {
     chosen = (chosen + 1) % themes.length;
     show();
   });
-  system.addEventListener('change', show);
+  system.addEventListener('change', () => show());
   show();
+  // Paper is white, and narrower than most windows.
+  const print = (begins) => {
+    document.getElementById('stack').style.width = begins ? '640px' : '';
+    // Chromium prints stroke by stroke, and readers of PDF take what is cleared for painted white.
+    // The new width has cleared the curves already.
+    for (const canvas of document.querySelectorAll('.chart canvas')) {
+      canvas.getContext('2d').clearRect = begins ? () => {} : CanvasRenderingContext2D.prototype.clearRect;
+    }
+    show(begins);
+    view.paint();
+  };
+  addEventListener('beforeprint', () => print(true));
+  addEventListener('afterprint', () => print(false));
 }
 
 function makeToolbar(view, clock, processes) {
@@ -47,7 +60,7 @@ function start() {
   document.title = `${summary.title} \u2013 power log`;
   document.getElementById('title').textContent = summary.title;
   document.getElementById('covered').textContent = !data.clock.length ? ''
-      : `${clock.date(data.begin)} ${clock.time(data.begin, false)} to ${clock.date(data.end)} ${clock.time(data.end, false)}, ${duration(data.end - data.begin)}`;
+      : `${clock.date(data.begin)} ${clock.time(data.begin, false)} to ${clock.date(data.told)} ${clock.time(data.told, false)}, ${duration(data.told - data.begin)}`;
   document.getElementById('facts').append(...summary.facts.map((fact) => element('li', '', fact)));
 
   makeThemeButton(view);
@@ -65,6 +78,11 @@ function start() {
   new Overview(lanes);
   new Tables(document.getElementById('tables'), summary.tables, view, processes);
   makeToolbar(view, clock, processes);
+
+  if (!data.clock.length) {
+    document.getElementById('timeline-card').hidden = true;
+    lines.show(null, 0);
+  }
 
   const notes = [];
   if (lanes.absent.length) notes.push(`Not in this log: ${lanes.absent.join(', ')}.`);

@@ -17,7 +17,7 @@ class Now {
   paint() {
     const at = this.view.cursor;
     if (at === null) {
-      this.place.replaceChildren(element('p', 'dim', 'Point at the timeline, or move along it with the arrow keys, and here is told what was going on.'));
+      this.place.replaceChildren(element('p', 'dim', 'Point at the timeline, or move along it with the arrow keys, and here is told what was going on. A click keeps the moment and shows the log\u2019s lines.'));
       return;
     }
     const head = element('h3', '', this.clock.time(at), element('span', 'dim', ` ${this.clock.day(at)}`));
@@ -42,8 +42,8 @@ class Now {
     const at = this.view.cursor;
     if (at === null) return '';
     const values = this.curves.at(at).map(({curve, text}) => `${curve.label} ${text}`);
-    const items = this.itemsAt(at).map(({row, span}) => `${row.lane.label ?? row.lane.group} ${row.lane.each === 'who' ? row.label : ''} ${shortText(row, span)}`.trim());
-    return [this.clock.time(at), this.clock.day(at), ...values, ...items].join(', ');
+    const items = this.itemsAt(at).map((item) => this.words(item).map((part) => part.textContent ?? part).join(' '));
+    return [this.clock.time(at), this.clock.day(at), ...values, ...items].join('; ');
   }
 
   values(at) {
@@ -54,37 +54,44 @@ class Now {
     return list;
   }
 
-  // What lasts at the moment, and what happened within some pixels of it.
+  // What lasts at the moment is told one by one, unless nobody could read it; what happened within
+  // some pixels of it, where it is little.
   itemsAt(at) {
     const items = [];
     for (const row of this.lanes.rows) {
-      const found = this.found(row, at);
-      const most = row.lane.each ? 5 : 3;
-      if (found.length > most) items.push({row, span: this.together(row, found)});
-      else items.push(...found.map((span) => ({row, span})));
-      if (row.lane.lane === 'asleep' && !found.length) items.push(...this.awake(row, at));
+      const {lasting, near} = this.found(row, at);
+      for (const [spans, most] of [[lasting, 100], [near, row.lane.each ? 5 : 3]]) {
+        if (spans.length > most) items.push({row, span: this.together(row, spans)});
+        else items.push(...spans.map((span) => ({row, span})));
+      }
     }
+    if (items.some(({row}) => ['asleep', 'silent'].includes(row.lane.lane))) return items;
+    const awake = this.awake(at);
     // Who has just woken is told of once.
-    const woken = items.find(({row}) => row.lane.lane === 'awake')?.span.wake;
-    return woken ? items.filter(({span}) => span !== woken) : items;
+    return [awake, ...items.filter(({span}) => span !== awake.span.wake)];
   }
 
   found(row, at) {
     const {perPixel, data} = this.lanes;
-    const near = 4 * perPixel;
-    if (row.lane.kind === 'marks') return row.between(at - near, at + near);
     const lasts = ({begin, end}) => begin <= at && (end > at || end === data.end);
-    if (row.lane.kind === 'bars') return row.between(at, at).filter((span) => lasts(span) && this.lanes.shareOf(row, span) > 0).slice(-1);
+    if (row.lane.kind === 'marks') return {lasting: [], near: row.between(at - 4 * perPixel, at + 4 * perPixel)};
+    if (row.lane.kind === 'bars') return {lasting: row.between(at, at).filter((span) => lasts(span) && this.lanes.shareOf(row, span) > 0).slice(-1), near: []};
     // What is narrower than a pixel counts where the pixel is.
     const touch = 0.75 * perPixel;
-    return row.between(at - touch, at + touch).filter((span) => lasts(span) || span.end - span.begin <= 2 * touch);
+    const lasting = [], near = [];
+    for (const span of row.between(at - touch, at + touch)) {
+      if (lasts(span) && span.count === 1) lasting.push(span);
+      else if (lasts(span) || span.end - span.begin <= 2 * touch) near.push(span);
+    }
+    return {lasting, near};
   }
 
   // More than can be told one by one: how often there was what.
   together(row, spans) {
     const counts = new Map();
     for (const span of spans) {
-      const text = row.lane.each === 'who' ? span.what : shortText(row, span);
+      const text = row.lane.each !== 'who' ? shortText(row, span)
+          : span.who === row.label ? span.what : `${span.who} \u201c${span.what}\u201d`;
       counts.set(text, (counts.get(text) ?? 0) + span.count);
     }
     const sorted = [...counts].filter(([text]) => text).sort(([, one], [, other]) => other - one);
@@ -97,17 +104,18 @@ class Now {
     };
   }
 
-  awake(row, at) {
-    const index = lastBefore(row.items, at, 'end');
-    const wakes = this.lanes.data.lanes.wakes;
+  // What writes a log is awake, before the first sleep and after the last one, too.
+  awake(at) {
+    const {asleep, wakes} = this.lanes.data.lanes;
+    const index = lastBefore(asleep, at, 'end');
+    const [before, next] = [asleep[index], asleep[index + 1]];
     const wake = wakes[lastBefore(wakes, at)];
-    if (index < 0 && !wake) return [];
-    const begin = index < 0 ? wake.begin : row.items[index].end;
-    const next = row.items[index + 1]?.begin ?? this.lanes.data.end;
+    const begin = before?.end ?? wake?.begin ?? this.view.begin;
+    const end = next?.begin ?? this.view.end;
     const why = wake && wake.begin >= begin - 1 ? wake : null;
-    return [{row: {...row, lane: {...row.lane, label: 'Awake', lane: 'awake', colour: '--wake', pattern: ''}},
-             span: {...why, wake: why, begin, end: next, first: why?.first ?? row.items[index]?.first ?? 0,
-                    beginKnown: true, endKnown: true, count: 1, held: next - begin}}];
+    return {row: {lane: {group: 'Sleep', lane: 'awake', label: 'Awake', colour: '--wake'}},
+            span: {...why, wake: why, begin, end, first: why?.first ?? before?.first ?? 0, beginKnown: Boolean(before ?? wake),
+                   endKnown: Boolean(next), count: 1, held: end - begin}};
   }
 
   swatch(row) {
@@ -127,7 +135,7 @@ class Now {
       words.push(strong('Traffic '), `${bytes(span.received)} in, ${bytes(span.sent)} out`);
     } else if (lane === 'work') {
       const uses = this.view.process ? span.uses.filter(({name}) => name === this.view.process) : span.uses;
-      const told = uses.slice(0, 4).map(({name, amount: seconds}) => `${name} ${duration(seconds)}`).join(', ');
+      const told = uses.map(({name, pid, amount: seconds}) => `${name} (${pid}) ${duration(seconds)}`).join(', ');
       words.push(strong('Processor '), `${duration(this.lanes.workOf(span))}${told ? `: ${told}` : ''}`);
     } else if (lane === 'modem') {
       words.push(strong('Modem '), span.uses.map(({name, amount: time}) => `${name} ${duration(time / 1000)}`).join(', '));
@@ -152,8 +160,8 @@ class Now {
     const time = (at) => this.clock.day(at) === this.clock.day(this.view.cursor) ? this.clock.time(at) : `${this.clock.day(at)} ${this.clock.time(at)}`;
     if (row.lane.kind === 'marks') return span.count > 1 ? `${span.count} from ${time(span.begin)} to ${time(span.end)}` : time(span.begin);
     if (row.lane.kind === 'bars') return `${time(span.begin)} to ${time(span.end)}`;
-    if (span.count > 1) return `${span.count} short ones, in all ${duration(span.held)}, from ${time(span.begin)} to ${time(span.end)}`;
+    if (span.count > 1) return `${span.count} times, in all ${duration(span.held)}, from ${time(span.begin)} to ${time(span.end)}`;
     const from = span.beginKnown ? `since ${time(span.begin)}` : `since before ${time(Math.max(span.begin, this.view.begin))}`;
-    return `${from}, ${span.endKnown ? '' : 'at least '}${duration(span.held)}`;
+    return `${from}, ${span.beginKnown && span.endKnown ? '' : 'at least '}${duration(span.held)}`;
   }
 }

@@ -7,6 +7,7 @@ const kMostRows = 8;  // of one lane that has a row for each holder or applicati
 const kLanes = [
   {group: 'Sleep', lane: 'asleep', label: 'Asleep', colour: '--asleep', pattern: 'slanted'},
   {group: 'Sleep', lane: 'wakes', label: 'Wakes', kind: 'marks', colour: '--wake'},
+  {group: 'Sleep', lane: 'silent', label: 'Not logged', colour: '--event', pattern: 'crossed'},
   {group: 'Device', lane: 'display', label: 'Display', colour: '--display'},
   {group: 'Device', lane: 'audio', label: 'Audio', colour: '--audio'},
   {group: 'Device', lane: 'location', label: 'Location', each: 'what', colour: '--location', pattern: 'dots'},
@@ -84,6 +85,7 @@ function makeRows(data) {
   const absent = [];
   for (const lane of kLanes) {
     const items = data.lanes[lane.lane] ?? data[lane.lane];
+    if (items.length === 0 && lane.lane === 'silent') continue;
     if (items.length === 0) absent.push(lane.label ?? lane.group.toLowerCase());
     else if (lane.each) rows.push(...rowsOfEach(lane, items));
     else rows.push(new Row(lane, lane.label, items));
@@ -130,7 +132,7 @@ function kindOfWake({what, count}) {
 
 // A state that is there, but hardly costs anything.
 function isFaint({lane: {lane}}, {what}) {
-  return lane === 'wifi' && what.startsWith('<') || lane === 'bluetooth' && what !== 'connected' ||
+  return lane === 'wifi' && /^<\w+>$/.test(what) || lane === 'bluetooth' && what !== 'connected' ||
       lane === 'application' && !what.startsWith('foreground') || lane === 'location' && what === 'cell' ||
       lane === 'charging' && what !== 'Active';
 }

@@ -1,5 +1,7 @@
 // Tables that sort by any column, and show what is of the chosen process.
 
+const kLongestCell = 200;  // characters; the log's lines have all
+
 class Tables {
   constructor(place, tables, view, processes) {
     Object.assign(this, {view, processes});
@@ -28,8 +30,8 @@ class Tables {
       this.fill(table);
     });
     table.note = element('p', 'note', '');
-    // Magnitudes are shown for the first column of numbers that says how much.
-    table.measured = told.columns.findIndex((column) => this.isNumber(column) && column.kind !== 'number');
+    // Magnitudes are shown for the first column of numbers.
+    table.measured = told.columns.findIndex((column) => this.isNumber(column));
     const caption = element('caption', '', told.title);
     const scroll = element('div', 'scroll', element('table', '', caption, element('thead', '', head), table.body));
     scroll.tabIndex = 0;
@@ -42,7 +44,7 @@ class Tables {
   }
 
   isNumber({kind}) {
-    return kind !== 'text' && kind !== 'process';
+    return !['text', 'process', 'time'].includes(kind);
   }
 
   // First the greatest, or from A; once more, the other way round.
@@ -93,6 +95,12 @@ class Tables {
     table.note.textContent = `${several(table.left, 'row more is', 'rows more are')} left out of this page.`;
   }
 
+  // Local, as the log tells it.
+  time(seconds) {
+    const local = new Date(seconds * 1000);
+    return `${local.getUTCDate()} ${kMonths[local.getUTCMonth()]} ${local.toISOString().slice(11, 19)}`;
+  }
+
   text({kind}, value) {
     if (value === null) return '\u2013';
     switch (kind) {
@@ -100,8 +108,8 @@ class Tables {
       case 'bytes': return bytes(value);
       case 'percent': return `${value > 0 && value < 0.05 ? '<0.1' : amount(value)}\u00a0%`;
       case 'count': return amount(value, 0);
-      case 'number': return amount(value, 2);
-      default: return value;
+      case 'time': return this.time(value);
+      default: return value.length > kLongestCell ? `${value.slice(0, kLongestCell)}\u2026` : value;
     }
   }
 }

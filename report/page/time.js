@@ -71,9 +71,9 @@ function amount(value, digits = 1) {
 }
 
 function bytes(value) {
-  const units = ['B', 'kB', 'MB', 'GB', 'TB'];
+  const units = ['B', 'KiB', 'MiB', 'GiB', 'TiB'];
   let unit = 0;
-  for (; value >= 1000 && unit < 4; ++unit) value /= 1000;
+  for (; value >= 1024 && unit < 4; ++unit) value /= 1024;
   return `${amount(value, unit && value < 100 ? 1 : 0)}\u00a0${units[unit]}`;
 }
 
