@@ -92,6 +92,8 @@ class LinuxAudioSystemTest : public testing::Test {
   void makeAudio() {
     SoundCardCalls calls{[this](const std::string& device) {
                            opened_.push_back(std::stoi(device.substr(device.rfind('C') + 1)));
+                           // Others get their permissions in the same moment.
+                           chmod((root_ / "snd/pcmC1D0p").c_str(), 0660);
                            const auto card = hardware_.find(opened_.back());
                            return card == hardware_.end() ? Descriptor() : card->second.open();
                          },
