@@ -18,10 +18,10 @@ constexpr std::uint32_t kEntryEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | I
 // Attributes: a socket is given its mode when it is ready for callers.
 constexpr std::uint32_t kWriteEvents = IN_CLOSE_WRITE | IN_ATTRIB;
 constexpr std::uint32_t kSelfEvents = IN_DELETE_SELF | IN_MOVE_SELF;
-// All watches of a directory ask for the same, whatever matters to them: libsystemd before 258
-// never ends on an event that none of the sources left wants, such as one that was for a watch just
-// dropped.
-constexpr std::uint32_t kEvents = kEntryEvents | kWriteEvents | kSelfEvents;
+// libsystemd before 258 never ends on an event that none of the sources left on a directory asks
+// for: one that was for a source just dropped. So those that ask for less have a queue of their
+// own, which a priority of their own gives them.
+constexpr std::int64_t kContentsPriority = SD_EVENT_PRIORITY_NORMAL - 1;
 
 std::deque<std::string> components(const std::filesystem::path& path) {
   std::deque<std::string> components;
@@ -85,10 +85,13 @@ void LinuxPathWatch::follow() {
     watched_.clear();
     for (const Place& place : wanted) {
       auto watched = std::make_unique<Watched>(Watched{this, place, nullptr});
+      const std::uint32_t writes = of_ == Of::Entry ? kWriteEvents : 0;
       sd_event_source* source = nullptr;
-      if (sd_event_add_inotify(event_, &source, place.first.c_str(), kEvents | IN_ONLYDIR,
-                               placeChanged, watched.get()) >= 0) {
+      if (sd_event_add_inotify(event_, &source, place.first.c_str(),
+                               kEntryEvents | writes | kSelfEvents | IN_ONLYDIR, placeChanged,
+                               watched.get()) >= 0) {
         watched->source.reset(source);
+        if (of_ == Of::Contents) sd_event_source_set_priority(source, kContentsPriority);
         watched_.push_back(std::move(watched));
       }
     }
@@ -101,8 +104,7 @@ int LinuxPathWatch::placeChanged(sd_event_source*, const inotify_event* event, v
   const std::string& name = watched->place.second;
   if (event->mask & (kSelfEvents | IN_IGNORED | IN_Q_OVERFLOW | IN_UNMOUNT)) {
     owner->watched_.clear();
-  } else if (event->len == 0 || (!name.empty() && name != event->name) ||
-             (owner->of_ == Of::Contents && (event->mask & kEntryEvents) == 0)) {
+  } else if (event->len == 0 || (!name.empty() && name != event->name)) {
     return 0;
   }
   owner->follow();
