@@ -84,8 +84,10 @@ const AudioControl* mainVolume(const AudioCard& card, bool headphones) {
 float shareOf(const AudioControl& volume) {
   const long value = std::clamp(*std::max_element(volume.values.begin(), volume.values.end()),
                                 volume.least, volume.most);
-  return static_cast<float>(static_cast<double>(value - volume.least) /
-                            static_cast<double>(volume.most - volume.least));
+  // Of a range that a card makes up, the width may have no room in a long.
+  const auto least = static_cast<double>(volume.least);
+  return static_cast<float>((static_cast<double>(value) - least) /
+                            (static_cast<double>(volume.most) - least));
 }
 
 std::vector<fs::path> entriesOf(const fs::path& directory, std::string_view start,

@@ -1,37 +1,15 @@
 #include "platform/linux/LinuxAudioSystem.h"
 
-#include <algorithm>
-#include <alsa/asoundlib.h>
 #include <charconv>
 #include <filesystem>
-#include <poll.h>
 #include <set>
 #include <sys/epoll.h>
 #include <utility>
-#include <vector>
 
 namespace zorva {
 namespace {
 
 constexpr std::string_view kControlFile = "controlC";
-// A card's events are taken in turns, so that one that never ends cannot hold up the loop.
-constexpr int kMostEventsAtOnce = 256;
-constexpr unsigned kMostChannels = 128;  // of the library's value
-
-template <typename Object, void (*kFree)(Object*)>
-struct Freed {
-  void operator()(Object* object) const { kFree(object); }
-};
-template <typename Object, void (*kFree)(Object*)>
-using Owned = std::unique_ptr<Object, Freed<Object, kFree>>;
-
-// Each of the library's records is made by a function of its own.
-template <typename Object, void (*kFree)(Object*)>
-Owned<Object, kFree> make(int (*allocate)(Object**)) {
-  Object* object = nullptr;
-  allocate(&object);
-  return Owned<Object, kFree>(object);
-}
 
 std::set<int> cardsIn(const std::string& devices) {
   std::set<int> cards;
@@ -48,31 +26,24 @@ std::set<int> cardsIn(const std::string& devices) {
   return cards;
 }
 
-// The library's own writes to standard error.
-void writeNothing(const char*, int, const char*, int, const char*, ...) {}
-
 }  // namespace
 
 /// One card that is open.
 class LinuxAudioSystem::Card {
  public:
   /// Calls back when a control has changed, and when the card has gone.
-  Card(sd_event* event, snd_ctl_t* control, std::function<void()> changed)
-      : control_(control), changed_(std::move(changed)) {
-    snd_ctl_nonblock(control, 1);
-    if (snd_ctl_subscribe_events(control, 1) < 0) return;
-    const auto info = make<snd_ctl_card_info_t, snd_ctl_card_info_free>(snd_ctl_card_info_malloc);
-    if (snd_ctl_card_info(control, info.get()) < 0) return;
-    card_.name = snd_ctl_card_info_get_name(info.get());
-    std::vector<pollfd> descriptors(
-        static_cast<std::size_t>(std::max(0, snd_ctl_poll_descriptors_count(control))));
-    snd_ctl_poll_descriptors(control, descriptors.data(),
-                             static_cast<unsigned>(descriptors.size()));
-    for (const pollfd& descriptor : descriptors) {
-      sd_event_source* source = nullptr;
-      if (sd_event_add_io(event, &source, descriptor.fd, EPOLLIN, ready, this) < 0) return;
-      sources_.emplace_back(source);
+  Card(sd_event* event, const std::string& device, const SoundCardCalls& calls,
+       std::function<void()> changed)
+      : controls_(device, calls), changed_(std::move(changed)) {
+    sd_event_source* source = nullptr;
+    if (controls_.descriptor() < 0 ||
+        sd_event_add_io(event, &source, controls_.descriptor(), EPOLLIN, ready, this) < 0) {
+      return;
     }
+    source_.reset(source);
+    auto name = controls_.cardName();
+    if (!name) return;
+    card_.name = std::move(*name);
     gone_ = !readControls();
   }
   Card(const Card&) = delete;
@@ -87,108 +58,40 @@ class LinuxAudioSystem::Card {
     return 0;
   }
 
-  void receive(std::uint32_t events) {
-    const auto event = make<snd_ctl_event_t, snd_ctl_event_free>(snd_ctl_event_malloc);
-    bool others = false;  // controls have come or gone
-    int result = 0;
-    for (int count = 0; count < kMostEventsAtOnce; ++count) {
-      result = snd_ctl_read(control_.get(), event.get());
-      if (result <= 0) break;
-      if (snd_ctl_event_get_type(event.get()) != SND_CTL_EVENT_ELEM) continue;
-      const unsigned mask = snd_ctl_event_elem_get_mask(event.get());
-      // Removal has all bits.
-      others = others || mask == SND_CTL_EVENT_MASK_REMOVE ||
-               (mask & (SND_CTL_EVENT_MASK_ADD | SND_CTL_EVENT_MASK_INFO)) != 0;
-      if (others || (mask & SND_CTL_EVENT_MASK_VALUE) == 0) continue;
-      const unsigned number = snd_ctl_event_elem_get_numid(event.get());
+  void receive(std::uint32_t ready) {
+    const auto events = controls_.readEvents();
+    gone_ = (ready & (EPOLLERR | EPOLLHUP)) != 0 || !events || (events->list && !readControls());
+    if (gone_) {
+      source_.reset();  // or it would be ready for ever
+    } else if (!events->list) {
       for (AudioControl& control : card_.controls) {
-        if (control.number == number) readValues(control);
+        if (events->values.contains(control.number)) controls_.readValues(control);
       }
     }
-    gone_ = (result < 0 && result != -EAGAIN && result != -EINTR) ||
-            (events & (EPOLLERR | EPOLLHUP)) != 0 || (others && !readControls());
-    if (gone_) sources_.clear();  // or they would be ready for ever
     changed_();
   }
 
   // False when the card does not tell them.
   bool readControls() {
-    card_.controls.clear();
-    const auto list = make<snd_ctl_elem_list_t, snd_ctl_elem_list_free>(snd_ctl_elem_list_malloc);
-    if (snd_ctl_elem_list(control_.get(), list.get()) < 0) return false;
-    const unsigned count = snd_ctl_elem_list_get_count(list.get());
-    if (snd_ctl_elem_list_alloc_space(list.get(), count) < 0) return false;
-    const bool listed = snd_ctl_elem_list(control_.get(), list.get()) >= 0;
-    const unsigned used = listed ? snd_ctl_elem_list_get_used(list.get()) : 0;
-    for (unsigned i = 0; i < used; ++i) readControl(*list, i);
-    snd_ctl_elem_list_free_space(list.get());
-    return listed;
-  }
-
-  void readControl(const snd_ctl_elem_list_t& list, unsigned index) {
-    const snd_ctl_elem_iface_t interface = snd_ctl_elem_list_get_interface(&list, index);
-    const bool ofCard = interface == SND_CTL_ELEM_IFACE_CARD;
-    if (!ofCard && interface != SND_CTL_ELEM_IFACE_MIXER) return;
-    const auto id = make<snd_ctl_elem_id_t, snd_ctl_elem_id_free>(snd_ctl_elem_id_malloc);
-    snd_ctl_elem_list_get_id(&list, index, id.get());
-    const char* const name = snd_ctl_elem_id_get_name(id.get());
-    // Most controls are told apart by their names, without another call.
-    if (!audioControl(ofCard, true, name) && !audioControl(ofCard, false, name)) return;
-    const auto info = make<snd_ctl_elem_info_t, snd_ctl_elem_info_free>(snd_ctl_elem_info_malloc);
-    snd_ctl_elem_info_set_id(info.get(), id.get());
-    if (snd_ctl_elem_info(control_.get(), info.get()) < 0) return;
-    const snd_ctl_elem_type_t type = snd_ctl_elem_info_get_type(info.get());
-    const bool yesOrNo = type == SND_CTL_ELEM_TYPE_BOOLEAN;
-    if (!yesOrNo && type != SND_CTL_ELEM_TYPE_INTEGER) return;
-    auto control = audioControl(ofCard, yesOrNo, name);
-    if (!control) return;
-    control->number = snd_ctl_elem_list_get_numid(&list, index);
-    control->values.resize(std::min(snd_ctl_elem_info_get_count(info.get()), kMostChannels));
-    if (!yesOrNo) {
-      control->least = snd_ctl_elem_info_get_min(info.get());
-      control->most = snd_ctl_elem_info_get_max(info.get());
-    }
-    if (readValues(*control)) card_.controls.push_back(std::move(*control));
-  }
-
-  // What was read before stands when that fails.
-  bool readValues(AudioControl& control) {
-    const auto value =
-        make<snd_ctl_elem_value_t, snd_ctl_elem_value_free>(snd_ctl_elem_value_malloc);
-    snd_ctl_elem_value_set_numid(value.get(), control.number);
-    if (snd_ctl_elem_read(control_.get(), value.get()) < 0) return false;
-    for (unsigned i = 0; i < control.values.size(); ++i) {
-      control.values[i] = control.kind == AudioControl::Kind::Volume
-                              ? snd_ctl_elem_value_get_integer(value.get(), i)
-                              : snd_ctl_elem_value_get_boolean(value.get(), i);
-    }
+    auto controls = controls_.controls();
+    if (!controls) return false;
+    card_.controls = std::move(*controls);
     return true;
   }
 
-  struct Close {
-    void operator()(snd_ctl_t* control) const { snd_ctl_close(control); }
-  };
-  std::unique_ptr<snd_ctl_t, Close> control_;
+  SoundCardControls controls_;
   std::function<void()> changed_;
-  std::vector<EventSource> sources_;  // before the descriptors are closed
+  EventSource source_;  // before the descriptor is closed
   AudioCard card_;
   bool gone_ = true;  ///< or never was there
 };
 
-_snd_ctl* LinuxAudioSystem::openCard(int card) {
-  const std::string name = "hw:" + std::to_string(card);
-  snd_ctl_t* control = nullptr;
-  snd_lib_error_set_handler(writeNothing);
-  return snd_ctl_open(&control, name.c_str(), SND_CTL_NONBLOCK | SND_CTL_READONLY) < 0 ? nullptr
-                                                                                       : control;
-}
-
 LinuxAudioSystem::LinuxAudioSystem(sd_event* event, std::string devices, std::string streams,
-                                   Opener open)
+                                   SoundCardCalls calls)
     : event_(event),
       devices_(std::move(devices)),
       streams_(std::move(streams)),
-      open_(std::move(open)),
+      calls_(std::move(calls)),
       update_(event, [this] { update(); }),
       devicesWatch_(event, devices_, LinuxPathWatch::Of::Contents, [this] { devicesChanged(); }) {
   update();
@@ -207,18 +110,15 @@ void LinuxAudioSystem::followDevices() {
   std::erase_if(refused_, [&](const auto& card) { return !there.contains(card.first); });
   for (const int number : there) {
     if (cards_.contains(number)) continue;
-    if (snd_ctl_t* const control = open_(number)) {
-      auto card = std::make_unique<Card>(event_, control, [this] { update_.request(); });
-      if (!card->gone()) {
-        cards_.emplace(number, std::move(card));
-        refused_.erase(number);
-        continue;
-      }
+    const std::string device = devices_ + "/" + std::string(kControlFile) + std::to_string(number);
+    auto card = std::make_unique<Card>(event_, device, calls_, [this] { update_.request(); });
+    if (!card->gone()) {
+      cards_.emplace(number, std::move(card));
+      refused_.erase(number);
+    } else if (!refused_.contains(number)) {
+      refused_[number] = std::make_unique<LinuxPathWatch>(event_, device, LinuxPathWatch::Of::Entry,
+                                                          [this] { devicesChanged(); });
     }
-    if (refused_.contains(number)) continue;
-    refused_[number] = std::make_unique<LinuxPathWatch>(
-        event_, devices_ + "/" + std::string(kControlFile) + std::to_string(number),
-        LinuxPathWatch::Of::Entry, [this] { devicesChanged(); });
   }
 }
 

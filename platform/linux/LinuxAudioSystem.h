@@ -11,8 +11,7 @@
 #include "platform/linux/AudioControls.h"
 #include "platform/linux/EventSources.h"
 #include "platform/linux/LinuxPathWatch.h"
-
-struct _snd_ctl;  // NOLINT(bugprone-reserved-identifier): the library names its type so
+#include "platform/linux/SoundCardControls.h"
 
 namespace zorva {
 
@@ -21,14 +20,11 @@ namespace zorva {
 /// go. Whether somebody plays has no event, and is read when it is asked for.
 class LinuxAudioSystem : public AudioSystem {
  public:
-  /// Opens the controls of a card for reading, without waiting; none when that fails.
-  using Opener = std::function<_snd_ctl*(int card)>;
-  static _snd_ctl* openCard(int card);
-
   /// Follows the cards that are there at once. The directories are those of the device files and of
   /// the streams' states.
   explicit LinuxAudioSystem(sd_event* event, std::string devices = "/dev/snd",
-                            std::string streams = "/proc/asound", Opener open = openCard);
+                            std::string streams = "/proc/asound",
+                            SoundCardCalls calls = SoundCardCalls::ofKernel());
   LinuxAudioSystem(const LinuxAudioSystem&) = delete;
   LinuxAudioSystem& operator=(const LinuxAudioSystem&) = delete;
   ~LinuxAudioSystem() override;
@@ -47,7 +43,7 @@ class LinuxAudioSystem : public AudioSystem {
   sd_event* event_;
   std::string devices_;
   std::string streams_;
-  Opener open_;
+  SoundCardCalls calls_;
   CoalescedCall update_;
   LinuxPathWatch devicesWatch_;
   bool devicesChanged_ = true;  ///< since they were looked at

@@ -1,11 +1,12 @@
 #include "platform/linux/LinuxAudioSystem.h"
 
-#include <alsa/asoundlib.h>
-#include <alsa/control_external.h>
 #include <cstring>
-#include <deque>
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/eventfd.h>
+#include <limits>
+#include <sound/asound.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/Loop_test.h"
@@ -14,128 +15,97 @@
 namespace zorva {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 struct Element {
-  snd_ctl_elem_iface_t interface;
+  int interface;
   std::string name;
   int type;
   std::vector<long> values;
   long least = 0, most = 1;
 };
 Element jack(const std::string& name, bool on) {
-  return {SND_CTL_ELEM_IFACE_CARD, name, SND_CTL_ELEM_TYPE_BOOLEAN, {on}};
+  return {SNDRV_CTL_ELEM_IFACE_CARD, name, SNDRV_CTL_ELEM_TYPE_BOOLEAN, {on}};
 }
 Element toggle(const std::string& name, std::vector<long> on) {
-  return {SND_CTL_ELEM_IFACE_MIXER, name, SND_CTL_ELEM_TYPE_BOOLEAN, std::move(on)};
+  return {SNDRV_CTL_ELEM_IFACE_MIXER, name, SNDRV_CTL_ELEM_TYPE_BOOLEAN, std::move(on)};
 }
 Element volume(const std::string& name, std::vector<long> values, long least, long most) {
-  return {SND_CTL_ELEM_IFACE_MIXER, name,  SND_CTL_ELEM_TYPE_INTEGER,
-          std::move(values),        least, most};
+  return {SNDRV_CTL_ELEM_IFACE_MIXER, name,  SNDRV_CTL_ELEM_TYPE_INTEGER,
+          std::move(values),          least, most};
 }
 
-/// A card that the ALSA library itself plays, as it does for plug-ins: no hardware, but its calls,
-/// its events and its descriptors.
-class CardForTest {
- public:
-  CardForTest(const char* name, std::vector<Element> elements)
-      : elements_(std::move(elements)), events_(eventfd(0, EFD_NONBLOCK)) {
-    callbacks_.elem_count = [](auto* ext) { return static_cast<int>(of(ext).elements_.size()); };
-    callbacks_.elem_list = [](auto* ext, unsigned offset, auto* id) {
-      if (offset >= of(ext).elements_.size()) return -EINVAL;
-      snd_ctl_elem_id_set_interface(id, of(ext).elements_[offset].interface);
-      snd_ctl_elem_id_set_name(id, of(ext).elements_[offset].name.c_str());
-      return 0;
-    };
-    callbacks_.find_elem = [](auto* ext, const auto* id) -> snd_ctl_ext_key_t {
-      const auto& all = of(ext).elements_;
-      for (std::size_t i = 0; i < all.size(); ++i) {
-        if (all[i].name == snd_ctl_elem_id_get_name(id)) return i;
-      }
-      return SND_CTL_EXT_KEY_NOT_FOUND;
-    };
-    callbacks_.get_attribute = [](auto* ext, auto key, int* type, auto* access, auto* count) {
-      *type = of(ext).elements_[key].type;
-      *access = SND_CTL_EXT_ACCESS_READWRITE;
-      *count = static_cast<unsigned>(of(ext).elements_[key].values.size());
-      return 0;
-    };
-    callbacks_.get_integer_info = [](auto* ext, auto key, long* least, long* most, long* step) {
-      *least = of(ext).elements_[key].least;
-      *most = of(ext).elements_[key].most;
-      *step = 1;
-      return 0;
-    };
-    callbacks_.read_integer = [](auto* ext, auto key, long* values) {
-      const auto& read = of(ext).elements_[key].values;
-      std::copy(read.begin(), read.end(), values);
-      return 0;
-    };
-    callbacks_.subscribe_events = [](auto*, int) {};
-    callbacks_.read_event = [](auto* ext, auto* id, unsigned* mask) {
-      return of(ext).read(id, mask);
-    };
-    std::strcpy(ext_.name, name);
-  }
-  ~CardForTest() { close(events_); }
+/// A card's side of the kernel's interface; its events come through a pipe.
+struct CardForTest {
+  std::string name;
+  std::vector<Element> elements;
+  int version = SNDRV_CTL_VERSION;
+  bool boasts = false;  ///< of more than it has
+  int descriptor = -1;
+  Descriptor events{};
 
-  snd_ctl_t* open() {
-    ext_.version = SND_CTL_EXT_VERSION;
-    ext_.poll_fd = events_;
-    ext_.callback = &callbacks_;
-    ext_.private_data = this;
-    return snd_ctl_ext_create(&ext_, "test", SND_CTL_NONBLOCK) < 0 ? nullptr : ext_.handle;
+  Descriptor open() {
+    int ends[2];
+    if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) < 0) return {};
+    events = Descriptor(ends[1]);
+    return Descriptor(descriptor = ends[0]);
   }
-  void set(const std::string& name, std::vector<long> values) {
-    for (std::size_t i = 0; i < elements_.size(); ++i) {
-      if (elements_[i].name != name) continue;
-      elements_[i].values = values;
-      tell({static_cast<unsigned>(i + 1), SND_CTL_EVENT_MASK_VALUE});
+  void ask(unsigned long request, void* argument) const {
+    if (request == SNDRV_CTL_IOCTL_PVERSION) *static_cast<int*>(argument) = version;
+    if (request == SNDRV_CTL_IOCTL_CARD_INFO) {
+      name.copy(reinterpret_cast<char*>(static_cast<snd_ctl_card_info*>(argument)->name), 32);
+    } else if (request == SNDRV_CTL_IOCTL_ELEM_LIST) {
+      auto& list = *static_cast<snd_ctl_elem_list*>(argument);
+      list.count = boasts ? ~0U : static_cast<unsigned>(elements.size());
+      for (unsigned i = 0; i < std::min<std::size_t>(list.space, elements.size()); ++i) {
+        list.pids[i] = {i + 1, elements[i].interface, 0, 0, {}, 0x41414141};
+        elements[i].name.copy(reinterpret_cast<char*>(list.pids[i].name), 44);
+        list.used = boasts ? ~0U : i + 1;
+      }
+    } else if (request == SNDRV_CTL_IOCTL_ELEM_INFO) {
+      auto& info = *static_cast<snd_ctl_elem_info*>(argument);
+      const Element& element = elements.at(info.id.numid - 1);
+      info.type = element.type;
+      info.count = boasts ? ~0U : static_cast<unsigned>(element.values.size());
+      info.value.integer = {element.least, element.most, 1};
+    } else if (request == SNDRV_CTL_IOCTL_ELEM_READ) {
+      auto& value = *static_cast<snd_ctl_elem_value*>(argument);
+      const Element& element = elements.at(value.id.numid - 1);
+      std::copy(element.values.begin(), element.values.end(), value.value.integer.value);
     }
   }
-  void add(Element element) {
-    elements_.push_back(std::move(element));
-    tell({static_cast<unsigned>(elements_.size()), SND_CTL_EVENT_MASK_ADD});
+  void tell(std::size_t number, unsigned mask) const {
+    snd_ctl_event event{SNDRV_CTL_EVENT_ELEM, {}};
+    event.data.elem.id.numid = static_cast<unsigned>(number);
+    event.data.elem.mask = mask;
+    ASSERT_EQ(write(events.get(), &event, sizeof event), sizeof event);
   }
-  void unplug() {
-    unplugged_ = true;
-    eventfd_write(events_, 1);
+  void set(const std::string& control, std::vector<long> values) {
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+      if (elements[i].name != control) continue;
+      elements[i].values = values;
+      tell(i + 1, SNDRV_CTL_EVENT_MASK_VALUE);
+    }
   }
-
- private:
-  static CardForTest& of(snd_ctl_ext_t* ext) {
-    return *static_cast<CardForTest*>(ext->private_data);
-  }
-  void tell(std::pair<unsigned, unsigned> event) {
-    queue_.push_back(event);
-    eventfd_write(events_, 1);
-  }
-  int read(snd_ctl_elem_id_t* id, unsigned* mask) {
-    if (unplugged_) return -ENODEV;
-    eventfd_t ignored;
-    if (queue_.empty()) return eventfd_read(events_, &ignored), -EAGAIN;
-    snd_ctl_elem_id_set_numid(id, queue_.front().first);
-    *mask = queue_.front().second;
-    queue_.pop_front();
-    return 1;
-  }
-
-  std::vector<Element> elements_;
-  int events_;
-  std::deque<std::pair<unsigned, unsigned>> queue_;
-  bool unplugged_ = false;
-  snd_ctl_ext_t ext_{};
-  snd_ctl_ext_callback_t callbacks_{};
 };
 
 class LinuxAudioSystemTest : public testing::Test {
  protected:
   void makeAudio() {
-    audio_ = std::make_unique<LinuxAudioSystem>(
-        loop_.event(), root_ / "snd", root_ / "asound", [this](int card) -> snd_ctl_t* {
-          opened_.push_back(card);
-          return hardware_.contains(card) ? hardware_.at(card).open() : nullptr;
-        });
+    SoundCardCalls calls{[this](const std::string& device) {
+                           opened_.push_back(std::stoi(device.substr(device.rfind('C') + 1)));
+                           // Others get their permissions in the same moment.
+                           chmod((root_ / "snd/pcmC1D0p").c_str(), 0660);
+                           const auto card = hardware_.find(opened_.back());
+                           return card == hardware_.end() ? Descriptor() : card->second.open();
+                         },
+                         [this](int descriptor, unsigned long request, void* argument) {
+                           for (const auto& [number, card] : hardware_) {
+                             if (card.descriptor == descriptor)
+                               return card.ask(request, argument), 0;
+                           }
+                           return -1;
+                         }};
+    audio_ = std::make_unique<LinuxAudioSystem>(loop_.event(), root_ / "snd", root_ / "asound",
+                                                std::move(calls));
     const std::pair<AudioSystem::Change, const char*> kinds[]{
         {AudioSystem::Change::InputDevice, "input"},
         {AudioSystem::Change::HeadphoneJack, "jack"},
@@ -160,9 +130,9 @@ class LinuxAudioSystemTest : public testing::Test {
     return line + " " + name.value_or("(null)") + " " +
            std::to_string(static_cast<int>(share * 100));
   }
-  void plug(int card, const char* name, std::vector<Element> elements) {
-    hardware_.try_emplace(card, name, std::move(elements));
-    root_.write("snd/controlC" + std::to_string(card), "");
+  void plug(int number, CardForTest card) {
+    hardware_[number] = std::move(card);
+    root_.write("snd/controlC" + std::to_string(number), "");
   }
 
   DirectoryForTest root_;
@@ -177,15 +147,15 @@ class LinuxAudioSystemTest : public testing::Test {
 TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatComesAndGoes) {
   makeAudio();
   EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
-  plug(3, "Laptop",
-       {volume("Capture Volume", {9}, 0, 9),
-        volume("Master Playback Volume", {20, 45}, 0, 90),
-        toggle("Master Playback Switch", {1, 0}),
-        toggle("Speaker Playback Switch", {1}),
-        jack("Headphone Jack", false),
-        jack("Mic Jack", true),
-        jack("Speaker Phantom Jack", true),
-        {SND_CTL_ELEM_IFACE_MIXER, "Odd\nVolume", SND_CTL_ELEM_TYPE_BYTES, {1}}});
+  plug(3, {"Laptop",
+           {volume("Capture Volume", {9}, 0, 9),
+            volume("Master Playback Volume", {20, 45}, 0, 90),
+            toggle("Master Playback Switch", {1, 0}),
+            toggle("Speaker Playback Switch", {1}),
+            jack("Headphone Jack", false),
+            jack("Mic Jack", true),
+            jack("Speaker Phantom Jack", true),
+            {SNDRV_CTL_ELEM_IFACE_MIXER, "Odd\nVolume", SNDRV_CTL_ELEM_TYPE_BYTES, {1}}}});
   loop_.runUntil([&] { return !told_.empty(); });
   EXPECT_EQ(now(), " jack input route volume: 0 Speaker 0 0 0 Master 50");
 
@@ -198,7 +168,14 @@ TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatComesAndGoes) {
   card.set("Master Playback Volume", {90, 0});
   card.set("Master Playback Switch", {0, 0});
   EXPECT_EQ(now(), " volume: 0 Headphone 1 1 1 Master 100");
-  card.add(jack("Headset Mic Jack", false));  // which knows better than the other one
+  card.elements.push_back(jack("Headset Mic Jack", false));  // knows better than the other one
+  card.tell(card.elements.size(), SNDRV_CTL_EVENT_MASK_ADD);
+  EXPECT_EQ(now(), " input: 0 Headphone 1 1 0 Master 100");
+  card.elements.pop_back();
+  card.tell(card.elements.size() + 1, SNDRV_CTL_EVENT_MASK_REMOVE);
+  EXPECT_EQ(now(), " input: 0 Headphone 1 1 1 Master 100");
+  for (int more = 0; more < 300; ++more) card.tell(1, SNDRV_CTL_EVENT_MASK_VALUE);
+  card.set("Mic Jack", {0});  // too many events for one turn
   EXPECT_EQ(now(), " input: 0 Headphone 1 1 0 Master 100");
 
   root_.write("asound/card3/pcm0c/sub0/status", "state: RUNNING\n");
@@ -207,13 +184,12 @@ TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatComesAndGoes) {
   root_.write("asound/card3/pcm1p/sub1/status", "state: RUNNING\nowner_pid   : 1\n");
   EXPECT_EQ(now(), ": 1 Headphone 1 1 0 Master 100");
 
-  card.unplug();
+  card.events = Descriptor();
   EXPECT_EQ(now(), " jack input route volume: (null) (null) (null) (null) (null) -");
   EXPECT_EQ(opened_, std::vector<int>{3});
   unlink((root_ / "snd/controlC3").c_str());
   loop_.drain();
-  hardware_.erase(3);
-  plug(3, "Other", {});
+  plug(3, {"Other", {}});
   loop_.runUntil([&] { return !told_.empty(); });
   EXPECT_EQ(now(), " jack input route: 1 Other (null) 0 0 -");
 }
@@ -225,14 +201,33 @@ TEST_F(LinuxAudioSystemTest, TriesARefusedCardAgainWhenItsPermissionsChange) {
   makeAudio();
   EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
   EXPECT_EQ(opened_, std::vector<int>{0});
-  plug(0, "Phone",
-       {volume("Headphone Playback Volume", {3}, 0, 10),
-        volume("Speaker Playback Volume", {-30}, -40, 0), jack("Headset Jack", false)});
+  plug(0, {"Phone",
+           {volume("Headphone Playback Volume", {3}, 0, 10),
+            volume("Speaker Playback Volume", {-30}, -40, 0), jack("Headset Jack", false)},
+           SNDRV_PROTOCOL_VERSION(3, 0, 0)});  // of which nothing is known
   chmod((root_ / "snd/controlC0").c_str(), 0600);
+  loop_.runUntil([&] { return opened_.size() > 1; });
+  EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
+  hardware_.at(0).version = SNDRV_CTL_VERSION;
+  chmod((root_ / "snd/controlC0").c_str(), 0640);
   loop_.runUntil([&] { return !told_.empty(); });
   EXPECT_EQ(now(), " jack input route volume: 0 Speaker (null) 0 0 Speaker 25");
   hardware_.at(0).set("Headset Jack", {1});
   EXPECT_EQ(now(), " jack input route volume: 0 Headphone (null) 1 1 Headphone 30");
+}
+
+TEST_F(LinuxAudioSystemTest, HoldsACardToWhatItsStructuresHaveRoomFor) {
+  using Long = std::numeric_limits<long>;
+  plug(0, {std::string(50, 'N'),
+           {jack("Headphone of a name which fills a field Jack", true)},
+           SNDRV_CTL_VERSION,
+           true});
+  makeAudio();
+  EXPECT_EQ(now(), ": 0 Headphone (null) 1 0 -");
+  hardware_.at(0).elements = {
+      volume("Master Playback Volume", {Long::max()}, Long::min(), Long::max())};
+  hardware_.at(0).tell(1, SNDRV_CTL_EVENT_MASK_ADD);
+  EXPECT_EQ(now(), " jack route volume: 0 " + std::string(32, 'N') + " (null) 0 0 Master 100");
 }
 
 }  // namespace

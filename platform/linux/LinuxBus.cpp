@@ -75,6 +75,7 @@ struct LinuxBus::Match : std::enable_shared_from_this<Match> {
 
 struct LinuxBus::Subscriptions {
   std::vector<std::shared_ptr<Match>> matches;
+  bool left = false;  ///< to the end of the connection
 };
 
 std::string LinuxBus::systemAddress() {
@@ -94,6 +95,7 @@ LinuxBus::LinuxBus(sd_event* event, std::string address, std::chrono::microsecon
 }
 
 LinuxBus::~LinuxBus() {
+  sd_bus_close(bus_.get());  // or each match would be taken back by a call
   for (const auto& match : subscriptions_->matches) {
     match->removed = true;
     match->slot.reset();
@@ -304,9 +306,14 @@ Registration LinuxBus::matchSignals(std::string rule, SignalHandler handler) {
   if (connected()) install(*match);
   return Registration([subscriptions = subscriptions_, match] {
     match->removed = true;
+    if (subscriptions->left) return;
     match->slot.reset();
     std::erase(subscriptions->matches, match);
   });
+}
+
+void LinuxBus::leaveMatches() {
+  subscriptions_->left = true;
 }
 
 Registration LinuxBus::watchService(const std::string& service, std::function<void()> changed) {

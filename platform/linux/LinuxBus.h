@@ -78,6 +78,10 @@ class LinuxBus {
   /// What happens together with the bus itself is told by observeConnection().
   Registration watchService(const std::string& service, std::function<void()> changed);
 
+  /// From here on matches that are dropped end with the connection, and not by a call for each: for
+  /// those who are about to destroy the bus and all that use it.
+  void leaveMatches();
+
  private:
   struct Match;
   // Shared with the registrations, which may be dropped after the bus.

@@ -18,6 +18,10 @@ constexpr std::uint32_t kEntryEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | I
 // Attributes: a socket is given its mode when it is ready for callers.
 constexpr std::uint32_t kWriteEvents = IN_CLOSE_WRITE | IN_ATTRIB;
 constexpr std::uint32_t kSelfEvents = IN_DELETE_SELF | IN_MOVE_SELF;
+// libsystemd before 258 never ends on an event that none of the sources left on a directory asks
+// for: one that was for a source just dropped. So those that ask for less have a queue of their
+// own, which a priority of their own gives them.
+constexpr std::int64_t kContentsPriority = SD_EVENT_PRIORITY_NORMAL - 1;
 
 std::deque<std::string> components(const std::filesystem::path& path) {
   std::deque<std::string> components;
@@ -87,6 +91,7 @@ void LinuxPathWatch::follow() {
                                kEntryEvents | writes | kSelfEvents | IN_ONLYDIR, placeChanged,
                                watched.get()) >= 0) {
         watched->source.reset(source);
+        if (of_ == Of::Contents) sd_event_source_set_priority(source, kContentsPriority);
         watched_.push_back(std::move(watched));
       }
     }

@@ -52,6 +52,9 @@ class WholeLinuxPlatform : public LinuxPlatform {
   WholeLinuxPlatform() {
     telephonyServer_.setWakeText([this] { return wakeTexts_.text(); });
   }
+  WholeLinuxPlatform(const WholeLinuxPlatform&) = delete;
+  WholeLinuxPlatform& operator=(const WholeLinuxPlatform&) = delete;
+  ~WholeLinuxPlatform() override { bus_.leaveMatches(); }
   const Platform& platform() const override { return platform_; }
 
  private:

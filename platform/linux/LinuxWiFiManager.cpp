@@ -15,63 +15,13 @@
 
 #include "platform/Observers.h"
 #include "platform/linux/EventSources.h"
-#include "platform/linux/NetlinkRequest.h"
+#include "platform/linux/GenericNetlink.h"
 #include "platform/linux/SysfsAttributes.h"
 #include "platform/linux/WirelessMessages.h"
 #include "platform/support/Descriptor.h"
 
 namespace zorva {
 namespace {
-
-/// A generic netlink request, put together attribute by attribute.
-class Request {
- public:
-  Request(std::uint16_t family, std::uint16_t flags, std::uint8_t command) {
-    nlmsghdr header{};
-    header.nlmsg_type = family;
-    header.nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
-    genlmsghdr generic{};
-    generic.cmd = command;
-    generic.version = 1;
-    append(&header, sizeof header);
-    append(&generic, sizeof generic);
-  }
-
-  Request& with(std::uint16_t type, const void* value = nullptr, std::size_t size = 0) {
-    const nlattr header{static_cast<std::uint16_t>(NLA_HDRLEN + size), type};
-    append(&header, sizeof header);
-    append(value, size);
-    bytes_.resize(NLMSG_ALIGN(bytes_.size()));
-    return *this;
-  }
-  Request& with(std::uint16_t type, std::uint32_t value) {
-    return with(type, &value, sizeof value);
-  }
-
-  bool send(const std::function<void(const nlmsghdr&)>& each) {
-    const auto length = static_cast<std::uint32_t>(bytes_.size());
-    std::memcpy(bytes_.data(), &length, sizeof length);  // the header's first field
-    return netlinkRequest(NETLINK_GENERIC, bytes_, each);
-  }
-
- private:
-  void append(const void* value, std::size_t size) {
-    const auto* first = static_cast<const std::uint8_t*>(value);
-    bytes_.insert(bytes_.end(), first, first + size);
-  }
-
-  std::vector<std::uint8_t> bytes_;
-};
-
-std::optional<WirelessFamily> findFamily() {
-  std::optional<WirelessFamily> family;
-  Request(GENL_ID_CTRL, NLM_F_ACK, CTRL_CMD_GETFAMILY)
-      .with(CTRL_ATTR_FAMILY_NAME, NL80211_GENL_NAME, sizeof NL80211_GENL_NAME)
-      .send([&](const nlmsghdr& message) {
-        if (auto found = wirelessFamilyIn(message)) family = std::move(found);
-      });
-  return family;
-}
 
 bool blockedByRfkill(const std::string& interface) {
   const std::string phy = "/sys/class/net/" + interface + "/phy80211";
@@ -115,7 +65,7 @@ class Device : public WiFiDevice {
 
   std::optional<WirelessInterface> read() const {
     std::optional<WirelessInterface> interface;
-    Request(family_, NLM_F_ACK, NL80211_CMD_GET_INTERFACE)
+    GenericRequest(family_, NLM_F_ACK, NL80211_CMD_GET_INTERFACE)
         .with(NL80211_ATTR_IFINDEX, index)
         .send([&](const nlmsghdr& message) {
           if (auto found = wirelessInterfaceIn(message)) interface = std::move(found);
@@ -159,7 +109,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   }
 
   Registration schedule() override {
-    links_ = open(NETLINK_ROUTE, {RTNLGRP_LINK});
+    links_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK});
     linksReadable_ = watch(links_);
     listenToWireless();
     return Registration([this] {
@@ -181,7 +131,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     const auto interface = device_ ? device_->read() : std::nullopt;
     if (!interface) return false;
     bool found = false;
-    Request(family_->id, NLM_F_DUMP, NL80211_CMD_GET_WIPHY)
+    GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_WIPHY)
         .with(NL80211_ATTR_SPLIT_WIPHY_DUMP)  // without it a description is cut short
         .with(NL80211_ATTR_WIPHY, interface->wiphy)
         .send([&](const nlmsghdr& message) { found = found || wakesOnWireless(message); });
@@ -191,7 +141,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     const auto interface = device_ ? device_->read() : std::nullopt;
     if (!interface) return false;
     bool set = false;
-    Request(family_->id, NLM_F_ACK, NL80211_CMD_GET_WOWLAN)
+    GenericRequest(family_->id, NLM_F_ACK, NL80211_CMD_GET_WOWLAN)
         .with(NL80211_ATTR_WIPHY, interface->wiphy)
         .send([&](const nlmsghdr& message) { set = set || wakeOnWirelessIsSet(message); });
     return set;
@@ -201,10 +151,10 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   /// Looks for the first station; the one that is known stays the same object. True when there is
   /// another one than before.
   bool find() {
-    if (!family_) family_ = findFamily();
+    if (!family_) family_ = findGenericFamily(NL80211_GENL_NAME);
     std::optional<WirelessInterface> first;
     if (family_) {
-      Request(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE)
+      GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE)
           .send([&](const nlmsghdr& message) {
             auto found = wirelessInterfaceIn(message);
             if (found && found->type == NL80211_IFTYPE_STATION && !first) first = std::move(found);
@@ -215,20 +165,6 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     device_ = std::make_shared<Device>(family_->id, first->index);
     device_->remember();
     return true;
-  }
-
-  static Descriptor open(int protocol, const std::vector<std::uint32_t>& groups) {
-    Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, protocol));
-    sockaddr_nl address{};
-    address.nl_family = AF_NETLINK;
-    if (!socket ||
-        ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-      return {};
-    }
-    for (const std::uint32_t group : groups) {
-      ::setsockopt(socket.get(), SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group, sizeof group);
-    }
-    return socket;
   }
 
   EventSource watch(const Descriptor& socket) {
@@ -251,7 +187,13 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
 
   void listenToWireless() {
     if (!family_ || wirelessReadable_) return;
-    wireless_ = open(NETLINK_GENERIC, family_->groups);
+    // Those that tell of interfaces and of associations.
+    std::vector<std::uint32_t> groups;
+    for (const char* name : {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_MLME}) {
+      const auto found = family_->groups.find(name);
+      if (found != family_->groups.end()) groups.push_back(found->second);
+    }
+    wireless_ = openNetlink(NETLINK_GENERIC, groups);
     wirelessReadable_ = watch(wireless_);
   }
 
@@ -269,7 +211,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   }
 
   sd_event* event_;
-  std::optional<WirelessFamily> family_;
+  std::optional<GenericFamily> family_;
   std::shared_ptr<Device> device_;
   Observers<const std::shared_ptr<WiFiDevice>&> attachments_;
   Descriptor links_;

@@ -5,6 +5,7 @@
 #include <linux/nl80211.h>
 #include <vector>
 
+#include "platform/linux/GenericNetlink.h"
 #include "platform/linux/LinuxWiFiDriver.h"
 #include "platform/linux/LinuxWiFiManager.h"
 #include "platform/linux/Loop_test.h"
@@ -75,7 +76,7 @@ TEST(WirelessMessages, AreReadWhateverTheyHold) {
   EXPECT_EQ(read->name, "wlan0");
   EXPECT_EQ(read->ssid, ssid);
   EXPECT_FALSE(wakesOnWireless(interface.header()));
-  EXPECT_FALSE(wirelessFamilyIn(interface.header()));
+  EXPECT_FALSE(genericFamilyIn(interface.header()));
 
   for (std::size_t size = interface.size() - 1; size >= NLMSG_HDRLEN; --size) {
     interface.cut(size);
@@ -108,7 +109,7 @@ TEST(WirelessMessages, AreReadWhateverTheyHold) {
     return attributes({{CTRL_ATTR_MCAST_GRP_NAME, text(std::string(name) + '\0')},
                        {CTRL_ATTR_MCAST_GRP_ID, number(id)}});
   };
-  const auto family = wirelessFamilyIn(
+  const auto family = genericFamilyIn(
       Message(CTRL_CMD_NEWFAMILY,
               attributes({{CTRL_ATTR_FAMILY_ID, {0x1c, 0}},
                           {CTRL_ATTR_MCAST_GROUPS, attributes({{1, group("config", 7)},
@@ -118,7 +119,8 @@ TEST(WirelessMessages, AreReadWhateverTheyHold) {
           .header());
   ASSERT_TRUE(family);
   EXPECT_EQ(family->id, 0x1c);
-  EXPECT_EQ(family->groups, (std::vector<std::uint32_t>{7, 9}));
+  EXPECT_EQ(family->groups,
+            (std::map<std::string, std::uint32_t>{{"config", 7}, {"scan", 8}, {"mlme", 9}}));
 }
 
 TEST(LinuxWiFiDriver, IsRefusedByTheKernel) {

@@ -3,12 +3,11 @@
 #include <array>
 #include <cerrno>
 #include <linux/thermal.h>
-#include <netlink/genl/ctrl.h>
-#include <netlink/genl/genl.h>
-#include <netlink/netlink.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <utility>
+
+#include "platform/linux/GenericNetlink.h"
 
 namespace zorva {
 namespace {
@@ -32,28 +31,24 @@ bool changesLevel(std::uint8_t event) {
 
 }  // namespace
 
-bool thermalLevelMayHaveChanged(std::span<std::uint8_t> messages, int family) {
-  auto* message = reinterpret_cast<nlmsghdr*>(messages.data());
-  for (int left = static_cast<int>(messages.size()); nlmsg_ok(message, left);
-       message = nlmsg_next(message, &left)) {
-    if (message->nlmsg_type == family && genlmsg_valid_hdr(message, 0) &&
-        changesLevel(genlmsg_hdr(message)->cmd)) {
-      return true;
-    }
+bool thermalLevelMayHaveChanged(std::span<const std::uint8_t> messages, int family) {
+  const auto* message = reinterpret_cast<const nlmsghdr*>(messages.data());
+  // Signed: a last message that is not padded takes it below 0.
+  for (auto left = static_cast<int>(messages.size()); NLMSG_OK(message, left);
+       message = NLMSG_NEXT(message, left)) {
+    const auto generic = genericMessageIn(*message);
+    if (message->nlmsg_type == family && generic && changesLevel(generic->command)) return true;
   }
   return false;
 }
 
-void ThermalEvents::SocketRelease::operator()(nl_sock* socket) const {
-  nl_socket_free(socket);
-}
-
 ThermalEvents::ThermalEvents(sd_event* event, std::function<void()> mayHaveChanged)
-    : mayHaveChanged_(std::move(mayHaveChanged)), socket_(nl_socket_alloc()) {
-  if (!subscribe()) {
-    socket_.reset();
-    return;
-  }
+    : mayHaveChanged_(std::move(mayHaveChanged)) {
+  const auto family = findGenericFamily(THERMAL_GENL_FAMILY_NAME);
+  if (!family || !family->groups.contains(THERMAL_GENL_EVENT_GROUP_NAME)) return;
+  family_ = family->id;
+  socket_ = openNetlink(NETLINK_GENERIC, {family->groups.at(THERMAL_GENL_EVENT_GROUP_NAME)});
+  if (!socket_) return;
   const auto ready = [](sd_event_source*, int, std::uint32_t, void* self) {
     static_cast<ThermalEvents*>(self)->receive();
     return 0;
@@ -61,19 +56,6 @@ ThermalEvents::ThermalEvents(sd_event* event, std::function<void()> mayHaveChang
   sd_event_source* source = nullptr;
   sd_event_add_io(event, &source, descriptor(), EPOLLIN, ready, this);
   readable_.reset(source);
-}
-
-bool ThermalEvents::subscribe() {
-  nl_sock* const socket = socket_.get();
-  if (!socket || genl_connect(socket) < 0) return false;
-  family_ = genl_ctrl_resolve(socket, THERMAL_GENL_FAMILY_NAME);
-  const int group =
-      genl_ctrl_resolve_grp(socket, THERMAL_GENL_FAMILY_NAME, THERMAL_GENL_EVENT_GROUP_NAME);
-  return family_ >= 0 && group >= 0 && nl_socket_add_membership(socket, group) >= 0;
-}
-
-int ThermalEvents::descriptor() const {
-  return socket_ ? nl_socket_get_fd(socket_.get()) : -1;
 }
 
 void ThermalEvents::receive() {

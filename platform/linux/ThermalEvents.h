@@ -2,13 +2,11 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <span>
 #include <systemd/sd-event.h>
 
 #include "platform/linux/EventSources.h"
-
-struct nl_sock;
+#include "platform/support/Descriptor.h"
 
 namespace zorva {
 
@@ -16,7 +14,7 @@ namespace zorva {
 /// level may be another one: a cooling device changed its state, a trip point was crossed, a zone
 /// came, went or was switched. `family` is the number of the kernel's thermal family. The buffer is
 /// aligned as messages are; whatever else it holds, cut off or not, is no event.
-bool thermalLevelMayHaveChanged(std::span<std::uint8_t> messages, int family);
+bool thermalLevelMayHaveChanged(std::span<const std::uint8_t> messages, int family);
 
 /// The events of the kernel's thermal subsystem.
 ///
@@ -32,20 +30,15 @@ class ThermalEvents {
   ThermalEvents& operator=(const ThermalEvents&) = delete;
 
   /// The socket, or -1 when there are no events.
-  int descriptor() const;
+  int descriptor() const { return socket_.get(); }
   /// The number of the thermal family, where there are events.
   int family() const { return family_; }
 
  private:
-  struct SocketRelease {
-    void operator()(nl_sock* socket) const;
-  };
-
-  bool subscribe();
   void receive();
 
   std::function<void()> mayHaveChanged_;
-  std::unique_ptr<nl_sock, SocketRelease> socket_;
+  Descriptor socket_;
   int family_ = 0;
   EventSource readable_;  // goes before its socket
 };

@@ -4,7 +4,6 @@
 #include <linux/netlink.h>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace zorva {
 
@@ -17,12 +16,6 @@ struct WirelessInterface {
   std::optional<std::string> ssid;  ///< any bytes, at most 32; only while there is a network
 };
 
-/// The kernel's numbers for nl80211.
-struct WirelessFamily {
-  std::uint16_t id = 0;
-  std::vector<std::uint32_t> groups;  ///< that tell of interfaces and of associations
-};
-
 // What an answer of nl80211's says; nothing when it is another message, cut off, or lacks what it
 // must have.
 std::optional<WirelessInterface> wirelessInterfaceIn(const nlmsghdr& message);
@@ -31,6 +24,5 @@ std::optional<WirelessInterface> wirelessInterfaceIn(const nlmsghdr& message);
 bool wakesOnWireless(const nlmsghdr& message);
 /// Whether at least one trigger is set.
 bool wakeOnWirelessIsSet(const nlmsghdr& message);
-std::optional<WirelessFamily> wirelessFamilyIn(const nlmsghdr& message);
 
 }  // namespace zorva

@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include "platform/linux/GenericNetlink.h"
 #include "platform/linux/NetlinkRequest.h"
 #include "platform/linux/NotificationSocket.h"
 #include "platform/linux/RouteMessages.h"
@@ -54,7 +55,7 @@ void checkNetlink(std::span<std::uint8_t> bytes) {
       REQUIRE(interface->name.size() < bytes.size());
     }
     REQUIRE(!wakesOnWireless(message) || !wakeOnWirelessIsSet(message));  // different commands
-    if (const auto family = wirelessFamilyIn(message)) {
+    if (const auto family = genericFamilyIn(message)) {
       REQUIRE(family->groups.size() < bytes.size() / 8);
     }
   });
