@@ -146,9 +146,12 @@ class ModemTest(unittest.TestCase):
 
         reason.write_text('57 modem\n')
         send('SOCK_DGRAM', 4712, 'nothing is captured while awake')
-        self.sleep(True)
-        self.assertEqual(self.new_lines('[Sleep]')[-1], '[Sleep] event=will_sleep;')
-        wait_for(lambda: 'dropped' in locks.read_text(), 'the lock')
+        def fall_asleep():
+            self.sleep(True)
+            self.assertEqual(self.new_lines('event=will_sleep')[-1], '[Sleep] event=will_sleep;')
+            wait_for(lambda: locks.read_text().endswith('dropped\n'), 'the lock')
+
+        fall_asleep()
         send('SOCK_STREAM', 4711, 'hello')
         self.sleep(False)
         lines = self.new_lines('[PacketTracker]')
@@ -163,16 +166,14 @@ class ModemTest(unittest.TestCase):
         for announce, status in (("modem.Added(ROOT + '/SMS/0', True)", 'Incoming SMS'),
                                  ("call = Object('/Call/0', {'Call': dict(State=dbus.Int32(3))});"
                                   "modem.set('Modem.Voice', Calls=paths('/Call/0'))", 'Incoming Call')):
-            self.sleep(True)
-            self.new_lines('event=will_sleep')
+            fall_asleep()
             self.sleep(False)
             self.do(announce)
             self.assertIn(f'[PacketDecoder] status={status};', self.new_lines('[PacketDecoder]'))
 
         # Another device woke it: nobody is asked, and what comes in meanwhile is of no interest.
         reason.write_text('8 rtc0\n')
-        self.sleep(True)
-        self.new_lines('event=will_sleep')
+        fall_asleep()
         send('SOCK_DGRAM', 4712, 'noise')
         self.sleep(False)
         self.assertRegex(self.new_lines('[Wake]')[0], r'^\[Wake\] reason=.*rtc0.*; info=<none>;$')
