@@ -143,6 +143,14 @@ TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
       {{}, interrupt(9, {5, 3}), "acpi irq 9 IO-APIC, 00:04 (rtc_cmos) wakeup source"},
       // Sources alone.
       {{}, interrupt(0, {3, 5}), "00:04 (rtc_cmos) wakeup source"},  // a clock's alarm comes late
+      {{},
+       [](const Machine& machine) {
+         machine.write("devices/pnp0/00:04/rtc/rtc0/wakealarm",
+                       "1795623977\n");  // is still to come
+         machine.speak("wakeup3", 6, 0, 201);
+         machine.speak("wakeup5", 6, 0, 202);
+       },
+       "gpio-keys wakeup source"},
       {{kUsbModem, "qrtr://0", "/"},
        [](const Machine& machine) {
          machine.speak("wakeup2", 6, 0, 150);

@@ -161,14 +161,22 @@ std::optional<ModemDevice> readModem(const std::string& sysfs, const std::string
   return modem;
 }
 
+// The device is a clock whose alarm is no longer set. One that still is has woken nobody, although
+// the kernel may count an event of the clock.
+bool alarmWentOff(const std::string& device) {
+  const std::vector<std::string> clocks = entryNames(device + "/rtc");
+  return std::any_of(clocks.begin(), clocks.end(), [&](const std::string& clock) {
+    return attribute(device + "/rtc/" + clock + "/wakealarm").empty();
+  });
+}
+
 // Those that have spoken up since. What the kernel itself counted as a reason not to sleep comes
 // first, then the one that was first: others are busy a moment later because the system is awake.
-// `clocksFirst`: a clock speaks up for its alarm alone, but after a sleep in which the firmware ran
-// the machine the kernel hears of that late, and of a power button that nobody has pressed before.
+// `clocksFirst`: after a sleep in which the firmware ran the machine the kernel hears late of an
+// alarm that has gone off, and before of a power button that nobody has pressed.
 std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBaseline& before,
                                       bool clocksFirst) {
   std::vector<WakeupSource> sources;
-  std::error_code error;
   for (const auto& [entry, now] : readWakeupBaseline(sysfs)) {
     const auto found = before.find(entry);
     // The entry of a device that went may have been given to another.
@@ -182,7 +190,7 @@ std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBase
                        readNumber(directory + "last_change_ms").value_or(0)});
   }
   const auto rank = [&](const WakeupSource& source) {
-    const bool first = clocksFirst && fs::exists(source.device + "/rtc", error);
+    const bool first = clocksFirst && alarmWentOff(source.device);
     return std::tuple(!source.wakeup, !first, source.lastChangeMs);
   };
   std::stable_sort(sources.begin(), sources.end(),
