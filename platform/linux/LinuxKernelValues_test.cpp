@@ -48,13 +48,17 @@ class Machine {
     device("wakeup1", std::string(kUsbModem) + "/1-3:1.0");
     device("wakeup2", kKeyboard);
     device("wakeup3", "devices/platform/gpio-keys");
+    device("wakeup5", "devices/pnp0/00:04");
+    std::filesystem::create_directories(directory_ / "devices/pnp0/00:04/rtc/rtc0");
+    std::filesystem::create_symlink("../../../bus/pnp/drivers/rtc_cmos",
+                                    directory_ / "devices/pnp0/00:04/driver");
   }
   // The next sleep: nothing is known of a wake.
   void reset() const {
     std::filesystem::remove_all(directory_ / "power");
     std::filesystem::remove_all(directory_ / "kernel/wakeup_reasons");
     int number = 0;
-    for (const char* name : {"0000:02:00.0", "1-3", "1-4", "gpio-keys", "modem_wakeup"}) {
+    for (const char* name : {"0000:02:00.0", "1-3", "1-4", "gpio-keys", "modem_wakeup", "00:04"}) {
       const std::string entry = "wakeup" + std::to_string(number++);
       write("class/wakeup/" + entry + "/name", std::string(name) + "\n");
       speak(entry, 5, 0, 100);
@@ -134,7 +138,19 @@ TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
       {{kUsbModem}, interrupt(25, {1, 2}), "baseband xhci_hcd irq 25 IO-APIC"},
       {{kUsbModem}, interrupt(25, {2, 1}), "xhci_hcd irq 25 IO-APIC"},
       {{kPciModem, kUsbModem}, interrupt(8, {0}), "rtc0 irq 8 IO-APIC"},
+      // The firmware's, with who was first: what a driver looks after is told by its name, too.
+      {{}, interrupt(9, {3, 5}), "acpi irq 9 IO-APIC, gpio-keys wakeup source"},
+      {{}, interrupt(9, {5, 3}), "acpi irq 9 IO-APIC, 00:04 (rtc_cmos) wakeup source"},
       // Sources alone.
+      {{}, interrupt(0, {3, 5}), "00:04 (rtc_cmos) wakeup source"},  // a clock's alarm comes late
+      {{},
+       [](const Machine& machine) {
+         machine.write("devices/pnp0/00:04/rtc/rtc0/wakealarm",
+                       "1795623977\n");  // is still to come
+         machine.speak("wakeup3", 6, 0, 201);
+         machine.speak("wakeup5", 6, 0, 202);
+       },
+       "gpio-keys wakeup source"},
       {{kUsbModem, "qrtr://0", "/"},
        [](const Machine& machine) {
          machine.speak("wakeup2", 6, 0, 150);

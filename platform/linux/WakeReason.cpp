@@ -72,11 +72,17 @@ bool isModems(const WakeupSource& source, const std::vector<ModemDevice>& modems
          });
 }
 
+// One interrupt for the lid, the power button, the clock and whatever else the firmware looks
+// after.
+bool isFirmwares(const WakeInterrupt& interrupt) {
+  return interrupt.name == "acpi" || interrupt.name.starts_with("ACPI:");
+}
+
 enum class Belongs { No, Shared, Yes };
 
 Belongs belongsToModem(const WakeInterrupt& interrupt, const std::vector<ModemDevice>& modems) {
   if (namesModem(interrupt.name)) return Belongs::Yes;
-  bool shared = interrupt.name == "acpi" || interrupt.name.starts_with("ACPI:");
+  bool shared = isFirmwares(interrupt);
   for (const ModemDevice& modem : modems) {
     if (modem.interrupts.count(interrupt.number) > 0 ||
         namesDevice(interrupt.name + " " + interrupt.chip, modem)) {
@@ -121,11 +127,15 @@ void readInterruptNumbers(const std::string& device, std::set<std::int64_t>& num
   }
 }
 
-void readDriver(const std::string& device, std::set<std::string>& drivers) {
+std::string driverOf(const std::string& device) {
   std::error_code error;
-  const fs::path driver = fs::read_symlink(device + "/driver", error);
+  return fs::read_symlink(device + "/driver", error).filename().string();
+}
+
+void readDriver(const std::string& device, std::set<std::string>& drivers) {
+  const std::string driver = driverOf(device);
   // The stack's own, which every device on the bus has.
-  if (!error && driver.filename() != "usb") drivers.insert(driver.filename().string());
+  if (!driver.empty() && driver != "usb") drivers.insert(driver);
 }
 
 std::string canonical(const std::string& path) {
@@ -151,9 +161,21 @@ std::optional<ModemDevice> readModem(const std::string& sysfs, const std::string
   return modem;
 }
 
+// The device is a clock whose alarm is no longer set. One that still is has woken nobody, although
+// the kernel may count an event of the clock.
+bool alarmWentOff(const std::string& device) {
+  const std::vector<std::string> clocks = entryNames(device + "/rtc");
+  return std::any_of(clocks.begin(), clocks.end(), [&](const std::string& clock) {
+    return attribute(device + "/rtc/" + clock + "/wakealarm").empty();
+  });
+}
+
 // Those that have spoken up since. What the kernel itself counted as a reason not to sleep comes
 // first, then the one that was first: others are busy a moment later because the system is awake.
-std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBaseline& before) {
+// `clocksFirst`: after a sleep in which the firmware ran the machine the kernel hears late of an
+// alarm that has gone off, and before of a power button that nobody has pressed.
+std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBaseline& before,
+                                      bool clocksFirst) {
   std::vector<WakeupSource> sources;
   for (const auto& [entry, now] : readWakeupBaseline(sysfs)) {
     const auto found = before.find(entry);
@@ -162,13 +184,24 @@ std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBase
         found != before.end() && found->second.name == now.name ? found->second : WakeupCounts{};
     if (now.events <= then.events) continue;
     const std::string directory = sysfs + "/class/wakeup/" + entry + "/";
-    sources.push_back({now.name, canonical(directory + "device"), now.wakeups > then.wakeups,
+    const std::string device = canonical(directory + "device");
+    sources.push_back({now.name, device, device.empty() ? "" : driverOf(device),
+                       now.wakeups > then.wakeups,
                        readNumber(directory + "last_change_ms").value_or(0)});
   }
-  std::stable_sort(sources.begin(), sources.end(), [](const auto& a, const auto& b) {
-    return std::tuple(!a.wakeup, a.lastChangeMs) < std::tuple(!b.wakeup, b.lastChangeMs);
-  });
+  const auto rank = [&](const WakeupSource& source) {
+    const bool first = clocksFirst && alarmWentOff(source.device);
+    return std::tuple(!source.wakeup, !first, source.lastChangeMs);
+  };
+  std::stable_sort(sources.begin(), sources.end(),
+                   [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
   return sources;
+}
+
+std::string firstSource(const WakeEvidence& evidence) {
+  if (evidence.sources.empty()) return "";
+  const WakeupSource& source = evidence.sources.front();
+  return source.name + (source.driver.empty() ? "" : " (" + source.driver + ")") + " wakeup source";
 }
 
 std::string cutToFit(std::string text) {
@@ -199,7 +232,7 @@ WakeEvidence readWakeEvidence(const std::string& sysfs, const std::optional<Wake
   if (const auto number = readNumber(sysfs + "/power/pm_wakeup_irq"); number && *number > 0) {
     evidence.interrupt = readInterrupt(sysfs, *number);
   }
-  if (before) evidence.sources = readSources(sysfs, *before);
+  if (before) evidence.sources = readSources(sysfs, *before, !evidence.interrupt);
   for (const std::string& path : modemPaths) {
     if (auto modem = readModem(sysfs, path)) evidence.modems.push_back(std::move(*modem));
   }
@@ -232,8 +265,9 @@ std::optional<std::string> wakeReason(const WakeEvidence& evidence) {
     append(" ", evidence.interrupt->name);
     append(" ", "irq " + std::to_string(evidence.interrupt->number));
     append(" ", evidence.interrupt->chip);
+    if (isFirmwares(*evidence.interrupt)) append(", ", firstSource(evidence));
   } else if (!evidence.sources.empty()) {
-    text = evidence.sources.front().name + " wakeup source";
+    text = firstSource(evidence);
   } else {
     return std::nullopt;
   }

@@ -23,6 +23,7 @@ using WakeupBaseline = std::map<std::string, WakeupCounts>;
 struct WakeupSource {
   std::string name;
   std::string device;             ///< canonical path in sysfs; empty for a source without a device
+  std::string driver;             ///< of the device; empty where it has none
   bool wakeup = false;            ///< the kernel counted it as one that keeps from sleeping
   std::int64_t lastChangeMs = 0;  ///< of the clock that stands still during sleep
 };
@@ -67,8 +68,9 @@ WakeEvidence readWakeEvidence(const std::string& sysfs, const std::optional<Wake
 /// interrupt that source decides alone.
 bool modemWoke(const WakeEvidence& evidence);
 
-/// The reason in words: the kernel's own, else the interrupt ("rtc0 irq 8 IO-APIC"), else the
-/// source ("gpio-keys wakeup source"); led by "baseband" when a modem was it. Nothing when the
+/// The reason in words: the kernel's own, else the interrupt ("rtc0 irq 8 IO-APIC"), with the first
+/// source when it is the firmware's ("acpi irq 9 IO-APIC, PNP0C0D:00 (button) wakeup source"), else
+/// the source alone; led by "baseband" when a modem was it. Nothing when the
 /// kernel does not tell. Fit for a line of text, at most 255 bytes.
 std::optional<std::string> wakeReason(const WakeEvidence& evidence);
 
