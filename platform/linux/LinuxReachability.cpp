@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/linux/EventSources.h"
+#include "platform/linux/GenericNetlink.h"
 #include "platform/linux/NetlinkRequest.h"
 #include "platform/linux/RouteMessages.h"
 #include "platform/linux/SysfsAttributes.h"
@@ -77,15 +78,8 @@ class Target : public ReachabilityTarget {
 
   bool setCallback(std::function<void(std::uint32_t)> changed) override {
     callback_ = std::move(changed);
-    socket_ =
-        Descriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
-    sockaddr_nl address{};
-    address.nl_family = AF_NETLINK;
-    address.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE;
-    if (!socket_ ||
-        ::bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-      return false;
-    }
+    socket_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_ROUTE});
+    if (!socket_) return false;
     told_ = flags();  // after the socket hears, so that nothing happens between
     return true;
   }

@@ -6,16 +6,15 @@
 #include <span>
 #include <utility>
 
+#include "platform/linux/GenericNetlink.h"
+
 namespace zorva {
 namespace {
 
-template <typename Each>
-void eachAttribute(const rtattr* attribute, std::size_t size, const Each& each) {
-  auto length = static_cast<int>(size);  // signed: an unpadded end takes it below 0
-  for (; RTA_OK(attribute, length); attribute = RTA_NEXT(attribute, length)) {
-    each(attribute->rta_type,
-         std::span(static_cast<const std::uint8_t*>(RTA_DATA(attribute)), RTA_PAYLOAD(attribute)));
-  }
+// What follows the header of the message's kind.
+NetlinkAttributes attributesBehind(const nlmsghdr& message, std::size_t header) {
+  const auto* first = static_cast<const std::uint8_t*>(NLMSG_DATA(&message));
+  return NetlinkAttributes({first + header, NLMSG_PAYLOAD(&message, header)});
 }
 
 template <typename Number>
@@ -35,12 +34,7 @@ void readLink(const nlmsghdr& message, std::map<int, NetworkLink>& links) {
   NetworkLink link;
   link.type = info->ifi_type;
   link.up = (info->ifi_flags & IFF_UP) != 0 && (info->ifi_flags & IFF_RUNNING) != 0;
-  eachAttribute(IFLA_RTA(info), IFLA_PAYLOAD(&message), [&](int type, auto bytes) {
-    if (type == IFLA_IFNAME) {
-      const auto* text = reinterpret_cast<const char*>(bytes.data());
-      link.name.assign(text, ::strnlen(text, bytes.size()));
-    }
-  });
+  link.name = attributesBehind(message, sizeof *info).text(IFLA_IFNAME).value_or("");
   links[info->ifi_index] = std::move(link);
 }
 
@@ -54,7 +48,7 @@ void readDefaultWays(const nlmsghdr& message, std::vector<DefaultWay>& ways) {
   DefaultWay way{route->rtm_table != RT_TABLE_MAIN, 0, 0};
   std::vector<int> links;
   if ((route->rtm_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) != 0) return;
-  eachAttribute(RTM_RTA(route), RTM_PAYLOAD(&message), [&](int type, auto bytes) {
+  attributesBehind(message, sizeof *route).each([&](int type, auto bytes) {
     if (type == RTA_OIF) links.push_back(numberIn<int>(bytes));
     if (type == RTA_PRIORITY) way.metric = numberIn<std::uint32_t>(bytes);
     if (type != RTA_MULTIPATH) return;

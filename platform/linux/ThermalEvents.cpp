@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/GenericNetlink.h"
+#include "platform/linux/NetlinkRequest.h"
 
 namespace zorva {
 namespace {
@@ -32,14 +33,13 @@ bool changesLevel(std::uint8_t event) {
 }  // namespace
 
 bool thermalLevelMayHaveChanged(std::span<const std::uint8_t> messages, int family) {
-  const auto* message = reinterpret_cast<const nlmsghdr*>(messages.data());
-  // Signed: a last message that is not padded takes it below 0.
-  for (auto left = static_cast<int>(messages.size()); NLMSG_OK(message, left);
-       message = NLMSG_NEXT(message, left)) {
-    const auto generic = genericMessageIn(*message);
-    if (message->nlmsg_type == family && generic && changesLevel(generic->command)) return true;
-  }
-  return false;
+  bool changed = false;
+  readNetlinkAnswer(messages, [&](const nlmsghdr& message) {
+    const auto generic = genericMessageIn(message);
+    changed =
+        changed || (message.nlmsg_type == family && generic && changesLevel(generic->command));
+  });
+  return changed;
 }
 
 ThermalEvents::ThermalEvents(sd_event* event, std::function<void()> mayHaveChanged)
