@@ -32,7 +32,7 @@ check:
 	@$(MAKE) --no-print-directory test PRESET=asan
 
 format:
-	@find apps bench core loggers platform power process report telephony tests wake \
+	@find $$(sed -n 's/^\([a-z][a-z]*\).*/\1/p' tools/rooms.txt | sort -u) \
 	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 # clang-tidy with the checks of .clang-tidy, over everything but the tests.

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/support/Descriptor.h"
-#include "report/LogInput.h"
+#include "platform/base/Descriptor.h"
+#include "report/read/LogInput.h"
 
 namespace zorva {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "report/LogInput.h"
+#include "report/read/LogInput.h"
 
 namespace zorva {
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "apps/Progress.h"
-#include "report/LogInput.h"
-#include "report/LogReader.h"
+#include "report/read/LogInput.h"
+#include "report/read/LogReader.h"
 
 namespace zorva {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "report/LogSummary.h"
+#include "report/analyse/LogSummary.h"
 
 namespace zorva {
 

@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Text.h"
-#include "report/LogReader.h"
+#include "platform/base/Text.h"
+#include "report/read/LogReader.h"
 
 namespace zorva {
 namespace {

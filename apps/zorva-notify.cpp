@@ -1,7 +1,7 @@
 #include <cstdio>
 
-#include "platform/linux/NotifyCommand.h"
-#include "platform/support/ProcessSetUp.h"
+#include "platform/notifications/linux/NotifyCommand.h"
+#include "platform/system/ProcessSetUp.h"
 
 int main(int count, char** arguments) {
   zorva::prepareProcess();

@@ -7,9 +7,9 @@
 #include "apps/OptionValue.h"
 #include "apps/OutputFile.h"
 #include "apps/ReadLog.h"
-#include "platform/support/ProcessSetUp.h"
-#include "report/LogReader.h"
-#include "report/Redaction.h"
+#include "platform/system/ProcessSetUp.h"
+#include "report/read/LogReader.h"
+#include "report/redact/Redaction.h"
 
 namespace zorva {
 namespace {

@@ -2,8 +2,8 @@
 
 #include "apps/LoggerTable.h"
 #include "core/ZorvaMain.h"
-#include "platform/linux/LinuxPlatform.h"
-#include "platform/support/ProcessSetUp.h"
+#include "platform/assemble/LinuxPlatform.h"
+#include "platform/system/ProcessSetUp.h"
 
 int main(int argc, char* argv[]) {
   zorva::prepareProcess();

@@ -12,8 +12,8 @@
 #include "core/LogStream.h"
 #include "core/NotificationCenter.h"
 #include "core/ZVLogger.h"
-#include "platform/Text.h"
-#include "platform/linux/LinuxPlatform.h"
+#include "platform/assemble/LinuxPlatform.h"
+#include "platform/base/Text.h"
 
 int main(int argc, char** argv) {
   const int count = argc > 1 ? std::atoi(argv[1]) : 0;

@@ -17,7 +17,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "platform/support/Descriptor.h"
+#include "platform/base/Descriptor.h"
 
 namespace {
 

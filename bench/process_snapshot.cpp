@@ -7,8 +7,8 @@
 #include <string>
 
 #include "bench/Measure.h"
-#include "platform/AccountDatabase.h"
-#include "platform/linux/LinuxSystemStatistics.h"
+#include "platform/processes/linux/LinuxSystemStatistics.h"
+#include "platform/system/AccountDatabase.h"
 #include "process/ZVProcessMonitor.h"
 
 namespace {

@@ -14,8 +14,8 @@
 #include "bench/Measure.h"
 #include "core/NotificationCenter.h"
 #include "core/SleepNotifications.h"
-#include "platform/Text.h"
-#include "platform/linux/LinuxProcessInformation.h"
+#include "platform/base/Text.h"
+#include "platform/processes/linux/LinuxProcessInformation.h"
 #include "wake/ZVPacketTracker.h"
 
 namespace {

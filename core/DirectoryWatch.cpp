@@ -10,10 +10,10 @@
 
 #include "core/Logging.h"
 #include "core/ZorvaState.h"
-#include "platform/FileSystem.h"
-#include "platform/RunLoop.h"
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
+#include "platform/loop/RunLoop.h"
+#include "platform/storage/FileSystem.h"
+#include "platform/system/SystemLog.h"
 
 namespace zorva {
 namespace {

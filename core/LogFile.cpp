@@ -9,13 +9,13 @@
 #include <unistd.h>
 
 #include "core/ZorvaState.h"
-#include "platform/AccountDatabase.h"
-#include "platform/Clock.h"
-#include "platform/DateFormatting.h"
-#include "platform/DeviceInformation.h"
-#include "platform/FileSystem.h"
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
+#include "platform/locale/DateFormatting.h"
+#include "platform/loop/Clock.h"
+#include "platform/storage/FileSystem.h"
+#include "platform/system/AccountDatabase.h"
+#include "platform/system/DeviceInformation.h"
+#include "platform/system/SystemLog.h"
 
 namespace zorva {
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "core/ZVLogger.h"
-#include "platform/Platform.h"
+#include "platform/assemble/Platform.h"
 
 namespace zorva {
 

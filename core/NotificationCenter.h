@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Observers.h"
-#include "platform/Registration.h"
+#include "platform/base/Observers.h"
+#include "platform/base/Registration.h"
 
 namespace zorva {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/PreferencesStore.h"
+#include "platform/storage/PreferencesStore.h"
 
 namespace zorva {
 namespace {

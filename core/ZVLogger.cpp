@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "core/BatteryNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

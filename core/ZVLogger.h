@@ -6,11 +6,11 @@
 
 #include "core/LogStream.h"
 #include "core/NotificationCenter.h"
-#include "platform/Clock.h"
-#include "platform/DateFormatting.h"
-#include "platform/Registration.h"
-#include "platform/SystemLog.h"
-#include "platform/SystemNotifications.h"
+#include "platform/base/Registration.h"
+#include "platform/locale/DateFormatting.h"
+#include "platform/loop/Clock.h"
+#include "platform/notifications/SystemNotifications.h"
+#include "platform/system/SystemLog.h"
 
 namespace zorva {
 

@@ -11,11 +11,11 @@
 #include "core/Logging.h"
 #include "core/Preferences.h"
 #include "core/ZorvaState.h"
-#include "platform/DateFormatting.h"
-#include "platform/RunLoop.h"
-#include "platform/SystemLog.h"
-#include "platform/SystemNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
+#include "platform/locale/DateFormatting.h"
+#include "platform/loop/RunLoop.h"
+#include "platform/notifications/SystemNotifications.h"
+#include "platform/system/SystemLog.h"
 
 namespace zorva {
 namespace {

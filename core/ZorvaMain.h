@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/LoggerTable.h"
-#include "platform/Platform.h"
+#include "platform/assemble/Platform.h"
 
 namespace zorva {
 

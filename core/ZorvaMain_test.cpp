@@ -10,7 +10,7 @@
 #include "core/Logging.h"
 #include "core/Preferences.h"
 #include "core/ZorvaState.h"
-#include "platform/sim/SimHandset.h"
+#include "platform/assemble/SimHandset.h"
 
 namespace zorva {
 

@@ -7,8 +7,8 @@
 
 #include "core/LogStream.h"
 #include "core/ZVLogger.h"
-#include "platform/Platform.h"
-#include "platform/Registration.h"
+#include "platform/assemble/Platform.h"
+#include "platform/base/Registration.h"
 
 namespace zorva {
 

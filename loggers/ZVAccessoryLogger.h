@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/AccessoryManager.h"
+#include "platform/accessories/AccessoryManager.h"
 
 namespace zorva {
 

@@ -1,6 +1,6 @@
 #include "loggers/ZVApplicationLogger.h"
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 

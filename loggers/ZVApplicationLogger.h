@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "core/ZVLogger.h"
-#include "platform/ApplicationStates.h"
+#include "platform/applications/ApplicationStates.h"
 
 namespace zorva {
 

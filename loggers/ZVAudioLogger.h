@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/ZVLogger.h"
-#include "platform/AudioSystem.h"
+#include "platform/audio/AudioSystem.h"
 
 namespace zorva {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/BluetoothServer.h"
-#include "platform/RunLoop.h"
+#include "platform/bluetooth/BluetoothServer.h"
+#include "platform/loop/RunLoop.h"
 
 namespace zorva {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/ZVLogger.h"
-#include "platform/LocationService.h"
+#include "platform/location/LocationService.h"
 
 namespace zorva {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/AccountDatabase.h"
-#include "platform/PersistentConnections.h"
-#include "platform/ProcessIdentity.h"
+#include "platform/push/PersistentConnections.h"
+#include "platform/system/AccountDatabase.h"
+#include "platform/system/ProcessIdentity.h"
 
 namespace zorva {
 

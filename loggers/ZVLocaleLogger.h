@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/LocaleInformation.h"
+#include "platform/locale/LocaleInformation.h"
 
 namespace zorva {
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/NetworkInterfaces.h"
+#include "platform/traffic/NetworkInterfaces.h"
 
 namespace zorva {
 

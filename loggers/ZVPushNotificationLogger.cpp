@@ -1,7 +1,7 @@
 #include "loggers/ZVPushNotificationLogger.h"
 
 #include "core/Preferences.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "core/ZVLogger.h"
-#include "platform/PreferencesStore.h"
-#include "platform/PushService.h"
+#include "platform/push/PushService.h"
+#include "platform/storage/PreferencesStore.h"
 
 namespace zorva {
 

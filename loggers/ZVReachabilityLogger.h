@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/Reachability.h"
+#include "platform/reachability/Reachability.h"
 
 namespace zorva {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "core/ZVLogger.h"
-#include "platform/AccountSync.h"
+#include "platform/push/AccountSync.h"
 
 namespace zorva {
 

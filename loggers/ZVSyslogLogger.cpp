@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "core/BatteryNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/SystemLogQueries.h"
+#include "platform/syslog/SystemLogQueries.h"
 
 namespace zorva {
 

@@ -1,7 +1,7 @@
 #include "loggers/ZVSyslogLogger.h"
 
 #include "core/BatteryNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 #include "tests/support/LoggerTest.h"
 
 namespace zorva {

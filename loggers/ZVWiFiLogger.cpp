@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "core/Preferences.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "core/ZVLogger.h"
-#include "platform/PreferencesStore.h"
-#include "platform/WiFiDriver.h"
-#include "platform/WiFiManager.h"
+#include "platform/storage/PreferencesStore.h"
+#include "platform/wifi/WiFiDriver.h"
+#include "platform/wifi/WiFiManager.h"
 
 namespace zorva {
 

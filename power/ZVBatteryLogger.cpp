@@ -4,7 +4,7 @@
 
 #include "core/BatteryNotifications.h"
 #include "core/Preferences.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "core/ZVLogger.h"
-#include "platform/BatteryUsage.h"
-#include "platform/DeviceRegistry.h"
-#include "platform/PreferencesStore.h"
+#include "platform/registry/DeviceRegistry.h"
+#include "platform/storage/PreferencesStore.h"
+#include "platform/system/BatteryUsage.h"
 #include "power/ZVBatteryProperties.h"
 
 namespace zorva {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "core/ZorvaState.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

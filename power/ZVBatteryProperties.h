@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/DeviceInformation.h"
-#include "platform/DeviceRegistry.h"
-#include "platform/SystemLog.h"
+#include "platform/registry/DeviceRegistry.h"
+#include "platform/system/DeviceInformation.h"
+#include "platform/system/SystemLog.h"
 
 namespace zorva {
 

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "core/ZVLogger.h"
-#include "platform/DeviceRegistry.h"
+#include "platform/registry/DeviceRegistry.h"
 
 namespace zorva {
 

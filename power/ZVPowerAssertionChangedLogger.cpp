@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "core/ZVLogger.h"
-#include "platform/PowerManagement.h"
-#include "platform/ProcessTable.h"
+#include "platform/assertions/PowerManagement.h"
+#include "platform/processes/ProcessTable.h"
 
 namespace zorva {
 

@@ -1,7 +1,7 @@
 #include "power/ZVScheduledWakeLogger.h"
 
 #include "core/SleepNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "core/ZVLogger.h"
-#include "platform/ScheduledPowerEvents.h"
+#include "platform/schedule/ScheduledPowerEvents.h"
 
 namespace zorva {
 

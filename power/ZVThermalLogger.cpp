@@ -1,6 +1,6 @@
 #include "power/ZVThermalLogger.h"
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "core/ZVLogger.h"
-#include "platform/Thermal.h"
+#include "platform/thermal/Thermal.h"
 
 namespace zorva {
 

@@ -16,7 +16,7 @@ TEST_F(ZVThermalLoggerTest, WritesThePlausibleReadingsOfTheReadableStates) {
       {0x7D00'7CFF'0065'0064, " s1.1=1.01; s1.2=319.99;"},
       {std::nullopt, ""},
       {0xFFFF'0000'0000'0000, ""},
-      {0x0D05'0000'0000'0000, " s4.3=33.33;"},
+      {0x0D05'0000'0000'0000, " s4.0=20.00; s4.3=33.33;"},
       {0, ""},
   };
   std::string sensors;
@@ -24,6 +24,7 @@ TEST_F(ZVThermalLoggerTest, WritesThePlausibleReadingsOfTheReadableStates) {
     handset.notifications().setState(kThermalSensorValues[index], states[index].first);
     sensors += states[index].second;
   }
+  handset.thermal().setTemperature(4, 0, 20.0);  // its neighbours stay as they were set
   logger->log();
   EXPECT_EQ(log.takeEntries(), Lines{"[Thermal] level=0;" + sensors});
 }

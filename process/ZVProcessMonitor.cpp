@@ -1,6 +1,6 @@
 #include "process/ZVProcessMonitor.h"
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 #include "process/libtally.h"
 
 namespace zorva {

@@ -6,9 +6,9 @@
 #include <string>
 #include <sys/types.h>
 
-#include "platform/AccountDatabase.h"
-#include "platform/Date.h"
-#include "platform/SystemStatistics.h"
+#include "platform/base/Date.h"
+#include "platform/processes/SystemStatistics.h"
+#include "platform/system/AccountDatabase.h"
 
 /// libtally: samples of the whole system and of every process in it.
 ///

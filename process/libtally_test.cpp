@@ -7,8 +7,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "platform/Text.h"
-#include "platform/sim/SimHandset.h"
+#include "platform/assemble/SimHandset.h"
+#include "platform/base/Text.h"
 #include "process/libtally_context.h"
 
 namespace zorva {

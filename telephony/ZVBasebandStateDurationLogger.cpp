@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "core/SleepNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 #include "telephony/RadioNotifications.h"
 
 namespace zorva {

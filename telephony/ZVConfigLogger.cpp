@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "core/LogFile.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/KernelValues.h"
-#include "platform/PreferencesStore.h"
-#include "platform/ProfileSettings.h"
+#include "platform/sleep/KernelValues.h"
+#include "platform/storage/PreferencesStore.h"
+#include "platform/system/ProfileSettings.h"
 #include "power/ZVBatteryProperties.h"
 #include "telephony/ZVTelephonyConnectedLogger.h"
 

@@ -1,6 +1,6 @@
 #include "telephony/ZVRegistrationLogger.h"
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 #include "telephony/ShortenedText.h"
 
 namespace zorva {

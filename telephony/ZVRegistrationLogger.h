@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Telephony.h"
+#include "platform/telephony/Telephony.h"
 #include "telephony/ZVTelephonyConnectedLogger.h"
 
 namespace zorva {

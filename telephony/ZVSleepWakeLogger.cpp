@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "core/SleepNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {

@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/KernelValues.h"
-#include "platform/ProcessInformation.h"
-#include "platform/SystemPower.h"
+#include "platform/processes/ProcessInformation.h"
+#include "platform/sleep/KernelValues.h"
+#include "platform/sleep/SystemPower.h"
 #include "telephony/ZVTelephonyConnectedLogger.h"
 #include "wake/ZVPacketTracker.h"
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "core/ZVLogger.h"
-#include "platform/TelephonyNotifications.h"
+#include "platform/telephony/TelephonyNotifications.h"
 #include "telephony/ZVTelephonyConnection.h"
 
 namespace zorva {

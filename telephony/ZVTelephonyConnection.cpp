@@ -1,6 +1,6 @@
 #include "telephony/ZVTelephonyConnection.h"
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 
 namespace zorva {
 

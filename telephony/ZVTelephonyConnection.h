@@ -5,11 +5,11 @@
 #include <optional>
 #include <string>
 
-#include "platform/Registration.h"
-#include "platform/SystemLog.h"
-#include "platform/Telephony.h"
-#include "platform/TelephonyNotifications.h"
-#include "platform/TelephonyServer.h"
+#include "platform/base/Registration.h"
+#include "platform/system/SystemLog.h"
+#include "platform/telephony/Telephony.h"
+#include "platform/telephony/TelephonyNotifications.h"
+#include "platform/telephony/TelephonyServer.h"
 
 namespace zorva {
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 #include "telephony/RadioNotifications.h"
 #include "telephony/ShortenedText.h"
 

@@ -27,7 +27,7 @@ def tags(page, section):
 def sources():
     files = [file for room in ROOMS for file in (ROOT / room).iterdir()
              if file.suffix in ('.h', '.cpp') and not file.stem.endswith('_test')]
-    return ''.join(file.read_text() for file in files + [*(ROOT / 'platform').glob('*.h')])
+    return ''.join(file.read_text() for file in files + [*(ROOT / 'platform').glob('*/*.h')])
 
 
 class Manual(unittest.TestCase):

@@ -77,7 +77,7 @@ class ModemTest(unittest.TestCase):
         self.bus = dbus.bus.BusConnection(self.address)
         self.addCleanup(self.bus.close)
         self.start(sys.executable, '-c', LOGIN_MANAGER, output='locks')
-        self.start(sys.executable, ROOT / 'platform/linux/ModemManagerMock_test.py')
+        self.start(sys.executable, ROOT / 'platform/testing/ModemManagerMock.py')
         self.login = self.service('org.freedesktop.login1', '/org/freedesktop/login1')
         self.modem = self.service('org.freedesktop.ModemManager1', '/org/freedesktop/ModemManager1')
         self.do(MODEM)

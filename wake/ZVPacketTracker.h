@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "core/NotificationCenter.h"
-#include "platform/ProcessInformation.h"
-#include "platform/SystemLog.h"
+#include "platform/processes/ProcessInformation.h"
+#include "platform/system/SystemLog.h"
 
 namespace zorva {
 

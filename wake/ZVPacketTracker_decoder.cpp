@@ -2,7 +2,7 @@
 #include <array>
 #include <utility>
 
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 #include "wake/ZVPacketTracker.h"
 
 namespace zorva {

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "core/SleepNotifications.h"
-#include "platform/Text.h"
+#include "platform/base/Text.h"
 #include "wake/ZVPacketTracker.h"
 
 namespace zorva {

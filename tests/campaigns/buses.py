@@ -21,7 +21,7 @@ MODEM_MANAGER = 'org.freedesktop.ModemManager1'
 SERVICES = {
     'org.freedesktop.login1': '-m dbusmock --system -t logind',
     'org.bluez': '-m dbusmock --system -t bluez5',
-    MODEM_MANAGER: f'{ROOT}/platform/linux/ModemManagerMock_test.py',
+    MODEM_MANAGER: f'{ROOT}/platform/testing/ModemManagerMock.py',
 }
 MODEM = '''
 bearer = Object('/Bearer/0', {'Bearer': dict(Connected=True, Interface='wwan0')})

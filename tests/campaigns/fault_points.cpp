@@ -25,10 +25,10 @@
 
 #include "apps/LoggerTable.h"
 #include "core/ZorvaMain.h"
-#include "platform/sim/SimRun.h"
-#include "platform/support/Descriptor.h"
-#include "platform/support/ProcessSetUp.h"
-#include "report/LogReader.h"
+#include "platform/assemble/SimRun.h"
+#include "platform/base/Descriptor.h"
+#include "platform/system/ProcessSetUp.h"
+#include "report/read/LogReader.h"
 
 namespace {
 

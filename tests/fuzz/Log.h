@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include "core/LogStream.h"
-#include "platform/Text.h"
-#include "report/LogReader.h"
+#include "platform/base/Text.h"
+#include "report/read/LogReader.h"
 #include "tests/fuzz/Require.h"
 
 namespace zorva {

@@ -10,18 +10,20 @@
 #include <iterator>
 #include <sys/socket.h>
 
-#include "platform/Text.h"
-#include "platform/linux/BluezObjects.h"
-#include "platform/linux/LinuxBluetoothServer.h"
-#include "platform/linux/LinuxClock.h"
-#include "platform/linux/LinuxLocationService.h"
-#include "platform/linux/LinuxPowerManagement.h"
-#include "platform/linux/LinuxProfileSettings.h"
-#include "platform/linux/LinuxRunLoop.h"
-#include "platform/linux/LinuxScheduledPowerEvents.h"
-#include "platform/linux/LinuxSystemPower.h"
-#include "platform/linux/LinuxTelephony.h"
-#include "platform/linux/LinuxTelephonyNotifications.h"
+#include "platform/assertions/linux/LinuxPowerManagement.h"
+#include "platform/base/Text.h"
+#include "platform/bluetooth/linux/BluezObjects.h"
+#include "platform/bluetooth/linux/LinuxBluetoothServer.h"
+#include "platform/location/linux/LinuxLocationService.h"
+#include "platform/loop/linux/LinuxClock.h"
+#include "platform/loop/linux/LinuxRunLoop.h"
+#include "platform/notifications/linux/LinuxSystemNotifications.h"
+#include "platform/schedule/linux/LinuxScheduledPowerEvents.h"
+#include "platform/sleep/linux/LinuxSystemPower.h"
+#include "platform/system/SystemLog.h"
+#include "platform/system/linux/LinuxProfileSettings.h"
+#include "platform/telephony/linux/LinuxTelephony.h"
+#include "platform/telephony/linux/LinuxTelephonyNotifications.h"
 #include "tests/fuzz/Require.h"
 
 namespace zorva {
@@ -230,7 +232,12 @@ struct ModemClients : Clients {
   ModemManagerClient modems{loop.event(), bus};
   LinuxTelephonyNotifications telephonyNotifications{modems};
   LinuxTelephony telephony{modems, "/nowhere"};
-  LinuxLocationService location{loop.event(), bus, modems, notifications};
+  LinuxLocationService location{
+      loop.event(),
+      bus,
+      {[this] { return modems.enabledLocationSources(); },
+       [this](std::function<void()> changed) { return modems.observe(std::move(changed)); }},
+      notifications};
 };
 
 struct BluetoothClients : Clients {

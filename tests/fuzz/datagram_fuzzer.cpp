@@ -9,14 +9,14 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include "platform/linux/GenericNetlink.h"
-#include "platform/linux/NetlinkRequest.h"
-#include "platform/linux/NotificationSocket.h"
-#include "platform/linux/RouteMessages.h"
-#include "platform/linux/SocketDiagnostics.h"
-#include "platform/linux/ThermalEvents.h"
-#include "platform/linux/WirelessMessages.h"
-#include "platform/support/Directory_test.h"
+#include "platform/kit/netlink/GenericNetlink.h"
+#include "platform/kit/netlink/NetlinkRequest.h"
+#include "platform/notifications/linux/NotificationSocket.h"
+#include "platform/processes/linux/SocketDiagnostics.h"
+#include "platform/reachability/linux/RouteMessages.h"
+#include "platform/testing/TemporaryDirectory.h"
+#include "platform/thermal/linux/ThermalEvents.h"
+#include "platform/wifi/linux/WirelessMessages.h"
 #include "tests/fuzz/Require.h"
 
 namespace zorva {

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "loggers/ZVSyslogLogger.h"
-#include "platform/linux/LinuxSystemLogQueries.h"
-#include "platform/sim/SimHandset.h"
+#include "platform/assemble/SimHandset.h"
+#include "platform/syslog/linux/LinuxSystemLogQueries.h"
 #include "tests/fuzz/Log.h"
 
 namespace {

@@ -9,21 +9,23 @@
 #include <cstdint>
 #include <map>
 
-#include "platform/Text.h"
-#include "platform/linux/ApplicationUnits.h"
-#include "platform/linux/Backlight.h"
-#include "platform/linux/LinuxDeviceInformation.h"
-#include "platform/linux/LinuxKernelValues.h"
-#include "platform/linux/LinuxProcessInformation.h"
-#include "platform/linux/LinuxRunLoop.h"
-#include "platform/linux/LinuxSystemStatistics.h"
-#include "platform/linux/LinuxTelephonyServer.h"
-#include "platform/linux/LinuxThermal.h"
-#include "platform/linux/LocaleSettings.h"
-#include "platform/linux/LogindInhibitors.h"
-#include "platform/linux/PowerSupply.h"
-#include "platform/linux/SocketDiagnostics.h"
-#include "platform/support/Directory_test.h"
+#include "platform/applications/linux/ApplicationUnits.h"
+#include "platform/base/Text.h"
+#include "platform/kit/files/LogindInhibitors.h"
+#include "platform/locale/linux/LocaleSettings.h"
+#include "platform/loop/linux/LinuxRunLoop.h"
+#include "platform/notifications/linux/LinuxSystemNotifications.h"
+#include "platform/processes/linux/LinuxProcessInformation.h"
+#include "platform/processes/linux/LinuxSystemStatistics.h"
+#include "platform/processes/linux/SocketDiagnostics.h"
+#include "platform/registry/linux/Backlight.h"
+#include "platform/registry/linux/PowerSupply.h"
+#include "platform/sleep/linux/LinuxKernelValues.h"
+#include "platform/system/SystemLog.h"
+#include "platform/system/linux/LinuxDeviceInformation.h"
+#include "platform/telephony/linux/LinuxTelephonyServer.h"
+#include "platform/testing/TemporaryDirectory.h"
+#include "platform/thermal/linux/LinuxThermal.h"
 #include "tests/fuzz/Require.h"
 
 namespace zorva {
@@ -65,7 +67,11 @@ struct Device : SystemLog {
   std::map<std::string, std::string> held;
   LinuxRunLoop loop;
   LinuxSystemNotifications notifications{loop, *this, {root / "run", {}, {}}};
-  LinuxThermal thermal{loop.event(), notifications, root / "sys/thermal"};
+  LinuxThermal thermal{loop.event(), notifications,
+                       [&](const std::string& name, LinuxSystemNotifications::StateSource source) {
+                         return notifications.provideState(name, std::move(source));
+                       },
+                       root / "sys/thermal"};
   LinuxDeviceInformation information{nullptr, root / "."};
   LinuxSystemStatistics statistics{root / "proc", root / "sys"};
   LinuxProcessInformation processes{root / "proc"};

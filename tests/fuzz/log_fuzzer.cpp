@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "report/LogReader.h"
-#include "report/Redaction.h"
+#include "report/read/LogReader.h"
+#include "report/redact/Redaction.h"
 #include "tests/fuzz/Require.h"
 
 namespace zorva {

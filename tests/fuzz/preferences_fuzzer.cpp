@@ -11,10 +11,10 @@
 #include <fstream>
 #include <iterator>
 
-#include "platform/support/Directory_test.h"
-#include "platform/support/PosixFileSystem.h"
-#include "platform/support/PropertyList.h"
-#include "platform/support/PropertyListPreferences.h"
+#include "platform/storage/PosixFileSystem.h"
+#include "platform/storage/PropertyList.h"
+#include "platform/storage/PropertyListPreferences.h"
+#include "platform/testing/TemporaryDirectory.h"
 #include "tests/fuzz/Require.h"
 
 namespace zorva {

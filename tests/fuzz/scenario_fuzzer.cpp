@@ -11,8 +11,8 @@
 
 #include "apps/LoggerTable.h"
 #include "core/ZorvaMain.h"
-#include "platform/sim/Scenario.h"
-#include "platform/sim/SimHandset.h"
+#include "platform/assemble/Scenario.h"
+#include "platform/assemble/SimHandset.h"
 #include "tests/fuzz/Log.h"
 
 namespace zorva {

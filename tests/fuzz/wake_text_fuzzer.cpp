@@ -7,10 +7,10 @@
 
 #include "core/NotificationCenter.h"
 #include "core/SleepNotifications.h"
-#include "platform/Text.h"
-#include "platform/sim/SimClock.h"
-#include "platform/sim/SimProcessInformation.h"
-#include "platform/sim/SimSystemLog.h"
+#include "platform/base/Text.h"
+#include "platform/loop/sim/SimClock.h"
+#include "platform/processes/sim/SimProcessInformation.h"
+#include "platform/system/sim/SimSystemLog.h"
 #include "tests/fuzz/Require.h"
 #include "wake/ZVPacketTracker.h"
 

@@ -7,7 +7,7 @@
 
 #include "core/NotificationCenter.h"
 #include "core/ZVLogger.h"
-#include "platform/sim/SimHandset.h"
+#include "platform/assemble/SimHandset.h"
 #include "tests/support/LogCapture.h"
 
 namespace zorva {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/push/AccountSync.h"
+
+namespace zorva {
+
+/// There is no such service on Linux, hence no account to report on. What is posted in its name is
+/// heard all the same, as any system notification.
+class LinuxAccountSync : public AccountSync {
+ public:
+  std::vector<Dictionary> statusReports() override { return {}; }
+};
+
+}  // namespace zorva

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/base/Registration.h"
+
+namespace zorva {
+
+/// An external accessory, as it describes itself; texts may be empty or absent.
+struct Accessory {
+  bool connected = false;
+  std::uint32_t connectionIdentifier = 0;
+  std::optional<std::string> manufacturer;
+  std::optional<std::string> name;
+  std::optional<std::string> modelNumber;
+  std::optional<std::string> serialNumber;
+  std::optional<std::string> firmwareRevision;
+  std::optional<std::string> hardwareRevision;
+  std::vector<std::string> protocols;
+};
+
+/// The accessory manager.
+class AccessoryManager {
+ public:
+  virtual ~AccessoryManager() = default;
+
+  /// Calls back, on the run loop, when an accessory has connected or disconnected.
+  virtual Registration observeConnected(std::function<void(const Accessory&)> event) = 0;
+  virtual Registration observeDisconnected(std::function<void(const Accessory&)> event) = 0;
+  /// The manager tells of events only while somebody is registered.
+  virtual Registration registerForLocalNotifications() = 0;
+  virtual std::vector<Accessory> connectedAccessories() = 0;
+};
+
+}  // namespace zorva

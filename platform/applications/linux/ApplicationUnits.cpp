@@ -1,0 +1,142 @@
+#include "platform/applications/linux/ApplicationUnits.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <sstream>
+
+#include "platform/kit/files/SysfsAttributes.h"
+
+namespace zorva {
+namespace {
+
+constexpr int kDeepest = 5;  // slices below "app.slice"
+constexpr std::size_t kRandomLength = 32;
+
+bool dropEnd(std::string_view& text, std::string_view end) {
+  if (!text.ends_with(end)) return false;
+  text.remove_suffix(end.size());
+  return true;
+}
+
+// "\x2d" is the byte of that number.
+std::string unescaped(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    std::uint8_t byte = 0;
+    if (text.size() >= 4 && text.starts_with("\\x") &&
+        std::from_chars(text.data() + 2, text.data() + 4, byte, 16).ptr == text.data() + 4) {
+      result += static_cast<char>(byte);
+      text.remove_prefix(4);
+    } else {
+      result += text[0];
+      text.remove_prefix(1);
+    }
+  }
+  return result;
+}
+
+// Takes the last part off a name, which keeps at least "app-X".
+void dropPart(std::string_view& name) {
+  const std::size_t dash = name.rfind('-');
+  if (dash != name.npos && name.find('-') != dash) name = name.substr(0, dash);
+}
+
+bool isRandom(std::string_view text) {
+  return text.size() == kRandomLength &&
+         text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+bool isBetween(std::string_view name, std::string_view start, std::string_view end) {
+  return name.starts_with(start) && name.ends_with(end);
+}
+
+class Search {
+ public:
+  explicit Search(const std::function<void(const std::string&, bool)>& before) : before_(before) {}
+
+  void lookInto(const std::string& root) {
+    before_(root, true);
+    const std::string users = root + "/user.slice";
+    for (const std::string& user : entries(users)) {
+      if (!isBetween(user, "user-", ".slice")) continue;
+      for (const std::string& manager : entries(users + "/" + user)) {
+        if (!isBetween(manager, "user@", ".service")) continue;
+        const std::string directory = users + "/" + user + "/" + manager;
+        before_(directory, true);
+        lookIntoSlice(directory + "/app.slice", 0);
+      }
+    }
+  }
+
+  ApplicationUnits found;
+
+ private:
+  std::vector<std::string> entries(const std::string& directory) {
+    before_(directory, true);
+    return entryNames(directory);
+  }
+
+  void lookIntoSlice(const std::string& slice, int depth) {
+    for (const std::string& name : entries(slice)) {
+      const std::string directory = slice + "/" + name;
+      if (const auto application = applicationOfUnit(name)) {
+        lookAtUnit(directory, *application);
+      } else if (name.ends_with(".slice") && depth < kDeepest) {
+        lookIntoSlice(directory, depth + 1);
+      }
+    }
+  }
+
+  void lookAtUnit(const std::string& directory, const std::string& application) {
+    const std::string events = directory + "/cgroup.events";
+    before_(events, false);
+    std::istringstream lines(readAttribute(events).value_or(""));
+    bool populated = false, frozen = false;
+    int value = 0;
+    for (std::string key; lines >> key >> value;) {
+      if (key == "populated") populated = value == 1;
+      if (key == "frozen") frozen = value == 1;
+    }
+    if (populated) found[directory] = {application, frozen, readUnitProcesses(directory)};
+  }
+
+  const std::function<void(const std::string&, bool)>& before_;
+};
+
+}  // namespace
+
+std::optional<std::string> applicationOfUnit(std::string_view unit) {
+  if (!unit.starts_with("app-")) return std::nullopt;
+  if (dropEnd(unit, ".scope")) {
+    dropPart(unit);
+  } else if (dropEnd(unit, ".service")) {
+    const std::size_t at = unit.rfind('@');
+    if (at != unit.npos) {
+      unit = unit.substr(0, at);
+    } else if (isRandom(unit.substr(unit.rfind('-') + 1))) {
+      dropPart(unit);  // as some desktops write it
+    }
+  } else {
+    return std::nullopt;
+  }
+  std::string application = unescaped(unit.substr(unit.rfind('-') + 1));
+  if (application.empty()) return std::nullopt;
+  return application;
+}
+
+std::vector<std::int32_t> readUnitProcesses(const std::string& directory) {
+  std::vector<std::int32_t> processes;
+  std::ifstream list(directory + "/cgroup.procs");
+  for (std::int32_t process = 0; list >> process;) processes.push_back(process);
+  return processes;
+}
+
+ApplicationUnits readApplicationUnits(const std::string& root,
+                                      const std::function<void(const std::string&, bool)>& before) {
+  Search search(before);
+  search.lookInto(root);
+  return std::move(search.found);
+}
+
+}  // namespace zorva

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <systemd/sd-event.h>
+
+#include "platform/applications/ApplicationStates.h"
+#include "platform/applications/linux/ApplicationUnits.h"
+#include "platform/base/Observers.h"
+#include "platform/kit/loop/EventSources.h"
+
+namespace zorva {
+
+/// The applications that desktop sessions run in control groups of their own
+/// (docs/linux-services.md). An application that runs in several is told for each, and is running
+/// when one of them is.
+class LinuxApplicationStates : public ApplicationStates {
+ public:
+  static constexpr const char* kRoot = "/sys/fs/cgroup";
+  static constexpr const char* kInhibitors = "/run/systemd/inhibit";
+
+  enum State : std::int32_t { kGone, kFrozen, kRunning };
+  /// What a lock of the login manager hinders.
+  enum Reason : std::int32_t { kSleep, kIdle, kShutdown, kOther };
+
+  /// The event loop outlives this.
+  explicit LinuxApplicationStates(sd_event* event, std::string root = kRoot,
+                                  std::string inhibitors = kInhibitors);
+
+  Registration observe(std::function<void(const ApplicationStateChange&)> changed) override;
+  void beginGenerating() override;
+  void endGenerating() override;
+  /// Each once, in alphabetical order. All that can be known are active, and none is debuggable.
+  std::vector<std::string> copyDisplayIdentifiers(bool onlyActive, bool onlyDebuggable) override;
+  /// The first process of the application's first control group.
+  std::optional<std::int32_t> processOf(const std::string& displayIdentifier) override;
+  std::int32_t stateOf(const std::string& displayIdentifier) override;
+  std::string descriptionOfState(std::int32_t state) override;
+  std::string nameOfReason(std::int32_t reason) override;
+
+ private:
+  struct Watched {
+    LinuxApplicationStates* owner;
+    std::string path;
+    EventSource source;
+    bool ended = false;  ///< what it watched has gone
+  };
+
+  ApplicationUnits units();
+  ApplicationUnits readAndWatch();
+  void update();
+  void tell(const ApplicationUnit& unit, State state);
+  void endBelow(const std::string& path);
+  static int pathChanged(sd_event_source*, const struct inotify_event* event, void* watched);
+
+  sd_event* event_;
+  std::string root_;
+  std::string inhibitors_;
+  int generating_ = 0;
+  ApplicationUnits known_;  ///< while generating
+  std::map<std::string, std::unique_ptr<Watched>> watched_;
+  CoalescedCall update_;
+  Observers<const ApplicationStateChange&> observers_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,172 @@
+#include "platform/applications/linux/LinuxApplicationStates.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <sys/stat.h>
+
+#include "platform/testing/ChildProcess.h"
+#include "platform/testing/TemporaryDirectory.h"
+#include "platform/testing/TestLoop.h"
+
+namespace zorva {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+TEST(ApplicationUnits, AreNamedAfterTheirApplications) {
+  const struct {
+    const char *unit, *application;
+  } cases[] = {{"app-gnome-org.gnome.Evince-12345.scope", "org.gnome.Evince"},
+               {"app-org.gnome.Evince-12345.scope", "org.gnome.Evince"},
+               {"app-flatpak-org.telegram.desktop@12345.service", "org.telegram.desktop"},
+               {"app-org.kde.amarok.service", "org.kde.amarok"},
+               {"app-KDE-org.kde.okular.service", "org.kde.okular"},
+               {"app-vlc-0123456789abcdef0123456789abcdef.service", "vlc"},
+               {"app-gnome-google\\x2dchrome-7.scope", "google-chrome"},
+               {"app-a\\x2-a\\xzz\\x0a-7.scope", "a\\xzz\n"},
+               {"app-solo.scope", "solo"},
+               {"app-x@autostart.service", "x"},
+               {"app-.scope", ""},
+               {"app-org.gnome.Terminal.slice", ""},
+               {"gnome-app-x-1.scope", ""}};
+  for (const auto& [unit, application] : cases) {
+    EXPECT_EQ(applicationOfUnit(unit).value_or(""), application) << unit;
+  }
+}
+
+class LinuxApplicationStatesTest : public testing::Test {
+ protected:
+  static constexpr const char* kApps = "cgroup/user.slice/user-1.slice/user@1.service/app.slice/";
+
+  void setUnit(const std::string& name, bool populated, bool frozen, const char* processes) {
+    directory_.write(kApps + name + "/cgroup.procs", processes);
+    directory_.write(
+        kApps + name + "/cgroup.events",
+        "populated " + std::to_string(populated) + "\nfrozen " + std::to_string(frozen) + "\n");
+  }
+  Lines next() {
+    loop_.runUntil([&] { return !told_.empty(); });
+    return std::exchange(told_, {});
+  }
+  Lines now() {
+    loop_.drain();
+    return std::exchange(told_, {});
+  }
+  // As a snapshot asks.
+  Lines listed() {
+    Lines lines;
+    for (const std::string& id : states_.copyDisplayIdentifiers(true, false)) {
+      const auto process = states_.processOf(id);
+      lines.push_back(id + " " + (process ? std::to_string(*process) : "-") + " " +
+                      states_.descriptionOfState(states_.stateOf(id)));
+    }
+    return lines;
+  }
+
+  LoopForTest loop_;
+  DirectoryForTest directory_;
+  LinuxApplicationStates states_{loop_.event(), directory_ / "cgroup", directory_ / "inhibit"};
+  Lines told_;
+  Registration observed_ = states_.observe([this](const ApplicationStateChange& change) {
+    told_.push_back(change.displayIdentifier.value() + " " +
+                    (change.process ? std::to_string(*change.process) : "-") + " " +
+                    states_.descriptionOfState(change.state.value()) + (change.reasons ? ":" : ""));
+    for (const auto reason : change.reasons.value_or(std::vector<std::int32_t>{})) {
+      told_.back() += " " + states_.nameOfReason(reason);
+    }
+  });
+};
+
+TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
+  EXPECT_EQ(listed(), Lines()) << "without control groups";
+  std::filesystem::create_directories(directory_ / "cgroup");
+  states_.beginGenerating();
+  // A session comes, down to its applications.
+  setUnit("app-maps-1.scope", true, false, "70\n71\n");
+  setUnit("app-org.Term.slice/app-org.Term-5.scope", true, false, "");
+  setUnit("app-mail@1.service", true, true, "90\n");
+  setUnit("app-later-1.scope", false, false, "");
+  setUnit("session.scope", true, false, "5\n");
+  EXPECT_EQ(next(), Lines({"mail 90 frozen", "maps 70 running", "org.Term - running"}));
+  EXPECT_EQ(listed(), Lines({"mail 90 frozen", "maps 70 running", "org.Term - running"}));
+  EXPECT_EQ(states_.copyDisplayIdentifiers(true, true), Lines());
+  EXPECT_EQ(states_.descriptionOfState(states_.stateOf("unknown")), "gone");
+
+  // With the locks that its processes hold.
+  directory_.write("inhibit/1", "WHAT=idle:sleep\nMODE=block\nUID=1\nPID=81\n");
+  directory_.write("inhibit/2", "WHAT=handle-lid-switch\nMODE=block\nUID=1\nPID=81\n");
+  directory_.write("inhibit/3", "WHAT=shutdown\nMODE=delay\nUID=1\nPID=80\n");
+  directory_.write("inhibit/4", "WHAT=shutdown\nMODE=block\nUID=1\nPID=70\n");
+  setUnit("app-later-1.scope", true, false, "80\n81\n");
+  EXPECT_EQ(next(), Lines{"later 80 running: sleep idle other"});
+  setUnit("app-mail@1.service", true, false, "90\n");
+  EXPECT_EQ(next(), Lines{"mail 90 running:"});
+  setUnit("app-mail@1.service", true, false, "91\n92\n");
+  EXPECT_EQ(now(), Lines()) << "the same state";
+  EXPECT_EQ(states_.processOf("mail"), 91);
+
+  // A second one of the same application; the first one goes.
+  setUnit("app-maps-2.scope", true, true, "72\n");
+  EXPECT_EQ(next(), Lines{"maps 72 frozen:"});
+  EXPECT_EQ(states_.stateOf("maps"), LinuxApplicationStates::kRunning);
+  std::filesystem::remove_all((directory_ / kApps) + "app-maps-1.scope");
+  EXPECT_EQ(next(), Lines{"maps 70 gone"});
+
+  std::filesystem::remove_all(directory_ / "cgroup/user.slice");
+  EXPECT_EQ(next().size(), 4u);
+  states_.endGenerating();
+  setUnit("app-maps-1.scope", true, false, "70\n");
+  EXPECT_EQ(now(), Lines());
+  EXPECT_EQ(listed(), Lines{"maps 70 running"});
+}
+
+TEST_F(LinuxApplicationStatesTest, FollowsTheKernelThroughTheReplacementOfAGroup) {
+  std::vector<std::string> groups;
+  std::ifstream mounts("/proc/self/mounts");
+  for (std::string device, path, type; mounts >> device >> path >> type;) {
+    if (type == "cgroup2") groups = {path + "/zorva-test-" + std::to_string(getpid())};
+    std::getline(mounts, type);
+  }
+  if (groups.empty() || mkdir(groups[0].c_str(), 0755) != 0) GTEST_SKIP() << "no control groups";
+  const std::shared_ptr<void> atTheEnd(nullptr, [&](void*) {
+    for (; !groups.empty(); groups.pop_back()) rmdir(groups.back().c_str());
+  });
+  std::filesystem::create_symlink(groups[0], directory_ / "cgroup");
+  states_.beginGenerating();
+  for (const char* name :
+       {"/user.slice", "/user-1.slice", "/user@1.service", "/app.slice", "/app-maps.service"}) {
+    groups.push_back(groups.back() + name);
+    ASSERT_EQ(mkdir(groups.back().c_str(), 0755), 0);
+  }
+  const char* const unit = groups.back().c_str();
+  const auto write = [&](const char* file, int number) {
+    std::ofstream(std::string(unit) + file) << number << std::flush;
+  };
+  std::optional<ChildForTest> child;
+  const auto run = [&] {
+    write("/cgroup.procs", child.emplace([] { return pause(); }).process());
+    return "maps " + std::to_string(child->process());
+  };
+  std::string maps = run();
+  EXPECT_EQ(next(), Lines{maps + " running"});
+  write("/cgroup.freeze", 1);
+  EXPECT_EQ(next(), Lines{maps + " frozen"});
+  write("/cgroup.freeze", 0);
+  EXPECT_EQ(next(), Lines{maps + " running"});
+
+  // As a service that is started again, before anybody has looked.
+  child.reset();
+  while (rmdir(unit) != 0) ASSERT_EQ(errno, EBUSY);  // its process is still on the way out
+  ASSERT_EQ(mkdir(unit, 0755), 0);
+  maps = run();
+  now();
+  child.reset();
+  EXPECT_EQ(next(), Lines{maps + " gone"});
+}
+
+}  // namespace
+}  // namespace zorva

@@ -1,0 +1,97 @@
+#include "platform/assemble/Scenario.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "platform/assemble/SimHandset.h"
+#include "platform/base/Text.h"
+
+namespace zorva {
+namespace {
+
+// Of a file that is larger than any scenario, only so much is read that this shows.
+std::string contentsOf(const std::string& path) {
+  constexpr std::streamsize kReadAtMost = (std::streamsize{1} << 20) + 1;
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  std::string contents(kReadAtMost, '\0');
+  file.read(contents.data(), kReadAtMost);
+  // The end of the file is reached as it should; a directory fails before.
+  if (file.bad() || !(file.good() || file.eof())) {
+    throw ScenarioError(safeText(path) + ": cannot be read: " + std::strerror(errno));
+  }
+  contents.resize(static_cast<std::size_t>(file.gcount()));
+  return contents;
+}
+
+// Actions run in the order of the sections, so that a service finds what it builds on set up.
+std::vector<ScenarioAction> readStart(const ScenarioNode& device,
+                                      const std::vector<ScenarioSections::Section>& sections) {
+  std::vector<ScenarioAction> inOrder(sections.size());
+  std::vector<ScenarioNode::Key> keys;
+  for (std::size_t i = 0; i < sections.size(); ++i) {
+    keys.push_back({sections[i].name, [&inOrder, &sections, i](const ScenarioNode& node) {
+                      inOrder[i] = sections[i].read(node);
+                      return ScenarioAction([] {});
+                    }});
+  }
+  device.actions(keys);
+  std::erase_if(inOrder, [](const ScenarioAction& action) { return !action; });
+  return inOrder;
+}
+
+}  // namespace
+
+Scenario Scenario::readFile(const std::string& path, SimHandset& handset) {
+  return read(contentsOf(path), path, handset);
+}
+
+Scenario Scenario::read(std::string_view yaml, const std::string& name, SimHandset& handset) {
+  const ScenarioSections& sections = handset.sections();
+  Scenario scenario;
+  scenario.text_ = std::make_shared<ScenarioText>(ScenarioText{name, {}});
+  const ScenarioNode root = ScenarioNode::parse(yaml, scenario.text_);
+  const auto keys = root.keys({"description", "device", "steps", "end"});
+  if (const auto* description = keys.find("description")) description->text();
+  if (const auto* device = keys.find("device")) {
+    scenario.start_ = readStart(*device, sections.start());
+  }
+  if (const auto* steps = keys.find("steps")) {
+    for (const ScenarioNode& node : steps->list()) {
+      Step step;
+      std::vector<ScenarioNode::Key> stepKeys = sections.step();
+      stepKeys.insert(stepKeys.begin(), {"at", [&](const ScenarioNode& at) {
+                                           step.at = at.duration();
+                                           if (step.at < scenario.end_) {
+                                             at.refuse(
+                                                 "this step comes before the one above it; "
+                                                 "put the steps in the order of time");
+                                           }
+                                           return ScenarioAction([] {});
+                                         }});
+      if (!node.isMapping()) node.refuse("a step is a mapping with \"at\" and what happens");
+      if (node.entries().empty() || node.entries().front().first.text() != "at") {
+        node.refuse("a step begins with \"at: \" and the time since the start");
+      }
+      if (node.entries().size() == 1) node.refuse("nothing happens in this step; add a key to it");
+      step.action = node.actions(stepKeys);
+      scenario.end_ = step.at;
+      scenario.steps_.push_back(std::move(step));
+    }
+  }
+  if (const auto* end = keys.find("end")) {
+    if (end->duration() < scenario.end_) end->refuse("the end comes before the last step");
+    scenario.end_ = end->duration();
+  }
+  return scenario;
+}
+
+void Scenario::begin(SimHandset& handset) const {
+  for (const ScenarioAction& action : start_) action();
+  for (const Step& step : steps_) handset.runLoop().schedule(step.at, step.action);
+  handset.runLoop().schedule(end_, [&handset] { handset.notifications().postExit(); });
+}
+
+}  // namespace zorva

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/base/Value.h"
+
+namespace zorva {
+
+/// The power-management service: who keeps the device awake.
+class PowerManagement {
+ public:
+  virtual ~PowerManagement() = default;
+
+  struct ProcessAssertions {
+    std::int32_t process;             ///< process id
+    std::vector<Dictionary> records;  ///< each with at least "AssertPID" (number), "AssertName"
+                                      ///< (text) and "AssertStartWhen" (date)
+  };
+
+  /// The assertions held now, by process; an empty list when there are none, nothing when the
+  /// query fails. Every change posts the system notification
+  /// "com.vennor.system.powermanagement.assertions".
+  virtual std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() = 0;
+};
+
+}  // namespace zorva

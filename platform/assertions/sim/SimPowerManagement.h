@@ -1,0 +1,49 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/assertions/PowerManagement.h"
+#include "platform/loop/Clock.h"
+#include "platform/notifications/NotificationCentre.h"
+#include "platform/scenario/SimParts.h"
+
+namespace zorva {
+
+/// The power-management service. Processes are listed in the order in which they first took an
+/// assertion, each one's assertions in the order in which they were taken.
+class SimPowerManagement : public PowerManagement {
+ public:
+  static constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.assertions";
+
+  SimPowerManagement(SimParts& parts, const Clock& clock, NotificationCentre& notifications);
+
+  std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() override;
+
+  /// Takes an assertion for the process, started now, and tells the change.
+  void take(std::int32_t process, const std::string& name);
+  /// The same with a whole record, which may lack any key.
+  void takeRecord(std::int32_t process, Dictionary record);
+  /// Releases the process's oldest assertion of the name and tells the change; false when it holds
+  /// none.
+  bool release(std::int32_t process, const std::string& name);
+  /// Releases all that the process holds, and tells the change when there was anything.
+  void releaseAll(std::int32_t process);
+
+ private:
+  ScenarioAction readTake(const ScenarioNode& node);
+  ScenarioAction readRelease(const ScenarioNode& node);
+  ScenarioAction readReleaseAll(const ScenarioNode& node);
+  void tellChange() { notifications_.post(kAssertionsChanged); }
+
+  const Clock& clock_;
+  NotificationCentre& notifications_;
+  SimFaultPoint copyAssertionsFault_;
+  std::vector<ProcessAssertions> held_;
+  /// What will be held when the step that is being read happens.
+  std::multiset<std::pair<std::int32_t, std::string>> planned_;
+};
+
+}  // namespace zorva

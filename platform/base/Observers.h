@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <utility>
+
+#include "platform/base/Registration.h"
+
+namespace zorva {
+
+/// The callbacks that wait for one kind of news. News is delivered at once, in the order in which
+/// the observers came. Observers may come and go, and further news be told, from inside a callback:
+/// one that was dropped is not called any more, one that came during the delivery is not called by
+/// it. A callback may even destroy this object. Copies share their observers.
+template <typename... News>
+class Observers {
+ public:
+  using Callback = std::function<void(News...)>;
+
+  /// The registration may outlive the observers' list.
+  Registration add(Callback callback) {
+    list_->entries.push_back({std::move(callback), ++list_->lastNumber});
+    return Registration([weak = std::weak_ptr(list_), number = list_->lastNumber] {
+      const auto list = weak.lock();
+      if (!list) return;
+      for (Entry& entry : list->entries) {
+        if (entry.number == number) entry.removed = true;
+      }
+      list->sweep();
+    });
+  }
+
+  void tell(News... news) {
+    const auto list = list_;  // a callback may destroy this object
+    const std::uint64_t last = list->lastNumber;
+    ++list->deliveries;
+    for (Entry& entry : list->entries) {
+      if (entry.number > last) break;
+      if (!entry.removed) entry.callback(news...);
+    }
+    --list->deliveries;
+    list->sweep();
+  }
+
+ private:
+  struct Entry {
+    Callback callback;
+    std::uint64_t number;
+    bool removed = false;
+  };
+  struct List {
+    std::list<Entry> entries;
+    std::uint64_t lastNumber = 0;
+    int deliveries = 0;
+    void sweep() {
+      if (deliveries == 0) entries.remove_if([](const Entry& entry) { return entry.removed; });
+    }
+  };
+  std::shared_ptr<List> list_ = std::make_shared<List>();
+};
+
+}  // namespace zorva

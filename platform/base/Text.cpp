@@ -1,0 +1,177 @@
+#include "platform/base/Text.h"
+
+#include <charconv>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace zorva {
+namespace {
+
+// C0 and C1 control characters, DEL, the line and paragraph separators that viewers break at
+// (U+2028, U+2029), and the marks that turn the direction of what follows, so that a line reads
+// other than it is (U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069).
+bool isControl(std::string_view sequence) {
+  const auto lead = static_cast<std::uint8_t>(sequence[0]);
+  if (sequence.size() == 1) return lead < 0x20 || lead == 0x7F;
+  if (sequence.size() == 2) return lead == 0xC2 && static_cast<std::uint8_t>(sequence[1]) < 0xA0;
+  if (sequence.size() != 3 || lead != 0xE2) return false;
+  const auto second = static_cast<std::uint8_t>(sequence[1]);
+  const auto third = static_cast<std::uint8_t>(sequence[2]);
+  return (second == 0x80 && (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) ||
+         (second == 0x81 && third >= 0xA6 && third <= 0xA9);
+}
+
+// A piece of memory that is written from its start; nothing more once something did not fit.
+class Line {
+ public:
+  bool add(std::string_view piece) {
+    if (piece.size() > sizeof bytes_ - size_) return false;
+    std::memcpy(bytes_ + size_, piece.data(), piece.size());
+    size_ += piece.size();
+    return true;
+  }
+  // As to_chars has them, which agrees with printf.
+  template <typename... Number>
+  bool addNumber(Number... number) {
+    const auto [end, error] = std::to_chars(bytes_ + size_, bytes_ + sizeof bytes_, number...);
+    if (error != std::errc()) return false;
+    size_ = static_cast<std::size_t>(end - bytes_);
+    return true;
+  }
+  std::string_view text() const { return {bytes_, size_}; }
+
+ private:
+  char bytes_[512];
+  std::size_t size_ = 0;
+};
+
+// Most formats have nothing but %d, %u, %s and the likes of %.2f, which takes a fourth of printf's
+// time. False, with the line as far as it went, when there is anything else or no room.
+bool addPlain(Line& line, const char* format, va_list arguments) {
+  for (;;) {
+    const char* percent = strchrnul(format, '%');
+    if (!line.add({format, static_cast<std::size_t>(percent - format)})) return false;
+    if (*percent == '\0') return true;
+    bool added = false;
+    switch (percent[1]) {
+      case 'd':
+        added = line.addNumber(va_arg(arguments, int));
+        break;
+      case 'u':
+        added = line.addNumber(va_arg(arguments, unsigned));
+        break;
+      case 's':
+        if (const char* const text = va_arg(arguments, const char*)) added = line.add(text);
+        break;
+      case '%':
+        added = line.add("%");
+        break;
+      case '.':
+        if (percent[2] < '0' || percent[2] > '9' || percent[3] != 'f') return false;
+        added =
+            line.addNumber(va_arg(arguments, double), std::chars_format::fixed, percent[2] - '0');
+        percent += 2;
+        break;
+      default:
+        break;
+    }
+    if (!added) return false;
+    format = percent + 2;
+  }
+}
+
+}  // namespace
+
+std::string formatText(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::string text = formatArguments(format, arguments);
+  va_end(arguments);
+  return text;
+}
+
+std::string formatArguments(const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  Line line;
+  const bool plain = addPlain(line, format, again);
+  va_end(again);
+  if (plain) return std::string(line.text());
+  va_copy(again, arguments);
+  char shorter[256];  // holds nearly all, so that those are formatted once
+  const int length = std::vsnprintf(shorter, sizeof shorter, format, arguments);
+  std::string text;
+  if (length > 0) {
+    const auto size = static_cast<std::size_t>(length);
+    if (size < sizeof shorter) {
+      text.assign(shorter, size);
+    } else {
+      text.resize(size);
+      std::vsnprintf(text.data(), size + 1, format, again);
+    }
+  }
+  va_end(again);
+  return text;
+}
+
+std::size_t sequenceLength(std::string_view bytes) {
+  const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(bytes[i]); };
+  const auto continues = [&](std::size_t i) { return i < bytes.size() && (at(i) & 0xC0) == 0x80; };
+  const std::uint8_t lead = at(0);
+  if (lead < 0x80) return 1;
+  if (lead < 0xC2 || lead > 0xF4 || !continues(1)) return 0;
+  if (lead < 0xE0) return 2;
+  const std::uint8_t second = at(1);
+  if (lead < 0xF0) {
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F)) return 0;
+    return continues(2) ? 3 : 0;
+  }
+  if ((lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) return 0;
+  return continues(2) && continues(3) ? 4 : 0;
+}
+
+Character firstCharacter(std::string_view text) {
+  const auto lead = static_cast<std::uint8_t>(text[0]);
+  if (lead < 0x80) return {lead, text.substr(0, 1)};
+  const std::size_t length = sequenceLength(text);
+  if (length == 0) return {0xFFFD, text.substr(0, 1)};
+  // The lead byte of n bytes has n bits set and one clear, then the code's first bits.
+  char32_t code = lead & (0x7F >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    code = code << 6 | (static_cast<std::uint8_t>(text[i]) & 0x3F);
+  }
+  return {code, text.substr(0, length)};
+}
+
+std::string safeText(std::string_view bytes) {
+  std::string text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const std::size_t length = sequenceLength(bytes);
+    const std::string_view sequence = bytes.substr(0, length == 0 ? 1 : length);
+    if (length == 0) {
+      text += "\uFFFD";
+    } else if (isControl(sequence)) {
+      for (char byte : sequence) text += formatText("\\x%02x", static_cast<std::uint8_t>(byte));
+    } else {
+      text += sequence;
+    }
+    bytes.remove_prefix(sequence.size());
+  }
+  return text;
+}
+
+std::string textOrNull(const std::optional<std::string>& text) {
+  return text.value_or("(null)");
+}
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlank = " \t\n\v\f\r";
+  const auto first = text.find_first_not_of(kBlank);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+}  // namespace zorva

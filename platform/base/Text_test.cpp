@@ -1,0 +1,30 @@
+#include "platform/base/Text.h"
+
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <gtest/gtest.h>
+
+namespace zorva {
+namespace {
+
+// What formatText writes by itself reads as what printf writes.
+TEST(FormatText, WritesWhatPrintfWrites) {
+  const std::string longText(600, 'x');
+  char expected[2048];
+#define EXPECT_SAME(...)                                 \
+  std::snprintf(expected, sizeof expected, __VA_ARGS__); \
+  EXPECT_EQ(formatText(__VA_ARGS__), expected)
+  EXPECT_SAME(" pid=%d; port=%u; name=%s;", INT_MIN, UINT_MAX, "");
+  EXPECT_SAME("%s%d%u", "\xC3\xA4", 0, 0U);
+  EXPECT_SAME("%d%% of %5.2f at %02x", -1, 2.125, 10U);
+  EXPECT_SAME("%.2f %.2f %.0f %.9f %.1f", 2.675, 87.61, 0.5, -0.0, 1e300);
+  EXPECT_SAME("%.2f %.1f %.3f", NAN, -NAN, -INFINITY);
+  EXPECT_SAME("%ld %s", LONG_MAX, "after what it does not write");
+  EXPECT_SAME("%d %s", 7, longText.c_str());
+  EXPECT_EQ(formatText("%s", std::string(512, 'y').c_str()), std::string(512, 'y'));
+#undef EXPECT_SAME
+}
+
+}  // namespace
+}  // namespace zorva

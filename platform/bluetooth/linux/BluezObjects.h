@@ -1,0 +1,52 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <systemd/sd-bus.h>
+
+#include "platform/kit/bus/BusMessages.h"
+
+namespace zorva {
+
+namespace bluez {
+inline constexpr const char* kService = "org.bluez";
+inline constexpr const char* kManagerPath = "/";
+inline constexpr const char* kPath = "/org/bluez";  ///< above every controller and device
+inline constexpr const char* kAdapter = "org.bluez.Adapter1";
+inline constexpr const char* kDevice = "org.bluez.Device1";
+}  // namespace bluez
+
+/// The yes-or-no properties of one interface.
+using BluezFlags = std::map<std::string, bool>;
+/// What is known of BlueZ's objects, by path and interface: controllers and devices, "hci2" before
+/// "hci10". Names and addresses that BlueZ sends are passed over unread.
+using BluezObjects = std::map<std::string, std::map<std::string, BluezFlags>, ObjectPathOrder>;
+
+// Readers of the service's messages. What is not of the form ends the reading; what stood before is
+// kept then.
+
+/// "a{oa{sa{sv}}}", the answer to GetManagedObjects.
+void readBluezObjects(sd_bus_message* message, BluezObjects& objects);
+/// "oa{sa{sv}}", the signal InterfacesAdded.
+void readBluezAdded(sd_bus_message* signal, BluezObjects& objects);
+/// "oas", the signal InterfacesRemoved.
+void readBluezRemoved(sd_bus_message* signal, BluezObjects& objects);
+/// "sa{sv}as", the signal PropertiesChanged of one object; of an object that nobody told of yet
+/// nothing is kept.
+void readBluezChanged(sd_bus_message* signal, BluezObjects& objects);
+
+/// The first controller as the Bluetooth server tells of it.
+struct BluezController {
+  bool present = false;
+  bool powered = false;
+  bool discoverable = false;
+  bool connectable = false;
+  bool connected = false;  ///< one of its devices is
+  bool operator==(const BluezController&) const = default;
+};
+
+/// Only newer versions of BlueZ tell "Connectable". Without it a powered controller counts as
+/// connectable, which it is by BlueZ's own doing once a device is paired.
+BluezController readBluezController(const BluezObjects& objects);
+
+}  // namespace zorva

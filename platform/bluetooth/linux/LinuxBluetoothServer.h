@@ -1,0 +1,74 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <systemd/sd-event.h>
+#include <vector>
+
+#include "platform/base/Observers.h"
+#include "platform/bluetooth/BluetoothServer.h"
+#include "platform/bluetooth/linux/BluezObjects.h"
+#include "platform/kit/bus/LinuxBus.h"
+#include "platform/kit/loop/EventSources.h"
+
+namespace zorva {
+
+/// The Bluetooth server is BlueZ (docs/linux-bluetooth-audio.md), followed by its signals, so that
+/// questions are answered without a call. It has one device, the first controller by its path.
+///
+/// Every request for a session is taken; it is attached as soon as BlueZ is on the bus. When that
+/// BlueZ goes, or another takes its place, the session has ended.
+///
+/// Callbacks for a controller that is not there yet are kept for when it is, beside the error that
+/// is answered: BlueZ comes up before its controllers do.
+class LinuxBluetoothServer : public BluetoothServer {
+ public:
+  /// Both outlive this.
+  LinuxBluetoothServer(sd_event* event, LinuxBus& bus);
+  LinuxBluetoothServer(const LinuxBluetoothServer&) = delete;
+  LinuxBluetoothServer& operator=(const LinuxBluetoothServer&) = delete;
+
+  Status attachSession(const std::string& name, SessionHandler handler,
+                       Registration& callbacks) override;
+  Status detachSession(Session& session) override;
+  Status defaultLocalDevice(Session session, Device& device) override;
+  Status addLocalDeviceCallbacks(Device device, Changed changed, Registration& callbacks) override;
+  /// Called when the controller is powered or not any more: what it uses is told by nobody.
+  Status registerForPowerUpdates(Device device, Changed changed, Registration& callbacks) override;
+  /// There is no other module than the controller; theirs are off.
+  Status modulePower(Device device, Module module, std::uint32_t& state) override;
+  Status discoverable(Device device, std::uint32_t& state) override;
+  Status connectable(Device device, std::uint32_t& state) override;
+  Status connectionStatus(Device device, std::uint32_t& state) override;
+  /// Always kNotCounted.
+  Status readPowerConsumption(Device device, std::uint32_t& value) override;
+
+ private:
+  struct Client {
+    Session session = 0;  ///< 0 until it is attached
+    bool detached = false;
+    Observers<Session, std::int32_t, Status> events;
+  };
+  using Clients = std::vector<std::shared_ptr<Client>>;
+
+  Status refusal(Device device) const;
+  Status ask(Device device, bool held, std::uint32_t& told) const;
+  void readAll();
+  void update();
+  void endSessions(bool all);
+
+  LinuxBus& bus_;
+  std::string owner_;         ///< BlueZ's own name on its bus; empty while it is not there
+  bool ownerChanged_ = true;  ///< since the objects were read
+  bool restarted_ = false;    ///< since the sessions were attached
+  BluezObjects objects_;
+  BluezController controller_;
+  Session lastSession_ = 0;
+  Clients clients_;
+  Observers<> deviceNews_;
+  Observers<> powerNews_;
+  CoalescedCall update_;
+  std::vector<Registration> registrations_;
+};
+
+}  // namespace zorva

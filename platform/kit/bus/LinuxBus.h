@@ -1,0 +1,126 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
+#include <vector>
+
+#include "platform/base/Observers.h"
+#include "platform/base/Registration.h"
+#include "platform/kit/loop/EventSources.h"
+#include "platform/kit/loop/LinuxPathWatch.h"
+
+namespace zorva {
+
+struct BusMessageRelease {
+  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using BusMessage = std::unique_ptr<sd_bus_message, BusMessageRelease>;
+
+/// The process's one connection to the system bus.
+///
+/// An absent bus is no failure: calls answer that what they want is absent, and the connection is
+/// made when the bus appears, or appears again. Signal matches and observers last over all of that.
+/// No call takes longer than the time limit. One that does is followed by a question to the bus
+/// itself; if that is not answered in time either, no call waits any more until it is.
+class LinuxBus {
+ public:
+  static constexpr std::chrono::microseconds kTimeLimit = std::chrono::seconds(2);
+
+  /// The address in the environment's DBUS_SYSTEM_BUS_ADDRESS, else the well-known one.
+  static std::string systemAddress();
+
+  /// Connects at once if the bus answers within the time limit. The event loop must outlive the
+  /// bus, and the bus its registrations' owners.
+  explicit LinuxBus(sd_event* event, std::string address = systemAddress(),
+                    std::chrono::microseconds timeLimit = kTimeLimit);
+  LinuxBus(const LinuxBus&) = delete;
+  LinuxBus& operator=(const LinuxBus&) = delete;
+  ~LinuxBus();
+
+  /// Whether calls can be made.
+  bool connected() const;
+
+  enum class Outcome {
+    Answered,
+    Absent,  ///< there is no bus, or nobody on it has the service's name
+    Failed,  ///< the service answered with an error or not in time
+  };
+  struct Reply {
+    Outcome outcome;
+    BusMessage message;  ///< of Answered only
+  };
+  /// Appends the arguments to a call; negative when that fails.
+  using Arguments = std::function<int(sd_bus_message* call)>;
+
+  /// Calls the method and waits for its answer. Never starts a service that does not run.
+  Reply call(const char* service, const char* path, const char* interface, const char* member,
+             const Arguments& arguments = {});
+  /// Calls the method and does not wait; whether it did anything is not told. Never starts a
+  /// service that does not run.
+  void send(const char* service, const char* path, const char* interface, const char* member,
+            const Arguments& arguments = {});
+
+  /// Calls back from the event loop whenever the connection was made or lost, or answers again
+  /// after it did not; not for a connection that stands already. On a new one the matches are in
+  /// force by then.
+  Registration observeConnection(std::function<void()> changed);
+
+  using SignalHandler = std::function<void(sd_bus_message* signal)>;
+  /// Calls back for every signal that the match rule ("type='signal',sender='...'") selects.
+  Registration matchSignals(std::string rule, SignalHandler handler);
+
+  /// Calls back when a service of the name appears on the bus, vanishes from it or changes hands.
+  /// What happens together with the bus itself is told by observeConnection().
+  Registration watchService(const std::string& service, std::function<void()> changed);
+
+  /// From here on matches that are dropped end with the connection, and not by a call for each: for
+  /// those who are about to destroy the bus and all that use it.
+  void leaveMatches();
+
+ private:
+  struct Match;
+  // Shared with the registrations, which may be dropped after the bus.
+  struct Subscriptions;
+  struct BusRelease {
+    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+  };
+  using BusPointer = std::unique_ptr<sd_bus, BusRelease>;
+
+  int start();
+  void waitUntilReady();
+  void connect();
+  void connectLater(std::chrono::microseconds delay);
+  void backOff();
+  void socketChanged();
+  void ended();
+  void install(Match& match);
+  void lookWhetherItHangs();
+  BusMessage makeCall(const char* service, const char* path, const char* interface,
+                      const char* member, const Arguments& arguments);
+  static int onAnswer(sd_bus_message*, void* self, sd_bus_error*);
+  static int onConnected(sd_bus_message*, void* self, sd_bus_error*);
+  static int onDisconnected(sd_bus_message*, void* self, sd_bus_error*);
+  static int onLater(sd_event_source*, std::uint64_t, void* self);
+
+  sd_event* event_;
+  std::string address_;
+  std::chrono::microseconds timeLimit_;
+  std::shared_ptr<Subscriptions> subscriptions_;
+  Observers<> observers_;  ///< of the connection
+  BusPointer bus_;
+  bool hangs_ = false;  ///< has left the last call and the last question unanswered
+  CoalescedCall ended_;
+  std::optional<LinuxPathWatch> socketWatch_;  ///< while there is no bus to connect to
+  EventSource later_;
+  int refusals_ = 0;  ///< of the socket since it last changed
+  std::optional<std::chrono::steady_clock::time_point> lastEnd_;
+  std::optional<std::chrono::steady_clock::time_point> readySince_;
+  std::chrono::microseconds betweenEnds_;  ///< how long to leave a bus alone that drops us
+};
+
+}  // namespace zorva

@@ -1,0 +1,127 @@
+#include "platform/locale/linux/LinuxDateFormatting.h"
+
+#include <algorithm>
+#include <cctype>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "platform/base/Text.h"
+#include "platform/locale/linux/LoadedIcu.h"
+#include "platform/locale/linux/LocalTime.h"
+#include "platform/locale/linux/WeekRules.h"
+
+namespace zorva {
+namespace {
+
+// A field of a pattern, "YYYY", or a mark between two.
+struct Piece {
+  char letter;
+  int width;
+};
+
+std::vector<Piece> piecesOf(std::string_view pattern) {
+  std::vector<Piece> pieces;
+  for (const char letter : pattern) {
+    if (std::isalpha(static_cast<unsigned char>(letter)) != 0 && !pieces.empty() &&
+        pieces.back().letter == letter) {
+      ++pieces.back().width;
+    } else {
+      pieces.push_back({letter, 1});
+    }
+  }
+  return pieces;
+}
+
+// Whether the pattern has nothing but numbers that are written here.
+bool isPlain(const std::vector<Piece>& pieces) {
+  constexpr std::string_view kNumbers = "yYdHms";
+  return std::all_of(pieces.begin(), pieces.end(), [&](const Piece& piece) {
+    if (piece.letter == 'M') return piece.width <= 2;  // more are names
+    return kNumbers.find(piece.letter) != kNumbers.npos ||
+           (std::isalpha(static_cast<unsigned char>(piece.letter)) == 0 && piece.letter != '\'');
+  });
+}
+
+std::string plainText(const std::vector<Piece>& pieces, const WeekRule& rule,
+                      const std::tm& local) {
+  std::string text;
+  const auto number = [&](int value, int width) { text += formatText("%0*d", width, value); };
+  const auto year = [&](int value, int width) { number(width == 2 ? value % 100 : value, width); };
+  for (const auto [letter, width] : pieces) {
+    switch (letter) {
+      case 'y':
+        year(local.tm_year + 1900, width);
+        break;
+      case 'Y':
+        year(rule.weekYear(local), width);
+        break;
+      case 'M':
+        number(local.tm_mon + 1, width);
+        break;
+      case 'd':
+        number(local.tm_mday, width);
+        break;
+      case 'H':
+        number(local.tm_hour, width);
+        break;
+      case 'm':
+        number(local.tm_min, width);
+        break;
+      case 's':
+        number(local.tm_sec, width);
+        break;
+      default:
+        text += letter;
+    }
+  }
+  return text;
+}
+
+class LinuxDateFormatter : public DateFormatter {
+ public:
+  LinuxDateFormatter(std::string pattern, LinuxDateFormatting::Settings source)
+      : pattern_(std::move(pattern)),
+        source_(std::move(source)),
+        pieces_(piecesOf(pattern_)),
+        plain_(isPlain(pieces_)) {}
+
+  std::string format(Date date) override {
+    const LinuxLocaleInformation::Settings& settings = source_();
+    const bool changed = !settings_ || *settings_ != settings;
+    if (changed) {
+      const auto rule = weekRuleOfPlainLocale(settings.locale);
+      rule_ = rule.value_or(kWorldsWeekRule);
+      icu_ = rule && plain_ ? nullptr : LoadedIcu::open(pattern_, settings.locale, settings.zone);
+      settings_ = settings;
+    }
+    if (icu_) {
+      if (auto text = icu_->format(date)) return *text;
+    }
+    const std::int64_t second = secondsSinceEpoch(date);
+    if (changed || second != lastSecond_) {
+      lastText_ = plainText(pieces_, rule_, localTime(date));
+      lastSecond_ = second;
+    }
+    return lastText_;
+  }
+
+ private:
+  std::string pattern_;
+  LinuxDateFormatting::Settings source_;
+  std::vector<Piece> pieces_;
+  bool plain_;
+  std::optional<LinuxLocaleInformation::Settings> settings_;  // those that the next two are for
+  WeekRule rule_ = kWorldsWeekRule;
+  std::unique_ptr<LoadedIcu> icu_;  // where the pattern and the locale need it
+  std::int64_t lastSecond_ = 0;
+  std::string lastText_;
+};
+
+}  // namespace
+
+std::unique_ptr<DateFormatter> LinuxDateFormatting::makeFormatter(const std::string& pattern) {
+  return std::make_unique<LinuxDateFormatter>(pattern, settings_);
+}
+
+}  // namespace zorva

@@ -1,0 +1,72 @@
+#include "platform/locale/linux/LinuxLocaleInformation.h"
+
+#include <utility>
+
+#include "platform/locale/CountryCode.h"
+#include "platform/locale/linux/LocalTime.h"
+
+namespace zorva {
+
+LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clock,
+                                               LocalePaths paths)
+    : event_(event),
+      clock_(clock),
+      paths_(std::move(paths)),
+      filesChanged_(event, [this] { filesChanged(); }) {
+  for (const std::string& path :
+       {paths_.localeConf, paths_.defaultLocale, paths_.localtime, paths_.timezone}) {
+    fileWatches_.emplace_back(event, path, LinuxPathWatch::Of::Entry,
+                              [this] { filesChanged_.request(); });
+  }
+  // After the watches are laid, so that no change is missed.
+  readSettings();
+  told_ = {settings_.locale, settings_.zone, timeZoneMark(paths_)};
+}
+
+void LinuxLocaleInformation::readSettings() {
+  settings_ = {readLocaleIdentifier(paths_), readTimeZone(paths_)};
+}
+
+std::string LinuxLocaleInformation::identifier() {
+  readSettings();
+  return settings_.locale;
+}
+
+std::optional<std::string> LinuxLocaleInformation::countryCode() {
+  return zorva::countryCode(identifier());
+}
+
+std::string LinuxLocaleInformation::zoneId() {
+  readSettings();
+  return settings_.zone;
+}
+
+std::string LinuxLocaleInformation::timeZoneAbbreviation() {
+  const std::tm local = localTime(clock_.now());
+  return local.tm_zone ? local.tm_zone : "";
+}
+
+bool LinuxLocaleInformation::daylightSavingTime() {
+  return localTime(clock_.now()).tm_isdst > 0;
+}
+
+Registration LinuxLocaleInformation::observe(Change change, std::function<void()> callback) {
+  if (change == Change::ClockSet && !clockSetWatch_) {
+    clockSetWatch_ = ClockSetWatch::make(event_, [this] { observers_[Change::ClockSet].tell(); });
+    if (!clockSetWatch_) return {};
+  }
+  return observers_[change].add(std::move(callback));
+}
+
+void LinuxLocaleInformation::filesChanged() {
+  readSettings();
+  const Told before =
+      std::exchange(told_, {settings_.locale, settings_.zone, timeZoneMark(paths_)});
+  const bool locale = before.locale != told_.locale;
+  const bool zone = before.zone != told_.zone || before.zoneMark != told_.zoneMark;
+  auto observers = observers_;  // an observer may destroy this
+  if (zone) observers[Change::TimeZone].tell();
+  if (locale) observers[Change::Locale].tell();
+}
+
+}  // namespace zorva

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <systemd/sd-event.h>
+#include <vector>
+
+#include "platform/base/Observers.h"
+#include "platform/kit/loop/EventSources.h"
+#include "platform/kit/loop/LinuxPathWatch.h"
+#include "platform/locale/LocaleInformation.h"
+#include "platform/locale/linux/ClockSetWatch.h"
+#include "platform/locale/linux/LocaleSettings.h"
+#include "platform/loop/Clock.h"
+
+namespace zorva {
+
+/// The locale and time zone that the system's files set (docs/linux-locale.md), followed as the
+/// files change.
+class LinuxLocaleInformation : public LocaleInformation {
+ public:
+  /// The event loop and the clock outlive this.
+  LinuxLocaleInformation(sd_event* event, const Clock& clock, LocalePaths paths = {});
+
+  /// The locale's identifier, read now.
+  std::string identifier() override;
+  std::optional<std::string> countryCode() override;
+  /// By the C library, so that they agree with what date(1) shows.
+  std::string timeZoneAbbreviation() override;
+  bool daylightSavingTime() override;
+
+  Registration observe(Change change, std::function<void()> callback) override;
+
+  /// The name of the time zone ("Europe/Berlin"), read now.
+  std::string zoneId();
+
+  /// What a date formatter needs to know.
+  struct Settings {
+    std::string locale;  ///< as identifier()
+    std::string zone;    ///< as zoneId()
+    bool operator==(const Settings&) const = default;
+  };
+  /// The settings without any system call: as last read, which happened after the last change that
+  /// the event loop has delivered. For every entry of the log.
+  const Settings& settings() const { return settings_; }
+
+ private:
+  /// What the observers know, which may be older than what was read for a snapshot.
+  struct Told {
+    std::string locale;
+    std::string zone;
+    std::string zoneMark;
+  };
+
+  void readSettings();
+  void filesChanged();
+
+  sd_event* event_;
+  const Clock& clock_;
+  LocalePaths paths_;
+  Settings settings_;
+  Told told_;
+  std::map<Change, Observers<>> observers_;
+  CoalescedCall filesChanged_;
+  std::list<LinuxPathWatch> fileWatches_;
+  std::unique_ptr<ClockSetWatch> clockSetWatch_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <ctime>
+
+#include "platform/base/Date.h"
+
+namespace zorva {
+
+/// The date in local time, by the C library, after another look at the zone's file if that was
+/// replaced. All zeroes for a year that the C library cannot count to.
+inline std::tm localTime(Date date) {
+  tzset();
+  const std::time_t seconds = secondsSinceEpoch(date);
+  std::tm local{};
+  localtime_r(&seconds, &local);
+  return local;
+}
+
+}  // namespace zorva

@@ -1,0 +1,81 @@
+#include "platform/locale/sim/SimLocaleInformation.h"
+
+#include <memory>
+#include <regex>
+#include <unicode/timezone.h>
+#include <utility>
+
+#include "platform/locale/CountryCode.h"
+
+namespace zorva {
+SimLocaleInformation::SimLocaleInformation(SimParts& parts, const Clock& clock,
+                                           std::function<void(Date)> setWallClock)
+    : clock_(clock),
+      setWallClock_(std::move(setWallClock)),
+      observeFault_(parts.faults, "locale.observe") {
+  parts.sections.addBoth("clock", [this](const ScenarioNode& node) -> ScenarioAction {
+    return [this, date = node.keys({"set"}).require("set").date()] { setClock(date); };
+  });
+  parts.sections.addBoth("locale", [this](const ScenarioNode& node) {
+    return node.actions(
+        {{"identifier",
+          [this](const ScenarioNode& identifier) -> ScenarioAction {
+            if (!isLocale(identifier.text())) {
+              identifier.refuse("write a language, with a country or without, such as de_DE");
+            }
+            return [this, name = identifier.text()] { setIdentifier(name); };
+          }},
+         {"time_zone", [this](const ScenarioNode& zone) -> ScenarioAction {
+            if (!isTimeZone(zone.text())) {
+              zone.refuse(
+                  "the zone database has no such time zone; write one such as Europe/Berlin");
+            }
+            return [this, name = zone.text()] { setTimeZone(name); };
+          }}});
+  });
+}
+
+std::optional<std::string> SimLocaleInformation::countryCode() {
+  return zorva::countryCode(settings_.locale);
+}
+
+std::string SimLocaleInformation::timeZoneAbbreviation() {
+  return zoneAbbreviation(settings_, clock_.now());
+}
+
+bool SimLocaleInformation::daylightSavingTime() {
+  return zorva::daylightSavingTime(settings_, clock_.now());
+}
+
+Registration SimLocaleInformation::observe(Change change, std::function<void()> callback) {
+  if (observeFault_.strikes()) return {};
+  return observers_[change].add(std::move(callback));
+}
+
+void SimLocaleInformation::setIdentifier(const std::string& identifier) {
+  settings_.locale = identifier;
+  tell(Change::Locale);
+}
+
+void SimLocaleInformation::setTimeZone(const std::string& timeZone) {
+  settings_.zone = timeZone;
+  tell(Change::TimeZone);
+}
+
+void SimLocaleInformation::setClock(Date date) {
+  setWallClock_(date);
+  tell(Change::ClockSet);
+}
+
+bool SimLocaleInformation::isLocale(const std::string& identifier) {
+  static const std::regex shape("[a-z]{2,3}(_[A-Z][a-z]{3})?(_([A-Z]{2}|[0-9]{3}))?");
+  return std::regex_match(identifier, shape);
+}
+
+bool SimLocaleInformation::isTimeZone(const std::string& name) {
+  const std::unique_ptr<icu::TimeZone> zone(
+      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
+  return *zone != icu::TimeZone::getUnknown();
+}
+
+}  // namespace zorva

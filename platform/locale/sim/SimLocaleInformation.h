@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "platform/base/Observers.h"
+#include "platform/locale/LocaleInformation.h"
+#include "platform/locale/sim/IcuDateFormatting.h"
+#include "platform/loop/Clock.h"
+#include "platform/scenario/SimParts.h"
+
+namespace zorva {
+
+/// The handset's locale and time zone, which date formatting follows too. Every setter tells those
+/// who observe the change.
+class SimLocaleInformation : public LocaleInformation {
+ public:
+  SimLocaleInformation(SimParts& parts, const Clock& clock, std::function<void(Date)> setWallClock);
+
+  std::string identifier() override { return settings_.locale; }
+  std::optional<std::string> countryCode() override;
+  std::string timeZoneAbbreviation() override;
+  bool daylightSavingTime() override;
+  Registration observe(Change change, std::function<void()> callback) override;
+
+  const LocaleSettings& settings() const { return settings_; }
+
+  /// For example "de_DE".
+  void setIdentifier(const std::string& identifier);
+  /// A name of the zone database, for example "Europe/Berlin".
+  void setTimeZone(const std::string& timeZone);
+  void setClock(Date date);
+
+  /// Whether this has the shape of a locale identifier: language, script, country.
+  static bool isLocale(const std::string& identifier);
+  /// Whether the zone database knows the name.
+  static bool isTimeZone(const std::string& name);
+
+ private:
+  void tell(Change change) { observers_[change].tell(); }
+
+  const Clock& clock_;
+  std::function<void(Date)> setWallClock_;
+  SimFaultPoint observeFault_;
+  LocaleSettings settings_{"en_US", "UTC"};
+  std::map<Change, Observers<>> observers_;
+};
+
+}  // namespace zorva

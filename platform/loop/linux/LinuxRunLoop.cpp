@@ -1,0 +1,93 @@
+#include "platform/loop/linux/LinuxRunLoop.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <sys/epoll.h>
+#include <system_error>
+#include <systemd/sd-daemon.h>
+#include <time.h>
+
+namespace zorva {
+namespace {
+
+// An event source with its callback. Its registration owns it, and a callback that is under way
+// too, so that the callback may drop its own registration.
+class Source : public std::enable_shared_from_this<Source> {
+ public:
+  explicit Source(std::function<void()> callback) : callback_(std::move(callback)) {}
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+  ~Source() { sd_event_source_disable_unref(source_); }
+
+  sd_event_source** place() { return &source_; }
+
+  static int ready(sd_event_source*, int, std::uint32_t, void* source) { return call(source); }
+  static int fired(sd_event_source*, std::uint64_t, void* source) { return call(source); }
+
+  static Registration registration(std::shared_ptr<Source> source) {
+    return Registration([source = std::move(source)]() mutable {
+      source->source_ = sd_event_source_disable_unref(source->source_);
+      source.reset();
+    });
+  }
+
+ private:
+  static int call(void* source) {
+    const auto self = static_cast<Source*>(source)->shared_from_this();
+    self->callback_();
+    return 0;
+  }
+
+  std::function<void()> callback_;
+  sd_event_source* source_ = nullptr;
+};
+
+constexpr double kLongestTimer = 1e9;  // seconds: about thirty years, and far from any overflow
+
+}  // namespace
+
+LinuxRunLoop::LinuxRunLoop() {
+  sd_event* event = nullptr;
+  const int result = sd_event_new(&event);
+  if (result < 0) {
+    throw std::system_error(-result, std::generic_category(), "Cannot make an event loop");
+  }
+  event_.reset(event);
+}
+
+Registration LinuxRunLoop::watchDescriptor(int descriptor, std::function<void()> ready) {
+  auto source = std::make_shared<Source>(std::move(ready));
+  if (sd_event_add_io(event(), source->place(), descriptor, EPOLLIN, &Source::ready, source.get()) <
+      0) {
+    return {};
+  }
+  return Source::registration(std::move(source));
+}
+
+Registration LinuxRunLoop::startTimer(double seconds, std::function<void()> fire) {
+  auto source = std::make_shared<Source>(std::move(fire));
+  // Not-a-number fails both comparisons and becomes 0.
+  const double held = seconds > 0.0 ? std::min(seconds, kLongestTimer) : 0.0;
+  if (sd_event_add_time_relative(event(), source->place(), CLOCK_BOOTTIME,
+                                 static_cast<std::uint64_t>(held * 1e6), 0, &Source::fired,
+                                 source.get()) < 0) {
+    return {};
+  }
+  return Source::registration(std::move(source));
+}
+
+void LinuxRunLoop::run() {
+  stopped_ = false;
+  // Whoever runs the loop has done what comes before: a service manager may go on. Without one this
+  // does nothing.
+  sd_notify(0, "READY=1");
+  while (!stopped_) {
+    const int result = sd_event_run(event(), UINT64_MAX);
+    if (result >= 0 || result == -EINTR) continue;
+    std::fprintf(stderr, "zorva: the event loop has failed: %s\n", std::strerror(-result));
+    return;
+  }
+}
+
+}  // namespace zorva

@@ -1,0 +1,216 @@
+#include "platform/processes/linux/LinuxProcessInformation.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <optional>
+#include <string_view>
+#include <unistd.h>
+
+#include "platform/processes/linux/ProcfsFiles.h"
+
+namespace zorva {
+namespace {
+
+static_assert(kNoSuchProcess == ESRCH);
+
+constexpr std::uint32_t kDescriptorIsOther = 1;
+
+// A process that has gone leaves no directory.
+int processError(int error) {
+  return error == ENOENT ? kNoSuchProcess : error;
+}
+
+ProcAnswer failed(int error) {
+  return {-1, error};
+}
+
+std::optional<std::int32_t> numberOf(std::string_view text) {
+  std::int32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [last, error] = std::from_chars(text.data(), end, number);
+  if (last != end || error != std::errc() || number < 0) return std::nullopt;
+  return number;
+}
+
+// "socket:[INODE]". Inodes of sockets have 32 bits.
+std::optional<std::uint32_t> inodeOfLink(std::string_view link) {
+  constexpr std::string_view kBegin = "socket:[";
+  if (!link.starts_with(kBegin) || !link.ends_with(']')) return std::nullopt;
+  link.remove_prefix(kBegin.size());
+  link.remove_suffix(1);
+  std::uint32_t inode = 0;
+  const auto [last, error] = std::from_chars(link.data(), link.data() + link.size(), inode);
+  if (last != link.data() + link.size() || error != std::errc()) return std::nullopt;
+  return inode;
+}
+
+// Calls back with the number and the name of every entry that is named by a number; answers an
+// error number, or 0. Each process costs one of these, so that two calls of forEachEntry's three
+// are saved: the directory was just opened, and procfs fills the buffer as long as an entry fits,
+// so that one with room left has the end.
+template <typename Visit>
+int forEachNumber(int directory, std::span<char> buffer, Visit visit) {
+  for (;;) {
+    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
+    if (length < 0) return errno;
+    for (ssize_t at = 0; at < length;) {
+      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+      const char* const name = entry->d_name;
+      if (const auto number = numberOf(name)) visit(*number, name);
+      at += entry->d_reclen;
+    }
+    if (static_cast<std::size_t>(length) + sizeof(dirent64) <= buffer.size()) return 0;
+  }
+}
+
+ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
+  const std::size_t length = std::min(text.size(), buffer.size());
+  if (length > 0) std::memcpy(buffer.data(), text.data(), length);
+  if (length < buffer.size()) buffer[length] = '\0';
+  return {static_cast<int>(length), 0};
+}
+
+}  // namespace
+
+LinuxProcessInformation::LinuxProcessInformation(const std::string& procRoot)
+    : proc_(openDirectory(AT_FDCWD, procRoot.c_str())), sockets_(procRoot) {}
+
+// Answers an error number, or 0.
+int LinuxProcessInformation::listProcesses() {
+  processes_.clear();
+  if (!proc_) return ENOENT;
+  if (::lseek(proc_.get(), 0, SEEK_SET) < 0) return errno;
+  const int error = forEachNumber(proc_.get(), entries_, [&](std::int32_t process, const char*) {
+    if (process > 0) processes_.push_back(process);
+  });
+  if (!std::is_sorted(processes_.begin(), processes_.end())) {
+    std::sort(processes_.begin(), processes_.end());
+  }
+  return error;
+}
+
+ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> processes) try {
+  socketsAreOld_ = true;
+  process_ = 0;
+  if (processes.empty() || !counted_) {
+    counted_ = false;
+    if (const int error = listProcesses(); error != 0) return failed(error);
+  }
+  counted_ = processes.empty();
+  const std::size_t count =
+      counted_ ? processes_.size() : std::min(processes_.size(), processes.size());
+  if (!counted_) std::copy_n(processes_.begin(), count, processes.begin());
+  return {static_cast<int>(count * sizeof(std::int32_t)), 0};
+} catch (const std::bad_alloc&) {
+  return failed(ENOMEM);
+}
+
+// Answers an error number, or 0.
+int LinuxProcessInformation::readDescriptors(std::int32_t process) {
+  process_ = 0;
+  listed_ = false;
+  descriptors_.clear();
+  if (process <= 0) return kNoSuchProcess;
+  const Descriptor directory(openDirectory(proc_.get(), ProcPath(process, "fd").text()));
+  if (!directory) return processError(errno);
+  const auto add = [&](std::int32_t number, const char* name) {
+    // Longer than any link to a socket; what others name does not matter.
+    char link[32];
+    const ssize_t length = ::readlinkat(directory.get(), name, link, sizeof link);
+    if (length < 0 && errno == ENOENT) return;  // closed since
+    const auto inode = inodeOfLink({link, static_cast<std::size_t>(std::max(length, ssize_t{0}))});
+    descriptors_.push_back(
+        {number, inode ? kDescriptorIsSocket : kDescriptorIsOther, inode.value_or(0)});
+  };
+  if (const int error = forEachNumber(directory.get(), entries_, add); error != 0) {
+    return processError(error);
+  }
+  if (!std::is_sorted(descriptors_.begin(), descriptors_.end(),
+                      [](const auto& a, const auto& b) { return a.number < b.number; })) {
+    std::sort(descriptors_.begin(), descriptors_.end(),
+              [](const auto& a, const auto& b) { return a.number < b.number; });
+  }
+  process_ = process;
+  return 0;
+}
+
+ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
+                                                 proc_taskallinfo& information) try {
+  if (const int error = readDescriptors(process); error != 0) return failed(error);
+  information.openFiles = static_cast<std::uint32_t>(descriptors_.size());
+  return {kProcTaskAllInfoSize, 0};
+} catch (const std::bad_alloc&) {
+  return failed(ENOMEM);
+}
+
+ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
+                                                 std::span<proc_fdinfo> descriptors) try {
+  if (process != process_ || listed_) {
+    if (const int error = readDescriptors(process); error != 0) return failed(error);
+  }
+  listed_ = true;
+  const std::size_t count = std::min(descriptors_.size(), descriptors.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    descriptors[i] = {descriptors_[i].number, descriptors_[i].type};
+  }
+  return {static_cast<int>(count * sizeof(proc_fdinfo)), 0};
+} catch (const std::bad_alloc&) {
+  return failed(ENOMEM);
+}
+
+ProcAnswer LinuxProcessInformation::proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
+                                                   socket_fdinfo& socket) try {
+  if (process != process_) {
+    if (const int error = readDescriptors(process); error != 0) return failed(error);
+  }
+  const auto open =
+      std::lower_bound(descriptors_.begin(), descriptors_.end(), descriptor,
+                       [](const auto& a, std::int32_t number) { return a.number < number; });
+  if (open == descriptors_.end() || open->number != descriptor) return failed(EBADF);
+  if (open->type != kDescriptorIsSocket) return failed(ENOTSOCK);
+  if (socketsAreOld_) {
+    sockets_.take();
+    socketsAreOld_ = false;
+  }
+  const socket_fdinfo* const found = sockets_.find(open->inode);
+  socket = found != nullptr ? *found : socket_fdinfo{};
+  return {kSocketFdInfoSize, 0};
+} catch (const std::bad_alloc&) {
+  return failed(ENOMEM);
+}
+
+ProcAnswer LinuxProcessInformation::proc_name(std::int32_t process, std::span<char> name) {
+  if (process <= 0) return failed(kNoSuchProcess);
+  const Descriptor file(
+      ::openat(proc_.get(), ProcPath(process, "comm").text(), O_RDONLY | O_CLOEXEC));
+  if (!file) return failed(processError(errno));
+  char text[128];
+  const ssize_t length = ::read(file.get(), text, sizeof text);  // handed over whole
+  if (length < 0) return failed(processError(errno));
+  std::string_view found(text, static_cast<std::size_t>(length));
+  if (found.ends_with('\n')) found.remove_suffix(1);
+  return answerText(found, name);
+}
+
+ProcAnswer LinuxProcessInformation::proc_pidpath(std::int32_t process, std::span<char> path) {
+  if (process <= 0) return failed(kNoSuchProcess);
+  char link[PATH_MAX];
+  const ssize_t length =
+      ::readlinkat(proc_.get(), ProcPath(process, "exe").text(), link, sizeof link);
+  if (length < 0 && errno == ENOENT) {  // a thread of the kernel has no executable either
+    const bool lives = ::faccessat(proc_.get(), ProcPath(process, "comm").text(), F_OK, 0) == 0;
+    return failed(lives ? ENOENT : kNoSuchProcess);
+  }
+  if (length < 0) return failed(errno);
+  std::string_view found(link, static_cast<std::size_t>(length));
+  constexpr std::string_view kDeleted = " (deleted)";
+  if (found.ends_with(kDeleted)) found.remove_suffix(kDeleted.size());
+  return answerText(found, path);
+}
+
+}  // namespace zorva

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/processes/SystemStatistics.h"
+#include "platform/processes/linux/ProcfsParsers.h"
+
+namespace zorva {
+
+/// The kernel's figures from procfs and sysfs; docs/process-figures.md names the source of each.
+///
+/// A look at a task without details is one open, read and close of a small file, relative to a
+/// descriptor of procfs that is kept, and allocates nothing.
+class LinuxSystemStatistics : public SystemStatistics {
+ public:
+  /// The roots are for tests. Where there is no procfs, every figure that comes from it fails when
+  /// it is asked for.
+  explicit LinuxSystemStatistics(const std::string& procRoot = "/proc",
+                                 std::string sysRoot = "/sys");
+  LinuxSystemStatistics(const LinuxSystemStatistics&) = delete;
+  LinuxSystemStatistics& operator=(const LinuxSystemStatistics&) = delete;
+  ~LinuxSystemStatistics() override;
+
+  KernelResult timeOfDay(Date& now) override;
+  KernelResult memorySize(std::uint64_t& bytes) override;
+  std::uint64_t pageSize() override { return pageSize_; }
+  std::optional<ReservedMemory> reservedMemory() override;
+  KernelResult maximumArgumentLength(std::size_t& bytes) override;
+  KernelResult cpuLoad(HostCpuLoad& load) override;
+  KernelResult loadAverages(double (&averages)[3]) override;
+  KernelResult vmStatistics(HostVmStatistics& statistics) override;
+  KernelResult swapUsage(SwapUsage& usage) override;
+  KernelResult interfaceTraffic(std::vector<NetworkTotals>& interfaces) override;
+  KernelResult frameworkMemory(std::uint64_t& bytes) override;
+  KernelResult openDeviceRegistry() override { return {}; }
+  KernelResult blockDrivers(std::vector<std::string>& names) override;
+  KernelResult blockDriverTransfers(const std::string& name, DiskTotals& transfers) override;
+  TaskListResult listTasks(std::vector<std::int32_t>& processes) override;
+  TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail, TaskSample& sample) override;
+  KernelResult memoryRegions(std::int32_t process, std::vector<MemoryRegion>& regions) override;
+  std::string_view launcherCommand() override { return {}; }
+  KernelResult executablePath(std::int32_t process, std::span<char> buffer,
+                              std::size_t& length) override;
+
+ private:
+  KernelResult readText(int directory, const char* path);
+  KernelResult readHostStat(HostStat& stat);
+  KernelResult readStat(const char* path, ProcStat& stat);
+  KernelResult listNumbers(int directory, std::vector<std::int32_t>& numbers);
+  KernelResult listThreads(std::int32_t process);
+  KernelResult takeThreads(std::int32_t process, TaskSample& sample);
+  KernelResult takeContextSwitches(std::int32_t process, TaskEvents& events);
+  std::uint32_t countDescriptors(std::int32_t process);
+
+  std::string sysRoot_;
+  int proc_;  ///< descriptor of procfs, -1 without one
+  std::uint64_t pageSize_;
+  std::uint64_t ticksPerSecond_;
+  std::optional<std::int64_t> bootSeconds_;  ///< as the host's figures last told it
+
+  // Kept from call to call, so that their memory is allocated once.
+  std::array<char, 4096> line_;
+  alignas(std::uint64_t) std::array<char, 32768> entries_;  ///< entries of a directory
+  std::vector<std::int32_t> numbers_;
+  std::string text_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <span>
+#include <unistd.h>
+
+#include "platform/processes/SystemStatistics.h"
+
+// How the kernel's small files are named and read.
+namespace zorva {
+
+static_assert(kKernelNoMemory == ENOMEM);
+
+/// Our own memory is short.
+inline KernelResult noMemory() {
+  return {kKernelNoMemory, std::strerror(ENOMEM)};
+}
+
+/// A system call's failure. A kernel that is short of memory is not a caller that is: only the
+/// latter ends a sample or the program, so the former gets another code.
+inline KernelResult failure(int error) {
+  return {error == ENOMEM ? EAGAIN : error, std::strerror(error)};
+}
+
+/// "PID/stat", or "PID/task/TID/stat": a path below the root of procfs.
+class ProcPath {
+ public:
+  ProcPath(std::int32_t process, const char* file) { append(process).append("/").append(file); }
+  ProcPath(std::int32_t process, std::int32_t thread, const char* file) {
+    append(process).append("/task/").append(thread).append("/").append(file);
+  }
+  const char* text() const { return text_; }
+
+ private:
+  ProcPath& append(std::int32_t number) {
+    end_ = std::to_chars(end_, text_ + sizeof text_ - 1, number).ptr;
+    *end_ = '\0';
+    return *this;
+  }
+  ProcPath& append(const char* piece) {
+    while (*piece != '\0' && end_ < text_ + sizeof text_ - 1) *end_++ = *piece++;
+    *end_ = '\0';
+    return *this;
+  }
+
+  char text_[64];
+  char* end_ = text_;
+};
+
+/// Reads until the buffer is full or the file ends; the number of bytes, or -1 with errno.
+inline ssize_t readFully(int file, std::span<char> buffer) {
+  std::size_t length = 0;
+  while (length < buffer.size()) {
+    const ssize_t count = ::read(file, buffer.data() + length, buffer.size() - length);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return -1;
+    if (count == 0) break;
+    length += static_cast<std::size_t>(count);
+  }
+  return static_cast<ssize_t>(length);
+}
+
+inline int openDirectory(int directory, const char* path) {
+  return ::openat(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+/// Calls back with the name of every entry of the directory, which is read from its start. The
+/// buffer must be aligned as dirent64 is.
+template <typename Visit>
+KernelResult forEachEntry(int directory, std::span<char> buffer, Visit visit) {
+  if (::lseek(directory, 0, SEEK_SET) < 0) return failure(errno);
+  for (;;) {
+    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
+    if (length < 0) return failure(errno);
+    if (length == 0) return {};
+    for (ssize_t at = 0; at < length;) {
+      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+      if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
+        visit(static_cast<const char*>(entry->d_name));
+      }
+      at += entry->d_reclen;
+    }
+  }
+}
+
+}  // namespace zorva

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/processes/ProcessInformation.h"
+#include "platform/processes/sim/SimProcessTable.h"
+#include "platform/scenario/SimFaults.h"
+
+namespace zorva {
+
+/// Tells of the processes of the table as they are when it is asked. Nothing happens on the handset
+/// in the course of a look at them.
+class SimProcessInformation : public ProcessInformation {
+ public:
+  SimProcessInformation(SimFaults& faults, const SimProcessTable& table);
+
+  ProcAnswer proc_listpids(std::span<std::int32_t> processes) override;
+  ProcAnswer proc_pidinfo(std::int32_t process, proc_taskallinfo& information) override;
+  ProcAnswer proc_pidinfo(std::int32_t process, std::span<proc_fdinfo> descriptors) override;
+  ProcAnswer proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
+                            socket_fdinfo& socket) override;
+  ProcAnswer proc_name(std::int32_t process, std::span<char> name) override;
+  ProcAnswer proc_pidpath(std::int32_t process, std::span<char> path) override;
+
+ private:
+  const SimProcessTable& table_;
+  // Those that end in Fault answer an error number, those that end in Instead that figure.
+  SimFaultPoint countProcessesFault_;
+  SimFaultPoint listProcessesFault_;
+  SimFaultPoint taskInformationFault_;
+  SimFaultPoint taskBytesInstead_;
+  SimFaultPoint openFilesInstead_;
+  SimFaultPoint descriptorsFault_;
+  SimFaultPoint socketFault_;
+  SimFaultPoint socketBytesInstead_;
+  SimFaultPoint nameFault_;
+  SimFaultPoint pathFault_;
+};
+
+}  // namespace zorva

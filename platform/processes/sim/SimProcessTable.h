@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "platform/processes/ProcessInformation.h"
+#include "platform/processes/ProcessTable.h"
+#include "platform/processes/sim/SimSystemStatistics.h"
+#include "platform/scenario/SimParts.h"
+
+namespace zorva {
+
+/// A process of the handset.
+struct SimProcess {
+  std::string name;  ///< as the kernel keeps it
+  std::string path;  ///< of the executable; empty when nobody may read it
+  /// By number. What holds no socket is an open file.
+  std::map<std::int32_t, std::optional<socket_fdinfo>> descriptors;
+};
+
+/// A socket for the table. Addresses are written "10.2.3.4:49152"; throws std::invalid_argument for
+/// anything else. The state is one of tcp::k....
+socket_fdinfo simTcpSocket(const std::string& local, const std::string& remote, std::int32_t state);
+socket_fdinfo simUdpSocket(const std::string& local, const std::string& remote = "0.0.0.0:0");
+
+/// The handset's processes, which the kernel's figures tell of too.
+class SimProcessTable : public ProcessTable {
+ public:
+  SimProcessTable(SimParts& parts, SimSystemStatistics& statistics);
+
+  std::optional<std::string> commandName(std::int32_t process) override {
+    const SimProcess* found = find(process);
+    if (commandNameFault_.strikes() || found == nullptr) return std::nullopt;
+    return found->name;
+  }
+
+  /// Starts a process, or replaces the one with that id. The kernel keeps 16 bytes of the name.
+  void setProcess(std::int32_t process, const std::string& name, double cpuSeconds = 0);
+  void setPath(std::int32_t process, const std::string& path);
+  void endProcess(std::int32_t process);
+  /// Opens a socket, or a file, in a process that is there, under the lowest number that is free
+  /// there.
+  void open(std::int32_t process, const std::optional<socket_fdinfo>& socket);
+  /// Lets a process that is there use the processor for so long.
+  void addCpuTime(std::int32_t process, double seconds);
+
+  /// By id.
+  const std::map<std::int32_t, SimProcess>& all() const { return processes_; }
+  /// The process, or nothing when it is not there.
+  const SimProcess* find(std::int32_t process) const {
+    const auto found = processes_.find(process);
+    return found == processes_.end() ? nullptr : &found->second;
+  }
+
+ private:
+  using PlannedSockets = std::multiset<std::string>;  // as told apart by their local address
+
+  ScenarioAction readProcess(const ScenarioNode& node);
+  ScenarioAction readStep(const ScenarioNode& node);
+  std::int32_t readId(const ScenarioNode& node);
+  ScenarioAction readSockets(const ScenarioNode& node);
+  ScenarioAction readClose(const ScenarioNode& node);
+  void close(std::int32_t process, const std::string& socket);
+  /// The processes that will be there when the step that is being read happens.
+  std::map<std::int32_t, PlannedSockets>& planned();
+  void clear();
+
+  SimSystemStatistics& statistics_;
+  SimFaultPoint commandNameFault_;
+  std::map<std::int32_t, SimProcess> processes_;
+  std::optional<std::map<std::int32_t, PlannedSockets>> planned_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/loop/Clock.h"
+#include "platform/processes/SystemStatistics.h"
+#include "platform/scenario/SimFaults.h"
+
+namespace zorva {
+
+/// The kernel's figures of the simulated handset: whatever was set, for the whole system and for
+/// each task of a table that can be changed at any time.
+class SimSystemStatistics : public SystemStatistics {
+ public:
+  /// timeOfDay() tells this clock's time.
+  explicit SimSystemStatistics(const Clock& clock) : clock_(clock) {}
+  /// The same with a fault point for each operation, "statistics." and its name.
+  SimSystemStatistics(SimFaults& faults, const Clock& clock);
+
+  /// Figures of the system, answered as they stand.
+  struct System {
+    std::uint64_t memorySize = 512ULL << 20;
+    std::uint64_t pageSize = 4096;
+    std::optional<ReservedMemory> reservedMemory;
+    std::size_t maximumArgumentLength = 256 << 10;
+    HostCpuLoad cpuLoad;
+    std::array<double, 3> loadAverages{};
+    HostVmStatistics vmStatistics;
+    SwapUsage swapUsage;
+    std::vector<NetworkTotals> interfaceTraffic;
+    std::uint64_t frameworkMemory = 0;
+    std::map<std::string, DiskTotals> blockDrivers;
+    std::string launcherCommand;
+  };
+  System system;
+
+  struct Task {
+    /// All of it, whatever a caller asks for. The times in `basic` are those of the exited threads.
+    TaskSample sample;
+    std::vector<MemoryRegion> regions;
+    std::string executablePath;
+  };
+
+  /// Puts a task into the table, in the place of the one with the same process id.
+  void setTask(Task task);
+  /// The same for one with a name and a CPU time, all of it used by threads that have exited, and
+  /// one waiting thread.
+  void setTask(std::int32_t process, const std::string& command, TimeValue cpuTime);
+  /// The task of the table, for changes; it must be there.
+  Task& task(std::int32_t process) { return tasks_.at(process); }
+  void removeTask(std::int32_t process) { tasks_.erase(process); }
+  /// Lets the task be in the next list and end right after it.
+  void endAfterNextListing(std::int32_t process) { ending_ = process; }
+
+  enum class Operation {
+    TimeOfDay,
+    MemorySize,
+    MaximumArgumentLength,
+    CpuLoad,
+    LoadAverages,
+    VmStatistics,
+    SwapUsage,
+    InterfaceTraffic,
+    FrameworkMemory,
+    OpenDeviceRegistry,
+    BlockDrivers,
+    BlockDriverTransfers,
+    ProcessorSets,
+    PrivilegedAccess,
+    Tasks,
+    KernelProcess,
+    TaskInformation,
+    MemoryRegions,
+    ExecutablePath,
+  };
+  /// Lets the next call of the operation fail with the result.
+  void failNext(Operation operation, KernelResult result) {
+    failures_[operation] = std::move(result);
+  }
+
+  /// How often the operation was called so far.
+  int calls(Operation operation) const;
+  /// The details asked for by the last look at a task.
+  TaskDetail lastDetail() const { return lastDetail_; }
+
+  KernelResult timeOfDay(Date& now) override;
+  KernelResult memorySize(std::uint64_t& bytes) override;
+  std::uint64_t pageSize() override { return system.pageSize; }
+  std::optional<ReservedMemory> reservedMemory() override { return system.reservedMemory; }
+  KernelResult maximumArgumentLength(std::size_t& bytes) override;
+  KernelResult cpuLoad(HostCpuLoad& load) override;
+  KernelResult loadAverages(double (&averages)[3]) override;
+  KernelResult vmStatistics(HostVmStatistics& statistics) override;
+  KernelResult swapUsage(SwapUsage& usage) override;
+  KernelResult interfaceTraffic(std::vector<NetworkTotals>& interfaces) override;
+  KernelResult frameworkMemory(std::uint64_t& bytes) override;
+  KernelResult openDeviceRegistry() override;
+  KernelResult blockDrivers(std::vector<std::string>& names) override;
+  KernelResult blockDriverTransfers(const std::string& name, DiskTotals& transfers) override;
+  TaskListResult listTasks(std::vector<std::int32_t>& processes) override;
+  TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail, TaskSample& sample) override;
+  KernelResult memoryRegions(std::int32_t process, std::vector<MemoryRegion>& regions) override;
+  std::string_view launcherCommand() override { return system.launcherCommand; }
+  KernelResult executablePath(std::int32_t process, std::span<char> buffer,
+                              std::size_t& length) override;
+
+ private:
+  // Counts the call; the failure that was wanted for it, or ok.
+  KernelResult enter(Operation operation);
+  template <typename Figure>
+  KernelResult answer(Operation operation, const Figure& figure, Figure& result);
+
+  const Clock& clock_;
+  std::map<Operation, SimFaultPoint> faultPoints_;
+  std::map<std::int32_t, Task> tasks_;
+  std::optional<std::int32_t> ending_;
+  std::map<Operation, KernelResult> failures_;
+  std::map<Operation, int> calls_;
+  TaskDetail lastDetail_ = TaskDetail::None;
+};
+
+}  // namespace zorva

@@ -1,0 +1,77 @@
+#include "platform/reachability/linux/LinuxReachability.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/testing/ChildProcess.h"
+#include "platform/testing/TestLoop.h"
+
+namespace zorva {
+namespace {
+
+constexpr int kSkipped = 77;
+
+bool ip(const std::string& command) {
+  return std::system(("ip " + command + " 2>/dev/null").c_str()) == 0;
+}
+
+TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
+  ChildForTest child([] {
+    if (unshare(CLONE_NEWNET) != 0) return kSkipped;
+    // Two cables, both of whose ends are here.
+    for (const char* name : {"wwan7", "lan0"}) {
+      const std::string link = name;
+      if (!ip("link add name " + link + " type veth peer name " + link + "p")) return kSkipped;
+      EXPECT_TRUE(
+          ip("addr add 10.9." + std::string(link == "lan0" ? "2" : "1") + ".1/24 dev " + link));
+      EXPECT_TRUE(ip("link set " + link + " up") && ip("link set " + link + "p up"));
+    }
+
+    const LoopForTest loop;
+    LinuxReachability service(loop.event(), "/nowhere");
+    const auto target = service.createTarget({});
+    std::vector<std::uint32_t> told;
+    EXPECT_TRUE(target->setCallback([&](std::uint32_t flags) { told.push_back(flags); }));
+    auto scheduled = target->schedule();
+    EXPECT_EQ(target->flags(), 0u) << "links without a default route";
+
+    const std::pair<const char*, std::uint32_t> steps[] = {
+        {"route add default via 10.9.1.2 metric 50", 0x40002},
+        {"route add default via 10.9.2.2 metric 70", 0x40002},  // the other one is taken
+        {"route add 10.20.0.0/16 via 10.9.2.2", 0x40002},
+        {"link set wwan7 down", 0x2},
+        {"route del default via 10.9.2.2", 0x0},
+        {"route add unreachable default", 0x0},
+        {"route add default metric 9 nexthop via 10.9.2.2 nexthop via 10.9.2.3", 0x2},
+        {"link set lan0p down", 0x0},  // no carrier
+        {"link set lan0p up", 0x2},
+        {"link set lan0 down", 0x0}};
+    std::uint32_t before = 0;
+    for (const auto& [command, flags] : steps) {
+      EXPECT_TRUE(ip(command)) << command;
+      if (flags != before) loop.runUntil([&] { return !told.empty(); });
+      loop.drain();
+      EXPECT_EQ(told, flags == before ? std::vector<std::uint32_t>{} : std::vector{flags})
+          << command;
+      EXPECT_EQ(target->flags(), flags) << command;
+      told.clear();
+      before = flags;
+    }
+    scheduled.reset();
+    ip("link set lan0 up");
+    ip("route add default via 10.9.2.2 metric 70");
+    loop.drain();
+    EXPECT_EQ(told, std::vector<std::uint32_t>{});
+    return testing::Test::HasFailure() ? 1 : 0;
+  });
+  const int status = child.status();
+  if (status == kSkipped) GTEST_SKIP() << "no network namespace or no veth links for this user";
+  EXPECT_EQ(status, 0);
+}
+
+}  // namespace
+}  // namespace zorva

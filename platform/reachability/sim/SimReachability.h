@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/base/Observers.h"
+#include "platform/reachability/Reachability.h"
+#include "platform/scenario/SimParts.h"
+
+namespace zorva {
+
+/// The network-reachability service: everything is reachable over Wi-Fi at first.
+class SimReachability : public Reachability {
+ public:
+  explicit SimReachability(SimParts& parts);
+
+  std::unique_ptr<ReachabilityTarget> createTarget(const IPv4SocketAddress& address) override;
+
+  /// Tells the targets, when the flags are others than before.
+  void setFlags(std::uint32_t flags);
+  /// Nothing while they cannot be read.
+  std::optional<std::uint32_t> readFlags();
+
+ private:
+  class Target;
+
+  SimFaultPoint createTargetFault_;
+  SimFaultPoint setCallbackFault_;
+  SimFaultPoint flagsFault_;
+  std::uint32_t flags_ = reachability::kReachable;
+  Observers<std::uint32_t> targets_;
+};
+
+}  // namespace zorva

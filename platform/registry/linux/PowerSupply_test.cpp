@@ -1,0 +1,107 @@
+#include "platform/registry/linux/PowerSupply.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace zorva {
+namespace {
+
+// Attributes as a test writes them: "status=Not_charging temp=1", with _ for a blank.
+SysfsAttributes attributes(const std::string& text) {
+  return [text = " " + text + " "](const std::string& name) -> std::optional<std::string> {
+    const std::size_t found = text.find(" " + name + "=");
+    if (found == text.npos) return std::nullopt;
+    const std::size_t start = found + name.size() + 2;
+    std::string value = text.substr(start, text.find(' ', start) - start);
+    std::ranges::replace(value, '_', ' ');
+    return value;
+  };
+}
+
+TEST(PowerSupply, PublishesWhatTheKernelTells) {
+  const struct {
+    const char* name;
+    const char* attributes;
+    const char* properties;
+    bool gasGauge;
+  } cases[] = {
+      {"handset",
+       "status=Discharging health=Good capacity=12 capacity_level=Normal charge_now=1234000 "
+       "charge_full=1400000 charge_full_design=1500400 current_now=250600 current_avg=-199400 "
+       "voltage_now=3921499 temp=295 cycle_count=321",
+       "{CurrentCapacity = 1234; MaxCapacity = 1400; DesignCapacity = 1500; "
+       "VennorRawCurrentCapacity = 1234; VennorRawMaxCapacity = 1400; InstantAmperage = -251; "
+       "Amperage = -199; Voltage = 3921; VennorRawBatteryVoltage = 3921; Temperature = 2950; "
+       "CycleCount = 321; IsCharging = 0; FullyCharged = 0; AtCriticalLevel = 0;}",
+       true},
+      {"energy: 50 Wh at the nominal 10 V are 5000 mAh, 11 W at 11 V are 1000 mA",
+       "status=Charging energy_now=25000000 energy_full=50000000 energy_full_design=60000000 "
+       "voltage_min_design=10000000 voltage_now=11000000 power_now=11000000 capacity=50",
+       "{CurrentCapacity = 2500; MaxCapacity = 5000; DesignCapacity = 6000; "
+       "VennorRawCurrentCapacity = 2500; VennorRawMaxCapacity = 5000; InstantAmperage = 1000; "
+       "Amperage = 1000; Voltage = 11000; VennorRawBatteryVoltage = 11000; IsCharging = 1; "
+       "FullyCharged = 0; AtCriticalLevel = 0;}",
+       true},
+      {"energy at the present voltage",
+       "energy_now=20000000 energy_full=40000000 voltage_min_design=0 voltage_now=4000000",
+       "{CurrentCapacity = 5000; MaxCapacity = 10000; VennorRawCurrentCapacity = 5000; "
+       "VennorRawMaxCapacity = 10000; Voltage = 4000; VennorRawBatteryVoltage = 4000;}",
+       false},
+      {"percent only; critical by its own account",
+       "status=Full capacity=97 capacity_level=Critical voltage_now=4200000 current_now=-5000",
+       "{CurrentCapacity = 97; MaxCapacity = 100; InstantAmperage = -5; Amperage = -5; "
+       "Voltage = 4200; VennorRawBatteryVoltage = 4200; IsCharging = 0; FullyCharged = 1; "
+       "AtCriticalLevel = 1;}",
+       false},
+      {"percent of a full charge", "capacity=25 charge_full=3000000 current_now=7000",
+       "{CurrentCapacity = 750; MaxCapacity = 3000; VennorRawMaxCapacity = 3000; "
+       "InstantAmperage = 7; Amperage = 7; AtCriticalLevel = 0;}",
+       true},
+      {"full charge known by design only",
+       "charge_now=1000000 charge_full=0 charge_full_design=4000000 current_now=1",
+       "{CurrentCapacity = 1000; MaxCapacity = 4000; DesignCapacity = 4000; "
+       "VennorRawCurrentCapacity = 1000; InstantAmperage = 0; Amperage = 0;}",
+       false},
+      {"charge without any full charge", "charge_now=1000000 capacity=2 status=Unknown",
+       "{CurrentCapacity = 2; MaxCapacity = 100; VennorRawCurrentCapacity = 1000; "
+       "IsCharging = 0; FullyCharged = 0; AtCriticalLevel = 1;}",
+       false},
+      {"frost, and energy without a voltage", "temp=-105 energy_now=20000000 energy_full=40000000",
+       "{Temperature = -1050;}", false},
+      {"nonsense",
+       "charge_now=99999999999999999999 charge_full=12mAh current_now= "
+       "current_avg=9223372036854775807 voltage_now=-3000000 temp=214748365 cycle_count=-1 "
+       "capacity=101 status= health= energy_now=_5 charge_full_design=0x10 power_now=nan",
+       "{}", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const SysfsAttributes supply = attributes(c.attributes);
+    const Dictionary properties = powerSourceProperties(supply);
+    EXPECT_EQ(Value(properties).description(), c.properties);
+    EXPECT_EQ(supplyHasGasGauge(supply), c.gasGauge);
+    for (const auto& [key, value] : properties) {
+      EXPECT_EQ(powerSourceProperty(key, supply), value) << key;
+    }
+  }
+}
+
+TEST(PowerSupply, TellsWhatHindersCharging) {
+  const std::pair<const char*, Value> cases[] = {
+      {"health=Good status=Discharging", {}},
+      {"health=Unknown status=Charging", {}},
+      {"health=Good status=Not_charging", "Not charging"},
+      {"health=Over_voltage status=Discharging", "Over voltage"},
+      {"health=Overheat status=Not_charging", "HighTemperature"},
+      {"health=Hot", "HighTemperature"},
+      {"health=Warm", "HighTemperature"},
+      {"health=Cold status=Full", "LowTemperature"},
+      {"health=Cool", "LowTemperature"},
+  };
+  for (const auto& [text, status] : cases) {
+    EXPECT_EQ(powerSourceProperty("ChargeStatus", attributes(text)), status) << text;
+  }
+}
+
+}  // namespace
+}  // namespace zorva

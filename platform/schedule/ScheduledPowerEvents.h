@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "platform/base/Value.h"
+
+namespace zorva {
+
+/// The power events that are planned: wakes, power-ons, sleeps, shutdowns and restarts.
+class ScheduledPowerEvents {
+ public:
+  virtual ~ScheduledPowerEvents() = default;
+
+  /// One record an event, the earliest first, or nothing when there is no list. The keys: "time"
+  /// (date), "eventtype" (text: "wake", "wakepoweron", "poweron", "sleep", "shutdown", "restart" or
+  /// another word) and "scheduledby" (text: who asked for it).
+  virtual std::optional<std::vector<Dictionary>> copyScheduledPowerEvents() = 0;
+};
+
+}  // namespace zorva

@@ -1,0 +1,221 @@
+#include "platform/sleep/linux/LinuxKernelValues.h"
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <map>
+
+#include "platform/testing/TemporaryDirectory.h"
+
+namespace zorva {
+namespace {
+
+constexpr const char* kPciModem = "devices/pci0/0000:00:1c.0/0000:02:00.0";
+constexpr const char* kUsbModem = "devices/pci0/0000:00:14.0/usb1/1-3";
+constexpr const char* kKeyboard = "devices/pci0/0000:00:14.0/usb1/1-4";
+constexpr const char* kSocModem = "devices/platform/soc/4080000.remoteproc";
+
+// A machine with three modems, of which a case tells those that are known as such, a keyboard on
+// the USB modem's host controller, a clock and a power key.
+class Machine {
+ public:
+  Machine() {
+    for (const auto& [number, name] : std::map<int, std::string>{{8, "rtc0"},
+                                                                 {9, "acpi"},
+                                                                 {25, "xhci_hcd"},
+                                                                 {40, "mhi"},
+                                                                 {41, "mhi"},
+                                                                 {50, "qcom-q6v5-mss,other"},
+                                                                 {51, "modemmanager"},
+                                                                 {52, "smd-modem"},
+                                                                 {53, "aipa"},
+                                                                 {54, ""}}) {
+      const std::string directory = "kernel/irq/" + std::to_string(number);
+      write(directory + "/actions", name + "\n");
+      write(directory + "/chip_name", "IO-APIC\n");
+      write(directory + "/name", "edge\n");
+    }
+    write("devices/pci0/0000:00:14.0/irq", "25\n");
+    write("devices/pci0/0000:00:1c.0/irq", "0\n");
+    write(std::string(kPciModem) + "/msi_irqs/40", "msi\n");
+    write(std::string(kUsbModem) + "/idVendor", "1199\n");
+    write(std::string(kKeyboard) + "/idVendor", "1234\n");
+    write(std::string(kSocModem) + "/modalias", "x\n");
+    std::filesystem::create_symlink("../../../../bus/platform/drivers/qcom-q6v5-mss",
+                                    directory_ / (std::string(kSocModem) + "/driver"));
+    device("wakeup0", kPciModem);
+    device("wakeup1", std::string(kUsbModem) + "/1-3:1.0");
+    device("wakeup2", kKeyboard);
+    device("wakeup3", "devices/platform/gpio-keys");
+    device("wakeup5", "devices/pnp0/00:04");
+    std::filesystem::create_directories(directory_ / "devices/pnp0/00:04/rtc/rtc0");
+    std::filesystem::create_symlink("../../../bus/pnp/drivers/rtc_cmos",
+                                    directory_ / "devices/pnp0/00:04/driver");
+  }
+  // The next sleep: nothing is known of a wake.
+  void reset() const {
+    std::filesystem::remove_all(directory_ / "power");
+    std::filesystem::remove_all(directory_ / "kernel/wakeup_reasons");
+    int number = 0;
+    for (const char* name : {"0000:02:00.0", "1-3", "1-4", "gpio-keys", "modem_wakeup", "00:04"}) {
+      const std::string entry = "wakeup" + std::to_string(number++);
+      write("class/wakeup/" + entry + "/name", std::string(name) + "\n");
+      speak(entry, 5, 0, 100);
+    }
+  }
+  void write(const std::string& name, const std::string& text) const {
+    directory_.write(name, text);
+  }
+  // The source speaks up: its counts and the time of that.
+  void speak(const std::string& entry, int events, int wakeups, int time) const {
+    const std::string directory = "class/wakeup/" + entry;
+    write(directory + "/event_count", std::to_string(events) + "\n");
+    write(directory + "/wakeup_count", std::to_string(wakeups) + "\n");
+    write(directory + "/last_change_ms", std::to_string(time) + "\n");
+  }
+  void wokenBy(int interrupt) const {
+    write("power/pm_wakeup_irq", std::to_string(interrupt) + "\n");
+  }
+  std::string operator/(const std::string& name) const { return directory_ / name; }
+
+ private:
+  void device(const std::string& entry, const std::string& device) const {
+    std::filesystem::create_directories(directory_ / device);
+    std::filesystem::create_directories(directory_ / ("class/wakeup/" + entry));
+    std::filesystem::create_symlink(directory_ / device,
+                                    directory_ / ("class/wakeup/" + entry + "/device"));
+  }
+  DirectoryForTest directory_;
+};
+
+TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
+  struct Case {
+    std::vector<std::string> modems;
+    std::function<void(const Machine&)> wake;
+    std::string reason;  ///< empty: none
+  };
+  const auto resumeReason = [](const std::string& text) {
+    return [=](const Machine& machine) {
+      machine.write("kernel/wakeup_reasons/last_resume_reason", text);
+      machine.wokenBy(9);
+      machine.speak("wakeup1", 6, 1, 200);
+    };
+  };
+  const auto interrupt = [](int number, std::vector<int> speakers = {}) {
+    return [=](const Machine& machine) {
+      machine.wokenBy(number);
+      int time = 200;
+      for (const int speaker : speakers) {
+        machine.speak("wakeup" + std::to_string(speaker), 6, 0, ++time);
+      }
+    };
+  };
+  const std::vector<Case> cases{
+      // The kernel's own text.
+      {{kUsbModem},
+       resumeReason("57 qcom,glink-smem\n8 pm8xxx_rtc_alarm\n"),
+       "57 qcom,glink-smem, 8 pm8xxx_rtc_alarm"},
+      {{}, resumeReason("8 rtc\n52 wakeup\n"), "baseband 8 rtc, 52 wakeup"},
+      {{kSocModem},
+       resumeReason("99 4080000.remoteproc:edge"),
+       "baseband 99 4080000.remoteproc:edge"},
+      {{kUsbModem},
+       resumeReason("Abort: Pending Wakeup Sources: 1-3"),
+       "Abort: Pending Wakeup Sources: 1-3"},
+      {{},
+       resumeReason("1 a\x80\x1b[2J " + std::string(240, 'x') + "\xc3\xa9"),
+       "1 a\xef\xbf\xbd\\x1b[2J " + std::string(240, 'x')},
+      // The interrupt: the modem's by its number, its driver, or a name of modems alone.
+      {{kPciModem}, interrupt(40), "baseband mhi irq 40 IO-APIC"},
+      {{kPciModem}, interrupt(41), "mhi irq 41 IO-APIC"},
+      {{kSocModem}, interrupt(50), "baseband qcom-q6v5-mss,other irq 50 IO-APIC"},
+      {{}, interrupt(50), "qcom-q6v5-mss,other irq 50 IO-APIC"},
+      {{}, interrupt(52), "baseband smd-modem irq 52 IO-APIC"},
+      {{}, interrupt(53), "aipa irq 53 IO-APIC"},
+      {{kPciModem}, interrupt(54), "edge irq 54 IO-APIC"},
+      // Shared ones, by who was first.
+      {{kUsbModem}, interrupt(25, {1, 2}), "baseband xhci_hcd irq 25 IO-APIC"},
+      {{kUsbModem}, interrupt(25, {2, 1}), "xhci_hcd irq 25 IO-APIC"},
+      {{kPciModem, kUsbModem}, interrupt(8, {0}), "rtc0 irq 8 IO-APIC"},
+      // The firmware's, with who was first: what a driver looks after is told by its name, too.
+      {{}, interrupt(9, {3, 5}), "acpi irq 9 IO-APIC, gpio-keys wakeup source"},
+      {{}, interrupt(9, {5, 3}), "acpi irq 9 IO-APIC, 00:04 (rtc_cmos) wakeup source"},
+      // Sources alone.
+      {{}, interrupt(0, {3, 5}), "00:04 (rtc_cmos) wakeup source"},  // a clock's alarm comes late
+      {{},
+       [](const Machine& machine) {
+         machine.write("devices/pnp0/00:04/rtc/rtc0/wakealarm",
+                       "1795623977\n");  // is still to come
+         machine.speak("wakeup3", 6, 0, 201);
+         machine.speak("wakeup5", 6, 0, 202);
+       },
+       "gpio-keys wakeup source"},
+      {{kUsbModem, "qrtr://0", "/"},
+       [](const Machine& machine) {
+         machine.speak("wakeup2", 6, 0, 150);
+         machine.speak("wakeup1", 6, 1, 250);
+       },
+       "baseband 1-3 wakeup source"},
+      {{kUsbModem},
+       [](const Machine& machine) {
+         // A new device under an old entry, and one that has only fallen silent.
+         machine.write("class/wakeup/wakeup3/name", "lid\n");
+         machine.speak("wakeup3", 1, 0, 120);
+         machine.speak("wakeup1", 5, 0, 110);
+       },
+       "lid wakeup source"},
+      {{},
+       [](const Machine& machine) { machine.speak("wakeup4", 6, 0, 150); },
+       "baseband modem_wakeup wakeup source"},
+      {{kUsbModem}, [](const Machine& machine) { machine.write("power/pm_wakeup_irq", ""); }, ""},
+  };
+  const Machine machine;
+  for (const Case& each : cases) {
+    SCOPED_TRACE(std::to_string(&each - cases.data()) + ": " + each.reason);
+    machine.reset();
+    std::vector<std::string> modems;
+    for (const std::string& modem : each.modems) {
+      modems.push_back(modem.starts_with("devices") ? machine / modem : modem);
+    }
+    LinuxKernelValues kernel([&] { return std::exchange(modems, {}); }, machine / "");
+    kernel.systemWillSleep();
+    each.wake(machine);
+    kernel.systemDidWake();
+    machine.speak("wakeup2", 50, 50, 1);  // what comes later counts no more
+    std::array<char, 256> buffer;
+    std::size_t size = 0, filled = 0;
+    EXPECT_EQ(kernel.sizeOf("kern.wakereason", size), each.reason.empty() ? ENOENT : 0);
+    EXPECT_EQ(kernel.read("kern.wakereason", buffer, filled), each.reason.empty() ? ENOENT : 0);
+    EXPECT_EQ(filled, size);
+    if (filled > 0) {
+      EXPECT_EQ(buffer[filled - 1], '\0');
+      EXPECT_EQ(buffer.data(), each.reason);
+    }
+  }
+}
+
+TEST(LinuxKernelValues, FillsNoMoreThanTheBuffer) {
+  const Machine machine;
+  machine.reset();
+  machine.write("cmdline", "  quiet\tsplash\x01 \n");
+  LinuxKernelValues kernel({}, machine / "", machine / "");
+  std::size_t size = 0, filled = 0;
+  EXPECT_EQ(kernel.sizeOf("kern.bootargs", size), 0);
+  std::string buffer(size + 5, '#');
+  EXPECT_EQ(kernel.read("kern.bootargs", std::span(buffer).first(size), filled), 0);
+  EXPECT_EQ(buffer.substr(0, filled), std::string("quiet\\x09splash\\x01") + '\0');
+  EXPECT_EQ(kernel.read("kern.bootargs", std::span(buffer).first(3), filled), 0);
+  EXPECT_EQ(buffer.substr(0, filled), "qui");
+  EXPECT_EQ(buffer.substr(size), "#####");
+  // Nobody knows how it was before a sleep that was missed, also after one that was not.
+  kernel.systemWillSleep();
+  kernel.systemDidWake();
+  machine.speak("wakeup2", 9, 9, 900);
+  kernel.systemDidWake();
+  EXPECT_EQ(kernel.sizeOf("kern.wakereason", size), ENOENT);
+  EXPECT_EQ(kernel.read("kern.other", buffer, filled), ENOENT);
+}
+
+}  // namespace
+}  // namespace zorva

@@ -1,0 +1,189 @@
+#include "platform/sleep/linux/LinuxSystemPower.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <string>
+#include <utility>
+
+#include "platform/kit/bus/BusProperties.h"
+
+namespace zorva {
+
+struct LinuxSystemPower::Listener {
+  Handler handler;
+  bool listens = false;  ///< its source is on the loop
+  bool waits = false;    ///< told of a sleep that it has not allowed yet
+  bool removed = false;
+};
+
+class LinuxSystemPower::LinuxPort : public Port {
+ public:
+  LinuxPort(LinuxSystemPower* owner, std::uint32_t number,
+            std::weak_ptr<std::map<std::uint32_t, std::shared_ptr<Listener>>> listeners)
+      : owner_(owner), number_(number), listeners_(std::move(listeners)) {}
+
+  Registration addSourceToRunLoop() override {
+    const auto set = [owner = owner_, number = number_, weak = listeners_](bool listens) {
+      const auto listeners = weak.lock();  // lives as long as the owner
+      if (!listeners) return false;
+      const auto found = listeners->find(number);
+      if (found == listeners->end()) return false;
+      found->second->listens = listens;
+      found->second->waits = false;
+      owner->allowWhenNobodyWaits();
+      return true;
+    };
+    if (!set(true)) return {};
+    return Registration([set] { set(false); });
+  }
+
+ private:
+  LinuxSystemPower* owner_;
+  std::uint32_t number_;
+  std::weak_ptr<std::map<std::uint32_t, std::shared_ptr<Listener>>> listeners_;
+};
+
+LinuxSystemPower::LinuxSystemPower(LinuxBus& bus, Hooks hooks)
+    : bus_(bus),
+      hooks_(std::move(hooks)),
+      listeners_(std::make_shared<std::map<std::uint32_t, std::shared_ptr<Listener>>>()) {
+  registrations_.push_back(bus_.matchSignals(std::string("type='signal',sender='") + kLoginService +
+                                                 "',path='" + kLoginPath + "',interface='" +
+                                                 kLoginManager + "',member='PrepareForSleep'",
+                                             [this](sd_bus_message* signal) {
+                                               int sleep = 0;
+                                               if (sd_bus_message_read(signal, "b", &sleep) > 0)
+                                                 prepareForSleep(sleep != 0);
+                                             }));
+  registrations_.push_back(bus_.watchService(kLoginService, [this] { managerChanged(); }));
+  registrations_.push_back(bus_.observeConnection([this] { managerChanged(); }));
+}
+
+LinuxSystemPower::~LinuxSystemPower() = default;
+
+SystemPower::Registered LinuxSystemPower::registerForSystemPower(Handler handler) {
+  const std::uint32_t number = ++lastNumber_;
+  auto listener = std::make_shared<Listener>();
+  listener->handler = std::move(handler);
+  listeners_->emplace(number, std::move(listener));
+  if (!inhibitor_) takeInhibitor();
+  return {number, number, std::make_unique<LinuxPort>(this, number, listeners_)};
+}
+
+void LinuxSystemPower::takeInhibitor() {
+  if (listeners_->empty()) return;
+  const LinuxBus::Reply reply =
+      bus_.call(kLoginService, kLoginPath, kLoginManager, "Inhibit", [](sd_bus_message* call) {
+        return sd_bus_message_append(call, "ssss", "sleep", "Zorva", "Logs the way to sleep",
+                                     "delay");
+      });
+  if (reply.outcome != LinuxBus::Outcome::Answered) return;
+  int lock = -1;  // the message's
+  if (sd_bus_message_read(reply.message.get(), "h", &lock) <= 0) return;
+  // A lock that a restarted login manager may have kept is given back only for a new one.
+  inhibitor_ = Descriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 3));
+}
+
+void LinuxSystemPower::managerChanged() {
+  if (state_ == State::Awake || state_ == State::Waking) return takeInhibitor();
+  // The end of the sleep may have been told to nobody.
+  const LinuxBus::Reply reply =
+      getProperty(bus_, kLoginService, kLoginPath, kLoginManager, "PreparingForSleep", "b");
+  int sleeps = 1;
+  if (reply.outcome == LinuxBus::Outcome::Answered &&
+      sd_bus_message_read(reply.message.get(), "b", &sleeps) > 0 && sleeps == 0) {
+    wake();
+  }
+}
+
+void LinuxSystemPower::prepareForSleep(bool sleep) {
+  switch (state_) {
+    case State::Awake:
+      if (sleep) announceSleep();
+      break;
+    case State::Announced:
+      if (!sleep) wake();
+      break;
+    case State::Allowed:
+      sleep ? announceSleep() : wake();
+      break;
+    case State::Waking:
+      if (!sleep) break;
+      tellWake();  // never after the next sleep's announcement
+      announceSleep();
+      break;
+  }
+}
+
+void LinuxSystemPower::announceSleep() {
+  state_ = State::Announced;
+  ++announcement_;
+  for (const auto& [number, listener] : *listeners_) listener->waits = listener->listens;
+  tell(PowerMessage::WillSleep, announcement_);
+  allowWhenNobodyWaits();
+}
+
+void LinuxSystemPower::allowPowerChange(std::uint32_t connection, std::intptr_t argument) {
+  const auto found = listeners_->find(connection);
+  if (found == listeners_->end() || argument != announcement_) return;
+  found->second->waits = false;
+  allowWhenNobodyWaits();
+}
+
+void LinuxSystemPower::allowWhenNobodyWaits() {
+  if (state_ != State::Announced ||
+      std::any_of(listeners_->begin(), listeners_->end(),
+                  [](const auto& entry) { return entry.second->waits; })) {
+    return;
+  }
+  state_ = State::Allowed;
+  if (hooks_.beforeSleep) hooks_.beforeSleep();
+  inhibitor_ = Descriptor();
+}
+
+void LinuxSystemPower::wake() {
+  state_ = State::Waking;
+  for (const auto& [number, listener] : *listeners_) listener->waits = false;
+  ++announcement_;  // what is allowed from now on is a sleep of the past
+  takeInhibitor();
+  if (!hooks_.afterWake) return tellWake();
+  hooks_.afterWake([this, weak = std::weak_ptr(listeners_), wake = announcement_] {
+    if (weak.lock() && announcement_ == wake) tellWake();
+  });
+}
+
+void LinuxSystemPower::tellWake() {
+  if (state_ != State::Waking) return;
+  state_ = State::Awake;
+  tell(PowerMessage::HasPoweredOn, 0);
+  if (hooks_.wakeTold) hooks_.wakeTold();
+}
+
+void LinuxSystemPower::tell(PowerMessage message, std::intptr_t argument) {
+  std::vector<std::shared_ptr<Listener>> told;
+  for (const auto& [number, listener] : *listeners_) told.push_back(listener);
+  for (const auto& listener : told) {
+    if (listener->removed || !listener->listens) continue;
+    const Handler handler = listener->handler;
+    handler(static_cast<std::uint32_t>(message), argument);
+  }
+}
+
+void LinuxSystemPower::deregisterForSystemPower(std::uint32_t& notifier) {
+  remove(std::exchange(notifier, 0));
+}
+
+void LinuxSystemPower::closeConnection(std::uint32_t connection) {
+  remove(connection);
+}
+
+void LinuxSystemPower::remove(std::uint32_t number) {
+  const auto found = listeners_->find(number);
+  if (found == listeners_->end()) return;
+  found->second->removed = true;
+  listeners_->erase(found);
+  allowWhenNobodyWaits();
+  if (listeners_->empty()) inhibitor_ = Descriptor();
+}
+
+}  // namespace zorva

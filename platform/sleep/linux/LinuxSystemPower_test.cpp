@@ -1,0 +1,227 @@
+#include "platform/sleep/linux/LinuxSystemPower.h"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "platform/kit/bus/BusProperties.h"
+#include "platform/testing/PrivateBus.h"
+#include "platform/testing/TemporaryDirectory.h"
+#include "platform/testing/TestLoop.h"
+
+namespace zorva {
+namespace {
+
+// The mocked login manager's locks are one named pipe: each lock is a writer of it, who has written
+// what was asked for. The test reads it.
+class LinuxSystemPowerTest : public testing::Test {
+ protected:
+  using Lines = std::vector<std::string>;
+  static constexpr const char* kLock = "sleep|Zorva|Logs the way to sleep|delay\n";
+
+  LinuxSystemPowerTest() {
+    EXPECT_EQ(mkfifo((directory_ / "locks").c_str(), 0600), 0);
+    locks_ = Descriptor(::open((directory_ / "locks").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  }
+  // It is ready when its name appears: calls wait until the template is loaded.
+  void startLogind() {
+    directory_.write("logind.py", "DIRECTORY = '" + (directory_ / "") + "'\n" + R"(
+import dbus, os
+BUS_NAME = 'org.freedesktop.login1'
+MAIN_OBJ = '/org/freedesktop/login1'
+MAIN_IFACE = 'org.freedesktop.login1.Manager'
+SYSTEM_BUS = True
+def load(mock, parameters):
+    mock.AddProperty(MAIN_IFACE, 'PreparingForSleep', dbus.Boolean(False))
+@dbus.service.method(MAIN_IFACE, in_signature='ssss', out_signature='h')
+def Inhibit(self, what, who, why, mode):
+    if os.path.exists(DIRECTORY + 'refuse'):
+        raise dbus.exceptions.DBusException('no', name='org.zorva.No')
+    pipe = os.open(DIRECTORY + 'locks', os.O_WRONLY)
+    os.write(pipe, ('|'.join([what, who, why, mode]) + '\n').encode())
+    lock = dbus.types.UnixFd(pipe)
+    os.close(pipe)
+    return lock
+)");
+    logind_ = runProgram({"/usr/bin/python3", "-m", "dbusmock", "--system", "--logfile=/dev/null",
+                          "--template", directory_ / "logind.py"});
+    loop_.runUntil([&] { return std::exchange(appeared_, false); });
+  }
+  void stopLogind() {
+    logind_.reset();
+    loop_.runUntil([&] { return std::exchange(appeared_, false); });
+  }
+  void send(bool sleep) {
+    ASSERT_GE(private_.call(kLoginService, kLoginPath, private_.kMock, "EmitSignal", "sssav",
+                            kLoginManager, "PrepareForSleep", "b", 1, "b", sleep ? 1 : 0),
+              0);
+    loop_.runUntil([&] { return std::exchange(signalled_, false); });
+  }
+  // What was asked for since the last call, led by "held: " while somebody holds a lock.
+  std::string locks() {
+    char text[512];
+    std::string asked;
+    for (;;) {
+      const ssize_t length = ::read(locks_.get(), text, sizeof text);
+      if (length <= 0) return (length < 0 ? "held: " : "") + asked;
+      asked.append(text, static_cast<std::size_t>(length));
+    }
+  }
+  void waitUntilDropped() {
+    loop_.runUntil([&] { return locks().empty(); });
+  }
+  Lines told() {
+    loop_.drain();
+    return std::exchange(told_, {});
+  }
+  struct Listener {
+    SystemPower::Registered handles;
+    Registration source;
+    std::intptr_t argument = 0;  ///< of the last message
+  };
+  // Listens under a name; "a" allows a sleep at once, others when the test does.
+  void listen(const std::string& name, Listener& listener) {
+    listener.handles = power_.registerForSystemPower(
+        [this, name, &listener](std::uint32_t type, std::intptr_t argument) {
+          const bool sleep = type == static_cast<std::uint32_t>(PowerMessage::WillSleep);
+          if (!sleep) {
+            EXPECT_EQ(type, static_cast<std::uint32_t>(PowerMessage::HasPoweredOn));
+          }
+          told_.push_back(name + (sleep ? " sleep" : " wake"));
+          listener.argument = argument;
+          if (sleep && name == "a") allow(listener, argument);
+        });
+    listener.source = listener.handles.port->addSourceToRunLoop();
+    EXPECT_TRUE(listener.source);
+  }
+  void allow(Listener& listener, std::intptr_t argument) {
+    power_.allowPowerChange(listener.handles.connection, argument);
+  }
+  void drop(Listener& listener) {
+    listener.source.reset();
+    power_.deregisterForSystemPower(listener.handles.notifier);
+    EXPECT_EQ(listener.handles.notifier, 0u);
+    listener.handles.port.reset();
+    power_.closeConnection(listener.handles.connection);
+  }
+
+  LoopForTest loop_;
+  DirectoryForTest directory_;
+  Descriptor locks_;
+  PrivateBusForTest private_;
+  std::unique_ptr<ChildForTest> logind_;
+  bool signalled_ = false;
+  bool appeared_ = false;
+  Lines told_;
+  bool hurry_ = true;  ///< the hook on wake proceeds at once
+  std::function<void()> proceed_;
+  LinuxBus bus_{loop_.event(), private_.address(), std::chrono::milliseconds(500)};
+  LinuxSystemPower power_{bus_,
+                          {[this] { told_.push_back("before sleep, " + locks()); },
+                           [this](std::function<void()> proceed) {
+                             told_.push_back("after wake, " + locks());
+                             proceed_ = std::move(proceed);
+                             if (hurry_) proceed_();
+                           },
+                           [this] { told_.push_back("wake told"); }}};
+  // Called after the ones of what is tested.
+  Registration signals_ = bus_.matchSignals("type='signal',member='PrepareForSleep'",
+                                            [this](sd_bus_message*) { signalled_ = true; });
+  Registration appearances_ = bus_.watchService(kLoginService, [this] { appeared_ = true; });
+};
+
+TEST_F(LinuxSystemPowerTest, HoldsSleepOffUntilEverybodyAllowsIt) {
+  private_.start();
+  loop_.runUntil([&] { return bus_.connected(); });
+  startLogind();
+  Listener a, b;
+  listen("a", a);
+  EXPECT_EQ(locks(), std::string("held: ") + kLock);
+  listen("b", b);
+
+  send(true);
+  EXPECT_EQ(told(), Lines({"a sleep", "b sleep"}));
+  const std::intptr_t first = b.argument;
+  allow(a, first);
+  allow(b, first + 1);
+  send(true);
+  EXPECT_EQ(told(), Lines()) << "a repeated announcement";
+  EXPECT_EQ(locks(), "held: ") << "b has not allowed it";
+  allow(b, first);
+  allow(b, first);
+  EXPECT_EQ(told(), Lines({"before sleep, held: "}));
+  waitUntilDropped();
+
+  hurry_ = false;
+  send(false);
+  EXPECT_EQ(told(), Lines({std::string("after wake, held: ") + kLock}));
+  proceed_();
+  proceed_();
+  EXPECT_EQ(told(), Lines({"a wake", "b wake", "wake told"}));
+  send(false);
+  EXPECT_EQ(told(), Lines()) << "nobody slept";
+
+  // A new sleep before the hook lets the wake be told, and an answer to the one before.
+  send(true);
+  told();
+  allow(b, b.argument);
+  send(false);
+  send(true);
+  EXPECT_EQ(told(), Lines({"before sleep, held: ", std::string("after wake, held: ") + kLock,
+                           "a wake", "b wake", "wake told", "a sleep", "b sleep"}));
+  proceed_();
+  allow(b, first);
+  EXPECT_EQ(told(), Lines());
+  EXPECT_EQ(locks(), "held: ");
+  // The system did not wait. Then the end of the sleep is missed, too.
+  send(false);
+  proceed_();
+  send(true);
+  allow(b, b.argument);
+  told();
+  send(true);
+  EXPECT_EQ(told(), Lines({"a sleep", "b sleep"}));
+  // Who leaves does not hold it up any longer.
+  drop(b);
+  EXPECT_EQ(told().size(), 1u);
+  send(false);
+  proceed_();
+  EXPECT_EQ(told().back(), "wake told");
+  drop(a);
+  waitUntilDropped();
+  send(true);
+  send(false);
+  EXPECT_EQ(locks(), "") << "nobody listens";
+}
+
+TEST_F(LinuxSystemPowerTest, OutlivesTheLoginManager) {
+  Listener a, b;
+  listen("a", a);  // before there is a bus
+  private_.start();
+  loop_.runUntil([&] { return bus_.connected(); });
+  directory_.write("refuse", "");
+  startLogind();
+  EXPECT_EQ(locks(), "");
+  send(true);
+  send(false);
+  EXPECT_EQ(told(), Lines({"a sleep", "before sleep, ", "after wake, ", "a wake", "wake told"}));
+
+  // Its successor is asked anew, and is the one that ends a sleep that it does not know.
+  std::filesystem::remove(directory_ / "refuse");
+  stopLogind();
+  startLogind();
+  EXPECT_EQ(locks(), std::string("held: ") + kLock);
+  listen("b", b);
+  send(true);
+  stopLogind();
+  allow(b, b.argument);
+  EXPECT_EQ(told(), Lines({"a sleep", "b sleep", "before sleep, held: "}));
+  waitUntilDropped();
+  const Lines woken{std::string("after wake, held: ") + kLock, "a wake", "b wake", "wake told"};
+  startLogind();
+  EXPECT_EQ(told(), woken);
+}
+
+}  // namespace
+}  // namespace zorva

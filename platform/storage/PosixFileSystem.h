@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "platform/storage/FileSystem.h"
+
+namespace zorva {
+
+/// The device's files as files of this machine, below a root directory where one is given, with
+/// inotify behind the directory events.
+///
+/// A directory that is watched stays watched at its path: once it is deleted or moved away, the
+/// nearest ancestor that exists is watched in its stead, the queue is readable when entries appear
+/// there, and as soon as the directory has been made anew it is the one watched.
+class PosixFileSystem : public FileSystem {
+ public:
+  /// `root` is put in front of every path of the device; without it these are the machine's own.
+  explicit PosixFileSystem(std::string root = {});
+
+  std::string hostPath(const std::string& path) const override { return root_ + path; }
+  int openForEvents(const std::string& directory) override;
+  int makeEventQueue() override;
+  bool watchDirectory(int queue, int directory) override;
+  void takeEvents(int queue) override;
+
+ private:
+  // What a queue watches, with inotify's numbers, -1 for none. The parent tells of the directory's
+  // end: the directory itself does not while somebody has it open.
+  struct Watch {
+    std::string path;
+    int directory = -1;
+    int ancestor = -1;  // the parent, or its nearest ancestor that exists
+  };
+  static bool refresh(int queue, Watch& watch);
+
+  std::string root_;
+  std::map<int, Watch> watches_;  // by queue
+};
+
+}  // namespace zorva

@@ -1,0 +1,156 @@
+#include "platform/syslog/linux/LinuxSystemLogQueries.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
+#include <unistd.h>
+
+namespace zorva {
+namespace {
+
+constexpr std::int64_t kLastSecond = 253'402'300'799;  // of the year 9999
+
+template <typename Integer>
+Integer numberIn(std::string_view text) {
+  Integer number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+// A field of the entry that the journal stands at.
+std::optional<std::string> fieldOf(sd_journal* journal, const char* name) {
+  const void* data = nullptr;
+  std::size_t size = 0;
+  if (sd_journal_get_data(journal, name, &data, &size) < 0) return std::nullopt;
+  std::string_view text(static_cast<const char*>(data), size);
+  text.remove_prefix(std::min(text.size(), text.find('=') + 1));
+  return std::string(text.substr(0, LinuxSystemLogQueries::kMostTextBytes));
+}
+
+bool isOwn(const std::optional<std::string>& sender, const std::optional<std::string>& process) {
+  return sender == "zorva" || process == std::to_string(::getpid());
+}
+
+}  // namespace
+
+class LinuxSystemLogQueries::Query : public SystemLogQuery {
+ public:
+  int set(const std::string& key, const std::string& value, std::uint32_t operation) override {
+    if (key != "SLQMessageID" || operation != (kNumeric | kGreater)) return ENOTSUP;
+    above_ = std::max(above_, static_cast<std::uint32_t>(numberIn<std::int64_t>(value)));
+    return 0;
+  }
+  std::uint32_t above() const { return above_; }
+
+ private:
+  std::uint32_t above_ = 0;
+};
+
+// Reads on in the journal when what was read before has been handed out.
+class LinuxSystemLogQueries::Response : public SystemLogResponse, private SystemLogMessage {
+ public:
+  Response(LinuxSystemLogQueries& queries, std::shared_ptr<sd_journal> journal, std::uint32_t above)
+      : queries_(queries), journal_(std::move(journal)), reached_(above) {}
+
+  const SystemLogMessage* next() override {
+    do {
+      const auto newer = std::find_if(queries_.messages_.begin(), queries_.messages_.end(),
+                                      [this](const Message& each) { return each.id > reached_; });
+      if (newer != queries_.messages_.end()) {
+        message_ = *newer;
+        reached_ = message_.id;
+        return this;
+      }
+    } while (journal_ && queries_.readNext(journal_.get()));
+    return nullptr;
+  }
+
+ private:
+  std::optional<std::string> field(const std::string& key) const override {
+    if (key == "SLQMessageID") return std::to_string(message_.id);
+    if (key == "Time") return std::to_string(message_.time);
+    if (key == "Sender") return message_.sender;
+    if (key == "PID") return message_.process;
+    if (key == "Message") return message_.text;
+    return std::nullopt;
+  }
+
+  LinuxSystemLogQueries& queries_;
+  std::shared_ptr<sd_journal> journal_;
+  std::uint32_t reached_;
+  Message message_{};
+};
+
+std::unique_ptr<SystemLogQuery> LinuxSystemLogQueries::createQuery() {
+  return std::make_unique<Query>();
+}
+
+std::unique_ptr<SystemLogResponse> LinuxSystemLogQueries::search(const SystemLogQuery& query) {
+  // Opened for each search: files that were begun, rotated or removed meanwhile need no watching,
+  // and nothing of the journal stays mapped between searches.
+  auto journal = journal_.lock();
+  if (!journal) journal_ = journal = openJournal();
+  return std::make_unique<Response>(*this, std::move(journal),
+                                    static_cast<const Query&>(query).above());
+}
+
+std::shared_ptr<sd_journal> LinuxSystemLogQueries::openJournal() const {
+  sd_journal* opened = nullptr;
+  const int result = directory_.empty() ? sd_journal_open(&opened, SD_JOURNAL_LOCAL_ONLY)
+                                        : sd_journal_open_directory(&opened, directory_.c_str(), 0);
+  if (result < 0) return nullptr;
+  std::shared_ptr<sd_journal> journal(opened, sd_journal_close);
+  // With room for the field's name in front.
+  sd_journal_set_data_threshold(opened, kMostTextBytes + 64);
+  seekUnread(opened);
+  return journal;
+}
+
+// So that the next step forward is to the first entry that was not read.
+void LinuxSystemLogQueries::seekUnread(sd_journal* journal) const {
+  if (lastRead_.empty()) {
+    // One step more than wanted; where there are fewer, the step ends at the first of them.
+    sd_journal_seek_tail(journal);
+    const int steps = sd_journal_previous_skip(journal, kEarlier + 1);
+    if (steps >= 0 && static_cast<std::uint64_t>(steps) <= kEarlier) sd_journal_seek_head(journal);
+    return;
+  }
+  // The last one may have been removed; then the next one after it has not been read.
+  sd_journal_seek_cursor(journal, lastRead_.c_str());
+  if (sd_journal_next(journal) > 0 && sd_journal_test_cursor(journal, lastRead_.c_str()) <= 0) {
+    if (sd_journal_previous(journal) <= 0) sd_journal_seek_head(journal);
+  }
+}
+
+// Reads one entry, which may be none of the messages. False at the end.
+bool LinuxSystemLogQueries::readNext(sd_journal* journal) {
+  if (sd_journal_next(journal) <= 0) return false;
+  char* cursor = nullptr;
+  if (sd_journal_get_cursor(journal, &cursor) < 0) return false;
+  lastRead_ = cursor;
+  std::free(cursor);
+
+  Message message{};
+  message.sender = fieldOf(journal, "SYSLOG_IDENTIFIER");
+  if (!message.sender) message.sender = fieldOf(journal, "_COMM");
+  message.process = fieldOf(journal, "_PID");
+  if (!message.process) message.process = fieldOf(journal, "SYSLOG_PID");
+  if (!message.process && fieldOf(journal, "_TRANSPORT") == "kernel") message.process = "0";
+  if (isOwn(message.sender, message.process)) return true;
+  message.text = fieldOf(journal, "MESSAGE");
+  std::uint64_t microseconds = 0;
+  sd_journal_get_realtime_usec(journal, &microseconds);
+  message.time = std::min(static_cast<std::int64_t>(microseconds / 1'000'000), kLastSecond);
+  message.id = ++lastId_;
+  messages_.push_back(std::move(message));
+  if (messages_.size() > kKept) messages_.pop_front();
+  return true;
+}
+
+std::int64_t LinuxSystemLogQueries::parseTime(const std::string& text) {
+  return std::clamp<std::int64_t>(numberIn<std::int64_t>(text), 0, kLastSecond);
+}
+
+}  // namespace zorva

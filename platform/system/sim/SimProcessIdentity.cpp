@@ -1,0 +1,23 @@
+#include "platform/system/sim/SimProcessIdentity.h"
+
+#include <cerrno>
+
+namespace zorva {
+
+SimProcessIdentity::SimProcessIdentity(SimParts& parts)
+    : setEffectiveUserFault_(parts.faults, "identity.setEffectiveUser", EPERM) {
+  parts.sections.addStart("effective_user", [this](const ScenarioNode& node) -> ScenarioAction {
+    constexpr std::int64_t kLargestId = 0xFFFFFFFE;  // the one above means "no id"
+    const auto user = static_cast<std::uint32_t>(node.integer(0, kLargestId));
+    return [this, user] { start(user); };
+  });
+}
+
+int SimProcessIdentity::setEffectiveUser(std::uint32_t user) {
+  requests_.push_back(user);
+  if (const auto error = setEffectiveUserFault_.struckResult<int>()) return *error;
+  user_ = user;
+  return 0;
+}
+
+}  // namespace zorva

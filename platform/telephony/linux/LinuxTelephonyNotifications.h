@@ -1,0 +1,39 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/base/Observers.h"
+#include "platform/telephony/TelephonyNotifications.h"
+#include "platform/telephony/linux/ModemManagerClient.h"
+
+namespace zorva {
+
+/// One notification: its name and what comes with it.
+using TelephonyNews = std::pair<std::string, Dictionary>;
+
+/// What is told when a modem's record becomes another: one notification for each role in which
+/// something differs, with all values of the role that are known.
+std::vector<TelephonyNews> telephonyNews(const ModemRecord& before, const ModemRecord& after);
+
+/// Tells what the modem's record says anew (docs/linux-telephony.md: which notifications that are).
+class LinuxTelephonyNotifications : public TelephonyNotifications {
+ public:
+  explicit LinuxTelephonyNotifications(ModemManagerClient& client);
+
+  Registration observe(const std::string& name, Callback callback) override;
+  /// Tells a notification of another source.
+  void tell(const std::string& name, const Dictionary& information);
+
+ private:
+  void recordChanged();
+
+  ModemManagerClient& client_;
+  ModemRecord told_;
+  std::map<std::string, Observers<std::string_view, const Dictionary&>> observers_;
+  std::vector<Registration> registrations_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,329 @@
+#include "platform/telephony/linux/LinuxTelephony.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/telephony/linux/LinuxTelephonyNotifications.h"
+#include "platform/telephony/linux/LinuxTelephonyServer.h"
+#include "platform/testing/PrivateBus.h"
+#include "platform/testing/TemporaryDirectory.h"
+#include "platform/testing/TestLoop.h"
+
+namespace zorva {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr const char* kDevice = "/sys/devices/usb1/1-1";
+// A modem at home on LTE, connected, that measures nothing but the quality.
+constexpr const char* kModem = R"(
+bearers = [Object('/Bearer/%d' % i, {'Bearer': dict(Connected=i == 1, Interface='wwan0' if i else '')})
+           for i in range(2)]
+modem = add('/Modem/2',
+    Modem=dict(State=dbus.Int32(11), PowerState=dbus.UInt32(3), UnlockRequired=dbus.UInt32(3),
+               AccessTechnologies=dbus.UInt32(1 << 14), SignalQuality=(dbus.UInt32(50), True),
+               Revision='81600.0000\n00', EquipmentIdentifier='490154203237518',
+               Device='assigned', Physdev='/sys/devices/usb1/1-1', Sim=dbus.ObjectPath(ROOT + '/SIM/0'),
+               Ports=[('cdc-wdm0', dbus.UInt32(6)), ('wwan0', dbus.UInt32(2))],
+               Bearers=paths('/Bearer/0', '/Bearer/1')),
+    Modem_Modem3gpp=dict(Imei='490154203237518', RegistrationState=dbus.UInt32(1),
+                         OperatorName='Home', PacketServiceState=dbus.UInt32(2)),
+    Modem_Signal=dict(Rate=dbus.UInt32(0), RssiThreshold=dbus.UInt32(0)),
+    Modem_Location=dict(Location=dbus.Dictionary({dbus.UInt32(1): '262,01,1F,2A,0',
+                                                  dbus.UInt32(4): '$GPGGA'}, signature='uv')),
+    Modem_Voice=dict(Calls=paths()), Modem_Messaging=dict()))";
+
+class LinuxTelephonyTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    for (const char* name :
+         {telephony::kDaemonRestart, telephony::kSignalStrength, telephony::kRadioBandChange,
+          telephony::kCallStatusChange, telephony::kSimStatusChange, telephony::kCellChanged,
+          telephony::kRegistrationStatusChanged, telephony::kDataStatusChanged,
+          telephony::kOperatorNameChanged, telephony::kStateDurationReport}) {
+      observations_.push_back(notifications_.observe(name, [this](auto told, const auto& with) {
+        std::string line(told.substr(told.find('.') + 1));
+        for (const auto& [key, value] : with) line += " " + key + "=" + value.description();
+        told_.push_back(line);
+      }));
+    }
+    observations_.push_back(client_.observeIncoming([this](auto incoming) {
+      told_.push_back(incoming == ModemManagerClient::Incoming::Call ? "INCOMING CALL" : "MESSAGE");
+    }));
+  }
+  void startService() {
+    service_ = runProgram({"/usr/bin/python3", "platform/testing/ModemManagerMock.py"});
+    loop_.runUntil([&] { return client_.running(); });
+  }
+  void stopService() {
+    service_.reset();
+    loop_.runUntil([&] { return !client_.running(); });
+  }
+  // What is told when there is a bus, the service and the modem.
+  Lines startWithModem() {
+    private_.start();
+    startService();
+    return toldAfter(kModem);
+  }
+  // What is told when the service does this.
+  Lines toldAfter(const std::string& code) {
+    EXPECT_GE(private_.call(mm::kService, mm::kPath, "org.zorva.Mock", "Do", "s", code.c_str()), 0)
+        << code;
+    return toldNow();
+  }
+  Lines toldNow() {
+    // What the service sent before stands before its answer.
+    bus_.call(mm::kService, mm::kPath, "org.freedesktop.DBus.Peer", "Ping");
+    loop_.drain();
+    return std::exchange(told_, {});
+  }
+  std::string signal() {
+    std::int32_t raw = -1, graded = -1, bars = -1;
+    telephony_.signalStrength(raw, graded, bars);
+    return std::to_string(raw) + " " + std::to_string(graded) + " " + std::to_string(bars);
+  }
+  std::string calls() {
+    std::string all = std::to_string(telephony_.currentCallCount()) + ":";
+    const auto list = telephony_.copyCurrentCalls();
+    if (!list) return all + " none";
+    for (const auto& call : *list) all += " " + std::to_string(call.status);
+    return all;
+  }
+
+  DirectoryForTest root_;
+  PrivateBusForTest private_;
+  std::unique_ptr<ChildForTest> service_;
+  LoopForTest loop_;
+  Lines told_;
+  LinuxBus bus_{loop_.event(), private_.address()};
+  ModemManagerClient client_{loop_.event(), bus_};
+  LinuxTelephonyNotifications notifications_{client_};
+  LinuxTelephony telephony_{client_, root_ / "rfkill"};
+  LinuxTelephonyServer server_{loop_.event(), client_, notifications_, root_ / ""};
+  std::vector<Registration> observations_;
+};
+
+TEST_F(LinuxTelephonyTest, TellsOfTheModemAndWhateverBecomesOfIt) {
+  EXPECT_EQ(startWithModem(),
+            Lines({"sim-status-change sim-status.=sim-status.Ready", "radio-band-change",
+                   "signal-strength raw-signal-strength=-82",
+                   "registration-status-changed "
+                   "registration-status=network-registration.RegisteredHome in-home-country=1",
+                   "operator-name-changed operator-name=Home",
+                   "cell-changed cell-id=42 location-area-code=31",
+                   "data-status-changed data-attached=1 data-active=1 "
+                   "data-indicator=packet-data.radio-indicator.LTE"}));
+  EXPECT_EQ(client_.modem().firmware, "81600.0000\\x0a00");
+  EXPECT_EQ(client_.modemDevices(), Lines({kDevice}));
+  EXPECT_TRUE(telephony_.dataContextActive(0));
+  EXPECT_FALSE(telephony_.dataContextActive(1));
+  EXPECT_FALSE(telephony_.dataContextActive(-1));
+
+  // Another modem counts when it stands before this one; 10 stands after 2.
+  EXPECT_EQ(toldAfter("other = add('/Modem/10', Modem=dict(Ports=[('wwan7', dbus.UInt32(2))]))"),
+            Lines());
+  EXPECT_EQ(client_.mobileInterfaces(), Lines({"wwan0"}));
+  // Another network, in one go.
+  EXPECT_EQ(toldAfter("modem.set('Modem.Modem3gpp', RegistrationState=dbus.UInt32(5));"
+                      "modem.set('Modem.Modem3gpp', OperatorName='A\\nway');"
+                      "modem.set('Modem', AccessTechnologies=dbus.UInt32(1 << 5))"),
+            Lines({"radio-band-change",
+                   "registration-status-changed "
+                   "registration-status=network-registration.RegisteredRoaming in-home-country=0",
+                   "operator-name-changed operator-name=A\\x0away",
+                   "data-status-changed data-attached=1 data-active=1 "
+                   "data-indicator=packet-data.radio-indicator.3G"}));
+  EXPECT_EQ(toldAfter("bearers[1].set('Bearer', Connected=False);"
+                      "modem.set('Modem.Modem3gpp', PacketServiceState=dbus.UInt32(1))"),
+            Lines({"data-status-changed data-attached=0 data-active=0 "
+                   "data-indicator=packet-data.radio-indicator.None"}));
+  EXPECT_EQ(client_.mobileInterfaces(), Lines({"wwan0", "wwan7"}));
+  EXPECT_EQ(toldAfter("modem.set('Modem', Sim=dbus.ObjectPath('/'));"
+                      "modem.set('Modem.Modem3gpp', RegistrationState=dbus.UInt32(0))"),
+            Lines({"sim-status-change sim-status.=sim-status.NotInserted",
+                   "registration-status-changed "
+                   "registration-status=network-registration.NotRegistered"}));
+  EXPECT_EQ(toldAfter("modem.set('Modem', OwnNumbers=['+49'])"), Lines());
+
+  // Unplugged: the other one takes its place, as far as it tells anything.
+  EXPECT_EQ(toldAfter("remove('/Modem/2')"),
+            Lines({"radio-band-change", "registration-status-changed", "operator-name-changed",
+                   "cell-changed"}));
+  EXPECT_EQ(toldAfter("remove('/Modem/10')").size(), 3u);
+  EXPECT_EQ(telephony_.simStatus(), std::nullopt);
+  EXPECT_EQ(signal() + calls(), "-1 -1 -10: none");
+}
+
+TEST_F(LinuxTelephonyTest, FollowsCalls) {
+  startWithModem();
+  const Lines changed{"call-status-change"}, incoming{"call-status-change", "INCOMING CALL"};
+  const struct {
+    const char* code;
+    Lines told;
+    const char* calls;
+  } steps[] = {
+      {"call = Object('/Call/0', {'Call': dict(State=dbus.Int32(3), Number='+49')});"
+       "modem.set('Modem.Voice', Calls=paths('/Call/0'))",
+       incoming, "1: 4"},
+      {"call.set('Call', State=dbus.Int32(4))", changed, "1: 1"},
+      {"second = Object('/Call/1', {'Call': dict(State=dbus.Int32(6))});"
+       "modem.set('Modem.Voice', Calls=paths('/Call/0', '/Call/1', '/Call/9'))",
+       incoming, "2: 1 4"},
+      {"call.set('Call', State=dbus.Int32(5)); second.set('Call', State=dbus.Int32(4))", changed,
+       "2: 2 1"},
+      // A call that has ended is none, though the service keeps it.
+      {"second.set('Call', State=dbus.Int32(7))", changed, "1: 2"},
+      {"call.set('Call', State=dbus.Int32(7))", changed, "0:"},
+      {"modem.set('Modem.Voice', Calls=paths())", {}, "0:"},
+      {"modem.Added(ROOT + '/SMS/0', False); modem.Added(ROOT + '/SMS/1', True)",
+       {"MESSAGE"},
+       "0:"},
+  };
+  for (const auto& step : steps) {
+    EXPECT_EQ(toldAfter(step.code), step.told) << step.code;
+    EXPECT_EQ(calls(), step.calls) << step.code;
+  }
+}
+
+TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
+  startWithModem();
+  EXPECT_EQ(toldNow(), Lines());  // the modem was asked for changes
+  const std::string is = "assert modem.properties[full('Modem.Signal')]['RssiThreshold'] == ";
+  EXPECT_EQ(toldAfter(is + "2"), Lines());
+  EXPECT_EQ(signal(), "-82 50 3");
+  const auto measured = [&](const std::string& lte) {
+    return toldAfter("modem.set('Modem.Signal', Lte=dbus.Dictionary({'rssi': " + lte +
+                     "}, signature='sv'), Umts=dbus.Dictionary({'rssi': -3.0}, signature='sv'))");
+  };
+  EXPECT_EQ(measured("-71.4, 'rsrp': -99.0"), Lines({"signal-strength raw-signal-strength=-71"}));
+  // What is no measurement is not taken for one, and the same strength is no news.
+  EXPECT_EQ(measured("0.0, 'rsrp': -71.0"), Lines());
+  EXPECT_EQ(measured("-32768.0"), Lines({"signal-strength raw-signal-strength=-82"}));
+  EXPECT_EQ(toldAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(100), True))"),
+            Lines({"signal-strength raw-signal-strength=-51"}));
+  EXPECT_EQ(signal(), "-51 100 5");
+  // What was asked for is taken back at the end, unless somebody wants something else by then.
+  for (const char* atTheEnd : {"0", "5"}) {
+    toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
+    auto other = std::make_unique<ModemManagerClient>(loop_.event(), bus_);
+    toldNow();
+    toldAfter(is + "2");
+    if (*atTheEnd == '5') toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(5))");
+    other.reset();
+    toldAfter(is + atTheEnd);
+  }
+  // Switched off.
+  EXPECT_FALSE(telephony_.airplaneMode());
+  EXPECT_EQ(toldAfter("modem.set('Modem', State=dbus.Int32(3), PowerState=dbus.UInt32(2))"),
+            Lines({"radio-band-change"}));
+  EXPECT_EQ(signal(), "-1 -1 -1");
+  EXPECT_TRUE(telephony_.airplaneMode());
+  // And on: what it was asked for it has forgotten, and is not asked for while it is off.
+  toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
+  toldAfter(is + "0");
+  toldAfter("modem.set('Modem', State=dbus.Int32(8), PowerState=dbus.UInt32(3))");
+  toldAfter(is + "2");
+}
+
+TEST_F(LinuxTelephonyTest, KnowsAirplaneModeByTheSwitches) {
+  EXPECT_FALSE(telephony_.airplaneMode());
+  const auto set = [&](const std::string& name, const char* type, const char* soft,
+                       const char* hard) {
+    root_.write("rfkill/" + name + "/type", type);
+    root_.write("rfkill/" + name + "/soft", soft);
+    root_.write("rfkill/" + name + "/hard", hard);
+    return telephony_.airplaneMode();
+  };
+  EXPECT_TRUE(set("rfkill0", "wlan\n", "1\n", "0\n"));
+  EXPECT_FALSE(set("rfkill1", "bluetooth\n", "0\n", "0\n"));
+  EXPECT_TRUE(set("rfkill2", "wwan\n", "0\n", "1\n"));
+  EXPECT_FALSE(set("rfkill3", "wwan\n", "0\n", "0\n"));
+}
+
+TEST_F(LinuxTelephonyTest, LivesThroughRestartsOfTheService) {
+  EXPECT_EQ(server_.createConnection({}), nullptr);
+  EXPECT_EQ(signal() + calls(), "-1 -1 -10: none");
+  EXPECT_EQ(startWithModem().size(), 7u);
+  stopService();
+  EXPECT_EQ(telephony_.simStatus(), std::nullopt);
+  EXPECT_EQ(toldNow().size(), 6u);
+  startService();
+  EXPECT_EQ(toldNow(), Lines({"daemon-restart"}));
+  EXPECT_EQ(toldAfter(kModem).size(), 7u);
+  // From one owner of the name to the next, without a moment in between.
+  const auto old = std::move(service_);
+  startService();
+  loop_.runUntil([&] { return !told_.empty(); });
+  EXPECT_EQ(told_.front(), "daemon-restart");
+  EXPECT_EQ(toldNow().size(), 7u);
+  EXPECT_EQ(client_.modem().path, "");
+}
+
+TEST_F(LinuxTelephonyTest, AsksAServiceThatFailedAgainWhenItShowsLife) {
+  startWithModem();
+  toldAfter("modems, manager.modems = manager.modems, None");  // it cannot list them
+  const ModemManagerClient late(loop_.event(), bus_);
+  EXPECT_TRUE(late.running());
+  EXPECT_EQ(late.modem().path, "");
+  toldAfter("manager.modems = modems; modem.set('Modem', Revision='3')");
+  EXPECT_EQ(late.modem().firmware, "3");
+}
+
+TEST_F(LinuxTelephonyTest, ServesItsConnections) {
+  private_.start();
+  startService();
+  EXPECT_EQ(server_.requestStateDurationReport(nullptr).error, kNoServerConnection.error);
+  const auto connection = server_.createConnection({});
+  ASSERT_NE(connection, nullptr);
+  std::optional<std::string> text;
+  bool found = true;
+  const auto answer = [&](auto question) {
+    text.reset();
+    return (server_.*question)(connection.get(), text).error == 0 ? text : "an error";
+  };
+  EXPECT_EQ(server_.ratSelection(nullptr, text).error, kNoServerConnection.error);
+  EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "an error");
+  toldAfter(kModem);
+  EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "LTE");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyFirmwareVersion), "81600.0000\\x0a00");
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyWakeCommand), "an error");
+  server_.setWakeText([] { return "RING"; });
+  EXPECT_EQ(answer(&LinuxTelephonyServer::copyWakeCommand), "RING");
+  server_.copyTraceProperty(connection.get(), "a", "b", text, found);
+  EXPECT_FALSE(found);
+  EXPECT_NE(server_.dumpBasebandState(connection.get(), {}).error, 0);
+
+  const auto report = [&] {
+    return server_.requestStateDurationReport(connection.get()).error == 0;
+  };
+  const std::string power = std::string(kDevice).substr(1) + "/power/";
+  EXPECT_FALSE(report()) << "before reporting is on";
+  server_.setStateDurationReporting(connection.get(), true);
+  root_.write(power + "runtime_status", "unsupported\n");
+  root_.write(power + "runtime_active_time", "1200\n");
+  root_.write(power + "runtime_suspended_time", "2147483648\n");  // a month
+  EXPECT_FALSE(report()) << "without an account";
+  root_.write(power + "runtime_status", "suspended\n");
+  EXPECT_TRUE(report());
+  EXPECT_EQ(server_.makePort(77, {}), nullptr);
+  std::unique_ptr<TelephonyServer::Source> source;
+  auto port = server_.makePort(server_.portOfConnection(*connection), [&](const auto& message) {
+    server_.handleReply(message);
+    source.reset();  // as when the connection is torn down in the middle
+  });
+  EXPECT_TRUE(report());
+  source = server_.makeSource(*port);
+  EXPECT_EQ(toldNow(), Lines()) << "before the source is on the loop";
+  const Lines told{
+      "state-duration-report modem.power-state-residency.Active=1200 "
+      "modem.power-state-residency.Suspended=2147483647"};
+  source->addToRunLoop();
+  EXPECT_EQ(told_, Lines()) << "not from in here";
+  EXPECT_EQ(toldNow(), told);
+  source = server_.makeSource(*port);
+  source->addToRunLoop();
+  EXPECT_EQ(toldNow(), told) << "what was left";
+  EXPECT_EQ(toldNow(), Lines());
+}
+
+}  // namespace
+}  // namespace zorva

@@ -1,0 +1,230 @@
+#include "platform/wifi/linux/LinuxWiFiManager.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <linux/genetlink.h>
+#include <linux/nl80211.h>
+#include <linux/rtnetlink.h>
+#include <net/if.h>
+#include <optional>
+#include <sys/epoll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <utility>
+
+#include "platform/base/Descriptor.h"
+#include "platform/base/Observers.h"
+#include "platform/kit/files/SysfsAttributes.h"
+#include "platform/kit/loop/EventSources.h"
+#include "platform/kit/netlink/GenericNetlink.h"
+#include "platform/wifi/linux/WirelessMessages.h"
+
+namespace zorva {
+namespace {
+
+bool blockedByRfkill(const std::string& interface) {
+  const std::string phy = "/sys/class/net/" + interface + "/phy80211";
+  for (const std::string& name : entryNames(phy)) {
+    if (name.rfind("rfkill", 0) != 0) continue;
+    if (readNumber(phy + "/" + name + "/soft").value_or(0) != 0 ||
+        readNumber(phy + "/" + name + "/hard").value_or(0) != 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool isUp(const std::string& interface) {
+  const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  ifreq request{};
+  interface.copy(request.ifr_name, sizeof request.ifr_name - 1);
+  return socket && ::ioctl(socket.get(), SIOCGIFFLAGS, &request) == 0 &&
+         (request.ifr_flags & IFF_UP) != 0;
+}
+
+class Device : public WiFiDevice {
+ public:
+  Device(std::uint16_t family, std::uint32_t number) : index(number), family_(family) {}
+
+  bool powered() override {
+    const auto interface = read();
+    return interface && isUp(interface->name) && !blockedByRfkill(interface->name);
+  }
+  std::optional<WiFiNetwork> copyCurrentNetwork() override {
+    const auto interface = read();
+    if (!interface || !interface->ssid) return std::nullopt;
+    return WiFiNetwork{interface->ssid};
+  }
+  Registration observePower(std::function<void()> changed) override {
+    return power_.add(std::move(changed));
+  }
+  Registration observeLink(std::function<void()> changed) override {
+    return link_.add(std::move(changed));
+  }
+
+  std::optional<WirelessInterface> read() const {
+    std::optional<WirelessInterface> interface;
+    GenericRequest(family_, NLM_F_ACK, NL80211_CMD_GET_INTERFACE)
+        .with(NL80211_ATTR_IFINDEX, index)
+        .send([&](const nlmsghdr& message) {
+          if (auto found = wirelessInterfaceIn(message)) interface = std::move(found);
+        });
+    return interface;
+  }
+
+  void remember() {
+    poweredBefore_ = powered();
+    networkBefore_ = currentSsid();
+  }
+  /// Tells what is another than before.
+  void compare() {
+    const bool nowPowered = powered();
+    const auto nowNetwork = currentSsid();
+    const bool power = nowPowered != std::exchange(poweredBefore_, nowPowered);
+    const bool link = nowNetwork != std::exchange(networkBefore_, nowNetwork);
+    if (power) power_.tell();
+    if (link) link_.tell();
+  }
+
+  const std::uint32_t index;
+
+ private:
+  std::optional<std::string> currentSsid() {
+    const auto network = copyCurrentNetwork();
+    return network ? network->ssid : std::nullopt;
+  }
+
+  std::uint16_t family_;
+  bool poweredBefore_ = false;
+  std::optional<std::string> networkBefore_;
+  Observers<> power_;
+  Observers<> link_;
+};
+
+class Client : public WiFiManagerClient, public std::enable_shared_from_this<Client> {
+ public:
+  explicit Client(sd_event* event) : event_(event), changed_(event, [this] { compare(); }) {
+    find();
+  }
+
+  Registration schedule() override {
+    links_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK});
+    linksReadable_ = watch(links_);
+    listenToWireless();
+    return Registration([this] {
+      linksReadable_.reset();
+      wirelessReadable_.reset();
+    });
+  }
+  Registration observeAttachment(
+      std::function<void(const std::shared_ptr<WiFiDevice>&)> attached) override {
+    return attachments_.add(std::move(attached));
+  }
+  std::optional<std::vector<std::shared_ptr<WiFiDevice>>> copyDevices() override {
+    find();
+    std::vector<std::shared_ptr<WiFiDevice>> devices;
+    if (device_) devices.push_back(device_);
+    return devices;
+  }
+  bool wowCapability() override {
+    const auto interface = device_ ? device_->read() : std::nullopt;
+    if (!interface) return false;
+    bool found = false;
+    GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_WIPHY)
+        .with(NL80211_ATTR_SPLIT_WIPHY_DUMP)  // without it a description is cut short
+        .with(NL80211_ATTR_WIPHY, interface->wiphy)
+        .send([&](const nlmsghdr& message) { found = found || wakesOnWireless(message); });
+    return found;
+  }
+  bool wowState() override {
+    const auto interface = device_ ? device_->read() : std::nullopt;
+    if (!interface) return false;
+    bool set = false;
+    GenericRequest(family_->id, NLM_F_ACK, NL80211_CMD_GET_WOWLAN)
+        .with(NL80211_ATTR_WIPHY, interface->wiphy)
+        .send([&](const nlmsghdr& message) { set = set || wakeOnWirelessIsSet(message); });
+    return set;
+  }
+
+ private:
+  /// Looks for the first station; the one that is known stays the same object. True when there is
+  /// another one than before.
+  bool find() {
+    if (!family_) family_ = findGenericFamily(NL80211_GENL_NAME);
+    std::optional<WirelessInterface> first;
+    if (family_) {
+      GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE)
+          .send([&](const nlmsghdr& message) {
+            auto found = wirelessInterfaceIn(message);
+            if (found && found->type == NL80211_IFTYPE_STATION && !first) first = std::move(found);
+          });
+    }
+    if (!first) device_.reset();
+    if (!first || (device_ && device_->index == first->index)) return false;
+    device_ = std::make_shared<Device>(family_->id, first->index);
+    device_->remember();
+    return true;
+  }
+
+  EventSource watch(const Descriptor& socket) {
+    const auto ready = [](sd_event_source* source, int descriptor, std::uint32_t, void* self) {
+      std::array<std::uint8_t, 1> rest;  // any event may have changed anything, also a lost one
+      for (;;) {
+        const ssize_t length = ::recv(descriptor, rest.data(), rest.size(), MSG_DONTWAIT);
+        if (length >= 0 || errno == EINTR || errno == ENOBUFS) continue;
+        // Rather than being woken for ever.
+        if (errno != EAGAIN) sd_event_source_set_enabled(source, SD_EVENT_OFF);
+        break;
+      }
+      static_cast<Client*>(self)->changed_.request();
+      return 0;
+    };
+    sd_event_source* source = nullptr;
+    if (socket) sd_event_add_io(event_, &source, socket.get(), EPOLLIN, ready, this);
+    return EventSource(source);
+  }
+
+  void listenToWireless() {
+    if (!family_ || wirelessReadable_) return;
+    // Those that tell of interfaces and of associations.
+    std::vector<std::uint32_t> groups;
+    for (const char* name : {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_MLME}) {
+      const auto found = family_->groups.find(name);
+      if (found != family_->groups.end()) groups.push_back(found->second);
+    }
+    wireless_ = openNetlink(NETLINK_GENERIC, groups);
+    wirelessReadable_ = watch(wireless_);
+  }
+
+  void compare() {
+    if (!linksReadable_ && !wirelessReadable_) return;
+    const auto self = shared_from_this();  // a callback may let go of this client
+    const auto before = device_;
+    const bool attached = find();
+    listenToWireless();  // the kernel's part may have been loaded with the first device
+    if (attached) {
+      attachments_.tell(device_);
+    } else if (before) {
+      before->compare();  // one that went away is off
+    }
+  }
+
+  sd_event* event_;
+  std::optional<GenericFamily> family_;
+  std::shared_ptr<Device> device_;
+  Observers<const std::shared_ptr<WiFiDevice>&> attachments_;
+  Descriptor links_;
+  Descriptor wireless_;
+  EventSource linksReadable_;  // these go before their sockets
+  EventSource wirelessReadable_;
+  CoalescedCall changed_;
+};
+
+}  // namespace
+
+std::shared_ptr<WiFiManagerClient> LinuxWiFiManager::createClient() {
+  return std::make_shared<Client>(event_);
+}
+
+}  // namespace zorva

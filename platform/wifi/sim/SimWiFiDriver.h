@@ -1,0 +1,39 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/scenario/SimParts.h"
+#include "platform/wifi/WiFiDriver.h"
+
+namespace zorva {
+
+/// The driver of the interface en0, with all its counters at 0. It takes only requests that are
+/// well formed.
+class SimWiFiDriver : public WiFiDriver {
+ public:
+  explicit SimWiFiDriver(SimParts& parts);
+
+  int openSocket(int& socket) override;
+  int request(int socket, std::uint32_t code, const WiFiDriverRequest& request,
+              Buffer& buffer) override;
+  void closeSocket(int socket) override;
+
+  /// Lets the counter run on by that much, around the end of its 32 bits.
+  void count(const std::string& counter, std::uint32_t more) { counters_[counter] += more; }
+  /// What was done since the last call: "query pm_dur", "reset pm_dur".
+  std::vector<std::string> takeRequests() { return std::exchange(requests_, {}); }
+  int openSockets() const { return openSockets_; }
+
+ private:
+  static constexpr int kSocket = 100;
+
+  SimFaultPoint openSocketFault_;
+  SimFaultPoint requestFault_;
+  int openSockets_ = 0;
+  std::map<std::string, std::uint32_t> counters_;
+  std::vector<std::string> requests_;
+};
+
+}  // namespace zorva

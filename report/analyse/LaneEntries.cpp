@@ -1,0 +1,134 @@
+#include "report/analyse/LaneEntries.h"
+
+#include <charconv>
+#include <cmath>
+#include <utility>
+
+namespace zorva {
+namespace {
+
+bool isSaid(std::string_view value) {
+  return !value.empty() && value.front() != '<' && value != "(null)";
+}
+
+void setLane(const LaneEntry& entry, Lane lane, bool on, const LogState& state) {
+  if (on) {
+    entry.spans.on(lane, state, entry.now);
+  } else {
+    entry.spans.off(lane, state.key, entry.now);
+  }
+}
+
+void sample(const LaneEntry& entry, Curve curve, std::string_view key) {
+  for (const LogField& field : entry.fields) {
+    if (field.key != key) continue;
+    const auto number = field.real();
+    if (number && std::isfinite(*number)) {
+      entry.sink.sample(curve, entry.now.time, *number, entry.now.position);
+    }
+    return;
+  }
+}
+
+void battery(const LaneEntry& entry) {
+  sample(entry, Curve::kLevel, "level");
+  sample(entry, Curve::kCurrent, "current");
+  sample(entry, Curve::kTemperature, "battery_temp");
+  const std::string_view charging = entry.value("charging_state");
+  setLane(entry, Lane::kCharging, isSaid(charging) && charging != "Inactive", {.what = charging});
+}
+
+void display(const LaneEntry& entry) {
+  entry.scratch.assign(entry.value("brightness")).append("/").append(entry.value("max"));
+  setLane(entry, Lane::kDisplay, entry.value("active") == "yes", {.what = entry.scratch});
+}
+
+void telephony(const LaneEntry& entry) {
+  const std::string_view call = entry.value("call_status");
+  setLane(entry, Lane::kCall, isSaid(call) && call != "Inactive" && call != "Idle", {.what = call});
+  const std::string_view data = entry.value("data");
+  setLane(entry, Lane::kData, isSaid(data) && data != "inactive", {.what = data});
+  if (entry.value("signal") != "-1") sample(entry, Curve::kSignal, "signal");
+}
+
+void registration(const LaneEntry& entry) {
+  setLane(entry, Lane::kRegistered, entry.value("status").starts_with("Registered"),
+          {.who = entry.value("operator"), .what = entry.value("data_indicator")});
+}
+
+void wifi(const LaneEntry& entry) {
+  setLane(entry, Lane::kWiFi, entry.value("status") == "on", {.what = entry.value("ap")});
+}
+
+void bluetooth(const LaneEntry& entry) {
+  setLane(entry, Lane::kBluetooth, entry.value("state") == "on",
+          {.what = entry.value("connected") == "yes" ? "connected" : ""});
+}
+
+void audio(const LaneEntry& entry) {
+  setLane(entry, Lane::kAudio, entry.value("active") == "yes", {.what = entry.value("route")});
+}
+
+void application(const LaneEntry& entry) {
+  const std::string_view mode = entry.value("mode");
+  const std::string_view id = entry.value("id");
+  setLane(entry, Lane::kApplication,
+          mode == "foreground" || mode == "background" || mode == "running",
+          {.key = id, .who = id, .pid = entry.integer("pid"), .what = mode});
+}
+
+void thermal(const LaneEntry& entry) {
+  setLane(entry, Lane::kThermal, entry.integer("level") > 0, {.what = entry.value("level")});
+}
+
+void location(const LaneEntry& entry) {
+  for (const LogField& field : entry.fields) {
+    if (field.key.empty()) continue;
+    setLane(entry, Lane::kLocation, field.value == "on", {.key = field.key, .what = field.key});
+  }
+}
+
+void traffic(const LaneEntry& entry, Curve curve, std::string_view text) {
+  double kibibytes = 0;
+  const auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), kibibytes, std::chars_format::fixed);
+  const std::string_view rest(end, static_cast<std::size_t>(text.data() + text.size() - end));
+  if (error != std::errc() || rest != "K" || !(kibibytes >= 0)) return;
+  entry.sink.sample(curve, entry.now.time, kibibytes * 1024, entry.now.position);
+}
+
+void network(const LaneEntry& entry) {
+  // The first entry's are not of the time since another one. They are negative when an interface
+  // has gone: then what there was is not known.
+  if (entry.integer("TimeSinceLastCheck") <= 0) return;
+  const std::string_view total = entry.value("TotalSinceLastCheck");
+  const std::size_t slash = total.find('/');
+  if (slash == total.npos) return;
+  traffic(entry, Curve::kReceived, total.substr(0, slash));
+  traffic(entry, Curve::kSent, total.substr(slash + 1));
+}
+
+constexpr std::pair<std::string_view, LaneHandler> kHandlers[] = {
+    {"Application", application},
+    {"Audio", audio},
+    {"Battery", battery},
+    {"Bluetooth", bluetooth},
+    {"Display", display},
+    {"Geodyne", location},
+    {"Network", network},
+    {"Registration", registration},
+    {"Telephony", telephony},
+    {"Thermal", thermal},
+    {"WiFi", wifi},
+};
+
+}  // namespace
+
+LaneHandler laneHandlerOf(std::string_view category) {
+  for (const auto& [name, handler] : kHandlers) {
+    if (name == category) return handler;
+  }
+  return nullptr;
+}
+
+}  // namespace zorva

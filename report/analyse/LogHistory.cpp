@@ -1,0 +1,337 @@
+#include "report/analyse/LogHistory.h"
+
+#include <charconv>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/base/Text.h"
+#include "report/analyse/CounterList.h"
+#include "report/analyse/LaneEntries.h"
+#include "report/analyse/OpenSpans.h"
+#include "report/analyse/WakeEntries.h"
+
+namespace zorva {
+namespace {
+
+// While a device falls asleep, and while it wakes up, entries of other loggers come in between.
+constexpr LogTime kFallingAsleep = 10;
+constexpr LogTime kWakingUp = 10;
+// Entries of one moment: clocks are read more than once.
+constexpr LogTime kSameMoment = 2;
+// A daemon that runs writes at least every half hour that the device is awake.
+constexpr LogTime kLongestSilence = 31 * LogTime{60};
+constexpr std::size_t kMostProcesses = 999;
+
+}  // namespace
+
+class LogHistory::Tracker {
+ public:
+  explicit Tracker(LogHistorySink& sink) : sink_(sink), spans_(sink) {
+    for (const auto& [category, handler] : handlers()) {
+      const EntryFormat* const format = entryFormat(category);
+      handlers_[static_cast<std::size_t>(format - logFormat().data())] = handler;
+    }
+    for (std::size_t i = 0; i < logFormat().size(); ++i) {
+      lanes_[i] = laneHandlerOf(logFormat()[i].category);
+    }
+  }
+
+  void add(const LogRecord& record) {
+    const LogPosition position = position_++;
+    if (record.piece == LogPiece::kVersion) restarted_ = true;
+    if (!record.isTimed()) return;
+    LogTime time = record.time;
+    if (last_ && time < last_->time && last_->time - time <= kSameMoment) time = last_->time;
+    const LogMark now{time, position};
+    if (record.category == "Config" && !(last_ && spans_.inSnapshot(time))) restarted_ = true;
+    passTo(now);
+    const Handler handler = handlerOf(record);
+    if (wake_ && handler != &Tracker::decoded && handler != &Tracker::tracked &&
+        handler != &Tracker::complaint) {
+      tellWake();
+    }
+    if (asleep() && handler != &Tracker::wakeUp && handler != &Tracker::sleepStep) seenAsleep(now);
+    last_ = now;
+    record_ = &record;
+    if (handler != nullptr) {
+      (this->*handler)(now);
+    } else if (record.format != nullptr) {
+      tellLanes(now);
+    }
+  }
+
+  void settle() { tellWake(); }
+
+  void finish() {
+    tellWake();
+    if (last_) spans_.loseAll(*last_);
+    last_.reset();
+  }
+
+ private:
+  using Handler = void (Tracker::*)(const LogMark&);
+
+  // Who takes which entries; all others tell of nothing that is kept here.
+  static std::span<const std::pair<std::string_view, Handler>> handlers() {
+    static constexpr std::pair<std::string_view, Handler> kAll[] = {
+        {"Accessory", &Tracker::moment},
+        {"Assertion", &Tracker::assertion},
+        {"Baseband State Durations", &Tracker::modemStates},
+        {"Locale", &Tracker::locale},
+        {"NMX Event", &Tracker::moment},
+        {"NMXN", &Tracker::moment},
+        {"PacketDecoder", &Tracker::decoded},
+        {"PacketTracker", &Tracker::tracked},
+        {"ProcessMonitor", &Tracker::processes},
+        {"Skyvault Event", &Tracker::moment},
+        {"Sleep", &Tracker::sleepStep},
+        {"Syncward Event", &Tracker::moment},
+        {"Wake", &Tracker::wakeUp},
+        {"Zorva", &Tracker::complaint},
+    };
+    return kAll;
+  }
+
+  std::size_t indexOf(const LogRecord& record) const {
+    return static_cast<std::size_t>(record.format - formats_);
+  }
+
+  Handler handlerOf(const LogRecord& record) const {
+    return record.format == nullptr ? nullptr : handlers_[indexOf(record)];
+  }
+
+  void tellLanes(const LogMark& now) {
+    const LaneHandler handler = lanes_[indexOf(*record_)];
+    if (handler == nullptr) return;
+    split();
+    handler({*fields_, now, spans_, sink_, key_});
+  }
+
+  // Whether the log goes on at this entry, or begins anew.
+  void passTo(const LogMark& now) {
+    if (!last_) {
+      spans_.beginAt(now);
+    } else if (std::exchange(restarted_, false)) {
+      restart(now);
+    } else if (now.time < last_->time) {
+      tellWake();
+      stray_.reset();
+      const LogMark last = *last_;
+      spans_.continueAt(last, now);
+      sink_.interruption(last.time, now.time, now.position);
+      // The counters go on: they were read as long before as in the old time.
+      const LogTime leap = now.time - last.time;
+      if (sampled_) *sampled_ += leap;
+      if (modemSampled_) *modemSampled_ += leap;
+    }
+    restarted_ = false;
+    spans_.passTime(now.time);
+  }
+
+  void restart(const LogMark& now) {
+    tellWake();
+    const LogTime silence = now.time - last_->time;
+    const auto since = spans_.asleepSince();
+    const bool slept = since && now.time > *since + kFallingAsleep;
+    if (silence >= 0 && silence <= kLongestSilence && !slept) {
+      spans_.beginSnapshot(*last_, now.time);
+      return;
+    }
+    stray_.reset();
+    spans_.loseAll(*last_);
+    sink_.interruption(last_->time, now.time, now.position);
+    spans_.beginAt(now);
+    forgetSamples();
+  }
+
+  void forgetSamples() {
+    processes_.forget();
+    modem_.forget();
+    sampled_.reset();
+    modemSampled_.reset();
+  }
+
+  bool asleep() const { return spans_.asleepSince().has_value(); }
+
+  // An entry between falling asleep and waking up. It may belong to either; but when the log goes
+  // on and on, the wake was not seen.
+  void seenAsleep(const LogMark& now) {
+    if (now.time <= *spans_.asleepSince() + kFallingAsleep && !stray_) return;
+    if (!stray_) {
+      stray_ = now;
+    } else if (now.time > stray_->time + kWakingUp) {
+      loseSleep();
+    }
+  }
+
+  void loseSleep() {
+    if (stray_) spans_.lose(Lane::kAsleep, *stray_);
+    stray_.reset();
+  }
+
+  // Many entries say what the one before of their category said.
+  struct Split {
+    std::string body;
+    std::vector<LogField> fields;  // of that body
+  };
+
+  void split() {
+    Split& last = splits_[indexOf(*record_)];
+    if (last.body != record_->body || last.fields.empty()) {
+      last.body = record_->body;
+      LogRecord copy = *record_;
+      copy.body = last.body;
+      splitFields(copy, last.fields);
+    }
+    fields_ = &last.fields;
+  }
+
+  std::string_view value(std::string_view key) const { return valueOf(*fields_, key); }
+  std::int64_t integer(std::string_view key) const { return integerOf(*fields_, key); }
+
+  void sleepStep(const LogMark& now) {
+    split();
+    const std::string_view event = value("event");
+    if (event == "will_not_sleep") {
+      spans_.off(Lane::kAsleep, {}, now);
+      moment(now);
+    }
+    // A step towards the next sleep, and nobody saw the end of the last one.
+    const auto since = spans_.asleepSince();
+    if (since && now.time > *since + kFallingAsleep) {
+      if (!stray_) stray_ = now;
+      loseSleep();
+    }
+    if (event == "will_sleep") {
+      stray_.reset();
+      spans_.on(Lane::kAsleep, {}, now);
+      sink_.fallsAsleep(now.time);
+    }
+  }
+
+  void wakeUp(const LogMark& now) {
+    split();
+    stray_.reset();
+    wake_.emplace(now.time, spans_.asleepSince(), *fields_, now.position);
+    spans_.off(Lane::kAsleep, {}, now);
+  }
+
+  void decoded(const LogMark& now) {
+    if (belongsToWake(now)) wake_->addDecoded(*fields_);
+  }
+
+  void tracked(const LogMark& now) {
+    if (belongsToWake(now)) wake_->addTracked(*fields_);
+  }
+
+  bool belongsToWake(const LogMark& now) {
+    if (wake_ && now.time > wake_->time() + kSameMoment) tellWake();
+    if (!wake_) return false;
+    split();
+    return true;
+  }
+
+  void tellWake() {
+    if (!wake_) return;
+    wake_->tell(sink_);
+    wake_.reset();
+  }
+
+  void assertion(const LogMark& now) {
+    split();
+    const std::string_view what = value("state");
+    LogField age;
+    age.value = value("held_for");
+    const LogTime since = now.time - age.seconds().value_or(0);
+    key_.assign(value("pid")).append(" ").append(value("name"));
+    const LogState state{key_, value("process"), integer("pid"), value("name")};
+    if (what == "created") {
+      spans_.assertionCreated(state, now);
+    } else if (what == "released") {
+      spans_.assertionReleased(state, since, now);
+    } else if (what == "held") {
+      spans_.assertionHeld(state, since, now);
+    }
+  }
+
+  void processes(const LogMark& now) {
+    uses_.clear();
+    for (const auto& [key, seconds] : processes_.next(record_->body)) {
+      // "name(pid)"; the name may hold parentheses, too.
+      const std::size_t open = key.rfind('(');
+      if (open == key.npos || !key.ends_with(')')) continue;
+      std::int64_t pid = 0;
+      std::from_chars(key.data() + open + 1, key.data() + key.size() - 1, pid);
+      uses_.push_back({key.substr(0, open), pid, seconds});
+    }
+    if (sampled_) sink_.processes(*sampled_, now.time, uses_, now.position);
+    sampled_ = now.time;
+  }
+
+  void modemStates(const LogMark& now) {
+    states_.clear();
+    for (const auto& [state, amount] : modem_.next(record_->body))
+      states_.push_back({state, amount});
+    if (modemSampled_) sink_.modem(*modemSampled_, now.time, states_, now.position);
+    modemSampled_ = now.time;
+  }
+
+  void moment(const LogMark& now) { tellMoment(now, false); }
+
+  void tellMoment(const LogMark& now, bool isError) {
+    sink_.moment({now.time, record_->category, trimmed(record_->body), isError, now.position});
+  }
+
+  // A push message of unknown shape is no error.
+  void complaint(const LogMark& now) {
+    tellMoment(now, !record_->body.starts_with('{') && !record_->body.starts_with('('));
+  }
+
+  // Each snapshot has it.
+  void locale(const LogMark& now) {
+    if (!locale_.empty() && locale_ != record_->body) moment(now);
+    locale_ = record_->body;
+  }
+
+  LogHistorySink& sink_;
+  OpenSpans spans_;
+  const EntryFormat* const formats_ = logFormat().data();
+  // By format:
+  std::vector<Handler> handlers_ = std::vector<Handler>(logFormat().size());
+  std::vector<LaneHandler> lanes_ = std::vector<LaneHandler>(logFormat().size());
+  const LogRecord* record_ = nullptr;
+  std::vector<Split> splits_ = std::vector<Split>(logFormat().size());
+  const std::vector<LogField>* fields_ = nullptr;
+  std::string key_;
+
+  LogPosition position_ = 0;
+  std::optional<LogMark> last_;
+  bool restarted_ = false;
+  std::optional<WakeEntries> wake_;
+  std::optional<LogMark> stray_;  // the first entry that came while asleep
+  CounterList processes_{"", kMostProcesses};
+  CounterList modem_{" ms"};
+  std::optional<LogTime> sampled_;
+  std::optional<LogTime> modemSampled_;
+  std::vector<ProcessUse> uses_;
+  std::vector<ModemUse> states_;
+  std::string locale_;
+};
+
+LogHistory::LogHistory(LogHistorySink& sink) : tracker_(std::make_unique<Tracker>(sink)) {}
+LogHistory::~LogHistory() = default;
+
+void LogHistory::add(const LogRecord& record) {
+  tracker_->add(record);
+}
+
+void LogHistory::settle() {
+  tracker_->settle();
+}
+
+void LogHistory::finish() {
+  tracker_->finish();
+}
+
+}  // namespace zorva

@@ -1,0 +1,136 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "report/read/LogReader.h"
+
+namespace zorva {
+
+/// A state of the device that lasts.
+enum class Lane {
+  kAsleep,
+  kDisplay,      ///< lit; what: "140/255"
+  kAssertion,    ///< who: the process that keeps the device awake; what: the assertion's name
+  kCall,         ///< what: "Active", "Ringing"
+  kData,         ///< the modem's data connection; what: "DCH"
+  kWiFi,         ///< switched on; what: the network, or "<disassociated>"
+  kBluetooth,    ///< switched on; what: "connected" or empty
+  kAudio,        ///< playing; what: the route
+  kApplication,  ///< in the foreground or running behind; who: its id; what: the mode
+  kThermal,      ///< above level 0; what: the level
+  kCharging,     ///< what: the charging state
+  kLocation,     ///< a source of positions is in use; what: which
+  kRegistered,   ///< with a mobile network; who: the operator; what: the kind, "3G"
+};
+inline constexpr std::size_t kLanes = static_cast<std::size_t>(Lane::kRegistered) + 1;
+
+/// A piece of the log: how many pieces, of all files, were before it.
+using LogPosition = std::uint64_t;
+
+/// A stretch of time in one state. The texts hold during the call. Where the log's time is set
+/// back, a state that goes on is told as two stretches. None begins before the first entry of its
+/// log, even if the log tells that it did ("held_for").
+struct LogSpan {
+  Lane lane;
+  LogTime begin;
+  LogTime end;            ///< not before begin
+  bool beginKnown;        ///< false: it had begun before, and only then was seen
+  bool endKnown;          ///< false: the log ends, or was interrupted, while it went on
+  std::string_view who;   ///< empty where the lane has none
+  std::int64_t pid;       ///< of who; 0 where it is not told
+  std::string_view what;  ///< empty where the lane has none
+  LogPosition first;      ///< the entry that told of the beginning
+  LogPosition last;       ///< the entry that told of the end
+};
+
+/// A value that is sampled.
+enum class Curve {
+  kLevel,        ///< percent
+  kCurrent,      ///< milliamperes, negative while the battery is drained
+  kTemperature,  ///< of the battery, degrees Celsius
+  kSignal,       ///< dBm
+  kReceived,     ///< bytes of all interfaces since the sample before
+  kSent,         ///< bytes
+};
+
+/// The end of a sleep.
+struct LogWake {
+  LogTime time;
+  std::optional<LogTime> asleepSince;
+  std::string_view reason;   ///< "exton2(bb)"
+  std::string_view decoded;  ///< in one line, what the packet was: "TCP 198.51.100.24:5223 to port
+                             ///< 49160", "Incoming SMS"; empty when it was not the modem
+  std::string_view owner;    ///< the process whose socket it was for; empty when none is known
+  std::int64_t ownerPid;     ///< 0 when none is known
+  LogPosition position;
+};
+
+/// Something that took no time: an error, a message that was pushed, an accessory.
+struct LogMoment {
+  LogTime time;
+  std::string_view category;  ///< as in the log
+  std::string_view text;      ///< the body, trimmed
+  bool isError;
+  LogPosition position;
+};
+
+/// How much CPU time a process used since the sample before.
+struct ProcessUse {
+  std::string_view name;
+  std::int64_t pid;
+  std::int64_t seconds;  ///< positive
+};
+
+/// How long the modem was in a state of power since the sample before.
+struct ModemUse {
+  std::string_view state;     ///< in the modem's own words: "Sleep", "Active"
+  std::int64_t milliseconds;  ///< positive
+};
+
+/// Is told what a log says, in the order of the log, but spans when they end.
+class LogHistorySink {
+ public:
+  virtual ~LogHistorySink() = default;
+  virtual void span(const LogSpan&) {}
+  /// A sleep begins, which is told as a span when it has ended.
+  virtual void fallsAsleep(LogTime) {}
+  virtual void sample(Curve, LogTime, double, LogPosition) {}
+  virtual void wake(const LogWake&) {}
+  virtual void moment(const LogMoment&) {}
+  /// The processes that used CPU time between two samples, in no order. Not told of the first.
+  virtual void processes(LogTime /*from*/, LogTime /*to*/, std::span<const ProcessUse>,
+                         LogPosition) {}
+  /// The same for the modem.
+  virtual void modem(LogTime /*from*/, LogTime /*to*/, std::span<const ModemUse>, LogPosition) {}
+  /// The log's time went back, or the logging began anew after a time in which it may not have
+  /// gone on: what lasted is told before, with its end not known.
+  virtual void interruption(LogTime /*before*/, LogTime /*after*/, LogPosition) {}
+};
+
+/// Makes states, values and wakes out of the pieces of a log. Keeps only what is going on: its
+/// memory does not grow with the log.
+class LogHistory {
+ public:
+  explicit LogHistory(LogHistorySink& sink);
+  ~LogHistory();
+
+  /// The next piece of the log, of whatever file, read by the formats of logFormat().
+  void add(const LogRecord& record);
+
+  /// No piece has come for a while: tells a wake that still waited for entries about it.
+  void settle();
+
+  /// The log is over: tells what still lasts.
+  void finish();
+
+ private:
+  class Tracker;
+  std::unique_ptr<Tracker> tracker_;
+};
+
+}  // namespace zorva

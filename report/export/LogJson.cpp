@@ -1,0 +1,232 @@
+#include "report/export/LogJson.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+
+#include "platform/base/Text.h"
+
+namespace zorva {
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
+
+// Adds a JSON text. False when bytes had to be replaced, as they are no UTF-8 or no character that
+// every program takes.
+bool appendText(std::string_view text, std::string& to) {
+  bool whole = true;
+  to += '"';
+  std::size_t plain = 0;  // of what is copied as it is
+  std::size_t at = 0;
+  const auto copy = [&] { to.append(text, plain, at - plain); };
+  while (at < text.size()) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    if (byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\') {
+      ++at;
+      continue;
+    }
+    const std::size_t length = byte < 0x80 ? 1 : sequenceLength(text.substr(at));
+    if (length > 1) {
+      at += length;
+      continue;
+    }
+    copy();
+    if (length == 0 || byte == 0) {
+      to += kReplacement;
+      whole = false;
+    } else if (byte == '\n') {
+      to += "\\n";
+    } else if (byte == '"' || byte == '\\') {
+      to.append(1, '\\').append(1, static_cast<char>(byte));
+    } else {
+      to += formatText("\\u%04x", static_cast<unsigned>(byte));
+    }
+    plain = ++at;
+  }
+  copy();
+  to += '"';
+  return whole;
+}
+
+void appendHex(std::string_view bytes, std::string& to) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  to += '"';
+  for (const char byte : bytes) {
+    to += kDigits[static_cast<unsigned char>(byte) >> 4];
+    to += kDigits[static_cast<unsigned char>(byte) & 0xF];
+  }
+  to += '"';
+}
+
+template <typename Number>
+void appendNumber(Number number, std::string& to) {
+  char digits[32];
+  const auto result = std::to_chars(digits, digits + sizeof digits, number);
+  to.append(digits, result.ptr);
+}
+
+// With a point, so that a database takes a column of such for what it is.
+void appendReal(double number, std::string& to) {
+  const std::size_t before = to.size();
+  appendNumber(number, to);
+  if (to.find_first_of(".e", before) == to.npos) to += ".0";
+}
+
+// Whether the words of a field are yes and no, or on and off.
+bool isSwitch(const FieldFormat& format) {
+  return format.words.size() == 2 &&
+         ((format.words[0].word == "yes" && format.words[1].word == "no") ||
+          (format.words[0].word == "on" && format.words[1].word == "off"));
+}
+
+void appendValue(const LogField& field, std::string& to) {
+  const std::string_view value = field.value;
+  if (value == "<unknown>" || value == "(null)" || value == "<unavailable>") {
+    to += "null";
+    return;
+  }
+  const auto orNull = [&](const auto& number) {
+    if (!number) {
+      to += "null";
+      return;
+    }
+    appendNumber(*number, to);
+  };
+  switch (field.format->type) {
+    case FieldType::kInteger:
+    case FieldType::kHex:
+      return orNull(field.integer());
+    case FieldType::kDuration:
+      return orNull(field.seconds());
+    case FieldType::kReal: {
+      const auto number = field.real();
+      if (number && std::isfinite(*number)) return appendReal(*number, to);
+      to += "null";
+      return;
+    }
+    case FieldType::kWord:
+      if (isSwitch(*field.format)) {
+        to += value == field.format->words[0].word   ? "true"
+              : value == field.format->words[1].word ? "false"
+                                                     : "null";
+        return;
+      }
+      break;
+    case FieldType::kText:
+    case FieldType::kDate:
+      break;
+  }
+  appendText(value, to);
+}
+
+std::string_view nameOf(LogPiece piece) {
+  switch (piece) {
+    case LogPiece::kEntry:
+      return "entry";
+    case LogPiece::kVersion:
+      return "version";
+    case LogPiece::kSeparator:
+      return "separator";
+    case LogPiece::kDamaged:
+      break;
+  }
+  return "damaged";
+}
+
+void appendList(std::string_view name, const std::vector<const LogField*>& fields, bool typed,
+                std::string& to) {
+  if (fields.empty()) return;
+  to.append(to.back() == '{' ? "" : ",").append("\"").append(name).append("\":[");
+  for (const LogField* const field : fields) {
+    to += field == fields.front() ? R"({"key":)" : R"(,{"key":)";
+    appendText(field->key, to);
+    to += ",\"value\":";
+    if (typed) {
+      appendValue(*field, to);
+    } else {
+      appendText(field->value, to);
+    }
+    to += '}';
+  }
+  to += ']';
+}
+
+}  // namespace
+
+std::string isoTime(LogTime time) {
+  using namespace std::chrono;
+  const sys_days day = floor<days>(sys_seconds(seconds(time)));
+  const year_month_day date(day);
+  const LogTime rest = time - duration_cast<seconds>(day.time_since_epoch()).count();
+  return formatText("%04d-%02u-%02uT%02d:%02d:%02d", static_cast<int>(date.year()),
+                    static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                    static_cast<int>(rest / 3600), static_cast<int>(rest / 60 % 60),
+                    static_cast<int>(rest % 60));
+}
+
+void LogJson::append(const LogRecord& record, std::string_view file, std::string& to) {
+  to += "{\"file\":";
+  appendText(file, to);
+  to += ",\"line\":";
+  appendNumber(record.line, to);
+  to.append(",\"kind\":\"").append(nameOf(record.piece)).append("\"");
+  if (record.piece == LogPiece::kEntry) {
+    if (timeText_.empty() || record.time != time_) {
+      time_ = record.time;
+      timeText_ = isoTime(time_);
+    }
+    to.append(",\"time\":\"").append(timeText_).append("\",\"category\":");
+    appendText(record.category, to);
+    appendFields(record, to);
+  }
+  to += ",\"raw\":";
+  if (!appendText(record.raw, to)) {
+    to += ",\"bytes\":";
+    appendHex(record.raw, to);
+  }
+  to += "}\n";
+}
+
+void LogJson::appendFields(const LogRecord& record, std::string& to) {
+  splitFields(record, fields_);
+  listed_.clear();
+  unknown_.clear();
+  category_.clear();
+  for (const char byte : record.category) {
+    category_ += byte == ' '                  ? '_'
+                 : byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 32)
+                                              : byte;
+  }
+  const std::size_t before = to.size();
+  bool any = false;
+  to.append(",\"").append(category_).append("\":{");
+  for (const LogField& field : fields_) {
+    if (field.format == nullptr) {
+      unknown_.push_back(&field);
+    } else if (field.format->key == "*") {
+      listed_.push_back(&field);
+    } else {
+      to.append(any ? ",\"" : "\"").append(field.key);
+      // A name that has been there gets a number.
+      if (std::ranges::any_of(fields_.data(), &field,
+                              [&](const LogField& other) { return other.key == field.key; })) {
+        to += "_2";
+      }
+      to += "\":";
+      appendValue(field, to);
+      any = true;
+    }
+  }
+  appendList("values", listed_, true, to);
+  to += '}';
+  if (!any && listed_.empty()) to.resize(before);
+  if (unknown_.size() == 1 && unknown_.front()->key.empty()) {
+    to += ",\"text\":";
+    appendText(trimmed(unknown_.front()->value), to);
+  } else {
+    appendList("other", unknown_, false, to);
+  }
+}
+
+}  // namespace zorva

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "report/analyse/LogHistory.h"
+#include "report/page/TimelineStores.h"
+
+namespace zorva {
+
+/// Puts a log's pieces into a page: chunks of some thousand, deflated and in Base64, each in an
+/// element of its own that the page opens when somebody asks for it. Holds one chunk.
+class PageLines {
+ public:
+  static constexpr std::size_t kPieces = 5000;      ///< of a chunk, at most
+  static constexpr std::size_t kBytes = 1 << 20;    ///< of a chunk before it is deflated, about
+  static constexpr std::size_t kLongest = 8 << 10;  ///< bytes of a piece; what is longer is cut
+
+  /// Where the chunks begin, for the page to find the one that it needs.
+  struct Chunk {
+    LogPosition first;
+    AxisTime at;
+  };
+
+  explicit PageLines(std::string& to);
+  ~PageLines();
+
+  /// The next piece, at its position in the log, which is at this time: an entry's own, or that of
+  /// the entry before.
+  void add(std::string_view raw, LogPosition position, AxisTime at);
+
+  /// Appends the last chunk.
+  void finish();
+
+  const std::vector<Chunk>& chunks() const { return chunks_; }
+  /// Behind the last piece.
+  LogPosition end() const { return end_; }
+
+ private:
+  class Deflate;
+
+  std::string& to_;
+  std::unique_ptr<Deflate> deflate_;
+  std::string text_;
+  std::size_t pieces_ = 0;
+  LogPosition end_ = 0;
+  AxisTime before_ = 0;
+  std::vector<Chunk> chunks_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "report/analyse/LogSummary.h"
+#include "report/page/PageWriter.h"
+#include "report/text/SummaryText.h"
+
+namespace zorva {
+
+/// A log's sum as the page tells it.
+PageSummary pageSummary(const LogSummary& summary, const LogReading& reading);
+
+}  // namespace zorva

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "report/analyse/LogHistory.h"
+#include "report/page/PageLines.h"
+#include "report/page/Timeline.h"
+#include "report/read/LogWindow.h"
+
+namespace zorva {
+
+/// A table of the page, which sorts by any column.
+struct PageTable {
+  /// What a column's numbers are, and so how the page writes them.
+  enum class Kind {
+    kText,
+    kProcess,  ///< a text that the page's process filter knows
+    kCount,
+    kSeconds,
+    kBytes,
+    kPercent,
+    kTime,  ///< seconds, as the log tells them
+  };
+  struct Column {
+    std::string name;
+    Kind kind;
+  };
+  using Cell = std::variant<std::monostate, std::string, double>;  ///< the first: not known
+
+  std::string title;
+  std::vector<Column> columns;
+  std::vector<std::vector<Cell>> rows;  ///< as the page shows them at first; it has kMostRows
+};
+
+/// What a page says in words and figures.
+struct PageSummary {
+  std::string title;               ///< what the page is about: the logs' names
+  std::vector<std::string> facts;  ///< sentences, the most important first
+  std::vector<PageTable> tables;
+};
+
+/// Writes a log as one page, which needs nothing else: neither other files nor a network. The log's
+/// pieces go into it as they are read, what is drawn of them comes behind, so the memory needed
+/// does not grow with the log.
+class PageWriter {
+ public:
+  static constexpr std::size_t kMostRows = 500;
+
+  /// Appends the page to a text, which its owner may write out and empty between any two calls.
+  explicit PageWriter(std::string& to, const LogWindow& window = {});
+
+  /// The next piece of the log, of whatever file. What is not in the window is not shown, but tells
+  /// in which state it begins.
+  void add(const LogRecord& record);
+
+  /// The log is over: appends the rest of the page.
+  void finish(const PageSummary& summary);
+
+ private:
+  std::string& to_;
+  WindowFilter filter_;
+  Timeline timeline_;
+  LogHistory history_;
+  PageLines lines_;
+  LogPosition position_ = 0;
+  LogTime time_ = 0;  // of the entry before, and where it is
+  AxisTime at_ = 0;
+};
+
+}  // namespace zorva

@@ -1,0 +1,190 @@
+#include "report/read/LogReader.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace zorva {
+namespace {
+
+constexpr WordFormat kSwitch[] = {{"on", ""}, {"off", ""}};
+constexpr WordFormat kNoNetwork[] = {{"<disassociated>", ""}};
+constexpr FieldFormat kWiFi[] = {
+    {"status", FieldType::kWord, "", "", "", Privacy::kHarmless, kSwitch},
+    {"ap", FieldType::kText, "", "", "", Privacy::kName, kNoNetwork},
+    {"wow", FieldType::kWord, "", "", "", Privacy::kHarmless, kSwitch},
+    {"pm_dur", FieldType::kInteger, "", "", ""}};
+constexpr FieldFormat kBattery[] = {{"level", FieldType::kReal, "%", "", ""},
+                                    {"voltage", FieldType::kInteger, " mV", "", ""},
+                                    {"usage", FieldType::kDuration, "", "", ""}};
+constexpr FieldFormat kProcesses[] = {{"*", FieldType::kInteger, "", "", "", Privacy::kName}};
+constexpr EntryFormat kFormat[] = {{"Battery", EntryShape::kFields, "", "", "", kBattery},
+                                   {"ProcessMonitor", EntryShape::kFields, "", "", "", kProcesses},
+                                   {"WiFi", EntryShape::kFields, "", "", "", kWiFi},
+                                   {"Syslog", EntryShape::kText, "", "", ""},
+                                   {"Zorva", EntryShape::kText, "", "", ""}};
+
+// Each piece in a word: its kind and number of lines, for entries the category, the fields, and how
+// far the time goes back. Checks that the pieces and the fields are the text to the byte.
+std::string told(std::string_view text, std::size_t most = LogReader::kLongestPiece) {
+  LogReader reader(kFormat);
+  reader.begin(readFrom(text, most));
+  std::string told;
+  std::string raw;
+  LogRecord record;
+  std::vector<LogField> fields;
+  while (reader.next(record)) {
+    raw += record.raw;
+    told += std::to_string(record.line);
+    if (record.lines != 1) told += "+" + std::to_string(record.lines);
+    switch (record.piece) {
+      case LogPiece::kVersion:
+        told += " version\n";
+        continue;
+      case LogPiece::kSeparator:
+        told += " --\n";
+        continue;
+      case LogPiece::kDamaged:
+        told += " damaged\n";
+        continue;
+      case LogPiece::kEntry:
+        break;
+    }
+    told += " " + std::string(record.category);
+    if (record.backwards != 0) told += " -" + std::to_string(record.backwards);
+    splitFields(record, fields);
+    std::string body;
+    for (const LogField& field : fields) {
+      body += field.raw;
+      told += field.format != nullptr ? " " : " ?";
+      told +=
+          std::string(field.key) + "|" + std::string(field.value) + "|" + std::string(field.unit);
+      if (field.format != nullptr && !field.isWellFormed()) told += "|bad";
+    }
+    EXPECT_EQ(body, record.body);
+    told += "\n";
+  }
+  EXPECT_EQ(raw, text);
+  EXPECT_EQ(reader.counts().bytes, text.size());
+  return told;
+}
+
+const char* const kLog =
+    "Zorva Version: 5\n"
+    "11/17/26 06:28:00 [Battery] level=62.50%; voltage=3830 mV; usage=102:41:00;\n"
+    "11/17/26 06:28:00 [Battery] level=nan%; voltage=<unknown>;\n"
+    "\n"
+    "11/16/26 23:10:00 [Syslog] powerd[31]: a=b; [x]\n"
+    "11/17/26 06:28:00 [Zorva]{\n"
+    "    alert =     {\n"
+    "        a = 1;\n"
+    "    };\n"
+    "}\n"
+    "11/17/26 05:28:01 [WiFi] status=on; ap=My; wow=off; x=1; wow=on; pm_dur=7;\n"
+    "11/17/26 05:28:01 [WiFi] status=maybe; ap=<disassociated>; new=1; pm_dur=x;\n"
+    "11/17/26 05:28:02 [ProcessMonitor] init(1)=22; a=b; c(7)=5;\n"
+    "11/17/26 05:28:02 [Later] one=1; two=2;\n"
+    "11/17/26 05:28:02 [Later] just text\n"
+    "11/17/26 05:28:03 [WiFi]\n"
+    "11/17/26 05:28:04 [Battery] level=62.5011/17/26 05:28:05 [Battery] level=62.50%;\n"
+    "11/17/26 05:28:04 [Battery] level=62.\n"
+    "11/17/26 05:28:04 [Zorva]{\n"
+    "    a = 1;\n"
+    "11/17/26 05:28:06 [Battery] level=6%;\n"
+    "17/11/26 05:28:06 [Battery] level=6%;\n"
+    "\xd9\xa1\xd9\xa1/\xd9\xa1\xd9\xa7/\xd9\xa2\xd9\xa6 \xd9\xa0\xd9\xa5:\xd9\xa2\xd9\xa8:"
+    "\xd9\xa0\xd9\xa7 [Battery] level=5%;\r\n"
+    "11/17/26 05:28:08 [Batt";
+
+const char* const kTold =
+    "1 version\n"
+    "2 Battery level|62.50|% voltage|3830| mV usage|102:41:00|\n"
+    "3 Battery level|nan|% voltage|<unknown>|\n"
+    "4 --\n"
+    "5 Syslog ?|powerd[31]: a=b; [x]|\n"
+    "6+5 Zorva ?|{\n    alert =     {\n        a = 1;\n    };\n}|\n"
+    "11 WiFi -3599 status|on| ap|My; wow=off; x=1| wow|on| pm_dur|7|\n"
+    "12 WiFi status|maybe||bad ap|<disassociated>; new=1| pm_dur|x||bad\n"
+    "13 ProcessMonitor init(1)|22| a|b||bad c(7)|5|\n"
+    "14 Later ?one|1| ?two|2|\n"
+    "15 Later ?|just text|\n"
+    "16 WiFi\n"
+    "17 damaged\n"
+    "18 damaged\n"
+    "19+2 damaged\n"
+    "21 Battery level|6|%\n"
+    "22 damaged\n"
+    "23 Battery level|5|%\n"
+    "24 damaged\n";
+
+TEST(LogReaderTest, TellsEachPieceHoweverItIsRead) {
+  EXPECT_EQ(told(kLog), kTold);
+  EXPECT_EQ(told(kLog, 1), kTold);
+}
+
+TEST(LogReaderTest, TellsThatReadingFailedAndGoesOnWithTheNextFile) {
+  LogReader reader(kFormat);
+  LogRecord record;
+  reader.begin([](char*, std::size_t) {
+    errno = EIO;
+    return std::ptrdiff_t{-1};
+  });
+  EXPECT_FALSE(reader.next(record));
+  EXPECT_EQ(reader.error(), EIO);
+  reader.begin(readFrom("11/17/26 05:28:01 [WiFi]\n"));
+  EXPECT_TRUE(reader.next(record));
+  reader.begin(readFrom("11/17/26 05:28:00 [WiFi]"));
+  EXPECT_TRUE(reader.next(record));
+  EXPECT_EQ(record.backwards, 1);
+  EXPECT_FALSE(reader.next(record));
+  EXPECT_EQ(reader.error(), 0);
+}
+
+TEST(LogReaderTest, ValuesHaveTypes) {
+  constexpr FieldFormat kHex{"id", FieldType::kHex, "", "", ""};
+  const auto field = [](std::string_view value, const FieldFormat& format) {
+    LogField made;
+    made.value = value;
+    made.format = &format;
+    return made;
+  };
+  EXPECT_EQ(field("1f", kHex).integer(), 31);
+  EXPECT_EQ(field("1g", kHex).integer(), std::nullopt);
+  EXPECT_EQ(field("-12", kWiFi[3]).integer(), -12);
+  EXPECT_EQ(field("12x", kWiFi[3]).integer(), std::nullopt);
+  EXPECT_EQ(field("62.5", kBattery[0]).real(), 62.5);
+  EXPECT_EQ(field("100:01:02", kBattery[2]).seconds(), 360062);
+  for (const char* bad : {"1:2", "1:2:", "", "a:b:c", "1:2:3:4", "99999999999999999:0:0"}) {
+    EXPECT_EQ(field(bad, kBattery[2]).seconds(), std::nullopt) << bad;
+  }
+}
+
+TEST(LogTimeTest, TheWeeksYearIsResolved) {
+  const auto times = [](std::initializer_list<const char*> dates) {
+    LogClock clock;
+    std::vector<LogTime> read;
+    for (const char* date : dates) {
+      std::size_t length = 0;
+      read.push_back(clock.read(date, length).value_or(-1));
+    }
+    for (std::size_t i = read.size(); i-- > 1;) read[i] -= read[i - 1];
+    return read;
+  };
+  constexpr LogTime kDay = 86400;
+  // 11/17/26 is day 20774.
+  EXPECT_EQ(times({"11/17/26 00:00:01"}), (std::vector<LogTime>{20774 * kDay + 1}));
+  // United States: 27 December 2026 is a Sunday, and in the week of New Year.
+  EXPECT_EQ(
+      times({"12/26/26 00:00:00", "12/27/27 00:00:00", "12/31/27 00:00:00", "01/01/27 00:00:00"}),
+      (std::vector<LogTime>{20813 * kDay, kDay, 4 * kDay, kDay}));
+  // The same without anything before it.
+  EXPECT_EQ(times({"12/31/27 00:00:00", "01/01/27 00:00:00"}),
+            (std::vector<LogTime>{20818 * kDay, kDay}));
+  // Germany: 1 to 3 January 2027 are in the last week of 2026.
+  EXPECT_EQ(times({"12/24/26 00:00:00", "12/31/26 00:00:00", "01/01/26 00:00:00",
+                   "01/03/26 00:00:00", "01/04/27 00:00:00"}),
+            (std::vector<LogTime>{20811 * kDay, 7 * kDay, kDay, 2 * kDay, kDay}));
+}
+
+}  // namespace
+}  // namespace zorva

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "report/read/LogReader.h"
+
+namespace zorva {
+
+/// Rewrites a log so that it can be shared. Lines, categories, keys, figures and words stay; names,
+/// addresses and contents become tokens such as "ap-1", "process-3", "ip-2", "content-7", numbered
+/// as they first occur: the same value has the same token wherever it stands, and nothing leads
+/// back from a token to its value. What is not understood (damaged lines, unknown categories,
+/// values that are not what their field says) is taken for content.
+///
+/// What stays tells something, too: times, figures, lengths of dumps, and which values are equal.
+class Redaction {
+ public:
+  /// Adds the piece, rewritten, with as many lines as it had and their ends as they were.
+  void append(const LogRecord& record, std::string& to);
+
+  /// How many different values have been replaced.
+  std::uint64_t tokens() const { return names_.size() + contents_.size(); }
+
+ private:
+  void appendEntry(const LogRecord& record, std::string& to);
+  void appendLines(const LogRecord& record, std::string_view first, std::string_view between,
+                   std::string& to);
+  void appendDump(const LogRecord& record, std::string& to);
+  void appendText(const LogRecord& record, std::string& to);
+  void appendField(std::string_view category, const LogField& field, std::string& to);
+  void appendAddress(std::string_view address, std::string& to);
+
+  const std::string& name(std::string_view kind, std::string_view value);
+  std::string content(std::string_view value);
+
+  std::unordered_map<std::string, std::string> names_;     // by kind and value
+  std::unordered_map<std::string, std::uint32_t> counts_;  // by kind
+  // By hash, as contents may be most of the log: two of the same hash would be shown as equal.
+  std::unordered_map<std::uint64_t, std::uint32_t> contents_;
+  std::uint64_t damaged_ = 0;
+  std::vector<LogField> fields_;
+  std::string scratch_;
+};
+
+}  // namespace zorva

@@ -1,0 +1,240 @@
+#include "report/text/Comparison.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "platform/base/Text.h"
+
+namespace zorva {
+namespace {
+
+using Align = TextPage::Align;
+using Kind = ComparedFigure::Kind;
+using Row = TextPage::Row;
+using Values = std::vector<std::optional<double>>;
+
+constexpr std::size_t kMostRows = 8;
+constexpr std::size_t kMostChanges = 8;
+constexpr double kLeastRatio = 1.25;  // of what is told to have changed
+
+struct KindTraits {
+  const char* title;
+  double notable;  // the difference that is worth a word
+};
+
+KindTraits traitsOf(Kind kind) {
+  switch (kind) {
+    case Kind::kCharge:
+      return {"Charge used per hour", 0.2};
+    case Kind::kWakes:
+      return {"Wakes per hour", 0.2};
+    case Kind::kHeld:
+      return {"Kept awake, per hour", 120};
+    case Kind::kCpu:
+      return {"CPU time per hour", 10};
+    case Kind::kBytes:
+      break;
+  }
+  return {"Traffic per hour", 1 << 20};
+}
+
+std::string text(Kind kind, const std::optional<double>& value) {
+  if (!value) return "-";
+  switch (kind) {
+    case Kind::kCharge:
+      return figure(*value) + " %";
+    case Kind::kWakes:
+      return figure(*value);
+    case Kind::kHeld:
+    case Kind::kCpu:
+      return *value > 0 && *value < 1 ? figure(*value) + " s" : duration(std::llround(*value));
+    case Kind::kBytes:
+      break;
+  }
+  return byteCount(*value);
+}
+
+// By how much the last differs from the first.
+std::string changeText(const ComparedFigure& figureOf) {
+  const auto& before = figureOf.values.front();
+  const auto& now = figureOf.values.back();
+  if (!before || !now) return "";
+  if (*before <= 0 || *now <= 0) return *now > *before ? "new" : *now < *before ? "gone" : "";
+  const double ratio = *now / *before;
+  if (ratio >= 0.995 && ratio < 1.005) return "same";
+  return ratio >= 10 || ratio <= 0.1
+             ? (ratio > 1 ? "x " : "/ ") + figure(std::max(ratio, 1 / ratio))
+             : formatText("%+.0f %%", 100 * (ratio - 1));
+}
+
+// Figures of one kind under many names, each in some of the logs.
+class Gathered {
+ public:
+  Gathered(Kind kind, std::size_t logs) : kind_(kind), logs_(logs) {}
+
+  void add(std::size_t log, const std::string& name, double amount, double hours) {
+    if (hours <= 0) return;
+    Values& values = values_.try_emplace(name, logs_, std::optional<double>(0.0)).first->second;
+    *values[log] += amount / hours;
+  }
+
+  void moveTo(std::vector<ComparedFigure>& figures) const {
+    std::vector<ComparedFigure> all;
+    for (const auto& [name, values] : values_) all.push_back({kind_, name, values});
+    std::ranges::stable_sort(all, std::greater(), [](const ComparedFigure& figureOf) {
+      return std::ranges::max(figureOf.values);
+    });
+    figures.insert(figures.end(), all.begin(), all.end());
+  }
+
+ private:
+  Kind kind_;
+  std::size_t logs_;
+  std::map<std::string, Values> values_;
+};
+
+double hoursOf(LogTime seconds) {
+  return static_cast<double>(seconds) / 3600;
+}
+
+std::string letter(std::size_t log) {
+  return log < 26 ? std::string(1, static_cast<char>('A' + log)) : std::to_string(log + 1);
+}
+
+std::string subject(const ComparedFigure& figureOf) {
+  switch (figureOf.kind) {
+    case Kind::kCharge:
+      return "Charge used " + figureOf.name;
+    case Kind::kWakes:
+      return figureOf.name == "all"              ? "Wakes"
+             : figureOf.name.starts_with("for ") ? "Wakes " + figureOf.name
+                                                 : "Wakes by " + figureOf.name;
+    case Kind::kHeld:
+      return "Kept awake by " + figureOf.name;
+    case Kind::kCpu:
+      return "CPU time of " + figureOf.name;
+    case Kind::kBytes:
+      break;
+  }
+  return "Bytes " + figureOf.name;
+}
+
+void tellChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
+  struct Change {
+    double weight;
+    const ComparedFigure* of;
+  };
+  std::vector<Change> changes;
+  for (const ComparedFigure& figureOf : figures) {
+    const auto& before = figureOf.values.front();
+    const auto& now = figureOf.values.back();
+    if (!before || !now) continue;
+    const double weight = std::fabs(*now - *before) / traitsOf(figureOf.kind).notable;
+    const double low = std::min(*now, *before);
+    if (weight < 1 || std::max(*now, *before) < low * kLeastRatio) continue;
+    changes.push_back({weight, &figureOf});
+  }
+  std::ranges::stable_sort(changes, std::greater(), &Change::weight);
+  if (changes.size() > kMostChanges) changes.resize(kMostChanges);
+  if (changes.empty()) {
+    page.sentence("Nothing of note.");
+    return;
+  }
+  std::vector<Row> rows;
+  for (const auto& [weight, of] : changes) {
+    rows.push_back({subject(*of), text(of->kind, of->values.front()), "to",
+                    text(of->kind, of->values.back()), changeText(*of)});
+  }
+  page.table({{"", Align::kLeft, true}, {"", Align::kRight}, {""}, {""}, {"", Align::kRight}},
+             rows);
+}
+
+}  // namespace
+
+std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
+  ComparedFigure asleep{Kind::kCharge, "asleep", {}};
+  ComparedFigure awake{Kind::kCharge, "awake", {}};
+  ComparedFigure wakes{Kind::kWakes, "all", {}};
+  Gathered reasons(Kind::kWakes, logs.size());
+  Gathered holders(Kind::kHeld, logs.size());
+  Gathered processes(Kind::kCpu, logs.size());
+  Gathered traffic(Kind::kBytes, logs.size());
+  for (std::size_t i = 0; i < logs.size(); ++i) {
+    const LogSummary& summary = logs[i].summary;
+    const double hours = hoursOf(summary.covered);
+    asleep.values.push_back(summary.asleep.perHour());
+    awake.values.push_back(summary.awake.perHour());
+    wakes.values.push_back(hours > 0 ? std::optional(static_cast<double>(summary.wakes) / hours)
+                                     : std::nullopt);
+    for (const auto& tally : summary.wakeReasons) {
+      reasons.add(i, tally.name, static_cast<double>(tally.count), hours);
+    }
+    for (const auto& tally : summary.wakeOwners) {
+      reasons.add(i, "for " + tally.name, static_cast<double>(tally.count), hours);
+    }
+    for (const auto& tally : summary.lane(Lane::kAssertion)) {
+      holders.add(i, tally.name + ": " + tally.detail, static_cast<double>(tally.seconds), hours);
+    }
+    for (const auto& [name, seconds] : summary.processes) {
+      processes.add(i, name, static_cast<double>(seconds), hoursOf(summary.processSeconds));
+    }
+    if (summary.traffic) {
+      traffic.add(i, "received", summary.received, hours);
+      traffic.add(i, "sent", summary.sent, hours);
+    }
+  }
+  std::vector<ComparedFigure> figures{asleep, awake, wakes};
+  reasons.moveTo(figures);
+  holders.moveTo(figures);
+  processes.moveTo(figures);
+  traffic.moveTo(figures);
+  return figures;
+}
+
+std::string comparisonText(const std::vector<ComparedLog>& logs, const TextStyle& style) {
+  TextPage page(style);
+  page.heading("Compared");
+  std::vector<Row> names;
+  for (std::size_t i = 0; i < logs.size(); ++i) {
+    const LogSummary& summary = logs[i].summary;
+    names.push_back({letter(i), logs[i].name,
+                     summary.isEmpty() ? "no entry" : "from " + shortTime(summary.first),
+                     duration(summary.covered),
+                     "asleep " + (summary.covered > 0
+                                      ? formatText("%.0f %%", 100 * hoursOf(summary.asleepSeconds) /
+                                                                  hoursOf(summary.covered))
+                                      : "-")});
+  }
+  page.table({{""}, {"", Align::kLeft, true}, {""}, {"", Align::kRight}, {"", Align::kRight}},
+             names);
+  const std::vector<ComparedFigure> figures = compare(logs);
+  page.heading("What changed from " + letter(0) + " to " + letter(logs.size() - 1) + ", per hour");
+  tellChanges(figures, page);
+
+  for (auto at = figures.begin(); at != figures.end();) {
+    const auto end = std::find_if(at, figures.end(), [&](const ComparedFigure& figureOf) {
+      return figureOf.kind != at->kind;
+    });
+    page.heading(traitsOf(at->kind).title);
+    std::vector<TextPage::Column> columns{{"", Align::kLeft, true}};
+    std::vector<std::string> letters;
+    for (std::size_t i = 0; i < logs.size(); ++i) letters.push_back(letter(i));
+    for (const std::string& name : letters) columns.push_back({name, Align::kRight});
+    columns.push_back({"change", Align::kRight});
+    std::vector<Row> rows;
+    for (auto figureOf = at; figureOf != end && rows.size() < kMostRows; ++figureOf) {
+      Row& row = rows.emplace_back();
+      row.push_back(figureOf->name);
+      for (const auto& value : figureOf->values) row.push_back(text(figureOf->kind, value));
+      row.push_back(changeText(*figureOf));
+    }
+    page.table(columns, rows);
+    const auto more = static_cast<std::size_t>(end - at) - rows.size();
+    if (more > 0) page.sentence("And " + grouped(more) + " more.");
+    at = end;
+  }
+  return page.take();
+}
+
+}  // namespace zorva

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "report/analyse/LogSummary.h"
+#include "report/text/TextPage.h"
+
+namespace zorva {
+
+/// One of the logs that are compared.
+struct ComparedLog {
+  std::string name;
+  LogSummary summary;
+};
+
+/// Something that every log has a figure of, by the hour so that logs of any length can be
+/// compared.
+struct ComparedFigure {
+  enum class Kind {
+    kCharge,  ///< percent per hour
+    kWakes,   ///< per hour
+    kHeld,    ///< seconds per hour: an assertion, the display
+    kCpu,     ///< CPU seconds per hour
+    kBytes,   ///< per hour
+  };
+  Kind kind;
+  std::string name;
+  std::vector<std::optional<double>> values;  ///< one for each log; nothing where it is not known
+};
+
+/// What can be compared: charge, then wakes, holders, processes and traffic, of each kind those
+/// first that are highest in any log.
+std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs);
+
+/// The page for the terminal.
+std::string comparisonText(const std::vector<ComparedLog>& logs, const TextStyle& style);
+
+}  // namespace zorva

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "report/analyse/LogHistory.h"
+
+namespace zorva {
+
+/// Tells what happens, as it comes, in sentences: one line each, "21:46:40  ...", safe for
+/// terminals.
+class LogNews : public LogHistorySink {
+ public:
+  using Tell = std::function<void(const std::string& line)>;
+
+  /// An assertion that was held for less than this is no news.
+  static constexpr LogTime kShortestAssertion = 60;
+
+  explicit LogNews(Tell tell) : tell_(std::move(tell)) {}
+
+  void span(const LogSpan& span) override;
+  void sample(Curve curve, LogTime time, double value, LogPosition position) override;
+  void fallsAsleep(LogTime time) override;
+  void wake(const LogWake& wake) override;
+  void moment(const LogMoment& moment) override;
+  void interruption(LogTime before, LogTime after, LogPosition position) override;
+
+  std::optional<double> level() const { return level_; }
+
+ private:
+  void say(LogTime time, const std::string& text);
+
+  Tell tell_;
+  std::optional<double> level_;  // that was told last
+  LogTime levelTime_ = 0;
+};
+
+}  // namespace zorva

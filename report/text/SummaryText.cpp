@@ -1,0 +1,344 @@
+#include "report/text/SummaryText.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "platform/base/Text.h"
+
+namespace zorva {
+namespace {
+
+using Align = TextPage::Align;
+using Charge = LogSummary::Charge;
+using Row = TextPage::Row;
+using Tally = LogSummary::Tally;
+
+constexpr std::size_t kMostRows = 10;
+constexpr std::size_t kLongestDamaged = 100;  // bytes of a damaged line that are shown
+
+std::string percent(double value) {
+  return figure(value) + " %";
+}
+
+std::string share(double part, double whole) {
+  if (!(whole > 0)) return "";
+  const double percent = 100 * part / whole;
+  return percent > 0 && percent < 0.5 ? "<1 %" : formatText("%.0f %%", percent);
+}
+
+std::string share(LogTime part, LogTime whole) {
+  return share(static_cast<double>(part), static_cast<double>(whole));
+}
+
+std::string left(std::size_t count) {
+  return count > kMostRows ? "And " + grouped(count - kMostRows) + " more." : std::string();
+}
+
+// The level is not read at the ends of each state.
+std::string readings(const Charge& charge, LogTime whole) {
+  return std::llabs(charge.seconds - whole) > whole / 10
+             ? " (by readings over " + duration(charge.seconds) + ")"
+             : "";
+}
+
+std::string useSentence(const std::string& text, const Charge& charge, LogTime whole) {
+  const auto rate = charge.perHour();
+  if (!rate) return text + "; what that used is not known.";
+  return text + ", used " + percent(charge.percent) + ", " + percent(*rate) + " per hour" +
+         readings(charge, whole) + ".";
+}
+
+std::string gained(double value) {
+  return (value >= 0 ? "gained " : "used ") + percent(std::fabs(value));
+}
+
+// Of how long it was, its share, and two names.
+const std::vector<TextPage::Column> kTimesAndNames = {
+    {"", Align::kRight}, {"", Align::kRight}, {"", Align::kLeft, true}, {"", Align::kLeft, true}};
+
+class Writer {
+ public:
+  Writer(const LogSummary& summary, const LogReading& reading, const TextStyle& style)
+      : summary_(summary), reading_(reading), page_(style) {}
+
+  std::string write() {
+    std::string names;
+    for (std::size_t i = 0; i < std::min<std::size_t>(reading_.files.size(), 3); ++i) {
+      names += (i > 0 ? ", " : "") + reading_.files[i];
+    }
+    if (reading_.files.size() > 3) names += formatText(" and %zu more", reading_.files.size() - 3);
+    page_.heading(names);
+    if (summary_.isEmpty()) {
+      page_.sentence(std::string("There is no entry") +
+                     (reading_.counts.entries == 0 ? "." : " of that time."));
+    } else {
+      page_.sentence(dayAndTime(summary_.first) + " to " + dayAndTime(summary_.last) + ": " +
+                     duration(summary_.covered) + ", " +
+                     counted(summary_.entries, "entry", "entries") + ".");
+      battery();
+      sleeps();
+      wakes();
+      holders();
+      processes();
+      use();
+      radio();
+      errors();
+    }
+    condition();
+    return page_.take();
+  }
+
+ private:
+  void battery() {
+    if (!summary_.firstLevel) return;
+    page_.heading("Battery");
+    for (const std::string& sentence : batterySentences(summary_)) page_.sentence(sentence);
+  }
+
+  void sleeps() {
+    const auto& sleeps = summary_.longestSleeps;
+    if (sleeps.empty()) return;
+    page_.heading("Sleeps");
+    std::vector<Row> rows;
+    LogTime shown = 0;
+    for (const LogSummary::Sleep& sleep : sleeps) {
+      shown += sleep.end - sleep.begin;
+      std::string ended = endOfSleep(sleep);
+      if (!sleep.owner.empty()) {
+        ended +=
+            " for " + sleep.owner + formatText(" (%lld)", static_cast<long long>(sleep.ownerPid));
+      }
+      rows.push_back({shortTime(sleep.begin), duration(sleep.end - sleep.begin), ended});
+    }
+    page_.table({{"from"}, {"for", Align::kRight}, {"ended by", Align::kLeft, true}}, rows);
+    if (summary_.sleeps > sleeps.size()) {
+      page_.sentence("The longest; " + grouped(summary_.sleeps - sleeps.size()) + " others took " +
+                     duration(summary_.asleepSeconds - shown) + ".");
+    }
+  }
+
+  void wakes() {
+    if (summary_.wakes == 0) return;
+    page_.heading("Wakes");
+    const double hours = static_cast<double>(summary_.covered) / 3600;
+    page_.sentence(counted(summary_.wakes, "wake", "wakes") +
+                   (hours > 0
+                        ? ", " + figure(static_cast<double>(summary_.wakes) / hours) + " per hour."
+                        : "."));
+    tallies("reason", summary_.wakeReasons);
+    if (!summary_.wakeOwners.empty()) tallies("over the modem for", summary_.wakeOwners);
+  }
+
+  void tallies(std::string_view title, const std::vector<Tally>& tallies) {
+    std::vector<Row> rows;
+    for (const Tally& tally : tallies) {
+      if (rows.size() == kMostRows) break;
+      rows.push_back(
+          {grouped(tally.count),
+           share(static_cast<LogTime>(tally.count), static_cast<LogTime>(summary_.wakes)),
+           tally.name});
+    }
+    page_.table({{"wakes", Align::kRight}, {"", Align::kRight}, {title, Align::kLeft, true}}, rows);
+    page_.sentence(left(tallies.size()));
+  }
+
+  void holders() {
+    const auto& holders = summary_.lane(Lane::kAssertion);
+    if (holders.empty()) return;
+    page_.heading("Who kept it awake");
+    std::vector<Row> rows;
+    for (const Tally& holder : holders) {
+      if (rows.size() == kMostRows) break;
+      rows.push_back({duration(holder.seconds), share(holder.seconds, summary_.covered),
+                      grouped(holder.count), duration(holder.longest), holder.name,
+                      holder.detail + (holder.goesOn ? " (still)" : "")});
+    }
+    page_.table({{"held", Align::kRight},
+                 {"", Align::kRight},
+                 {"times", Align::kRight},
+                 {"longest", Align::kRight},
+                 {"process", Align::kLeft, true},
+                 {"assertion", Align::kLeft, true}},
+                rows);
+    page_.sentence(left(holders.size()));
+  }
+
+  void processes() {
+    if (summary_.processes.empty()) return;
+    page_.heading("CPU time");
+    std::vector<Row> rows;
+    std::int64_t all = 0;
+    for (const auto& [name, seconds] : summary_.processes) all += seconds;
+    for (const auto& [name, seconds] : summary_.processes) {
+      if (rows.size() == kMostRows) break;
+      rows.push_back({duration(seconds), share(seconds, all), name});
+    }
+    page_.sentence(duration(all) + " in the " + duration(summary_.processSeconds) +
+                   " between lists of processes.");
+    page_.table({{"used", Align::kRight}, {"", Align::kRight}, {"process", Align::kLeft, true}},
+                rows);
+    page_.sentence(left(summary_.processes.size()));
+  }
+
+  void use() {
+    struct State {
+      Lane lane;
+      const char* name;
+    };
+    static constexpr State kStates[] = {
+        {Lane::kDisplay, "display lit"}, {Lane::kAudio, "audio"},  {Lane::kCall, "call"},
+        {Lane::kData, "mobile data"},    {Lane::kWiFi, "Wi-Fi"},   {Lane::kBluetooth, "Bluetooth"},
+        {Lane::kLocation, "location"},   {Lane::kApplication, ""}, {Lane::kThermal, "heat, level"}};
+    std::vector<Row> rows;
+    for (const auto& [lane, name] : kStates) {
+      std::size_t shown = 0;
+      for (const Tally& tally : summary_.lane(lane)) {
+        if (shown++ == kMostRows / 2) break;
+        rows.push_back({duration(tally.seconds), share(tally.seconds, summary_.covered),
+                        lane == Lane::kApplication ? tally.name : name, tally.detail});
+      }
+    }
+    if (rows.empty()) return;
+    page_.heading("In use");
+    page_.table(kTimesAndNames, rows);
+  }
+
+  void radio() {
+    const auto& networks = summary_.lane(Lane::kRegistered);
+    if (!summary_.traffic && !summary_.weakestSignal && networks.empty()) return;
+    page_.heading("Radio and traffic");
+    if (summary_.traffic) {
+      page_.sentence("Received " + byteCount(summary_.received) + ", sent " +
+                     byteCount(summary_.sent) + ".");
+    }
+    if (summary_.weakestSignal) {
+      const double weakest = *summary_.weakestSignal;
+      const double strongest = *summary_.strongestSignal;
+      page_.sentence(weakest == strongest
+                         ? formatText("Signal %.0f dBm.", weakest)
+                         : formatText("Signal between %.0f and %.0f dBm.", weakest, strongest));
+    }
+    std::int64_t all = 0;
+    for (const auto& [state, milliseconds] : summary_.modem) all += milliseconds;
+    std::string modem;
+    for (const auto& [state, milliseconds] : summary_.modem) {
+      modem += (modem.empty() ? "" : ", ") + duration(milliseconds / 1000) + " " + state + " (" +
+               share(milliseconds, all) + ")";
+    }
+    if (!modem.empty()) page_.sentence("The modem: " + modem + ".");
+    std::vector<Row> rows;
+    for (const Tally& tally : networks) {
+      if (rows.size() == kMostRows) break;
+      rows.push_back({duration(tally.seconds), share(tally.seconds, summary_.covered), tally.name,
+                      tally.detail});
+    }
+    page_.table(kTimesAndNames, rows);
+  }
+
+  void errors() {
+    if (summary_.errorCount == 0) return;
+    page_.heading("Errors");
+    std::vector<Row> rows;
+    for (const LogSummary::Error& error : summary_.errors) {
+      rows.push_back({shortTime(error.first), grouped(error.count), error.text});
+    }
+    page_.table({{"first"}, {"times", Align::kRight}, {"", Align::kLeft, true}}, rows);
+    std::uint64_t shown = 0;
+    for (const LogSummary::Error& error : summary_.errors) shown += error.count;
+    if (shown < summary_.errorCount) {
+      page_.sentence("And " + grouped(summary_.errorCount - shown) + " of other kinds.");
+    }
+  }
+
+  // Of the log itself.
+  void condition() {
+    const std::uint64_t damaged = reading_.counts.damaged;
+    if (summary_.interruptionCount == 0 && damaged == 0) return;
+    page_.heading("The log itself");
+    for (const auto& [before, after] : summary_.interruptions) {
+      page_.sentence(after < before
+                         ? "The time went back by " + duration(before - after) + ", from " +
+                               shortTime(before) + " to " + shortTime(after) +
+                               ": the clock was set, the zone changed, or another log began."
+                         : "Nothing was logged from " + shortTime(before) + " to " +
+                               shortTime(after) + ", " + duration(after - before) + ".");
+    }
+    if (summary_.interruptionCount > summary_.interruptions.size()) {
+      page_.sentence("And " +
+                     counted(summary_.interruptionCount - summary_.interruptions.size(),
+                             "more interruption", "more interruptions") +
+                     ".");
+    }
+    if (damaged == 0) return;
+    page_.sentence(counted(damaged, "line is", "lines are") + " damaged or foreign, and left out:");
+    std::vector<Row> rows;
+    for (const DamagedLine& line : reading_.damaged) {
+      rows.push_back({line.file + ":" + std::to_string(line.line), line.text});
+    }
+    page_.table({{"", Align::kLeft, true}, {"", Align::kLeft, true}}, rows);
+    if (damaged > reading_.damaged.size()) page_.sentence("And so on.");
+  }
+
+  const LogSummary& summary_;
+  const LogReading& reading_;
+  TextPage page_;
+};
+
+}  // namespace
+
+void LogReading::note(const LogRecord& record, const std::string& file) {
+  if (record.piece != LogPiece::kDamaged || damaged.size() == kMostDamagedShown) return;
+  damaged.push_back(
+      {file, record.line, std::string(trimmed(record.raw.substr(0, kLongestDamaged)))});
+}
+
+std::string endOfSleep(const LogSummary::Sleep& sleep) {
+  if (sleep.goesOn) return "it goes on";
+  if (!sleep.endKnown) return "its end is not in the log";
+  return sleep.reason + (sleep.decoded.empty() ? "" : ": " + sleep.decoded);
+}
+
+std::vector<std::string> batterySentences(const LogSummary& summary) {
+  if (!summary.firstLevel) return {};
+  std::vector<std::string> sentences{"The level went from " + percent(*summary.firstLevel) +
+                                     " to " + percent(*summary.lastLevel) + "."};
+  if (summary.sleeps > 0) {
+    std::string slept = "Slept " + duration(summary.asleepSeconds) + " in " +
+                        counted(summary.sleeps, "sleep", "sleeps");
+    if (summary.asleepOnCharger > 0) {
+      slept += " (" + duration(summary.asleepOnCharger) + " on a charger)";
+    }
+    sentences.push_back(
+        useSentence(slept, summary.asleep, summary.asleepSeconds - summary.asleepOnCharger));
+  }
+  const LogTime charged = summary.seconds(Lane::kCharging);
+  const LogTime awake = summary.awakeOnBattery();
+  if (awake > 0) {
+    sentences.push_back(
+        useSentence((charged > 0 ? "Awake and not charged " : "Awake ") + duration(awake),
+                    summary.awake, awake));
+  }
+  if (summary.mixed.seconds > 0) {
+    sentences.push_back("Awake and asleep in turn: " + percent(summary.mixed.percent) + " in " +
+                        duration(summary.mixed.seconds) +
+                        ". The level was read too seldom to tell which of the two used it.");
+  }
+  if (charged > 0) {
+    sentences.push_back(
+        "On a charger " + duration(charged) +
+        (summary.charging.seconds > 0
+             ? ", " + gained(summary.charging.percent) + readings(summary.charging, charged) + "."
+             : "; what that gained is not known."));
+  }
+  if (std::fabs(summary.interrupted) >= 0.05) {
+    sentences.push_back("While the log was interrupted: " + gained(-summary.interrupted) + ".");
+  }
+  return sentences;
+}
+
+std::string summaryText(const LogSummary& summary, const LogReading& reading,
+                        const TextStyle& style) {
+  return Writer(summary, reading, style).write();
+}
+
+}  // namespace zorva

@@ -1,0 +1,208 @@
+#include "report/text/TextPage.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+
+#include "platform/base/Text.h"
+
+namespace zorva {
+namespace {
+
+constexpr std::string_view kBold = "1";
+constexpr std::string_view kDim = "2";
+constexpr std::string_view kGap = "  ";
+
+// Roughly: most of what names are written in. Wide are the scripts of East Asia and emoji.
+std::size_t columnsOf(char32_t code) {
+  if ((code >= 0x300 && code < 0x370) || (code >= 0x200B && code < 0x2010) ||
+      (code >= 0xFE00 && code < 0xFE10)) {
+    return 0;
+  }
+  const bool wide = (code >= 0x1100 && code < 0x1160) || (code >= 0x2E80 && code < 0xA4D0) ||
+                    (code >= 0xAC00 && code < 0xD7A4) || (code >= 0xF900 && code < 0xFB00) ||
+                    (code >= 0xFE30 && code < 0xFE70) || (code >= 0xFF00 && code < 0xFF61) ||
+                    (code >= 0x1F300 && code < 0x1FB00) || (code >= 0x20000 && code < 0x40000);
+  return wide ? 2 : 1;
+}
+
+struct CalendarTime {
+  std::chrono::year_month_day date;
+  unsigned weekday;
+  LogTime ofDay;
+};
+
+CalendarTime calendarOf(LogTime time) {
+  using namespace std::chrono;
+  const sys_days day = floor<days>(sys_seconds(seconds(time)));
+  return {year_month_day(day), weekday(day).c_encoding(),
+          time - duration_cast<seconds>(day.time_since_epoch()).count()};
+}
+
+std::string clockText(LogTime ofDay) {
+  return formatText("%02d:%02d:%02d", static_cast<int>(ofDay / 3600),
+                    static_cast<int>(ofDay / 60 % 60), static_cast<int>(ofDay % 60));
+}
+
+const char* monthName(const std::chrono::year_month_day& date) {
+  static constexpr const char* kNames[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  return kNames[static_cast<unsigned>(date.month()) - 1];
+}
+
+}  // namespace
+
+std::size_t columnsOf(std::string_view text) {
+  std::size_t columns = 0;
+  while (!text.empty()) {
+    const auto [code, bytes] = firstCharacter(text);
+    columns += columnsOf(code);
+    text.remove_prefix(bytes.size());
+  }
+  return columns;
+}
+
+std::string cutTo(std::string_view text, std::size_t columns) {
+  if (columnsOf(text) <= columns) return std::string(text);
+  constexpr std::string_view kCut = "...";
+  std::size_t room = columns > kCut.size() ? columns - kCut.size() : 0;
+  std::size_t length = 0;
+  while (length < text.size()) {
+    const auto [code, bytes] = firstCharacter(text.substr(length));
+    if (columnsOf(code) > room) break;
+    room -= columnsOf(code);
+    length += bytes.size();
+  }
+  return std::string(text.substr(0, length)).append(kCut.substr(0, columns));
+}
+
+std::string TextPage::styled(std::string_view text, std::string_view code) const {
+  if (!style_.colour) return std::string(text);
+  return "\033[" + std::string(code) + "m" + std::string(text) + "\033[0m";
+}
+
+void TextPage::heading(std::string_view title) {
+  if (!text_.empty()) text_ += '\n';
+  text_ += styled(safeText(title), kBold) + "\n";
+}
+
+void TextPage::sentence(std::string_view text) {
+  const std::string safe = safeText(text);
+  std::string_view rest = safe;
+  const std::size_t room = std::max<std::size_t>(style_.width, 20) - kMargin;
+  std::string line;
+  const auto end = [&] {
+    text_.append(kMargin, ' ').append(line).append("\n");
+    line.clear();
+  };
+  while (!rest.empty()) {
+    const std::size_t blank = std::min(rest.find(' '), rest.size());
+    const std::string word = cutTo(rest.substr(0, blank), room);
+    rest.remove_prefix(std::min(blank + 1, rest.size()));
+    if (!line.empty() && columnsOf(line) + 1 + columnsOf(word) > room) end();
+    if (!line.empty()) line += ' ';
+    line += word;
+  }
+  if (!line.empty()) end();
+}
+
+void TextPage::table(const std::vector<Column>& columns, const std::vector<Row>& rows) {
+  if (rows.empty()) return;
+  std::vector<Row> cells;
+  Row titles;
+  for (const Column& column : columns) titles.emplace_back(column.title);
+  const bool titled = std::ranges::any_of(titles, [](const auto& title) { return !title.empty(); });
+  if (titled) cells.push_back(titles);
+  for (const Row& row : rows) {
+    Row& safe = cells.emplace_back();
+    for (const std::string& cell : row) safe.push_back(safeText(cell));
+  }
+  std::vector<std::size_t> widths(columns.size());
+  for (const Row& row : cells) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      widths[i] = std::max(widths[i], columnsOf(row[i]));
+    }
+  }
+  std::size_t whole = kMargin + kGap.size() * (columns.size() - 1);
+  for (const std::size_t width : widths) whole += width;
+  // What is too much is taken from the widest that may be cut, again and again.
+  while (whole > style_.width) {
+    std::size_t widest = columns.size();
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (columns[i].flexible && widths[i] > 8 &&
+          (widest == columns.size() || widths[i] > widths[widest])) {
+        widest = i;
+      }
+    }
+    if (widest == columns.size()) break;
+    --widths[widest];
+    --whole;
+  }
+  for (std::size_t r = 0; r < cells.size(); ++r) {
+    std::string line(kMargin, ' ');
+    for (std::size_t i = 0; i < cells[r].size(); ++i) {
+      const std::string cell = cutTo(cells[r][i], widths[i]);
+      const std::string space(widths[i] - columnsOf(cell), ' ');
+      if (i > 0) line += kGap;
+      line += columns[i].align == Align::kRight ? space + cell : cell + space;
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    text_ += (titled && r == 0 ? styled(line, kDim) : line) + "\n";
+  }
+}
+
+std::string dayAndTime(LogTime time) {
+  static constexpr const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+  const CalendarTime at = calendarOf(time);
+  return formatText("%s %u %s %d ", kDays[at.weekday], static_cast<unsigned>(at.date.day()),
+                    monthName(at.date), static_cast<int>(at.date.year())) +
+         clockText(at.ofDay);
+}
+
+std::string shortTime(LogTime time) {
+  const CalendarTime at = calendarOf(time);
+  return formatText("%2u %s ", static_cast<unsigned>(at.date.day()), monthName(at.date)) +
+         clockText(at.ofDay);
+}
+
+std::string duration(LogTime seconds) {
+  struct Unit {
+    LogTime seconds;
+    const char* name;
+  };
+  static constexpr Unit kUnits[] = {{86400, "d"}, {3600, "h"}, {60, "min"}, {1, "s"}};
+  for (std::size_t i = 0; i + 1 < std::size(kUnits); ++i) {
+    if (seconds < kUnits[i].seconds) continue;
+    const LogTime smaller = seconds % kUnits[i].seconds / kUnits[i + 1].seconds;
+    std::string text =
+        formatText("%lld %s", static_cast<long long>(seconds / kUnits[i].seconds), kUnits[i].name);
+    if (smaller == 0) return text;
+    return text + formatText(" %lld %s", static_cast<long long>(smaller), kUnits[i + 1].name);
+  }
+  return formatText("%lld s", static_cast<long long>(seconds));
+}
+
+std::string byteCount(double bytes) {
+  static constexpr const char* kUnits[] = {"B", "KiB", "MiB", "GiB", "TiB"};
+  std::size_t unit = 0;
+  for (; bytes >= 1024 && unit + 1 < std::size(kUnits); ++unit) bytes /= 1024;
+  return (unit == 0 ? formatText("%.0f ", bytes) : figure(bytes) + " ") + kUnits[unit];
+}
+
+std::string figure(double value) {
+  const double size = std::fabs(value);
+  return formatText("%.*f", size >= 99.95 ? 0 : size >= 0.995 ? 1 : 2, value);
+}
+
+std::string grouped(std::uint64_t count) {
+  std::string text = std::to_string(count);
+  for (std::size_t at = text.size(); at > 3;) text.insert(at -= 3, ",");
+  return text;
+}
+
+std::string counted(std::uint64_t count, std::string_view one, std::string_view several) {
+  return grouped(count) + " " + std::string(count == 1 ? one : several);
+}
+
+}  // namespace zorva

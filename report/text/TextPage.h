@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "report/format/LogTime.h"
+
+namespace zorva {
+
+/// How a page for people looks.
+struct TextStyle {
+  std::size_t width = 80;  ///< characters of a line
+  bool colour = false;
+};
+
+/// A page of sentences and tables. What comes from a log is made safe for terminals.
+class TextPage {
+ public:
+  enum class Align { kLeft, kRight };
+  struct Column {
+    std::string_view title;
+    Align align = Align::kLeft;
+    bool flexible = false;  ///< is cut where the line would be too long
+  };
+  using Row = std::vector<std::string>;
+
+  explicit TextPage(const TextStyle& style) : style_(style) {}
+
+  void heading(std::string_view title);
+  /// Broken at its blanks.
+  void sentence(std::string_view text);
+  void table(const std::vector<Column>& columns, const std::vector<Row>& rows);
+
+  std::string take() { return std::move(text_); }
+
+ private:
+  static constexpr std::size_t kMargin = 2;
+  std::string styled(std::string_view text, std::string_view code) const;
+
+  TextStyle style_;
+  std::string text_;
+};
+
+/// How many columns a terminal shows a text in.
+std::size_t columnsOf(std::string_view text);
+/// Cut to so many columns, with "..." where something is missing.
+std::string cutTo(std::string_view text, std::size_t columns);
+
+/// "Mon 16 Nov 2026 21:30:00".
+std::string dayAndTime(LogTime time);
+/// "16 Nov 21:30:00".
+std::string shortTime(LogTime time);
+/// Not negative, in two units: "40 s", "12 min 40 s", "2 h 41 min", "3 d 4 h".
+std::string duration(LogTime seconds);
+/// "512 B", "1.2 MiB".
+std::string byteCount(double bytes);
+/// With so many digits behind the point that two or three of all say something: "0.59", "5.0",
+/// "12".
+std::string figure(double value);
+/// "1 sleep", "1,234 sleeps".
+std::string counted(std::uint64_t count, std::string_view one, std::string_view several);
+std::string grouped(std::uint64_t count);
+
+}  // namespace zorva
