@@ -10,6 +10,6 @@ int main(int argc, char* argv[]) {
   int status = 0;
   auto run = zorva::SimRun::fromArguments(argc, argv, status, std::cout, std::cerr);
   if (!run) return status;
-  return zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(), run->platform(),
-                          zorva::loggerTable());
+  return zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(),
+                          {[&run] { return &run->platform(); }}, zorva::loggerTable());
 }

@@ -1,4 +1,4 @@
-#include <cstdlib>
+#include <memory>
 
 #include "apps/LoggerTable.h"
 #include "core/ZorvaMain.h"
@@ -7,7 +7,10 @@
 
 int main(int argc, char* argv[]) {
   zorva::prepareProcess();
-  const auto machine = zorva::makeLinuxPlatform();
-  if (!machine) return EXIT_FAILURE;
-  return zorva::ZorvaMain(argc, argv, machine->platform(), zorva::loggerTable());
+  std::unique_ptr<zorva::LinuxPlatform> machine;
+  const auto makePlatform = [&machine]() -> const zorva::Platform* {
+    machine = zorva::makeLinuxPlatform();
+    return machine ? &machine->platform() : nullptr;
+  };
+  return zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::loggerTable());
 }

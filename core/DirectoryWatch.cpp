@@ -18,16 +18,15 @@
 namespace zorva {
 namespace {
 
-// One of the two conditions without which a daemon makes no sense. Standard error is where whoever
-// starts the daemon by hand looks; the system log, which a terminal shows anyway, is for whoever
-// has it started.
+// One of the two conditions without which a daemon makes no sense. A person who starts the daemon
+// reads standard error, a service manager's reader the system log.
 bool check(bool condition, const char* text) {
   if (condition) return true;
   const std::string message =
       formatText("WatchCrashReportDirectory: check \"%s\" failed for %s: %s", text, kLogDirectory,
                  std::strerror(errno));
-  if (::isatty(STDERR_FILENO) == 0) std::fprintf(stderr, "zorva: %s\n", message.c_str());
-  sZorvaState.platform->systemLog.write(message);
+  std::fprintf(stderr, "zorva: %s\n", message.c_str());
+  sZorvaContext.platform->systemLog.write(message);
   return false;
 }
 
@@ -36,7 +35,7 @@ bool check(bool condition, const char* text) {
 // or a link: then the log is gone.
 bool currentLogFileExists() {
   if (sZorvaState.logFilePath.empty()) return false;
-  const std::string path = sZorvaState.platform->files.hostPath(sZorvaState.logFilePath);
+  const std::string path = sZorvaContext.platform->files.hostPath(sZorvaState.logFilePath);
   struct stat named;
   if (::stat(path.c_str(), &named) != 0) return false;
   struct stat written;
@@ -47,7 +46,7 @@ bool currentLogFileExists() {
 }  // namespace
 
 bool WatchCrashReportDirectory() {
-  const Platform& platform = *sZorvaState.platform;
+  const Platform& platform = *sZorvaContext.platform;
   if (sZorvaState.kqueue == -1) {
     sZorvaState.crashReportDirectoryDescriptor = platform.files.openForEvents(kLogDirectory);
     if (!check(sZorvaState.crashReportDirectoryDescriptor > 0,
@@ -56,6 +55,8 @@ bool WatchCrashReportDirectory() {
     }
     sZorvaState.kqueue = platform.files.makeEventQueue();
     if (!check(sZorvaState.kqueue > 0, "sZorvaState.kqueue > 0")) return false;
+    sZorvaState.watchDescriptorObject =
+        Registration([] { ::close(std::exchange(sZorvaState.kqueue, -1)); });
   }
   // Without the watch the daemon goes on with the file that it has.
   const bool watched =
@@ -73,16 +74,16 @@ bool WatchCrashReportDirectory() {
 
 void UnwatchCrashReportDirectory() {
   sZorvaState.watchSource.reset();
-  for (int* descriptor : {&sZorvaState.kqueue, &sZorvaState.crashReportDirectoryDescriptor}) {
-    if (*descriptor != -1) ::close(std::exchange(*descriptor, -1));
-  }
+  sZorvaState.watchDescriptorObject.reset();
+  int& directory = sZorvaState.crashReportDirectoryDescriptor;
+  if (directory != -1) ::close(std::exchange(directory, -1));
 }
 
 void CrashReportDirectoryCallback() {
   // Taken before the look at the file: what happens from here on makes the queue readable again.
-  sZorvaState.platform->files.takeEvents(sZorvaState.kqueue);
+  sZorvaContext.platform->files.takeEvents(sZorvaState.kqueue);
   if (currentLogFileExists()) return;
-  sZorvaState.platform->systemLog.write("creating new log");
+  sZorvaContext.platform->systemLog.write("creating new log");
   StartLogging();
 }
 

@@ -49,7 +49,7 @@ int openOldFile(const std::string& hostPath, const std::optional<AccountDatabase
 // Makes a file under the first free name of this moment, or appends to the last one tried. Leaves
 // the path in sZorvaState.logFilePath, empty when none could be made.
 int openNextFile(const std::optional<AccountDatabase::Ids>& mobile) {
-  const Platform& platform = *sZorvaState.platform;
+  const Platform& platform = *sZorvaContext.platform;
   const auto formatter = platform.dates.makeFormatter(kFileDatePattern);
   const std::string device =
       platform.device.answer("UserAssignedDeviceName").text().value_or("Unknown");
@@ -74,7 +74,7 @@ int openNextFile(const std::optional<AccountDatabase::Ids>& mobile) {
 }
 
 bool openNewLogFile() {
-  const Platform& platform = *sZorvaState.platform;
+  const Platform& platform = *sZorvaContext.platform;
   sZorvaState.logFilePath.clear();
   const int descriptor = openNextFile(platform.accounts.idsOfUser("mobile"));
   if (sZorvaState.logFilePath.empty()) {
@@ -96,7 +96,7 @@ bool openNewLogFile() {
 bool OpenLogFile() {
   if (!sZorvaState.runAsDaemon) {
     sZorvaState.logFile =
-        std::make_unique<LogStream>(STDOUT_FILENO, LogStream::Ownership::Borrowed);
+        std::make_unique<LogStream>(STDOUT_FILENO, LogStream::Ownership::Borrowed, ReaderIsGone);
     return true;
   }
   return openNewLogFile();

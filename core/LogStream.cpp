@@ -30,6 +30,7 @@ void LogStream::flush() {
     const ssize_t count =
         ::write(descriptor_, pending_.data() + written, pending_.size() - written);
     if (count < 0 && (errno == EINTR || waitedUntilWritable(descriptor_))) continue;
+    if (count < 0 && errno == EPIPE && broken_) broken_();
     if (count <= 0) break;
     written += static_cast<std::size_t>(count);
   }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zorva {
 
@@ -15,8 +17,11 @@ class LogStream {
   enum class Ownership { Borrowed, Owned };
 
   /// An owned descriptor is closed with the stream.
-  LogStream(int descriptor, Ownership ownership)
-      : descriptor_(descriptor), owned_(ownership == Ownership::Owned) {}
+  /// `broken` is called at each write to a pipe that no process reads any more.
+  LogStream(int descriptor, Ownership ownership, std::function<void()> broken = nullptr)
+      : descriptor_(descriptor),
+        owned_(ownership == Ownership::Owned),
+        broken_(std::move(broken)) {}
   LogStream(const LogStream&) = delete;
   LogStream& operator=(const LogStream&) = delete;
   ~LogStream();
@@ -29,6 +34,7 @@ class LogStream {
  private:
   int descriptor_;
   bool owned_;
+  std::function<void()> broken_;
   bool lineCut_ = false;
   std::string pending_;
 };

@@ -2,42 +2,37 @@
 
 #include <memory>
 #include <span>
-#include <string_view>
 
 #include "core/ZVLogger.h"
 #include "platform/assemble/Platform.h"
 
 namespace zorva {
 
-class ZVTelephonyConnection;
+/// The connection that some loggers share. What it is only the table's own rows know.
+using SharedConnection = std::shared_ptr<void>;
 
 /// What a logger is made from.
 struct LoggerParts {
   const ZVLogger::Services& services;
   const Platform& platform;
-  const std::shared_ptr<ZVTelephonyConnection>& telephonyConnection;
+  const SharedConnection& telephonyConnection;
 };
 
-/// One row of the logger table: a class and how it is made.
+/// One row of the logger table: how a logger is made, and when.
 struct LoggerRow {
-  std::string_view className;
   /// Makes the logger; nothing when its initialisation fails.
   std::unique_ptr<ZVLogger> (*make)(const LoggerParts& parts);
+  /// The command-line option that asks for this logger alone, or 0.
+  char option = 0;
+  /// The key of the preference without which it is no default logger, or none.
+  const char* preference = nullptr;
 };
 
 /// What start-up makes: the default loggers in their order, and the connection that some of them
 /// share.
 struct LoggerTable {
   std::span<const LoggerRow> rows;
-  std::shared_ptr<ZVTelephonyConnection> (*makeTelephonyConnection)(const Platform& platform);
-
-  /// The row of the class, or none.
-  const LoggerRow* rowOf(std::string_view className) const {
-    for (const LoggerRow& row : rows) {
-      if (row.className == className) return &row;
-    }
-    return nullptr;
-  }
+  SharedConnection (*makeTelephonyConnection)(const Platform& platform);
 };
 
 }  // namespace zorva

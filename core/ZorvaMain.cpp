@@ -1,9 +1,12 @@
 #include "core/ZorvaMain.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -35,24 +38,24 @@ void printUsage() {
 }
 
 // Makes the row's logger and appends it to the list; one whose initialisation fails stays out.
-bool appendLogger(const LoggerRow& row, const LoggerParts& parts) {
-  auto logger = row.make(parts);
-  if (!logger) return false;
-  sZorvaState.loggers.push_back(std::move(logger));
-  return true;
+void appendLogger(const LoggerRow& row, const LoggerParts& parts) {
+  if (auto logger = row.make(parts)) sZorvaState.loggers.push_back(std::move(logger));
 }
 
-// A logger that was asked for by option is missed when it is not there.
-void appendNamedLogger(const char* className, const LoggerTable& table, const LoggerParts& parts) {
-  const LoggerRow* row = table.rowOf(className);
-  if (row != nullptr && appendLogger(*row, parts)) return;
-  parts.platform.systemLog.write(formatText("%s could not be started", className));
+// The loggers that options have asked for, in the order of the command line.
+void appendNamedLoggers(const std::string& options, const LoggerTable& table,
+                        const LoggerParts& parts) {
+  for (const char option : options) {
+    for (const LoggerRow& row : table.rows) {
+      if (row.option == option) appendLogger(row, parts);
+    }
+  }
 }
 
 void appendDefaultLoggers(const LoggerTable& table, const LoggerParts& parts) {
   for (const LoggerRow& row : table.rows) {
-    if (row.className == "ZVSyslogLogger" &&
-        !CopyPreferenceValue(parts.platform.preferences, kRecordSyslog).boolean()) {
+    if (row.preference != nullptr &&
+        !CopyPreferenceValue(parts.platform.preferences, row.preference).boolean()) {
       continue;
     }
     appendLogger(row, parts);
@@ -64,25 +67,20 @@ void releaseEverything() {
   sZorvaState.telephonyConnection.reset();
   sZorvaState.logFilePath.clear();
   UnwatchCrashReportDirectory();
-  sZorvaState.platform = nullptr;
+  sZorvaContext.platform = nullptr;
 }
 
-enum class Options { Usage, DefaultLoggers, NamedLoggers };
-
-Options parseOptions(int argc, char* const argv[], const LoggerTable& table,
-                     const LoggerParts& parts) {
-  Options options = Options::DefaultLoggers;
+// Sets what the options say. Answers those that name a logger, in their order, or nothing when the
+// usage text is asked for.
+std::optional<std::string> parseOptions(int argc, char* const argv[]) {
+  std::string named;
   ::optind = 0;  // starts anew, also when this process has parsed options before
   ::opterr = 0;  // the usage text says it all
   for (int option = 0; (option = ::getopt(argc, argv, "+Bdhpq")) != -1;) {
     switch (option) {
       case 'B':
-        appendNamedLogger("ZVBatteryLogger", table, parts);
-        options = Options::NamedLoggers;
-        break;
       case 'p':
-        appendNamedLogger("ZVPowerAssertionLogger", table, parts);
-        options = Options::NamedLoggers;
+        named += static_cast<char>(option);
         break;
       case 'd':
         sZorvaState.runAsDaemon = true;
@@ -91,28 +89,63 @@ Options parseOptions(int argc, char* const argv[], const LoggerTable& table,
         sZorvaState.exitAfterInitialLogging = true;
         break;
       default:
-        return Options::Usage;
+        return std::nullopt;
     }
   }
-  return options;
+  return named;
 }
 
 void ExitNotificationCallback() {
-  sZorvaState.platform->runLoop.stop();
+  sZorvaContext.platform->runLoop.stop();
 }
 
-void runUntilExit(const Platform& platform) {
+// A reader that goes away while nothing is written is noticed, too. Only of pipes: what else
+// standard output may be has nothing to report, or reports it to those who read from it.
+Registration watchReader(RunLoop& loop) {
+  struct stat status;
+  if (sZorvaState.runAsDaemon || ::fstat(STDOUT_FILENO, &status) != 0 ||
+      !S_ISFIFO(status.st_mode)) {
+    return {};
+  }
+  return loop.watchDescriptor(STDOUT_FILENO, ReaderIsGone);
+}
+
+// Ends the process as any filter ends whose reader went away.
+void endByBrokenPipe() {
+  std::signal(SIGPIPE, SIG_DFL);
+  std::raise(SIGPIPE);
+}
+
+// False when the run loop has failed.
+bool runUntilExit(const ZorvaHost& host, const Platform& platform) {
   const Registration exitRegistration = platform.systemNotifications.subscribe(
       kExitNotification, [](std::string_view) { ExitNotificationCallback(); });
-  if (!sZorvaState.exitAfterInitialLogging || sZorvaState.runAsDaemon) platform.runLoop.run();
+  const bool runs = !sZorvaState.exitAfterInitialLogging || sZorvaState.runAsDaemon;
+  bool ended = true;
+  if (runs && !sZorvaContext.readerIsGone) {
+    const Registration reader = watchReader(platform.runLoop);
+    if (host.ready) host.ready();
+    ended = platform.runLoop.run();
+  }
+  if (!ended) platform.systemLog.write("The run loop has failed; logging ends");
   StopLogging();
+  return ended;
 }
 
 }  // namespace
 
-int ZorvaMain(int argc, char* const argv[], const Platform& platform, const LoggerTable& table) {
+int ZorvaMain(int argc, char* const argv[], const ZorvaHost& host, const LoggerTable& table) {
   sZorvaState = ZorvaState{};
-  sZorvaState.platform = &platform;
+  sZorvaContext.readerIsGone = false;
+  const auto named = parseOptions(argc, argv);
+  if (!named) {
+    printUsage();
+    return 0;
+  }
+  const Platform* const made = host.makePlatform();
+  if (made == nullptr) return EXIT_FAILURE;
+  const Platform& platform = *made;
+  sZorvaContext.platform = made;
   sZorvaState.telephonyConnection = table.makeTelephonyConnection(platform);
 
   NotificationCenter notifications;
@@ -121,23 +154,19 @@ int ZorvaMain(int argc, char* const argv[], const Platform& platform, const Logg
                                     platform.systemNotifications, notifications};
   const LoggerParts parts{services, platform, sZorvaState.telephonyConnection};
 
-  const Options options = parseOptions(argc, argv, table, parts);
-  if (options == Options::Usage) {
-    printUsage();
-    releaseEverything();
-    return 0;
-  }
+  appendNamedLoggers(*named, table, parts);
   if (sZorvaState.runAsDaemon && !WatchCrashReportDirectory()) {
     releaseEverything();
     return EXIT_FAILURE;
   }
   RegisterPreferenceDefaults(platform.preferences);
-  if (options == Options::DefaultLoggers) appendDefaultLoggers(table, parts);
+  if (sZorvaState.loggers.empty()) appendDefaultLoggers(table, parts);
 
   StartLogging();
-  runUntilExit(platform);
+  const bool ended = runUntilExit(host, platform);
   releaseEverything();
-  return 0;
+  if (sZorvaContext.readerIsGone) endByBrokenPipe();
+  return ended ? 0 : EXIT_FAILURE;
 }
 
 }  // namespace zorva

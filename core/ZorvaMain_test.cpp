@@ -14,8 +14,6 @@
 
 namespace zorva {
 
-class ZVTelephonyConnection {};
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -43,10 +41,10 @@ std::unique_ptr<ZVLogger> make(const LoggerParts& parts) {
   return std::make_unique<Named>(parts, letter);
 }
 constexpr LoggerRow kRows[] = {
-    {"ZVNetworkLogger", make<'N'>},
-    {"ZVPowerAssertionLogger", make<'A'>},
-    {"ZVBatteryLogger", make<'B'>},
-    {"ZVSyslogLogger", make<'S'>},
+    {make<'N'>},
+    {make<'A'>, 'p'},
+    {make<'B'>, 'B'},
+    {make<'S'>, 0, kRecordSyslog},
 };
 
 class ZorvaMainTest : public ::testing::Test {
@@ -70,11 +68,11 @@ class ZorvaMainTest : public ::testing::Test {
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     const LoggerTable table{
-        kRows, [](const Platform&) { return std::make_shared<ZVTelephonyConnection>(); }};
+        kRows, [](const Platform&) -> SharedConnection { return std::make_shared<int>(); }};
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
-    const int status =
-        ZorvaMain(static_cast<int>(arguments.size()), argv.data(), handset.platform(), table);
+    const int status = ZorvaMain(static_cast<int>(arguments.size()), argv.data(),
+                                 {[this] { return ++platformsMade, &handset.platform(); }}, table);
     errorText = ::testing::internal::GetCapturedStderr();
     output = linesOf(std::istringstream(::testing::internal::GetCapturedStdout()));
     return status;
@@ -96,6 +94,7 @@ class ZorvaMainTest : public ::testing::Test {
   }
 
   SimHandset handset;
+  int platformsMade = 0;
   Lines output;
   std::string errorText;
 };
@@ -106,6 +105,23 @@ TEST_F(ZorvaMainTest, DefaultLoggersAreThoseOfTheTableThatArePreferredAndCanBeHa
   EXPECT_EQ(run({"-q"}), 0);
   EXPECT_EQ(output, (Lines{"11/16/26 14:00:00 [N] snapshot;", "11/16/26 14:00:00 [A] snapshot;"}));
   EXPECT_EQ(CopyPreferenceValue(handset.preferences(), kRecordSyslog), Value(false));
+  const Lines defaults = output;
+  // Without a battery, asking for its logger alone is asking for nothing.
+  EXPECT_EQ(run({"-q", "-B"}), 0);
+  EXPECT_EQ(output, defaults);
+  handset.battery().setPresent(true);
+  EXPECT_EQ(run({"-pq", "-BB"}), 0);
+  EXPECT_EQ(output, (Lines{"11/16/26 14:00:00 [A] snapshot;", "11/16/26 14:00:00 [B] snapshot;",
+                           "11/16/26 14:00:00 [B] snapshot;"}));
+}
+
+TEST_F(ZorvaMainTest, TheUsageTextNeedsNoService) {
+  for (const char* option : {"-h", "-x", "-Bh"}) {
+    EXPECT_EQ(run({option}), 0);
+    EXPECT_EQ(errorText.substr(0, 23), "Usage: zorva [-Bdhpq]\nH");
+    EXPECT_EQ(output, Lines{});
+  }
+  EXPECT_EQ(platformsMade, 0);
 }
 
 TEST_F(ZorvaMainTest, TheTenthNameOfASecondIsAppendedTo) {

@@ -27,7 +27,6 @@ bool ZVBatteryLogger::subscribe() {
     return false;
   }
   batteryEntry_ = sources_.registry.firstPowerSource();
-  if (!batteryEntry_) writeToSystemLog("No battery found");
   const RegistryResult result = ioNotifyPort_->addInterest(
       batteryEntry_,
       [this](const std::shared_ptr<RegistryEntry>& service, std::uint32_t messageType,

@@ -108,7 +108,7 @@ std::int32_t ZVBatteryProperties::voltage() {
 }
 
 bool ZVBatteryProperties::gasGaugeEnabled() {
-  std::optional<bool>& enabled = sZorvaState.gasGaugeEnabled;
+  std::optional<bool>& enabled = sZorvaContext.gasGaugeEnabled;
   if (!enabled.has_value()) {
     const Value answer = sources_.device.answer("gas-gauge-battery");
     enabled = answer.isBoolean() && answer.boolean();

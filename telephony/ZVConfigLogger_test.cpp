@@ -9,10 +9,10 @@ namespace {
 class ZVConfigLoggerTest : public LoggerTest {
  protected:
   ZVConfigLoggerTest() {
-    sZorvaState.gasGaugeEnabled.reset();
+    sZorvaContext.gasGaugeEnabled.reset();
     attach(*logger);
   }
-  ~ZVConfigLoggerTest() override { sZorvaState.gasGaugeEnabled.reset(); }
+  ~ZVConfigLoggerTest() override { sZorvaContext.gasGaugeEnabled.reset(); }
   void setDisplayPreference(const char* key, Value value) {
     handset.preferences().setValue({"com.vennor.lumbrel", "mobile"}, key, std::move(value));
   }

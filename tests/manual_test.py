@@ -62,9 +62,11 @@ class Manual(unittest.TestCase):
     def test_preferences_are_those_that_are_read(self):
         code = sources()
         constants = dict(re.findall(r'constexpr const char\* (k\w+) =\s*"(\w+)"', code))
-        calls = re.findall(r'CopyPreferenceValue\((?!PreferencesStore)[^,]*, (\w+)\)', code)
-        read = {constants[name] for name in calls if name != 'key'}  # which is a default's
+        calls = re.findall(r'CopyPreferenceValue\((?!PreferencesStore)[^,]*, ([\w.]+)\)', code)
+        read = {constants[name] for name in calls if name not in ('key', 'row.preference')}
         read |= set(re.findall(r'\bpreference\("(\w+)"\)', code))
+        rows = (ROOT / 'apps/LoggerTable.cpp').read_text()
+        read |= {constants[name] for name in re.findall(r'\b0, (k\w+)\}', rows)}
         listed = dict(re.findall(r'^\.BR (\w+) " \((?:.*[;,] )?(\S+)\)"$',
                                  '\n'.join(tags('zorva.1', 'PREFERENCES')), re.M))
         self.assertEqual(set(listed), read)

@@ -3,6 +3,7 @@ import os
 import pathlib
 import pty
 import re
+import signal
 import subprocess
 import time
 import unittest
@@ -52,18 +53,42 @@ class SnapshotTest(unittest.TestCase):
         self.assertRegex(locale, rf'^ id=\w+; country=(\w+|\(null\)); time_zone={re.escape(zone)}; '
                                  rf'dst={"yes" if time.localtime().tm_isdst else "no"};$')
 
-    def test_a_battery_that_is_not_there_is_missed_and_nothing_else_is_logged(self):
+    def test_no_battery_no_battery_logger_but_the_default_ones(self):
         if any(pathlib.Path('/sys/class/power_supply').glob('*')):
             self.skipTest('this machine has power supplies')
-        terminal, output = pty.openpty()  # where the system log shows too
-        shown = run(program('zorva'), '-B', '-q', capture_output=False, stdout=subprocess.PIPE,
-                    stderr=output)
+        shown = run(program('zorva'), '-B', '-q').stdout
+        self.assertEqual(entries(shown, 'Battery'), [])
+        self.assertEqual(len(entries(shown, 'Config')), 1)
+
+    def test_on_a_terminal_nothing_stands_between_the_entries(self):
+        terminal, output = pty.openpty()
+        child = subprocess.Popen([program('zorva'), '-q'], stdout=output, stderr=output)
         os.close(output)
-        self.assertEqual((shown.returncode, shown.stdout), (0, ''))
-        said = os.read(terminal, 65536).decode()
+        shown = b''
+        try:
+            while piece := os.read(terminal, 65536):
+                shown += piece
+        except OSError:  # how a terminal ends whose other side is closed
+            pass
         os.close(terminal)
-        self.assertIn('zorva: No battery found', said)
-        self.assertIn('zorva: ZVBatteryLogger could not be started', said)
+        self.assertEqual(child.wait(), 0)
+        foreign = [line.startswith('zorva: ') for line in shown.decode().splitlines()]
+        self.assertEqual(foreign, sorted(foreign), shown.decode())
+
+    def test_a_reader_that_goes_away_ends_it_as_any_filter(self):
+        for options in ([], ['-q']):
+            child = subprocess.Popen([program('zorva'), *options], stdout=subprocess.PIPE,
+                                     stderr=subprocess.DEVNULL)
+            child.stdout.readline()
+            child.stdout.close()
+            self.assertIn(child.wait(timeout=20), (0, -signal.SIGPIPE) if options else (-signal.SIGPIPE,))
+
+    def test_a_run_loop_that_fails_ends_it_with_a_failure(self):
+        ended = run('strace', '-f', '-qq', '-e', 'trace=epoll_wait,epoll_pwait2',
+                    '-e', 'inject=epoll_wait,epoll_pwait2:error=EINVAL:when=1+', program('zorva'),
+                    env={**os.environ, 'ASAN_OPTIONS': 'detect_leaks=0'})
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn('the event loop has failed', ended.stderr)
 
     def test_one_entry_costs_one_write(self):
         trace = run('strace', '-e', 'trace=write,writev,pwrite64', '-e', 'write=none', '-s', '64',

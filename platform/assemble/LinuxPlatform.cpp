@@ -1,5 +1,7 @@
 #include "platform/assemble/LinuxPlatform.h"
 
+#include <systemd/sd-daemon.h>
+
 #include "platform/absent/LinuxAccountSync.h"
 #include "platform/absent/LinuxBatteryUsage.h"
 #include "platform/absent/LinuxPersistentConnections.h"
@@ -61,7 +63,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   // Each service after what it uses, so that it is destroyed before.
   LinuxRunLoop runLoop_;
   LinuxClock clock_;
-  LinuxSystemLog systemLog_;
+  LinuxSystemLog systemLog_{runLoop_};
   LinuxSystemNotifications systemNotifications_{runLoop_, systemLog_};
   PosixFileSystem files_;
   LinuxAccountDatabase accounts_;
@@ -165,6 +167,10 @@ class WholeLinuxPlatform : public LinuxPlatform {
 };
 
 }  // namespace
+
+void reportReady() {
+  sd_notify(0, "READY=1");
+}
 
 std::unique_ptr<LinuxPlatform> makeLinuxPlatform() {
   try {

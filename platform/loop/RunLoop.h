@@ -20,8 +20,8 @@ class RunLoop {
   virtual Registration startTimer(double seconds, std::function<void()> fire) = 0;
 
   /// Delivers events until stop() is called, also from one of its own callbacks. An earlier stop()
-  /// does not count.
-  virtual void run() = 0;
+  /// does not count. False: the loop itself has failed, and delivers nothing any more.
+  virtual bool run() = 0;
   virtual void stop() = 0;
 };
 

@@ -116,8 +116,8 @@ class Campaign {
     std::fflush(stdout);
     const Descriptor terminal(::dup(STDOUT_FILENO));
     ::dup2(output.get(), STDOUT_FILENO);
-    zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(), run->platform(),
-                     zorva::loggerTable());
+    zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(),
+                     {[&run] { return &run->platform(); }}, zorva::loggerTable());
     ::dup2(terminal.get(), STDOUT_FILENO);
     if (points != nullptr) {
       for (const auto& [name, count] : before) (*points)[name] = faults.calls(name) - count;

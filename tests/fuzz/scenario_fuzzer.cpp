@@ -45,7 +45,7 @@ std::string run(const std::string& text) {
   ::dup2(log, STDOUT_FILENO);
   char name[] = "zorva";
   char* const arguments[] = {name, nullptr};
-  ZorvaMain(1, arguments, handset.platform(), loggerTable());
+  ZorvaMain(1, arguments, {[&handset] { return &handset.platform(); }}, loggerTable());
   ::dup2(terminal.get(), STDOUT_FILENO);
   std::string written = takeText(log);
   checkLog(written);

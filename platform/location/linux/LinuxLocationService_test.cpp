@@ -36,7 +36,7 @@ class LinuxLocationServiceTest : public testing::Test {
   DirectoryForTest directory_;
   PrivateBusForTest private_;
   LoopForTest loop_;
-  LinuxSystemLog log_;
+  LinuxSystemLog log_{loop_};
   LinuxSystemNotifications notifications_{loop_, log_, {directory_ / "", "", ""}};
   std::vector<Codes> told_;
 };

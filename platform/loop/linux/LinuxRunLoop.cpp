@@ -5,7 +5,6 @@
 #include <cstring>
 #include <sys/epoll.h>
 #include <system_error>
-#include <systemd/sd-daemon.h>
 #include <time.h>
 
 namespace zorva {
@@ -77,17 +76,15 @@ Registration LinuxRunLoop::startTimer(double seconds, std::function<void()> fire
   return Source::registration(std::move(source));
 }
 
-void LinuxRunLoop::run() {
+bool LinuxRunLoop::run() {
   stopped_ = false;
-  // Whoever runs the loop has done what comes before: a service manager may go on. Without one this
-  // does nothing.
-  sd_notify(0, "READY=1");
   while (!stopped_) {
     const int result = sd_event_run(event(), UINT64_MAX);
     if (result >= 0 || result == -EINTR) continue;
     std::fprintf(stderr, "zorva: the event loop has failed: %s\n", std::strerror(-result));
-    return;
+    return false;
   }
+  return true;
 }
 
 }  // namespace zorva

@@ -19,7 +19,8 @@ class LinuxRunLoop : public RunLoop {
 
   Registration watchDescriptor(int descriptor, std::function<void()> ready) override;
   Registration startTimer(double seconds, std::function<void()> fire) override;
-  void run() override;
+  /// A failure is reported on standard error.
+  bool run() override;
   void stop() override { stopped_ = true; }
 
   /// For services whose library brings its own event sources. Owned by the loop; sources that are

@@ -47,8 +47,9 @@ void SimRunLoop::schedule(Duration offset, std::function<void()> step) {
   plan(std::max(offset, clock_.elapsed_), std::move(step));
 }
 
-void SimRunLoop::run() {
+bool SimRunLoop::run() {
   runUntil(Duration::max());
+  return true;
 }
 
 void SimRunLoop::advance(double seconds) {

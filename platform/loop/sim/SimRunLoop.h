@@ -27,7 +27,7 @@ class SimRunLoop : public RunLoop {
   Registration startTimer(double seconds, std::function<void()> fire) override;
 
   /// Returns also when nothing is left that could happen.
-  void run() override;
+  bool run() override;
   void stop() override { stopped_ = true; }
 
   /// Plans a step for the moment when `offset` has elapsed since the handset was made; at once when

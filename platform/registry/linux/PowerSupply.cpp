@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <utility>
+
+#include "platform/registry/PowerSourceCharge.h"
 
 namespace zorva {
 namespace {
@@ -11,6 +14,13 @@ namespace {
 // Below this level, in percent, a battery whose gauge has no opinion of its own is critical: where
 // desktops put the machine to sleep.
 constexpr double kCriticalPercent = 2;
+
+// A charge or an energy as the driver reports it.
+struct Amount {
+  double milliampereHours;
+  double raw;  // uAh or uWh
+  bool energy;
+};
 
 // A supply's attributes as numbers and words. What is no number, or no plausible one, is treated as
 // missing, so that a driver's nonsense never becomes a figure in the log.
@@ -38,26 +48,28 @@ class Supply {
     return percent && *percent <= 100 ? percent : std::nullopt;
   }
 
-  // A charge in mAh: told as such in uAh, or as an energy in uWh at the battery's nominal voltage.
-  std::optional<double> charge(const std::string& what) const {
-    if (const auto charge = amount("charge_" + what, 1e-3)) return charge;
+  // Reported in uAh, or as an energy in uWh at the battery's nominal voltage.
+  std::optional<Amount> charge(const std::string& what) const {
+    if (const auto charge = amount("charge_" + what, 1)) {
+      return Amount{*charge * 1e-3, *charge, false};
+    }
     const auto energy = amount("energy_" + what, 1);
     if (!energy) return std::nullopt;
     auto volts = amount("voltage_min_design", 1e-6);
     if (!volts || *volts == 0) volts = amount("voltage_now", 1e-6);
     if (!volts || *volts == 0) return std::nullopt;
-    return *energy * 1e-3 / *volts;
+    return Amount{*energy * 1e-3 / *volts, *energy, true};
   }
 
-  // The same, without the zero that some drivers tell for what they do not know.
-  std::optional<double> positiveCharge(const std::string& what) const {
+  // The same, without the zero that some drivers report for what they do not know.
+  std::optional<Amount> positiveCharge(const std::string& what) const {
     const auto amount = charge(what);
-    return amount && *amount > 0 ? amount : std::nullopt;
+    return amount && amount->milliampereHours > 0 ? amount : std::nullopt;
   }
 
-  std::optional<double> measuredFull() const { return positiveCharge("full"); }
-  std::optional<double> design() const { return positiveCharge("full_design"); }
-  std::optional<double> full() const {
+  std::optional<Amount> measuredFull() const { return positiveCharge("full"); }
+  std::optional<Amount> design() const { return positiveCharge("full_design"); }
+  std::optional<Amount> full() const {
     const auto measured = measuredFull();
     return measured ? measured : design();
   }
@@ -89,23 +101,30 @@ Value integer(const std::optional<double>& number) {
   return static_cast<std::int64_t>(std::llround(*number));
 }
 
-Value real(const std::optional<double>& number) {
-  return number ? Value(*number) : Value();
+Value integer(const std::optional<Amount>& amount) {
+  return amount ? integer(amount->milliampereHours) : Value();
 }
 
 Value currentCapacity(const Supply& supply) {
   const auto now = supply.charge("now");
   const auto percent = supply.percent();
   if (const auto full = supply.full()) {
-    if (now) return *now;
-    if (percent) return *percent * *full / 100;
+    const double maximum = full->milliampereHours;
+    if (now && now->energy == full->energy) {
+      return raisedToLevel(now->milliampereHours, now->raw * 100.0 / full->raw, maximum);
+    }
+    if (now) return now->milliampereHours;
+    return percent ? Value(chargeOfLevel(*percent, maximum)) : Value();
   }
   // Without a full charge the level is what MaxCapacity 100 makes of it.
-  return percent ? real(percent) : real(now);
+  if (percent) return *percent;
+  return now ? Value(now->milliampereHours) : Value();
 }
 
+// Without a charge there is no maximum either: the level is then no number, rather than 0.
 Value maxCapacity(const Supply& supply) {
-  if (const auto full = supply.full()) return *full;
+  if (currentCapacity(supply).isNothing()) return {};
+  if (const auto full = supply.full()) return full->milliampereHours;
   return supply.percent() ? Value(100.0) : Value();
 }
 

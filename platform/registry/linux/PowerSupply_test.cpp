@@ -62,6 +62,8 @@ TEST(PowerSupply, PublishesWhatTheKernelTells) {
        "{CurrentCapacity = 1000; MaxCapacity = 4000; DesignCapacity = 4000; "
        "VennorRawCurrentCapacity = 1000; InstantAmperage = 0; Amperage = 0;}",
        false},
+      {"neither charge nor level", "charge_full=3000000 current_now=7000",
+       "{VennorRawMaxCapacity = 3000; InstantAmperage = 7; Amperage = 7;}", true},
       {"charge without any full charge", "charge_now=1000000 capacity=2 status=Unknown",
        "{CurrentCapacity = 2; MaxCapacity = 100; VennorRawCurrentCapacity = 1000; "
        "IsCharging = 0; FullyCharged = 0; AtCriticalLevel = 1;}",
@@ -84,6 +86,33 @@ TEST(PowerSupply, PublishesWhatTheKernelTells) {
       EXPECT_EQ(powerSourceProperty(key, supply), value) << key;
     }
   }
+}
+
+// The level as its readers compute it.
+double level(const SysfsAttributes& supply) {
+  return powerSourceProperty("CurrentCapacity", supply).real() * 100.0 /
+         powerSourceProperty("MaxCapacity", supply).real();
+}
+
+TEST(PowerSupply, NoWholePercentIsLost) {
+  int lost = 0;
+  for (int full = 1; full <= 12000; full += 7) {
+    for (int percent = 1; percent <= 100; ++percent) {
+      const auto supply = [&](const std::string& name) -> std::optional<std::string> {
+        if (name == "charge_full") return std::to_string(full) + "000";
+        return name == "capacity" ? std::optional(std::to_string(percent)) : std::nullopt;
+      };
+      const auto measured = [&](const std::string& name) -> std::optional<std::string> {
+        if (name == "energy_full") return std::to_string(full) + "000";
+        if (name == "energy_now") return std::to_string(full * 10 * percent);
+        return name == "voltage_now" ? std::optional("3850000") : std::nullopt;
+      };
+      for (const double shown : {level(supply), level(measured)}) {
+        if (shown < percent || shown > percent + 1e-6) ++lost;
+      }
+    }
+  }
+  EXPECT_EQ(lost, 0);
 }
 
 TEST(PowerSupply, TellsWhatHindersCharging) {

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "platform/registry/PowerSourceCharge.h"
+
 namespace zorva {
 
 SimBattery::SimBattery(SimParts& parts, SimRegistryEntry& entry) : entry_(entry) {
@@ -86,12 +88,13 @@ void SimBattery::setLevel(double percent) {
   level_ = percent;
   const double maximum = entry_.properties()["MaxCapacity"].real();
   const double rawMaximum = entry_.properties()["VennorRawMaxCapacity"].real();
-  const double capacity = maximum * percent / 100.0;
+  const double capacity = maximum > 0 ? chargeOfLevel(percent, maximum) : 0;
   // Whole figures stay integers, the way a gauge counts mAh.
   const double rounded = std::round(capacity);
-  set("CurrentCapacity", std::abs(capacity - rounded) < 1e-9
-                             ? Value(static_cast<std::int64_t>(rounded))
-                             : Value(capacity));
+  set("CurrentCapacity",
+      std::abs(capacity - rounded) < 1e-9 && !(rounded * 100.0 / maximum < percent)
+          ? Value(static_cast<std::int64_t>(rounded))
+          : Value(capacity));
   set("VennorRawCurrentCapacity",
       static_cast<std::int64_t>(std::llround(rawMaximum * percent / 100.0)));
 }

@@ -79,7 +79,7 @@ class LinuxThermalTest : public MockKernelTest {
 
   DirectoryForTest root_;
   LoopForTest loop_;
-  LinuxSystemLog log_;
+  LinuxSystemLog log_{loop_};
   LinuxSystemNotifications notifications_{loop_, log_, {root_ / "", "", ""}};
   LinuxThermal thermal_{
       loop_.event(), notifications_,
