@@ -1,50 +1,67 @@
-# The short way to everything. `make` alone builds; see README.md.
+# The short way to everything. `make` alone builds the programs; see README.md.
 
 PRESET ?= release
 BUILD = build/$(PRESET)
-PACKAGES = tools/packages.txt
 ARGUMENTS ?= -q
 CONFIGURE ?=
 
-.PHONY: build setup run test check format tidy memcheck package clean
+.PHONY: build run test check format tidy memcheck package clean setup-build setup-test configure
 
-build: setup
-	@cmake --preset $(PRESET) $(CONFIGURE) > $(BUILD).configure.log 2>&1 || { cat $(BUILD).configure.log; exit 1; }
-	@cmake --build --preset $(PRESET)
+build: configure
+	@cmake --build --preset $(PRESET) --target programs
 
-# Installs the Debian packages that are missing; says what to do where it may not.
-setup:
+# Each installs the Debian packages that are missing, or says what to do where it may not.
+setup-build:
 	@mkdir -p build
-	@tools/setup $(PACKAGES)
+	@tools/setup tools/packages-build.txt
+
+setup-test:
+	@mkdir -p build
+	@tools/setup tools/packages-build.txt tools/packages-test.txt
+
+# Tests are configured once they were asked for; until then nothing that they need is.
+configure: setup-build
+	@[ -f $(BUILD)/build.ninja ] || $(MAKE) --no-print-directory cmake TESTING=OFF
+
+.PHONY: cmake
+cmake:
+	@cmake --preset $(PRESET) -DBUILD_TESTING=$(TESTING) $(CONFIGURE) > $(BUILD).configure.log 2>&1 || \
+	  { cat $(BUILD).configure.log; exit 1; }
 
 # Logs this machine: one snapshot. `make run ARGUMENTS=` keeps logging until it is told to end.
-run: build
+run: configure
+	@cmake --build --preset $(PRESET) --target zorva
 	@$(BUILD)/bin/zorva $(ARGUMENTS)
 
-test: build
+# Everything there is, built.
+.PHONY: all-built
+all-built: setup-test
+	@$(MAKE) --no-print-directory cmake TESTING=ON
+	@cmake --build --preset $(PRESET)
+
+test: all-built
 	@ctest --preset $(PRESET)
 
 # What CI checks beside the tests: format, clang-tidy, memory, and the tests of the sanitizer build.
-check:
-	@tools/setup $(PACKAGES)
+check: setup-test
 	@tools/check_format
 	@$(MAKE) --no-print-directory tidy memcheck
 	@$(MAKE) --no-print-directory test PRESET=asan
 
-format:
+format: setup-test
 	@find $$(sed -n 's/^\([a-z][a-z]*\).*/\1/p' tools/rooms.txt | sort -u) \
 	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 # clang-tidy with the checks of .clang-tidy, over everything but the tests.
-tidy: build
+tidy: all-built
 	@tools/check_tidy $(BUILD)
 
 # Programs under valgrind.
-memcheck: build
+memcheck: all-built
 	@tools/memcheck $(BUILD)
 
 # A Debian package in build/, from what is committed.
-package: setup
+package: setup-test
 	@tools/setup tools/packages-package.txt
 	@tools/make_package build
 

@@ -113,7 +113,7 @@ std::optional<Value::Data> bytesFrom(std::string_view text) {
   return bytes;
 }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   constexpr std::size_t kShown = 60;
   if (text.size() > kShown) return '"' + safeText(text.substr(0, kShown)) + "...\"";
   return '"' + safeText(text) + '"';
@@ -243,7 +243,7 @@ const std::vector<ScenarioNode::Entry>& ScenarioNode::entries() const {
   std::set<std::string_view> seen;
   for (const auto& [key, value] : entries_) {
     if (!seen.insert(key.scalar_).second) {
-      key.refuse("the key " + quoted(key.scalar_) + " stands here for the second time");
+      key.refuse("the key " + inQuotes(key.scalar_) + " stands here for the second time");
     }
   }
   return entries_;
@@ -255,7 +255,7 @@ void ScenarioNode::checkKeys(const std::vector<std::string>& allowed) const {
     if (std::find(allowed.begin(), allowed.end(), key.scalar_) != allowed.end()) continue;
     std::string names;
     for (const std::string& name : allowed) names += (names.empty() ? "" : ", ") + name;
-    key.refuse("the key " + quoted(key.scalar_) + " is not known here; use one of: " + names);
+    key.refuse("the key " + inQuotes(key.scalar_) + " is not known here; use one of: " + names);
   }
 }
 
