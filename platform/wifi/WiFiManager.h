@@ -26,7 +26,8 @@ class WiFiDevice {
   /// Nothing while it is not associated.
   virtual std::optional<WiFiNetwork> copyCurrentNetwork() = 0;
 
-  /// Calls back, on the run loop, when the power or the link changed.
+  /// Calls back, on the run loop, when the power or the link changed. Where one event changes both,
+  /// only observers of the power are called.
   virtual Registration observePower(std::function<void()> changed) = 0;
   virtual Registration observeLink(std::function<void()> changed) = 0;
 };

@@ -10,7 +10,6 @@
 #include <sys/un.h>
 
 #include "platform/kit/netlink/GenericNetlink.h"
-#include "platform/kit/netlink/NetlinkRequest.h"
 #include "platform/notifications/linux/NotificationSocket.h"
 #include "platform/processes/linux/SocketDiagnostics.h"
 #include "platform/reachability/linux/RouteMessages.h"
@@ -44,12 +43,15 @@ void checkPost(Daemon& daemon, std::string_view text) {
 
 void checkNetlink(std::span<std::uint8_t> bytes) {
   std::map<int, NetworkLink> links;
-  std::vector<DefaultWay> ways;
+  std::vector<WayOut> ways;
   std::size_t messages = 0;
-  readNetlinkAnswer(bytes, [&](const nlmsghdr& message) {
+  std::vector<SocketOfInode> sockets;
+  NetlinkReader().read(bytes, [&](const nlmsghdr& message) {
     ++messages;
+    readSocketMessage(message, SocketProtocol::TCP, sockets);
     readLink(message, links);
-    readDefaultWays(message, ways);
+    readWaysOut(message, ways);
+    linkOfLookup(message);
     if (const auto interface = wirelessInterfaceIn(message)) {
       REQUIRE(!interface->ssid || (!interface->ssid->empty() && interface->ssid->size() <= 32));
       REQUIRE(interface->name.size() < bytes.size());
@@ -63,11 +65,6 @@ void checkNetlink(std::span<std::uint8_t> bytes) {
   for (const auto& [index, link] : links) REQUIRE(link.name.size() < bytes.size());
   thermalLevelMayHaveChanged(bytes, 20);
 
-  bool interrupted = false;
-  std::vector<SocketOfInode> sockets;
-  const std::span datagram(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  const DumpStep step = readDumpDatagram(datagram, SocketProtocol::TCP, 1, interrupted, sockets);
-  REQUIRE(step != DumpStep::Interrupted || interrupted);
   for (const SocketOfInode& each : sockets) {
     REQUIRE(each.inode != 0 && each.socket.tcpsi_state <= tcp::kTimeWait);
     REQUIRE(each.socket.insi_lport <= 0xFFFF && each.socket.insi_fport <= 0xFFFF);

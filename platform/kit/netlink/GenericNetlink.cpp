@@ -1,54 +1,16 @@
 #include "platform/kit/netlink/GenericNetlink.h"
 
-#include <algorithm>
 #include <cstring>
 #include <linux/genetlink.h>
-#include <sys/socket.h>
 
-#include "platform/kit/netlink/NetlinkRequest.h"
+#include "platform/kit/netlink/NetlinkSocket.h"
 
 namespace zorva {
 
-void NetlinkAttributes::each(const std::function<void(int type, Content content)>& each) const {
-  for (Content rest = bytes_; rest.size() >= sizeof(nlattr);) {
-    nlattr header;
-    std::memcpy(&header, rest.data(), sizeof header);
-    if (header.nla_len < sizeof header || header.nla_len > rest.size()) return;
-    each(header.nla_type & NLA_TYPE_MASK,
-         rest.subspan(NLA_HDRLEN, static_cast<std::size_t>(header.nla_len - NLA_HDRLEN)));
-    // The last one need not be padded.
-    rest = rest.subspan(std::min<std::size_t>(NLA_ALIGN(header.nla_len), rest.size()));
-  }
-}
-
-std::optional<NetlinkAttributes::Content> NetlinkAttributes::find(int type) const {
-  std::optional<Content> found;
-  each([&](int other, Content content) {
-    if (other == type) found = content;
-  });
-  return found;
-}
-
-std::optional<std::uint32_t> NetlinkAttributes::number(int type) const {
-  const auto content = find(type);
-  std::uint32_t number = 0;
-  if (!content || content->size() < sizeof number) return std::nullopt;
-  std::memcpy(&number, content->data(), sizeof number);
-  return number;
-}
-
-std::optional<std::string> NetlinkAttributes::text(int type) const {
-  const auto content = find(type);
-  if (!content) return std::nullopt;
-  return std::string(content->begin(), std::find(content->begin(), content->end(), 0));
-}
-
 std::optional<GenericMessage> genericMessageIn(const nlmsghdr& message) {
-  if (message.nlmsg_len < NLMSG_LENGTH(GENL_HDRLEN)) return std::nullopt;
-  const auto* generic = static_cast<const genlmsghdr*>(NLMSG_DATA(&message));
-  const auto* first = static_cast<const std::uint8_t*>(NLMSG_DATA(&message)) + GENL_HDRLEN;
-  return GenericMessage{generic->cmd, NetlinkAttributes({first, NLMSG_PAYLOAD(&message, 0) -
-                                                                    std::size_t{GENL_HDRLEN}})};
+  const auto attributes = attributesAfter(message, sizeof(genlmsghdr));
+  if (!attributes) return std::nullopt;
+  return GenericMessage{static_cast<const genlmsghdr*>(NLMSG_DATA(&message))->cmd, *attributes};
 }
 
 std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message) {
@@ -98,28 +60,13 @@ GenericRequest& GenericRequest::with(std::uint16_t type, const void* value, std:
   return *this;
 }
 
-bool GenericRequest::send(const std::function<void(const nlmsghdr& message)>& each) {
-  const auto length = static_cast<std::uint32_t>(bytes_.size());
-  std::memcpy(bytes_.data(), &length, sizeof length);  // the header's first field
-  return netlinkRequest(NETLINK_GENERIC, bytes_, each);
+NetlinkAnswer GenericRequest::send(const NetlinkReader::Each& each) {
+  return NetlinkSocket(NETLINK_GENERIC).request(bytes_, each);
 }
 
 void GenericRequest::append(const void* value, std::size_t size) {
   const auto* first = static_cast<const std::uint8_t*>(value);
   bytes_.insert(bytes_.end(), first, first + size);
-}
-
-Descriptor openNetlink(int protocol, const std::vector<std::uint32_t>& groups) {
-  Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, protocol));
-  sockaddr_nl address{};
-  address.nl_family = AF_NETLINK;
-  if (!socket || ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    return {};
-  }
-  for (const std::uint32_t group : groups) {
-    ::setsockopt(socket.get(), SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group, sizeof group);
-  }
-  return socket;
 }
 
 }  // namespace zorva

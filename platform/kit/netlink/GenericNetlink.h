@@ -1,36 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <linux/netlink.h>
 #include <map>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
-#include "platform/base/Descriptor.h"
+#include "platform/kit/netlink/NetlinkMessages.h"
 
 namespace zorva {
-
-/// The attributes of a netlink message. One that is cut off ends them.
-class NetlinkAttributes {
- public:
-  using Content = std::span<const std::uint8_t>;
-
-  explicit NetlinkAttributes(Content bytes) : bytes_(bytes) {}
-
-  void each(const std::function<void(int type, Content content)>& each) const;
-  /// The last one of the type.
-  std::optional<Content> find(int type) const;
-  /// The 32-bit number that it begins with.
-  std::optional<std::uint32_t> number(int type) const;
-  /// Up to its NUL, if it has one.
-  std::optional<std::string> text(int type) const;
-
- private:
-  Content bytes_;
-};
 
 struct GenericMessage {
   std::uint8_t command = 0;
@@ -43,6 +22,7 @@ std::optional<GenericMessage> genericMessageIn(const nlmsghdr& message);
 struct GenericFamily {
   std::uint16_t id = 0;
   std::map<std::string, std::uint32_t> groups;
+  bool operator==(const GenericFamily&) const = default;
 };
 /// Nothing when the message describes none.
 std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message);
@@ -58,16 +38,13 @@ class GenericRequest {
   GenericRequest& with(std::uint16_t type, std::uint32_t value) {
     return with(type, &value, sizeof value);
   }
-  /// As netlinkRequest().
-  bool send(const std::function<void(const nlmsghdr& message)>& each);
+  /// As NetlinkSocket::request(), on a socket of its own.
+  NetlinkAnswer send(const NetlinkReader::Each& each);
 
  private:
   void append(const void* value, std::size_t size);
 
   std::vector<std::uint8_t> bytes_;
 };
-
-/// A socket that hears the groups, and does not wait; none when there is no such protocol.
-Descriptor openNetlink(int protocol, const std::vector<std::uint32_t>& groups);
 
 }  // namespace zorva

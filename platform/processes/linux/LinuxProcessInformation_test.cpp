@@ -184,51 +184,5 @@ TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
   }
 }
 
-std::vector<char> message(std::uint16_t type, std::uint16_t flags, std::uint32_t sequence,
-                          const void* payload, std::size_t length) {
-  const nlmsghdr header{static_cast<std::uint32_t>(NLMSG_HDRLEN + length), type, flags, sequence,
-                        0};
-  std::vector<char> bytes(NLMSG_ALIGN(header.nlmsg_len));
-  memcpy(bytes.data(), &header, sizeof header);
-  memcpy(bytes.data() + NLMSG_HDRLEN, payload, length);
-  return bytes;
-}
-
-TEST(SocketDiagnostics, RefusesWhatIsNoWholeAnswer) {
-  inet_diag_msg socket{};
-  socket.idiag_family = AF_INET;
-  socket.idiag_state = 10;
-  socket.idiag_inode = 77;
-  const auto one = message(SOCK_DIAG_BY_FAMILY, NLM_F_MULTI, 5, &socket, sizeof socket);
-  const auto read = [](std::vector<char> bytes, const std::vector<char>& more) {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-    bytes.shrink_to_fit();  // so that a read past the end is seen
-    std::vector<SocketOfInode> sockets;
-    bool interrupted = false;
-    const DumpStep step = readDumpDatagram(bytes, SocketProtocol::TCP, 5, interrupted, sockets);
-    return std::pair(step, sockets.size());
-  };
-  const auto end = [](std::uint16_t type, std::uint16_t flags, std::uint32_t sequence, int error) {
-    return message(type, flags, sequence, &error, sizeof error);
-  };
-  EXPECT_EQ(read(one, one), std::pair(DumpStep::More, std::size_t{2}));
-  const std::pair<std::vector<char>, DumpStep> cases[] = {
-      {{}, DumpStep::More},
-      {end(NLMSG_DONE, 0, 5, 0), DumpStep::Done},
-      {end(NLMSG_DONE, NLM_F_DUMP_INTR, 5, 0), DumpStep::Interrupted},
-      {end(NLMSG_DONE, 0, 5, -ENOENT), DumpStep::Failed},
-      {end(NLMSG_ERROR, 0, 5, -ENOENT), DumpStep::Failed},
-      {end(NLMSG_ERROR, 0, 4, -ENOENT), DumpStep::More},  // of another
-      {message(SOCK_DIAG_BY_FAMILY, 0, 5, &socket, sizeof socket - 4), DumpStep::Failed},
-      {std::vector<char>(NLMSG_HDRLEN), DumpStep::Failed},  // a message of length 0
-  };
-  for (const auto& [more, step] : cases) {
-    EXPECT_EQ(read(one, more), std::pair(step, std::size_t{1})) << more.size();
-  }
-  for (std::size_t length = 1; length < one.size(); ++length) {
-    EXPECT_EQ(read({one.data(), one.data() + length}, {}).first, DumpStep::Failed) << length;
-  }
-}
-
 }  // namespace
 }  // namespace zorva

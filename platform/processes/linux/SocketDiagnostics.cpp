@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <fcntl.h>
@@ -11,7 +10,6 @@
 #include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <utility>
 
 #include "platform/base/Descriptor.h"
@@ -25,10 +23,6 @@ constexpr unsigned kKernelTimeWait = 6;
 constexpr unsigned kKernelClosed = 7;
 constexpr unsigned kKernelListen = 10;
 constexpr unsigned kKernelNewSynReceived = 12;
-
-// The kernel sends no datagram of a dump above 32 KiB.
-constexpr std::size_t kDatagramSize = 65536;
-constexpr timeval kPatience{.tv_sec = 1, .tv_usec = 0};
 
 using Address = std::array<std::uint8_t, 16>;
 
@@ -75,44 +69,6 @@ void append(const KernelSocket& socket, SocketProtocol protocol,
   const std::ptrdiff_t at = socket.ipv6 ? 12 : 0;
   std::copy_n(socket.local.begin() + at, 4, added.socket.insi_laddr.begin());
   std::copy_n(socket.foreign.begin() + at, 4, added.socket.insi_faddr.begin());
-}
-
-template <typename Record>
-bool copyRecord(std::span<const char> bytes, Record& record) {
-  if (bytes.size() < sizeof record) return false;
-  std::memcpy(&record, bytes.data(), sizeof record);
-  return true;
-}
-
-std::span<const char> after(std::span<const char> bytes, std::size_t length) {
-  return bytes.subspan(std::min(bytes.size(), length));
-}
-
-// False when the message does not hold a whole record.
-bool readMessage(std::span<const char> payload, SocketProtocol protocol,
-                 std::vector<SocketOfInode>& sockets) {
-  inet_diag_msg message;
-  if (!copyRecord(payload, message)) return false;
-  KernelSocket socket;
-  socket.inode = message.idiag_inode;
-  socket.state = message.idiag_state;
-  socket.ipv6 = message.idiag_family == AF_INET6;
-  socket.localPort = message.id.idiag_sport;
-  socket.foreignPort = message.id.idiag_dport;
-  static_assert(sizeof message.id.idiag_src == sizeof(Address));
-  std::memcpy(socket.local.data(), message.id.idiag_src, sizeof(Address));
-  std::memcpy(socket.foreign.data(), message.id.idiag_dst, sizeof(Address));
-  payload = after(payload, NLMSG_ALIGN(sizeof message));
-  nlattr attribute;
-  while (socket.ipv6 && copyRecord(payload, attribute)) {
-    if (attribute.nla_len < NLA_HDRLEN || attribute.nla_len > payload.size()) break;
-    if (attribute.nla_type == INET_DIAG_SKV6ONLY && attribute.nla_len > NLA_HDRLEN) {
-      socket.onlyIPv6 = payload[NLA_HDRLEN] != 0;
-    }
-    payload = after(payload, NLA_ALIGN(attribute.nla_len));
-  }
-  append(socket, protocol, sockets);
-  return true;
 }
 
 // Takes the next word of the line, empty when there is none.
@@ -178,27 +134,28 @@ std::int32_t tcpStateOfKernel(unsigned state) {
   return state < std::size(kStates) ? kStates[state] : tcp::kClosed;
 }
 
-DumpStep readDumpDatagram(std::span<const char> datagram, SocketProtocol protocol,
-                          std::uint32_t sequence, bool& interrupted,
-                          std::vector<SocketOfInode>& sockets) {
-  nlmsghdr header;
-  while (copyRecord(datagram, header)) {
-    if (header.nlmsg_len < NLMSG_HDRLEN || header.nlmsg_len > datagram.size()) break;
-    const auto payload = datagram.subspan(NLMSG_HDRLEN, header.nlmsg_len - NLMSG_HDRLEN);
-    datagram = after(datagram, NLMSG_ALIGN(header.nlmsg_len));
-    if (header.nlmsg_seq != sequence) continue;  // of a dump given up before
-    interrupted |= (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
-    if (header.nlmsg_type == NLMSG_DONE) {
-      int error = 0;  // a dump may end with one
-      if (copyRecord(payload, error) && error < 0) return DumpStep::Failed;
-      return interrupted ? DumpStep::Interrupted : DumpStep::Done;
-    }
-    if (header.nlmsg_type == NLMSG_ERROR) return DumpStep::Failed;
-    if (header.nlmsg_type == SOCK_DIAG_BY_FAMILY && !readMessage(payload, protocol, sockets)) {
-      return DumpStep::Failed;
-    }
+bool readSocketMessage(const nlmsghdr& header, SocketProtocol protocol,
+                       std::vector<SocketOfInode>& sockets) {
+  if (header.nlmsg_type != SOCK_DIAG_BY_FAMILY) return true;
+  inet_diag_msg message;
+  const auto attributes = attributesAfter(header, sizeof message);
+  if (!attributes) return false;
+  std::memcpy(&message, NLMSG_DATA(&header), sizeof message);
+  KernelSocket socket;
+  socket.inode = message.idiag_inode;
+  socket.state = message.idiag_state;
+  socket.ipv6 = message.idiag_family == AF_INET6;
+  socket.localPort = message.id.idiag_sport;
+  socket.foreignPort = message.id.idiag_dport;
+  static_assert(sizeof message.id.idiag_src == sizeof(Address));
+  std::memcpy(socket.local.data(), message.id.idiag_src, sizeof(Address));
+  std::memcpy(socket.foreign.data(), message.id.idiag_dst, sizeof(Address));
+  if (socket.ipv6) {
+    const auto only = attributes->find(INET_DIAG_SKV6ONLY);
+    socket.onlyIPv6 = only && !only->empty() && only->front() != 0;
   }
-  return datagram.empty() ? DumpStep::More : DumpStep::Failed;
+  append(socket, protocol, sockets);
+  return true;
 }
 
 void readSocketTable(std::string_view text, SocketProtocol protocol, bool ipv6,
@@ -216,14 +173,14 @@ SocketDiagnostics::SocketDiagnostics(std::string procRoot) : procRoot_(std::move
 
 void SocketDiagnostics::take() {
   sockets_.clear();
-  const Descriptor netlink(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
-  ::setsockopt(netlink.get(), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
-  bool answers = static_cast<bool>(netlink);
+  NetlinkSocket netlink(NETLINK_SOCK_DIAG);
+  bool answers = true;
   for (const auto protocol : {SocketProtocol::TCP, SocketProtocol::UDP}) {
     for (const bool ipv6 : {false, true}) {
-      errno = 0;
-      if (answers && dump(netlink.get(), protocol, ipv6 ? AF_INET6 : AF_INET)) continue;
-      if (errno == EAGAIN) answers = false;  // asking again would only take as long again
+      const NetlinkAnswer answer =
+          answers ? dump(netlink, protocol, ipv6 ? AF_INET6 : AF_INET) : NetlinkAnswer::Refused;
+      if (answer == NetlinkAnswer::Done) continue;
+      if (answer == NetlinkAnswer::GoesOn) answers = false;  // asking again would take as long
       readTable(protocol, ipv6);
     }
   }
@@ -250,50 +207,33 @@ const socket_fdinfo* SocketDiagnostics::find(std::uint32_t inode) const {
   return found != sockets_.end() && found->inode == inode ? &found->socket : nullptr;
 }
 
-bool SocketDiagnostics::dump(int netlink, SocketProtocol protocol, std::uint8_t family) {
+NetlinkAnswer SocketDiagnostics::dump(NetlinkSocket& netlink, SocketProtocol protocol,
+                                      std::uint8_t family) {
   struct {
     nlmsghdr header;
     inet_diag_req_v2 request;
   } message{};
-  message.header.nlmsg_len = sizeof message;
   message.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
   message.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
   message.request.sdiag_family = family;
   message.request.sdiag_protocol = protocol == SocketProtocol::TCP ? IPPROTO_TCP : IPPROTO_UDP;
   message.request.idiag_states = ~(1U << kKernelTimeWait | 1U << kKernelNewSynReceived);
-  sockaddr_nl kernel{};
-  kernel.nl_family = AF_NETLINK;
 
   const std::size_t before = sockets_.size();
   for (int tries = 0; tries < 2; ++tries) {
     sockets_.resize(before);
-    message.header.nlmsg_seq = ++sequence_;
-    if (::sendto(netlink, &message, sizeof message, 0, reinterpret_cast<sockaddr*>(&kernel),
-                 sizeof kernel) < 0) {
-      return false;
-    }
-    const DumpStep end = receive(netlink, protocol);
-    if (end == DumpStep::Done) return true;
-    if (end == DumpStep::Failed) {
+    bool whole = true;
+    const NetlinkAnswer answer = netlink.request(
+        {reinterpret_cast<std::uint8_t*>(&message), sizeof message}, [&](const nlmsghdr& each) {
+          whole = readSocketMessage(each, protocol, sockets_) && whole;
+        });
+    if (answer == NetlinkAnswer::Done && whole) return answer;
+    if (answer != NetlinkAnswer::Interrupted || !whole) {
       sockets_.resize(before);
-      return false;
+      return answer == NetlinkAnswer::GoesOn ? answer : NetlinkAnswer::Refused;
     }
   }
-  return true;  // interrupted twice: few sockets can be missing
-}
-
-DumpStep SocketDiagnostics::receive(int netlink, SocketProtocol protocol) {
-  buffer_.resize(kDatagramSize);
-  bool interrupted = false;
-  for (;;) {
-    // With MSG_TRUNC the length is the datagram's own, also where it did not fit.
-    const ssize_t length = ::recv(netlink, buffer_.data(), buffer_.size(), MSG_TRUNC);
-    if (length < 0 && errno == EINTR) continue;
-    if (length <= 0 || static_cast<std::size_t>(length) > buffer_.size()) return DumpStep::Failed;
-    const DumpStep step = readDumpDatagram({buffer_.data(), static_cast<std::size_t>(length)},
-                                           protocol, sequence_, interrupted, sockets_);
-    if (step != DumpStep::More) return step;
-  }
+  return NetlinkAnswer::Done;  // interrupted twice: few sockets can be missing
 }
 
 void SocketDiagnostics::readTable(SocketProtocol protocol, bool ipv6) {

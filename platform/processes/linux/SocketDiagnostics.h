@@ -1,12 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/kit/netlink/NetlinkSocket.h"
 #include "platform/processes/ProcessInformation.h"
 
 namespace zorva {
@@ -23,15 +22,10 @@ enum class SocketProtocol : std::uint8_t { TCP, UDP };
 /// for numbers that no socket has.
 std::int32_t tcpStateOfKernel(unsigned state);
 
-/// How far one datagram of a dump brought it.
-enum class DumpStep : std::uint8_t { More, Done, Interrupted, Failed };
-
-/// Reads one datagram of a dump's answer and appends its sockets. Interrupted: the dump is whole,
-/// but sockets came or went while the kernel made it. Failed: the kernel refused, or what it sent
-/// does not read as an answer; sockets appended by then are no answer.
-DumpStep readDumpDatagram(std::span<const char> datagram, SocketProtocol protocol,
-                          std::uint32_t sequence, bool& interrupted,
-                          std::vector<SocketOfInode>& sockets);
+/// Reads one message of a dump's answer and appends its socket, if that is to be listed. False when
+/// the message does not hold a whole record.
+bool readSocketMessage(const nlmsghdr& message, SocketProtocol protocol,
+                       std::vector<SocketOfInode>& sockets);
 
 /// Reads a table as "/proc/net/tcp" and its like are; lines that do not read as one are passed
 /// over. Such a table does not tell whether an IPv6 listener refuses IPv4: it counts as one that
@@ -61,13 +55,11 @@ class SocketDiagnostics {
   const socket_fdinfo* find(std::uint32_t inode) const;
 
  private:
-  bool dump(int netlink, SocketProtocol protocol, std::uint8_t family);
-  DumpStep receive(int netlink, SocketProtocol protocol);
+  NetlinkAnswer dump(NetlinkSocket& netlink, SocketProtocol protocol, std::uint8_t family);
   void readTable(SocketProtocol protocol, bool ipv6);
   void sort();
 
   std::string procRoot_;
-  std::uint32_t sequence_ = 0;
   std::vector<SocketOfInode> sockets_;  ///< in the order of their inodes
   std::vector<char> buffer_;
 };

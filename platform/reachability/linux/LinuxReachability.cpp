@@ -2,10 +2,13 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <linux/if_arp.h>
 #include <linux/rtnetlink.h>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -15,26 +18,30 @@
 #include "platform/base/Descriptor.h"
 #include "platform/kit/files/SysfsAttributes.h"
 #include "platform/kit/loop/EventSources.h"
-#include "platform/kit/netlink/GenericNetlink.h"
-#include "platform/kit/netlink/NetlinkRequest.h"
+#include "platform/kit/netlink/NetlinkSocket.h"
 #include "platform/reachability/linux/RouteMessages.h"
 
 namespace zorva {
 namespace {
 
+// Addresses of root name servers: public, and theirs for decades. To look up the way to an address
+// sends nothing.
+constexpr std::uint8_t kPublicIPv4[] = {198, 41, 0, 4};
+constexpr std::uint8_t kPublicIPv6[] = {0x20, 0x01, 0x05, 0x03, 0xba, 0x3e, 0, 0,
+                                        0,    0,    0,    0,    0,    0x02, 0, 0x30};
+
+// Links stand on each other only so deep.
+constexpr int kMaxStacked = 8;
+
 template <typename Header>
-bool dump(std::uint16_t type, Header header, const std::function<void(const nlmsghdr&)>& each) {
-  struct {
-    nlmsghdr message;
-    Header header;
-  } request{};
-  request.message.nlmsg_len = NLMSG_LENGTH(sizeof header);
-  request.message.nlmsg_type = type;
-  request.message.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
-  request.header = header;
-  return netlinkRequest(
-      NETLINK_ROUTE, {reinterpret_cast<const std::uint8_t*>(&request), request.message.nlmsg_len},
-      each);
+std::vector<std::uint8_t> requestOf(std::uint16_t type, std::uint16_t flags, const Header& header) {
+  std::vector<std::uint8_t> request(NLMSG_LENGTH(sizeof header));
+  nlmsghdr message{};
+  message.nlmsg_type = type;
+  message.nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
+  std::memcpy(request.data(), &message, sizeof message);
+  std::memcpy(request.data() + NLMSG_HDRLEN, &header, sizeof header);
+  return request;
 }
 
 bool startsWithOneOf(const std::string& name, std::initializer_list<const char*> beginnings) {
@@ -52,23 +59,93 @@ bool isMobile(const NetworkLink& link, const std::string& directory) {
   return event && ("\n" + *event + "\n").find("\nDEVTYPE=wwan\n") != std::string::npos;
 }
 
+// The kernel's routing as it is at the moment of the call.
+class Routing {
+ public:
+  explicit Routing(const std::string& directory) : directory_(directory) {}
+
+  /// False when the kernel does not answer.
+  bool readLinks() {
+    auto request = requestOf(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{});
+    return isWhole(socket_.request(request, [&](const nlmsghdr& each) { readLink(each, links_); }));
+  }
+
+  /// The link over which the kernel would send to the address, if it is up.
+  std::optional<int> linkTo(std::uint8_t family, std::span<const std::uint8_t> address) {
+    rtmsg header{};
+    header.rtm_family = family;
+    header.rtm_dst_len = static_cast<std::uint8_t>(address.size() * 8);
+    auto request = requestOf(RTM_GETROUTE, NLM_F_ACK, header);
+    const nlattr destination{static_cast<std::uint16_t>(NLA_HDRLEN + address.size()), RTA_DST};
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(&destination);
+    request.insert(request.end(), bytes, bytes + sizeof destination);
+    request.insert(request.end(), address.begin(), address.end());
+    std::optional<int> link;
+    socket_.request(request, [&](const nlmsghdr& each) {
+      if (const auto found = linkOfLookup(each)) link = found;
+    });
+    return link && links_[*link].up ? link : std::nullopt;
+  }
+
+  /// Whether what goes over the link leaves the device over a mobile interface.
+  bool goesOverMobile(int link, std::uint8_t family) {
+    for (int depth = 0; depth < kMaxStacked && links_.contains(link); ++depth) {
+      if (isMobile(links_[link], directory_)) return true;
+      if (links_[link].lower == 0 || links_[link].lower == link) break;
+      link = links_[link].lower;
+    }
+    if (!isVirtual(links_[link])) return false;
+    const auto carrier = carrierOf(link, family);
+    return carrier && isMobile(links_[*carrier], directory_);
+  }
+
+ private:
+  static bool isWhole(NetlinkAnswer answer) {
+    return answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted;
+  }
+
+  // A tunnel's link has no device behind it.
+  bool isVirtual(const NetworkLink& link) const {
+    return !std::filesystem::exists(directory_ + "/" + link.name + "/device");
+  }
+
+  // A virtual private network sends by the way that there was before it: by the best default route,
+  // else by a route to a single host, its server, over a link that is no tunnel itself.
+  std::optional<int> carrierOf(int tunnel, std::uint8_t family) {
+    std::vector<WayOut> ways;
+    for (const std::uint8_t asked :
+         {family, std::uint8_t(family == AF_INET ? AF_INET6 : AF_INET)}) {
+      rtmsg header{};
+      header.rtm_family = asked;
+      auto request = requestOf(RTM_GETROUTE, NLM_F_DUMP, header);
+      socket_.request(request, [&](const nlmsghdr& each) { readWaysOut(each, ways); });
+    }
+    const WayOut* best = nullptr;
+    for (const WayOut& way : ways) {
+      const bool tunnelToo = isVirtual(links_[way.link]) && !isMobile(links_[way.link], directory_);
+      if (way.link == tunnel || tunnelToo || !links_[way.link].up) continue;
+      if (best == nullptr || way < *best) best = &way;
+    }
+    return best != nullptr ? std::optional(best->link) : std::nullopt;
+  }
+
+  const std::string& directory_;
+  NetlinkSocket socket_{NETLINK_ROUTE};
+  std::map<int, NetworkLink> links_;
+};
+
 std::optional<std::uint32_t> readFlags(const std::string& directory) {
-  std::map<int, NetworkLink> links;
-  std::vector<DefaultWay> ways;
-  ifinfomsg anyLink{};
-  rtmsg ipv4{};
-  ipv4.rtm_family = AF_INET;
-  if (!dump(RTM_GETLINK, anyLink, [&](const nlmsghdr& each) { readLink(each, links); }) ||
-      !dump(RTM_GETROUTE, ipv4, [&](const nlmsghdr& each) { readDefaultWays(each, ways); })) {
-    return std::nullopt;
+  Routing routing(directory);
+  if (!routing.readLinks()) return std::nullopt;
+  const std::pair<std::uint8_t, std::span<const std::uint8_t>> families[] = {
+      {AF_INET, kPublicIPv4}, {AF_INET6, kPublicIPv6}};
+  for (const auto& [family, address] : families) {
+    if (const auto link = routing.linkTo(family, address)) {
+      return reachability::kReachable |
+             (routing.goesOverMobile(*link, family) ? reachability::kIsWWAN : 0);
+    }
   }
-  const DefaultWay* best = nullptr;
-  for (const DefaultWay& way : ways) {
-    if (links[way.link].up && (best == nullptr || way < *best)) best = &way;
-  }
-  if (best == nullptr) return 0;
-  return reachability::kReachable |
-         (isMobile(links[best->link], directory) ? reachability::kIsWWAN : 0);
+  return 0;
 }
 
 class Target : public ReachabilityTarget {
@@ -78,7 +155,8 @@ class Target : public ReachabilityTarget {
 
   bool setCallback(std::function<void(std::uint32_t)> changed) override {
     callback_ = std::move(changed);
-    socket_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_ROUTE});
+    socket_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE,
+                                          RTNLGRP_IPV4_RULE, RTNLGRP_IPV6_RULE});
     if (!socket_) return false;
     told_ = flags();  // after the socket hears, so that nothing happens between
     return true;

@@ -7,10 +7,11 @@
 
 namespace zorva {
 
-/// Whether there is a way to the network at large, as the kernel's routes and links tell it:
-/// reachable with an IPv4 default route over a link that is up, over the wide area when that is a
-/// mobile interface. docs/linux-connectivity.md says more. The address of a target is not looked
-/// at: each is watched as the any-address would be.
+/// Whether there is a way to the network at large: the kernel is asked over which link it would
+/// send to a public address, by IPv4 or else by IPv6. Reachable where it would and the link is up;
+/// over the wide area where what goes over that link leaves the device by a mobile interface, also
+/// from within a virtual private network. docs/linux-connectivity.md says more. The address of a
+/// target is not read: each is watched as the any-address would be.
 class LinuxReachability : public Reachability {
  public:
   static constexpr const char* kNetworkClass = "/sys/class/net";

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/testing/ChildProcess.h"
+#include "platform/testing/TemporaryDirectory.h"
 #include "platform/testing/TestLoop.h"
 
 namespace zorva {
@@ -31,8 +32,11 @@ TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
       EXPECT_TRUE(ip("link set " + link + " up") && ip("link set " + link + "p up"));
     }
 
+    const DirectoryForTest links;  // those that have a device behind them
+    for (const char* name : {"wwan7", "lan0"})
+      links.write(std::string(name) + "/device/uevent", "");
     const LoopForTest loop;
-    LinuxReachability service(loop.event(), "/nowhere");
+    LinuxReachability service(loop.event(), links / "");
     const auto target = service.createTarget({});
     std::vector<std::uint32_t> told;
     EXPECT_TRUE(target->setCallback([&](std::uint32_t flags) { told.push_back(flags); }));
@@ -45,10 +49,26 @@ TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
         {"route add 10.20.0.0/16 via 10.9.2.2", 0x40002},
         {"link set wwan7 down", 0x2},
         {"route del default via 10.9.2.2", 0x0},
-        {"route add unreachable default", 0x0},
+        {"route add unreachable default metric 20", 0x0},
         {"route add default metric 9 nexthop via 10.9.2.2 nexthop via 10.9.2.3", 0x2},
         {"link set lan0p down", 0x0},  // no carrier
         {"link set lan0p up", 0x2},
+        {"route add unreachable default metric 1", 0x0},  // the better one
+        {"route del unreachable default metric 1", 0x2},
+        {"link set wwan7 up", 0x2},
+        {"route del default metric 9", 0x0},
+        // A virtual private network over the modem: halves, with the default route left as it was.
+        {"link add name tun5 type veth peer name tun5p", 0x0},
+        {"link set tun5p up", 0x0},
+        {"link set tun5 up", 0x0},
+        {"route add 0.0.0.0/1 dev tun5", 0x0},
+        {"route add 128.0.0.0/1 dev tun5", 0x2},
+        {"route add default via 10.9.1.2", 0x40002},
+        {"route del default via 10.9.1.2", 0x2},
+        {"route add 192.0.2.1 via 10.9.1.2", 0x40002},  // only its server by the modem
+        {"link del tun5", 0x0},
+        {"-6 route add default dev wwan7", 0x40002},
+        {"link set wwan7 down", 0x0},
         {"link set lan0 down", 0x0}};
     std::uint32_t before = 0;
     for (const auto& [command, flags] : steps) {

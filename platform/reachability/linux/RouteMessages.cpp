@@ -6,16 +6,10 @@
 #include <span>
 #include <utility>
 
-#include "platform/kit/netlink/GenericNetlink.h"
+#include "platform/kit/netlink/NetlinkMessages.h"
 
 namespace zorva {
 namespace {
-
-// What follows the header of the message's kind.
-NetlinkAttributes attributesBehind(const nlmsghdr& message, std::size_t header) {
-  const auto* first = static_cast<const std::uint8_t*>(NLMSG_DATA(&message));
-  return NetlinkAttributes({first + header, NLMSG_PAYLOAD(&message, header)});
-}
 
 template <typename Number>
 Number numberIn(std::span<const std::uint8_t> bytes) {
@@ -24,31 +18,48 @@ Number numberIn(std::span<const std::uint8_t> bytes) {
   return number;
 }
 
+// The route that the message describes, with its attributes; nothing when it describes none.
+struct Route {
+  const rtmsg* header;
+  NetlinkAttributes attributes;
+};
+std::optional<Route> routeIn(const nlmsghdr& message) {
+  const auto attributes = attributesAfter(message, sizeof(rtmsg));
+  if (message.nlmsg_type != RTM_NEWROUTE || !attributes) return std::nullopt;
+  return Route{static_cast<const rtmsg*>(NLMSG_DATA(&message)), *attributes};
+}
+
 }  // namespace
 
 void readLink(const nlmsghdr& message, std::map<int, NetworkLink>& links) {
-  if (message.nlmsg_type != RTM_NEWLINK || message.nlmsg_len < NLMSG_LENGTH(sizeof(ifinfomsg))) {
-    return;
-  }
+  const auto attributes = attributesAfter(message, sizeof(ifinfomsg));
+  if (message.nlmsg_type != RTM_NEWLINK || !attributes) return;
   const auto* info = static_cast<const ifinfomsg*>(NLMSG_DATA(&message));
   NetworkLink link;
   link.type = info->ifi_type;
   link.up = (info->ifi_flags & IFF_UP) != 0 && (info->ifi_flags & IFF_RUNNING) != 0;
-  link.name = attributesBehind(message, sizeof *info).text(IFLA_IFNAME).value_or("");
+  link.name = attributes->text(IFLA_IFNAME).value_or("");
+  // In another network namespace the index is of a link that is not ours.
+  if (!attributes->find(IFLA_LINK_NETNSID)) {
+    link.lower = static_cast<int>(attributes->number(IFLA_LINK).value_or(0));
+  }
   links[info->ifi_index] = std::move(link);
 }
 
-void readDefaultWays(const nlmsghdr& message, std::vector<DefaultWay>& ways) {
-  if (message.nlmsg_type != RTM_NEWROUTE || message.nlmsg_len < NLMSG_LENGTH(sizeof(rtmsg))) return;
-  const auto* route = static_cast<const rtmsg*>(NLMSG_DATA(&message));
-  if (route->rtm_family != AF_INET || route->rtm_dst_len != 0 || route->rtm_src_len != 0 ||
-      route->rtm_type != RTN_UNICAST || (route->rtm_flags & RTM_F_CLONED) != 0) {
+void readWaysOut(const nlmsghdr& message, std::vector<WayOut>& ways) {
+  const auto found = routeIn(message);
+  if (!found) return;
+  const rtmsg& route = *found->header;
+  const bool hostRoute = route.rtm_dst_len == (route.rtm_family == AF_INET6 ? 128 : 32) &&
+                         found->attributes.find(RTA_GATEWAY);
+  if ((route.rtm_dst_len != 0 && !hostRoute) || route.rtm_src_len != 0 ||
+      route.rtm_type != RTN_UNICAST || (route.rtm_flags & RTM_F_CLONED) != 0 ||
+      (route.rtm_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) != 0) {
     return;
   }
-  DefaultWay way{route->rtm_table != RT_TABLE_MAIN, 0, 0};
+  WayOut way{hostRoute, route.rtm_table != RT_TABLE_MAIN, 0, 0};
   std::vector<int> links;
-  if ((route->rtm_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) != 0) return;
-  attributesBehind(message, sizeof *route).each([&](int type, auto bytes) {
+  found->attributes.each([&](int type, auto bytes) {
     if (type == RTA_OIF) links.push_back(numberIn<int>(bytes));
     if (type == RTA_PRIORITY) way.metric = numberIn<std::uint32_t>(bytes);
     if (type != RTA_MULTIPATH) return;
@@ -66,6 +77,13 @@ void readDefaultWays(const nlmsghdr& message, std::vector<DefaultWay>& ways) {
     way.link = link;
     ways.push_back(way);
   }
+}
+
+std::optional<int> linkOfLookup(const nlmsghdr& message) {
+  const auto route = routeIn(message);
+  if (!route || route->header->rtm_type != RTN_UNICAST) return std::nullopt;
+  const auto link = route->attributes.number(RTA_OIF);
+  return link ? std::optional(static_cast<int>(*link)) : std::nullopt;
 }
 
 }  // namespace zorva

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <linux/netlink.h>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,20 +13,25 @@ namespace zorva {
 struct NetworkLink {
   std::string name;
   unsigned type = 0;  ///< ARPHRD_
-  bool up = false;
+  bool up = false;    ///< and has a carrier
+  int lower = 0;      ///< index of the link that it stands on (VLAN, tunnel), or 0
 };
 
-/// A way that a default route of IPv4 offers; the least is the one that is taken.
-struct DefaultWay {
+/// A way out that a route offers; the least is the one that is taken first.
+struct WayOut {
+  bool hostRoute;  ///< to a single host by a gateway, else a default route
   bool otherTable;
   std::uint32_t metric;
   int link;
-  auto operator<=>(const DefaultWay&) const = default;
+  auto operator<=>(const WayOut&) const = default;
 };
 
 // What a message of the kernel's routing says; nothing is added for another one, or one that is cut
-// off before it tells.
+// off before it says it.
 void readLink(const nlmsghdr& message, std::map<int, NetworkLink>& links);
-void readDefaultWays(const nlmsghdr& message, std::vector<DefaultWay>& ways);
+void readWaysOut(const nlmsghdr& message, std::vector<WayOut>& ways);
+/// The link over which the kernel would send, from its answer to a look-up; nothing where it would
+/// not send.
+std::optional<int> linkOfLookup(const nlmsghdr& message);
 
 }  // namespace zorva

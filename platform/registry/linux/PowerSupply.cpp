@@ -200,8 +200,9 @@ Value powerSourceProperty(const std::string& key, const SysfsAttributes& attribu
 Dictionary powerSourceProperties(const SysfsAttributes& attributes) {
   std::map<std::string, std::optional<std::string>> read;
   const SysfsAttributes once = [&](const std::string& name) {
-    const auto known = read.find(name);
-    return known != read.end() ? known->second : read[name] = attributes(name);
+    const auto [known, isNew] = read.try_emplace(name);
+    if (isNew) known->second = attributes(name);
+    return known->second;
   };
   Dictionary properties;
   for (const Property& property : kProperties) {

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/kit/netlink/GenericNetlink.h"
-#include "platform/kit/netlink/NetlinkRequest.h"
+#include "platform/kit/netlink/NetlinkSocket.h"
 
 namespace zorva {
 namespace {
@@ -34,7 +34,7 @@ bool changesLevel(std::uint8_t event) {
 
 bool thermalLevelMayHaveChanged(std::span<const std::uint8_t> messages, int family) {
   bool changed = false;
-  readNetlinkAnswer(messages, [&](const nlmsghdr& message) {
+  NetlinkReader().read(messages, [&](const nlmsghdr& message) {
     const auto generic = genericMessageIn(message);
     changed =
         changed || (message.nlmsg_type == family && generic && changesLevel(generic->command));

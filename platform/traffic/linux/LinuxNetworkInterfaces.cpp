@@ -1,5 +1,7 @@
 #include "platform/traffic/linux/LinuxNetworkInterfaces.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <ifaddrs.h>
 #include <linux/if_link.h>
@@ -8,6 +10,16 @@
 #include <sys/socket.h>
 
 namespace zorva {
+namespace {
+
+// Only what is needed is read: older kernels give fewer figures than the header has.
+std::uint32_t counterAt(const void* statistics, std::size_t offset) {
+  std::uint32_t counter = 0;
+  std::memcpy(&counter, static_cast<const std::uint8_t*>(statistics) + offset, sizeof counter);
+  return counter;
+}
+
+}  // namespace
 
 std::optional<std::vector<NetworkInterfaces::Address>> LinuxNetworkInterfaces::addresses() {
   ifaddrs* first = nullptr;
@@ -19,12 +31,15 @@ std::optional<std::vector<NetworkInterfaces::Address>> LinuxNetworkInterfaces::a
   for (const ifaddrs* element = first; element; element = element->ifa_next) {
     Address address;
     address.interface = element->ifa_name;
-    address.linkLayer = element->ifa_addr && element->ifa_addr->sa_family == AF_PACKET;
+    // Of an interface without a hardware address (tun, WireGuard, PPP, a modem's raw IP) the link's
+    // element has counters and no address.
+    address.linkLayer = element->ifa_addr != nullptr ? element->ifa_addr->sa_family == AF_PACKET
+                                                     : element->ifa_data != nullptr;
     address.loopback = (element->ifa_flags & IFF_LOOPBACK) != 0;
     if (address.linkLayer && element->ifa_data) {
-      rtnl_link_stats statistics;
-      std::memcpy(&statistics, element->ifa_data, sizeof(statistics));
-      address.counters = Counters{statistics.rx_bytes, statistics.tx_bytes};
+      address.counters =
+          Counters{counterAt(element->ifa_data, offsetof(rtnl_link_stats, rx_bytes)),
+                   counterAt(element->ifa_data, offsetof(rtnl_link_stats, tx_bytes))};
     }
     addresses.push_back(std::move(address));
   }

@@ -18,6 +18,7 @@
 #include "platform/kit/files/SysfsAttributes.h"
 #include "platform/kit/loop/EventSources.h"
 #include "platform/kit/netlink/GenericNetlink.h"
+#include "platform/kit/netlink/NetlinkSocket.h"
 #include "platform/wifi/linux/WirelessMessages.h"
 
 namespace zorva {
@@ -70,6 +71,8 @@ class Device : public WiFiDevice {
         .send([&](const nlmsghdr& message) {
           if (auto found = wirelessInterfaceIn(message)) interface = std::move(found);
         });
+    // As an access point it has a name of its own, and no network that it is in.
+    if (interface && interface->type != NL80211_IFTYPE_STATION) interface.reset();
     return interface;
   }
 
@@ -77,14 +80,17 @@ class Device : public WiFiDevice {
     poweredBefore_ = powered();
     networkBefore_ = currentSsid();
   }
-  /// Tells what is another than before.
+  /// Reports what differs from before: one change, of the power first, as its observers read both.
   void compare() {
     const bool nowPowered = powered();
     const auto nowNetwork = currentSsid();
     const bool power = nowPowered != std::exchange(poweredBefore_, nowPowered);
     const bool link = nowNetwork != std::exchange(networkBefore_, nowNetwork);
-    if (power) power_.tell();
-    if (link) link_.tell();
+    if (power) {
+      power_.tell();
+    } else if (link) {
+      link_.tell();
+    }
   }
 
   const std::uint32_t index;
@@ -111,9 +117,13 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   Registration schedule() override {
     links_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK});
     linksReadable_ = watch(links_);
+    // The group of generic netlink's controller, which reports families that come and go.
+    families_ = openNetlink(NETLINK_GENERIC, {GENL_ID_CTRL});
+    familiesReadable_ = watch(families_);
     listenToWireless();
     return Registration([this] {
       linksReadable_.reset();
+      familiesReadable_.reset();
       wirelessReadable_.reset();
     });
   }
@@ -151,14 +161,28 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   /// Looks for the first station; the one that is known stays the same object. True when there is
   /// another one than before.
   bool find() {
-    if (!family_) family_ = findGenericFamily(NL80211_GENL_NAME);
+    // Asked each time: after cfg80211 was unloaded and loaded its numbers differ.
+    auto family = findGenericFamily(NL80211_GENL_NAME);
+    if (family != family_) {
+      family_ = std::move(family);
+      wirelessReadable_.reset();
+      device_.reset();
+    }
     std::optional<WirelessInterface> first;
     if (family_) {
-      GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE)
-          .send([&](const nlmsghdr& message) {
-            auto found = wirelessInterfaceIn(message);
-            if (found && found->type == NL80211_IFTYPE_STATION && !first) first = std::move(found);
-          });
+      NetlinkAnswer answer = NetlinkAnswer::Interrupted;
+      for (int tries = 0; tries < 3 && answer == NetlinkAnswer::Interrupted; ++tries) {
+        first.reset();
+        answer = GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE)
+                     .send([&](const nlmsghdr& message) {
+                       auto found = wirelessInterfaceIn(message);
+                       if (found && found->type == NL80211_IFTYPE_STATION && !first) {
+                         first = std::move(found);
+                       }
+                     });
+      }
+      // What could not be listed is not gone.
+      if (answer != NetlinkAnswer::Done && !first) return false;
     }
     if (!first) device_.reset();
     if (!first || (device_ && device_->index == first->index)) return false;
@@ -198,7 +222,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   }
 
   void compare() {
-    if (!linksReadable_ && !wirelessReadable_) return;
+    if (!linksReadable_ && !wirelessReadable_ && !familiesReadable_) return;
     const auto self = shared_from_this();  // a callback may let go of this client
     const auto before = device_;
     const bool attached = find();
@@ -216,7 +240,9 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   Observers<const std::shared_ptr<WiFiDevice>&> attachments_;
   Descriptor links_;
   Descriptor wireless_;
+  Descriptor families_;
   EventSource linksReadable_;  // these go before their sockets
+  EventSource familiesReadable_;
   EventSource wirelessReadable_;
   CoalescedCall changed_;
 };
