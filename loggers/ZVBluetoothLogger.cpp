@@ -121,7 +121,11 @@ void ZVBluetoothLogger::sessionTerminatedWithResult(BluetoothServer::Session,
   localBluetoothDevice_ = 0;
   if (!keepSessionAlive_) return;
   logError("Connection to Bluvane lost - attempting a reconnect in %d seconds", kReconnectDelay);
-  reconnect_ = runLoop_.startTimer(kReconnectDelay, [this] { attachSession(); });
+  const auto timer = reconnects_.emplace(reconnects_.end());
+  *timer = runLoop_.startTimer(kReconnectDelay, [this, timer] {
+    reconnects_.erase(timer);
+    attachSession();
+  });
 }
 
 BluetoothServer::Device ZVBluetoothLogger::localBluetoothDevice() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <list>
 #include <memory>
 
 #include "core/ZVLogger.h"
@@ -66,7 +67,7 @@ class ZVBluetoothLogger : public ZVLogger {
   Registration sessionCallbacks_;
   Registration deviceCallbacks_;
   Registration powerUpdates_;
-  Registration reconnect_;
+  std::list<Registration> reconnects_;  ///< one timer for each lost session, until it fires
 };
 
 }  // namespace zorva

@@ -120,6 +120,23 @@ TEST_F(ZVBluetoothLoggerTest, ReconnectsHalfAMinuteAfterALossAndNeverAfterDetach
   logger->log();
   EXPECT_EQ(taken(), Lines{"[Zorva] Could not attach session. (error: -3)"});
 
+  // Each loss has its own attempt, also when the next one comes before it.
+  logger->attachSession();
+  pass(0);
+  server.sendEvent(BluetoothServer::kSessionTerminated);
+  pass(10);
+  logger->attachSession();
+  pass(10);
+  handset.faults().fail("bluetooth.attachSession", 2, 9);
+  server.sendEvent(BluetoothServer::kSessionTerminated);
+  pass(10);
+  const std::string refused = "[Zorva] Could not attach the Bluetooth session. (error: 9)";
+  EXPECT_EQ(taken(), (Lines{kLost, kLost, refused}));
+  pass(20);
+  EXPECT_EQ(taken(), Lines{refused});
+  pass(600);
+  EXPECT_EQ(taken(), Lines{});
+
   logger->attachSession();
   pass(0);
   server.sendEvent(1);

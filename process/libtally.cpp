@@ -46,6 +46,7 @@ int readStartFigures(Context& context) {
     context.message(context.userData, kSysctlFailed, "libtally_init", result.text.c_str());
     return -1;
   }
+  tsamp.reservedPages = reservedPages(context.source, tsamp.pageSize);
   if (const auto result = context.source.maximumArgumentLength(context.argumentLength);
       !result.ok()) {
     context.message(context.userData, kSysctlFailed, "libtally_init", result.text.c_str());
@@ -112,13 +113,7 @@ void libtally_fini() {
 }
 
 const LibtallySystem* libtally_tsamp() {
-  if (context() == nullptr) return nullptr;
-  LibtallySystem& tsamp = context()->tsamp;
-  // Never changes, and who asks for no figures of the system need not wait for it.
-  if (!std::exchange(context()->reservedKnown, true)) {
-    tsamp.reservedPages = libtally::reservedPages(context()->source, tsamp.pageSize);
-  }
-  return &tsamp;
+  return context() != nullptr ? &context()->tsamp : nullptr;
 }
 
 int libtally_preg(std::int32_t pid, std::uint32_t preference) {

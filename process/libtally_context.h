@@ -55,7 +55,6 @@ struct Context {
   LibtallyGathering gathering;
   std::uint32_t interval = 1;
   LibtallySystem tsamp;
-  bool reservedKnown = false;  ///< `tsamp` holds the reserved pages
   Registry registry;
 
   bool sorted = false;         ///< iteration follows `order`, else the registry

@@ -114,6 +114,16 @@ TEST_F(LibtallyTest, FailuresAreToldAndTheTicksKept) {
   }
 }
 
+// In whole steps of 128 MiB, as the start of the round found them.
+TEST_F(LibtallyTest, ReservedPagesAreReadAtTheStart) {
+  statistics.system.reservedMemory = {0x8000000, 0x7FFFFFF, 0x8000001};
+  ASSERT_EQ(init(), 0);
+  statistics.system.reservedMemory.reset();
+  EXPECT_EQ(libtally_tsamp()->reservedPages, 0x18000000 / statistics.pageSize());
+  ASSERT_EQ(init(), 0);
+  EXPECT_EQ(libtally_tsamp()->reservedPages, 0u);
+}
+
 TEST_F(LibtallyTest, RecordsFollowTheirProcesses) {
   add(30);
   add(12);

@@ -13,6 +13,11 @@ namespace {
 // A signal that has moved by no more than this since the last entry is no news.
 constexpr std::int64_t kQuietBandInDBm = 5;
 
+std::optional<bool> booleanIn(const Value& value) {
+  if (value.isNothing()) return std::nullopt;
+  return value.boolean();
+}
+
 }  // namespace
 
 std::unique_ptr<ZVTelephonyLogger> ZVTelephonyLogger::loggerWithConnection(
@@ -102,8 +107,8 @@ void ZVTelephonyLogger::handleNotification(std::string_view name, const Dictiona
 
 void ZVTelephonyLogger::takeRadioTransmit(const Dictionary& information) {
   for (const auto& [key, value] : information) {
-    if (key == telephony::kDCHStatus) inDCH_ = value.boolean();
-    if (key == telephony::kUTBFStatus) inUTBF_ = value.boolean();
+    if (key == telephony::kDCHStatus) setInDCH(booleanIn(value));
+    if (key == telephony::kUTBFStatus) setInUTBF(booleanIn(value));
   }
   // Before the entry, so that what the observers write stands above it.
   notifications().post(kRadioTransmitStatusDidChange, this);

@@ -26,14 +26,18 @@ class ZVTelephonyLogger : public ZVTelephonyConnectedLogger {
   /// Writes one entry. It does not clear `changed`: only a telephony notification does.
   void log() override;
 
-  /// "DCH/UTBF", "DCH", "UTBF", "inactive", or "<unknown>" as long as neither was told.
+  /// "DCH/UTBF", "DCH", "UTBF", "inactive", or "<unknown>" when neither is known.
   std::string humanReadableDataActiveString() const;
   std::string humanReadableSimStatusString() const;
 
   /// In dBm, as the last entry has it; 0 before the first.
   std::int32_t lastReportedSignal() const { return lastReportedSignal_; }
+  void setLastReportedSignal(std::int32_t signal) { lastReportedSignal_ = signal; }
+  /// Nothing until the transmitter's state is reported, and when it is reported as unknown.
   std::optional<bool> inDCH() const { return inDCH_; }
+  void setInDCH(std::optional<bool> inDCH) { inDCH_ = inDCH; }
   std::optional<bool> inUTBF() const { return inUTBF_; }
+  void setInUTBF(std::optional<bool> inUTBF) { inUTBF_ = inUTBF; }
   const std::optional<std::string>& simStatus() const { return simStatus_; }
   /// A status other than the one stored counts as a change.
   void setSimStatus(std::optional<std::string> simStatus);

@@ -53,6 +53,12 @@ TEST_F(TelephonyLoggersTest, SignalsCountFromTheLastWrittenStrength) {
   EXPECT_EQ(log.takeEntries(), Lines{});
   centre.post(telephony::kSignalStrength);
   EXPECT_EQ(log.takeEntries(), Lines{entry("<unknown>", "Ready", "-110")});
+  logger->setLastReportedSignal(-95);
+  logger->setInUTBF(true);
+  centre.post(telephony::kSignalStrength, {{telephony::kRawSignalStrength, -100}});
+  EXPECT_EQ(log.takeEntries(), Lines{});
+  centre.post(telephony::kSignalStrength, {{telephony::kRawSignalStrength, -101}});
+  EXPECT_EQ(log.takeEntries(), Lines{entry("UTBF", "Ready", "-110")});
 }
 
 TEST_F(TelephonyLoggersTest, OnlyANotificationOfTheRadioClearsChanged) {
@@ -105,7 +111,9 @@ TEST_F(TelephonyLoggersTest, TransmitterChangesAskForAReportBeforeTheEntry) {
       {{{telephony::kDCHStatus, 1}, {telephony::kUTBFStatus, 0}}, "DCH"},
       {{{telephony::kUTBFStatus, true}}, "DCH/UTBF"},
       {{{telephony::kDCHStatus, false}}, "UTBF"},
-      {{{telephony::kUTBFStatus, false}}, "inactive"}};
+      {{{telephony::kUTBFStatus, false}}, "inactive"},
+      {{{telephony::kDCHStatus, Value()}}, "inactive"},
+      {{{telephony::kUTBFStatus, Value()}}, "<unknown>"}};
   for (const auto& [information, data] : kCases) {
     centre.post(telephony::kRadioTransmit, information);
     EXPECT_EQ(log.takeEntries(), Lines{entry(data, "Ready", "-85")});

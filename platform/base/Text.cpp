@@ -1,5 +1,6 @@
 #include "platform/base/Text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdarg>
 #include <cstdint>
@@ -21,6 +22,23 @@ bool isControl(std::string_view sequence) {
   const auto third = static_cast<std::uint8_t>(sequence[2]);
   return (second == 0x80 && (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) ||
          (second == 0x81 && third >= 0xA6 && third <= 0xA9);
+}
+
+// The characters that Unicode gives the property White_Space.
+bool isWhiteSpace(char32_t code) {
+  return (code >= 0x09 && code <= 0x0D) || code == 0x20 || code == 0x85 || code == 0xA0 ||
+         code == 0x1680 || (code >= 0x2000 && code <= 0x200A) || code == 0x2028 || code == 0x2029 ||
+         code == 0x202F || code == 0x205F || code == 0x3000;
+}
+
+// Bytes of the white space character that the text ends in, 0 when it ends in none. A lead byte is
+// never inside another sequence, so the end can be read without what stands before it.
+std::size_t whiteSpaceAtEnd(std::string_view text) {
+  for (std::size_t length = 1; length <= std::min<std::size_t>(3, text.size()); ++length) {
+    const Character last = firstCharacter(text.substr(text.size() - length));
+    if (last.bytes.size() == length && isWhiteSpace(last.code)) return length;
+  }
+  return 0;
 }
 
 // A piece of memory that is written from its start; nothing more once something did not fit.
@@ -168,10 +186,13 @@ std::string textOrNull(const std::optional<std::string>& text) {
 }
 
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlank = " \t\n\v\f\r";
-  const auto first = text.find_first_not_of(kBlank);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+  while (!text.empty()) {
+    const Character first = firstCharacter(text);
+    if (!isWhiteSpace(first.code)) break;
+    text.remove_prefix(first.bytes.size());
+  }
+  while (const std::size_t length = whiteSpaceAtEnd(text)) text.remove_suffix(length);
+  return text;
 }
 
 }  // namespace zorva

@@ -37,7 +37,7 @@ std::string safeText(std::string_view bytes);
 /// A text for an object field: "(null)" when it is absent.
 std::string textOrNull(const std::optional<std::string>& text);
 
-/// Without the blanks, tabs and line ends around it.
+/// Without the white space around it: blanks of any width, tabs and line ends, as Unicode has them.
 std::string_view trimmed(std::string_view text);
 
 /// "yes" or "no".

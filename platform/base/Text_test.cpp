@@ -26,5 +26,18 @@ TEST(FormatText, WritesWhatPrintfWrites) {
 #undef EXPECT_SAME
 }
 
+TEST(Trimmed, TakesAwayAllThatUnicodeCallsWhiteSpace) {
+  const std::string everySpace =
+      "\t\n\v\f\r \u0085\u00A0\u1680\u2000\u2001\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009"
+      "\u200A\u2028\u2029\u202F\u205F\u3000";
+  EXPECT_EQ(trimmed(everySpace), "");
+  // What is around white space stays, and so do bytes of it that are no characters.
+  for (const char* const text :
+       {"rtc", "a\u3000b", "\u200B", "\xC2", "\xA0", "\xE2\x80", "\uFEFF"}) {
+    EXPECT_EQ(trimmed(everySpace + text + everySpace), text);
+    EXPECT_EQ(trimmed(text), text);
+  }
+}
+
 }  // namespace
 }  // namespace zorva

@@ -220,7 +220,8 @@ class SystemStatistics {
   virtual KernelResult memorySize(std::uint64_t& bytes) = 0;
   /// Bytes of a page of memory; never 0.
   virtual std::uint64_t pageSize() = 0;
-  /// Nothing unless all of its figures are told.
+  /// Nothing unless all of its figures are known. They never change while the system runs, so they
+  /// need not be read again.
   virtual std::optional<ReservedMemory> reservedMemory() = 0;
   /// The most bytes that the arguments of a process can take.
   virtual KernelResult maximumArgumentLength(std::size_t& bytes) = 0;

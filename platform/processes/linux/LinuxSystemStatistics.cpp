@@ -149,6 +149,7 @@ KernelResult LinuxSystemStatistics::memorySize(std::uint64_t& bytes) {
 }
 
 std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() try {
+  if (reservedMemory_) return reservedMemory_;
   const Descriptor ranges(openDirectory(AT_FDCWD, (sysRoot_ + "/firmware/memmap").c_str()));
   if (!ranges) return std::nullopt;
   ReservedMemory memory;
@@ -169,7 +170,8 @@ std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() try {
       complete = false;
     }
   });
-  return result.ok() && complete ? std::optional(memory) : std::nullopt;
+  if (result.ok() && complete) reservedMemory_ = memory;
+  return reservedMemory_;
 } catch (const std::bad_alloc&) {
   return std::nullopt;
 }

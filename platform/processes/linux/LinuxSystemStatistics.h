@@ -60,7 +60,8 @@ class LinuxSystemStatistics : public SystemStatistics {
   int proc_;  ///< descriptor of procfs, -1 without one
   std::uint64_t pageSize_;
   std::uint64_t ticksPerSecond_;
-  std::optional<std::int64_t> bootSeconds_;  ///< as the host's figures last told it
+  std::optional<ReservedMemory> reservedMemory_;  ///< once it was read
+  std::optional<std::int64_t> bootSeconds_;       ///< as the host's figures last told it
 
   // Kept from call to call, so that their memory is allocated once.
   std::array<char, 4096> line_;
