@@ -1,8 +1,8 @@
 #include "core/ZorvaMain.h"
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <string>
@@ -99,21 +99,15 @@ void ExitNotificationCallback() {
   sZorvaContext.platform->runLoop.stop();
 }
 
-// A reader that goes away while nothing is written is noticed, too. Only of pipes: what else
-// standard output may be has nothing to report, or reports it to those who read from it.
+// A reader that goes away while nothing is written is noticed, too. Only of pipes, and not of one
+// that is open for reading as well: its own contents would look like news.
 Registration watchReader(RunLoop& loop) {
   struct stat status;
   if (sZorvaState.runAsDaemon || ::fstat(STDOUT_FILENO, &status) != 0 ||
-      !S_ISFIFO(status.st_mode)) {
+      !S_ISFIFO(status.st_mode) || (::fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) != O_WRONLY) {
     return {};
   }
   return loop.watchDescriptor(STDOUT_FILENO, ReaderIsGone);
-}
-
-// Ends the process as any filter ends whose reader went away.
-void endByBrokenPipe() {
-  std::signal(SIGPIPE, SIG_DFL);
-  std::raise(SIGPIPE);
 }
 
 // False when the run loop has failed.
@@ -165,7 +159,6 @@ int ZorvaMain(int argc, char* const argv[], const ZorvaHost& host, const LoggerT
   StartLogging();
   const bool ended = runUntilExit(host, platform);
   releaseEverything();
-  if (sZorvaContext.readerIsGone) endByBrokenPipe();
   return ended ? 0 : EXIT_FAILURE;
 }
 

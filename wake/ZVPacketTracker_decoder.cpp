@@ -35,10 +35,6 @@ bool isShorterThan(std::string_view text, std::size_t characters) {
   return firstCharacters(text, characters).count < characters;
 }
 
-bool isDigit(char character) {
-  return character >= '0' && character <= '9';
-}
-
 // The value of each hexadecimal digit; -1 for other bytes.
 constexpr std::array<std::int8_t, 256> kDigitValues = [] {
   std::array<std::int8_t, 256> values{};

@@ -114,7 +114,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxReachability reachability_{runLoop_.event()};
   LinuxAudioSystem audio_{runLoop_.event()};
   LinuxPushService push_;
-  LinuxApplicationStates applications_{runLoop_.event()};
+  LinuxApplicationStates applications_{runLoop_.event(), systemLog_};
   LinuxPersistentConnections persistentConnections_;
   LinuxProcessIdentity identity_;
   LinuxAccountSync accountSync_;

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <charconv>
 #include <cstdarg>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace zorva {
 
@@ -39,6 +41,21 @@ std::string textOrNull(const std::optional<std::string>& text);
 
 /// Without the white space around it: blanks of any width, tabs and line ends, as Unicode has them.
 std::string_view trimmed(std::string_view text);
+
+/// Whether the byte is one of '0' to '9'.
+constexpr bool isDigit(char byte) {
+  return byte >= '0' && byte <= '9';
+}
+
+/// The text as a whole number in the base, without blanks, "0x" or a plus sign; nothing when any of
+/// it is something else, or when the type cannot hold it.
+template <typename Number>
+std::optional<Number> parseNumber(std::string_view text, int base = 10) {
+  Number number{};
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number, base);
+  return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
 
 /// "yes" or "no".
 inline const char* yesOrNo(bool value) {

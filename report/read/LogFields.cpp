@@ -5,14 +5,11 @@
 #include <charconv>
 #include <cmath>
 
+#include "platform/base/Text.h"
 #include "report/read/LogReader.h"
 
 namespace zorva {
 namespace {
-
-bool isDigit(char byte) {
-  return byte >= '0' && byte <= '9';
-}
 
 template <typename Number, typename... How>
 std::optional<Number> numberIn(std::string_view text, How... how) {

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <istream>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 namespace {
 
@@ -13,10 +15,6 @@ constexpr std::size_t kLongestCategory = 40;
 constexpr std::size_t kDateLength = sizeof "11/16/26 22:05:00" - 1;
 constexpr std::string_view kVersionLine = "Zorva Version: ";
 constexpr std::string_view kDumpMargin = "    ";
-
-bool isDigit(char byte) {
-  return byte >= '0' && byte <= '9';
-}
 
 std::string_view withoutLineEnd(std::string_view line) {
   if (line.ends_with('\n')) line.remove_suffix(1);

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <sstream>
 #include <sys/inotify.h>
 #include <utility>
 
+#include "platform/base/Text.h"
 #include "platform/kit/files/LogindInhibitors.h"
 
 namespace zorva {
@@ -43,9 +46,10 @@ std::optional<std::vector<std::int32_t>> reasonsOf(const ApplicationUnit& unit,
 
 }  // namespace
 
-LinuxApplicationStates::LinuxApplicationStates(sd_event* event, std::string root,
-                                               std::string inhibitors)
+LinuxApplicationStates::LinuxApplicationStates(sd_event* event, SystemLog& systemLog,
+                                               std::string root, std::string inhibitors)
     : event_(event),
+      systemLog_(systemLog),
       root_(std::move(root)),
       inhibitors_(std::move(inhibitors)),
       update_(event, [this] { update(); }) {}
@@ -84,13 +88,23 @@ ApplicationUnits LinuxApplicationStates::readAndWatch() {
     const std::uint32_t events =
         directory ? IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR : IN_MODIFY;
     sd_event_source* source = nullptr;
-    if (sd_event_add_inotify(event_, &source, path.c_str(), events | IN_DELETE_SELF, pathChanged,
-                             watched.get()) >= 0) {
+    const int result = sd_event_add_inotify(event_, &source, path.c_str(), events | IN_DELETE_SELF,
+                                            pathChanged, watched.get());
+    if (result >= 0) {
       watched->source.reset(source);
     } else {
       watched_.erase(path);
+      reportRefusal(path, -result);
     }
   });
+}
+
+// A path that is not there is no refusal: it is read again when the directory above changes.
+void LinuxApplicationStates::reportRefusal(const std::string& path, int error) {
+  if (error == ENOENT || error == ENOTDIR || std::exchange(refusalReported_, true)) return;
+  systemLog_.write(formatText(
+      "Cannot watch '%s', changes of application states may be missed: %s (limits: inotify(7))",
+      path.c_str(), std::strerror(error)));
 }
 
 int LinuxApplicationStates::pathChanged(sd_event_source*, const inotify_event* event,

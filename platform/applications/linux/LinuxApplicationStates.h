@@ -9,6 +9,7 @@
 #include "platform/applications/linux/ApplicationUnits.h"
 #include "platform/base/Observers.h"
 #include "platform/kit/loop/EventSources.h"
+#include "platform/system/SystemLog.h"
 
 namespace zorva {
 
@@ -24,9 +25,10 @@ class LinuxApplicationStates : public ApplicationStates {
   /// What a lock of the login manager hinders.
   enum Reason : std::int32_t { kSleep, kIdle, kShutdown, kOther };
 
-  /// The event loop outlives this.
-  explicit LinuxApplicationStates(sd_event* event, std::string root = kRoot,
-                                  std::string inhibitors = kInhibitors);
+  /// The event loop and the system log outlive this. The latter gets one line when the kernel
+  /// refuses a watch, so that changes may be missed.
+  LinuxApplicationStates(sd_event* event, SystemLog& systemLog, std::string root = kRoot,
+                         std::string inhibitors = kInhibitors);
 
   Registration observe(std::function<void(const ApplicationStateChange&)> changed) override;
   void beginGenerating() override;
@@ -51,13 +53,16 @@ class LinuxApplicationStates : public ApplicationStates {
   ApplicationUnits readAndWatch();
   void update();
   void tell(const ApplicationUnit& unit, State state);
+  void reportRefusal(const std::string& path, int error);
   void endBelow(const std::string& path);
   static int pathChanged(sd_event_source*, const struct inotify_event* event, void* watched);
 
   sd_event* event_;
+  SystemLog& systemLog_;
   std::string root_;
   std::string inhibitors_;
   int generating_ = 0;
+  bool refusalReported_ = false;
   ApplicationUnits known_;  ///< while generating
   std::map<std::string, std::unique_ptr<Watched>> watched_;
   CoalescedCall update_;

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "platform/system/sim/SimSystemLog.h"
 #include "platform/testing/ChildProcess.h"
 #include "platform/testing/TemporaryDirectory.h"
 #include "platform/testing/TestLoop.h"
@@ -69,7 +71,9 @@ class LinuxApplicationStatesTest : public testing::Test {
 
   LoopForTest loop_;
   DirectoryForTest directory_;
-  LinuxApplicationStates states_{loop_.event(), directory_ / "cgroup", directory_ / "inhibit"};
+  SimSystemLog systemLog_;
+  LinuxApplicationStates states_{loop_.event(), systemLog_, directory_ / "cgroup",
+                                 directory_ / "inhibit"};
   Lines told_;
   Registration observed_ = states_.observe([this](const ApplicationStateChange& change) {
     told_.push_back(change.displayIdentifier.value() + " " +
@@ -122,6 +126,23 @@ TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
   setUnit("app-maps-1.scope", true, false, "70\n");
   EXPECT_EQ(now(), Lines());
   EXPECT_EQ(listed(), Lines{"maps 70 running"});
+}
+
+TEST_F(LinuxApplicationStatesTest, ReportsThatTheKernelRefusesToWatch) {
+  std::filesystem::create_directories(directory_ / "cgroup");
+  rlimit limit{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit none{0, limit.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);  // as where all queues of the user are taken
+  for (int times = 0; times < 2; ++times) {
+    states_.beginGenerating();
+    states_.endGenerating();
+  }
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_EQ(systemLog_.takeLines(),
+            Lines{"Cannot watch '" + (directory_ / "cgroup") +
+                  "', changes of application states may be missed: Too many open files (limits: "
+                  "inotify(7))"});
 }
 
 TEST_F(LinuxApplicationStatesTest, FollowsTheKernelThroughTheReplacementOfAGroup) {

@@ -111,14 +111,18 @@ void LinuxAudioSystem::followDevices() {
   for (const int number : there) {
     if (cards_.contains(number)) continue;
     const std::string device = devices_ + "/" + std::string(kControlFile) + std::to_string(number);
-    auto card = std::make_unique<Card>(event_, device, calls_, [this] { update_.request(); });
-    if (!card->gone()) {
-      cards_.emplace(number, std::move(card));
-      refused_.erase(number);
-    } else if (!refused_.contains(number)) {
+    const auto open = [&] {
+      return std::make_unique<Card>(event_, device, calls_, [this] { update_.request(); });
+    };
+    auto card = open();
+    if (card->gone() && !refused_.contains(number)) {
       refused_[number] = std::make_unique<LinuxPathWatch>(event_, device, LinuxPathWatch::Of::Entry,
                                                           [this] { devicesChanged(); });
+      card = open();  // its permission may have come before the watch
     }
+    if (card->gone()) continue;
+    cards_.emplace(number, std::move(card));
+    refused_.erase(number);
   }
 }
 

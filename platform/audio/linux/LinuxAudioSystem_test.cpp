@@ -95,7 +95,10 @@ class LinuxAudioSystemTest : public testing::Test {
                            // Others get their permissions in the same moment.
                            chmod((root_ / "snd/pcmC1D0p").c_str(), 0660);
                            const auto card = hardware_.find(opened_.back());
-                           return card == hardware_.end() ? Descriptor() : card->second.open();
+                           Descriptor opened =
+                               card == hardware_.end() ? Descriptor() : card->second.open();
+                           if (afterOpen_) std::exchange(afterOpen_, nullptr)();
+                           return opened;
                          },
                          [this](int descriptor, unsigned long request, void* argument) {
                            for (const auto& [number, card] : hardware_) {
@@ -139,6 +142,7 @@ class LinuxAudioSystemTest : public testing::Test {
   LoopForTest loop_;
   std::map<int, CardForTest> hardware_;
   std::vector<int> opened_;
+  std::function<void()> afterOpen_;  // once
   std::string told_;
   std::unique_ptr<LinuxAudioSystem> audio_;
   std::vector<Registration> observations_;
@@ -200,13 +204,13 @@ TEST_F(LinuxAudioSystemTest, TriesARefusedCardAgainWhenItsPermissionsChange) {
   root_.write("snd/pcmC1D0p", "");
   makeAudio();
   EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
-  EXPECT_EQ(opened_, std::vector<int>{0});
+  EXPECT_EQ(opened_, std::vector<int>(2, 0));  // before it is watched, and after
   plug(0, {"Phone",
            {volume("Headphone Playback Volume", {3}, 0, 10),
             volume("Speaker Playback Volume", {-30}, -40, 0), jack("Headset Jack", false)},
            SNDRV_PROTOCOL_VERSION(3, 0, 0)});  // of which nothing is known
   chmod((root_ / "snd/controlC0").c_str(), 0600);
-  loop_.runUntil([&] { return opened_.size() > 1; });
+  loop_.runUntil([&] { return opened_.size() > 2; });
   EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
   hardware_.at(0).version = SNDRV_CTL_VERSION;
   chmod((root_ / "snd/controlC0").c_str(), 0640);
@@ -214,6 +218,16 @@ TEST_F(LinuxAudioSystemTest, TriesARefusedCardAgainWhenItsPermissionsChange) {
   EXPECT_EQ(now(), " jack input route volume: 0 Speaker (null) 0 0 Speaker 25");
   hardware_.at(0).set("Headset Jack", {1});
   EXPECT_EQ(now(), " jack input route volume: 0 Headphone (null) 1 1 Headphone 30");
+}
+
+TEST_F(LinuxAudioSystemTest, OpensACardWhosePermissionComesRightAfterTheRefusal) {
+  root_.write("snd/controlC0", "");
+  afterOpen_ = [this] {
+    plug(0, {"Phone", {jack("Headset Jack", true)}});
+    chmod((root_ / "snd/controlC0").c_str(), 0640);
+  };
+  makeAudio();
+  EXPECT_EQ(now(), ": 0 Headphone (null) 1 1 -");
 }
 
 TEST_F(LinuxAudioSystemTest, HoldsACardToWhatItsStructuresHaveRoomFor) {

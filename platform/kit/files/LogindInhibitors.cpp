@@ -1,11 +1,12 @@
 #include "platform/kit/files/LogindInhibitors.h"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
+
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {
@@ -52,11 +53,6 @@ std::string unescaped(std::string_view value) {
   return text;
 }
 
-bool readNumber(std::string_view text, std::uint32_t& number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc{} && end == text.data() + text.size();
-}
-
 std::optional<Date> modified(const std::string& path) {
   struct stat status;
   if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
@@ -90,8 +86,15 @@ std::optional<LogindInhibitor> parseInhibitorFile(std::string_view text) {
     if (key == "MODE") inhibitor.mode = value;
     if (key == "WHO") inhibitor.who = unescaped(value);
     if (key == "WHY") inhibitor.why = unescaped(value);
-    if (key == "UID" && !readNumber(value, inhibitor.user)) return std::nullopt;
-    if (key == "PID") hasProcess = readNumber(value, inhibitor.process);
+    const auto number = parseNumber<std::uint32_t>(value);
+    if (key == "UID") {
+      if (!number) return std::nullopt;
+      inhibitor.user = *number;
+    }
+    if (key == "PID") {
+      hasProcess = number.has_value();
+      inhibitor.process = number.value_or(0);
+    }
   }
   if (!hasProcess || inhibitor.what.empty()) return std::nullopt;
   return inhibitor;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "platform/base/Descriptor.h"
+#include "platform/base/Text.h"
 
 // The kernel's attributes: files of one page at most, read anew each time.
 namespace zorva {
@@ -40,11 +40,7 @@ inline std::optional<std::string> readAttribute(const std::string& path) {
 
 /// A whole decimal number of 64 bits, or nothing.
 inline std::optional<std::int64_t> wholeNumber(const std::optional<std::string>& text) {
-  std::int64_t number = 0;
-  if (!text) return std::nullopt;
-  const char* const end = text->data() + text->size();
-  const auto [read, error] = std::from_chars(text->data(), end, number);
-  return error == std::errc{} && read == end ? std::optional(number) : std::nullopt;
+  return text ? parseNumber<std::int64_t>(*text) : std::nullopt;
 }
 
 /// The attribute as a whole number, nothing when it is none.

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "platform/base/Text.h"
+#include "platform/kit/files/DirectoryEntries.h"
 
 namespace zorva {
 namespace {
@@ -39,15 +40,10 @@ bool withAddress(Call call, int socket, const sockaddr_un& address) {
   return call(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-void forEachEntry(int directory, const std::function<void(const std::string&)>& visit) {
-  const int copy = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  DIR* stream = copy < 0 ? nullptr : ::fdopendir(copy);
-  if (stream == nullptr) {
-    if (copy >= 0) ::close(copy);
-    return;
-  }
-  while (const dirent* entry = ::readdir(stream)) visit(entry->d_name);
-  ::closedir(stream);
+// Reads the directory from its start, whatever was read of it before.
+void forEachName(int directory, const std::function<void(const std::string&)>& visit) {
+  alignas(dirent64) char buffer[4096];
+  if (::lseek(directory, 0, SEEK_SET) == 0) forEachEntry(directory, buffer, visit);
 }
 
 // A socket connected to the daemon behind the entry; none when there is no daemon. The socket of a
@@ -68,12 +64,12 @@ Descriptor connectTo(int directory, const std::string& entry, uid_t owner) {
 }
 
 void removeDead(int directory) {
-  forEachEntry(directory,
-               [&](const std::string& entry) { connectTo(directory, entry, ::geteuid()); });
+  forEachName(directory,
+              [&](const std::string& entry) { connectTo(directory, entry, ::geteuid()); });
 }
 
 void postIn(int directory, uid_t owner, const std::string& datagram, PostResult& result) {
-  forEachEntry(directory, [&](const std::string& entry) {
+  forEachName(directory, [&](const std::string& entry) {
     const Descriptor socket = connectTo(directory, entry, owner);
     if (!socket) return;
     if (::send(socket.get(), datagram.data(), datagram.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
@@ -192,7 +188,7 @@ PostResult postNotification(const NotificationDirectories& directories, const st
     const Descriptor users(
         ::open(directories.users.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (users) {
-      forEachEntry(users.get(), [&](const std::string& user) {
+      forEachName(users.get(), [&](const std::string& user) {
         if (!user.starts_with('.')) postToUser(users.get(), user, datagram, result);
       });
     }

@@ -1,6 +1,5 @@
 #include "platform/notifications/linux/NotifyCommand.h"
 
-#include <charconv>
 #include <cstdint>
 #include <optional>
 
@@ -35,14 +34,11 @@ struct Request {
   std::optional<std::uint64_t> state;
 };
 
-std::optional<std::uint64_t> numberOf(std::string_view text) {
+// Decimal, or hexadecimal after "0x".
+std::optional<std::uint64_t> stateIn(std::string_view text) {
   const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
   if (hexadecimal) text.remove_prefix(2);
-  std::uint64_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
+  return parseNumber<std::uint64_t>(text, hexadecimal ? 16 : 10);
 }
 
 // Reads the arguments; returns what is wrong with them, or an empty text.
@@ -56,7 +52,7 @@ std::string parse(const std::vector<std::string>& arguments, Request& request) {
       const bool apart = argument == "--state";
       if (apart && ++i == arguments.size()) return "--state needs a number behind it.";
       const std::string number = apart ? arguments[i] : argument.substr(kState.size());
-      request.state = numberOf(number);
+      request.state = stateIn(number);
       if (!request.state) {
         return "The state '" + safeText(number) +
                "' is no number from 0 to 18446744073709551615 (decimal, or hexadecimal after 0x).";

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
@@ -11,6 +10,8 @@
 #include <string_view>
 #include <unistd.h>
 
+#include "platform/base/Text.h"
+#include "platform/kit/files/DirectoryEntries.h"
 #include "platform/processes/linux/ProcfsFiles.h"
 
 namespace zorva {
@@ -29,43 +30,13 @@ ProcAnswer failed(int error) {
   return {-1, error};
 }
 
-std::optional<std::int32_t> numberOf(std::string_view text) {
-  std::int32_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [last, error] = std::from_chars(text.data(), end, number);
-  if (last != end || error != std::errc() || number < 0) return std::nullopt;
-  return number;
-}
-
 // "socket:[INODE]". Inodes of sockets have 32 bits.
 std::optional<std::uint32_t> inodeOfLink(std::string_view link) {
   constexpr std::string_view kBegin = "socket:[";
   if (!link.starts_with(kBegin) || !link.ends_with(']')) return std::nullopt;
   link.remove_prefix(kBegin.size());
   link.remove_suffix(1);
-  std::uint32_t inode = 0;
-  const auto [last, error] = std::from_chars(link.data(), link.data() + link.size(), inode);
-  if (last != link.data() + link.size() || error != std::errc()) return std::nullopt;
-  return inode;
-}
-
-// Calls back with the number and the name of every entry that is named by a number; answers an
-// error number, or 0. Each process costs one of these, so that two calls of forEachEntry's three
-// are saved: the directory was just opened, and procfs fills the buffer as long as an entry fits,
-// so that one with room left has the end.
-template <typename Visit>
-int forEachNumber(int directory, std::span<char> buffer, Visit visit) {
-  for (;;) {
-    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
-    if (length < 0) return errno;
-    for (ssize_t at = 0; at < length;) {
-      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
-      const char* const name = entry->d_name;
-      if (const auto number = numberOf(name)) visit(*number, name);
-      at += entry->d_reclen;
-    }
-    if (static_cast<std::size_t>(length) + sizeof(dirent64) <= buffer.size()) return 0;
-  }
+  return parseNumber<std::uint32_t>(link);
 }
 
 ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
@@ -85,9 +56,10 @@ int LinuxProcessInformation::listProcesses() {
   processes_.clear();
   if (!proc_) return ENOENT;
   if (::lseek(proc_.get(), 0, SEEK_SET) < 0) return errno;
-  const int error = forEachNumber(proc_.get(), entries_, [&](std::int32_t process, const char*) {
+  const auto add = [&](std::int32_t process, const char*) {
     if (process > 0) processes_.push_back(process);
-  });
+  };
+  const int error = forEachNumberedEntry(proc_.get(), entries_, add);
   if (!std::is_sorted(processes_.begin(), processes_.end())) {
     std::sort(processes_.begin(), processes_.end());
   }
@@ -127,7 +99,7 @@ int LinuxProcessInformation::readDescriptors(std::int32_t process) {
     descriptors_.push_back(
         {number, inode ? kDescriptorIsSocket : kDescriptorIsOther, inode.value_or(0)});
   };
-  if (const int error = forEachNumber(directory.get(), entries_, add); error != 0) {
+  if (const int error = forEachNumberedEntry(directory.get(), entries_, add); error != 0) {
     return processError(error);
   }
   if (!std::is_sorted(descriptors_.begin(), descriptors_.end(),
@@ -184,17 +156,12 @@ ProcAnswer LinuxProcessInformation::proc_pidfdinfo(std::int32_t process, std::in
   return failed(ENOMEM);
 }
 
-ProcAnswer LinuxProcessInformation::proc_name(std::int32_t process, std::span<char> name) {
+ProcAnswer LinuxProcessInformation::proc_name(std::int32_t process, std::span<char> name) try {
   if (process <= 0) return failed(kNoSuchProcess);
-  const Descriptor file(
-      ::openat(proc_.get(), ProcPath(process, "comm").text(), O_RDONLY | O_CLOEXEC));
-  if (!file) return failed(processError(errno));
-  char text[128];
-  const ssize_t length = ::read(file.get(), text, sizeof text);  // handed over whole
-  if (length < 0) return failed(processError(errno));
-  std::string_view found(text, static_cast<std::size_t>(length));
-  if (found.ends_with('\n')) found.remove_suffix(1);
-  return answerText(found, name);
+  const auto found = readProcessName(proc_.get(), process);
+  return found ? answerText(*found, name) : failed(processError(errno));
+} catch (const std::bad_alloc&) {
+  return failed(ENOMEM);
 }
 
 ProcAnswer LinuxProcessInformation::proc_pidpath(std::int32_t process, std::span<char> path) {

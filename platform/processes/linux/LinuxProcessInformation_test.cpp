@@ -184,5 +184,31 @@ TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
   }
 }
 
+// The kernel ends what it lists early for a signal, which a stop and its end are, too.
+TEST(LinuxProcessInformation, ListsEveryDescriptorWhileSignalsArrive) {
+  constexpr int kRounds = 100;
+  constexpr std::uint32_t kDescriptors = 900;  // more than two replies hold
+  const ChildForTest child([] {
+    LinuxProcessInformation information;
+    proc_taskallinfo task;
+    information.proc_pidinfo(getpid(), task);
+    for (auto open = task.openFiles; open < kDescriptors; ++open) {
+      if (dup(STDERR_FILENO) < 0) return 2;
+    }
+    for (int round = 0; round < kRounds; ++round) {
+      information.proc_pidinfo(getpid(), task);
+      if (task.openFiles < kDescriptors) return 1;
+    }
+    return 0;
+  });
+  siginfo_t ended{};
+  while (ended.si_pid == 0 && waitid(P_PID, static_cast<id_t>(child.process()), &ended,
+                                     WEXITED | WNOHANG | WNOWAIT) == 0) {
+    kill(child.process(), SIGSTOP);
+    kill(child.process(), SIGCONT);
+  }
+  EXPECT_EQ(ended.si_status, 0);
+}
+
 }  // namespace
 }  // namespace zorva

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fcntl.h>
 #include <new>
@@ -11,6 +10,7 @@
 #include <utility>
 
 #include "platform/base/Descriptor.h"
+#include "platform/kit/files/DirectoryEntries.h"
 #include "platform/processes/linux/ProcfsFiles.h"
 
 namespace zorva {
@@ -20,14 +20,6 @@ constexpr std::uint64_t kKilobyte = 1024;
 
 KernelResult garbled() {
   return failure(EBADMSG);
-}
-
-std::optional<std::int32_t> processNamed(const char* name) {
-  std::int32_t number = 0;
-  const char* const end = name + std::strlen(name);
-  const auto [last, error] = std::from_chars(name, end, number);
-  if (last != end || error != std::errc() || number <= 0) return std::nullopt;
-  return number;
 }
 
 ThreadInfo threadOf(const ProcStat& stat, std::uint64_t ticksPerSecond) {
@@ -116,11 +108,13 @@ KernelResult LinuxSystemStatistics::readStat(const char* path, ProcStat& stat) {
 KernelResult LinuxSystemStatistics::listNumbers(int directory,
                                                 std::vector<std::int32_t>& numbers) try {
   numbers.clear();
-  KernelResult result = forEachEntry(directory, entries_, [&](const char* name) {
-    if (const auto number = processNamed(name)) numbers.push_back(*number);
-  });
+  if (::lseek(directory, 0, SEEK_SET) < 0) return failure(errno);
+  const auto add = [&](std::int32_t number, const char*) {
+    if (number > 0) numbers.push_back(number);
+  };
+  const int error = forEachNumberedEntry(directory, entries_, add);
   if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
-  return result;
+  return resultOf(error);
 } catch (const std::bad_alloc&) {
   return noMemory();
 }
@@ -154,7 +148,7 @@ std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() try {
   if (!ranges) return std::nullopt;
   ReservedMemory memory;
   bool complete = true;
-  const KernelResult result = forEachEntry(ranges.get(), entries_, [&](const char* range) {
+  const int error = forEachEntry(ranges.get(), entries_, [&](const char* range) {
     const auto read = [&](const char* file) {
       return readText(ranges.get(), (std::string(range) + file).c_str()).ok();
     };
@@ -170,7 +164,7 @@ std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() try {
       complete = false;
     }
   });
-  if (result.ok() && complete) reservedMemory_ = memory;
+  if (error == 0 && complete) reservedMemory_ = memory;
   return reservedMemory_;
 } catch (const std::bad_alloc&) {
   return std::nullopt;
@@ -252,7 +246,7 @@ KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names
   const Descriptor block(openDirectory(AT_FDCWD, (sysRoot_ + "/block").c_str()));
   if (!block) return failure(errno);
   names.clear();
-  KernelResult result = forEachEntry(block.get(), entries_, [&](const char* name) {
+  const int error = forEachEntry(block.get(), entries_, [&](const char* name) {
     // Only a disk that has a device: loop and mapped disks would count its transfers again, and so
     // would the hidden paths of a disk that has several.
     const std::string disk = name;
@@ -261,7 +255,7 @@ KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names
     names.push_back(disk);
   });
   std::sort(names.begin(), names.end());
-  return result;
+  return resultOf(error);
 } catch (const std::bad_alloc&) {
   return noMemory();
 }

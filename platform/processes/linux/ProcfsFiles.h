@@ -4,11 +4,13 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
+#include <optional>
 #include <span>
+#include <string>
 #include <unistd.h>
 
+#include "platform/base/Descriptor.h"
 #include "platform/processes/SystemStatistics.h"
 
 // How the kernel's small files are named and read.
@@ -25,6 +27,11 @@ inline KernelResult noMemory() {
 /// latter ends a sample or the program, so the former gets another code.
 inline KernelResult failure(int error) {
   return {error == ENOMEM ? EAGAIN : error, std::strerror(error)};
+}
+
+/// What a call that returns 0 or an error number reports.
+inline KernelResult resultOf(int error) {
+  return error == 0 ? KernelResult{} : failure(error);
 }
 
 /// "PID/stat", or "PID/task/TID/stat": a path below the root of procfs.
@@ -65,27 +72,20 @@ inline ssize_t readFully(int file, std::span<char> buffer) {
   return static_cast<ssize_t>(length);
 }
 
-inline int openDirectory(int directory, const char* path) {
-  return ::openat(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+/// The short name of a process or of a thread of the kernel, whose names are the longest; nothing,
+/// with errno, when it cannot be read. The directory is the root of procfs.
+inline std::optional<std::string> readProcessName(int procfs, std::int32_t process) {
+  const Descriptor file(::openat(procfs, ProcPath(process, "comm").text(), O_RDONLY | O_CLOEXEC));
+  char text[128];
+  const ssize_t length = file ? ::read(file.get(), text, sizeof text) : -1;
+  if (length < 0) return std::nullopt;
+  std::string name(text, static_cast<std::size_t>(length));
+  if (name.ends_with('\n')) name.pop_back();
+  return name;
 }
 
-/// Calls back with the name of every entry of the directory, which is read from its start. The
-/// buffer must be aligned as dirent64 is.
-template <typename Visit>
-KernelResult forEachEntry(int directory, std::span<char> buffer, Visit visit) {
-  if (::lseek(directory, 0, SEEK_SET) < 0) return failure(errno);
-  for (;;) {
-    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
-    if (length < 0) return failure(errno);
-    if (length == 0) return {};
-    for (ssize_t at = 0; at < length;) {
-      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
-      if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
-        visit(static_cast<const char*>(entry->d_name));
-      }
-      at += entry->d_reclen;
-    }
-  }
+inline int openDirectory(int directory, const char* path) {
+  return ::openat(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
 }  // namespace zorva

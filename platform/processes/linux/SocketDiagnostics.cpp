@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/inet_diag.h>
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "platform/base/Descriptor.h"
+#include "platform/base/Text.h"
 #include "platform/processes/linux/ProcfsFiles.h"
 
 namespace zorva {
@@ -80,36 +80,34 @@ std::string_view nextWord(std::string_view& line) {
   return word;
 }
 
-template <typename Number>
-bool readNumber(std::string_view word, int base, Number& number) {
-  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number, base);
-  return error == std::errc() && end == word.data() + word.size();
-}
-
 // "0100007F:0016": the address in words of the machine's own byte order, and the port in plain.
 bool readEndpoint(std::string_view word, bool ipv6, Address& address, std::uint16_t& port) {
   const std::size_t digits = ipv6 ? 32 : 8;
   if (word.size() <= digits || word[digits] != ':') return false;
   for (std::size_t at = 0; at < digits; at += 8) {
-    std::uint32_t part = 0;
-    if (!readNumber(word.substr(at, 8), 16, part)) return false;
-    std::memcpy(address.data() + at / 2, &part, sizeof part);
+    const auto part = parseNumber<std::uint32_t>(word.substr(at, 8), 16);
+    if (!part) return false;
+    std::memcpy(address.data() + at / 2, &*part, sizeof *part);
   }
-  if (!readNumber(word.substr(digits + 1), 16, port)) return false;
-  port = htons(port);
-  return true;
+  const auto number = parseNumber<std::uint16_t>(word.substr(digits + 1), 16);
+  port = htons(number.value_or(0));
+  return number.has_value();
 }
 
 // "0: 0100007F:0016 00000000:0000 0A 00000000:00000000 00:00000000 00000000 0 0 INODE ..."
 bool readSocketLine(std::string_view line, KernelSocket& socket) {
   nextWord(line);
   if (!readEndpoint(nextWord(line), socket.ipv6, socket.local, socket.localPort) ||
-      !readEndpoint(nextWord(line), socket.ipv6, socket.foreign, socket.foreignPort) ||
-      !readNumber(nextWord(line), 16, socket.state)) {
+      !readEndpoint(nextWord(line), socket.ipv6, socket.foreign, socket.foreignPort)) {
     return false;
   }
+  const auto state = parseNumber<decltype(socket.state)>(nextWord(line), 16);
   for (int passed = 0; passed < 5; ++passed) nextWord(line);
-  return readNumber(nextWord(line), 10, socket.inode);
+  const auto inode = parseNumber<decltype(socket.inode)>(nextWord(line));
+  if (!state || !inode) return false;
+  socket.state = *state;
+  socket.inode = *inode;
+  return true;
 }
 
 }  // namespace

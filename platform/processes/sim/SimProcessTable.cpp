@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -46,9 +45,9 @@ std::optional<Address> addressOf(const std::string& text) {
       inet_pton(AF_INET, text.substr(0, colon).c_str(), address.host.data()) != 1) {
     return std::nullopt;
   }
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data() + colon + 1, end, address.port);
-  if (error != std::errc() || stop != end) return std::nullopt;
+  const auto port = parseNumber<std::uint16_t>(std::string_view(text).substr(colon + 1));
+  if (!port) return std::nullopt;
+  address.port = *port;
   return address;
 }
 

@@ -33,7 +33,7 @@ bool isWanted(const std::string& interface, const std::string& name) {
 }
 
 template <typename Raw>
-bool readNumber(sd_bus_message* message, char type, Value& value) {
+bool readInteger(sd_bus_message* message, char type, Value& value) {
   Raw raw{};
   if (sd_bus_message_read_basic(message, type, &raw) < 0) return false;
   value = Value(static_cast<std::int64_t>(raw));
@@ -79,19 +79,19 @@ bool readValue(sd_bus_message* message, Value& value) {
       return true;
     }
     case SD_BUS_TYPE_BYTE:
-      return readNumber<std::uint8_t>(message, type, value);
+      return readInteger<std::uint8_t>(message, type, value);
     case SD_BUS_TYPE_INT16:
-      return readNumber<std::int16_t>(message, type, value);
+      return readInteger<std::int16_t>(message, type, value);
     case SD_BUS_TYPE_UINT16:
-      return readNumber<std::uint16_t>(message, type, value);
+      return readInteger<std::uint16_t>(message, type, value);
     case SD_BUS_TYPE_INT32:
-      return readNumber<std::int32_t>(message, type, value);
+      return readInteger<std::int32_t>(message, type, value);
     case SD_BUS_TYPE_UINT32:
-      return readNumber<std::uint32_t>(message, type, value);
+      return readInteger<std::uint32_t>(message, type, value);
     case SD_BUS_TYPE_INT64:
-      return readNumber<std::int64_t>(message, type, value);
+      return readInteger<std::int64_t>(message, type, value);
     case SD_BUS_TYPE_UINT64:
-      return readNumber<std::uint64_t>(message, type, value);
+      return readInteger<std::uint64_t>(message, type, value);
     case SD_BUS_TYPE_DOUBLE: {
       double raw = 0;
       if (sd_bus_message_read_basic(message, type, &raw) < 0) return false;

@@ -32,7 +32,8 @@ std::optional<std::string> textOf(const ScenarioNode& node, std::string_view pre
 }
 
 template <typename Number>
-std::optional<Number> numberOf(const ScenarioNode& node, std::int64_t least, std::int64_t most) {
+std::optional<Number> integerOrNothing(const ScenarioNode& node, std::int64_t least,
+                                       std::int64_t most) {
   if (node.isNothing()) return std::nullopt;
   return static_cast<Number>(node.integer(least, most));
 }
@@ -95,7 +96,7 @@ SimTelephonySection::Keys SimTelephonySection::libraryKeys() {
     const auto take = [&](const char* key, auto member, std::int64_t least, std::int64_t most) {
       const auto* given = keys.find(key);
       if (given == nullptr) return;
-      const auto number = numberOf<std::int32_t>(*given, least, most);
+      const auto number = integerOrNothing<std::int32_t>(*given, least, most);
       changes.emplace_back([member, number](Signal& signal) { signal.*member = number; });
     };
     take("raw", &Signal::raw, INT32_MIN, INT32_MAX);
@@ -110,9 +111,10 @@ SimTelephonySection::Keys SimTelephonySection::libraryKeys() {
   const auto readCell = [this](const ScenarioNode& node) -> ScenarioAction {
     const auto keys = node.keys({"id", "area_code"});
     std::optional<std::optional<std::int64_t>> id, areaCode;
-    if (const auto* given = keys.find("id")) id = numberOf<std::int64_t>(*given, 0, INT64_MAX);
+    if (const auto* given = keys.find("id"))
+      id = integerOrNothing<std::int64_t>(*given, 0, INT64_MAX);
     if (const auto* given = keys.find("area_code")) {
-      areaCode = numberOf<std::int64_t>(*given, 0, INT64_MAX);
+      areaCode = integerOrNothing<std::int64_t>(*given, 0, INT64_MAX);
     }
     return [this, id, areaCode] {
       SimTelephony::Cell cell = telephony_.cell();

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <dirent.h>
+#include <span>
+#include <string_view>
+
+#include "platform/base/Text.h"
+
+namespace zorva {
+
+/// Calls back with the name of every entry but "." and "..", from where the directory was read to
+/// up to its end; returns 0 or an error number. The buffer must be aligned as dirent64 is.
+///
+/// Only an empty reply is the end: where a signal is pending, the kernel returns fewer entries than
+/// fit, or none with EINTR.
+template <typename Visit>
+int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
+  for (;;) {
+    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
+    if (length < 0 && errno == EINTR) continue;
+    if (length <= 0) return length < 0 ? errno : 0;
+    for (ssize_t at = 0; at < length;) {
+      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+      const char* const name = entry->d_name;
+      if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) visit(name);
+      at += entry->d_reclen;
+    }
+  }
+}
+
+/// The same for the entries that are named by a number, as procfs names processes, threads and
+/// descriptors: with the number and the name.
+template <typename Visit>
+int forEachNumberedEntry(int directory, std::span<char> buffer, Visit visit) {
+  return forEachEntry(directory, buffer, [&](const char* name) {
+    const auto number = parseNumber<std::int32_t>(name);
+    if (number && *number >= 0) visit(*number, name);
+  });
+}
+
+}  // namespace zorva
