@@ -70,7 +70,12 @@ From then on an entry is written when something happens.
 .PP
 The file may be moved or removed at any time: a new one is begun at once, with a
 fresh snapshot.
-Files read one behind the other, in the order of their names, are one log.
+Files read one behind the other, in the order in which they were begun, are one log.
+Their names sort in this order, but for these: a name with \(dq\-1\(dq to
+\(dq\-9\(dq sorts before the one without; in the last days of December a name can
+already carry the next year; and a clock that is set back gives an earlier name.
+.BR zorva\-report (1)
+sorts files by their first entries.
 .SH ANATOMY OF A LINE
 Each line is an entry:
 .PP

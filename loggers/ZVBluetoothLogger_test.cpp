@@ -178,6 +178,9 @@ TEST_F(ZVBluetoothLoggerTest, AnswersWithoutAControllerAndCountsItsFailures) {
       "power_consumption_rate=0;");
   logger->log();
   EXPECT_EQ(taken(), expected);
+  handset.faults().fail("bluetooth.modulePower", 1, 21);  // is not reached without a controller
+  EXPECT_FALSE(logger->modulePowered());
+  EXPECT_EQ(taken(), Lines(expected.begin() + 2, expected.begin() + 6));
   server.setPresent(true);
   handset.faults().fail("bluetooth.modulePower", 1, 21);
   EXPECT_FALSE(logger->modulePowered());

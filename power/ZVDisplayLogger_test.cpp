@@ -41,5 +41,14 @@ TEST_F(ZVDisplayLoggerTest, ShowsWhatWasReadAtTheStartOrAnnouncedLast) {
                    "[Display] brightness=5000000000; min=0; max=0; active=yes;"}));
 }
 
+TEST_F(ZVDisplayLoggerTest, NeedsABacklightAndHearsThatThereIsNoneWhateverElseFails) {
+  handset.backlight().setPresent(false);
+  handset.faults().fail("registry.addInterest", 1, 0xE00002BC);
+  EXPECT_EQ(make(), nullptr);
+  EXPECT_EQ(takeSystemLog(),
+            Lines{"Error: Error calling IOServiceAddInterestNotification (0xe00002c2)"});
+  EXPECT_EQ(handset.faults().fail("registry.addInterest", 1, 0), SimFaults::Outcome::WrongResult);
+}
+
 }  // namespace
 }  // namespace zorva

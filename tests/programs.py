@@ -54,7 +54,7 @@ def entries(output, category):
 
 def enter_device(network=False):
     """Moves this test into a mount namespace with a log directory, an empty /run and /var, a user
-    "mobile" that nobody else sees and no device name but the host's; on demand with a network of its
+    "mobile" that nobody else sees, also where the machine has one, and no device name but the host's; on demand with a network of its
     own and an empty /sys/kernel. Needs root; skips otherwise."""
     if os.environ.get('ZORVA_TEST_DEVICE'):
         return
@@ -77,7 +77,7 @@ def enter_device(network=False):
         mkdir -p {LOG_DIRECTORY}
         mount -t tmpfs none /run
         mount -t tmpfs none /var
-        (cat /etc/passwd; echo mobile:x:{MOBILE}:{MOBILE}::/var/mobile:/bin/sh) > /run/passwd
+        (sed /^mobile:/d /etc/passwd; echo mobile:x:{MOBILE}:{MOBILE}::/var/mobile:/bin/sh) > /run/passwd
         mount --bind /run/passwd /etc/passwd
         {'ip link set lo up && mount -t tmpfs none /sys/kernel' if network else ''}
         [ ! -e /etc/machine-info ] || mount --bind /dev/null /etc/machine-info

@@ -28,10 +28,12 @@ class AccessoryManager {
  public:
   virtual ~AccessoryManager() = default;
 
-  /// Calls back, on the run loop, when an accessory has connected or disconnected.
+  /// Calls back, on the run loop, when an accessory has connected or disconnected. An empty
+  /// registration says that this cannot be observed.
   virtual Registration observeConnected(std::function<void(const Accessory&)> event) = 0;
   virtual Registration observeDisconnected(std::function<void(const Accessory&)> event) = 0;
-  /// The manager tells of events only while somebody is registered.
+  /// The manager tells of events only while somebody is registered. Empty when it cannot be
+  /// reached.
   virtual Registration registerForLocalNotifications() = 0;
   virtual std::vector<Accessory> connectedAccessories() = 0;
 };

@@ -24,7 +24,8 @@ class ApplicationStates {
   virtual ~ApplicationStates() = default;
 
   /// Calls back, on the run loop, for every change. Changes are told only between
-  /// beginGenerating() and endGenerating(), which may be nested.
+  /// beginGenerating() and endGenerating(), which may be nested. An empty registration says that
+  /// changes cannot be observed.
   virtual Registration observe(std::function<void(const ApplicationStateChange&)> changed) = 0;
   virtual void beginGenerating() = 0;
   virtual void endGenerating() = 0;

@@ -11,6 +11,10 @@
 namespace zorva {
 namespace {
 
+// How much later than the last step a run without "end" ends: what the step sets off on the further
+// turns of the run loop, such as the answers of services, comes first.
+constexpr ScenarioNode::Duration kAfterLastStep(1);
+
 // Of a file that is larger than any scenario, only so much is read that this shows.
 std::string contentsOf(const std::string& path) {
   constexpr std::streamsize kReadAtMost = (std::streamsize{1} << 20) + 1;
@@ -84,6 +88,8 @@ Scenario Scenario::read(std::string_view yaml, const std::string& name, SimHands
   if (const auto* end = keys.find("end")) {
     if (end->duration() < scenario.end_) end->refuse("the end comes before the last step");
     scenario.end_ = end->duration();
+  } else {
+    scenario.end_ += kAfterLastStep;
   }
   return scenario;
 }

@@ -10,10 +10,15 @@ SimFaults::Outcome SimFaults::fail(const std::string& point, int times,
   const auto found = points_.find(point);
   if (found == points_.end()) return Outcome::UnknownPoint;
   SimFaultPoint& it = *found->second;
-  if (result && !it.usualResult_) return Outcome::NoResultCode;
+  const auto& results = it.results_;
+  if (result && !results) return Outcome::NoResult;
+  if (result &&
+      (*result < results->least || *result > results->most || (results->code && *result == 0))) {
+    return Outcome::WrongResult;
+  }
   it.passing_ = after;
   it.remaining_ = times;
-  it.result_ = result.value_or(it.usualResult_.value_or(0));
+  it.result_ = result.value_or(results ? results->usual : 0);
   return Outcome::Armed;
 }
 
@@ -32,9 +37,9 @@ int SimFaults::calls(const std::string& point) const {
   return found == points_.end() ? 0 : found->second->calls_;
 }
 
-bool SimFaults::hasResultCode(const std::string& point) const {
+std::optional<SimFaultResults> SimFaults::results(const std::string& point) const {
   const auto found = points_.find(point);
-  return found != points_.end() && found->second->usualResult_.has_value();
+  return found == points_.end() ? std::nullopt : found->second->results_;
 }
 
 SimFaultPoint::SimFaultPoint(SimFaults& faults, std::string name)
@@ -44,9 +49,9 @@ SimFaultPoint::SimFaultPoint(SimFaults& faults, std::string name)
   }
 }
 
-SimFaultPoint::SimFaultPoint(SimFaults& faults, std::string name, std::int64_t usualResult)
+SimFaultPoint::SimFaultPoint(SimFaults& faults, std::string name, SimFaultResults results)
     : SimFaultPoint(faults, std::move(name)) {
-  usualResult_ = usualResult;
+  results_ = results;
 }
 
 SimFaultPoint::~SimFaultPoint() {

@@ -26,10 +26,14 @@ void SimParts::addFaultSections() {
     }
     std::optional<std::int64_t> result;
     if (const auto* code = keys.find("result")) {
-      if (!faults.hasResultCode(point)) {
+      const auto results = faults.results(point);
+      if (!results) {
         code->refuse("this operation answers no result code when it fails; remove the key");
       }
-      result = code->integer(INT32_MIN, UINT32_MAX);
+      result = code->integer(results->least, results->most);
+      if (results->code && *result == 0) {
+        code->refuse("0 is success here; give the code of a failure, or remove the key");
+      }
     }
     const auto count = [&](const char* key, int otherwise) {
       const auto* given = keys.find(key);

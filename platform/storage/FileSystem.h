@@ -12,12 +12,12 @@ class FileSystem {
   /// The path under which the file of the device is reached by the calls of the C library.
   virtual std::string hostPath(const std::string& path) const = 0;
 
-  /// A descriptor on the device's directory, good for nothing but event notification; -1 when it
-  /// cannot be opened. The caller closes it with close(2).
+  /// A descriptor on the device's directory, good for nothing but event notification; -1, and the
+  /// reason in errno, when it cannot be opened. The caller closes it with close(2).
   virtual int openForEvents(const std::string& directory) = 0;
 
-  /// A queue of events that the run loop can watch; -1 when there is none to be had. The caller
-  /// closes it with close(2).
+  /// A queue of events that the run loop can watch; -1, and the reason in errno, when there is none
+  /// to be had. The caller closes it with close(2).
   virtual int makeEventQueue() = 0;
 
   /// From now on the queue is readable after a change in the directory: an entry added, removed or

@@ -180,8 +180,9 @@ constexpr EntryFormat kEntries[] = {
      "Where the device is: a cell is a place, and the way from cell to cell a journey.",
      kRegistration},
     {"Telephony", EntryShape::kFields, "The radio, its calls and its SIM card.",
-     "In a snapshot, with the level, and when one of the figures changes; the signal when it has "
-     "changed by more than 5 dBm.",
+     "In a snapshot, with the level, and when a call, the SIM card, the technology or the modem's "
+     "power changes, or the signal by more than 5 dBm. Nothing else writes an entry by itself: "
+     "airplane mode by an rfkill switch shows in the next one.",
      "When the owner had telephone calls, and how long; not with whom.", kTelephony}};
 
 }  // namespace

@@ -13,7 +13,8 @@
     week      a week of a simulated handset: memory and descriptors stay what they were
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
-Prints what each tried and what was lost; status 1 when anything was.
+Prints what each tried and what was lost; status 1 when anything was. Needs the system's own Python, run as
+/usr/bin/python3 when another one comes first, with its modules (python3-dbus, python3-dbusmock).
 """
 import contextlib
 import itertools
@@ -25,6 +26,14 @@ import re
 import subprocess
 import sys
 import time
+
+if {'-h', '--help'} & set(sys.argv):
+    print(__doc__)
+    sys.exit()
+try:
+    import dbus  # noqa: F401 (which the campaigns with a bus need)
+except ImportError:
+    sys.exit(f'{sys.executable} has no module dbus: run this with /usr/bin/python3, and install python3-dbus')
 
 from buses import bus
 from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs, progress, programs

@@ -2,11 +2,12 @@
 //
 //     fault_points SCENARIO
 //
-// The scenario is replayed once for each call that it makes of each fault point. A run must end,
-// and the entries of loggers that do not depend on the failing service must be the same as without
-// the fault. Prints a line for each point: its calls, how many of their failures showed in the log
-// or on the system log, and what was lost; status 1 when anything was. Built with sanitizers it
-// also finds bad memory accesses and leaks.
+// The scenario is replayed once for each call that it makes of each fault point, and, where the
+// operation answers a result, once with the least and once with the greatest one at every call. A
+// run must end, and the entries of loggers that do not depend on the failing service must be the
+// same as without the fault. Prints a line for each point: its calls, how many of their failures
+// showed in the log or on the system log, and what was lost; status 1 when anything was. Built with
+// sanitizers it also finds bad memory accesses and leaks.
 
 #include <cstdio>
 #include <cstdlib>
@@ -25,6 +26,7 @@
 
 #include "apps/LoggerTable.h"
 #include "core/ZorvaMain.h"
+#include "platform/assemble/SimHandset.h"
 #include "platform/assemble/SimRun.h"
 #include "platform/base/Descriptor.h"
 #include "platform/system/ProcessSetUp.h"
@@ -74,6 +76,13 @@ const std::map<std::string, std::set<std::string>> kDependents{
     {"wifiDriver", {"WiFi"}},
 };
 
+struct Fault {
+  std::string point;  // empty: none
+  int times = 1;
+  int after = 0;
+  std::optional<std::int64_t> result;
+};
+
 struct Outcome {
   std::string log;
   std::string systemLog;
@@ -96,8 +105,7 @@ class Campaign {
   explicit Campaign(std::string scenario) : scenario_(std::move(scenario)) {}
 
   // Replays with one fault, or none. With `points`, it is given how often each was called.
-  std::optional<Outcome> replay(const std::string& point, int after,
-                                std::map<std::string, int>* points) const {
+  std::optional<Outcome> replay(const Fault& fault, std::map<std::string, int>* points) const {
     const Descriptor output(::memfd_create("log", MFD_CLOEXEC));
     std::ostringstream systemLog;
     std::ostringstream said;
@@ -111,7 +119,10 @@ class Campaign {
     auto& faults = run->handset().faults();
     std::map<std::string, int> before;
     for (const std::string& name : faults.names()) before[name] = faults.calls(name);
-    if (!point.empty()) faults.fail(point, 1, std::nullopt, after);
+    if (!fault.point.empty() && faults.fail(fault.point, fault.times, fault.result, fault.after) !=
+                                    zorva::SimFaults::Outcome::Armed) {
+      return std::nullopt;
+    }
 
     std::fflush(stdout);
     const Descriptor terminal(::dup(STDOUT_FILENO));
@@ -146,17 +157,31 @@ class Campaign {
     return damaged;
   }
 
+  static std::optional<zorva::SimFaultResults> resultsOf(const std::string& point) {
+    static zorva::SimHandset handset;
+    return handset.faults().results(point);
+  }
+
   // Every call of one point; false when something was lost.
   bool failEachCall(const std::string& point, int calls, const Outcome& usual) const {
     int shown = 0;
     std::string damaged;
-    for (int after = 0; after < calls; ++after) {
-      const auto failed = replay(point, after, nullptr);
+    std::vector<Fault> tries;
+    for (int after = 0; after < calls; ++after) tries.push_back({point, 1, after, std::nullopt});
+    if (const auto results = resultsOf(point)) {
+      for (const auto result : {results->least, results->most}) {
+        tries.push_back({point, calls, 0, result});
+      }
+    }
+    for (const Fault& fault : tries) {
+      const auto failed = replay(fault, nullptr);
       if (!failed) return false;
       if (failed->log != usual.log || failed->systemLog != usual.systemLog) ++shown;
       if (const std::string lost = damage(point, usual, *failed);
           !lost.empty() && damaged.empty()) {
-        damaged = "  call " + std::to_string(after + 1) + " damaged" + lost;
+        damaged = fault.result ? "  result " + std::to_string(*fault.result)
+                               : "  call " + std::to_string(fault.after + 1);
+        damaged += " damaged" + lost;
       }
     }
     std::printf("%-48s %5d calls, %5d showed%s\n", point.c_str(), calls, shown, damaged.c_str());
@@ -190,7 +215,7 @@ int main(int argc, char** argv) {
   }
   const Campaign campaign(argv[1]);
   std::map<std::string, int> points;
-  const auto usual = campaign.replay("", 0, &points);
+  const auto usual = campaign.replay({}, &points);
   if (!usual) return 2;
   int failures = 0;
   int lost = 0;

@@ -20,11 +20,15 @@ std::string wordOf(const std::array<const char*, Size>& words, const char* kind,
 
 template <std::size_t Size>
 std::int32_t codeOf(const std::array<const char*, Size>& words, const ScenarioNode& node) {
+  const char first = node.text().front();
+  if (first == '-' || (first >= '0' && first <= '9')) {
+    return static_cast<std::int32_t>(node.integer(INT32_MIN, INT32_MAX));
+  }
   const auto word = std::find(words.begin(), words.end(), node.text());
   if (word == words.end()) {
     std::string all;
     for (const char* each : words) all += (all.empty() ? "" : ", ") + std::string(each);
-    node.refuse("write one of these here: " + all);
+    node.refuse("write one of these or a number here: " + all);
   }
   return static_cast<std::int32_t>(word - words.begin());
 }

@@ -12,7 +12,8 @@ namespace zorva {
 /// first.
 class SimApplicationStates : public ApplicationStates {
  public:
-  /// In the words of the log: terminated, suspended, background, foreground.
+  /// In the words of the log: terminated, suspended, background, foreground. Any other number is a
+  /// state without a name, shown as "state-77".
   enum class State : std::int32_t { Terminated, Suspended, Background, Foreground };
 
   struct Application {
@@ -31,7 +32,8 @@ class SimApplicationStates : public ApplicationStates {
   /// Of an unknown application: terminated.
   std::int32_t stateOf(const std::string& displayIdentifier) override;
   std::string descriptionOfState(std::int32_t state) override;
-  /// Reasons are: 1 activation, 2 audio, 3 location, 4 call, 5 task, 6 accessory, 7 network.
+  /// Reasons are: 1 activation, 2 audio, 3 location, 4 call, 5 task, 6 accessory, 7 network. Any
+  /// other number has no name, and is shown as "reason-99".
   std::string nameOfReason(std::int32_t reason) override;
 
   void setApplication(const std::string& displayIdentifier, Application application);

@@ -106,7 +106,9 @@ void SimBluetoothServer::answer(const std::shared_ptr<Client>& client) {
 }
 
 BluetoothServer::Status SimBluetoothServer::detachSession(Session& session) {
-  if (const auto refused = detachFault_.struckResult<Status>()) return *refused;
+  const auto failed = detachFault_.struckResult<Status>();
+  if (session == 0) return kNoHandle;
+  if (failed) return *failed;
   const auto client = clientOf(std::exchange(session, 0));
   if (!client) return kNoHandle;
   std::erase(clients_, client);
@@ -126,7 +128,9 @@ std::shared_ptr<SimBluetoothServer::Client> SimBluetoothServer::clientOf(Session
 }
 
 BluetoothServer::Status SimBluetoothServer::defaultLocalDevice(Session session, Device& device) {
-  if (const auto failed = defaultLocalDeviceFault_.struckResult<Status>()) return *failed;
+  const auto failed = defaultLocalDeviceFault_.struckResult<Status>();
+  if (session == 0) return kNoHandle;
+  if (failed) return *failed;
   if (!clientOf(session)) return kNoHandle;
   if (!present_) return kNoDevice;
   device = kController;
@@ -134,7 +138,9 @@ BluetoothServer::Status SimBluetoothServer::defaultLocalDevice(Session session, 
 }
 
 BluetoothServer::Status SimBluetoothServer::refusal(Device device, SimFaultPoint& fault) const {
-  if (const auto failed = fault.struckResult<Status>()) return *failed;
+  const auto failed = fault.struckResult<Status>();
+  if (device == 0) return kNoHandle;
+  if (failed) return *failed;
   if (device != kController) return kNoHandle;
   return present_ && running_ ? 0 : kNoDevice;
 }

@@ -8,7 +8,12 @@ namespace {
 
 constexpr int kInputOutputError = 5;  // the kernel's numbers
 constexpr int kBadDescriptor = 9;
-constexpr int kShortRecord = 100;  // bytes, less than any whole one
+
+// Bytes of a record that was cut: a whole one would have to be filled in.
+constexpr SimFaultResults cutRecord(int wholeSize) {
+  return {.usual = 100, .least = 1, .most = wholeSize - 1, .code = false};
+}
+constexpr SimFaultResults kAnyCount{.usual = 0, .least = 0, .most = UINT32_MAX, .code = false};
 
 ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
   const std::size_t length = std::min(text.size(), buffer.size());
@@ -24,11 +29,12 @@ SimProcessInformation::SimProcessInformation(SimFaults& faults, const SimProcess
       countProcessesFault_(faults, "processInformation.countProcesses", kInputOutputError),
       listProcessesFault_(faults, "processInformation.listProcesses", kInputOutputError),
       taskInformationFault_(faults, "processInformation.taskInformation", kInputOutputError),
-      taskBytesInstead_(faults, "processInformation.taskInformationBytes", kShortRecord),
-      openFilesInstead_(faults, "processInformation.openFiles", 0),
+      taskBytesInstead_(faults, "processInformation.taskInformationBytes",
+                        cutRecord(kProcTaskAllInfoSize)),
+      openFilesInstead_(faults, "processInformation.openFiles", kAnyCount),
       descriptorsFault_(faults, "processInformation.descriptors", kInputOutputError),
       socketFault_(faults, "processInformation.socket", kBadDescriptor),
-      socketBytesInstead_(faults, "processInformation.socketBytes", kShortRecord),
+      socketBytesInstead_(faults, "processInformation.socketBytes", cutRecord(kSocketFdInfoSize)),
       nameFault_(faults, "processInformation.name", kInputOutputError),
       pathFault_(faults, "processInformation.path", kInputOutputError) {}
 

@@ -41,9 +41,10 @@ class SimRegistryNotificationPort : public RegistryNotificationPort {
 
   RegistryResult addInterest(const std::shared_ptr<RegistryEntry>& entry, Handler handler,
                              Registration& interest) override {
-    if (const auto result = addInterestFault_.struckResult<RegistryResult>()) return *result;
+    const auto failed = addInterestFault_.struckResult<RegistryResult>();
     const auto device = std::dynamic_pointer_cast<SimRegistryEntry>(entry);
     if (!device) return kRegistryBadArgument;
+    if (failed) return *failed;
     // Weak: the port's end is the end of every interest, and an entry must not keep itself alive.
     interest = device->interested_.add(
         [port = std::weak_ptr(state_), from = std::weak_ptr(device), handler = std::move(handler)](

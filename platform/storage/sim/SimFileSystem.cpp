@@ -120,11 +120,15 @@ void SimFileSystem::tell(const std::string& problem, const std::error_code& erro
 }
 
 int SimFileSystem::openForEvents(const std::string& directory) {
-  return openForEventsFault_.strikes() ? -1 : files_.openForEvents(directory);
+  if (!openForEventsFault_.strikes()) return files_.openForEvents(directory);
+  errno = EACCES;
+  return -1;
 }
 
 int SimFileSystem::makeEventQueue() {
-  return makeEventQueueFault_.strikes() ? -1 : files_.makeEventQueue();
+  if (!makeEventQueueFault_.strikes()) return files_.makeEventQueue();
+  errno = EMFILE;
+  return -1;
 }
 
 bool SimFileSystem::watchDirectory(int queue, int directory) {
