@@ -2,6 +2,7 @@
 
 #include "apps/LoggerTable.h"
 #include "core/ZorvaMain.h"
+#include "core/ZorvaState.h"
 #include "platform/assemble/LinuxPlatform.h"
 #include "platform/system/ProcessSetUp.h"
 
@@ -12,5 +13,9 @@ int main(int argc, char* argv[]) {
     machine = zorva::makeLinuxPlatform();
     return machine ? &machine->platform() : nullptr;
   };
-  return zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::loggerTable());
+  const int status =
+      zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::loggerTable());
+  machine.reset();  // which writes what waits to be written
+  if (zorva::sZorvaContext.readerIsGone) zorva::endByBrokenPipe();
+  return status;
 }

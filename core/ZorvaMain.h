@@ -19,7 +19,7 @@ struct ZorvaHost {
 /// The program: parses `zorva [-Bdhpq]`, makes the loggers of the table, logs until the exit
 /// notification "com.vennor.zorva.exit" arrives (with -q and without -d: just the first snapshot)
 /// and takes everything down again. Without -d, a standard output that no process reads any more
-/// ends the process by SIGPIPE.
+/// ends the run, too: sZorvaContext.readerIsGone says so.
 ///
 /// Returns the exit status: 0, but for services that cannot be had, a daemon whose log directory
 /// cannot be watched, and a run loop that fails.

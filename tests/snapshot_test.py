@@ -77,11 +77,14 @@ class SnapshotTest(unittest.TestCase):
 
     def test_a_reader_that_goes_away_ends_it_as_any_filter(self):
         for options in ([], ['-q']):
+            whole = run(program('zorva'), '-q').stderr
             child = subprocess.Popen([program('zorva'), *options], stdout=subprocess.PIPE,
-                                     stderr=subprocess.DEVNULL)
+                                     stderr=subprocess.PIPE, text=True)
             child.stdout.readline()
             child.stdout.close()
+            complained = child.stderr.read()
             self.assertIn(child.wait(timeout=20), (0, -signal.SIGPIPE) if options else (-signal.SIGPIPE,))
+            self.assertEqual(bool(complained), bool(whole), 'what waits for standard error')
 
     def test_a_run_loop_that_fails_ends_it_with_a_failure(self):
         ended = run('strace', '-f', '-qq', '-e', 'trace=epoll_wait,epoll_pwait2',

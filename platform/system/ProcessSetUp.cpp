@@ -16,4 +16,9 @@ void prepareProcess() {
   }
 }
 
+void endByBrokenPipe() {
+  std::signal(SIGPIPE, SIG_DFL);
+  std::raise(SIGPIPE);
+}
+
 }  // namespace zorva

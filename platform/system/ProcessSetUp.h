@@ -7,4 +7,7 @@ namespace zorva {
 /// open, on /dev/null where whoever started us left them closed.
 void prepareProcess();
 
+/// Ends the process as any filter ends whose reader went away: by SIGPIPE.
+void endByBrokenPipe();
+
 }  // namespace zorva

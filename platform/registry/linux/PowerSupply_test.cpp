@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
+#include "platform/assemble/SimHandset.h"
+
 namespace zorva {
 namespace {
 
@@ -95,6 +97,7 @@ double level(const SysfsAttributes& supply) {
 }
 
 TEST(PowerSupply, NoWholePercentIsLost) {
+  SimHandset handset;
   int lost = 0;
   for (int full = 1; full <= 12000; full += 7) {
     for (int percent = 1; percent <= 100; ++percent) {
@@ -107,7 +110,10 @@ TEST(PowerSupply, NoWholePercentIsLost) {
         if (name == "energy_now") return std::to_string(full * 10 * percent);
         return name == "voltage_now" ? std::optional("3850000") : std::nullopt;
       };
-      for (const double shown : {level(supply), level(measured)}) {
+      handset.battery().setMaxCapacity(full);
+      handset.battery().setLevel(percent);
+      const Value simulated = handset.battery().entry().properties()["CurrentCapacity"];
+      for (const double shown : {level(supply), level(measured), simulated.real() * 100.0 / full}) {
         if (shown < percent || shown > percent + 1e-6) ++lost;
       }
     }
