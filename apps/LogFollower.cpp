@@ -48,11 +48,11 @@ bool LogFollower::wait() {
   if (!quiet_(false)) return false;
   pollfd events{queue_.get(), POLLIN, 0};
   int ready = 0;
-  for (bool told = false; ready <= 0;) {
-    ready = ::poll(&events, 1, told ? -1 : kAWhile);
+  for (bool reported = false; ready <= 0;) {
+    ready = ::poll(&events, 1, reported ? -1 : kAWhile);
     if (ready < 0 && errno != EINTR) return false;
     if (ready == 0) {
-      told = true;
+      reported = true;
       if (!quiet_(true)) return false;
     }
   }

@@ -15,15 +15,15 @@ Progress::Progress(std::string program, const std::vector<LogInput>& inputs)
 }
 
 Progress::~Progress() {
-  if (told_) std::fputs("\r\033[K", stderr);
+  if (reported_) std::fputs("\r\033[K", stderr);
 }
 
-void Progress::tell(std::uint64_t bytes) {
+void Progress::show(std::uint64_t bytes) {
   next_ = shown_ ? bytes + (1 << 20) : UINT64_MAX;
   const auto now = std::chrono::steady_clock::now();
   if (!shown_ || now - last_ < std::chrono::seconds(1)) return;
   last_ = now;
-  told_ = true;
+  reported_ = true;
   std::fprintf(stderr, "\r%s: %.0f %% of %.0f MB", program_.c_str(),
                100.0 * static_cast<double>(bytes) / static_cast<double>(total_),
                static_cast<double>(total_) / 1e6);

@@ -18,15 +18,15 @@ class Progress {
 
   /// So many bytes have been read.
   void at(std::uint64_t bytes) {
-    if (bytes >= next_) tell(bytes);
+    if (bytes >= next_) show(bytes);
   }
 
  private:
-  void tell(std::uint64_t bytes);
+  void show(std::uint64_t bytes);
 
   std::string program_;
   bool shown_;
-  bool told_ = false;
+  bool reported_ = false;
   std::uint64_t total_ = 0;
   std::uint64_t next_ = 0;
   std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();

@@ -37,7 +37,7 @@ constexpr const char* kHelp =
 
 constexpr int kFailed = 1;
 constexpr int kBadUsage = 2;
-constexpr std::size_t kMostDamagedShown = 10;
+constexpr std::size_t kMaxDamagedShown = 10;
 
 struct Request {
   bool help = false;
@@ -75,7 +75,7 @@ int complain(const std::string& problem, int status) {
   return status;
 }
 
-void tellDamaged(const LogCounts& counts, const std::vector<std::string>& places) {
+void reportDamaged(const LogCounts& counts, const std::vector<std::string>& places) {
   if (counts.damaged == 0) return;
   std::string text = std::to_string(counts.damaged) + " damaged or foreign of " +
                      std::to_string(counts.lines) + " lines replaced:";
@@ -95,7 +95,7 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
       const std::string problem = readLog(
           reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
             redaction.append(record, output.pending());
-            if (record.piece == LogPiece::kDamaged && damaged.size() < kMostDamagedShown) {
+            if (record.piece == LogPiece::kDamaged && damaged.size() < kMaxDamagedShown) {
               damaged.push_back(file + ":" + std::to_string(record.line));
             }
             return written = output.flushIfMuch();
@@ -105,7 +105,7 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
     }
   }
   if (!output.finish()) return complain(output.problem(), kFailed);
-  tellDamaged(reader.counts(), damaged);
+  reportDamaged(reader.counts(), damaged);
   return 0;
 }
 

@@ -84,7 +84,7 @@ int finish(OutputFile& output) {
   return output.finish() ? 0 : complain(output.problem(), kFailed);
 }
 
-int tellSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
+int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReader reader;
   LogSummarizer summarizer(request.window);
   LogReading reading;
@@ -138,7 +138,7 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   return finish(*output);
 }
 
-int tellComparison(const ReportRequest& request, std::vector<LogInput>& inputs) {
+int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs) {
   std::vector<ComparedLog> compared;
   {
     Progress progress("zorva-report", inputs);
@@ -161,7 +161,7 @@ int tellComparison(const ReportRequest& request, std::vector<LogInput>& inputs) 
   return finish(output);
 }
 
-int tellJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
+int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReader reader;
   LogJson json;
   WindowFilter filter(request.window);
@@ -252,8 +252,8 @@ int run(const std::vector<std::string>& arguments) {
   }
   if (request.follow) return follow(request, inputs);
   if (request.output) return writePage(request, inputs);
-  if (request.compare) return tellComparison(request, inputs);
-  return request.json ? tellJson(request, inputs) : tellSummary(request, inputs);
+  if (request.compare) return printComparison(request, inputs);
+  return request.json ? printJson(request, inputs) : printSummary(request, inputs);
 }
 
 }  // namespace

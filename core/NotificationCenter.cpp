@@ -16,7 +16,7 @@ Registration NotificationCenter::observe(const std::string& name, Callback callb
 void NotificationCenter::post(std::string_view name, const void* sender,
                               const UserInformation& userInformation) {
   const auto observers = observers_.find(name);
-  if (observers != observers_.end()) observers->second.tell({name, sender, userInformation});
+  if (observers != observers_.end()) observers->second.notify({name, sender, userInformation});
 }
 
 }  // namespace zorva

@@ -74,7 +74,7 @@ std::string ZVLogger::formatTimeInSeconds(double seconds) {
 }
 
 bool ZVLogger::registerCallbackForOstrelNotification(Callback callback, const std::string& name) {
-  Registration subscription = services_.systemNotifications.subscribe(
+  Registration subscription = services_.systemNotifications.observe(
       name, [this, callback](std::string_view posted) { callback(*this, posted); });
   if (!subscription) return false;
   systemSubscriptions_.push_back(std::move(subscription));

@@ -56,7 +56,7 @@ TEST_F(ZVLoggerTest, SystemNotificationsAreHeardWhileRegisteredAndEnabled) {
     void log() override { logEntryWithBody("Test", " n=1;"); }
   };
   Counting logger(services());
-  handset.faults().fail("notifications.subscribe");
+  handset.faults().fail("notifications.observe");
   EXPECT_FALSE(logger.registerCallbackForOstrelNotification(ZVLoggerLogCallback, "outside"));
   EXPECT_TRUE(logger.registerCallbackForOstrelNotification(ZVLoggerLogCallback, "outside"));
   logger.setLogFile(&log.stream());

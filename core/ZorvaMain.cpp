@@ -112,7 +112,7 @@ Registration watchReader(RunLoop& loop) {
 
 // False when the run loop has failed.
 bool runUntilExit(const ZorvaHost& host, const Platform& platform) {
-  const Registration exitRegistration = platform.systemNotifications.subscribe(
+  const Registration exitRegistration = platform.systemNotifications.observe(
       kExitNotification, [](std::string_view) { ExitNotificationCallback(); });
   const bool runs = !sZorvaState.exitAfterInitialLogging || sZorvaState.runAsDaemon;
   bool ended = true;

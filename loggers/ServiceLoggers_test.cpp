@@ -141,12 +141,12 @@ TEST_F(ZVApplicationLoggerTest, ListsActiveOnesAndWritesEveryChange) {
                    "reason=<unknown>;"}));
 
   const std::string mail = "com.example.mail";
-  applications.tell({mail, 95, 2, Reasons{2}});
-  applications.tell({mail, std::nullopt, std::nullopt, Reasons{2, 3, 99}});
-  applications.tell({mail, -1, 77, Reasons{}});
+  applications.notify({mail, 95, 2, Reasons{2}});
+  applications.notify({mail, std::nullopt, std::nullopt, Reasons{2, 3, 99}});
+  applications.notify({mail, -1, 77, Reasons{}});
   handset.faults().fail("applications.processOf");
-  applications.tell({mail, std::nullopt, 1, std::nullopt});
-  applications.tell({});
+  applications.notify({mail, std::nullopt, 1, std::nullopt});
+  applications.notify({});
   EXPECT_EQ(log.takeEntries(),
             (Lines{"[Application] id=com.example.mail; pid=95; mode=background; reason=audio;",
                    "[Application] id=com.example.mail; pid=91; mode=foreground; "

@@ -7,7 +7,7 @@
 namespace zorva {
 namespace {
 
-constexpr std::int32_t kLeastInterval = 60;  // seconds between entries
+constexpr std::int32_t kMinInterval = 60;  // seconds between entries
 
 const char* onOrOff(bool on) {
   return on ? "on" : "off";
@@ -41,7 +41,7 @@ void ZVBluetoothLogger::log() {
   // Over the end of 32-bit time, too.
   const auto elapsed = static_cast<std::int32_t>(static_cast<std::uint32_t>(nowTime) -
                                                  static_cast<std::uint32_t>(lastLogTime_));
-  if (elapsed < kLeastInterval) return;
+  if (elapsed < kMinInterval) return;
 
   std::string body = " state=not present;";
   if (bluetoothPresent()) body = formatText(" state=%s;", onOrOff(modulePowered()));

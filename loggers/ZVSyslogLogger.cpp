@@ -78,7 +78,7 @@ void ZVSyslogLogger::enumerateResultsOfSLQQueryUsingBlock(const SystemLogQuery& 
     }
     lastMessageID_ = id;
     if (step) step(*message, id);
-    if (++count == kMostResults) {
+    if (++count == kMaxResults) {
       logEntryWithBody("Zorva", " Syslog query exceeded maximum number of results");
       return;
     }
@@ -88,7 +88,7 @@ void ZVSyslogLogger::enumerateResultsOfSLQQueryUsingBlock(const SystemLogQuery& 
 void ZVSyslogLogger::logMessage(const SystemLogMessage& message) {
   const auto shown = [&](const char* key) { return safeText(textOrNull(message.field(key))); };
   std::string body = formatText(" %s[%s]: ", shown("Sender").c_str(), shown("PID").c_str());
-  body += safeText(cutTo(kMostMessageBytes, textOrNull(message.field("Message"))));
+  body += safeText(cutTo(kMaxMessageBytes, textOrNull(message.field("Message"))));
   const std::int64_t time = facility_.parseTime(message.field("Time").value_or(""));
   logEntryWithBodyForDate("Syslog", body, Date(std::chrono::seconds(time)));
 }

@@ -19,8 +19,8 @@ namespace zorva {
 /// message as it was sent: what stands escaped in the log may take more room, and is never cut.
 class ZVSyslogLogger : public ZVLogger {
  public:
-  static constexpr int kMostResults = 257;  ///< handled by one query
-  static constexpr std::size_t kMostMessageBytes = 1024;
+  static constexpr int kMaxResults = 257;  ///< handled by one query
+  static constexpr std::size_t kMaxMessageBytes = 1024;
 
   /// Skips what is in the system log already, but for the last ten messages.
   static std::unique_ptr<ZVSyslogLogger> logger(const Services& services,

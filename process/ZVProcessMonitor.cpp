@@ -43,8 +43,8 @@ std::string ZVProcessMonitor::sampleBody(SystemStatistics& statistics, AccountDa
   libtally_gather({.details = TaskDetail::None, .memoryRegions = false, .systemFigures = false});
   libtally_sample(false, false);
   libtally_psort(busiestFirst, nullptr);
-  body.reserve(kMostProcesses * kFieldLength);
-  for (int written = 0; written < kMostProcesses; ++written) {
+  body.reserve(kMaxProcesses * kFieldLength);
+  for (int written = 0; written < kMaxProcesses; ++written) {
     const LibtallyProcess* const process = libtally_piterate();
     if (process == nullptr) break;
     body += formatText(" %s(%d)=%ld;", safeText(process->command).c_str(), process->pid,

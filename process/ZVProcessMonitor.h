@@ -25,7 +25,7 @@ class ZVProcessMonitor : public ZVLogger {
                                                   AccountDatabase& accounts);
 
   /// Most processes in one entry.
-  static constexpr int kMostProcesses = 999;
+  static constexpr int kMaxProcesses = 999;
 
   void log() override;
 

@@ -50,8 +50,8 @@ ZVRegistrationLogger::ZVRegistrationLogger(const Services& services,
   for (const char* name : {telephony::kCellChanged, telephony::kRegistrationStatusChanged,
                            telephony::kDataStatusChanged, telephony::kOperatorNameChanged}) {
     registerCallbackForTelephonyNotification(
-        [this](std::string_view told, const Dictionary& information) {
-          handleNotification(told, information);
+        [this](std::string_view reported, const Dictionary& information) {
+          handleNotification(reported, information);
         },
         name);
   }

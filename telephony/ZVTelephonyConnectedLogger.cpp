@@ -20,7 +20,7 @@ void ZVTelephonyConnectedLogger::deregisterForAllTelephonyNotifications() {
   telephonySubscriptions_.clear();
 }
 
-void ZVTelephonyConnectedLogger::tellMissingConnection(const Services& services) {
+void ZVTelephonyConnectedLogger::logMissingConnection(const Services& services) {
   // A logger that is not enabled: the line goes to the system log alone.
   ZVLogger(services).logError("ZVTelephonyConnectedLogger must be created with a valid connection");
 }

@@ -34,7 +34,7 @@ class ZVTelephonyConnectedLogger : public ZVLogger {
   static auto initWithConnection(const Services& services, const Connection& connection,
                                  const Make& make) -> decltype(make()) {
     if (!connection) {
-      tellMissingConnection(services);
+      logMissingConnection(services);
       return nullptr;
     }
     return make();
@@ -44,7 +44,7 @@ class ZVTelephonyConnectedLogger : public ZVLogger {
                              Connection connection);
 
  private:
-  static void tellMissingConnection(const Services& services);
+  static void logMissingConnection(const Services& services);
 
   TelephonyNotifications& telephonyNotifications_;
   Connection telephonyConnection_;

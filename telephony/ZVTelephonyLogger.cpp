@@ -39,8 +39,8 @@ ZVTelephonyLogger::ZVTelephonyLogger(const Services& services,
         telephony::kCallStatusChange, telephony::kCallControlFailure, telephony::kRadioTransmit,
         telephony::kSimStatusChange}) {
     registerCallbackForTelephonyNotification(
-        [this](std::string_view told, const Dictionary& information) {
-          handleNotification(told, information);
+        [this](std::string_view reported, const Dictionary& information) {
+          handleNotification(reported, information);
         },
         name);
   }

@@ -9,9 +9,9 @@ namespace zorva {
 namespace {
 
 // An IPv4 header with one word of options, which is the most that is decoded before the transport.
-constexpr std::size_t kLeastPacket = 48;
-constexpr std::size_t kLeastTCP = 32;
-constexpr std::size_t kLeastUDP = 16;
+constexpr std::size_t kMinPacket = 48;
+constexpr std::size_t kMinTCP = 32;
+constexpr std::size_t kMinUDP = 16;
 
 constexpr std::uint32_t kICMP = 1;
 constexpr std::uint32_t kTCP = 6;
@@ -176,8 +176,8 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
 
 // The packet, when it is long enough and all of it hexadecimal.
 std::optional<std::string> ZVPacketTracker::checkedPacket(std::string packet) {
-  if (packet.size() >= kLeastPacket && isHexadecimal(packet)) return packet;
-  if (isShorterThan(packet, kLeastPacket)) {
+  if (packet.size() >= kMinPacket && isHexadecimal(packet)) return packet;
+  if (isShorterThan(packet, kMinPacket)) {
     systemLog_.write("[PacketDecoder] Packet too short");
     return std::nullopt;
   }
@@ -199,7 +199,7 @@ std::optional<std::string> ZVPacketTracker::checkedPacket(std::string packet) {
 }
 
 std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
-  if (text.size() < kLeastUDP) {
+  if (text.size() < kMinUDP) {
     systemLog_.write("[PacketDecoder] UDP Packet too short");
     return 0;
   }
@@ -216,7 +216,7 @@ std::uint16_t ZVPacketTracker::udpParse(std::string_view text) {
 }
 
 std::uint16_t ZVPacketTracker::tcpParse(std::string_view text) {
-  if (text.size() < kLeastTCP) {
+  if (text.size() < kMinTCP) {
     systemLog_.write("[PacketDecoder] TCP Packet too short");
     return 0;
   }

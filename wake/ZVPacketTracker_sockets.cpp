@@ -15,8 +15,8 @@ constexpr std::int64_t kStep = 128;  // bytes by which Pids grows
 constexpr int kIdSize = sizeof(std::int32_t);
 constexpr int kDescriptorSize = sizeof(proc_fdinfo);
 // The longest name and path that are asked for, in bytes.
-constexpr std::size_t kLongestName = 64;
-constexpr std::size_t kLongestPath = 1024;
+constexpr std::size_t kMaxNameLength = 64;
+constexpr std::size_t kMaxPathLength = 1024;
 
 // A capacity is a signed 32-bit number.
 bool fits(std::int64_t bytes) {
@@ -71,8 +71,8 @@ bool ZVPacketTracker::addProcess(std::int32_t process) {
                    process, long{kProcTaskAllInfoSize}, answer.bytes));
     return false;
   }
-  std::array<char, kLongestName> name;
-  std::array<char, kLongestPath> path;
+  std::array<char, kMaxNameLength> name;
+  std::array<char, kMaxPathLength> path;
   std::string owner;
   owner += formatText(" process=%s;", textOf(name, processes_.proc_name(process, name)).c_str());
   owner += formatText(" path=%s;", textOf(path, processes_.proc_pidpath(process, path)).c_str());

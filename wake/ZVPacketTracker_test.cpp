@@ -150,7 +150,7 @@ TEST_F(PacketTrackerTest, RefusesWakeTexts) {
 }
 
 TEST_F(PacketTrackerTest, ReadsFields) {
-  constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
+  constexpr std::uint32_t kMaximum = std::numeric_limits<std::uint32_t>::max();
   const std::string tooLong = "(offset + length) greater than string length";
   const struct {
     std::string text;
@@ -158,11 +158,11 @@ TEST_F(PacketTrackerTest, ReadsFields) {
     std::string refusal;
   } cases[] = {
       {"z0fFaB012", 1, 4, 0x0FFAB012, 9, ""},
-      {"7fg2", 2, 1, kMost, 2, "scanner failed parsing: g2"},
-      {" 7\n8", 2, 1, kMost, 2, "scanner failed parsing: \\x0a8"},
-      {"4500", 0, 0x80000000, kMost, 0, tooLong},
-      {"4500", kMost - 1, 1, kMost, kMost - 1, tooLong},
-      {"", 0, 0, kMost, 0, "length zero"},
+      {"7fg2", 2, 1, kMaximum, 2, "scanner failed parsing: g2"},
+      {" 7\n8", 2, 1, kMaximum, 2, "scanner failed parsing: \\x0a8"},
+      {"4500", 0, 0x80000000, kMaximum, 0, tooLong},
+      {"4500", kMaximum - 1, 1, kMaximum, kMaximum - 1, tooLong},
+      {"", 0, 0, kMaximum, 0, "length zero"},
   };
   for (auto [text, cursor, length, field, after, refusal] : cases) {
     EXPECT_EQ(tracker.hexStrtolOffsetLength(text, &cursor, length), field);

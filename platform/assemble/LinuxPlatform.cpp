@@ -91,7 +91,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
                                  [this](std::function<void()> proceed) {
                                    wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
                                  },
-                                 [this] { wakeTexts_.told(); }}};
+                                 [this] { wakeTexts_.reset(); }}};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_{

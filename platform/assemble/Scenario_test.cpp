@@ -135,7 +135,7 @@ steps:
     return std::filesystem::exists(handset.files().hostPath("/Library/Logs/" + file));
   };
   SimClock::Duration ended{};
-  const Registration end = handset.notifications().subscribe(
+  const Registration end = handset.notifications().observe(
       SimSystemNotifications::kExit, [&](std::string_view) { ended = handset.clock().elapsed(); });
   scenario.begin(handset);
   std::ofstream(handset.files().hostPath("/Library/Logs/Faultbox/Zorva_1.zorva")) << "a log";

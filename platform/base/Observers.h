@@ -32,7 +32,7 @@ class Observers {
     });
   }
 
-  void tell(News... news) {
+  void notify(News... news) {
     const auto list = list_;  // a callback may destroy this object
     const std::uint64_t last = list->lastNumber;
     ++list->deliveries;

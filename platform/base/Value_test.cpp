@@ -10,8 +10,8 @@ namespace zorva {
 namespace {
 
 TEST(Value, ConversionsNeverFail) {
-  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
-  constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
+  constexpr auto kMaximum = std::numeric_limits<std::int64_t>::max();
+  constexpr auto kMinimum = std::numeric_limits<std::int64_t>::min();
   const struct {
     Value value;
     bool boolean;
@@ -22,13 +22,13 @@ TEST(Value, ConversionsNeverFail) {
       {true, true, 1, 1.0},
       {-3, true, -3, -3.0},
       {0.5, true, 0, 0.5},
-      {1e300, true, kMost, 1e300},
-      {-1e300, true, kLeast, -1e300},
+      {1e300, true, kMaximum, 1e300},
+      {-1e300, true, kMinimum, -1e300},
       {std::nan(""), true, 0, std::nan("")},
       {"60.0", true, 60, 60.0},
       {" +7 apples", true, 7, 7.0},
-      {"99999999999999999999", true, kMost, 1e20},
-      {"-99999999999999999999", true, kLeast, -1e20},
+      {"99999999999999999999", true, kMaximum, 1e20},
+      {"-99999999999999999999", true, kMinimum, -1e20},
       {"Yes", true, 0, 0.0},
       {"", false, 0, 0.0},
       {"-", false, 0, 0.0},

@@ -20,7 +20,7 @@ class SystemNotifications {
 
   /// Calls back on the run loop, at once, for every post of the name. An empty registration says
   /// that the name cannot be listened to.
-  virtual Registration subscribe(const std::string& name, Callback callback) = 0;
+  virtual Registration observe(const std::string& name, Callback callback) = 0;
 
   /// The state last set for the name (0 while nobody has set one), or nothing when it cannot be
   /// read.

@@ -184,7 +184,7 @@ ScenarioNode::Duration ScenarioNode::duration() const {
   if (!seconds || *seconds < 0) {
     refuse("write a duration here, such as 00:10:00, 1h30m, 90s or a number of seconds");
   }
-  if (*seconds > std::chrono::duration<double>(kLongest).count()) {
+  if (*seconds > std::chrono::duration<double>(kMaxLength).count()) {
     refuse("this is too long; ten years are the most");
   }
   return std::chrono::round<Duration>(std::chrono::duration<double>(*seconds));

@@ -41,7 +41,7 @@ class ScenarioNode {
   using Duration = std::chrono::microseconds;
 
   /// The longest duration that a scenario may name: ten years.
-  static constexpr Duration kLongest = std::chrono::hours(24 * 3652);
+  static constexpr Duration kMaxLength = std::chrono::hours(24 * 3652);
 
   /// Reads YAML: one document, at most 1 MiB and 32 levels deep, without aliases.
   static ScenarioNode parse(std::string_view yaml, const std::shared_ptr<ScenarioText>& text);

@@ -69,10 +69,10 @@ Value integerOf(std::string text) {
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, magnitude, hexadecimal ? 16 : 10);
   if (stop != end || error == std::errc::invalid_argument) return {};
-  constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-  const bool tooLarge = error == std::errc::result_out_of_range || magnitude > kMost;
+  constexpr auto kMaximum = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  const bool tooLarge = error == std::errc::result_out_of_range || magnitude > kMaximum;
   if (tooLarge && negative) return std::numeric_limits<std::int64_t>::min();
-  const auto held = static_cast<std::int64_t>(tooLarge ? kMost : magnitude);
+  const auto held = static_cast<std::int64_t>(tooLarge ? kMaximum : magnitude);
   return negative ? -held : held;
 }
 

@@ -16,8 +16,8 @@ namespace zorva {
 namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{1} << 20;
-constexpr int kMostKeptAside = 100;
-constexpr int kMostTemporaries = 100;
+constexpr int kMaxKeptAside = 100;
+constexpr int kMaxTemporaries = 100;
 
 struct Loaded {
   enum class State { Good, Missing, Damaged, Unreadable } state;
@@ -104,7 +104,7 @@ class Replacement {
       : entry_(entry) {
     removeStaleTemporaries(entry);
     Descriptor file;
-    for (int number = 0; number < kMostTemporaries && !file; ++number) {
+    for (int number = 0; number < kMaxTemporaries && !file; ++number) {
       name_ = temporaryStem(entry.name) + formatText("%d-%d", ::getpid(), number);
       file = Descriptor(::openat(entry.directory.get(), name_.c_str(),
                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
@@ -203,7 +203,7 @@ bool PropertyListPreferences::write(const Scope& scope, const std::string& path,
 
 bool PropertyListPreferences::keepAside(const DirectoryEntry& entry, const std::string& path) {
   const int directory = entry.directory.get();
-  for (int number = 1; number <= kMostKeptAside; ++number) {
+  for (int number = 1; number <= kMaxKeptAside; ++number) {
     const std::string suffix = formatText(".damaged-%d", number);
     if (::renameat2(directory, entry.name.c_str(), directory, (entry.name + suffix).c_str(),
                     RENAME_NOREPLACE) == 0) {

@@ -10,7 +10,7 @@
 namespace zorva {
 namespace {
 
-constexpr int kMostLinks = 40;  // as many as the kernel follows on one path
+constexpr int kMaxLinks = 40;  // as many as the kernel follows on one path
 
 // Where the link points, when it is one that may be followed. Opened first and asked afterwards, so
 // that owner and target belong to the same link.
@@ -81,7 +81,7 @@ std::optional<DirectoryEntry> openDirectoryOf(const std::string& path, const New
       if (errno != ENOTDIR && errno != ELOOP) return std::nullopt;
     }
     if (const auto target = trustedLink(directory.get(), name)) {
-      if (++links > kMostLinks) break;
+      if (++links > kMaxLinks) break;
       if (target->starts_with('/')) directory = startOf(*target);
       prepend(*target, components);
       continue;

@@ -20,8 +20,8 @@ constexpr LogTime kWakingUp = 10;
 // Entries of one moment: clocks are read more than once.
 constexpr LogTime kSameMoment = 2;
 // A daemon that runs writes at least every half hour that the device is awake.
-constexpr LogTime kLongestSilence = 31 * LogTime{60};
-constexpr std::size_t kMostProcesses = 999;
+constexpr LogTime kMaxSilence = 31 * LogTime{60};
+constexpr std::size_t kMaxProcesses = 999;
 
 }  // namespace
 
@@ -49,7 +49,7 @@ class LogHistory::Tracker {
     const Handler handler = handlerOf(record);
     if (wake_ && handler != &Tracker::decoded && handler != &Tracker::tracked &&
         handler != &Tracker::complaint) {
-      tellWake();
+      deliverWake();
     }
     if (asleep() && handler != &Tracker::wakeUp && handler != &Tracker::sleepStep) seenAsleep(now);
     last_ = now;
@@ -57,14 +57,14 @@ class LogHistory::Tracker {
     if (handler != nullptr) {
       (this->*handler)(now);
     } else if (record.format != nullptr) {
-      tellLanes(now);
+      writeLanes(now);
     }
   }
 
-  void settle() { tellWake(); }
+  void settle() { deliverWake(); }
 
   void finish() {
-    tellWake();
+    deliverWake();
     if (last_) spans_.loseAll(*last_);
     last_.reset();
   }
@@ -101,7 +101,7 @@ class LogHistory::Tracker {
     return record.format == nullptr ? nullptr : handlers_[indexOf(record)];
   }
 
-  void tellLanes(const LogMark& now) {
+  void writeLanes(const LogMark& now) {
     const LaneHandler handler = lanes_[indexOf(*record_)];
     if (handler == nullptr) return;
     split();
@@ -115,7 +115,7 @@ class LogHistory::Tracker {
     } else if (std::exchange(restarted_, false)) {
       restart(now);
     } else if (now.time < last_->time) {
-      tellWake();
+      deliverWake();
       stray_.reset();
       const LogMark last = *last_;
       spans_.continueAt(last, now);
@@ -130,11 +130,11 @@ class LogHistory::Tracker {
   }
 
   void restart(const LogMark& now) {
-    tellWake();
+    deliverWake();
     const LogTime silence = now.time - last_->time;
     const auto since = spans_.asleepSince();
     const bool slept = since && now.time > *since + kFallingAsleep;
-    if (silence >= 0 && silence <= kLongestSilence && !slept) {
+    if (silence >= 0 && silence <= kMaxSilence && !slept) {
       spans_.beginSnapshot(*last_, now.time);
       return;
     }
@@ -226,15 +226,15 @@ class LogHistory::Tracker {
   }
 
   bool belongsToWake(const LogMark& now) {
-    if (wake_ && now.time > wake_->time() + kSameMoment) tellWake();
+    if (wake_ && now.time > wake_->time() + kSameMoment) deliverWake();
     if (!wake_) return false;
     split();
     return true;
   }
 
-  void tellWake() {
+  void deliverWake() {
     if (!wake_) return;
-    wake_->tell(sink_);
+    wake_->reportTo(sink_);
     wake_.reset();
   }
 
@@ -277,15 +277,15 @@ class LogHistory::Tracker {
     modemSampled_ = now.time;
   }
 
-  void moment(const LogMark& now) { tellMoment(now, false); }
+  void moment(const LogMark& now) { reportMoment(now, false); }
 
-  void tellMoment(const LogMark& now, bool isError) {
+  void reportMoment(const LogMark& now, bool isError) {
     sink_.moment({now.time, record_->category, trimmed(record_->body), isError, now.position});
   }
 
   // A push message of unknown shape is no error.
   void complaint(const LogMark& now) {
-    tellMoment(now, !record_->body.starts_with('{') && !record_->body.starts_with('('));
+    reportMoment(now, !record_->body.starts_with('{') && !record_->body.starts_with('('));
   }
 
   // Each snapshot has it.
@@ -310,7 +310,7 @@ class LogHistory::Tracker {
   bool restarted_ = false;
   std::optional<WakeEntries> wake_;
   std::optional<LogMark> stray_;  // the first entry that came while asleep
-  CounterList processes_{"", kMostProcesses};
+  CounterList processes_{"", kMaxProcesses};
   CounterList modem_{" ms"};
   std::optional<LogTime> sampled_;
   std::optional<LogTime> modemSampled_;

@@ -13,7 +13,7 @@ using Lines = std::vector<std::string>;
 constexpr LogTime kMidnight = 1794787200;  // 11/16/26
 
 // Of lines "HH:mm:ss [Category] ..." on 11/16/26, and others as they stand.
-HistoryText told(std::string_view log) {
+HistoryText reported(std::string_view log) {
   std::string dated;
   for (std::size_t at = 0; at < log.size();) {
     const std::size_t end = log.find('\n', at) + 1;
@@ -32,27 +32,27 @@ HistoryText told(std::string_view log) {
 }
 
 TEST(LogHistory, ASleepEndsWithItsWakeAndNotWithWhatIsWrittenOnTheWay) {
-  EXPECT_EQ(told("00:01:00 [Sleep] event=can_sleep;\n"
-                 "00:01:00 [Sleep] event=will_sleep;\n"
-                 "00:01:01 [Thermal] level=0;\n"
-                 "00:29:58 [Syslog] kernel[0]: a time of its own\n"
-                 "00:29:59 [Thermal] level=0;\n"
-                 "00:30:00 [Zorva] Could not get wake reason (errno: 2)\n"
-                 "00:30:00 [Wake] reason=radios; info=x;\n"
-                 "00:30:00 [PacketDecoder] version=IPv4; protocol=ICMP; source=192.0.2.1;\n"
-                 "00:30:01 [PacketTracker] error=Unable to find process with local port 5;\n"
-                 "00:30:30 [PacketTracker] process=late; pid=9;\n")
+  EXPECT_EQ(reported("00:01:00 [Sleep] event=can_sleep;\n"
+                     "00:01:00 [Sleep] event=will_sleep;\n"
+                     "00:01:01 [Thermal] level=0;\n"
+                     "00:29:58 [Syslog] kernel[0]: a time of its own\n"
+                     "00:29:59 [Thermal] level=0;\n"
+                     "00:30:00 [Zorva] Could not get wake reason (errno: 2)\n"
+                     "00:30:00 [Wake] reason=radios; info=x;\n"
+                     "00:30:00 [PacketDecoder] version=IPv4; protocol=ICMP; source=192.0.2.1;\n"
+                     "00:30:01 [PacketTracker] error=Unable to find process with local port 5;\n"
+                     "00:30:30 [PacketTracker] process=late; pid=9;\n")
                 .lines,
             (Lines{"error 1800 Zorva Could not get wake reason (errno: 2)", "asleep 60-1800",
                    "wake 1800 slept 1740 radios [ICMP 192.0.2.1] [ 0]"}));
   // The wake was not seen: by then at the latest the device was awake.
-  EXPECT_EQ(told("00:01:00 [Sleep] event=will_sleep;\n"
-                 "00:30:00 [Thermal] level=0;\n"
-                 "00:50:00 [Thermal] level=0;\n"
-                 "00:55:00 [Wake] reason=rtc; info=<none>;\n"
-                 "01:00:00 [Sleep] event=will_sleep;\n"
-                 "02:00:00 [Sleep] event=will_sleep;\n"
-                 "02:30:00 [Sleep] event=will_not_sleep;\n")
+  EXPECT_EQ(reported("00:01:00 [Sleep] event=will_sleep;\n"
+                     "00:30:00 [Thermal] level=0;\n"
+                     "00:50:00 [Thermal] level=0;\n"
+                     "00:55:00 [Wake] reason=rtc; info=<none>;\n"
+                     "01:00:00 [Sleep] event=will_sleep;\n"
+                     "02:00:00 [Sleep] event=will_sleep;\n"
+                     "02:30:00 [Sleep] event=will_not_sleep;\n")
                 .lines,
             (Lines{"asleep 60-?1800", "wake 3300 slept -1 rtc [] [ 0]", "asleep 3600-?7200",
                    "asleep 7200-9000", "moment 9000 Sleep event=will_not_sleep;"}));
@@ -60,16 +60,17 @@ TEST(LogHistory, ASleepEndsWithItsWakeAndNotWithWhatIsWrittenOnTheWay) {
 
 TEST(LogHistory, AssertionsAreKnownByProcessNameAndBeginning) {
   EXPECT_EQ(
-      told("00:10:00 [Assertion] state=held; process=a; pid=1; name=Old; held_for=01:00:00;\n"
-           "00:20:00 [Assertion] state=held; process=b; pid=2; name=Play; held_for=00:05:00;\n"
-           "00:20:00 [Assertion] state=held; process=b; pid=2; name=Play; held_for=00:02:00;\n"
-           "00:25:00 [Assertion] state=created; process=<unknown>; pid=3; name=Twin; "
-           "held_for=00:00:00;\n"
-           "00:25:00 [Assertion] state=created; process=c; pid=3; name=Twin; held_for=00:00:00;\n"
-           "00:30:00 [Assertion] state=released; process=b; pid=2; name=Play; held_for=00:12:00;\n"
-           "00:31:00 [Assertion] state=released; process=c; pid=3; name=Twin; held_for=00:06:00;\n"
-           "00:40:00 [Assertion] state=released; process=d; pid=4; name=Missed; "
-           "held_for=00:01:00;\n")
+      reported(
+          "00:10:00 [Assertion] state=held; process=a; pid=1; name=Old; held_for=01:00:00;\n"
+          "00:20:00 [Assertion] state=held; process=b; pid=2; name=Play; held_for=00:05:00;\n"
+          "00:20:00 [Assertion] state=held; process=b; pid=2; name=Play; held_for=00:02:00;\n"
+          "00:25:00 [Assertion] state=created; process=<unknown>; pid=3; name=Twin; "
+          "held_for=00:00:00;\n"
+          "00:25:00 [Assertion] state=created; process=c; pid=3; name=Twin; held_for=00:00:00;\n"
+          "00:30:00 [Assertion] state=released; process=b; pid=2; name=Play; held_for=00:12:00;\n"
+          "00:31:00 [Assertion] state=released; process=c; pid=3; name=Twin; held_for=00:06:00;\n"
+          "00:40:00 [Assertion] state=released; process=d; pid=4; name=Missed; "
+          "held_for=00:01:00;\n")
           .lines,
       (Lines{"assertion 1080-1800 b Play", "assertion 1500-1860 c Twin",
              "assertion 2340-2400 d Missed", "assertion ?600-?2400 a Old",
@@ -84,23 +85,23 @@ TEST(LogHistory, ANewFileGoesOnWithWhatItsSnapshotConfirms) {
       "00:00:00 [ProcessMonitor] a(1)=10; b (x) (2)=5; c;d=e(3)=4;\n"
       "00:10:00 [Application] id=game; pid=7; mode=foreground; reason=<unknown>;\n"
       "00:20:00 [Battery] level=nan%; voltage=-1 mV; current=<unknown> mA; charging_state=Full;\n";
-  const HistoryText on = told(std::string(kBefore) +
-                              "Zorva Version: 5\n"
-                              "00:40:00 [Config] version=5;\n"
-                              "00:40:00 [ProcessMonitor] a(1)=12; c;d=e(3)=3; new(9)=2;\n"
-                              "00:40:01 [Display] brightness=0; min=0; max=9; active=no;\n"
-                              "00:40:02 [Battery] level=50.00%; charging_state=Full;\n"
-                              "01:00:00 [Thermal] level=0;\n");
+  const HistoryText on = reported(std::string(kBefore) +
+                                  "Zorva Version: 5\n"
+                                  "00:40:00 [Config] version=5;\n"
+                                  "00:40:00 [ProcessMonitor] a(1)=12; c;d=e(3)=3; new(9)=2;\n"
+                                  "00:40:01 [Display] brightness=0; min=0; max=9; active=no;\n"
+                                  "00:40:02 [Battery] level=50.00%; charging_state=Full;\n"
+                                  "01:00:00 [Thermal] level=0;\n");
   EXPECT_EQ(on.lines, (Lines{"display ?0-?1200 1/9", "wifi ?0-?1200 Home",
                              "application 600-?1200 game foreground", "bluetooth ?0-?3600",
                              "charging ?1200-?3600 Full"}));
   EXPECT_EQ(on.samples, (Lines{"cpu 0-2400 a/1:2 c;d=e/3:3 new/9:2", "level 2402 50"}));
 
   // After a silence in which the daemon cannot have run, nothing is known to have gone on.
-  const HistoryText off = told(std::string(kBefore) +
-                               "02:00:00 [Config] version=5;\n"
-                               "02:00:00 [ProcessMonitor] a(1)=12;\n"
-                               "02:00:00 [Battery] level=50.00%; charging_state=Full;\n");
+  const HistoryText off = reported(std::string(kBefore) +
+                                   "02:00:00 [Config] version=5;\n"
+                                   "02:00:00 [ProcessMonitor] a(1)=12;\n"
+                                   "02:00:00 [Battery] level=50.00%; charging_state=Full;\n");
   EXPECT_EQ(off.lines, (Lines{"display ?0-?1200 1/9", "wifi ?0-?1200 Home", "bluetooth ?0-?1200",
                               "application 600-?1200 game foreground", "charging ?1200-?1200 Full",
                               "interruption 1200 7200", "charging ?7200-?7200 Full"}));
@@ -108,7 +109,7 @@ TEST(LogHistory, ANewFileGoesOnWithWhatItsSnapshotConfirms) {
 }
 
 TEST(LogHistory, StatesGoOnInTheNewTimeWhereItIsSetBack) {
-  const HistoryText text = told(
+  const HistoryText text = reported(
       "02:00:00 [Network] TotalSinceLastCheck=9.0K/9.0K; TimeSinceLastCheck=0s; en0=1b/1b;\n"
       "02:00:00 [ProcessMonitor] a(1)=1;\n"
       "02:10:00 [Assertion] state=created; process=a; pid=1; name=A; held_for=00:00:00;\n"

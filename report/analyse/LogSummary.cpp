@@ -172,7 +172,7 @@ class LogSummarizer::Sink : public LogHistorySink {
         return;
       }
     }
-    if (summary_.errors.size() < LogSummary::kMostErrors) {
+    if (summary_.errors.size() < LogSummary::kMaxErrors) {
       summary_.errors.push_back({std::string(moment.text), 1, moment.time});
     }
   }
@@ -193,7 +193,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     previous_.reset();
     if (!window_.holds(before) && !window_.holds(after)) return;
     ++summary_.interruptionCount;
-    if (summary_.interruptions.size() < LogSummary::kMostInterruptions) {
+    if (summary_.interruptions.size() < LogSummary::kMaxInterruptions) {
       summary_.interruptions.push_back({before, after});
     }
   }
@@ -240,7 +240,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     summary_.asleepSeconds += end - begin;
     auto& longest = summary_.longestSleeps;
     longest.push_back({begin, end, span.endKnown && end == span.end, end != span.end, {}, {}, {}});
-    if (longest.size() <= LogSummary::kMostSleeps) return;
+    if (longest.size() <= LogSummary::kMaxSleeps) return;
     longest.erase(std::ranges::min_element(
         longest, {}, [](const LogSummary::Sleep& sleep) { return sleep.end - sleep.begin; }));
   }

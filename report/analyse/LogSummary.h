@@ -104,9 +104,9 @@ struct LogSummary {
   std::vector<Interruption> interruptions;  ///< the first, at most kMostInterruptions
   std::uint64_t interruptionCount = 0;
 
-  static constexpr std::size_t kMostSleeps = 12;
-  static constexpr std::size_t kMostErrors = 10;
-  static constexpr std::size_t kMostInterruptions = 5;
+  static constexpr std::size_t kMaxSleeps = 12;
+  static constexpr std::size_t kMaxErrors = 10;
+  static constexpr std::size_t kMaxInterruptions = 5;
 };
 
 /// Sums up a log piece by piece. Its memory grows with the number of different names, and with that

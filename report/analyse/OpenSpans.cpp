@@ -39,7 +39,7 @@ void OpenSpans::passTime(LogTime now) {
   if (!snapshotPending_ || inSnapshot(now)) return;
   snapshotPending_ = false;
   std::erase_if(open_, [&](const Open& open) {
-    if (!open.confirmed) tell(open, last_, false);
+    if (!open.confirmed) report(open, last_, false);
     return !open.confirmed;
   });
 }
@@ -69,7 +69,7 @@ void OpenSpans::open(Lane lane, const LogState& state, LogTime begin, bool known
                    std::string(state.what), begin, known, true, now.position, std::nullopt});
 }
 
-void OpenSpans::tell(const Open& open, const LogMark& end, bool known) {
+void OpenSpans::report(const Open& open, const LogMark& end, bool known) {
   if (open.lane == Lane::kAsleep) asleepSince_.reset();
   // Entries of one moment lead through states that never lasted.
   const bool event = open.lane == Lane::kAssertion || open.lane == Lane::kAsleep;
@@ -81,9 +81,9 @@ void OpenSpans::tell(const Open& open, const LogMark& end, bool known) {
 // Tells of it; that it is taken away is for the caller.
 void OpenSpans::close(Open& open, const LogMark& now) {
   if (open.confirmed) {
-    tell(open, now, true);
+    report(open, now, true);
   } else {
-    tell(open, last_, false);
+    report(open, last_, false);
   }
 }
 
@@ -141,7 +141,7 @@ void OpenSpans::assertionReleased(const LogState& state, LogTime since, const Lo
     // It was not seen before: its time is that of the entry all the same.
     const LogTime begin = std::clamp(since, start_, now.time);
     this->open(Lane::kAssertion, state, begin, since >= start_, now);
-    tell(open_.back(), now, true);
+    report(open_.back(), now, true);
     open_.pop_back();
     return;
   }
@@ -153,19 +153,19 @@ void OpenSpans::assertionReleased(const LogState& state, LogTime since, const Lo
 
 void OpenSpans::lose(Lane lane, const LogMark& at) {
   std::erase_if(open_, [&](const Open& open) {
-    if (open.lane == lane) tell(open, at, false);
+    if (open.lane == lane) report(open, at, false);
     return open.lane == lane;
   });
 }
 
 void OpenSpans::loseAll(const LogMark& at) {
-  for (const Open& open : open_) tell(open, open.confirmed ? at : last_, false);
+  for (const Open& open : open_) report(open, open.confirmed ? at : last_, false);
   open_.clear();
 }
 
 void OpenSpans::continueAt(const LogMark& last, const LogMark& now) {
   for (Open& open : open_) {
-    tell(open, open.confirmed ? last : last_, false);
+    report(open, open.confirmed ? last : last_, false);
     open.begin = now.time;
     open.beginKnown = false;
     open.first = now.position;

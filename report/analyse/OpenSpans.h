@@ -76,7 +76,7 @@ class OpenSpans {
   Open* find(Lane lane, std::string_view key);
   Open* findAssertion(std::string_view key, LogTime since);
   void open(Lane lane, const LogState& state, LogTime begin, bool known, const LogMark& now);
-  void tell(const Open& open, const LogMark& end, bool known);
+  void report(const Open& open, const LogMark& end, bool known);
   void close(Open& open, const LogMark& now);
 
   LogHistorySink& sink_;

@@ -43,7 +43,7 @@ void WakeEntries::addTracked(std::span<const LogField> fields) {
   ownerPid_ = integerOf(fields, "pid");
 }
 
-void WakeEntries::tell(LogHistorySink& sink) const {
+void WakeEntries::reportTo(LogHistorySink& sink) const {
   sink.wake({time_, asleepSince_, reason_, decoded_, owner_, ownerPid_, position_});
 }
 

@@ -24,7 +24,7 @@ class WakeEntries {
   LogTime time() const { return time_; }
   void addDecoded(std::span<const LogField> fields);
   void addTracked(std::span<const LogField> fields);
-  void tell(LogHistorySink& sink) const;
+  void reportTo(LogHistorySink& sink) const;
 
  private:
   LogTime time_;

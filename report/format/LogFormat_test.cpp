@@ -97,7 +97,7 @@ TEST(LogFormat, EveryFieldThatASourceWritesIsToldAndNoOther) {
   Keys written;
   for (const auto& [name, writer] : writers()) {
     SCOPED_TRACE(name);
-    Keys told;
+    Keys reported;
     std::vector<const EntryFormat*> formats;
     bool anyKey = false;
     for (const std::string& category : writer.categories) {
@@ -114,14 +114,14 @@ TEST(LogFormat, EveryFieldThatASourceWritesIsToldAndNoOther) {
           anyKey = true;
           continue;
         }
-        told.insert(key);
+        reported.insert(key);
         EXPECT_TRUE(writer.keys.contains(key)) << category << ": nobody writes " << key;
       }
     }
     for (const std::string& key : writer.keys) {
       // What a technology without a name would be called; all that are asked for have one.
       if (name == "ZVGeodyneLogger" && key == "unknown") continue;
-      EXPECT_TRUE(told.contains(key)) << "no table has the field " << key;
+      EXPECT_TRUE(reported.contains(key)) << "no table has the field " << key;
     }
     for (const auto& [key, words] : writer.words) {
       for (const std::string& word : words) {

@@ -78,7 +78,7 @@ void PageLines::add(std::string_view raw, LogPosition position, AxisTime at) {
   if (at != before_) text_ += std::to_string(at - before_);
   before_ = at;
   text_ += '\t';
-  const std::string_view shown = raw.substr(0, kLongest);
+  const std::string_view shown = raw.substr(0, kMaxLength);
   for (std::string_view rest = trimmed(shown).empty() ? std::string_view() : shown;
        !rest.empty();) {
     const std::string_view line = rest.substr(0, rest.find('\n'));

@@ -15,9 +15,9 @@ namespace zorva {
 /// element of its own that the page opens when somebody asks for it. Holds one chunk.
 class PageLines {
  public:
-  static constexpr std::size_t kPieces = 5000;      ///< of a chunk, at most
-  static constexpr std::size_t kBytes = 1 << 20;    ///< of a chunk before it is deflated, about
-  static constexpr std::size_t kLongest = 8 << 10;  ///< bytes of a piece; what is longer is cut
+  static constexpr std::size_t kPieces = 5000;        ///< of a chunk, at most
+  static constexpr std::size_t kBytes = 1 << 20;      ///< of a chunk before it is deflated, about
+  static constexpr std::size_t kMaxLength = 8 << 10;  ///< bytes of a piece; what is longer is cut
 
   /// Where the chunks begin, for the page to find the one that it needs.
   struct Chunk {

@@ -53,7 +53,7 @@ void appendTable(std::string& to, const PageTable& table) {
     appendPageText(to, nameOf(column.kind));
     to += '}';
   });
-  const std::size_t shown = std::min(table.rows.size(), PageWriter::kMostRows);
+  const std::size_t shown = std::min(table.rows.size(), PageWriter::kMaxRows);
   to += ",\"left\":" + std::to_string(table.rows.size() - shown) + ",\"rows\":";
   appendList(to, std::span(table.rows).first(shown), [&](const auto& row) {
     appendList(to, row, [&](const PageTable::Cell& cell) {

@@ -47,7 +47,7 @@ struct PageSummary {
 /// does not grow with the log.
 class PageWriter {
  public:
-  static constexpr std::size_t kMostRows = 500;
+  static constexpr std::size_t kMaxRows = 500;
 
   /// Appends the page to a text, which its owner may write out and empty between any two calls.
   explicit PageWriter(std::string& to, const LogWindow& window = {});

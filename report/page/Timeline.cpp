@@ -37,24 +37,24 @@ std::string_view Timeline::curveName(std::size_t curve) {
 
 std::uint32_t Timeline::number(std::string_view text) {
   // The log's own bytes, and in most logs most texts are known already.
-  return text.empty() ? 0 : texts_.numberOf(safeText(text.substr(0, 2 * TextTable::kLongest)));
+  return text.empty() ? 0 : texts_.numberOf(safeText(text.substr(0, 2 * TextTable::kMaxLength)));
 }
 
-void Timeline::span(const LogSpan& told) {
-  const LogTime begin = std::max(told.begin, window_.since);
-  const LogTime end = std::min(told.end, window_.until);
+void Timeline::span(const LogSpan& reported) {
+  const LogTime begin = std::max(reported.begin, window_.since);
+  const LogTime end = std::min(reported.end, window_.until);
   if (end < begin) return;
   TimelineSpan span;
   span.begin = clock_.at(begin);
   span.end = std::max(span.begin, clock_.at(end));
   span.held = end - begin;
-  span.first = told.first;
-  span.pid = told.pid;
-  span.who = number(told.who);
-  span.what = number(told.what);
-  span.beginKnown = told.beginKnown && begin == told.begin;
-  span.endKnown = told.endKnown && end == told.end;
-  lanes_[static_cast<std::size_t>(told.lane)].add(span);
+  span.first = reported.first;
+  span.pid = reported.pid;
+  span.who = number(reported.who);
+  span.what = number(reported.what);
+  span.beginKnown = reported.beginKnown && begin == reported.begin;
+  span.endKnown = reported.endKnown && end == reported.end;
+  lanes_[static_cast<std::size_t>(reported.lane)].add(span);
 }
 
 void Timeline::sample(Curve curve, LogTime time, double value, LogPosition) {

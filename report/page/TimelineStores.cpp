@@ -4,9 +4,9 @@ namespace zorva {
 
 void TimelineClock::addStretch(LogTime from, std::int64_t shift, std::int64_t jump) {
   current_.push_back({from + shift, shift, jump, from});
-  if (stretches_.size() < kMostStretches) stretches_.push_back(current_.back());
+  if (stretches_.size() < kMaxStretches) stretches_.push_back(current_.back());
   // A log that leaps on and on is odd enough for old spans to begin a little off.
-  if (current_.size() > kMostStretches) current_.erase(current_.begin() + 1);
+  if (current_.size() > kMaxStretches) current_.erase(current_.begin() + 1);
 }
 
 void TimelineClock::advance(LogTime time) {
@@ -14,7 +14,7 @@ void TimelineClock::advance(LogTime time) {
     addStretch(time, 0, 0);
     begin_ = end_ = last_ = time;
   }
-  if (time - last_ > kLongestSilence) {
+  if (time - last_ > kMaxSilence) {
     const std::int64_t leap = time - last_ - kShownSilence;
     addStretch(time, current_.back().shift - leap, leap);
   }
@@ -40,14 +40,14 @@ AxisTime TimelineClock::at(LogTime time) const {
 }
 
 std::uint32_t TextTable::numberOf(std::string_view text) {
-  if (text.size() > kLongest) {
+  if (text.size() > kMaxLength) {
     // Not in the middle of a character.
-    std::size_t end = kLongest - 3;
+    std::size_t end = kMaxLength - 3;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
     return numberOf(std::string(text.substr(0, end)) + "\u2026");
   }
   if (const auto found = numbers_.find(text); found != numbers_.end()) return found->second;
-  if (texts_.size() >= kMost) return add("(one of many more)");
+  if (texts_.size() >= kMaximum) return add("(one of many more)");
   return add(std::string(text));
 }
 
@@ -61,7 +61,7 @@ std::uint32_t TextTable::add(std::string text) {
 
 void SpanStore::add(const TimelineSpan& span) {
   spans_.push_back(span);
-  if (spans_.size() > kMost) compact();
+  if (spans_.size() > kMaximum) compact();
 }
 
 void SpanStore::sort() {
@@ -83,7 +83,7 @@ void SpanStore::compact() {
   const std::int64_t range = std::max<std::int64_t>(1, spans_.back().begin - spans_.front().begin);
   for (;;) {
     merge();
-    if (spans_.size() <= kMost / 2) return;
+    if (spans_.size() <= kMaximum / 2) return;
     gap_ *= 2;
     if (likeness_ == kAllTexts && gap_ > range / 256) {
       likeness_ = kHolder;
@@ -139,8 +139,8 @@ void SpanStore::merge() {
 
 void CurveStore::add(AxisTime at, double value) {
   add({at / width_, {at, value}, {at, value}});
-  if (buckets_.size() <= kMostBuckets) return;
-  while (buckets_.size() > kMostBuckets / 2) {
+  if (buckets_.size() <= kMaxBuckets) return;
+  while (buckets_.size() > kMaxBuckets / 2) {
     width_ *= 2;
     std::vector<Bucket> narrow;
     narrow.swap(buckets_);

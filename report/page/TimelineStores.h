@@ -32,7 +32,7 @@ class TimelineClock {
   };
 
   /// A longer silence is shown as one of kShownSilence seconds.
-  static constexpr std::int64_t kLongestSilence = 30 * std::int64_t{86400};
+  static constexpr std::int64_t kMaxSilence = 30 * std::int64_t{86400};
   static constexpr std::int64_t kShownSilence = 3600;
 
   /// The log goes on at this time. One that is earlier than before is taken for wentBack() to tell.
@@ -49,7 +49,7 @@ class TimelineClock {
   const std::vector<Stretch>& stretches() const { return stretches_; }
 
  private:
-  static constexpr std::size_t kMostStretches = 2000;
+  static constexpr std::size_t kMaxStretches = 2000;
   void addStretch(LogTime from, std::int64_t shift, std::int64_t jump);
 
   std::vector<Stretch> stretches_;
@@ -62,8 +62,8 @@ class TimelineClock {
 /// Gives texts numbers, the same one for the same text. 0 is the empty text.
 class TextTable {
  public:
-  static constexpr std::size_t kMost = 20000;
-  static constexpr std::size_t kLongest = 240;  ///< bytes; what is longer is cut
+  static constexpr std::size_t kMaximum = 20000;
+  static constexpr std::size_t kMaxLength = 240;  ///< bytes; what is longer is cut
 
   TextTable() { numberOf(""); }
 
@@ -97,7 +97,7 @@ struct TimelineSpan {
 /// The spans of one lane.
 class SpanStore {
  public:
-  static constexpr std::size_t kMost = 20000;
+  static constexpr std::size_t kMaximum = 20000;
 
   void add(const TimelineSpan& span);
 
@@ -124,7 +124,7 @@ class SpanStore {
 /// A sampled value. Beyond the limit, of each bucket of time the least and the greatest remain.
 class CurveStore {
  public:
-  static constexpr std::size_t kMostBuckets = 4000;
+  static constexpr std::size_t kMaxBuckets = 4000;
 
   struct Point {
     AxisTime at = 0;
@@ -154,7 +154,7 @@ class CurveStore {
 template <typename Amount>
 class IntervalStore {
  public:
-  static constexpr std::size_t kMost = 4000;  // even: nothing is left over
+  static constexpr std::size_t kMaximum = 4000;  // even: nothing is left over
 
   struct Interval {
     AxisTime begin = 0;
@@ -167,7 +167,7 @@ class IntervalStore {
     if (++pending_ < atOnce_) return;
     merge(intervals_.size() - pending_, pending_);
     pending_ = 0;
-    if (intervals_.size() < kMost) return;
+    if (intervals_.size() < kMaximum) return;
     for (std::size_t i = 0; i < intervals_.size() / 2; ++i) {
       intervals_[i] = intervals_[2 * i];
       add(intervals_[i], intervals_[2 * i + 1]);

@@ -43,8 +43,8 @@ TEST(TimelineStores, StayBoundedAndLoseNoExtreme) {
     curve.add(1700000000 + i * 3, value);
   }
   const auto points = curve.points();
-  EXPECT_LE(points.size(), 2 * CurveStore::kMostBuckets);
-  EXPECT_GT(points.size(), CurveStore::kMostBuckets / 2);
+  EXPECT_LE(points.size(), 2 * CurveStore::kMaxBuckets);
+  EXPECT_GT(points.size(), CurveStore::kMaxBuckets / 2);
   double kept = -1e9, lost = 1e9;
   for (std::size_t i = 0; i < points.size(); ++i) {
     kept = std::max(kept, points[i].value);
@@ -67,7 +67,7 @@ TEST(TimelineStores, StayBoundedAndLoseNoExtreme) {
   }
   EXPECT_EQ(all, 0);
   EXPECT_GT(busiest, 0);
-  EXPECT_LT(work.intervals().size(), IntervalStore<Work>::kMost);
+  EXPECT_LT(work.intervals().size(), IntervalStore<Work>::kMaximum);
 }
 
 // Whatever the spans are like: many of the same, or all different, short or long.
@@ -75,7 +75,7 @@ TEST(TimelineStores, MergedSpansTellOfHowManyAndHowLong) {
   for (const std::uint32_t kinds : {1U, 40U, 1000000U}) {
     std::mt19937 random(kinds);
     SpanStore lane;
-    std::map<std::uint32_t, std::pair<std::uint64_t, std::int64_t>> told, kept;
+    std::map<std::uint32_t, std::pair<std::uint64_t, std::int64_t>> reported, kept;
     for (std::uint32_t i = 0; i < 120000; ++i) {
       TimelineSpan span;
       span.begin = i * 5;
@@ -83,8 +83,8 @@ TEST(TimelineStores, MergedSpansTellOfHowManyAndHowLong) {
       span.held = span.end - span.begin;
       span.who = static_cast<std::uint32_t>(random() % kinds);
       const std::uint32_t of = kinds == 40 ? span.who : 0;
-      ++told[of].first;
-      told[of].second += span.held;
+      ++reported[of].first;
+      reported[of].second += span.held;
       lane.add(span);
     }
     std::size_t longOnes = 0;
@@ -95,8 +95,8 @@ TEST(TimelineStores, MergedSpansTellOfHowManyAndHowLong) {
       held += span.held;
       if (span.count == 1 && span.held == 40000) ++longOnes;
     }
-    EXPECT_EQ(kept, told) << kinds;
-    EXPECT_LE(spans.size(), SpanStore::kMost);
+    EXPECT_EQ(kept, reported) << kinds;
+    EXPECT_LE(spans.size(), SpanStore::kMaximum);
     EXPECT_EQ(spans.size() + lane.merged(), 120000U);
     EXPECT_EQ(longOnes, 120U) << "what is long is not hidden among short ones";
   }
@@ -105,16 +105,16 @@ TEST(TimelineStores, MergedSpansTellOfHowManyAndHowLong) {
 TEST(TextTable, IsBoundedAndCutsBetweenCharacters) {
   TextTable texts;
   const std::uint32_t first = texts.numberOf("first");
-  for (std::size_t i = 0; i < 2 * TextTable::kMost; ++i) texts.numberOf(std::to_string(i));
+  for (std::size_t i = 0; i < 2 * TextTable::kMaximum; ++i) texts.numberOf(std::to_string(i));
   EXPECT_EQ(texts.numberOf("first"), first);
   EXPECT_EQ(texts.numberOf("new"), texts.numberOf("newer"));
-  EXPECT_LE(texts.texts().size(), TextTable::kMost + 1);
+  EXPECT_LE(texts.texts().size(), TextTable::kMaximum + 1);
   TextTable cut;
   std::string umlauts = "x";
   for (int i = 0; i < 200; ++i) umlauts += "\u00e4";
   const std::string& shown = cut.texts()[cut.numberOf(umlauts)];
   EXPECT_TRUE(shown.ends_with("\u00e4\u2026")) << shown;
-  EXPECT_LE(shown.size(), TextTable::kLongest);
+  EXPECT_LE(shown.size(), TextTable::kMaxLength);
 }
 
 TEST(PageLines, BeginAChunkWhereThePositionsDo) {

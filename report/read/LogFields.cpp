@@ -183,8 +183,8 @@ std::optional<std::int64_t> LogField::seconds() const {
     const std::size_t colon = i + 1 < parts.size() ? rest.find(':') : rest.size();
     if (colon == rest.npos) return std::nullopt;
     const auto part = numberIn<std::int64_t>(rest.substr(0, colon));
-    constexpr std::int64_t kMost = std::int64_t{1} << 48;  // nothing overflows below
-    if (!part || *part > kMost || *part < -kMost) return std::nullopt;
+    constexpr std::int64_t kMaximum = std::int64_t{1} << 48;  // nothing overflows below
+    if (!part || *part > kMaximum || *part < -kMaximum) return std::nullopt;
     parts[i] = *part;
     rest.remove_prefix(std::min(colon + 1, rest.size()));
   }

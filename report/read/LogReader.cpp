@@ -11,7 +11,7 @@ namespace zorva {
 namespace {
 
 constexpr std::size_t kBuffer = 256 << 10;
-constexpr std::size_t kLongestCategory = 40;
+constexpr std::size_t kMaxCategoryLength = 40;
 constexpr std::size_t kDateLength = sizeof "11/16/26 22:05:00" - 1;
 constexpr std::string_view kVersionLine = "Zorva Version: ";
 constexpr std::string_view kDumpMargin = "    ";
@@ -72,8 +72,8 @@ bool LogReader::fill() {
       std::memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
       end_ -= start_;
       start_ = 0;
-    } else if (buffer_.size() < kLongestPiece) {
-      buffer_.resize(std::min(2 * buffer_.size(), kLongestPiece));
+    } else if (buffer_.size() < kMaxPieceLength) {
+      buffer_.resize(std::min(2 * buffer_.size(), kMaxPieceLength));
     } else {
       return false;
     }
@@ -142,7 +142,7 @@ void LogReader::readEntry(LogRecord& record, std::string_view line) {
   const std::optional<LogTime> time = clock_.read(line, dateLength);
   if (!time || line.substr(dateLength, 2) != " [") return;
   const std::string_view rest = line.substr(dateLength + 2);
-  const std::size_t categoryLength = rest.substr(0, kLongestCategory + 1).find(']');
+  const std::size_t categoryLength = rest.substr(0, kMaxCategoryLength + 1).find(']');
   if (categoryLength == rest.npos || !isCategory(rest.substr(0, categoryLength))) return;
   record.time = *time;
   record.date = line.substr(0, dateLength);

@@ -78,7 +78,7 @@ struct LogCounts {
 /// given as several damaged pieces.
 class LogReader {
  public:
-  static constexpr std::size_t kLongestPiece = 4 << 20;  ///< bytes
+  static constexpr std::size_t kMaxPieceLength = 4 << 20;  ///< bytes
 
   /// Fills up to so many bytes and returns their number: 0 at the end, -1 with errno when it fails.
   using Read = std::function<std::ptrdiff_t(char* to, std::size_t most)>;
@@ -123,7 +123,7 @@ class LogReader {
 };
 
 /// To read a text that is in memory and outlives the reading, at most so many bytes at a time.
-LogReader::Read readFrom(std::string_view text, std::size_t most = LogReader::kLongestPiece);
+LogReader::Read readFrom(std::string_view text, std::size_t most = LogReader::kMaxPieceLength);
 /// To read a stream that outlives the reading. What it could not read stays in its state.
 LogReader::Read readFrom(std::istream& stream);
 

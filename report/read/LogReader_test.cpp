@@ -26,47 +26,47 @@ constexpr EntryFormat kFormat[] = {{"Battery", EntryShape::kFields, "", "", "", 
 
 // Each piece in a word: its kind and number of lines, for entries the category, the fields, and how
 // far the time goes back. Checks that the pieces and the fields are the text to the byte.
-std::string told(std::string_view text, std::size_t most = LogReader::kLongestPiece) {
+std::string reported(std::string_view text, std::size_t most = LogReader::kMaxPieceLength) {
   LogReader reader(kFormat);
   reader.begin(readFrom(text, most));
-  std::string told;
+  std::string reported;
   std::string raw;
   LogRecord record;
   std::vector<LogField> fields;
   while (reader.next(record)) {
     raw += record.raw;
-    told += std::to_string(record.line);
-    if (record.lines != 1) told += "+" + std::to_string(record.lines);
+    reported += std::to_string(record.line);
+    if (record.lines != 1) reported += "+" + std::to_string(record.lines);
     switch (record.piece) {
       case LogPiece::kVersion:
-        told += " version\n";
+        reported += " version\n";
         continue;
       case LogPiece::kSeparator:
-        told += " --\n";
+        reported += " --\n";
         continue;
       case LogPiece::kDamaged:
-        told += " damaged\n";
+        reported += " damaged\n";
         continue;
       case LogPiece::kEntry:
         break;
     }
-    told += " " + std::string(record.category);
-    if (record.backwards != 0) told += " -" + std::to_string(record.backwards);
+    reported += " " + std::string(record.category);
+    if (record.backwards != 0) reported += " -" + std::to_string(record.backwards);
     splitFields(record, fields);
     std::string body;
     for (const LogField& field : fields) {
       body += field.raw;
-      told += field.format != nullptr ? " " : " ?";
-      told +=
+      reported += field.format != nullptr ? " " : " ?";
+      reported +=
           std::string(field.key) + "|" + std::string(field.value) + "|" + std::string(field.unit);
-      if (field.format != nullptr && !field.isWellFormed()) told += "|bad";
+      if (field.format != nullptr && !field.isWellFormed()) reported += "|bad";
     }
     EXPECT_EQ(body, record.body);
-    told += "\n";
+    reported += "\n";
   }
   EXPECT_EQ(raw, text);
   EXPECT_EQ(reader.counts().bytes, text.size());
-  return told;
+  return reported;
 }
 
 const char* const kLog =
@@ -118,8 +118,8 @@ const char* const kTold =
     "24 damaged\n";
 
 TEST(LogReaderTest, TellsEachPieceHoweverItIsRead) {
-  EXPECT_EQ(told(kLog), kTold);
-  EXPECT_EQ(told(kLog, 1), kTold);
+  EXPECT_EQ(reported(kLog), kTold);
+  EXPECT_EQ(reported(kLog, 1), kTold);
 }
 
 TEST(LogReaderTest, TellsThatReadingFailedAndGoesOnWithTheNextFile) {

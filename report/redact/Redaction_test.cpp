@@ -67,8 +67,9 @@ TEST(RedactionTest, WhatIsNotUnderstoodIsContent) {
     EXPECT_EQ(redacted(each.line), each.expected);
     EXPECT_EQ(redacted(each.line + "\n\n"), each.expected + "\n\n");
   }
-  EXPECT_EQ(redacted("Zorva Version: 5\n" + std::string(LogReader::kLongestPiece + 1, 'x') + "\nx"),
-            "Zorva Version: 5\ndamaged-1\ndamaged-2");
+  EXPECT_EQ(
+      redacted("Zorva Version: 5\n" + std::string(LogReader::kMaxPieceLength + 1, 'x') + "\nx"),
+      "Zorva Version: 5\ndamaged-1\ndamaged-2");
 }
 
 }  // namespace

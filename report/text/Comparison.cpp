@@ -14,9 +14,9 @@ using Kind = ComparedFigure::Kind;
 using Row = TextPage::Row;
 using Values = std::vector<std::optional<double>>;
 
-constexpr std::size_t kMostRows = 8;
-constexpr std::size_t kMostChanges = 8;
-constexpr double kLeastRatio = 1.25;  // of what is told to have changed
+constexpr std::size_t kMaxRows = 8;
+constexpr std::size_t kMaxChanges = 8;
+constexpr double kMinRatio = 1.25;  // of what is told to have changed
 
 struct KindTraits {
   const char* title;
@@ -120,7 +120,7 @@ std::string subject(const ComparedFigure& figureOf) {
   return "Bytes " + figureOf.name;
 }
 
-void tellChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
+void reportChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
   struct Change {
     double weight;
     const ComparedFigure* of;
@@ -132,11 +132,11 @@ void tellChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
     if (!before || !now) continue;
     const double weight = std::fabs(*now - *before) / traitsOf(figureOf.kind).notable;
     const double low = std::min(*now, *before);
-    if (weight < 1 || std::max(*now, *before) < low * kLeastRatio) continue;
+    if (weight < 1 || std::max(*now, *before) < low * kMinRatio) continue;
     changes.push_back({weight, &figureOf});
   }
   std::ranges::stable_sort(changes, std::greater(), &Change::weight);
-  if (changes.size() > kMostChanges) changes.resize(kMostChanges);
+  if (changes.size() > kMaxChanges) changes.resize(kMaxChanges);
   if (changes.empty()) {
     page.sentence("Nothing of note.");
     return;
@@ -146,8 +146,7 @@ void tellChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
     rows.push_back({subject(*of), text(of->kind, of->values.front()), "to",
                     text(of->kind, of->values.back()), changeText(*of)});
   }
-  page.table({{"", Align::kLeft, true}, {"", Align::kRight}, {""}, {""}, {"", Align::kRight}},
-             rows);
+  page.table({{"", Align::Left, true}, {"", Align::Right}, {""}, {""}, {"", Align::Right}}, rows);
 }
 
 }  // namespace
@@ -206,24 +205,23 @@ std::string comparisonText(const std::vector<ComparedLog>& logs, const TextStyle
                                                                   hoursOf(summary.covered))
                                       : "-")});
   }
-  page.table({{""}, {"", Align::kLeft, true}, {""}, {"", Align::kRight}, {"", Align::kRight}},
-             names);
+  page.table({{""}, {"", Align::Left, true}, {""}, {"", Align::Right}, {"", Align::Right}}, names);
   const std::vector<ComparedFigure> figures = compare(logs);
   page.heading("What changed from " + letter(0) + " to " + letter(logs.size() - 1) + ", per hour");
-  tellChanges(figures, page);
+  reportChanges(figures, page);
 
   for (auto at = figures.begin(); at != figures.end();) {
     const auto end = std::find_if(at, figures.end(), [&](const ComparedFigure& figureOf) {
       return figureOf.kind != at->kind;
     });
     page.heading(traitsOf(at->kind).title);
-    std::vector<TextPage::Column> columns{{"", Align::kLeft, true}};
+    std::vector<TextPage::Column> columns{{"", Align::Left, true}};
     std::vector<std::string> letters;
     for (std::size_t i = 0; i < logs.size(); ++i) letters.push_back(letter(i));
-    for (const std::string& name : letters) columns.push_back({name, Align::kRight});
-    columns.push_back({"change", Align::kRight});
+    for (const std::string& name : letters) columns.push_back({name, Align::Right});
+    columns.push_back({"change", Align::Right});
     std::vector<Row> rows;
-    for (auto figureOf = at; figureOf != end && rows.size() < kMostRows; ++figureOf) {
+    for (auto figureOf = at; figureOf != end && rows.size() < kMaxRows; ++figureOf) {
       Row& row = rows.emplace_back();
       row.push_back(figureOf->name);
       for (const auto& value : figureOf->values) row.push_back(text(figureOf->kind, value));

@@ -8,7 +8,7 @@
 namespace zorva {
 
 void LogNews::say(LogTime time, const std::string& text) {
-  tell_(shortTime(time) + "  " + safeText(text));
+  print_(shortTime(time) + "  " + safeText(text));
 }
 
 void LogNews::span(const LogSpan& span) {

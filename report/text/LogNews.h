@@ -17,7 +17,7 @@ class LogNews : public LogHistorySink {
   /// An assertion that was held for less than this is no news.
   static constexpr LogTime kShortestAssertion = 60;
 
-  explicit LogNews(Tell tell) : tell_(std::move(tell)) {}
+  explicit LogNews(Tell tell) : print_(std::move(tell)) {}
 
   void span(const LogSpan& span) override;
   void sample(Curve curve, LogTime time, double value, LogPosition position) override;
@@ -31,7 +31,7 @@ class LogNews : public LogHistorySink {
  private:
   void say(LogTime time, const std::string& text);
 
-  Tell tell_;
+  Tell print_;
   std::optional<double> level_;  // that was told last
   LogTime levelTime_ = 0;
 };

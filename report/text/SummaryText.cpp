@@ -13,8 +13,8 @@ using Charge = LogSummary::Charge;
 using Row = TextPage::Row;
 using Tally = LogSummary::Tally;
 
-constexpr std::size_t kMostRows = 10;
-constexpr std::size_t kLongestDamaged = 100;  // bytes of a damaged line that are shown
+constexpr std::size_t kMaxRows = 10;
+constexpr std::size_t kMaxDamagedLength = 100;  // bytes of a damaged line that are shown
 
 std::string percent(double value) {
   return figure(value) + " %";
@@ -31,7 +31,7 @@ std::string share(LogTime part, LogTime whole) {
 }
 
 std::string left(std::size_t count) {
-  return count > kMostRows ? "And " + grouped(count - kMostRows) + " more." : std::string();
+  return count > kMaxRows ? "And " + grouped(count - kMaxRows) + " more." : std::string();
 }
 
 // The level is not read at the ends of each state.
@@ -54,7 +54,7 @@ std::string gained(double value) {
 
 // Of how long it was, its share, and two names.
 const std::vector<TextPage::Column> kTimesAndNames = {
-    {"", Align::kRight}, {"", Align::kRight}, {"", Align::kLeft, true}, {"", Align::kLeft, true}};
+    {"", Align::Right}, {"", Align::Right}, {"", Align::Left, true}, {"", Align::Left, true}};
 
 class Writer {
  public:
@@ -110,7 +110,7 @@ class Writer {
       }
       rows.push_back({shortTime(sleep.begin), duration(sleep.end - sleep.begin), ended});
     }
-    page_.table({{"from"}, {"for", Align::kRight}, {"ended by", Align::kLeft, true}}, rows);
+    page_.table({{"from"}, {"for", Align::Right}, {"ended by", Align::Left, true}}, rows);
     if (summary_.sleeps > sleeps.size()) {
       page_.sentence("The longest; " + grouped(summary_.sleeps - sleeps.size()) + " others took " +
                      duration(summary_.asleepSeconds - shown) + ".");
@@ -132,13 +132,13 @@ class Writer {
   void tallies(std::string_view title, const std::vector<Tally>& tallies) {
     std::vector<Row> rows;
     for (const Tally& tally : tallies) {
-      if (rows.size() == kMostRows) break;
+      if (rows.size() == kMaxRows) break;
       rows.push_back(
           {grouped(tally.count),
            share(static_cast<LogTime>(tally.count), static_cast<LogTime>(summary_.wakes)),
            tally.name});
     }
-    page_.table({{"wakes", Align::kRight}, {"", Align::kRight}, {title, Align::kLeft, true}}, rows);
+    page_.table({{"wakes", Align::Right}, {"", Align::Right}, {title, Align::Left, true}}, rows);
     page_.sentence(left(tallies.size()));
   }
 
@@ -148,17 +148,17 @@ class Writer {
     page_.heading("Who kept it awake");
     std::vector<Row> rows;
     for (const Tally& holder : holders) {
-      if (rows.size() == kMostRows) break;
+      if (rows.size() == kMaxRows) break;
       rows.push_back({duration(holder.seconds), share(holder.seconds, summary_.covered),
                       grouped(holder.count), duration(holder.longest), holder.name,
                       holder.detail + (holder.goesOn ? " (still)" : "")});
     }
-    page_.table({{"held", Align::kRight},
-                 {"", Align::kRight},
-                 {"times", Align::kRight},
-                 {"longest", Align::kRight},
-                 {"process", Align::kLeft, true},
-                 {"assertion", Align::kLeft, true}},
+    page_.table({{"held", Align::Right},
+                 {"", Align::Right},
+                 {"times", Align::Right},
+                 {"longest", Align::Right},
+                 {"process", Align::Left, true},
+                 {"assertion", Align::Left, true}},
                 rows);
     page_.sentence(left(holders.size()));
   }
@@ -170,13 +170,12 @@ class Writer {
     std::int64_t all = 0;
     for (const auto& [name, seconds] : summary_.processes) all += seconds;
     for (const auto& [name, seconds] : summary_.processes) {
-      if (rows.size() == kMostRows) break;
+      if (rows.size() == kMaxRows) break;
       rows.push_back({duration(seconds), share(seconds, all), name});
     }
     page_.sentence(duration(all) + " in the " + duration(summary_.processSeconds) +
                    " between lists of processes.");
-    page_.table({{"used", Align::kRight}, {"", Align::kRight}, {"process", Align::kLeft, true}},
-                rows);
+    page_.table({{"used", Align::Right}, {"", Align::Right}, {"process", Align::Left, true}}, rows);
     page_.sentence(left(summary_.processes.size()));
   }
 
@@ -193,7 +192,7 @@ class Writer {
     for (const auto& [lane, name] : kStates) {
       std::size_t shown = 0;
       for (const Tally& tally : summary_.lane(lane)) {
-        if (shown++ == kMostRows / 2) break;
+        if (shown++ == kMaxRows / 2) break;
         rows.push_back({duration(tally.seconds), share(tally.seconds, summary_.covered),
                         lane == Lane::kApplication ? tally.name : name, tally.detail});
       }
@@ -228,7 +227,7 @@ class Writer {
     if (!modem.empty()) page_.sentence("The modem: " + modem + ".");
     std::vector<Row> rows;
     for (const Tally& tally : networks) {
-      if (rows.size() == kMostRows) break;
+      if (rows.size() == kMaxRows) break;
       rows.push_back({duration(tally.seconds), share(tally.seconds, summary_.covered), tally.name,
                       tally.detail});
     }
@@ -242,7 +241,7 @@ class Writer {
     for (const LogSummary::Error& error : summary_.errors) {
       rows.push_back({shortTime(error.first), grouped(error.count), error.text});
     }
-    page_.table({{"first"}, {"times", Align::kRight}, {"", Align::kLeft, true}}, rows);
+    page_.table({{"first"}, {"times", Align::Right}, {"", Align::Left, true}}, rows);
     std::uint64_t shown = 0;
     for (const LogSummary::Error& error : summary_.errors) shown += error.count;
     if (shown < summary_.errorCount) {
@@ -275,7 +274,7 @@ class Writer {
     for (const DamagedLine& line : reading_.damaged) {
       rows.push_back({line.file + ":" + std::to_string(line.line), line.text});
     }
-    page_.table({{"", Align::kLeft, true}, {"", Align::kLeft, true}}, rows);
+    page_.table({{"", Align::Left, true}, {"", Align::Left, true}}, rows);
     if (damaged > reading_.damaged.size()) page_.sentence("And so on.");
   }
 
@@ -287,9 +286,9 @@ class Writer {
 }  // namespace
 
 void LogReading::note(const LogRecord& record, const std::string& file) {
-  if (record.piece != LogPiece::kDamaged || damaged.size() == kMostDamagedShown) return;
+  if (record.piece != LogPiece::kDamaged || damaged.size() == kMaxDamagedShown) return;
   damaged.push_back(
-      {file, record.line, std::string(trimmed(record.raw.substr(0, kLongestDamaged)))});
+      {file, record.line, std::string(trimmed(record.raw.substr(0, kMaxDamagedLength)))});
 }
 
 std::string endOfSleep(const LogSummary::Sleep& sleep) {

@@ -18,7 +18,7 @@ struct DamagedLine {
 
 /// What was read.
 struct LogReading {
-  static constexpr std::size_t kMostDamagedShown = 5;
+  static constexpr std::size_t kMaxDamagedShown = 5;
 
   std::vector<std::string> files;
   LogCounts counts;

@@ -145,7 +145,7 @@ void TextPage::table(const std::vector<Column>& columns, const std::vector<Row>&
       const std::string cell = cutTo(cells[r][i], widths[i]);
       const std::string space(widths[i] - columnsOf(cell), ' ');
       if (i > 0) line += kGap;
-      line += columns[i].align == Align::kRight ? space + cell : cell + space;
+      line += columns[i].align == Align::Right ? space + cell : cell + space;
     }
     line.erase(line.find_last_not_of(' ') + 1);
     text_ += (titled && r == 0 ? styled(line, kDim) : line) + "\n";

@@ -18,10 +18,10 @@ struct TextStyle {
 /// A page of sentences and tables. What comes from a log is made safe for terminals.
 class TextPage {
  public:
-  enum class Align { kLeft, kRight };
+  enum class Align { Left, Right };
   struct Column {
     std::string_view title;
-    Align align = Align::kLeft;
+    Align align = Align::Left;
     bool flexible = false;  ///< is cut where the line would be too long
   };
   using Row = std::vector<std::string>;

@@ -184,13 +184,13 @@ void LinuxBus::send(const char*, const char*, const char*, const char*, const Ar
 Registration LinuxBus::observeConnection(std::function<void()> changed) {
   return observers_.add(std::move(changed));
 }
-Registration LinuxBus::matchSignals(std::string rule, SignalHandler handler) {
+Registration LinuxBus::observeSignals(std::string rule, SignalHandler handler) {
   const std::string member = rule.substr(rule.find("member='") + 8);
   sMatches.emplace_back(member.substr(0, member.find('\'')), std::move(handler));
   return {};
 }
-Registration LinuxBus::watchService(const std::string&, std::function<void()> changed) {
-  return matchSignals("member='NameOwnerChanged'", [changed](sd_bus_message*) { changed(); });
+Registration LinuxBus::observeService(const std::string&, std::function<void()> changed) {
+  return observeSignals("member='NameOwnerChanged'", [changed](sd_bus_message*) { changed(); });
 }
 
 namespace {

@@ -100,7 +100,7 @@ int sd_journal_get_realtime_usec(sd_journal* journal, std::uint64_t* time) {
 namespace zorva {
 namespace {
 
-constexpr std::size_t kMostEntries = 64;  // few enough for one search to copy
+constexpr std::size_t kMaxEntries = 64;  // few enough for one search to copy
 
 // Whether a Zorva wrote it: of fields that are there twice the first counts.
 bool isOurs(const Entry& entry) {
@@ -151,7 +151,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (field.size() == 1) {
       search(static_cast<std::uint8_t>(field[0]) % 8);
-    } else if (field.empty() && sEntries.size() < kMostEntries) {
+    } else if (field.empty() && sEntries.size() < kMaxEntries) {
       sEntries.push_back(std::exchange(entry, {}));
     } else {
       std::ranges::replace(field, '\1', '\0');

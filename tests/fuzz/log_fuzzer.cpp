@@ -26,7 +26,7 @@ Told tell(std::string_view text, std::size_t most) {
   static LogReader reader;  // one for all inputs: its buffer costs more than most of them
   const std::uint64_t before = reader.counts().bytes;
   reader.begin(readFrom(text, most));
-  Told told;
+  Told reported;
   Redaction redaction;
   LogRecord record;
   std::vector<LogField> fields;
@@ -37,10 +37,10 @@ Told tell(std::string_view text, std::size_t most) {
     REQUIRE(record.line == lines && record.lines > 0);
     at += record.raw.size();
     lines += static_cast<std::uint64_t>(std::count(record.raw.begin(), record.raw.end(), '\n'));
-    redaction.append(record, told.redacted);
-    REQUIRE(std::count(told.redacted.begin(), told.redacted.end(), '\n') + 1 ==
+    redaction.append(record, reported.redacted);
+    REQUIRE(std::count(reported.redacted.begin(), reported.redacted.end(), '\n') + 1 ==
             static_cast<std::ptrdiff_t>(lines));
-    told.categories += record.piece == LogPiece::kEntry ? std::string(record.category) : "-";
+    reported.categories += record.piece == LogPiece::kEntry ? std::string(record.category) : "-";
     if (record.piece != LogPiece::kEntry) continue;
     splitFields(record, fields);
     std::string body;
@@ -54,7 +54,7 @@ Told tell(std::string_view text, std::size_t most) {
   }
   REQUIRE(at == text.size() && reader.error() == 0);
   REQUIRE(reader.counts().bytes - before == text.size());
-  return told;
+  return reported;
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace zorva {
 namespace {
 
 constexpr std::string_view kHubClass = "09";
-constexpr std::size_t kMostInterfaces = 32;  // a configuration can have no more
+constexpr std::size_t kMaxInterfaces = 32;  // a configuration can have no more
 
 // The base classes of interfaces, as the kernel writes them.
 constexpr std::array<std::pair<std::string_view, const char*>, 20> kClasses{{
@@ -38,7 +38,7 @@ std::vector<std::string> protocolsIn(const std::string& directory) {
   for (const std::string& name : entryNames(directory)) {
     if (name.find(':') == name.npos) continue;  // "1-2:1.0"
     const auto interfaceClass = readAttribute(directory + "/" + name + "/bInterfaceClass");
-    if (!interfaceClass || ++interfaces > kMostInterfaces) continue;
+    if (!interfaceClass || ++interfaces > kMaxInterfaces) continue;
     const std::string word = wordOf(*interfaceClass);
     if (std::find(words.begin(), words.end(), word) == words.end()) words.push_back(word);
   }
@@ -157,14 +157,14 @@ void LinuxAccessoryManager::appeared(const std::string& directory, bool configur
   auto accessory = accessoryIn(directory);
   if (!accessory || (!configured && accessory->protocols.empty())) return;
   const auto [place, isNew] = known_.insert_or_assign(directory, std::move(*accessory));
-  if (isNew) connected_.tell(Accessory(place->second));
+  if (isNew) connected_.notify(Accessory(place->second));
 }
 
 void LinuxAccessoryManager::vanished(const std::string& directory) {
   const auto gone = known_.extract(directory);
   if (gone.empty()) return;
   gone.mapped().connected = false;
-  disconnected_.tell(gone.mapped());
+  disconnected_.notify(gone.mapped());
 }
 
 }  // namespace zorva

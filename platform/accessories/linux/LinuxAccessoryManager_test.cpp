@@ -64,13 +64,13 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   const std::string stickTexts = " 104 ,Stick,0b05:1872,(null),(null),2.10,";
   EXPECT_EQ(connected(), Lines({"+" + stickTexts, "+" + mouseTexts}));
 
-  Lines told;
-  const auto tell = [&](const Accessory& accessory) { told.push_back(lineOf(accessory)); };
+  Lines reported;
+  const auto tell = [&](const Accessory& accessory) { reported.push_back(lineOf(accessory)); };
   const Registration one = manager_.observeConnected(tell);
   const Registration other = manager_.observeDisconnected(tell);
   const auto next = [&] {
-    loop_.runUntil([&] { return !told.empty(); });
-    return std::exchange(told, {});
+    loop_.runUntil([&] { return !reported.empty(); });
+    return std::exchange(reported, {});
   };
   Registration registered = manager_.registerForLocalNotifications();
   ASSERT_TRUE(registered);
@@ -100,7 +100,7 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   registered.reset();
   send(stick, "remove");
   loop_.drain();
-  EXPECT_EQ(told, Lines()) << "nobody is registered";
+  EXPECT_EQ(reported, Lines()) << "nobody is registered";
 }
 
 }  // namespace

@@ -85,7 +85,7 @@ std::vector<Accessory> SimAccessoryManager::connectedAccessories() {
 void SimAccessoryManager::connect(Accessory accessory) {
   accessory.connected = true;
   accessories_.push_back(accessory);
-  if (registered()) connected_.tell(accessory);
+  if (registered()) connected_.notify(accessory);
 }
 
 void SimAccessoryManager::disconnect(std::uint32_t connectionIdentifier) {
@@ -96,7 +96,7 @@ void SimAccessoryManager::disconnect(std::uint32_t connectionIdentifier) {
   Accessory gone = std::move(*found);
   accessories_.erase(found);
   gone.connected = false;
-  if (registered()) disconnected_.tell(gone);
+  if (registered()) disconnected_.notify(gone);
 }
 
 }  // namespace zorva

@@ -130,23 +130,23 @@ void LinuxApplicationStates::update() {
   const ApplicationUnits before = std::exchange(known_, readAndWatch());
   const ApplicationUnits now = known_;  // an observer may end it all
   for (const auto& [directory, unit] : before) {
-    if (now.count(directory) == 0) tell(unit, kGone);
+    if (now.count(directory) == 0) notify(unit, kGone);
   }
   for (const auto& [directory, unit] : now) {
     const auto old = before.find(directory);
     if (old == before.end() || old->second.frozen != unit.frozen) {
-      tell(unit, unit.frozen ? kFrozen : kRunning);
+      notify(unit, unit.frozen ? kFrozen : kRunning);
     }
   }
 }
 
-void LinuxApplicationStates::tell(const ApplicationUnit& unit, State state) {
+void LinuxApplicationStates::notify(const ApplicationUnit& unit, State state) {
   ApplicationStateChange change;
   change.displayIdentifier = unit.application;
   if (!unit.processes.empty()) change.process = unit.processes.front();
   change.state = state;
   if (state != kGone) change.reasons = reasonsOf(unit, inhibitors_);
-  observers_.tell(change);
+  observers_.notify(change);
 }
 
 std::vector<std::string> LinuxApplicationStates::copyDisplayIdentifiers(bool, bool onlyDebuggable) {

@@ -52,7 +52,7 @@ class LinuxApplicationStates : public ApplicationStates {
   ApplicationUnits units();
   ApplicationUnits readAndWatch();
   void update();
-  void tell(const ApplicationUnit& unit, State state);
+  void notify(const ApplicationUnit& unit, State state);
   void reportRefusal(const std::string& path, int error);
   void endBelow(const std::string& path);
   static int pathChanged(sd_event_source*, const struct inotify_event* event, void* watched);

@@ -51,12 +51,12 @@ class LinuxApplicationStatesTest : public testing::Test {
         "populated " + std::to_string(populated) + "\nfrozen " + std::to_string(frozen) + "\n");
   }
   Lines next() {
-    loop_.runUntil([&] { return !told_.empty(); });
-    return std::exchange(told_, {});
+    loop_.runUntil([&] { return !reported_.empty(); });
+    return std::exchange(reported_, {});
   }
   Lines now() {
     loop_.drain();
-    return std::exchange(told_, {});
+    return std::exchange(reported_, {});
   }
   // As a snapshot asks.
   Lines listed() {
@@ -74,13 +74,14 @@ class LinuxApplicationStatesTest : public testing::Test {
   SimSystemLog systemLog_;
   LinuxApplicationStates states_{loop_.event(), systemLog_, directory_ / "cgroup",
                                  directory_ / "inhibit"};
-  Lines told_;
+  Lines reported_;
   Registration observed_ = states_.observe([this](const ApplicationStateChange& change) {
-    told_.push_back(change.displayIdentifier.value() + " " +
-                    (change.process ? std::to_string(*change.process) : "-") + " " +
-                    states_.descriptionOfState(change.state.value()) + (change.reasons ? ":" : ""));
+    reported_.push_back(change.displayIdentifier.value() + " " +
+                        (change.process ? std::to_string(*change.process) : "-") + " " +
+                        states_.descriptionOfState(change.state.value()) +
+                        (change.reasons ? ":" : ""));
     for (const auto reason : change.reasons.value_or(std::vector<std::int32_t>{})) {
-      told_.back() += " " + states_.nameOfReason(reason);
+      reported_.back() += " " + states_.nameOfReason(reason);
     }
   });
 };

@@ -87,7 +87,7 @@ ScenarioAction SimApplicationStates::readChange(const ScenarioNode& node) {
       if (application.state == State::Terminated) application.process.reset();
       setApplication(*change.displayIdentifier, application);
     }
-    tell(change);
+    notify(change);
   };
 }
 
@@ -136,8 +136,8 @@ void SimApplicationStates::setApplication(const std::string& displayIdentifier,
   }
 }
 
-void SimApplicationStates::tell(const ApplicationStateChange& change) {
-  if (generating()) observers_.tell(change);
+void SimApplicationStates::notify(const ApplicationStateChange& change) {
+  if (generating()) observers_.notify(change);
 }
 
 SimApplicationStates::Application* SimApplicationStates::find(

@@ -38,7 +38,7 @@ class SimApplicationStates : public ApplicationStates {
 
   void setApplication(const std::string& displayIdentifier, Application application);
   /// Tells a change, whatever the applications are.
-  void tell(const ApplicationStateChange& change);
+  void notify(const ApplicationStateChange& change);
   bool generating() const { return generating_ > 0; }
 
  private:

@@ -26,7 +26,7 @@ Dictionary record(const LogindInhibitor& inhibitor, Date start) {
 }
 
 // "BlockInhibited", "DelayInhibited", "NCurrentInhibitors" and whatever else tells of them.
-bool tellsOfInhibitors(const char* property) {
+bool reportsInhibitors(const char* property) {
   return std::strstr(property, "Inhibit") != nullptr;
 }
 
@@ -40,12 +40,12 @@ LinuxPowerManagement::LinuxPowerManagement(sd_event* event, LinuxBus& bus, const
       changed_(event, std::move(changed)),
       // The signal does not come when a second lock of the same kind is taken; its record does.
       recordsWatch_(event, records_, LinuxPathWatch::Of::Contents, [this] { changed_.request(); }) {
-  registrations_.push_back(bus_.matchSignals(
+  registrations_.push_back(bus_.observeSignals(
       std::string("type='signal',sender='") + kService + "',path='" + kPath +
           "',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',arg0='" +
           kManager + "'",
       [this](sd_bus_message* signal) { propertiesChanged(signal); }));
-  registrations_.push_back(bus_.watchService(kService, [this] { changed_.request(); }));
+  registrations_.push_back(bus_.observeService(kService, [this] { changed_.request(); }));
   registrations_.push_back(bus_.observeConnection([this] { changed_.request(); }));
 }
 
@@ -57,7 +57,7 @@ void LinuxPowerManagement::propertiesChanged(sd_bus_message* signal) {
   while (sd_bus_message_enter_container(signal, SD_BUS_TYPE_DICT_ENTRY, "sv") > 0) {
     const char* property = nullptr;
     if (sd_bus_message_read(signal, "s", &property) < 0) return;
-    if (tellsOfInhibitors(property)) return changed_.request();
+    if (reportsInhibitors(property)) return changed_.request();
     if (sd_bus_message_skip(signal, "v") < 0 || sd_bus_message_exit_container(signal) < 0) return;
   }
   if (sd_bus_message_exit_container(signal) < 0 ||
@@ -66,7 +66,7 @@ void LinuxPowerManagement::propertiesChanged(sd_bus_message* signal) {
   }
   const char* property = nullptr;
   while (sd_bus_message_read(signal, "s", &property) > 0) {
-    if (tellsOfInhibitors(property)) return changed_.request();
+    if (reportsInhibitors(property)) return changed_.request();
   }
 }
 

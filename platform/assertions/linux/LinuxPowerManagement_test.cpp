@@ -140,8 +140,8 @@ TEST_F(LinuxPowerManagementTest, TellsOfEveryChangeOnce) {
   waitForChange();
 
   int signals = 0;
-  const Registration all = bus_.matchSignals("type='signal',member='PropertiesChanged'",
-                                             [&](sd_bus_message*) { ++signals; });
+  const Registration all = bus_.observeSignals("type='signal',member='PropertiesChanged'",
+                                               [&](sd_bus_message*) { ++signals; });
   sendPropertiesChanged("IdleHint");
   loop_.runUntil([&] { return signals == 1; });
   loop_.drain();

@@ -89,7 +89,7 @@ void SimPowerManagement::takeRecord(std::int32_t process, Dictionary record) {
                              [&](const auto& each) { return each.process == process; });
   if (holder == held_.end()) holder = held_.insert(held_.end(), {process, {}});
   holder->records.push_back(std::move(record));
-  tellChange();
+  reportChange();
 }
 
 bool SimPowerManagement::release(std::int32_t process, const std::string& name) {
@@ -102,7 +102,7 @@ bool SimPowerManagement::release(std::int32_t process, const std::string& name) 
     if (record == records.end()) return false;
     records.erase(record);
     if (records.empty()) held_.erase(holder);
-    tellChange();
+    reportChange();
     return true;
   }
   return false;
@@ -110,7 +110,7 @@ bool SimPowerManagement::release(std::int32_t process, const std::string& name) 
 
 void SimPowerManagement::releaseAll(std::int32_t process) {
   if (std::erase_if(held_, [&](const auto& each) { return each.process == process; }) > 0) {
-    tellChange();
+    reportChange();
   }
 }
 

@@ -36,7 +36,7 @@ class SimPowerManagement : public PowerManagement {
   ScenarioAction readTake(const ScenarioNode& node);
   ScenarioAction readRelease(const ScenarioNode& node);
   ScenarioAction readReleaseAll(const ScenarioNode& node);
-  void tellChange() { notifications_.post(kAssertionsChanged); }
+  void reportChange() { notifications_.post(kAssertionsChanged); }
 
   const Clock& clock_;
   NotificationCentre& notifications_;

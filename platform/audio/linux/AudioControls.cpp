@@ -43,14 +43,14 @@ struct Jacks {
 // does, the one of the plain microphone socket is taken for it.
 Jacks readJacks(const AudioCards& cards) {
   Jacks jacks;
-  bool tellsHeadsets = false;
+  bool detectsHeadsets = false;
   bool microphone = false;
   for (const auto& [number, card] : cards) {
     for (const AudioControl& jack : card.controls) {
       if (jack.kind != Kind::Jack) continue;
       const bool headset = has(jack.name, "Headset");
       const bool headsetMicrophone = headset && has(jack.name, "Mic");
-      tellsHeadsets = tellsHeadsets || headset;
+      detectsHeadsets = detectsHeadsets || headset;
       if (!isOn(jack)) continue;
       // "Headphone Mic" is a socket that takes either, and most often headphones.
       if (has(jack.name, "Headphone") || (headset && !headsetMicrophone)) jacks.headphones = true;
@@ -58,7 +58,7 @@ Jacks readJacks(const AudioCards& cards) {
       if (jack.name == "Mic") microphone = true;
     }
   }
-  jacks.headsetInput = jacks.headphones && (jacks.headsetInput || (!tellsHeadsets && microphone));
+  jacks.headsetInput = jacks.headphones && (jacks.headsetInput || (!detectsHeadsets && microphone));
   return jacks;
 }
 

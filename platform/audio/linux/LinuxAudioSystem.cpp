@@ -134,11 +134,11 @@ void LinuxAudioSystem::update() {
   for (const auto& [number, card] : cards_) cards.emplace(number, card->card());
   const AudioFigures before = std::exchange(figures_, readAudioFigures(cards));
   const AudioFigures now = figures_;
-  if (now.headphones != before.headphones) changes_.tell(Change::HeadphoneJack);
-  if (now.headsetInput != before.headsetInput) changes_.tell(Change::InputDevice);
-  if (now.route != before.route) changes_.tell(Change::ActiveRoute);
+  if (now.headphones != before.headphones) changes_.notify(Change::HeadphoneJack);
+  if (now.headsetInput != before.headsetInput) changes_.notify(Change::InputDevice);
+  if (now.route != before.route) changes_.notify(Change::ActiveRoute);
   if (now.volume != before.volume || now.category != before.category || now.muted != before.muted) {
-    changes_.tell(Change::SystemVolume);
+    changes_.notify(Change::SystemVolume);
   }
 }
 
@@ -160,8 +160,8 @@ bool LinuxAudioSystem::activeCategory(float& volume, std::optional<std::string>&
 }
 
 Registration LinuxAudioSystem::observe(Change change, std::function<void()> changed) {
-  return changes_.add([change, changed = std::move(changed)](Change told) {
-    if (told == change) changed();
+  return changes_.add([change, changed = std::move(changed)](Change reported) {
+    if (reported == change) changed();
   });
 }
 

@@ -72,7 +72,7 @@ struct CardForTest {
       std::copy(element.values.begin(), element.values.end(), value.value.integer.value);
     }
   }
-  void tell(std::size_t number, unsigned mask) const {
+  void send(std::size_t number, unsigned mask) const {
     snd_ctl_event event{SNDRV_CTL_EVENT_ELEM, {}};
     event.data.elem.id.numid = static_cast<unsigned>(number);
     event.data.elem.mask = mask;
@@ -82,7 +82,7 @@ struct CardForTest {
     for (std::size_t i = 0; i < elements.size(); ++i) {
       if (elements[i].name != control) continue;
       elements[i].values = values;
-      tell(i + 1, SNDRV_CTL_EVENT_MASK_VALUE);
+      send(i + 1, SNDRV_CTL_EVENT_MASK_VALUE);
     }
   }
 };
@@ -116,13 +116,13 @@ class LinuxAudioSystemTest : public testing::Test {
         {AudioSystem::Change::ActiveRoute, "route"}};
     for (const auto& [change, word] : kinds) {
       observations_.push_back(
-          audio_->observe(change, [this, word = word] { told_ += std::string(" ") + word; }));
+          audio_->observe(change, [this, word = word] { reported_ += std::string(" ") + word; }));
     }
   }
   // What was told since the last call, and how the log would show it.
   std::string now() {
     loop_.drain();
-    std::string line = std::exchange(told_, "") + ":";
+    std::string line = std::exchange(reported_, "") + ":";
     for (const char* key : {audio::kPlaying, audio::kActiveRoute, audio::kFullMute,
                             audio::kHeadphoneJack, audio::kHeadphoneJackHasInput}) {
       line += " " + audio_->attribute(key).description();
@@ -143,7 +143,7 @@ class LinuxAudioSystemTest : public testing::Test {
   std::map<int, CardForTest> hardware_;
   std::vector<int> opened_;
   std::function<void()> afterOpen_;  // once
-  std::string told_;
+  std::string reported_;
   std::unique_ptr<LinuxAudioSystem> audio_;
   std::vector<Registration> observations_;
 };
@@ -160,7 +160,7 @@ TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatComesAndGoes) {
             jack("Mic Jack", true),
             jack("Speaker Phantom Jack", true),
             {SNDRV_CTL_ELEM_IFACE_MIXER, "Odd\nVolume", SNDRV_CTL_ELEM_TYPE_BYTES, {1}}}});
-  loop_.runUntil([&] { return !told_.empty(); });
+  loop_.runUntil([&] { return !reported_.empty(); });
   EXPECT_EQ(now(), " jack input route volume: 0 Speaker 0 0 0 Master 50");
 
   CardForTest& card = hardware_.at(3);
@@ -173,12 +173,12 @@ TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatComesAndGoes) {
   card.set("Master Playback Switch", {0, 0});
   EXPECT_EQ(now(), " volume: 0 Headphone 1 1 1 Master 100");
   card.elements.push_back(jack("Headset Mic Jack", false));  // knows better than the other one
-  card.tell(card.elements.size(), SNDRV_CTL_EVENT_MASK_ADD);
+  card.send(card.elements.size(), SNDRV_CTL_EVENT_MASK_ADD);
   EXPECT_EQ(now(), " input: 0 Headphone 1 1 0 Master 100");
   card.elements.pop_back();
-  card.tell(card.elements.size() + 1, SNDRV_CTL_EVENT_MASK_REMOVE);
+  card.send(card.elements.size() + 1, SNDRV_CTL_EVENT_MASK_REMOVE);
   EXPECT_EQ(now(), " input: 0 Headphone 1 1 1 Master 100");
-  for (int more = 0; more < 300; ++more) card.tell(1, SNDRV_CTL_EVENT_MASK_VALUE);
+  for (int more = 0; more < 300; ++more) card.send(1, SNDRV_CTL_EVENT_MASK_VALUE);
   card.set("Mic Jack", {0});  // too many events for one turn
   EXPECT_EQ(now(), " input: 0 Headphone 1 1 0 Master 100");
 
@@ -194,7 +194,7 @@ TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatComesAndGoes) {
   unlink((root_ / "snd/controlC3").c_str());
   loop_.drain();
   plug(3, {"Other", {}});
-  loop_.runUntil([&] { return !told_.empty(); });
+  loop_.runUntil([&] { return !reported_.empty(); });
   EXPECT_EQ(now(), " jack input route: 1 Other (null) 0 0 -");
 }
 
@@ -214,7 +214,7 @@ TEST_F(LinuxAudioSystemTest, TriesARefusedCardAgainWhenItsPermissionsChange) {
   EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
   hardware_.at(0).version = SNDRV_CTL_VERSION;
   chmod((root_ / "snd/controlC0").c_str(), 0640);
-  loop_.runUntil([&] { return !told_.empty(); });
+  loop_.runUntil([&] { return !reported_.empty(); });
   EXPECT_EQ(now(), " jack input route volume: 0 Speaker (null) 0 0 Speaker 25");
   hardware_.at(0).set("Headset Jack", {1});
   EXPECT_EQ(now(), " jack input route volume: 0 Headphone (null) 1 1 Headphone 30");
@@ -240,7 +240,7 @@ TEST_F(LinuxAudioSystemTest, HoldsACardToWhatItsStructuresHaveRoomFor) {
   EXPECT_EQ(now(), ": 0 Headphone (null) 1 0 -");
   hardware_.at(0).elements = {
       volume("Master Playback Volume", {Long::max()}, Long::min(), Long::max())};
-  hardware_.at(0).tell(1, SNDRV_CTL_EVENT_MASK_ADD);
+  hardware_.at(0).send(1, SNDRV_CTL_EVENT_MASK_ADD);
   EXPECT_EQ(now(), " jack route volume: 0 " + std::string(32, 'N') + " (null) 0 0 Master 100");
 }
 

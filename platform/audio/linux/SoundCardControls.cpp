@@ -14,10 +14,10 @@ namespace zorva {
 namespace {
 
 // A card's events are taken in turns, so that one that never ends cannot hold up the loop.
-constexpr std::size_t kMostEventsAtOnce = 256;
+constexpr std::size_t kMaxEventsAtOnce = 256;
 // Older kernels refuse a longer list; no real card comes near it.
-constexpr unsigned kMostControls = 16384;
-constexpr std::size_t kMostValues = sizeof(snd_ctl_elem_value::value.integer.value) / sizeof(long);
+constexpr unsigned kMaxControls = 16384;
+constexpr std::size_t kMaxValues = sizeof(snd_ctl_elem_value::value.integer.value) / sizeof(long);
 
 // A text of the kernel's fills its field, or ends before that.
 template <std::size_t kSize>
@@ -57,7 +57,7 @@ std::optional<std::string> SoundCardControls::cardName() const {
 std::optional<std::vector<AudioControl>> SoundCardControls::controls() const {
   snd_ctl_elem_list list{};  // without space for any, it says how many there are
   if (!ask(SNDRV_CTL_IOCTL_ELEM_LIST, list)) return std::nullopt;
-  std::vector<snd_ctl_elem_id> ids(std::min(list.count, kMostControls));
+  std::vector<snd_ctl_elem_id> ids(std::min(list.count, kMaxControls));
   list.space = static_cast<unsigned>(ids.size());
   list.pids = ids.data();
   if (!ask(SNDRV_CTL_IOCTL_ELEM_LIST, list)) return std::nullopt;
@@ -84,7 +84,7 @@ std::optional<AudioControl> SoundCardControls::readControl(const snd_ctl_elem_id
   auto control = audioControl(ofCard, yesOrNo, name);
   if (!control) return std::nullopt;
   control->number = id.numid;
-  control->values.resize(std::min<std::size_t>(info.count, kMostValues));
+  control->values.resize(std::min<std::size_t>(info.count, kMaxValues));
   if (!yesOrNo) {
     control->least = info.value.integer.min;
     control->most = info.value.integer.max;
@@ -103,7 +103,7 @@ bool SoundCardControls::readValues(AudioControl& control) const {
 
 std::optional<SoundCardControls::Events> SoundCardControls::readEvents() const {
   Events events;
-  std::array<snd_ctl_event, kMostEventsAtOnce> read;  // which the call fills
+  std::array<snd_ctl_event, kMaxEventsAtOnce> read;  // which the call fills
   const ssize_t size = ::read(descriptor_.get(), read.data(), sizeof read);
   if (size < 0 && (errno == EAGAIN || errno == EINTR)) return events;
   if (size <= 0) return std::nullopt;

@@ -42,21 +42,21 @@ bool SimAudioSystem::activeCategory(float& volume, std::optional<std::string>& n
 }
 
 Registration SimAudioSystem::observe(Change change, std::function<void()> changed) {
-  return changes_.add([change, changed = std::move(changed)](Change told) {
-    if (told == change) changed();
+  return changes_.add([change, changed = std::move(changed)](Change reported) {
+    if (reported == change) changed();
   });
 }
 
 void SimAudioSystem::setAttribute(const std::string& key, Value value) {
   attributes_.set(key, std::move(value));
-  if (key == audio::kActiveRoute) changes_.tell(Change::ActiveRoute);
-  if (key == audio::kHeadphoneJack) changes_.tell(Change::HeadphoneJack);
-  if (key == audio::kHeadphoneJackHasInput) changes_.tell(Change::InputDevice);
+  if (key == audio::kActiveRoute) changes_.notify(Change::ActiveRoute);
+  if (key == audio::kHeadphoneJack) changes_.notify(Change::HeadphoneJack);
+  if (key == audio::kHeadphoneJackHasInput) changes_.notify(Change::InputDevice);
 }
 
 void SimAudioSystem::setVolume(std::optional<float> volume) {
   volume_ = volume;
-  changes_.tell(Change::SystemVolume);
+  changes_.notify(Change::SystemVolume);
 }
 
 }  // namespace zorva

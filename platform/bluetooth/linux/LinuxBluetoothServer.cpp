@@ -31,10 +31,10 @@ LinuxBluetoothServer::LinuxBluetoothServer(sd_event* event, LinuxBus& bus)
     restarted_ = true;  // another bus may give the same name again
     ownerChanged();
   }));
-  registrations_.push_back(bus_.watchService(bluez::kService, ownerChanged));
+  registrations_.push_back(bus_.observeService(bluez::kService, ownerChanged));
   const auto follow = [this](const std::string& match,
                              void (*read)(sd_bus_message*, BluezObjects&)) {
-    registrations_.push_back(bus_.matchSignals(match, [this, read](sd_bus_message* signal) {
+    registrations_.push_back(bus_.observeSignals(match, [this, read](sd_bus_message* signal) {
       read(signal, objects_);
       update_.request();
     }));
@@ -88,7 +88,7 @@ void LinuxBluetoothServer::endSessions(bool all) {
   for (const auto& client : Clients(clients_)) {
     if (client->session == 0 || !(all || client->detached)) continue;
     std::erase(clients_, client);
-    client->events.tell(client->session, kSessionTerminated, 0);
+    client->events.notify(client->session, kSessionTerminated, 0);
   }
 }
 
@@ -96,13 +96,13 @@ void LinuxBluetoothServer::update() {
   if (ownerChanged_) readAll();
   endSessions(std::exchange(restarted_, false));
   const BluezController before = std::exchange(controller_, readBluezController(objects_));
-  if (controller_.powered != before.powered) powerNews_.tell();
-  if (controller_ != before) deviceNews_.tell();
+  if (controller_.powered != before.powered) powerNews_.notify();
+  if (controller_ != before) deviceNews_.notify();
   if (!owner_.empty()) {
     for (const auto& client : Clients(clients_)) {
       if (client->session != 0) continue;
       client->session = ++lastSession_;
-      client->events.tell(client->session, kSessionAttached, 0);
+      client->events.notify(client->session, kSessionAttached, 0);
     }
   }
 }
@@ -137,9 +137,9 @@ BluetoothServer::Status LinuxBluetoothServer::registerForPowerUpdates(Device dev
 }
 
 BluetoothServer::Status LinuxBluetoothServer::ask(Device device, bool held,
-                                                  std::uint32_t& told) const {
+                                                  std::uint32_t& reported) const {
   const Status refused = refusal(device);
-  if (refused == 0) told = held ? kStateOn : 0;
+  if (refused == 0) reported = held ? kStateOn : 0;
   return refused;
 }
 

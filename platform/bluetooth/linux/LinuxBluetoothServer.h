@@ -52,7 +52,7 @@ class LinuxBluetoothServer : public BluetoothServer {
   using Clients = std::vector<std::shared_ptr<Client>>;
 
   Status refusal(Device device) const;
-  Status ask(Device device, bool held, std::uint32_t& told) const;
+  Status ask(Device device, bool held, std::uint32_t& reported) const;
   void readAll();
   void update();
   void endSessions(bool all);

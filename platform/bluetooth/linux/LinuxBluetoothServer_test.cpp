@@ -54,14 +54,14 @@ class LinuxBluetoothServerTest : public testing::Test {
     events_.back() += ", device " + std::to_string(found) + " " + std::to_string(added);
   }
   // Once what the service sent before its answer has been delivered.
-  Lines told() {
+  Lines reported() {
     bus_.call(bluez::kService, "/", "org.freedesktop.DBus.Peer", "Ping");
     loop_.drain();
     return std::exchange(events_, {});
   }
-  Lines toldFrom(std::size_t count) {
+  Lines reportedFrom(std::size_t count) {
     loop_.runUntil([&] { return events_.size() >= count; });
-    return told();
+    return reported();
   }
   // Each on (1), off (0) or refused (its status): the modules, then the modes.
   std::string states(Server::Device device = 1) {
@@ -100,46 +100,46 @@ class LinuxBluetoothServerTest : public testing::Test {
 
 TEST_F(LinuxBluetoothServerTest, AttachesWhenBluezComesAndFollowsItsControllers) {
   attach();
-  EXPECT_EQ(told(), Lines());
+  EXPECT_EQ(reported(), Lines());
   private_.start();
   startBluez();
-  EXPECT_EQ(toldFrom(1), Lines{"attached 0, device 104 103"});
+  EXPECT_EQ(reportedFrom(1), Lines{"attached 0, device 104 103"});
   EXPECT_EQ(states(), "104 104 104 104 104 104 104");
   EXPECT_EQ(states(0), "103 103 103 103 103 103 103");
 
   call("/", kMockInterface, "AddAdapter", "ss", "hci10", "another");
-  EXPECT_EQ(toldFrom(2), (Lines{"power", "news"}));
+  EXPECT_EQ(reportedFrom(2), (Lines{"power", "news"}));
   call("/", kMockInterface, "AddAdapter", "ss", "hci0", "mine");
-  EXPECT_EQ(told(), Lines());  // it looks like the one before
+  EXPECT_EQ(reported(), Lines());  // it looks like the one before
   EXPECT_EQ(states(), "1 0 0 0 1 0 105");
   set("/org/bluez/hci10", "Powered", false);
   set("/org/bluez/hci10", "Discoverable", true);
-  EXPECT_EQ(told(), Lines());
+  EXPECT_EQ(reported(), Lines());
   set(kHci0, "Discoverable", true);
-  EXPECT_EQ(told(), Lines{"news"});
+  EXPECT_EQ(reported(), Lines{"news"});
   set(kHci0, "Powered", false);
-  EXPECT_EQ(told(), (Lines{"power", "news"}));
+  EXPECT_EQ(reported(), (Lines{"power", "news"}));
   EXPECT_EQ(states(), "0 0 0 1 0 0 105");
   set(kHci0, "Powered", true);
   // As a newer BlueZ tells it.
   call(kHci0, PrivateBusForTest::kMock, "EmitSignal", "sssav", "org.freedesktop.DBus.Properties",
        "PropertiesChanged", "sa{sv}as", 3, "s", bluez::kAdapter, "a{sv}", 1, "Connectable", "b", 0,
        "as", 0);
-  EXPECT_EQ(toldFrom(2), (Lines{"power", "news"}));
+  EXPECT_EQ(reportedFrom(2), (Lines{"power", "news"}));
   EXPECT_EQ(states(), "1 0 0 1 0 0 105");
 
   const std::string device = std::string(kHci0) + "/dev_11_22_33_44_55_66";
   call("/", kMockInterface, "AddDevice", "sss", "hci10", "11:22:33:44:55:77", "elsewhere");
   call("/org/bluez/hci10/dev_11_22_33_44_55_77", bluez::kDevice, "Connect", "");
   call("/", kMockInterface, "AddDevice", "sss", "hci0", "11:22:33:44:55:66", "headset");
-  EXPECT_EQ(told(), Lines());
+  EXPECT_EQ(reported(), Lines());
   call(device, bluez::kDevice, "Connect", "");
-  EXPECT_EQ(told(), Lines{"news"});
+  EXPECT_EQ(reported(), Lines{"news"});
   EXPECT_EQ(states(), "1 0 0 1 0 1 105");
   call(kHci0, bluez::kAdapter, "RemoveDevice", "o", device.c_str());
-  EXPECT_EQ(told(), Lines{"news"});
+  EXPECT_EQ(reported(), Lines{"news"});
   call("/", kMockInterface, "RemoveAdapter", "s", "hci0");
-  EXPECT_EQ(told(), (Lines{"power", "news"}));
+  EXPECT_EQ(reported(), (Lines{"power", "news"}));
   EXPECT_EQ(states(), "0 0 0 1 0 1 105");  // the other one's
 }
 
@@ -150,25 +150,25 @@ TEST_F(LinuxBluetoothServerTest, ASessionEndsWithItsBluezAndIsAskedForAgain) {
   bus_.call(bluez::kService, "/", "org.freedesktop.DBus.Peer", "Ping");
   loop_.runUntil([&] { return bus_.connected(); });
   attach();
-  EXPECT_EQ(toldFrom(1), Lines{"attached 0, device 0 0"});
+  EXPECT_EQ(reportedFrom(1), Lines{"attached 0, device 0 0"});
   const Server::Session first = session_;
   Server::Session detached = first;
   EXPECT_EQ(server_.detachSession(detached), 0);
   EXPECT_EQ(detached, 0U);
   detached = first;
   EXPECT_EQ(server_.detachSession(detached), Server::kNoHandle);
-  EXPECT_EQ(told(), Lines{"terminated 0"});
+  EXPECT_EQ(reported(), Lines{"terminated 0"});
 
   attach();
-  EXPECT_EQ(told(), Lines{"attached 0, device 0 0"});
+  EXPECT_EQ(reported(), Lines{"attached 0, device 0 0"});
   EXPECT_NE(session_, first);
   bluez_.reset();
-  EXPECT_EQ(toldFrom(3), (Lines{"terminated 0", "power", "news"}));
+  EXPECT_EQ(reportedFrom(3), (Lines{"terminated 0", "power", "news"}));
   EXPECT_EQ(states(), "104 104 104 104 104 104 104");
   attach();
-  EXPECT_EQ(told(), Lines());
+  EXPECT_EQ(reported(), Lines());
   startBluez();
-  EXPECT_EQ(toldFrom(1), Lines{"attached 0, device 104 103"});
+  EXPECT_EQ(reportedFrom(1), Lines{"attached 0, device 104 103"});
 }
 
 }  // namespace

@@ -99,10 +99,10 @@ void SimBluetoothServer::answerLater(const std::shared_ptr<Client>& client) {
 void SimBluetoothServer::answer(const std::shared_ptr<Client>& client) {
   if (const auto failed = attachedFault_.struckResult<Status>()) {
     std::erase(clients_, client);
-    return client->events.tell(0, kSessionAttached, *failed);
+    return client->events.notify(0, kSessionAttached, *failed);
   }
   client->session = ++lastSession_;
-  client->events.tell(client->session, kSessionAttached, 0);
+  client->events.notify(client->session, kSessionAttached, 0);
 }
 
 BluetoothServer::Status SimBluetoothServer::detachSession(Session& session) {
@@ -114,7 +114,7 @@ BluetoothServer::Status SimBluetoothServer::detachSession(Session& session) {
   std::erase(clients_, client);
   // The turn itself keeps the client until it is told.
   client->turn = runLoop_.startTimer(0.0, [client] {
-    client->events.tell(client->session, kSessionTerminated, 0);
+    client->events.notify(client->session, kSessionTerminated, 0);
     client->turn.reset();
   });
   return 0;
@@ -160,9 +160,9 @@ BluetoothServer::Status SimBluetoothServer::registerForPowerUpdates(Device devic
 }
 
 BluetoothServer::Status SimBluetoothServer::ask(Device device, SimFaultPoint& fault,
-                                                std::uint32_t held, std::uint32_t& told) const {
+                                                std::uint32_t held, std::uint32_t& reported) const {
   const Status refused = refusal(device, fault);
-  if (refused == 0) told = held;
+  if (refused == 0) reported = held;
   return refused;
 }
 
@@ -199,19 +199,19 @@ void SimBluetoothServer::setRunning(bool running) {
     client->turn.reset();
     if (client->session == 0) continue;  // waits
     std::erase(clients_, client);
-    client->events.tell(client->session, kSessionTerminated, 0);
+    client->events.notify(client->session, kSessionTerminated, 0);
   }
 }
 
 void SimBluetoothServer::sendEvent(std::int32_t event) {
   for (const auto& client : std::vector(clients_)) {
-    if (client->session != 0) client->events.tell(client->session, event, 0);
+    if (client->session != 0) client->events.notify(client->session, event, 0);
   }
 }
 
 void SimBluetoothServer::set(std::uint32_t& held, std::uint32_t state) {
   held = state;
-  deviceNews_.tell();
+  deviceNews_.notify();
 }
 
 void SimBluetoothServer::setModulePower(Module module, std::uint32_t state) {
@@ -232,7 +232,7 @@ void SimBluetoothServer::setConnectionStatus(std::uint32_t state) {
 
 void SimBluetoothServer::usePower(std::uint32_t amount) {
   used_ += amount;
-  powerNews_.tell();
+  powerNews_.notify();
 }
 
 }  // namespace zorva

@@ -51,7 +51,8 @@ class SimBluetoothServer : public BluetoothServer {
   void answer(const std::shared_ptr<Client>& client);
   std::shared_ptr<Client> clientOf(Session session) const;
   Status refusal(Device device, SimFaultPoint& fault) const;
-  Status ask(Device device, SimFaultPoint& fault, std::uint32_t held, std::uint32_t& told) const;
+  Status ask(Device device, SimFaultPoint& fault, std::uint32_t held,
+             std::uint32_t& reported) const;
   void set(std::uint32_t& held, std::uint32_t state);
 
   RunLoop& runLoop_;

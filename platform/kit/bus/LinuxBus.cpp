@@ -14,10 +14,10 @@ using std::chrono::steady_clock;
 // A bus that drops its callers, or has no room for one more, is not called more often than this,
 // and each time less often until it is hardly ever.
 constexpr std::chrono::seconds kBetweenEnds{5};
-constexpr std::chrono::hours kLongestBetweenEnds{1};
+constexpr std::chrono::hours kMaxBetweenEnds{1};
 // A socket is there a moment before it can be connected to, and that moment's end is no event. So
 // a socket that has just changed and refuses is tried again, a few times.
-constexpr int kMostRefusals = 4;
+constexpr int kMaxRefusals = 4;
 constexpr std::chrono::milliseconds kAfterRefusal{20};
 
 constexpr const char* kDriver = "org.freedesktop.DBus";
@@ -160,7 +160,7 @@ void LinuxBus::connect() {
   }
   if (bus_) {
     socketWatch_.reset();
-  } else if (refusals_ > 0 && refusals_ < kMostRefusals) {
+  } else if (refusals_ > 0 && refusals_ < kMaxRefusals) {
     connectLater(kAfterRefusal * (1 << (2 * refusals_)));
     ++refusals_;
   } else if (result == -EAGAIN) {
@@ -170,7 +170,7 @@ void LinuxBus::connect() {
 
 void LinuxBus::backOff() {
   connectLater(betweenEnds_);
-  betweenEnds_ = std::min<std::chrono::microseconds>(2 * betweenEnds_, kLongestBetweenEnds);
+  betweenEnds_ = std::min<std::chrono::microseconds>(2 * betweenEnds_, kMaxBetweenEnds);
 }
 
 void LinuxBus::socketChanged() {
@@ -197,7 +197,7 @@ int LinuxBus::onConnected(sd_bus_message*, void* self, sd_bus_error*) {
   auto* bus = static_cast<LinuxBus*>(self);
   bus->readySince_ = steady_clock::now();
   for (const auto& match : bus->subscriptions_->matches) bus->install(*match);
-  bus->observers_.tell();
+  bus->observers_.notify();
   return 0;
 }
 
@@ -222,7 +222,7 @@ void LinuxBus::ended() {
     betweenEnds_ = kBetweenEnds;
     connect();
   }
-  observers_.tell();
+  observers_.notify();
 }
 
 void LinuxBus::install(Match& match) {
@@ -259,7 +259,7 @@ void LinuxBus::send(const char* service, const char* path, const char* interface
 
 // After a call that took too long: was it the service, or answers nobody? Each entry of a snapshot
 // asks somebody else, and all of them together would hold the loop up for far longer than one.
-void LinuxBus::lookWhetherItHangs() {
+void LinuxBus::checkForHang() {
   const auto question = [this] { return makeCall(kDriver, kDriverPath, kDriver, "GetId", {}); };
   if (const BusMessage first = question();
       !first || sd_bus_call(bus_.get(), first.get(), 0, nullptr, nullptr) != -ETIMEDOUT) {
@@ -273,7 +273,7 @@ void LinuxBus::lookWhetherItHangs() {
 int LinuxBus::onAnswer(sd_bus_message*, void* self, sd_bus_error*) {
   auto* bus = static_cast<LinuxBus*>(self);
   // Also called when the connection ends, which has its own news.
-  if (std::exchange(bus->hangs_, false) && bus->connected()) bus->observers_.tell();
+  if (std::exchange(bus->hangs_, false) && bus->connected()) bus->observers_.notify();
   return 0;
 }
 
@@ -289,7 +289,7 @@ LinuxBus::Reply LinuxBus::call(const char* service, const char* path, const char
   const bool absent = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
                       sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) || !connected();
   sd_bus_error_free(&error);
-  if (called == -ETIMEDOUT && connected()) lookWhetherItHangs();
+  if (called == -ETIMEDOUT && connected()) checkForHang();
   if (called < 0) return {absent ? Outcome::Absent : Outcome::Failed, nullptr};
   return {Outcome::Answered, BusMessage(answer)};
 }
@@ -298,7 +298,7 @@ Registration LinuxBus::observeConnection(std::function<void()> changed) {
   return observers_.add(std::move(changed));
 }
 
-Registration LinuxBus::matchSignals(std::string rule, SignalHandler handler) {
+Registration LinuxBus::observeSignals(std::string rule, SignalHandler handler) {
   const auto match = std::make_shared<Match>();
   match->rule = std::move(rule);
   match->handler = std::move(handler);
@@ -316,8 +316,8 @@ void LinuxBus::leaveMatches() {
   subscriptions_->left = true;
 }
 
-Registration LinuxBus::watchService(const std::string& service, std::function<void()> changed) {
-  return matchSignals(
+Registration LinuxBus::observeService(const std::string& service, std::function<void()> changed) {
+  return observeSignals(
       "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
       "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
           service + "'",

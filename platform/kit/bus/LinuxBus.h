@@ -72,11 +72,11 @@ class LinuxBus {
 
   using SignalHandler = std::function<void(sd_bus_message* signal)>;
   /// Calls back for every signal that the match rule ("type='signal',sender='...'") selects.
-  Registration matchSignals(std::string rule, SignalHandler handler);
+  Registration observeSignals(std::string rule, SignalHandler handler);
 
   /// Calls back when a service of the name appears on the bus, vanishes from it or changes hands.
   /// What happens together with the bus itself is told by observeConnection().
-  Registration watchService(const std::string& service, std::function<void()> changed);
+  Registration observeService(const std::string& service, std::function<void()> changed);
 
   /// From here on matches that are dropped end with the connection, and not by a call for each: for
   /// those who are about to destroy the bus and all that use it.
@@ -99,7 +99,7 @@ class LinuxBus {
   void socketChanged();
   void ended();
   void install(Match& match);
-  void lookWhetherItHangs();
+  void checkForHang();
   BusMessage makeCall(const char* service, const char* path, const char* interface,
                       const char* member, const Arguments& arguments);
   static int onAnswer(sd_bus_message*, void* self, sd_bus_error*);

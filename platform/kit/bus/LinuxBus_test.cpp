@@ -44,9 +44,9 @@ TEST(LinuxBus, OneThatHangsIsNotWaitedForAgainUntilItAnswers) {
   EXPECT_EQ(ask(), LinuxBus::Outcome::Failed);
   started.resume();
   EXPECT_EQ(ask(), LinuxBus::Outcome::Failed) << "the loop has not heard of it yet";
-  bool told = false;
-  const Registration registration = bus.observeConnection([&] { told = true; });
-  loop.runUntil([&] { return told; });
+  bool reported = false;
+  const Registration registration = bus.observeConnection([&] { reported = true; });
+  loop.runUntil([&] { return reported; });
   EXPECT_EQ(ask(), LinuxBus::Outcome::Answered);
 }
 

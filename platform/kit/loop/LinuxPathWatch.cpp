@@ -10,9 +10,9 @@
 namespace zorva {
 namespace {
 
-constexpr int kMostLinks = 40;  // the kernel's own limit
+constexpr int kMaxLinks = 40;  // the kernel's own limit
 // The way may change while its watches are laid; then they are laid again.
-constexpr int kMostRounds = 8;
+constexpr int kMaxRounds = 8;
 
 constexpr std::uint32_t kEntryEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
 // Attributes: a socket is given its mode when it is ready for callers.
@@ -59,7 +59,7 @@ std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOnTheWay() const {
     const bool enter =
         std::filesystem::is_directory(status) && (!ahead.empty() || of_ == Of::Contents);
     if (!enter) places.emplace_back(directory.string(), name);
-    if (link && ++links <= kMostLinks) {
+    if (link && ++links <= kMaxLinks) {
       const auto target = std::filesystem::read_symlink(entry, error);
       if (target.is_absolute()) directory = "/";
       auto further = components(target);
@@ -75,7 +75,7 @@ std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOnTheWay() const {
 }
 
 void LinuxPathWatch::follow() {
-  for (int round = 0; round < kMostRounds; ++round) {
+  for (int round = 0; round < kMaxRounds; ++round) {
     const std::vector<Place> wanted = placesOnTheWay();
     if (std::equal(
             wanted.begin(), wanted.end(), watched_.begin(), watched_.end(),

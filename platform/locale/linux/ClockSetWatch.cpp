@@ -12,7 +12,7 @@
 namespace zorva {
 namespace {
 
-constexpr std::int64_t kLeastStep = 1'000'000;  // nanoseconds
+constexpr std::int64_t kMinStep = 1'000'000;  // nanoseconds
 
 std::int64_t nanoseconds(clockid_t clock) {
   timespec time{};
@@ -72,7 +72,7 @@ int ClockSetWatch::timerChanged(sd_event_source*, int, std::uint32_t, void* self
   if (::read(watch->timer_, &expirations, sizeof(expirations)) >= 0 || errno != ECANCELED) return 0;
   watch->arm();
   const std::int64_t offset = wallClockOffset();
-  if (std::llabs(offset - watch->offset_) < kLeastStep) return 0;
+  if (std::llabs(offset - watch->offset_) < kMinStep) return 0;
   watch->offset_ = offset;
   const auto set = watch->set_;
   set();

@@ -20,7 +20,7 @@ LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clo
   }
   // After the watches are laid, so that no change is missed.
   readSettings();
-  told_ = {settings_.locale, settings_.zone, timeZoneMark(paths_)};
+  reported_ = {settings_.locale, settings_.zone, timeZoneMark(paths_)};
 }
 
 void LinuxLocaleInformation::readSettings() {
@@ -52,7 +52,7 @@ bool LinuxLocaleInformation::daylightSavingTime() {
 
 Registration LinuxLocaleInformation::observe(Change change, std::function<void()> callback) {
   if (change == Change::ClockSet && !clockSetWatch_) {
-    clockSetWatch_ = ClockSetWatch::make(event_, [this] { observers_[Change::ClockSet].tell(); });
+    clockSetWatch_ = ClockSetWatch::make(event_, [this] { observers_[Change::ClockSet].notify(); });
     if (!clockSetWatch_) return {};
   }
   return observers_[change].add(std::move(callback));
@@ -61,12 +61,12 @@ Registration LinuxLocaleInformation::observe(Change change, std::function<void()
 void LinuxLocaleInformation::filesChanged() {
   readSettings();
   const Told before =
-      std::exchange(told_, {settings_.locale, settings_.zone, timeZoneMark(paths_)});
-  const bool locale = before.locale != told_.locale;
-  const bool zone = before.zone != told_.zone || before.zoneMark != told_.zoneMark;
+      std::exchange(reported_, {settings_.locale, settings_.zone, timeZoneMark(paths_)});
+  const bool locale = before.locale != reported_.locale;
+  const bool zone = before.zone != reported_.zone || before.zoneMark != reported_.zoneMark;
   auto observers = observers_;  // an observer may destroy this
-  if (zone) observers[Change::TimeZone].tell();
-  if (locale) observers[Change::Locale].tell();
+  if (zone) observers[Change::TimeZone].notify();
+  if (locale) observers[Change::Locale].notify();
 }
 
 }  // namespace zorva

@@ -63,7 +63,7 @@ class LinuxLocaleInformation : public LocaleInformation {
   const Clock& clock_;
   LocalePaths paths_;
   Settings settings_;
-  Told told_;
+  Told reported_;
   std::map<Change, Observers<>> observers_;
   CoalescedCall filesChanged_;
   std::list<LinuxPathWatch> fileWatches_;

@@ -13,15 +13,15 @@ namespace zorva {
 namespace {
 
 constexpr const char* kPosixLocale = "en_US_POSIX";
-constexpr std::size_t kLongestName = 64;
-constexpr int kMostLinks = 40;
+constexpr std::size_t kMaxNameLength = 64;
+constexpr int kMaxLinks = 40;
 
 bool isAlphanumeric(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
 bool isMadeOf(std::string_view text, std::string_view punctuation) {
-  return !text.empty() && text.size() <= kLongestName &&
+  return !text.empty() && text.size() <= kMaxNameLength &&
          std::all_of(text.begin(), text.end(), [&](char c) {
            return isAlphanumeric(c) || punctuation.find(c) != punctuation.npos;
          });
@@ -67,7 +67,7 @@ std::string assignedIn(const std::string& path, std::string_view variable) {
 // The zone that a path lies at, or leads to through links, below a directory "zoneinfo".
 std::string zoneAt(std::filesystem::path path) {
   constexpr std::string_view kDirectory = "zoneinfo/";
-  for (int links = 0; links <= kMostLinks; ++links) {
+  for (int links = 0; links <= kMaxLinks; ++links) {
     const std::string text = path.string();
     if (const std::size_t at = text.rfind(kDirectory); at != text.npos) {
       std::string_view name = std::string_view(text).substr(at + kDirectory.size());

@@ -54,17 +54,17 @@ Registration SimLocaleInformation::observe(Change change, std::function<void()> 
 
 void SimLocaleInformation::setIdentifier(const std::string& identifier) {
   settings_.locale = identifier;
-  tell(Change::Locale);
+  notify(Change::Locale);
 }
 
 void SimLocaleInformation::setTimeZone(const std::string& timeZone) {
   settings_.zone = timeZone;
-  tell(Change::TimeZone);
+  notify(Change::TimeZone);
 }
 
 void SimLocaleInformation::setClock(Date date) {
   setWallClock_(date);
-  tell(Change::ClockSet);
+  notify(Change::ClockSet);
 }
 
 bool SimLocaleInformation::isLocale(const std::string& identifier) {

@@ -38,7 +38,7 @@ class SimLocaleInformation : public LocaleInformation {
   static bool isTimeZone(const std::string& name);
 
  private:
-  void tell(Change change) { observers_[change].tell(); }
+  void notify(Change change) { observers_[change].notify(); }
 
   const Clock& clock_;
   std::function<void(Date)> setWallClock_;

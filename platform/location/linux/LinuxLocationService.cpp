@@ -37,8 +37,8 @@ LinuxLocationService::LinuxLocationService(sd_event* event, LinuxBus& bus,
     update_.request();
   };
   registrations_.push_back(bus_.observeConnection(geoClueChanged));
-  registrations_.push_back(bus_.watchService(kGeoClue, geoClueChanged));
-  registrations_.push_back(bus_.matchSignals(
+  registrations_.push_back(bus_.observeService(kGeoClue, geoClueChanged));
+  registrations_.push_back(bus_.observeSignals(
       std::string("type='signal',sender='") + kGeoClue + "',path='" + kManagerPath +
           "',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged'",
       [geoClueChanged](sd_bus_message*) { geoClueChanged(); }));

@@ -23,14 +23,14 @@ class LinuxLocationServiceTest : public testing::Test {
     private_.call(kService, kPath, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}", kManager,
                   1, "InUse", "b", inUse);
   }
-  void tellModem(const std::string& code) {
+  void reportModem(const std::string& code) {
     private_.call(mm::kService, mm::kPath, "org.zorva.Mock", "Do", "s", code.c_str());
   }
   // What is told next.
   Codes next() {
-    loop_.runUntil([&] { return !told_.empty(); });
-    EXPECT_EQ(told_.size(), 1u);
-    return std::exchange(told_, {})[0];
+    loop_.runUntil([&] { return !reported_.empty(); });
+    EXPECT_EQ(reported_.size(), 1u);
+    return std::exchange(reported_, {})[0];
   }
 
   DirectoryForTest directory_;
@@ -38,7 +38,7 @@ class LinuxLocationServiceTest : public testing::Test {
   LoopForTest loop_;
   LinuxSystemLog log_{loop_};
   LinuxSystemNotifications notifications_{loop_, log_, {directory_ / "", "", ""}};
-  std::vector<Codes> told_;
+  std::vector<Codes> reported_;
 };
 
 TEST_F(LinuxLocationServiceTest, FollowsGeoClueAndTheModems) {
@@ -54,25 +54,25 @@ TEST_F(LinuxLocationServiceTest, FollowsGeoClueAndTheModems) {
        [&](std::function<void()> changed) { return modems.observe(std::move(changed)); }},
       notifications_);
   EXPECT_EQ(location.copyTechnologiesInUse(), Codes{4});
-  const Registration heard = notifications_.subscribe(
+  const Registration heard = notifications_.observe(
       kLocationTechnologyStatusChanged,
-      [&](std::string_view) { told_.push_back(location.copyTechnologiesInUse()); });
+      [&](std::string_view) { reported_.push_back(location.copyTechnologiesInUse()); });
   ASSERT_TRUE(heard);
 
   auto modemManager = runProgram({"/usr/bin/python3", "platform/testing/ModemManagerMock.py"});
   loop_.runUntil([&] { return modems.running(); });
-  tellModem("modem = add('/Modem/0', Modem=dict(), Modem_Location=dict(Enabled=dbus.UInt32(1)))");
+  reportModem("modem = add('/Modem/0', Modem=dict(), Modem_Location=dict(Enabled=dbus.UInt32(1)))");
   EXPECT_EQ(next(), Codes({4, 6}));
   setInUse(false);
   EXPECT_EQ(next(), Codes({6}));
   // Raw and managed by others are both GPS; help for GPS is no source, so it is no news.
-  tellModem("modem.set('Modem.Location', Enabled=dbus.UInt32(0x76))");
+  reportModem("modem.set('Modem.Location', Enabled=dbus.UInt32(0x76))");
   EXPECT_EQ(next(), Codes({1, 2}));
-  tellModem("modem.set('Modem.Location', Enabled=dbus.UInt32(0x16))");
-  tellModem(
+  reportModem("modem.set('Modem.Location', Enabled=dbus.UInt32(0x16))");
+  reportModem(
       "modem.set('Modem.Location', Location=dbus.Dictionary({dbus.UInt32(4): '$GPGGA'}, "
       "signature='uv'))");
-  tellModem("add('/Modem/1', Modem=dict(), Modem_Location=dict(Enabled=dbus.UInt32(8)))");
+  reportModem("add('/Modem/1', Modem=dict(), Modem_Location=dict(Enabled=dbus.UInt32(8)))");
   EXPECT_EQ(next(), Codes({1, 2, 6}));
   setInUse(true);
   EXPECT_EQ(next(), Codes({1, 2, 4, 6}));

@@ -42,7 +42,7 @@ class Source : public std::enable_shared_from_this<Source> {
   sd_event_source* source_ = nullptr;
 };
 
-constexpr double kLongestTimer = 1e9;  // seconds: about thirty years, and far from any overflow
+constexpr double kMaxTimer = 1e9;  // seconds: about thirty years, and far from any overflow
 
 }  // namespace
 
@@ -67,7 +67,7 @@ Registration LinuxRunLoop::watchDescriptor(int descriptor, std::function<void()>
 Registration LinuxRunLoop::startTimer(double seconds, std::function<void()> fire) {
   auto source = std::make_shared<Source>(std::move(fire));
   // Not-a-number fails both comparisons and becomes 0.
-  const double held = seconds > 0.0 ? std::min(seconds, kLongestTimer) : 0.0;
+  const double held = seconds > 0.0 ? std::min(seconds, kMaxTimer) : 0.0;
   if (sd_event_add_time_relative(event(), source->place(), CLOCK_BOOTTIME,
                                  static_cast<std::uint64_t>(held * 1e6), 0, &Source::fired,
                                  source.get()) < 0) {

@@ -5,7 +5,7 @@
 
 namespace zorva {
 
-Registration LinuxSystemNotifications::subscribe(const std::string& name, Callback callback) {
+Registration LinuxSystemNotifications::observe(const std::string& name, Callback callback) {
   if (!isNotificationName(name) || !listen()) return {};
   return observers_[name].add(std::move(callback));
 }
@@ -45,7 +45,7 @@ bool LinuxSystemNotifications::listen() {
 
 void LinuxSystemNotifications::post(std::string_view name) {
   if (const auto found = observers_.find(name); found != observers_.end()) {
-    found->second.tell(name);
+    found->second.notify(name);
   }
 }
 
@@ -54,7 +54,7 @@ void LinuxSystemNotifications::receive() {
   auto observers = observers_;  // a callback may destroy this object
   for (const std::string& name : names) {
     if (const auto found = observers.find(name); found != observers.end()) {
-      found->second.tell(name);
+      found->second.notify(name);
     }
   }
 }

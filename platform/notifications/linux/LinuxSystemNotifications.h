@@ -25,7 +25,7 @@ class LinuxSystemNotifications : public NotificationCentre {
       NotificationDirectories directories = NotificationDirectories::ofProcess())
       : runLoop_(runLoop), systemLog_(systemLog), directories_(std::move(directories)) {}
 
-  Registration subscribe(const std::string& name, Callback callback) override;
+  Registration observe(const std::string& name, Callback callback) override;
   std::optional<std::uint64_t> state(const std::string& name) override;
 
   void post(std::string_view name) override;

@@ -36,7 +36,7 @@ class LinuxSystemNotificationsTest : public testing::Test {
 
   PostResult post(const std::string& name) { return postNotification(directories_, name); }
   Registration listen(const std::string& name) {
-    return centre_.subscribe(name, [this](std::string_view heard) {
+    return centre_.observe(name, [this](std::string_view heard) {
       heard_ += std::string(heard) + " ";
       if (heard == "end") loop_.stop();
     });
@@ -198,7 +198,7 @@ TEST_F(LinuxSystemNotificationsTest, StatesPersist) {
 }
 
 TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
-  const Registration a = centre_.subscribe(
+  const Registration a = centre_.observe(
       "a", [&](std::string_view) { heard_ += std::to_string(*centre_.state("a")) + " "; });
   const Registration end = listen("end");
   EXPECT_EQ(run({"a", "--state", "0xFFFFFFFFFFFFFFFF"}), "0");

@@ -13,7 +13,7 @@
 namespace zorva {
 namespace {
 
-constexpr std::size_t kLongestName = 128;
+constexpr std::size_t kMaxNameLength = 128;
 
 bool isOwnDirectory(const std::string& path) {
   struct stat status;
@@ -37,7 +37,7 @@ NotificationDirectories NotificationDirectories::ofProcess() {
 }
 
 bool isNotificationName(std::string_view name) {
-  return !name.empty() && name.size() <= kLongestName && name[0] != '.' &&
+  return !name.empty() && name.size() <= kMaxNameLength && name[0] != '.' &&
          std::all_of(name.begin(), name.end(),
                      [](char c) { return c > ' ' && c < 127 && c != '/'; });
 }

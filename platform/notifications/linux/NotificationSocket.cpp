@@ -19,8 +19,8 @@ namespace {
 
 constexpr std::string_view kMark = "ZVN1";
 constexpr std::string_view kSuffix = ".socket";
-constexpr int kMostAtOnce = 64;
-constexpr int kMostDaemons = 1000;  // whose process ids look the same from where each of them is
+constexpr int kMaxAtOnce = 64;
+constexpr int kMaxDaemons = 1000;  // whose process ids look the same from where each of them is
 
 Descriptor newSocket() {
   return Descriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
@@ -133,7 +133,7 @@ std::unique_ptr<NotificationSocket> NotificationSocket::make(const std::string& 
   if (socket && ::setsockopt(socket.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof on) == 0 &&
       ::fchmod(socket.get(), 0600) == 0 &&
       withAddress(::bind, socket.get(), addressOf(directory.get(), "/" + hidden))) {
-    for (int number = 0; number < kMostDaemons; ++number) {
+    for (int number = 0; number < kMaxDaemons; ++number) {
       const std::string name = formatText("%d-%d", ::getpid(), number) + std::string(kSuffix);
       if (::renameat2(directory.get(), hidden.c_str(), directory.get(), name.c_str(),
                       RENAME_NOREPLACE) == 0) {
@@ -154,7 +154,7 @@ NotificationSocket::~NotificationSocket() {
 
 std::vector<std::string> NotificationSocket::takePosts() {
   std::vector<std::string> names;
-  for (int count = 0; count < kMostAtOnce; ++count) {
+  for (int count = 0; count < kMaxAtOnce; ++count) {
     char buffer[256];
     iovec content{buffer, sizeof buffer};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(ucred)) + CMSG_SPACE(16 * sizeof(int))];

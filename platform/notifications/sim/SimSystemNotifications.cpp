@@ -5,7 +5,7 @@
 namespace zorva {
 
 SimSystemNotifications::SimSystemNotifications(SimParts& parts)
-    : subscribeFault_(parts.faults, "notifications.subscribe"),
+    : observeFault_(parts.faults, "notifications.observe"),
       stateFault_(parts.faults, "notifications.state") {
   const auto readState = [this](const ScenarioNode& node) -> ScenarioAction {
     const auto keys = node.keys({"name", "value"});
@@ -31,8 +31,8 @@ SimSystemNotifications::SimSystemNotifications(SimParts& parts)
   });
 }
 
-Registration SimSystemNotifications::subscribe(const std::string& name, Callback callback) {
-  if (subscribeFault_.strikes()) return {};
+Registration SimSystemNotifications::observe(const std::string& name, Callback callback) {
+  if (observeFault_.strikes()) return {};
   return observers_[name].add(std::move(callback));
 }
 

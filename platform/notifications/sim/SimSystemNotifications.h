@@ -15,10 +15,10 @@ class SimSystemNotifications : public NotificationCentre {
 
   explicit SimSystemNotifications(SimParts& parts);
 
-  Registration subscribe(const std::string& name, Callback callback) override;
+  Registration observe(const std::string& name, Callback callback) override;
   std::optional<std::uint64_t> state(const std::string& name) override;
 
-  void post(std::string_view name) override { observers_[std::string(name)].tell(name); }
+  void post(std::string_view name) override { observers_[std::string(name)].notify(name); }
   /// Posts what ends the daemon.
   void postExit() { post(kExit); }
 
@@ -33,7 +33,7 @@ class SimSystemNotifications : public NotificationCentre {
   }
 
  private:
-  SimFaultPoint subscribeFault_;
+  SimFaultPoint observeFault_;
   SimFaultPoint stateFault_;
   std::map<std::string, Observers<std::string_view>> observers_;
   std::map<std::string, std::optional<std::uint64_t>> states_;

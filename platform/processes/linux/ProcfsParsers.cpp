@@ -156,9 +156,9 @@ bool parseProcStat(std::string_view text, ProcStat& stat) {
 }
 
 TimeValue timeOfTicks(std::uint64_t ticks, std::uint64_t ticksPerSecond) {
-  constexpr std::uint64_t kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr std::uint64_t kMaximum = std::numeric_limits<std::int32_t>::max();
   if (ticksPerSecond == 0) return {};
-  return {static_cast<std::int32_t>(std::min(ticks / ticksPerSecond, kMost)),
+  return {static_cast<std::int32_t>(std::min(ticks / ticksPerSecond, kMaximum)),
           static_cast<std::int32_t>(ticks % ticksPerSecond * 1000000 / ticksPerSecond)};
 }
 

@@ -110,14 +110,14 @@ void SimPushService::sendMessage(const std::string& topic, Dictionary userInfo) 
 }
 
 void SimPushService::sendPublicToken(Value::Data token) {
-  scheduled_.tell({std::nullopt, {}, std::move(token)});
+  scheduled_.notify({std::nullopt, {}, std::move(token)});
 }
 
 void SimPushService::receiveWaiting() {
   if (!connected_) return;
   for (const Delivery& delivery : std::exchange(waiting_, {})) {
     notifications_.post(kPushReceivedMessage);
-    scheduled_.tell(delivery);
+    scheduled_.notify(delivery);
   }
 }
 

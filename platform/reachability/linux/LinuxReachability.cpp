@@ -158,7 +158,7 @@ class Target : public ReachabilityTarget {
     socket_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE,
                                           RTNLGRP_IPV4_RULE, RTNLGRP_IPV6_RULE});
     if (!socket_) return false;
-    told_ = flags();  // after the socket hears, so that nothing happens between
+    reported_ = flags();  // after the socket hears, so that nothing happens between
     return true;
   }
 
@@ -192,7 +192,7 @@ class Target : public ReachabilityTarget {
 
   void compare() {
     const auto now = flags();
-    if (!readable_ || !now || now == std::exchange(told_, now)) return;
+    if (!readable_ || !now || now == std::exchange(reported_, now)) return;
     const auto callback = callback_;  // which may destroy this object
     callback(*now);
   }
@@ -202,7 +202,7 @@ class Target : public ReachabilityTarget {
   std::function<void(std::uint32_t)> callback_;
   Descriptor socket_;
   EventSource readable_;  // goes before its socket
-  std::optional<std::uint32_t> told_;
+  std::optional<std::uint32_t> reported_;
   CoalescedCall changed_;
 };
 

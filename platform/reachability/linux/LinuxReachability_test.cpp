@@ -38,8 +38,8 @@ TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
     const LoopForTest loop;
     LinuxReachability service(loop.event(), links / "");
     const auto target = service.createTarget({});
-    std::vector<std::uint32_t> told;
-    EXPECT_TRUE(target->setCallback([&](std::uint32_t flags) { told.push_back(flags); }));
+    std::vector<std::uint32_t> reported;
+    EXPECT_TRUE(target->setCallback([&](std::uint32_t flags) { reported.push_back(flags); }));
     auto scheduled = target->schedule();
     EXPECT_EQ(target->flags(), 0u) << "links without a default route";
 
@@ -73,19 +73,19 @@ TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
     std::uint32_t before = 0;
     for (const auto& [command, flags] : steps) {
       EXPECT_TRUE(ip(command)) << command;
-      if (flags != before) loop.runUntil([&] { return !told.empty(); });
+      if (flags != before) loop.runUntil([&] { return !reported.empty(); });
       loop.drain();
-      EXPECT_EQ(told, flags == before ? std::vector<std::uint32_t>{} : std::vector{flags})
+      EXPECT_EQ(reported, flags == before ? std::vector<std::uint32_t>{} : std::vector{flags})
           << command;
       EXPECT_EQ(target->flags(), flags) << command;
-      told.clear();
+      reported.clear();
       before = flags;
     }
     scheduled.reset();
     ip("link set lan0 up");
     ip("route add default via 10.9.2.2 metric 70");
     loop.drain();
-    EXPECT_EQ(told, std::vector<std::uint32_t>{});
+    EXPECT_EQ(reported, std::vector<std::uint32_t>{});
     return testing::Test::HasFailure() ? 1 : 0;
   });
   const int status = child.status();

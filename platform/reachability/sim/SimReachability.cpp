@@ -65,7 +65,7 @@ std::unique_ptr<ReachabilityTarget> SimReachability::createTarget(const IPv4Sock
 
 void SimReachability::setFlags(std::uint32_t flags) {
   if (flags == std::exchange(flags_, flags)) return;
-  targets_.tell(flags);
+  targets_.notify(flags);
 }
 
 std::optional<std::uint32_t> SimReachability::readFlags() {

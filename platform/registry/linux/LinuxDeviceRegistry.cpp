@@ -95,12 +95,13 @@ class LinuxBacklight : public LinuxRegistryEntry {
   // An event may be sent for a brightness that was only asked for again, and a fade sends many that
   // are delivered late: what was told already is no news.
   News news() const override {
-    return [this, told = backlightBrightness(attributes())]() mutable -> std::optional<Message> {
-      const auto brightness = backlightBrightness(attributes());
-      if (!brightness || brightness == told) return std::nullopt;
-      told = brightness;
-      return Message{kPropertyChanged, *brightness};
-    };
+    return
+        [this, reported = backlightBrightness(attributes())]() mutable -> std::optional<Message> {
+          const auto brightness = backlightBrightness(attributes());
+          if (!brightness || brightness == reported) return std::nullopt;
+          reported = brightness;
+          return Message{kPropertyChanged, *brightness};
+        };
   }
   const char* silentAttribute() const override { return "bl_power"; }
 
@@ -198,7 +199,7 @@ class LinuxNotificationPort : public RegistryNotificationPort {
       return 0;
     auto& interests = static_cast<LinuxNotificationPort*>(port)->interests_;
     const auto found = interests.find({subsystem, name});
-    if (found != interests.end()) found->second.listeners.tell();
+    if (found != interests.end()) found->second.listeners.notify();
     return 0;
   }
 
@@ -209,7 +210,7 @@ class LinuxNotificationPort : public RegistryNotificationPort {
   }
 
   static int attributeWritten(sd_event_source*, const inotify_event*, void* listeners) {
-    static_cast<Observers<>*>(listeners)->tell();
+    static_cast<Observers<>*>(listeners)->notify();
     return 0;
   }
 

@@ -25,7 +25,7 @@ void SimRegistryEntry::setProperty(const std::string& key, Value value) {
 }
 
 void SimRegistryEntry::send(std::uint32_t messageType, const Value& argument) {
-  interested_.tell(messageType, argument);
+  interested_.notify(messageType, argument);
 }
 
 class SimRegistryNotificationPort : public RegistryNotificationPort {

@@ -151,7 +151,7 @@ bool LinuxScheduledPowerEvents::addTimers(std::vector<Dictionary>& events,
     return false;
   }
   const char *unit, *path;
-  for (int timers = 0; timers < kMostTimers && steady_clock::now() < deadline; ++timers) {
+  for (int timers = 0; timers < kMaxTimers && steady_clock::now() < deadline; ++timers) {
     if (sd_bus_message_read(list, "(ssssssouso)", &unit, nullptr, nullptr, nullptr, nullptr,
                             nullptr, &path, nullptr, nullptr, nullptr) <= 0 ||
         !addTimer(events, unit, path)) {

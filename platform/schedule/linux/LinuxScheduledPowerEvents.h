@@ -22,7 +22,7 @@ class LinuxScheduledPowerEvents : public ScheduledPowerEvents {
  public:
   static constexpr std::chrono::seconds kTimeLimit{1};
   /// Active timers beyond that are not asked.
-  static constexpr int kMostTimers = 200;
+  static constexpr int kMaxTimers = 200;
 
   /// Microseconds of CLOCK_MONOTONIC, in which the service manager tells some of its times.
   static std::int64_t monotonicUsec();

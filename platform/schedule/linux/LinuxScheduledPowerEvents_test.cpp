@@ -120,7 +120,7 @@ TEST_F(LinuxScheduledPowerEventsTest, ListsWhatIsPlannedTheEarliestFirst) {
   const struct {
     const char* type;
     std::uint64_t usec;
-    const char* told;
+    const char* reported;
   } shutdowns[] = {{"poweroff", 1'000'000'400'000'000, "400 shutdown logind"},
                    {"halt", 1'000'000'400'000'000, "400 shutdown logind"},
                    {"reboot", 1'000'000'400'000'000, "400 restart logind"},
@@ -132,7 +132,7 @@ TEST_F(LinuxScheduledPowerEventsTest, ListsWhatIsPlannedTheEarliestFirst) {
   for (const auto& each : shutdowns) {
     set("ScheduledShutdown", "(st)", each.type, each.usec);
     Lines expected = alarms;
-    if (*each.told) expected.insert(expected.begin() + 1, each.told);
+    if (*each.reported) expected.insert(expected.begin() + 1, each.reported);
     EXPECT_EQ(events(), expected) << each.type;
   }
 

@@ -47,15 +47,14 @@ LinuxSystemPower::LinuxSystemPower(LinuxBus& bus, Hooks hooks)
     : bus_(bus),
       hooks_(std::move(hooks)),
       listeners_(std::make_shared<std::map<std::uint32_t, std::shared_ptr<Listener>>>()) {
-  registrations_.push_back(bus_.matchSignals(std::string("type='signal',sender='") + kLoginService +
-                                                 "',path='" + kLoginPath + "',interface='" +
-                                                 kLoginManager + "',member='PrepareForSleep'",
-                                             [this](sd_bus_message* signal) {
-                                               int sleep = 0;
-                                               if (sd_bus_message_read(signal, "b", &sleep) > 0)
-                                                 prepareForSleep(sleep != 0);
-                                             }));
-  registrations_.push_back(bus_.watchService(kLoginService, [this] { managerChanged(); }));
+  registrations_.push_back(bus_.observeSignals(
+      std::string("type='signal',sender='") + kLoginService + "',path='" + kLoginPath +
+          "',interface='" + kLoginManager + "',member='PrepareForSleep'",
+      [this](sd_bus_message* signal) {
+        int sleep = 0;
+        if (sd_bus_message_read(signal, "b", &sleep) > 0) prepareForSleep(sleep != 0);
+      }));
+  registrations_.push_back(bus_.observeService(kLoginService, [this] { managerChanged(); }));
   registrations_.push_back(bus_.observeConnection([this] { managerChanged(); }));
 }
 
@@ -109,7 +108,7 @@ void LinuxSystemPower::prepareForSleep(bool sleep) {
       break;
     case State::Waking:
       if (!sleep) break;
-      tellWake();  // never after the next sleep's announcement
+      deliverWake();  // never after the next sleep's announcement
       announceSleep();
       break;
   }
@@ -119,7 +118,7 @@ void LinuxSystemPower::announceSleep() {
   state_ = State::Announced;
   ++announcement_;
   for (const auto& [number, listener] : *listeners_) listener->waits = listener->listens;
-  tell(PowerMessage::WillSleep, announcement_);
+  deliver(PowerMessage::WillSleep, announcement_);
   allowWhenNobodyWaits();
 }
 
@@ -146,23 +145,23 @@ void LinuxSystemPower::wake() {
   for (const auto& [number, listener] : *listeners_) listener->waits = false;
   ++announcement_;  // what is allowed from now on is a sleep of the past
   takeInhibitor();
-  if (!hooks_.afterWake) return tellWake();
+  if (!hooks_.afterWake) return deliverWake();
   hooks_.afterWake([this, weak = std::weak_ptr(listeners_), wake = announcement_] {
-    if (weak.lock() && announcement_ == wake) tellWake();
+    if (weak.lock() && announcement_ == wake) deliverWake();
   });
 }
 
-void LinuxSystemPower::tellWake() {
+void LinuxSystemPower::deliverWake() {
   if (state_ != State::Waking) return;
   state_ = State::Awake;
-  tell(PowerMessage::HasPoweredOn, 0);
+  deliver(PowerMessage::HasPoweredOn, 0);
   if (hooks_.wakeTold) hooks_.wakeTold();
 }
 
-void LinuxSystemPower::tell(PowerMessage message, std::intptr_t argument) {
-  std::vector<std::shared_ptr<Listener>> told;
-  for (const auto& [number, listener] : *listeners_) told.push_back(listener);
-  for (const auto& listener : told) {
+void LinuxSystemPower::deliver(PowerMessage message, std::intptr_t argument) {
+  std::vector<std::shared_ptr<Listener>> reported;
+  for (const auto& [number, listener] : *listeners_) reported.push_back(listener);
+  for (const auto& listener : reported) {
     if (listener->removed || !listener->listens) continue;
     const Handler handler = listener->handler;
     handler(static_cast<std::uint32_t>(message), argument);

@@ -62,8 +62,8 @@ class LinuxSystemPower : public SystemPower {
   void announceSleep();
   void allowWhenNobodyWaits();
   void wake();
-  void tellWake();
-  void tell(PowerMessage message, std::intptr_t argument);
+  void deliverWake();
+  void deliver(PowerMessage message, std::intptr_t argument);
   void remove(std::uint32_t number);
 
   enum class State {

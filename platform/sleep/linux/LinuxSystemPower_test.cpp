@@ -71,9 +71,9 @@ def Inhibit(self, what, who, why, mode):
   void waitUntilDropped() {
     loop_.runUntil([&] { return locks().empty(); });
   }
-  Lines told() {
+  Lines reported() {
     loop_.drain();
-    return std::exchange(told_, {});
+    return std::exchange(reported_, {});
   }
   struct Listener {
     SystemPower::Registered handles;
@@ -88,7 +88,7 @@ def Inhibit(self, what, who, why, mode):
           if (!sleep) {
             EXPECT_EQ(type, static_cast<std::uint32_t>(PowerMessage::HasPoweredOn));
           }
-          told_.push_back(name + (sleep ? " sleep" : " wake"));
+          reported_.push_back(name + (sleep ? " sleep" : " wake"));
           listener.argument = argument;
           if (sleep && name == "a") allow(listener, argument);
         });
@@ -113,22 +113,22 @@ def Inhibit(self, what, who, why, mode):
   std::unique_ptr<ChildForTest> logind_;
   bool signalled_ = false;
   bool appeared_ = false;
-  Lines told_;
+  Lines reported_;
   bool hurry_ = true;  ///< the hook on wake proceeds at once
   std::function<void()> proceed_;
   LinuxBus bus_{loop_.event(), private_.address(), std::chrono::milliseconds(500)};
   LinuxSystemPower power_{bus_,
-                          {[this] { told_.push_back("before sleep, " + locks()); },
+                          {[this] { reported_.push_back("before sleep, " + locks()); },
                            [this](std::function<void()> proceed) {
-                             told_.push_back("after wake, " + locks());
+                             reported_.push_back("after wake, " + locks());
                              proceed_ = std::move(proceed);
                              if (hurry_) proceed_();
                            },
-                           [this] { told_.push_back("wake told"); }}};
+                           [this] { reported_.push_back("wake told"); }}};
   // Called after the ones of what is tested.
-  Registration signals_ = bus_.matchSignals("type='signal',member='PrepareForSleep'",
-                                            [this](sd_bus_message*) { signalled_ = true; });
-  Registration appearances_ = bus_.watchService(kLoginService, [this] { appeared_ = true; });
+  Registration signals_ = bus_.observeSignals("type='signal',member='PrepareForSleep'",
+                                              [this](sd_bus_message*) { signalled_ = true; });
+  Registration appearances_ = bus_.observeService(kLoginService, [this] { appeared_ = true; });
 };
 
 TEST_F(LinuxSystemPowerTest, HoldsSleepOffUntilEverybodyAllowsIt) {
@@ -141,53 +141,53 @@ TEST_F(LinuxSystemPowerTest, HoldsSleepOffUntilEverybodyAllowsIt) {
   listen("b", b);
 
   send(true);
-  EXPECT_EQ(told(), Lines({"a sleep", "b sleep"}));
+  EXPECT_EQ(reported(), Lines({"a sleep", "b sleep"}));
   const std::intptr_t first = b.argument;
   allow(a, first);
   allow(b, first + 1);
   send(true);
-  EXPECT_EQ(told(), Lines()) << "a repeated announcement";
+  EXPECT_EQ(reported(), Lines()) << "a repeated announcement";
   EXPECT_EQ(locks(), "held: ") << "b has not allowed it";
   allow(b, first);
   allow(b, first);
-  EXPECT_EQ(told(), Lines({"before sleep, held: "}));
+  EXPECT_EQ(reported(), Lines({"before sleep, held: "}));
   waitUntilDropped();
 
   hurry_ = false;
   send(false);
-  EXPECT_EQ(told(), Lines({std::string("after wake, held: ") + kLock}));
+  EXPECT_EQ(reported(), Lines({std::string("after wake, held: ") + kLock}));
   proceed_();
   proceed_();
-  EXPECT_EQ(told(), Lines({"a wake", "b wake", "wake told"}));
+  EXPECT_EQ(reported(), Lines({"a wake", "b wake", "wake told"}));
   send(false);
-  EXPECT_EQ(told(), Lines()) << "nobody slept";
+  EXPECT_EQ(reported(), Lines()) << "nobody slept";
 
   // A new sleep before the hook lets the wake be told, and an answer to the one before.
   send(true);
-  told();
+  reported();
   allow(b, b.argument);
   send(false);
   send(true);
-  EXPECT_EQ(told(), Lines({"before sleep, held: ", std::string("after wake, held: ") + kLock,
-                           "a wake", "b wake", "wake told", "a sleep", "b sleep"}));
+  EXPECT_EQ(reported(), Lines({"before sleep, held: ", std::string("after wake, held: ") + kLock,
+                               "a wake", "b wake", "wake told", "a sleep", "b sleep"}));
   proceed_();
   allow(b, first);
-  EXPECT_EQ(told(), Lines());
+  EXPECT_EQ(reported(), Lines());
   EXPECT_EQ(locks(), "held: ");
   // The system did not wait. Then the end of the sleep is missed, too.
   send(false);
   proceed_();
   send(true);
   allow(b, b.argument);
-  told();
+  reported();
   send(true);
-  EXPECT_EQ(told(), Lines({"a sleep", "b sleep"}));
+  EXPECT_EQ(reported(), Lines({"a sleep", "b sleep"}));
   // Who leaves does not hold it up any longer.
   drop(b);
-  EXPECT_EQ(told().size(), 1u);
+  EXPECT_EQ(reported().size(), 1u);
   send(false);
   proceed_();
-  EXPECT_EQ(told().back(), "wake told");
+  EXPECT_EQ(reported().back(), "wake told");
   drop(a);
   waitUntilDropped();
   send(true);
@@ -205,7 +205,8 @@ TEST_F(LinuxSystemPowerTest, OutlivesTheLoginManager) {
   EXPECT_EQ(locks(), "");
   send(true);
   send(false);
-  EXPECT_EQ(told(), Lines({"a sleep", "before sleep, ", "after wake, ", "a wake", "wake told"}));
+  EXPECT_EQ(reported(),
+            Lines({"a sleep", "before sleep, ", "after wake, ", "a wake", "wake told"}));
 
   // Its successor is asked anew, and is the one that ends a sleep that it does not know.
   std::filesystem::remove(directory_ / "refuse");
@@ -216,11 +217,11 @@ TEST_F(LinuxSystemPowerTest, OutlivesTheLoginManager) {
   send(true);
   stopLogind();
   allow(b, b.argument);
-  EXPECT_EQ(told(), Lines({"a sleep", "b sleep", "before sleep, held: "}));
+  EXPECT_EQ(reported(), Lines({"a sleep", "b sleep", "before sleep, held: "}));
   waitUntilDropped();
   const Lines woken{std::string("after wake, held: ") + kLock, "a wake", "b wake", "wake told"};
   startLogind();
-  EXPECT_EQ(told(), woken);
+  EXPECT_EQ(reported(), woken);
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;
 // The two clocks that tell the time slept are not read at the same moment.
-constexpr std::int64_t kLeastSleep = 1'000'000;
+constexpr std::int64_t kMinSleep = 1'000'000;
 
 std::int64_t clockTime(clockid_t clock) {
   timespec time{};
@@ -50,7 +50,7 @@ bool attachFilter(int socket) {
       BPF_STMT(BPF_LD | BPF_B | BPF_ABS, 0),
       BPF_STMT(BPF_ALU | BPF_AND | BPF_K, 0xf0),
       BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0x40, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, WakePacketCapture::kLongest),
+      BPF_STMT(BPF_RET | BPF_K, WakePacketCapture::kMaxLength),
       BPF_STMT(BPF_RET | BPF_K, 0),
   };
   const sock_fprog filter{static_cast<unsigned short>(std::size(program)), program};
@@ -179,7 +179,7 @@ bool WakePacketCapture::caught() {
 // Since begin().
 std::int64_t WakePacketCapture::slept() const {
   const std::int64_t slept = sleepTime_() - sleptAtBegin_;
-  return slept < kLeastSleep ? 0 : slept;
+  return slept < kMinSleep ? 0 : slept;
 }
 
 void WakePacketCapture::keepFirst(std::optional<Packet>& kept, Packet packet) {
@@ -218,7 +218,7 @@ int WakePacketCapture::readable(sd_event_source*, int, std::uint32_t, void* sock
 
 std::string wakeText(const WakePacketCapture::Packet& packet) {
   std::string text = formatText("Dlci %zu [pdp_%zu]:", packet.position + 1, packet.position);
-  const std::size_t length = std::min(packet.bytes.size(), WakePacketCapture::kLongest);
+  const std::size_t length = std::min(packet.bytes.size(), WakePacketCapture::kMaxLength);
   for (std::size_t i = 0; i < length; ++i) text += formatText(" %02x", packet.bytes[i]);
   return text;
 }

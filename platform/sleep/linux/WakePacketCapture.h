@@ -27,7 +27,7 @@ namespace zorva {
 /// set while a capture is open can make the wrong packet count, or none: it is not corrected for.
 class WakePacketCapture {
  public:
-  static constexpr std::size_t kLongest = 64;
+  static constexpr std::size_t kMaxLength = 64;
 
   struct Packet {
     std::size_t position = 0;         ///< of its interface among those that were given, from 0

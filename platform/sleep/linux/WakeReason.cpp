@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kLongestReason = 255;
+constexpr std::size_t kMaxReasonLength = 255;
 
 // Drivers of cellular modems and of nothing else, as interrupts and sources are named after them.
 // "mhi" and "glink" are not among them: they also serve Wi-Fi and sensor processors.
@@ -74,7 +74,7 @@ bool isModems(const WakeupSource& source, const std::vector<ModemDevice>& modems
 
 // One interrupt for the lid, the power button, the clock and whatever else the firmware looks
 // after.
-bool isFirmwares(const WakeInterrupt& interrupt) {
+bool isOfFirmware(const WakeInterrupt& interrupt) {
   return interrupt.name == "acpi" || interrupt.name.starts_with("ACPI:");
 }
 
@@ -82,7 +82,7 @@ enum class Belongs { No, Shared, Yes };
 
 Belongs belongsToModem(const WakeInterrupt& interrupt, const std::vector<ModemDevice>& modems) {
   if (namesModem(interrupt.name)) return Belongs::Yes;
-  bool shared = isFirmwares(interrupt);
+  bool shared = isOfFirmware(interrupt);
   for (const ModemDevice& modem : modems) {
     if (modem.interrupts.count(interrupt.number) > 0 ||
         namesDevice(interrupt.name + " " + interrupt.chip, modem)) {
@@ -205,8 +205,8 @@ std::string firstSource(const WakeEvidence& evidence) {
 }
 
 std::string cutToFit(std::string text) {
-  if (text.size() <= kLongestReason) return text;
-  std::size_t end = kLongestReason;
+  if (text.size() <= kMaxReasonLength) return text;
+  std::size_t end = kMaxReasonLength;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
   return text.substr(0, end);
 }
@@ -265,7 +265,7 @@ std::optional<std::string> wakeReason(const WakeEvidence& evidence) {
     append(" ", evidence.interrupt->name);
     append(" ", "irq " + std::to_string(evidence.interrupt->number));
     append(" ", evidence.interrupt->chip);
-    if (isFirmwares(*evidence.interrupt)) append(", ", firstSource(evidence));
+    if (isOfFirmware(*evidence.interrupt)) append(", ", firstSource(evidence));
   } else if (!evidence.sources.empty()) {
     text = firstSource(evidence);
   } else {

@@ -12,7 +12,7 @@ constexpr const char* kMessageText = "Dlci 5 [sms]: +CMTI";
 }  // namespace
 
 void WakeTexts::sleepBegins(const std::vector<std::string>& mobileInterfaces) {
-  told();
+  reset();
   listening_ = true;
   capture_.begin(mobileInterfaces, [this] { goOn(); });
 }
@@ -43,7 +43,7 @@ std::optional<std::string> WakeTexts::text() {
   return packet_;
 }
 
-void WakeTexts::told() {
+void WakeTexts::reset() {
   listening_ = false;
   heard_ = Heard::Nothing;
   packet_.reset();

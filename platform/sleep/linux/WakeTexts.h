@@ -30,15 +30,15 @@ class WakeTexts {
   /// what it woke it for is known, else when that is known or patience ends.
   void awake(bool byModem, std::function<void()> proceed);
 
-  /// The modem told of a call that rings, or of a message. Counts from sleepBegins() to told().
+  /// The modem told of a call that rings, or of a message. Counts from sleepBegins() to reset().
   void callRings() { heard(Heard::Call); }
   void messageArrived() { heard(Heard::Message); }
 
-  /// The text, or nothing when nothing was found. Good until told().
+  /// The text, or nothing when nothing was found. Good until reset().
   std::optional<std::string> text();
 
   /// The wake has been logged: forgets it and captures no more.
-  void told();
+  void reset();
 
  private:
   enum class Heard { Nothing, Call, Message };

@@ -34,14 +34,14 @@ class SimSystemPower::SimPort : public Port {
       : shared_(std::move(shared)), listener_(std::move(listener)), sourceFault_(sourceFault) {}
   ~SimPort() override {
     listener_->hasSource = false;
-    shared_->tell("destroy port");
+    shared_->report("destroy port");
   }
   Registration addSourceToRunLoop() override {
     if (sourceFault_.strikes()) return {};
     listener_->hasSource = true;
     return Registration([shared = shared_, listener = listener_] {
       listener->hasSource = false;
-      shared->tell("remove source");
+      shared->report("remove source");
     });
   }
 
@@ -100,14 +100,14 @@ SystemPower::Registered SimSystemPower::registerForSystemPower(Handler handler) 
 }
 
 void SimSystemPower::allowPowerChange(std::uint32_t connection, std::intptr_t argument) {
-  shared_->tell(formatText("allow %ld", static_cast<long>(argument)));
+  shared_->report(formatText("allow %ld", static_cast<long>(argument)));
   for (const auto& listener : listeners_) {
     if (listener->connection == connection) listener->awaited.erase(argument);
   }
 }
 
 void SimSystemPower::deregisterForSystemPower(std::uint32_t& notifier) {
-  shared_->tell(formatText("deregister %u", notifier));
+  shared_->report(formatText("deregister %u", notifier));
   std::erase_if(listeners_, [&](const auto& listener) {
     if (listener->notifier != notifier) return false;
     listener->hasSource = false;
@@ -117,7 +117,7 @@ void SimSystemPower::deregisterForSystemPower(std::uint32_t& notifier) {
 }
 
 void SimSystemPower::closeConnection(std::uint32_t connection) {
-  shared_->tell(formatText("close %u", connection));
+  shared_->report(formatText("close %u", connection));
 }
 
 void SimSystemPower::send(std::uint32_t type) {

@@ -46,7 +46,7 @@ class SimSystemPower : public SystemPower {
  private:
   struct Shared {
     Witness witness;
-    void tell(const std::string& operation) const {
+    void report(const std::string& operation) const {
       if (witness) witness(operation);
     }
   };

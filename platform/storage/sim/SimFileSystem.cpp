@@ -74,7 +74,7 @@ void SimFileSystem::writeFile(const std::string& path, const std::string& conten
   fs::create_directories(file.parent_path(), ignored);
   errno = 0;
   if (!(std::ofstream(file, std::ios::binary) << contents << std::flush)) {
-    tell("cannot write " + path, std::error_code(errno, std::generic_category()));
+    report("cannot write " + path, std::error_code(errno, std::generic_category()));
   }
 }
 
@@ -83,7 +83,7 @@ void SimFileSystem::removeFile(const std::string& path) {
   foreign_.erase(hostPath(path));
   if (fs::remove(hostPath(path), error)) return;
   if (!error) error = std::make_error_code(std::errc::no_such_file_or_directory);
-  tell("cannot remove " + path, error);
+  report("cannot remove " + path, error);
 }
 
 void SimFileSystem::moveLog(const std::string& newName) {
@@ -91,13 +91,13 @@ void SimFileSystem::moveLog(const std::string& newName) {
   if (!log) return;
   std::error_code error;
   fs::rename(*log, fs::path(hostPath(kLogDirectory)).parent_path() / newName, error);
-  if (error) tell("cannot move the log", error);
+  if (error) report("cannot move the log", error);
 }
 
 void SimFileSystem::removeLog() {
   const auto log = currentLog();
   std::error_code error;
-  if (log && !fs::remove(*log, error)) tell("cannot remove the log", error);
+  if (log && !fs::remove(*log, error)) report("cannot remove the log", error);
 }
 
 // The daemon's file is the one that neither was there at the start nor was written by the scenario.
@@ -111,11 +111,11 @@ std::optional<std::string> SimFileSystem::currentLog() {
     log = std::max(log, file->path().string());
   }
   if (!log.empty()) return log;
-  tell("there is no log", std::make_error_code(std::errc::no_such_file_or_directory));
+  report("there is no log", std::make_error_code(std::errc::no_such_file_or_directory));
   return std::nullopt;
 }
 
-void SimFileSystem::tell(const std::string& problem, const std::error_code& error) {
+void SimFileSystem::report(const std::string& problem, const std::error_code& error) {
   systemLog_.write("scenario: " + problem + ": " + error.message());
 }
 

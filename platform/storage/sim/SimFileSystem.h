@@ -35,7 +35,7 @@ class SimFileSystem : public FileSystem {
 
  private:
   std::optional<std::string> currentLog();
-  void tell(const std::string& problem, const std::error_code& error);
+  void report(const std::string& problem, const std::error_code& error);
 
   PosixFileSystem files_;
   std::set<std::string> foreign_;  ///< files of the log directory that are not the daemon's

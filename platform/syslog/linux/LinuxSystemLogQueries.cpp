@@ -26,7 +26,7 @@ std::optional<std::string> fieldOf(sd_journal* journal, const char* name) {
   if (sd_journal_get_data(journal, name, &data, &size) < 0) return std::nullopt;
   std::string_view text(static_cast<const char*>(data), size);
   text.remove_prefix(std::min(text.size(), text.find('=') + 1));
-  return std::string(text.substr(0, LinuxSystemLogQueries::kMostTextBytes));
+  return std::string(text.substr(0, LinuxSystemLogQueries::kMaxTextBytes));
 }
 
 bool isOwn(const std::optional<std::string>& sender, const std::optional<std::string>& process) {
@@ -103,7 +103,7 @@ std::shared_ptr<sd_journal> LinuxSystemLogQueries::openJournal() const {
   if (result < 0) return nullptr;
   std::shared_ptr<sd_journal> journal(opened, sd_journal_close);
   // With room for the field's name in front.
-  sd_journal_set_data_threshold(opened, kMostTextBytes + 64);
+  sd_journal_set_data_threshold(opened, kMaxTextBytes + 64);
   seekUnread(opened);
   return journal;
 }

@@ -24,7 +24,7 @@ class LinuxSystemLogQueries : public SystemLogQueries {
   /// How many of the latest messages can be had again.
   static constexpr std::size_t kKept = 300;
   /// Of a longer text only the first bytes are there.
-  static constexpr std::size_t kMostTextBytes = 4096;
+  static constexpr std::size_t kMaxTextBytes = 4096;
 
   /// Of this machine, or of the journal files in the directory.
   explicit LinuxSystemLogQueries(std::string directory = "") : directory_(std::move(directory)) {}

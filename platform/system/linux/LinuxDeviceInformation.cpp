@@ -15,7 +15,7 @@
 namespace zorva {
 namespace {
 
-constexpr std::size_t kLongestName = 200;
+constexpr std::size_t kMaxNameLength = 200;
 
 // The value of one assignment as a shell would take it: in quotes, with backslashes, or plain.
 std::string unquoted(const std::string& text) {
@@ -61,8 +61,8 @@ std::string hostName() {
 std::string fitForFileName(std::string name) {
   name = safeText(name);
   std::replace(name.begin(), name.end(), '/', '-');
-  if (name.size() <= kLongestName) return name;
-  std::size_t end = kLongestName;
+  if (name.size() <= kMaxNameLength) return name;
+  std::size_t end = kMaxNameLength;
   while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) --end;
   return name.substr(0, end);
 }

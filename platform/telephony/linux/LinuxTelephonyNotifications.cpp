@@ -24,7 +24,7 @@ Value valueOf(const std::optional<Content>& content) {
 
 std::vector<TelephonyNews> telephonyNews(const ModemRecord& before, const ModemRecord& after) {
   std::vector<TelephonyNews> news;
-  const auto tell = [&](bool changed, const char* name,
+  const auto post = [&](bool changed, const char* name,
                         std::initializer_list<Dictionary::Entry> values = {}) {
     if (!changed) return;
     Dictionary& information = news.emplace_back(name, Dictionary()).second;
@@ -32,25 +32,25 @@ std::vector<TelephonyNews> telephonyNews(const ModemRecord& before, const ModemR
       if (!value.isNothing()) information.set(key, value);
     }
   };
-  tell(before.simStatus != after.simStatus, kSimStatusChange,
+  post(before.simStatus != after.simStatus, kSimStatusChange,
        {{kSimStatus, valueOf(after.simStatus)}});
   // Another technology is on another band; a radio that is switched off or on leaves or takes one.
-  tell(before.technology != after.technology || before.poweredOff != after.poweredOff,
+  post(before.technology != after.technology || before.poweredOff != after.poweredOff,
        kRadioBandChange);
-  tell(!sameCalls(before.calls, after.calls), kCallStatusChange);
+  post(!sameCalls(before.calls, after.calls), kCallStatusChange);
   // A strength that is not known any more is no strength to tell.
-  tell(after.signal && before.signal != after.signal, kSignalStrength,
+  post(after.signal && before.signal != after.signal, kSignalStrength,
        {{kRawSignalStrength, valueOf(after.signal)}});
-  tell(before.registrationStatus != after.registrationStatus || before.home != after.home,
+  post(before.registrationStatus != after.registrationStatus || before.home != after.home,
        kRegistrationStatusChanged,
        {{kRegistrationStatus, valueOf(after.registrationStatus)},
         {kInHomeCountry, valueOf(after.home)}});
-  tell(before.operatorName != after.operatorName, kOperatorNameChanged,
+  post(before.operatorName != after.operatorName, kOperatorNameChanged,
        {{kOperatorName, valueOf(after.operatorName)}});
-  tell(before.cell != after.cell || before.area != after.area, kCellChanged,
+  post(before.cell != after.cell || before.area != after.area, kCellChanged,
        {{kCellID, valueOf(after.cell)}, {kLocationAreaCode, valueOf(after.area)}});
   const bool wasActive = before.dataContexts > 0, active = after.dataContexts > 0;
-  tell(before.dataAttached != after.dataAttached || wasActive != active ||
+  post(before.dataAttached != after.dataAttached || wasActive != active ||
            before.dataIndicator != after.dataIndicator,
        kDataStatusChanged,
        {{kDataAttached, after.dataAttached},
@@ -60,8 +60,8 @@ std::vector<TelephonyNews> telephonyNews(const ModemRecord& before, const ModemR
 }
 
 LinuxTelephonyNotifications::LinuxTelephonyNotifications(ModemManagerClient& client)
-    : client_(client), told_(client.modem()) {
-  registrations_.push_back(client_.observeRestart([this] { tell(kDaemonRestart, {}); }));
+    : client_(client), reported_(client.modem()) {
+  registrations_.push_back(client_.observeRestart([this] { post(kDaemonRestart, {}); }));
   registrations_.push_back(client_.observe([this] { recordChanged(); }));
 }
 
@@ -69,16 +69,16 @@ Registration LinuxTelephonyNotifications::observe(const std::string& name, Callb
   return observers_[name].add(std::move(callback));
 }
 
-void LinuxTelephonyNotifications::tell(const std::string& name, const Dictionary& information) {
+void LinuxTelephonyNotifications::post(const std::string& name, const Dictionary& information) {
   if (const auto found = observers_.find(name); found != observers_.end()) {
     auto observers = found->second;  // shares them; a callback may add another name
-    observers.tell(name, information);
+    observers.notify(name, information);
   }
 }
 
 void LinuxTelephonyNotifications::recordChanged() {
-  const ModemRecord before = std::exchange(told_, client_.modem());
-  for (const auto& [name, information] : telephonyNews(before, told_)) tell(name, information);
+  const ModemRecord before = std::exchange(reported_, client_.modem());
+  for (const auto& [name, information] : telephonyNews(before, reported_)) post(name, information);
 }
 
 }  // namespace zorva

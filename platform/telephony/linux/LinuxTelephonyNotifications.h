@@ -25,13 +25,13 @@ class LinuxTelephonyNotifications : public TelephonyNotifications {
 
   Registration observe(const std::string& name, Callback callback) override;
   /// Tells a notification of another source.
-  void tell(const std::string& name, const Dictionary& information);
+  void post(const std::string& name, const Dictionary& information);
 
  private:
   void recordChanged();
 
   ModemManagerClient& client_;
-  ModemRecord told_;
+  ModemRecord reported_;
   std::map<std::string, Observers<std::string_view, const Dictionary&>> observers_;
   std::vector<Registration> registrations_;
 };

@@ -24,7 +24,7 @@ ServerResult failed(std::int32_t error) {
 
 std::optional<Dictionary> readBasebandStates(const std::string& device) {
   // The entry has 32 bits for each figure: held there, rather than wrapped to another one.
-  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr std::int64_t kMaximum = std::numeric_limits<std::int32_t>::max();
   const std::string power = device + "/power/";
   const auto status = readAttribute(power + "runtime_status");
   if (!status || status->empty() || status == "unsupported") return std::nullopt;
@@ -34,7 +34,7 @@ std::optional<Dictionary> readBasebandStates(const std::string& device) {
     const auto milliseconds = readNumber(power + file);
     if (!milliseconds) return std::nullopt;
     states.set(std::string(telephony::kBasebandStatePrefix) + name,
-               std::clamp<std::int64_t>(*milliseconds, 0, kMost));
+               std::clamp<std::int64_t>(*milliseconds, 0, kMaximum));
   }
   return states;
 }
@@ -137,7 +137,7 @@ void LinuxTelephonyServer::handleReply(const Message& message) {
   const Dictionary* reply = message.dictionary();
   if (!reply) return;
   if (const Dictionary* report = (*reply)[kReport].dictionary()) {
-    notifications_.tell(telephony::kStateDurationReport, *report);
+    notifications_.post(telephony::kStateDurationReport, *report);
   }
 }
 

@@ -40,14 +40,15 @@ class LinuxTelephonyTest : public testing::Test {
           telephony::kCallStatusChange, telephony::kSimStatusChange, telephony::kCellChanged,
           telephony::kRegistrationStatusChanged, telephony::kDataStatusChanged,
           telephony::kOperatorNameChanged, telephony::kStateDurationReport}) {
-      observations_.push_back(notifications_.observe(name, [this](auto told, const auto& with) {
-        std::string line(told.substr(told.find('.') + 1));
+      observations_.push_back(notifications_.observe(name, [this](auto reported, const auto& with) {
+        std::string line(reported.substr(reported.find('.') + 1));
         for (const auto& [key, value] : with) line += " " + key + "=" + value.description();
-        told_.push_back(line);
+        reported_.push_back(line);
       }));
     }
     observations_.push_back(client_.observeIncoming([this](auto incoming) {
-      told_.push_back(incoming == ModemManagerClient::Incoming::Call ? "INCOMING CALL" : "MESSAGE");
+      reported_.push_back(incoming == ModemManagerClient::Incoming::Call ? "INCOMING CALL"
+                                                                         : "MESSAGE");
     }));
   }
   void startService() {
@@ -62,19 +63,19 @@ class LinuxTelephonyTest : public testing::Test {
   Lines startWithModem() {
     private_.start();
     startService();
-    return toldAfter(kModem);
+    return reportedAfter(kModem);
   }
   // What is told when the service does this.
-  Lines toldAfter(const std::string& code) {
+  Lines reportedAfter(const std::string& code) {
     EXPECT_GE(private_.call(mm::kService, mm::kPath, "org.zorva.Mock", "Do", "s", code.c_str()), 0)
         << code;
-    return toldNow();
+    return reportedNow();
   }
-  Lines toldNow() {
+  Lines reportedNow() {
     // What the service sent before stands before its answer.
     bus_.call(mm::kService, mm::kPath, "org.freedesktop.DBus.Peer", "Ping");
     loop_.drain();
-    return std::exchange(told_, {});
+    return std::exchange(reported_, {});
   }
   std::string signal() {
     std::int32_t raw = -1, graded = -1, bars = -1;
@@ -93,7 +94,7 @@ class LinuxTelephonyTest : public testing::Test {
   PrivateBusForTest private_;
   std::unique_ptr<ChildForTest> service_;
   LoopForTest loop_;
-  Lines told_;
+  Lines reported_;
   LinuxBus bus_{loop_.event(), private_.address()};
   ModemManagerClient client_{loop_.event(), bus_};
   LinuxTelephonyNotifications notifications_{client_};
@@ -119,36 +120,37 @@ TEST_F(LinuxTelephonyTest, TellsOfTheModemAndWhateverBecomesOfIt) {
   EXPECT_FALSE(telephony_.dataContextActive(-1));
 
   // Another modem counts when it stands before this one; 10 stands after 2.
-  EXPECT_EQ(toldAfter("other = add('/Modem/10', Modem=dict(Ports=[('wwan7', dbus.UInt32(2))]))"),
-            Lines());
+  EXPECT_EQ(
+      reportedAfter("other = add('/Modem/10', Modem=dict(Ports=[('wwan7', dbus.UInt32(2))]))"),
+      Lines());
   EXPECT_EQ(client_.mobileInterfaces(), Lines({"wwan0"}));
   // Another network, in one go.
-  EXPECT_EQ(toldAfter("modem.set('Modem.Modem3gpp', RegistrationState=dbus.UInt32(5));"
-                      "modem.set('Modem.Modem3gpp', OperatorName='A\\nway');"
-                      "modem.set('Modem', AccessTechnologies=dbus.UInt32(1 << 5))"),
+  EXPECT_EQ(reportedAfter("modem.set('Modem.Modem3gpp', RegistrationState=dbus.UInt32(5));"
+                          "modem.set('Modem.Modem3gpp', OperatorName='A\\nway');"
+                          "modem.set('Modem', AccessTechnologies=dbus.UInt32(1 << 5))"),
             Lines({"radio-band-change",
                    "registration-status-changed "
                    "registration-status=network-registration.RegisteredRoaming in-home-country=0",
                    "operator-name-changed operator-name=A\\x0away",
                    "data-status-changed data-attached=1 data-active=1 "
                    "data-indicator=packet-data.radio-indicator.3G"}));
-  EXPECT_EQ(toldAfter("bearers[1].set('Bearer', Connected=False);"
-                      "modem.set('Modem.Modem3gpp', PacketServiceState=dbus.UInt32(1))"),
+  EXPECT_EQ(reportedAfter("bearers[1].set('Bearer', Connected=False);"
+                          "modem.set('Modem.Modem3gpp', PacketServiceState=dbus.UInt32(1))"),
             Lines({"data-status-changed data-attached=0 data-active=0 "
                    "data-indicator=packet-data.radio-indicator.None"}));
   EXPECT_EQ(client_.mobileInterfaces(), Lines({"wwan0", "wwan7"}));
-  EXPECT_EQ(toldAfter("modem.set('Modem', Sim=dbus.ObjectPath('/'));"
-                      "modem.set('Modem.Modem3gpp', RegistrationState=dbus.UInt32(0))"),
+  EXPECT_EQ(reportedAfter("modem.set('Modem', Sim=dbus.ObjectPath('/'));"
+                          "modem.set('Modem.Modem3gpp', RegistrationState=dbus.UInt32(0))"),
             Lines({"sim-status-change sim-status.=sim-status.NotInserted",
                    "registration-status-changed "
                    "registration-status=network-registration.NotRegistered"}));
-  EXPECT_EQ(toldAfter("modem.set('Modem', OwnNumbers=['+49'])"), Lines());
+  EXPECT_EQ(reportedAfter("modem.set('Modem', OwnNumbers=['+49'])"), Lines());
 
   // Unplugged: the other one takes its place, as far as it tells anything.
-  EXPECT_EQ(toldAfter("remove('/Modem/2')"),
+  EXPECT_EQ(reportedAfter("remove('/Modem/2')"),
             Lines({"radio-band-change", "registration-status-changed", "operator-name-changed",
                    "cell-changed"}));
-  EXPECT_EQ(toldAfter("remove('/Modem/10')").size(), 3u);
+  EXPECT_EQ(reportedAfter("remove('/Modem/10')").size(), 3u);
   EXPECT_EQ(telephony_.simStatus(), std::nullopt);
   EXPECT_EQ(signal() + calls(), "-1 -1 -10: none");
 }
@@ -158,7 +160,7 @@ TEST_F(LinuxTelephonyTest, FollowsCalls) {
   const Lines changed{"call-status-change"}, incoming{"call-status-change", "INCOMING CALL"};
   const struct {
     const char* code;
-    Lines told;
+    Lines reported;
     const char* calls;
   } steps[] = {
       {"call = Object('/Call/0', {'Call': dict(State=dbus.Int32(3), Number='+49')});"
@@ -179,49 +181,50 @@ TEST_F(LinuxTelephonyTest, FollowsCalls) {
        "0:"},
   };
   for (const auto& step : steps) {
-    EXPECT_EQ(toldAfter(step.code), step.told) << step.code;
+    EXPECT_EQ(reportedAfter(step.code), step.reported) << step.code;
     EXPECT_EQ(calls(), step.calls) << step.code;
   }
 }
 
 TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
   startWithModem();
-  EXPECT_EQ(toldNow(), Lines());  // the modem was asked for changes
+  EXPECT_EQ(reportedNow(), Lines());  // the modem was asked for changes
   const std::string is = "assert modem.properties[full('Modem.Signal')]['RssiThreshold'] == ";
-  EXPECT_EQ(toldAfter(is + "2"), Lines());
+  EXPECT_EQ(reportedAfter(is + "2"), Lines());
   EXPECT_EQ(signal(), "-82 50 3");
   const auto measured = [&](const std::string& lte) {
-    return toldAfter("modem.set('Modem.Signal', Lte=dbus.Dictionary({'rssi': " + lte +
-                     "}, signature='sv'), Umts=dbus.Dictionary({'rssi': -3.0}, signature='sv'))");
+    return reportedAfter(
+        "modem.set('Modem.Signal', Lte=dbus.Dictionary({'rssi': " + lte +
+        "}, signature='sv'), Umts=dbus.Dictionary({'rssi': -3.0}, signature='sv'))");
   };
   EXPECT_EQ(measured("-71.4, 'rsrp': -99.0"), Lines({"signal-strength raw-signal-strength=-71"}));
   // What is no measurement is not taken for one, and the same strength is no news.
   EXPECT_EQ(measured("0.0, 'rsrp': -71.0"), Lines());
   EXPECT_EQ(measured("-32768.0"), Lines({"signal-strength raw-signal-strength=-82"}));
-  EXPECT_EQ(toldAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(100), True))"),
+  EXPECT_EQ(reportedAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(100), True))"),
             Lines({"signal-strength raw-signal-strength=-51"}));
   EXPECT_EQ(signal(), "-51 100 5");
   // What was asked for is taken back at the end, unless somebody wants something else by then.
   for (const char* atTheEnd : {"0", "5"}) {
-    toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
+    reportedAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
     auto other = std::make_unique<ModemManagerClient>(loop_.event(), bus_);
-    toldNow();
-    toldAfter(is + "2");
-    if (*atTheEnd == '5') toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(5))");
+    reportedNow();
+    reportedAfter(is + "2");
+    if (*atTheEnd == '5') reportedAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(5))");
     other.reset();
-    toldAfter(is + atTheEnd);
+    reportedAfter(is + atTheEnd);
   }
   // Switched off.
   EXPECT_FALSE(telephony_.airplaneMode());
-  EXPECT_EQ(toldAfter("modem.set('Modem', State=dbus.Int32(3), PowerState=dbus.UInt32(2))"),
+  EXPECT_EQ(reportedAfter("modem.set('Modem', State=dbus.Int32(3), PowerState=dbus.UInt32(2))"),
             Lines({"radio-band-change"}));
   EXPECT_EQ(signal(), "-1 -1 -1");
   EXPECT_TRUE(telephony_.airplaneMode());
   // And on: what it was asked for it has forgotten, and is not asked for while it is off.
-  toldAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
-  toldAfter(is + "0");
-  toldAfter("modem.set('Modem', State=dbus.Int32(8), PowerState=dbus.UInt32(3))");
-  toldAfter(is + "2");
+  reportedAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
+  reportedAfter(is + "0");
+  reportedAfter("modem.set('Modem', State=dbus.Int32(8), PowerState=dbus.UInt32(3))");
+  reportedAfter(is + "2");
 }
 
 TEST_F(LinuxTelephonyTest, KnowsAirplaneModeByTheSwitches) {
@@ -245,26 +248,26 @@ TEST_F(LinuxTelephonyTest, LivesThroughRestartsOfTheService) {
   EXPECT_EQ(startWithModem().size(), 7u);
   stopService();
   EXPECT_EQ(telephony_.simStatus(), std::nullopt);
-  EXPECT_EQ(toldNow().size(), 6u);
+  EXPECT_EQ(reportedNow().size(), 6u);
   startService();
-  EXPECT_EQ(toldNow(), Lines({"daemon-restart"}));
-  EXPECT_EQ(toldAfter(kModem).size(), 7u);
+  EXPECT_EQ(reportedNow(), Lines({"daemon-restart"}));
+  EXPECT_EQ(reportedAfter(kModem).size(), 7u);
   // From one owner of the name to the next, without a moment in between.
   const auto old = std::move(service_);
   startService();
-  loop_.runUntil([&] { return !told_.empty(); });
-  EXPECT_EQ(told_.front(), "daemon-restart");
-  EXPECT_EQ(toldNow().size(), 7u);
+  loop_.runUntil([&] { return !reported_.empty(); });
+  EXPECT_EQ(reported_.front(), "daemon-restart");
+  EXPECT_EQ(reportedNow().size(), 7u);
   EXPECT_EQ(client_.modem().path, "");
 }
 
 TEST_F(LinuxTelephonyTest, AsksAServiceThatFailedAgainWhenItShowsLife) {
   startWithModem();
-  toldAfter("modems, manager.modems = manager.modems, None");  // it cannot list them
+  reportedAfter("modems, manager.modems = manager.modems, None");  // it cannot list them
   const ModemManagerClient late(loop_.event(), bus_);
   EXPECT_TRUE(late.running());
   EXPECT_EQ(late.modem().path, "");
-  toldAfter("manager.modems = modems; modem.set('Modem', Revision='3')");
+  reportedAfter("manager.modems = modems; modem.set('Modem', Revision='3')");
   EXPECT_EQ(late.modem().firmware, "3");
 }
 
@@ -282,7 +285,7 @@ TEST_F(LinuxTelephonyTest, ServesItsConnections) {
   };
   EXPECT_EQ(server_.ratSelection(nullptr, text).error, kNoServerConnection.error);
   EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "an error");
-  toldAfter(kModem);
+  reportedAfter(kModem);
   EXPECT_EQ(answer(&LinuxTelephonyServer::ratSelection), "LTE");
   EXPECT_EQ(answer(&LinuxTelephonyServer::copyFirmwareVersion), "81600.0000\\x0a00");
   EXPECT_EQ(answer(&LinuxTelephonyServer::copyWakeCommand), "an error");
@@ -312,17 +315,17 @@ TEST_F(LinuxTelephonyTest, ServesItsConnections) {
   });
   EXPECT_TRUE(report());
   source = server_.makeSource(*port);
-  EXPECT_EQ(toldNow(), Lines()) << "before the source is on the loop";
-  const Lines told{
+  EXPECT_EQ(reportedNow(), Lines()) << "before the source is on the loop";
+  const Lines reported{
       "state-duration-report modem.power-state-residency.Active=1200 "
       "modem.power-state-residency.Suspended=2147483647"};
   source->addToRunLoop();
-  EXPECT_EQ(told_, Lines()) << "not from in here";
-  EXPECT_EQ(toldNow(), told);
+  EXPECT_EQ(reported_, Lines()) << "not from in here";
+  EXPECT_EQ(reportedNow(), reported);
   source = server_.makeSource(*port);
   source->addToRunLoop();
-  EXPECT_EQ(toldNow(), told) << "what was left";
-  EXPECT_EQ(toldNow(), Lines());
+  EXPECT_EQ(reportedNow(), reported) << "what was left";
+  EXPECT_EQ(reportedNow(), Lines());
 }
 
 }  // namespace

@@ -34,22 +34,22 @@ ModemManagerClient::ModemManagerClient(sd_event* event, LinuxBus& bus)
     if (!owner_.empty()) owner_ = "of another bus";  // which may give the same name again
     ownerChanged();
   }));
-  registrations_.push_back(bus_.watchService(mm::kService, ownerChanged));
+  registrations_.push_back(bus_.observeService(mm::kService, ownerChanged));
   registrations_.push_back(
-      bus_.matchSignals(signalRule(kObjectManager, "InterfacesAdded"),
-                        [this](sd_bus_message* signal) { objectAdded(signal); }));
+      bus_.observeSignals(signalRule(kObjectManager, "InterfacesAdded"),
+                          [this](sd_bus_message* signal) { objectAdded(signal); }));
   registrations_.push_back(
-      bus_.matchSignals(signalRule(kObjectManager, "InterfacesRemoved"),
-                        [this](sd_bus_message* signal) { objectRemoved(signal); }));
+      bus_.observeSignals(signalRule(kObjectManager, "InterfacesRemoved"),
+                          [this](sd_bus_message* signal) { objectRemoved(signal); }));
   registrations_.push_back(
-      bus_.matchSignals(signalRule(kProperties, "PropertiesChanged"),
-                        [this](sd_bus_message* signal) { propertiesChanged(signal); }));
+      bus_.observeSignals(signalRule(kProperties, "PropertiesChanged"),
+                          [this](sd_bus_message* signal) { propertiesChanged(signal); }));
   registrations_.push_back(
-      bus_.matchSignals(signalRule(mm::kMessaging, "Added"), [this](sd_bus_message* signal) {
+      bus_.observeSignals(signalRule(mm::kMessaging, "Added"), [this](sd_bus_message* signal) {
         const char* path = nullptr;
         int received = 0;
         if (sd_bus_message_read(signal, "ob", &path, &received) >= 0 && received) {
-          incoming_.tell(Incoming::Message);
+          incoming_.notify(Incoming::Message);
         }
       }));
   update();
@@ -110,7 +110,7 @@ void ModemManagerClient::readAll() {
   if (!reply.message) return;
   const char* const owner = sd_bus_message_get_sender(reply.message.get());
   const std::string before = std::exchange(owner_, owner ? owner : mm::kService);
-  if (!before.empty() && before != owner_) restartUntold_ = true;
+  if (!before.empty() && before != owner_) restartUnreported_ = true;
   readManagedObjects(reply.message.get(), objects_);
 }
 
@@ -187,9 +187,9 @@ void ModemManagerClient::update() {
   const auto newCalls = std::count_if(ringing_.begin(), ringing_.end(), [&](const auto& call) {
     return std::find(before.begin(), before.end(), call) == before.end();
   });
-  if (std::exchange(restartUntold_, false)) restarted_.tell();
-  changed_.tell();
-  for (auto call = newCalls; call > 0; --call) incoming_.tell(Incoming::Call);
+  if (std::exchange(restartUnreported_, false)) restarted_.notify();
+  changed_.notify();
+  for (auto call = newCalls; call > 0; --call) incoming_.notify(Incoming::Call);
 }
 
 }  // namespace zorva

@@ -78,7 +78,7 @@ class ModemManagerClient {
   bool ownerChanged_ = true;  ///< since the objects were read
   bool failed_ = false;       ///< the service is there, and did not tell its objects when asked
   std::optional<std::chrono::steady_clock::time_point> askedAgain_;
-  bool restartUntold_ = false;
+  bool restartUnreported_ = false;
   ModemObjects objects_;
   ModemRecord record_;
   std::vector<std::string> ringing_;

@@ -17,7 +17,7 @@ class SimTelephonyNotifications : public TelephonyNotifications {
   }
 
   void post(const std::string& name, const Dictionary& information = {}) {
-    observers_[name].tell(name, information);
+    observers_[name].notify(name, information);
   }
 
  private:

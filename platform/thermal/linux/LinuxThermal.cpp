@@ -47,7 +47,7 @@ LinuxThermal::LinuxThermal(sd_event* event, NotificationCentre& notifications,
     : event_(event),
       notifications_(notifications),
       directory_(std::move(directory)),
-      changed_(event, [this] { tellChange(); }) {
+      changed_(event, [this] { reportChange(); }) {
   for (std::size_t index = 0; index < kThermalSensorValues.size(); ++index) {
     states_.push_back(
         provideState(kThermalSensorValues[index], [this, index] { return sensorState(index); }));
@@ -56,7 +56,7 @@ LinuxThermal::LinuxThermal(sd_event* event, NotificationCentre& notifications,
 
 std::int32_t LinuxThermal::level() {
   if (!events_) listen();  // before the reading, so that no change falls between the two
-  return told_ = readLevel();
+  return reported_ = readLevel();
 }
 
 std::int32_t LinuxThermal::readLevel() const {
@@ -101,9 +101,9 @@ void LinuxThermal::listen() {
   }
 }
 
-void LinuxThermal::tellChange() {
+void LinuxThermal::reportChange() {
   const std::int32_t now = readLevel();
-  if (std::exchange(told_, now) != now) notifications_.post(kThermalLevelChanged);
+  if (std::exchange(reported_, now) != now) notifications_.post(kThermalLevelChanged);
 }
 
 }  // namespace zorva

@@ -46,13 +46,13 @@ class LinuxThermal : public Thermal {
   std::int32_t readLevel() const;
   std::optional<std::uint64_t> sensorState(std::size_t index) const;
   void listen();
-  void tellChange();
+  void reportChange();
 
   sd_event* event_;
   NotificationCentre& notifications_;
   std::string directory_;
   std::vector<Registration> states_;
-  std::int32_t told_ = 0;  ///< the last level that anyone was answered, or heard of
+  std::int32_t reported_ = 0;  ///< the last level that anyone was answered, or heard of
   CoalescedCall changed_;
   std::optional<ThermalEvents> events_;
   std::unique_ptr<sd_device_monitor, MonitorRelease> monitor_;

@@ -145,7 +145,7 @@ TEST_F(LinuxThermalTest, PostsChangesOfTheLevelOnly) {
                                      nullptr, nullptr));
   write("thermal_zone0/trip_point_0_type", "passive");
   std::vector<std::int32_t> heard;
-  const auto listening = notifications_.subscribe(
+  const auto listening = notifications_.observe(
       kThermalLevelChanged, [&](std::string_view) { heard.push_back(thermal_.level()); });
   ASSERT_TRUE(listening);
   const auto change = [&](const char* state) {

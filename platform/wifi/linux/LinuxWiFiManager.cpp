@@ -87,9 +87,9 @@ class Device : public WiFiDevice {
     const bool power = nowPowered != std::exchange(poweredBefore_, nowPowered);
     const bool link = nowNetwork != std::exchange(networkBefore_, nowNetwork);
     if (power) {
-      power_.tell();
+      power_.notify();
     } else if (link) {
-      link_.tell();
+      link_.notify();
     }
   }
 
@@ -228,7 +228,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     const bool attached = find();
     listenToWireless();  // the kernel's part may have been loaded with the first device
     if (attached) {
-      attachments_.tell(device_);
+      attachments_.notify(device_);
     } else if (before) {
       before->compare();  // one that went away is off
     }

@@ -102,18 +102,18 @@ std::shared_ptr<WiFiManagerClient> SimWiFiManager::createClient() {
 void SimWiFiManager::setAttached(bool attached) {
   if (attached == (state_->device != nullptr)) return;
   state_->device = attached ? std::make_shared<Device>(state_) : nullptr;
-  if (attached && state_->scheduled > 0) state_->attachments.tell(state_->device);
+  if (attached && state_->scheduled > 0) state_->attachments.notify(state_->device);
 }
 
 void SimWiFiManager::setPowered(bool powered) {
   if (powered == std::exchange(state_->powered, powered)) return;
-  if (const auto device = state_->device; device && state_->scheduled > 0) device->power.tell();
+  if (const auto device = state_->device; device && state_->scheduled > 0) device->power.notify();
 }
 
 void SimWiFiManager::setNetwork(std::optional<WiFiNetwork> network) {
   state_->network = std::move(network);
   if (!state_->powered) return;
-  if (const auto device = state_->device; device && state_->scheduled > 0) device->link.tell();
+  if (const auto device = state_->device; device && state_->scheduled > 0) device->link.notify();
 }
 
 }  // namespace zorva
