@@ -30,9 +30,9 @@ bool check(bool condition, const char* text) {
   return false;
 }
 
-// Whatever stands under the name of a log that could not be opened keeps its place. In that of one
-// that is written, an editor, or whoever else may write to the directory, may have put another file
-// or a link: then the log is gone.
+// If no log could be opened, the file that has its name is left alone. In place of one that is
+// written, an editor or another user of the directory may have put another file or a link: then the
+// log is gone.
 bool currentLogFileExists() {
   if (sZorvaState.logFilePath.empty()) return false;
   const std::string path = sZorvaContext.platform->files.hostPath(sZorvaState.logFilePath);

@@ -23,7 +23,7 @@ namespace {
 constexpr const char* kFileDatePattern = "YYYY-MM-dd-HHmmss";
 constexpr int kLastAttempt = 9;
 
-// The file is one that nobody else made: a name that is taken, by a link too, is not opened.
+// The file must be a new one: a name that is taken, by a link too, is not opened.
 int createFile(const std::string& hostPath) {
   return ::open(hostPath.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_NOCTTY | O_CLOEXEC,
                 0644);

@@ -11,7 +11,7 @@
 
 namespace zorva {
 
-/// What a poster tells its observers beside the name, by key.
+/// What a post carries beside the name, by key.
 using UserInformation = std::map<std::string, std::any, std::less<>>;
 
 /// One post, as an observer sees it.
@@ -22,7 +22,7 @@ struct Notification {
 };
 
 /// The notification centre of this process. A post calls every observer of the name before it
-/// returns, in the order in which they came. What may happen inside a post, Observers tells.
+/// returns, in the order in which they came. Observers says what may happen inside a post.
 class NotificationCenter {
  public:
   using Callback = std::function<void(const Notification&)>;

@@ -37,7 +37,7 @@ void ZVApplicationLogger::appStateChanged(const ApplicationStateChange& change) 
 void ZVApplicationLogger::logStateForDisplayIDPidStringAndStateWithReasons(
     const std::optional<std::string>& displayID, const std::optional<std::string>& pidString,
     std::optional<std::int32_t> state, const std::optional<std::vector<std::int32_t>>& reasons) {
-  // One that is not told is asked for as the application without a name, which nobody knows.
+  // A missing one is asked for as the application without a name, which does not exist.
   const std::string asked = displayID.value_or("");
   std::string body = formatText(" id=%s;", safeText(textOrNull(displayID)).c_str());
 

@@ -77,7 +77,7 @@ void ZVPushNotificationLogger::connectionDidReceiveMessageForTopicUserInfo(
 }
 
 void ZVPushNotificationLogger::connectionDidReceivePublicToken(const Value::Data&) {
-  logEntryWithBody("NMX Event", " type=token_received;");  // the token itself is nobody's business
+  logEntryWithBody("NMX Event", " type=token_received;");  // the token itself is a secret
 }
 
 std::string ZVPushNotificationLogger::formatNMXUserInfo(const Dictionary& userInfo) {

@@ -18,7 +18,7 @@ namespace zorva {
 ///
 /// The two counters are the driver's own. They are read only while the preference
 /// "ZVShouldQueryWiFiPowerUsage" is set and the radio is on, and cleared each time, so that they
-/// tell of the time since the entry before; a negative one is an error.
+/// are of the time since the previous entry; a negative one is an error.
 class ZVWiFiLogger : public ZVLogger {
  public:
   /// Nothing when the Wi-Fi manager cannot be reached.

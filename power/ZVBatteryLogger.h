@@ -26,8 +26,8 @@ class ZVBatteryLogger : public ZVLogger {
   void log() override;
   void logBatteryProperties(ZVBatteryProperties& properties);
 
-  /// Handles one change: tells the observers, writes the entry, and tells them again when the level
-  /// moved, or has not for a significant time.
+  /// Handles one change: notifies the observers, writes the entry, and notifies them again when the
+  /// level moved, or has not for a significant time.
   void batteryStatusChanged(const std::shared_ptr<ZVBatteryProperties>& properties);
 
   /// Seconds in use and on standby since the last full charge; -1.0 where that is not known.

@@ -14,7 +14,7 @@ namespace zorva {
 /// One reading of the battery's registry entry. The entry is read once, on the first question, so
 /// that all answers belong together; only the voltage is read anew each time.
 ///
-/// What the entry does not tell reads as 0, 0.0 or false.
+/// What the entry lacks reads as 0, 0.0 or false.
 class ZVBatteryProperties {
  public:
   struct Sources {
@@ -58,7 +58,7 @@ class ZVBatteryProperties {
   std::int32_t rawMaxCapacity();
   /// Charge in percent of the raw maximum, rounded, halves away from zero; 0 without a raw maximum.
   std::int32_t rawCapacity();
-  /// mV, read now; -1 with a line on the system log when the entry does not tell.
+  /// mV, read now; -1 with a line on the system log when the entry lacks it.
   std::int32_t voltage();
 
   /// Whether the battery measures its own current and capacity. Asked of the device once per

@@ -21,7 +21,7 @@ class ZVDisplayLogger : public ZVLogger {
 
   void log() override;
 
-  /// What the backlight tells of its brightness now ("min", "max", "value"), or nothing.
+  /// The brightness that the backlight reports now ("min", "max", "value"), or nothing.
   std::optional<Dictionary> brightnessParameters();
 
   /// The brightness read at the start, or the last one that the backlight has announced.

@@ -23,7 +23,7 @@ ZVPowerAssertionChangedLogger::ZVPowerAssertionChangedLogger(const Services& ser
 
 std::string ZVPowerAssertionChangedLogger::uniqueKeyForAssertion(
     const Dictionary& assertion) const {
-  // Two starts within one second are two assertions, so the key tells microseconds where the
+  // Two starts within one second are two assertions, so the key has microseconds where the
   // ordinary text of a date does not.
   const auto start = assertion["AssertStartWhen"].date();
   const std::string when = start.has_value() ? std::to_string(start->time_since_epoch().count())

@@ -23,7 +23,7 @@ Library& library() {
   return theLibrary;
 }
 
-// Reserved memory is told in whole steps of this size.
+// Reserved memory is reported in whole steps of this size.
 constexpr std::uint64_t kReservedMemoryStep = 0x8000000;
 
 __attribute__((format(printf, 2, 3))) int dropMessage(void*, const char*, ...) {

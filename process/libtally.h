@@ -66,8 +66,8 @@ inline constexpr std::uint32_t kLibtallyStopped = 5;
 inline constexpr std::uint32_t kLibtallyHalted = 6;
 inline constexpr std::uint32_t kLibtallyUnknown = 7;
 
-/// An event counter of a process: as the kernel tells it, wrapping at 32 bits, and its total, which
-/// starts at the counter's value when the process is first seen.
+/// An event counter of a process: as the kernel reports it, wrapping at 32 bits, and its total,
+/// which starts at the counter's value when the process is first seen.
 struct LibtallyEvents {
   std::uint32_t current = 0;
   std::uint32_t previous = 0;  ///< 0 when the process is first seen
@@ -176,12 +176,14 @@ struct LibtallyGathering {
 };
 
 /// Chooses what the samples of this round gather; libtally_init chooses everything. -1 without a
-/// round, and after its first sample: figures could not be told from those of the sample before.
+/// round, and after its first sample: its figures could not be distinguished from those of the
+/// previous sample.
 int libtally_gather(const LibtallyGathering& gathering);
 
 /// Starts a round. Without a callback messages are dropped. -1 after a message when the system
-/// cannot tell its memory size, argument length or CPU ticks or has no device registry, and without
-/// one when libtally_use was never called or memory is short. Ends a round that was under way.
+/// cannot report its memory size, argument length or CPU ticks or has no device registry, and
+/// without one when libtally_use was never called or memory is short. Ends a round that was under
+/// way.
 int libtally_init(LibtallyMessage message, void* userData);
 
 /// Ends the round: every record is freed. Does nothing without a round.

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the library's own sources share. Nobody else includes this.
+// What the library's own sources share. No other file includes this.
 
 #include <cstddef>
 #include <cstdint>

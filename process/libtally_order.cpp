@@ -71,7 +71,7 @@ void libtally_psort(LibtallyComparator comparator, void* userData) {
       continue;
     }
     // Placed one by one, each after those it does not come before: the comparator sees records in
-    // the roles that it was promised, and whatever it answers, every place lies within the list.
+    // the roles that it was promised, and for any answer, every place lies within the list.
     Record* const placed = record->get();
     const auto place = std::ranges::partition_point(order, [&](const Record* other) {
       return comparator(userData, placed->psamp, other->psamp) != -1;

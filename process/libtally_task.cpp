@@ -7,7 +7,7 @@
 namespace zorva::libtally {
 namespace {
 
-// Of a launcher's process whose executable cannot be told.
+// Of a launcher's process whose executable is not known.
 constexpr const char* kUnknownCommand = "unknown";
 
 constexpr const char* kSysctlFailed = "%s(): Error in sysctl(): %s";

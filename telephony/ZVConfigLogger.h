@@ -39,7 +39,8 @@ class ZVConfigLogger : public ZVTelephonyConnectedLogger {
   std::optional<std::string> buildVersion() const;
   std::optional<std::string> faultboxKey() const;
   std::optional<std::string> hardwareModel() const;
-  /// Without the blanks around them; nothing, with an error entry, when the kernel does not tell.
+  /// Without the blanks around them; nothing, with an error entry, when the kernel does not report
+  /// them.
   std::optional<std::string> bootArgs();
   /// In the unit of the profile settings; 0 when the setting has no value.
   std::int32_t autolockTime() const;
@@ -48,7 +49,7 @@ class ZVConfigLogger : public ZVTelephonyConnectedLogger {
   double backlightLevel();
   /// Whether the brightness follows the ambient light, as it does unless that is switched off.
   bool alsEnabled() const;
-  /// "<none>" when the telephony server does not tell.
+  /// "<none>" when the telephony server does not report it.
   std::string basebandFirmware() const;
 
  private:

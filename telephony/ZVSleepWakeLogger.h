@@ -35,13 +35,13 @@ class ZVSleepWakeLogger : public ZVTelephonyConnectedLogger {
       const Sources& sources);
   ~ZVSleepWakeLogger() override;
 
-  /// Sleep and wake have no state that a snapshot could tell.
+  /// Sleep and wake have no state that a snapshot could show.
   void log() override {}
   /// Writes the entries of a wake.
   void logWake();
 
   /// The kernel's reason for the last wake, of which it keeps 256 bytes; "<unknown>", with an error
-  /// entry, when it tells none.
+  /// entry, when it reports none.
   std::string wakeReason();
   /// Whether the reason names the baseband.
   static bool isBasebandWakeup(const std::string& reason);

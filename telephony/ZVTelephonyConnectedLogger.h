@@ -28,7 +28,7 @@ class ZVTelephonyConnectedLogger : public ZVLogger {
   void deregisterForAllTelephonyNotifications();
 
  protected:
-  /// What a subclass's loggerWithConnection() does: makes the logger, or tells that there is no
+  /// What a subclass's loggerWithConnection() does: makes the logger, or reports that there is no
   /// connection and makes none. `make` is called with no arguments.
   template <typename Make>
   static auto initWithConnection(const Services& services, const Connection& connection,

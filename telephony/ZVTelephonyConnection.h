@@ -38,7 +38,7 @@ class ZVTelephonyConnection {
   void teardownConnection();
   void daemonRestartNotification() { teardownConnection(); }
 
-  /// Always "<unknown>": the server does not tell.
+  /// Always "<unknown>": the server does not report it.
   std::string activeBand() const { return "<unknown>"; }
   /// The selected radio access technology as people call it, or nothing.
   std::optional<std::string> currentRAT();
@@ -55,7 +55,7 @@ class ZVTelephonyConnection {
                                              std::int32_t& bars);
 
   std::optional<std::string> basebandFirmwareVersion();
-  /// The text that tells what the baseband woke the device for, without blanks and line ends
+  /// The text that says what the baseband woke the device for, without blanks and line ends
   /// around it.
   std::optional<std::string> wakeCommand();
 

@@ -12,7 +12,7 @@
 namespace zorva {
 
 /// Logs the cellular radio: at each snapshot, at each news of the battery level, and when the
-/// telephony service tells a change. A signal counts as changed when it is more than 5 dBm away
+/// telephony service reports a change. A signal counts as changed when it is more than 5 dBm away
 /// from the strength in the entry before.
 ///
 ///     11/16/26 14:07:16 [Telephony] band=<unknown>; data=DCH; rat=UMTS; call_status=Inactive;

@@ -76,7 +76,7 @@ bool contains(std::string_view text, std::string_view literal) {
          text.end();
 }
 
-// Takes a decimal integer off the start of the text; nobody needs its value.
+// Takes a decimal integer off the start of the text; its value is not needed.
 bool consumeInteger(std::string_view& text) {
   std::size_t length = text.starts_with('+') || text.starts_with('-') ? 1 : 0;
   const std::size_t sign = length;

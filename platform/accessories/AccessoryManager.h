@@ -32,7 +32,7 @@ class AccessoryManager {
   /// registration says that this cannot be observed.
   virtual Registration observeConnected(std::function<void(const Accessory&)> event) = 0;
   virtual Registration observeDisconnected(std::function<void(const Accessory&)> event) = 0;
-  /// The manager tells of events only while somebody is registered. Empty when it cannot be
+  /// The manager reports events only while a client is registered. Empty when it cannot be
   /// reached.
   virtual Registration registerForLocalNotifications() = 0;
   virtual std::vector<Accessory> connectedAccessories() = 0;

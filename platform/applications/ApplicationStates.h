@@ -10,7 +10,7 @@
 
 namespace zorva {
 
-/// One change of an application's state, as far as it is told.
+/// One change of an application's state, as far as it is known.
 struct ApplicationStateChange {
   std::optional<std::string> displayIdentifier;
   std::optional<std::int32_t> process;
@@ -23,7 +23,7 @@ class ApplicationStates {
  public:
   virtual ~ApplicationStates() = default;
 
-  /// Calls back, on the run loop, for every change. Changes are told only between
+  /// Calls back, on the run loop, for every change. Changes are reported only between
   /// beginGenerating() and endGenerating(), which may be nested. An empty registration says that
   /// changes cannot be observed.
   virtual Registration observe(std::function<void(const ApplicationStateChange&)> changed) = 0;

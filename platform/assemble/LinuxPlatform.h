@@ -18,7 +18,7 @@ class LinuxPlatform {
 /// standard error.
 std::unique_ptr<LinuxPlatform> makeLinuxPlatform();
 
-/// Tells the service manager that has started this process, if one has, that it is ready.
+/// Reports to the service manager that started this process, if one did, that it is ready.
 void reportReady();
 
 }  // namespace zorva

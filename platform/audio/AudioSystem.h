@@ -26,7 +26,7 @@ class AudioSystem {
   /// The value of one of the attributes above, or nothing.
   virtual Value attribute(const std::string& key) = 0;
   /// The active category's volume, from 0 to 1, and its name. False when the controller cannot
-  /// tell.
+  /// report it.
   virtual bool activeCategory(float& volume, std::optional<std::string>& name) = 0;
 
   enum class Change { InputDevice, HeadphoneJack, SystemVolume, ActiveRoute };

@@ -11,9 +11,9 @@
 namespace zorva {
 
 /// The callbacks that wait for one kind of news. News is delivered at once, in the order in which
-/// the observers came. Observers may come and go, and further news be told, from inside a callback:
-/// one that was dropped is not called any more, one that came during the delivery is not called by
-/// it. A callback may even destroy this object. Copies share their observers.
+/// the observers came. Observers may come and go, and further news be delivered, from inside a
+/// callback: one that was dropped is not called any more, one that came during the delivery is not
+/// called by it. A callback may even destroy this object. Copies share their observers.
 template <typename... News>
 class Observers {
  public:

@@ -27,7 +27,7 @@ const char* numberStart(const std::string& text) {
   const char* end = first + text.size();
   while (first != end && std::isspace(static_cast<unsigned char>(*first)) != 0) ++first;
   if (first != end && *first == '+') ++first;
-  // "nan" and "info" start with no number, whatever from_chars makes of them.
+  // "nan" and "info" start with no number, although from_chars reads them.
   const char* digits = first != end && *first == '-' ? first + 1 : first;
   if (digits != end && *digits == '.') ++digits;
   const bool number = digits != end && std::isdigit(static_cast<unsigned char>(*digits)) != 0;
@@ -47,7 +47,7 @@ double leadingReal(const std::string& text) {
   const char* first = numberStart(text);
   double number = 0.0;
   const auto [stop, error] = std::from_chars(first, text.data() + text.size(), number);
-  // Too large or too small for a double: strtod tells which.
+  // Too large or too small for a double: strtod says which.
   return error == std::errc::result_out_of_range ? std::strtod(first, nullptr) : number;
 }
 

@@ -20,7 +20,7 @@ class BluetoothServer {
 
   static constexpr Status kNoHandle = 103;
   static constexpr Status kNoDevice = 104;    ///< the server has no controller
-  static constexpr Status kNotCounted = 105;  ///< nobody counts what is asked for
+  static constexpr Status kNotCounted = 105;  ///< what is asked for is not counted
   static constexpr std::int32_t kSessionAttached = 0;
   static constexpr std::int32_t kSessionTerminated = 2;
   /// A module or a mode that is on or yes; every other state is off or no.
@@ -43,7 +43,7 @@ class BluetoothServer {
   /// Calls back when the device's modes or its connections change.
   virtual Status addLocalDeviceCallbacks(Device device, Changed changed,
                                          Registration& callbacks) = 0;
-  /// Calls back when the device has used power worth telling.
+  /// Calls back when the device has used power worth reporting.
   virtual Status registerForPowerUpdates(Device device, Changed changed,
                                          Registration& callbacks) = 0;
 

@@ -7,7 +7,7 @@
 namespace zorva {
 
 /// The parts of a locale identifier: "zh_Hant_TW.UTF-8" is the language "zh", the country "TW", and
-/// nothing more. Whatever is missing is empty.
+/// nothing more. A missing part is empty.
 struct LocaleParts {
   std::string_view language;
   std::string_view country;  ///< two letters, or three digits for a region of the world

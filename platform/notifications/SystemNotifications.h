@@ -22,7 +22,7 @@ class SystemNotifications {
   /// that the name cannot be listened to.
   virtual Registration observe(const std::string& name, Callback callback) = 0;
 
-  /// The state last set for the name (0 while nobody has set one), or nothing when it cannot be
+  /// The state last set for the name (0 while none was set), or nothing when it cannot be
   /// read.
   virtual std::optional<std::uint64_t> state(const std::string& name) = 0;
 };

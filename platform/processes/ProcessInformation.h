@@ -6,7 +6,7 @@
 
 namespace zorva {
 
-/// Of a process, all that PROC_PIDTASKALLINFO tells, as far as anyone here reads it.
+/// Of a process, what is read here of PROC_PIDTASKALLINFO.
 struct proc_taskallinfo {
   std::uint32_t openFiles = 0;  ///< of its BSD part: the number of open descriptors
 };
@@ -39,7 +39,7 @@ inline constexpr std::int32_t kFinWait2 = 9;
 inline constexpr std::int32_t kTimeWait = 10;
 }  // namespace tcp
 
-/// One socket, as PROC_PIDFDSOCKETINFO tells of it.
+/// One socket, as PROC_PIDFDSOCKETINFO describes it.
 struct socket_fdinfo {
   std::int32_t soi_kind = 0;
   std::int32_t tcpsi_state = 0;

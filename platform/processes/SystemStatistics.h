@@ -104,7 +104,7 @@ struct KernelProcess {
   std::int64_t startSeconds = 0;  ///< start, since 1970-01-01 UTC
   std::int32_t startMicroseconds = 0;
   std::uint32_t flags = 0;
-  std::uint32_t cpuType = 0;  ///< 0 where the kernel does not tell
+  std::uint32_t cpuType = 0;  ///< 0 where the kernel does not report it
   bool zombie = false;        ///< has ended, is not yet reaped
 };
 
@@ -119,7 +119,7 @@ struct TaskBasicInfo {
   bool operator==(const TaskBasicInfo&) const = default;
 };
 
-/// Run states of a thread, as ThreadInfo::runState tells them.
+/// Run states of a thread, as in ThreadInfo::runState.
 inline constexpr std::int32_t kThreadRunning = 1;
 inline constexpr std::int32_t kThreadStopped = 2;
 inline constexpr std::int32_t kThreadWaiting = 3;
@@ -186,7 +186,7 @@ inline constexpr TaskDetail kEveryTaskDetail = TaskDetail::Identity | TaskDetail
                                                TaskDetail::WorkQueue;
 
 /// One look at one task. A caller keeps one and passes it again and again, so that its texts and
-/// lists are allocated once. What was not asked for, or the kernel does not tell, is 0 or empty.
+/// lists are allocated once. What was not asked for, or the kernel does not report, is 0 or empty.
 struct TaskSample {
   KernelProcess process;
   TaskBasicInfo basic;
@@ -239,7 +239,7 @@ class SystemStatistics {
   virtual KernelResult openDeviceRegistry() = 0;
   /// The names of the block-storage drivers, in a list that is replaced.
   virtual KernelResult blockDrivers(std::vector<std::string>& names) = 0;
-  /// What the driver has transferred; figures that it does not tell are 0.
+  /// What the driver has transferred; figures that it does not report are 0.
   virtual KernelResult blockDriverTransfers(const std::string& name, DiskTotals& transfers) = 0;
 
   /// The ids of all tasks, ascending, in a list that is replaced.
@@ -254,7 +254,7 @@ class SystemStatistics {
   /// Command name of the launcher whose processes are better named after their executables; empty
   /// where there is no such launcher.
   virtual std::string_view launcherCommand() = 0;
-  /// Copies the path of the executable, as the process's arguments tell it, into the buffer and
+  /// Copies the path of the executable, as in the process's arguments, into the buffer and
   /// sets its length. A path that does not fit is cut.
   virtual KernelResult executablePath(std::int32_t process, std::span<char> buffer,
                                       std::size_t& length) = 0;

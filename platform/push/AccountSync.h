@@ -6,7 +6,7 @@
 
 namespace zorva {
 
-/// The account-sync service, by its shared connection. Pings are told as system notifications.
+/// The account-sync service, by its shared connection. Pings are delivered as system notifications.
 class AccountSync {
  public:
   virtual ~AccountSync() = default;

@@ -15,7 +15,7 @@ class PushConnection {
  public:
   virtual ~PushConnection() = default;
 
-  /// What the connection tells, on the run loop, while it is scheduled there.
+  /// What the connection delivers, on the run loop, while it is scheduled there.
   struct Delegate {
     std::function<void(const std::string& topic, const Dictionary& userInfo)> receivedMessage;
     std::function<void(const Value::Data& token)> receivedPublicToken;

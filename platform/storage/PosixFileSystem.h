@@ -26,8 +26,8 @@ class PosixFileSystem : public FileSystem {
   void takeEvents(int queue) override;
 
  private:
-  // What a queue watches, with inotify's numbers, -1 for none. The parent tells of the directory's
-  // end: the directory itself does not while somebody has it open.
+  // What a queue watches, with inotify's numbers, -1 for none. The parent reports the directory's
+  // end: the directory itself does not while a process has it open.
   struct Watch {
     std::string path;
     int directory = -1;

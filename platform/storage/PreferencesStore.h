@@ -27,7 +27,7 @@ class PreferencesStore {
 
   /// Writes what was set. The file is replaced whole or not at all, never through a planted link,
   /// and belongs to the scope's user afterwards where that user exists and the process may give
-  /// files away. A damaged file is kept aside under another name, which the system log tells.
+  /// files away. A damaged file is kept aside under another name, which the system log reports.
   /// Returns false when nothing could be written; what was set is then tried again with the
   /// next call, where the file has got no value of its own by then.
   virtual bool synchronize(const Scope& scope) = 0;

@@ -18,10 +18,10 @@ namespace zorva {
 ///
 /// The directory belongs to the user while the process is often root, so the user's links are not
 /// followed, a file that has a second name somewhere is not read, and nothing but new files of our
-/// own is ever written to or given away. Keys that nobody set, and values of unknown kinds, survive
+/// own is ever written to or given away. Unknown keys, and values of unknown kinds, survive
 /// the rewriting.
 ///
-/// A file of more than 1 MiB, a binary one, and whatever is no regular file count as damaged. They
+/// A file of more than 1 MiB, a binary one, and anything but a regular file count as damaged. They
 /// are kept aside as "NAME.damaged-1", "-2" and so on up to 100; after that they stay and nothing
 /// is written any more.
 class PropertyListPreferences : public PreferencesStore {

@@ -48,7 +48,7 @@ Descriptor makeDirectory(int parent, const std::string& name,
   Descriptor directory(
       ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
-  // Whoever owns the parent may have put another directory in place of the new one.
+  // The owner of the parent may have put another directory in place of the new one.
   if (made && directory && owner && ::fstat(directory.get(), &status) == 0 &&
       status.st_uid == ::geteuid()) {
     (void)::fchown(directory.get(), owner->user, owner->group);

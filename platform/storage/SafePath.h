@@ -8,7 +8,7 @@
 
 namespace zorva {
 
-/// An entry of a directory that is held open, so that nobody can exchange the way to it any more.
+/// An entry of a directory that is held open, so that the path to it cannot be exchanged any more.
 struct DirectoryEntry {
   Descriptor directory;  ///< opened O_PATH
   std::string name;

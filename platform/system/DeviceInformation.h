@@ -17,7 +17,7 @@ class DeviceInformation {
   /// "BuildVersion" (text): the build of the system's software.
   /// "HWModelStr" (text): the model of the hardware.
   /// "InverseDeviceID" (text): a key by which crash reports of one device are known as such. It
-  /// does not tell which device that is.
+  /// does not identify the device.
   /// "gas-gauge-battery" (boolean): the battery measures its own current and capacity.
   virtual Value answer(const std::string& key) = 0;
 };

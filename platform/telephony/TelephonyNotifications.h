@@ -9,7 +9,7 @@
 
 namespace zorva {
 
-/// What the telephony notification centre tells, and the keys of what comes with it.
+/// The notifications of the telephony notification centre, and the keys of what comes with it.
 namespace telephony {
 
 inline constexpr const char* kDaemonRestart = "telephony.daemon-restart";
@@ -60,7 +60,7 @@ class TelephonyNotifications {
 
   using Callback = std::function<void(std::string_view name, const Dictionary& information)>;
 
-  /// Calls back on the run loop for every notification of the name, whoever sent it.
+  /// Calls back on the run loop for every notification of the name, from any sender.
   virtual Registration observe(const std::string& name, Callback callback) = 0;
 };
 

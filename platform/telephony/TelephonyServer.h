@@ -36,7 +36,7 @@ inline constexpr const char* kUnknown = "technology-unknown";
 /// The telephony server, reached over a connection. The server's replies (such as a state-duration
 /// report that was asked for) arrive as messages at the connection's port: they count only once a
 /// source of the port is on the run loop and what it receives is handed to handleReply(). The news
-/// in them is then told on the telephony notification centre (TelephonyNotifications.h).
+/// in them is then delivered by the telephony notification centre (TelephonyNotifications.h).
 ///
 /// Every operation that takes a connection takes an empty one too, and answers it with
 /// kNoServerConnection and no values. Operations that ask the modem may take up to two seconds.
@@ -83,7 +83,7 @@ class TelephonyServer {
   virtual ServerResult requestStateDurationReport(Connection* connection) = 0;
   virtual ServerResult dumpBasebandState(Connection* connection, const Value& argument) = 0;
 
-  /// The text that tells what the baseband woke the device for.
+  /// The text that says what the baseband woke the device for.
   virtual ServerResult copyWakeCommand(Connection* connection,
                                        std::optional<std::string>& command) = 0;
   /// The selected radio access technology, one of the texts of namespace rat or any other.

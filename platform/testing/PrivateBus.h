@@ -43,7 +43,7 @@ class PrivateBusForTest {
         {"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + (directory_ / "bus.conf")});
   }
   void stop() { daemon_.reset(); }
-  /// From now on it takes connections and answers nobody.
+  /// From now on it takes connections and never replies.
   void halt() { kill(daemon_->process(), SIGSTOP); }
   void resume() { kill(daemon_->process(), SIGCONT); }
 

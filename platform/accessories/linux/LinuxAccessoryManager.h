@@ -12,7 +12,7 @@
 namespace zorva {
 
 /// Accessories are USB devices that can be unplugged (docs/linux-services.md): neither hubs nor
-/// what the device tree or firmware says is fixed inside. One is told of when its driver has read
+/// what the device tree or firmware says is fixed inside. One is reported when its driver has read
 /// its configuration, and as it goes with the texts it had.
 class LinuxAccessoryManager : public AccessoryManager {
  public:
@@ -39,7 +39,7 @@ class LinuxAccessoryManager : public AccessoryManager {
 
   sd_event* event_;
   int registrations_ = 0;
-  MonitorPointer monitor_;                  ///< while somebody is registered
+  MonitorPointer monitor_;                  ///< while a client is registered
   std::map<std::string, Accessory> known_;  ///< by their directories, while listening
   Observers<const Accessory&> connected_;
   Observers<const Accessory&> disconnected_;

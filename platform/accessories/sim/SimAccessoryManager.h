@@ -18,9 +18,9 @@ class SimAccessoryManager : public AccessoryManager {
   Registration registerForLocalNotifications() override;
   std::vector<Accessory> connectedAccessories() override;
 
-  /// Connects the accessory, whatever it says of that itself, and tells it.
+  /// Connects the accessory, whatever its own state says, and reports it.
   void connect(Accessory accessory);
-  /// Takes the accessory of the connection away and tells it; does nothing when there is none.
+  /// Takes the accessory of the connection away and reports it; does nothing when there is none.
   void disconnect(std::uint32_t connectionIdentifier);
   bool registered() const { return registrations_ > 0; }
 

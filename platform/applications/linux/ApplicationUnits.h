@@ -29,7 +29,7 @@ std::vector<std::int32_t> readUnitProcesses(const std::string& directory);
 using ApplicationUnits = std::map<std::string, ApplicationUnit>;
 
 /// Looks for units below the root of the unified hierarchy, in the "app.slice" of every user's
-/// manager. `before` is called with each directory where one may come, and each file that tells of
+/// manager. `before` is called with each directory where one may come, and each file that reports
 /// one's state, before it is read.
 ApplicationUnits readApplicationUnits(
     const std::string& root,

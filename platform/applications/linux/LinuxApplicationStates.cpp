@@ -116,8 +116,8 @@ int LinuxApplicationStates::pathChanged(sd_event_source*, const inotify_event* e
   return 0;
 }
 
-// Of a control group that goes the kernel tells the one above only: the watches in it stay, and
-// never tell of one that comes in its place.
+// Of a control group that goes the kernel reports only to the one above: the watches in it stay,
+// and never report one that takes its place.
 void LinuxApplicationStates::endBelow(const std::string& path) {
   for (auto at = watched_.lower_bound(path); at != watched_.end(); ++at) {
     if (!at->first.starts_with(path)) break;
@@ -160,7 +160,7 @@ std::optional<std::int32_t> LinuxApplicationStates::processOf(
     const std::string& displayIdentifier) {
   for (const auto& [directory, unit] : units()) {
     if (unit.application != displayIdentifier) continue;
-    // No event tells of processes that come and go.
+    // No event reports processes that come and go.
     const std::vector<std::int32_t> processes = readUnitProcesses(directory);
     if (!processes.empty()) return processes.front();
   }

@@ -14,8 +14,8 @@
 namespace zorva {
 
 /// The applications that desktop sessions run in control groups of their own
-/// (docs/linux-services.md). An application that runs in several is told for each, and is running
-/// when one of them is.
+/// (docs/linux-services.md). An application that runs in several is reported for each, and is
+/// running when one of them is.
 class LinuxApplicationStates : public ApplicationStates {
  public:
   static constexpr const char* kRoot = "/sys/fs/cgroup";

@@ -37,7 +37,7 @@ class SimApplicationStates : public ApplicationStates {
   std::string nameOfReason(std::int32_t reason) override;
 
   void setApplication(const std::string& displayIdentifier, Application application);
-  /// Tells a change, whatever the applications are.
+  /// Reports a change, independent of the applications that are set.
   void notify(const ApplicationStateChange& change);
   bool generating() const { return generating_ > 0; }
 

@@ -25,7 +25,7 @@ Dictionary record(const LogindInhibitor& inhibitor, Date start) {
           {"AssertUser", std::int64_t{inhibitor.user}}};
 }
 
-// "BlockInhibited", "DelayInhibited", "NCurrentInhibitors" and whatever else tells of them.
+// "BlockInhibited", "DelayInhibited", "NCurrentInhibitors" and everything else about them.
 bool reportsInhibitors(const char* property) {
   return std::strstr(property, "Inhibit") != nullptr;
 }
@@ -110,7 +110,8 @@ LinuxPowerManagement::copyAssertionsByProcess() {
         found != recorded.end() && found->second.size() >= count) {
       starts = found->second;
     } else {
-      // Equal locks that cannot be told apart: the last one seen is taken to be the one given back.
+      // Equal locks that cannot be distinguished: the last one seen is taken to be the one given
+      // back.
       starts = firstSeen_[inhibitor];
       starts.resize(std::min(starts.size(), count));
       starts.resize(count, clock_.now());

@@ -19,8 +19,8 @@ namespace zorva {
 /// (docs/linux-assertions.md). Beside the keys of the contract a record has "AssertType", what the
 /// lock hinders ("sleep:idle"), and "AssertUser", the number of the holder's user.
 ///
-/// Without a bus or a login manager on it nobody holds an assertion; a login manager that answers
-/// with an error or not in time is a failed query.
+/// Without a bus or a login manager on it no process holds an assertion; a login manager that
+/// answers with an error or not in time is a failed query.
 class LinuxPowerManagement : public PowerManagement {
  public:
   static constexpr const char* kRecords = "/run/systemd/inhibit";

@@ -22,14 +22,14 @@ class SimPowerManagement : public PowerManagement {
 
   std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() override;
 
-  /// Takes an assertion for the process, started now, and tells the change.
+  /// Takes an assertion for the process, started now, and reports the change.
   void take(std::int32_t process, const std::string& name);
   /// The same with a whole record, which may lack any key.
   void takeRecord(std::int32_t process, Dictionary record);
-  /// Releases the process's oldest assertion of the name and tells the change; false when it holds
-  /// none.
+  /// Releases the process's oldest assertion of the name and reports the change; false when it
+  /// holds none.
   bool release(std::int32_t process, const std::string& name);
-  /// Releases all that the process holds, and tells the change when there was anything.
+  /// Releases all that the process holds, and reports the change if there was one.
   void releaseAll(std::int32_t process);
 
  private:

@@ -39,7 +39,7 @@ struct Jacks {
   bool headsetInput = false;
 };
 
-// A socket for headphones may tell the microphone of a headset by a jack of its own. Where none
+// A socket for headphones may report the microphone of a headset by a jack of its own. Where none
 // does, the one of the plain microphone socket is taken for it.
 Jacks readJacks(const AudioCards& cards) {
   Jacks jacks;

@@ -32,7 +32,7 @@ using AudioCards = std::map<int, AudioCard>;
 
 /// What a control is, from its interface (the card itself, or its mixer), whether its values are
 /// yes or no, and its name in the kernel ("Headphone Jack", "Master Playback Volume"). Nothing for
-/// one that does not matter, such as those of recording, and jacks that cannot tell ("Phantom").
+/// one that does not matter, such as those of recording, and jacks without detection ("Phantom").
 std::optional<AudioControl> audioControl(bool ofCard, bool yesOrNo, const std::string& name);
 
 /// What the controls of all cards say; with no card, nothing.

@@ -71,7 +71,7 @@ class LinuxAudioSystem::Card {
     changed_();
   }
 
-  // False when the card does not tell them.
+  // False when the card does not list them.
   bool readControls() {
     auto controls = controls_.controls();
     if (!controls) return false;

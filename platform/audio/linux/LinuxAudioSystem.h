@@ -17,7 +17,7 @@ namespace zorva {
 
 /// The audio system controller is the kernel's sound cards (docs/linux-bluetooth-audio.md). Their
 /// controls are followed by their events, and the cards by their device files: they may come and
-/// go. Whether somebody plays has no event, and is read when it is asked for.
+/// go. Whether a process plays has no event, and is read when it is asked for.
 class LinuxAudioSystem : public AudioSystem {
  public:
   /// Follows the cards that are there at once. The directories are those of the device files and of

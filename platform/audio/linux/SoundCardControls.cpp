@@ -61,7 +61,7 @@ std::optional<std::vector<AudioControl>> SoundCardControls::controls() const {
   list.space = static_cast<unsigned>(ids.size());
   list.pids = ids.data();
   if (!ask(SNDRV_CTL_IOCTL_ELEM_LIST, list)) return std::nullopt;
-  // Some may have gone meanwhile. Those that have come tell it by an event.
+  // Some may have gone meanwhile. New ones announce themselves by an event.
   ids.resize(std::min<std::size_t>(list.used, ids.size()));
   std::vector<AudioControl> controls;
   for (const snd_ctl_elem_id& id : ids) {
@@ -74,7 +74,7 @@ std::optional<AudioControl> SoundCardControls::readControl(const snd_ctl_elem_id
   const bool ofCard = id.iface == SNDRV_CTL_ELEM_IFACE_CARD;
   if (!ofCard && id.iface != SNDRV_CTL_ELEM_IFACE_MIXER) return std::nullopt;
   const std::string name = textOf(id.name);
-  // Most controls are told apart by their names, without another call.
+  // Most controls are distinguished by their names, without another call.
   if (!audioControl(ofCard, true, name) && !audioControl(ofCard, false, name)) return std::nullopt;
   snd_ctl_elem_info info{};
   info.id = id;

@@ -33,7 +33,7 @@ class SoundCardControls {
   /// Ready when events have come; -1 when the card is refused, or speaks another protocol.
   int descriptor() const { return descriptor_.get(); }
 
-  /// "HDA Intel PCH". Nothing when the card does not tell, as for all that follows.
+  /// "HDA Intel PCH". Nothing when the card does not say, as for all that follows.
   std::optional<std::string> cardName() const;
 
   /// Those that matter, with their values, in the card's order; of a card that has more than 16384

@@ -20,9 +20,9 @@ class SimAudioSystem : public AudioSystem {
   Registration observe(Change change, std::function<void()> changed) override;
 
   /// Nothing takes the attribute away. A new route, and what is in the jack, is announced; that
-  /// somebody plays or mutes is not.
+  /// a process plays or mutes is not.
   void setAttribute(const std::string& key, Value value);
-  /// Announced. Without a volume the controller cannot tell it.
+  /// Announced. Nothing: the controller has no volume to report.
   void setVolume(std::optional<float> volume);
   void setCategory(std::optional<std::string> name) { category_ = std::move(name); }
 

@@ -31,11 +31,11 @@ void readBluezObjects(sd_bus_message* message, BluezObjects& objects);
 void readBluezAdded(sd_bus_message* signal, BluezObjects& objects);
 /// "oas", the signal InterfacesRemoved.
 void readBluezRemoved(sd_bus_message* signal, BluezObjects& objects);
-/// "sa{sv}as", the signal PropertiesChanged of one object; of an object that nobody told of yet
+/// "sa{sv}as", the signal PropertiesChanged of one object; of an object that is not known yet
 /// nothing is kept.
 void readBluezChanged(sd_bus_message* signal, BluezObjects& objects);
 
-/// The first controller as the Bluetooth server tells of it.
+/// The first controller as the Bluetooth server describes it.
 struct BluezController {
   bool present = false;
   bool powered = false;
@@ -45,7 +45,7 @@ struct BluezController {
   bool operator==(const BluezController&) const = default;
 };
 
-/// Only newer versions of BlueZ tell "Connectable". Without it a powered controller counts as
+/// Only newer versions of BlueZ report "Connectable". Without it a powered controller counts as
 /// connectable, which it is by BlueZ's own doing once a device is paired.
 BluezController readBluezController(const BluezObjects& objects);
 

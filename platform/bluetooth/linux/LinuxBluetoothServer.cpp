@@ -84,7 +84,7 @@ void LinuxBluetoothServer::readAll() {
 }
 
 void LinuxBluetoothServer::endSessions(bool all) {
-  // What is told may change the list.
+  // A callback may change the list.
   for (const auto& client : Clients(clients_)) {
     if (client->session == 0 || !(all || client->detached)) continue;
     std::erase(clients_, client);

@@ -33,7 +33,7 @@ class LinuxBluetoothServer : public BluetoothServer {
   Status detachSession(Session& session) override;
   Status defaultLocalDevice(Session session, Device& device) override;
   Status addLocalDeviceCallbacks(Device device, Changed changed, Registration& callbacks) override;
-  /// Called when the controller is powered or not any more: what it uses is told by nobody.
+  /// Called when the controller is powered or not any more: what it uses is not reported.
   Status registerForPowerUpdates(Device device, Changed changed, Registration& callbacks) override;
   /// There is no other module than the controller; theirs are off.
   Status modulePower(Device device, Module module, std::uint32_t& state) override;

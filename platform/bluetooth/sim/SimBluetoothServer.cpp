@@ -24,7 +24,7 @@ std::uint32_t stateIn(const ScenarioNode& node) {
 struct SimBluetoothServer::Client {
   Session session = 0;  ///< 0 until it is attached
   Observers<Session, std::int32_t, Status> events;
-  Registration turn;  ///< the next turn of the run loop, while something is to be told on it
+  Registration turn;  ///< the next turn of the run loop, while something is to be delivered on it
 };
 
 SimBluetoothServer::SimBluetoothServer(SimParts& parts, RunLoop& runLoop)
@@ -112,7 +112,7 @@ BluetoothServer::Status SimBluetoothServer::detachSession(Session& session) {
   const auto client = clientOf(std::exchange(session, 0));
   if (!client) return kNoHandle;
   std::erase(clients_, client);
-  // The turn itself keeps the client until it is told.
+  // The turn itself keeps the client until it has been notified.
   client->turn = runLoop_.startTimer(0.0, [client] {
     client->events.notify(client->session, kSessionTerminated, 0);
     client->turn.reset();
@@ -192,7 +192,7 @@ BluetoothServer::Status SimBluetoothServer::readPowerConsumption(Device device,
 
 void SimBluetoothServer::setRunning(bool running) {
   running_ = running;
-  // What is told may change the list.
+  // A callback may change the list.
   for (const auto& client : std::vector(clients_)) {
     if (running && client->session == 0) answerLater(client);
     if (running) continue;

@@ -36,12 +36,12 @@ class SimBluetoothServer : public BluetoothServer {
   void setPresent(bool present) { present_ = present; }
   /// Sends an event to every session.
   void sendEvent(std::int32_t event);
-  /// The rest tells those who called for the controller's news.
+  /// The rest notifies the observers of the controller.
   void setModulePower(Module module, std::uint32_t state);
   void setDiscoverable(std::uint32_t state);
   void setConnectable(std::uint32_t state);
   void setConnectionStatus(std::uint32_t state);
-  /// So much more power was used since the last reading, which tells those who called for it.
+  /// So much more power was used since the last reading, which notifies its observers.
   void usePower(std::uint32_t amount);
 
  private:

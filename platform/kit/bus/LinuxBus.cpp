@@ -107,7 +107,7 @@ bool LinuxBus::connected() const {
 }
 
 // Opens a connection; what follows comes from the loop. Negative when that fails: -ENOENT and
-// -ECONNREFUSED when nobody listens at the address, -EAGAIN when too many wait there.
+// -ECONNREFUSED when no process listens at the address, -EAGAIN when too many wait there.
 int LinuxBus::start() {
   sd_bus* bus = nullptr;
   if (const int made = sd_bus_new(&bus); made < 0) return made;
@@ -257,8 +257,9 @@ void LinuxBus::send(const char* service, const char* path, const char* interface
   sd_bus_send(bus_.get(), call.get(), nullptr);
 }
 
-// After a call that took too long: was it the service, or answers nobody? Each entry of a snapshot
-// asks somebody else, and all of them together would hold the loop up for far longer than one.
+// After a call that took too long: did this service time out, or is the whole bus stuck? Each entry
+// of a snapshot asks another service, and all of them together would hold the loop up for far
+// longer than one.
 void LinuxBus::checkForHang() {
   const auto question = [this] { return makeCall(kDriver, kDriverPath, kDriver, "GetId", {}); };
   if (const BusMessage first = question();

@@ -47,7 +47,7 @@ class LinuxBus {
 
   enum class Outcome {
     Answered,
-    Absent,  ///< there is no bus, or nobody on it has the service's name
+    Absent,  ///< there is no bus, or no process on it owns the service's name
     Failed,  ///< the service answered with an error or not in time
   };
   struct Reply {
@@ -60,7 +60,7 @@ class LinuxBus {
   /// Calls the method and waits for its answer. Never starts a service that does not run.
   Reply call(const char* service, const char* path, const char* interface, const char* member,
              const Arguments& arguments = {});
-  /// Calls the method and does not wait; whether it did anything is not told. Never starts a
+  /// Calls the method and does not wait; whether it did anything is not reported. Never starts a
   /// service that does not run.
   void send(const char* service, const char* path, const char* interface, const char* member,
             const Arguments& arguments = {});
@@ -75,7 +75,7 @@ class LinuxBus {
   Registration observeSignals(std::string rule, SignalHandler handler);
 
   /// Calls back when a service of the name appears on the bus, vanishes from it or changes hands.
-  /// What happens together with the bus itself is told by observeConnection().
+  /// What happens together with the bus itself is reported by observeConnection().
   Registration observeService(const std::string& service, std::function<void()> changed);
 
   /// From here on matches that are dropped end with the connection, and not by a call for each: for

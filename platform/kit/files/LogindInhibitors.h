@@ -27,7 +27,7 @@ struct LogindInhibitor {
   bool keepsAwake() const;
 };
 
-/// When locks were taken. Equal locks of one process are told apart by nothing but that; the
+/// When locks were taken. Equal locks of one process differ in nothing but that; the
 /// earliest comes first.
 using InhibitorStarts = std::map<LogindInhibitor, std::vector<Date>>;
 

@@ -19,7 +19,7 @@
 namespace zorva {
 
 /// Reads one attribute of a device by its name; nothing when the device has no such attribute or
-/// cannot tell it now.
+/// cannot report it now.
 using SysfsAttributes = std::function<std::optional<std::string>(const std::string& name)>;
 
 /// The attribute's bytes, at most a page of them, without the blanks, line ends and NULs around

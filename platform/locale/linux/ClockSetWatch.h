@@ -14,7 +14,7 @@ namespace zorva {
 /// server; a step of less than a millisecond is taken for one of those.
 class ClockSetWatch {
  public:
-  /// Nothing when the kernel does not tell.
+  /// Nothing when the kernel does not report it.
   static std::unique_ptr<ClockSetWatch> make(sd_event* event, std::function<void()> set);
   ClockSetWatch(const ClockSetWatch&) = delete;
   ClockSetWatch& operator=(const ClockSetWatch&) = delete;

@@ -14,13 +14,13 @@ struct LocalePaths {
 };
 
 /// The locale's identifier without character set and modifier ("en_US"); "en_US_POSIX" is the C
-/// locale. docs/linux-locale.md tells which setting counts.
+/// locale. docs/linux-locale.md says which setting counts.
 std::string readLocaleIdentifier(const LocalePaths& paths);
 
 /// The name of the system time zone ("Europe/Berlin"); "UTC" when it has none.
 std::string readTimeZone(const LocalePaths& paths);
 
-/// What differs whenever the system's zone file was replaced, whatever its name is.
+/// What differs whenever the system's zone file was replaced, also under the same name.
 std::string timeZoneMark(const LocalePaths& paths);
 
 }  // namespace zorva

@@ -12,8 +12,8 @@
 
 namespace zorva {
 
-/// The handset's locale and time zone, which date formatting follows too. Every setter tells those
-/// who observe the change.
+/// The handset's locale and time zone, which date formatting follows too. Every setter notifies
+/// those who observe the change.
 class SimLocaleInformation : public LocaleInformation {
  public:
   SimLocaleInformation(SimParts& parts, const Clock& clock, std::function<void(Date)> setWallClock);

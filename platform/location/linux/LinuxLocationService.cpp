@@ -20,7 +20,7 @@ constexpr std::pair<std::uint32_t, std::int64_t> kSources[] = {
     {1u << 0, kCell},                    // 3GPP location area and cell
     {1u << 1, kGps},                     // raw
     {1u << 2, kNmea}, {1u << 3, kCell},  // CDMA base station
-    {1u << 4, kGps},                     // managed by somebody else
+    {1u << 4, kGps},                     // managed by another service
 };
 
 }  // namespace

@@ -19,7 +19,7 @@ struct ModemLocationSources {
 };
 
 /// Whether GeoClue locates anybody, and what the modems are set up to locate by
-/// (docs/linux-services.md). Neither tells others of its clients: there are none here.
+/// (docs/linux-services.md). Neither shows its clients to others: there are none here.
 class LinuxLocationService : public LocationService {
  public:
   /// Reads what is there at once; all of them outlive this. A change posts

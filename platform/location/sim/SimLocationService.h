@@ -16,7 +16,7 @@ class SimLocationService : public LocationService {
   std::vector<std::int64_t> copyTechnologiesInUse() override;
   std::vector<std::pair<std::string, Dictionary>> copyClients() override;
 
-  /// Each tells its change.
+  /// Each reports its change.
   void setTechnologies(std::vector<std::int64_t> technologies);
   /// Nothing takes the client away.
   void setClient(const std::string& key, std::optional<Dictionary> record);

@@ -17,7 +17,7 @@ class SimClock : public Clock {
   Date now() const override { return zero_ + elapsed_; }
   Duration elapsed() const { return elapsed_; }
 
-  /// Sets the wall clock. Nobody is told: SimLocaleInformation::setClock() does both.
+  /// Sets the wall clock. No observer is notified: SimLocaleInformation::setClock() does both.
   void set(Date date) { zero_ = date - elapsed_; }
 
  private:

@@ -12,7 +12,7 @@
 
 namespace zorva {
 
-/// A run loop in virtual time: where a real one would wait, it moves the clock to whatever is due
+/// A run loop in virtual time: where a real one would wait, it moves the clock to what is due
 /// next. What is due at the same moment happens in the order in which it was asked for.
 ///
 /// Descriptors are real ones. After every step and timer they are looked at, without waiting, until

@@ -14,7 +14,7 @@
 namespace zorva {
 
 /// System notifications without a broker: what zorva-notify sends to the daemon's socket, and what
-/// the platform's own services tell this process.
+/// the platform's own services post in this process.
 ///
 /// The socket is made with the first subscription. As long as it cannot be made, subscriptions are
 /// refused and the system log says why.

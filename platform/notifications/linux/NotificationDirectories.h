@@ -29,7 +29,7 @@ bool isNotificationName(std::string_view name);
 enum class MissingDirectory { Fail, Make };
 
 /// Opens a run directory. It has to belong to the effective user, to be no link and to be writable
-/// for nobody else. Without success the descriptor is empty and `problem` says why, naming the
+/// for no other user. On failure the descriptor is empty and `problem` says why, naming the
 /// path.
 Descriptor openRunDirectory(const std::string& path, MissingDirectory missing,
                             std::string& problem);

@@ -26,7 +26,7 @@ Descriptor newSocket() {
   return Descriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
 }
 
-// Paths by way of a descriptor: they always fit, and nobody can exchange what they lead to.
+// Paths by way of a descriptor: they always fit, and what they lead to cannot be exchanged.
 sockaddr_un addressOf(int descriptor, const std::string& below = {}) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -40,7 +40,7 @@ bool withAddress(Call call, int socket, const sockaddr_un& address) {
   return call(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-// Reads the directory from its start, whatever was read of it before.
+// Reads the directory from its start, also if it was read before.
 void forEachName(int directory, const std::function<void(const std::string&)>& visit) {
   alignas(dirent64) char buffer[4096];
   if (::lseek(directory, 0, SEEK_SET) == 0) forEachEntry(directory, buffer, visit);
@@ -52,7 +52,7 @@ Descriptor connectTo(int directory, const std::string& entry, uid_t owner) {
   if (entry.starts_with('.') || !entry.ends_with(kSuffix)) return {};
   const Descriptor file(::openat(directory, entry.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
-  // A second name of a socket that belongs to somebody else is no daemon of this directory's user.
+  // A second name of a socket of another user is no daemon of this directory's user.
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISSOCK(status.st_mode) ||
       status.st_uid != owner) {
     return {};
@@ -124,7 +124,7 @@ std::unique_ptr<NotificationSocket> NotificationSocket::make(const std::string& 
 
   Descriptor socket = newSocket();
   const int on = 1;
-  // Bound under a hidden name first: for a moment in bind() the entry is there and nobody behind
+  // Bound under a hidden name first: for a moment in bind() the entry exists and no process listens
   // it, which a poster would take for a dead daemon.
   const std::string hidden = formatText(".%d-%d.new", ::getpid(), socket.get());
   ::unlinkat(directory.get(), hidden.c_str(), 0);

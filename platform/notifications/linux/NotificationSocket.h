@@ -47,7 +47,7 @@ struct PostResult {
 };
 
 /// Posts the name to every daemon within reach, and removes the sockets of dead ones. Never blocks,
-/// and a socket that somebody else placed gets no more than the datagram.
+/// and a socket of another user gets no more than the datagram.
 PostResult postNotification(const NotificationDirectories& directories, const std::string& name);
 
 }  // namespace zorva

@@ -9,7 +9,7 @@
 namespace zorva {
 
 /// What zorva-notify does with its arguments (without the program's name). Returns the exit status:
-/// 0 when posted, 1 when the state could not be set or a daemon not be told, 2 for bad usage.
+/// 0 when posted, 1 when the state could not be set or a daemon not be reached, 2 for bad usage.
 int notifyCommand(const std::vector<std::string>& arguments,
                   const NotificationDirectories& directories, std::FILE* output, std::FILE* errors);
 

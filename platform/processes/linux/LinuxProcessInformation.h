@@ -11,7 +11,7 @@
 namespace zorva {
 
 /// Processes and their descriptors from procfs, sockets from one socket-diagnostics dump a look;
-/// docs/linux-sockets.md tells what can be known of whom.
+/// docs/linux-sockets.md says which processes' sockets can be read.
 ///
 /// A look is meant to cost little: /proc and each /proc/PID/fd are read once, each descriptor's
 /// link is read once, and nothing is allocated for a descriptor once the buffers have grown.

@@ -30,7 +30,7 @@ ThreadInfo threadOf(const ProcStat& stat, std::uint64_t ticksPerSecond) {
     case 'R':
       thread.runState = kThreadRunning;
       break;
-    case 'I':  // a kernel thread that has nothing to do: how long is not told
+    case 'I':  // a kernel thread that has nothing to do: for an unknown time
       thread.sleepSeconds = 1;
       [[fallthrough]];
     case 'S':
@@ -204,7 +204,7 @@ KernelResult LinuxSystemStatistics::vmStatistics(HostVmStatistics& statistics) {
       pages("Unevictable:") + pages("SUnreclaim:") + pages("KernelStack:") + pages("PageTables:");
   if (auto result = readText(proc_, "vmstat"); !result.ok()) return result;
   read.reactivations = figure("pgactivate");
-  read.pageIns = pages("pgpgin");  // told in kilobytes
+  read.pageIns = pages("pgpgin");  // in kilobytes
   read.pageOuts = pages("pgpgout");
   read.faults = figure("pgfault");
   read.purges = figure("pglazyfreed");

@@ -61,7 +61,7 @@ class LinuxSystemStatistics : public SystemStatistics {
   std::uint64_t pageSize_;
   std::uint64_t ticksPerSecond_;
   std::optional<ReservedMemory> reservedMemory_;  ///< once it was read
-  std::optional<std::int64_t> bootSeconds_;       ///< as the host's figures last told it
+  std::optional<std::int64_t> bootSeconds_;       ///< as last read with the host's figures
 
   // Kept from call to call, so that their memory is allocated once.
   std::array<char, 4096> line_;

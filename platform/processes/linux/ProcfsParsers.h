@@ -64,11 +64,11 @@ std::optional<std::uint32_t> effectiveUser(std::string_view text);
 /// The interfaces of "net/dev"; lines that do not read as one are passed over.
 void parseInterfaceTraffic(std::string_view text, std::vector<NetworkTotals>& interfaces);
 
-/// A disk's "stat" file; its sectors have 512 bytes whatever the disk. False with fewer than seven
+/// A disk's "stat" file; its sectors have 512 bytes on every disk. False with fewer than seven
 /// figures.
 bool parseDiskStat(std::string_view text, DiskTotals& totals);
 
-/// The mappings of a process's "smaps", or of its "maps", which tells no resident sizes.
+/// The mappings of a process's "smaps", or of its "maps", which has no resident sizes.
 ///
 /// A file from some offset on, or memory that can be shared by name, is an object: mappings of one
 /// file at different offsets hold different pages. It is shared when the mapping itself is or when

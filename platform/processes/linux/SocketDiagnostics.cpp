@@ -35,7 +35,7 @@ bool isUnset(const Address& address) {
   return address == Address{};
 }
 
-// A socket as the kernel has it, whichever way it was told.
+// A socket as the kernel has it, from a dump or a table.
 struct KernelSocket {
   std::uint32_t inode = 0;
   unsigned state = 0;
@@ -50,7 +50,7 @@ struct KernelSocket {
 bool carriesIPv4(const KernelSocket& socket) {
   if (!socket.ipv6) return true;
   if (isMapped(socket.local) || isMapped(socket.foreign)) return true;
-  // One that waits for whoever comes, from either family.
+  // One that waits for any peer of either family.
   const bool waits = socket.state == kKernelListen || socket.state == kKernelClosed;
   return waits && !socket.onlyIPv6 && isUnset(socket.local) && isUnset(socket.foreign);
 }

@@ -28,7 +28,7 @@ bool readSocketMessage(const nlmsghdr& message, SocketProtocol protocol,
                        std::vector<SocketOfInode>& sockets);
 
 /// Reads a table as "/proc/net/tcp" and its like are; lines that do not read as one are passed
-/// over. Such a table does not tell whether an IPv6 listener refuses IPv4: it counts as one that
+/// over. Such a table does not show whether an IPv6 listener refuses IPv4: it counts as one that
 /// does not, which is how sockets are born.
 void readSocketTable(std::string_view text, SocketProtocol protocol, bool ipv6,
                      std::vector<SocketOfInode>& sockets);

@@ -6,7 +6,7 @@
 
 namespace zorva {
 
-/// Tells of the processes of the table as they are when it is asked. Nothing happens on the handset
+/// Describes the processes of the table as they are at the call. Nothing happens on the handset
 /// in the course of a look at them.
 class SimProcessInformation : public ProcessInformation {
  public:

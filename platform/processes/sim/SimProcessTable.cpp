@@ -69,7 +69,7 @@ std::string readAddress(const ScenarioNode& node) {
   return node.text();
 }
 
-// What a scenario tells sockets of one process apart by.
+// How a scenario distinguishes the sockets of one process.
 std::string nameOf(const socket_fdinfo& socket) {
   const auto& host = socket.insi_laddr;
   const char* kind = socket.soi_kind == kSocketKindTCP    ? "tcp"

@@ -16,7 +16,7 @@ namespace zorva {
 /// A process of the handset.
 struct SimProcess {
   std::string name;  ///< as the kernel keeps it
-  std::string path;  ///< of the executable; empty when nobody may read it
+  std::string path;  ///< of the executable; empty when it may not be read
   /// By number. What holds no socket is an open file.
   std::map<std::int32_t, std::optional<socket_fdinfo>> descriptors;
 };
@@ -26,7 +26,7 @@ struct SimProcess {
 socket_fdinfo simTcpSocket(const std::string& local, const std::string& remote, std::int32_t state);
 socket_fdinfo simUdpSocket(const std::string& local, const std::string& remote = "0.0.0.0:0");
 
-/// The handset's processes, which the kernel's figures tell of too.
+/// The handset's processes, which the kernel's figures cover, too.
 class SimProcessTable : public ProcessTable {
  public:
   SimProcessTable(SimParts& parts, SimSystemStatistics& statistics);
@@ -56,7 +56,7 @@ class SimProcessTable : public ProcessTable {
   }
 
  private:
-  using PlannedSockets = std::multiset<std::string>;  // as told apart by their local address
+  using PlannedSockets = std::multiset<std::string>;  // by their local address
 
   ScenarioAction readProcess(const ScenarioNode& node);
   ScenarioAction readStep(const ScenarioNode& node);

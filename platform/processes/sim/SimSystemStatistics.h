@@ -14,11 +14,11 @@
 
 namespace zorva {
 
-/// The kernel's figures of the simulated handset: whatever was set, for the whole system and for
+/// The kernel's figures of the simulated handset: as they were set, for the whole system and for
 /// each task of a table that can be changed at any time.
 class SimSystemStatistics : public SystemStatistics {
  public:
-  /// timeOfDay() tells this clock's time.
+  /// timeOfDay() returns this clock's time.
   explicit SimSystemStatistics(const Clock& clock) : clock_(clock) {}
   /// The same with a fault point for each operation, "statistics." and its name.
   SimSystemStatistics(SimFaults& faults, const Clock& clock);
@@ -41,7 +41,8 @@ class SimSystemStatistics : public SystemStatistics {
   System system;
 
   struct Task {
-    /// All of it, whatever a caller asks for. The times in `basic` are those of the exited threads.
+    /// All of it, also what a caller does not ask for. The times in `basic` are those of the exited
+    /// threads.
     TaskSample sample;
     std::vector<MemoryRegion> regions;
     std::string executablePath;

@@ -24,9 +24,9 @@ class SimPersistentConnections : public PersistentConnections {
   }
   std::vector<std::pair<std::string, IntervalCache>> intervalCaches() override;
 
-  /// Sets both and tells the change.
+  /// Sets both and reports the change.
   void setPreferences(bool push, std::int32_t polling);
-  /// Sets one cache and tells the change; nothing takes it away.
+  /// Sets one cache and reports the change; nothing takes it away.
   void setCache(const std::string& identifier, std::optional<IntervalCache> cache);
 
  private:

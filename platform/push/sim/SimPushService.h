@@ -25,7 +25,7 @@ class SimPushService : public PushService {
 
   std::unique_ptr<PushConnection> createConnection(const std::string& environment) override;
 
-  /// Opens or ends the stream and tells it, unless it is so already.
+  /// Opens or ends the stream and reports it, unless it is so already.
   void setConnected(bool connected);
   /// The stream fails, and is closed thereby.
   void failStream();

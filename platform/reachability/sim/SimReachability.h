@@ -13,7 +13,7 @@ class SimReachability : public Reachability {
 
   std::unique_ptr<ReachabilityTarget> createTarget(const IPv4SocketAddress& address) override;
 
-  /// Tells the targets, when the flags are others than before.
+  /// Notifies the targets if the flags changed.
   void setFlags(std::uint32_t flags);
   /// Nothing while they cannot be read.
   std::optional<std::uint32_t> readFlags();

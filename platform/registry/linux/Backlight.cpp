@@ -16,7 +16,7 @@ std::optional<std::int64_t> backlightBrightness(const SysfsAttributes& attribute
   // 0 is on; the other values are the power-saving modes of old and off.
   if (amount(attributes, "bl_power").value_or(0) != 0) return 0;
   const auto actual = amount(attributes, "actual_brightness");
-  // There are drivers that tell the actual brightness on another scale than all the rest.
+  // There are drivers that report the actual brightness on another scale than all the rest.
   if (actual && *actual <= amount(attributes, "max_brightness").value_or(*actual)) return actual;
   return amount(attributes, "brightness");
 }

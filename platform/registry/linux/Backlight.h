@@ -8,9 +8,9 @@
 
 namespace zorva {
 
-/// How bright the backlight shines, in its own units: what the hardware tells, else what was asked
-/// of it; 0 while its power is off. Nothing when it tells none. docs/linux-display-thermal.md says
-/// more.
+/// How bright the backlight shines, in its own units: what the hardware reports, else what was
+/// asked of it; 0 while its power is off. Nothing when it reports none.
+/// docs/linux-display-thermal.md says more.
 std::optional<std::int64_t> backlightBrightness(const SysfsAttributes& attributes);
 
 /// What the backlight publishes: "backlight-control" and "IODisplayParameters".

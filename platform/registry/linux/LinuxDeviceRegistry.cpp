@@ -46,7 +46,7 @@ class LinuxRegistryEntry : public RegistryEntry {
     std::uint32_t type;
     Value argument;
   };
-  // Asked at every event of the device: what is to be told of it, or nothing.
+  // Asked at every event of the device: what is to be reported of it, or nothing.
   using News = std::function<std::optional<Message>()>;
   virtual News news() const = 0;
 
@@ -68,7 +68,7 @@ class LinuxPowerSource : public LinuxRegistryEntry {
   LinuxPowerSource(const std::string& classDirectory, const std::string& name)
       : LinuxRegistryEntry("power_supply", classDirectory, name) {}
 
-  // Bays keep their device when the battery is out and tell so.
+  // Bays keep their device when the battery is out, and report that.
   bool present() const override {
     return LinuxRegistryEntry::present() && attributes()("present") != "0";
   }
@@ -93,7 +93,7 @@ class LinuxBacklight : public LinuxRegistryEntry {
       : LinuxRegistryEntry("backlight", classDirectory, name) {}
 
   // An event may be sent for a brightness that was only asked for again, and a fade sends many that
-  // are delivered late: what was told already is no news.
+  // are delivered late: what was reported already is no news.
   News news() const override {
     return
         [this, reported = backlightBrightness(attributes())]() mutable -> std::optional<Message> {
@@ -180,7 +180,7 @@ class LinuxNotificationPort : public RegistryNotificationPort {
                                                                 nullptr) >= 0;
   }
 
-  // Only events of the classes that somebody is interested in wake the process.
+  // Only events of the classes with an interest wake the process.
   bool hear(const std::string& subsystem) {
     if (!subsystems_.insert(subsystem).second || !monitor_) return true;
     return listenTo(monitor_.get(), subsystem) && start();

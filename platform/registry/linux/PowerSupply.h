@@ -8,7 +8,7 @@
 namespace zorva {
 
 /// What the power source publishes under the key, computed from the kernel's attributes of the
-/// battery, or nothing when they do not tell it. docs/linux-battery.md lists the sources and units.
+/// battery, or nothing when they do not have it. docs/linux-battery.md lists the sources and units.
 Value powerSourceProperty(const std::string& key, const SysfsAttributes& attributes);
 
 /// Everything the power source publishes. Every attribute is read at most once.

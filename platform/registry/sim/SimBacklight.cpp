@@ -33,7 +33,7 @@ std::vector<ScenarioNode::Key> SimBacklight::readers() {
            }}};
 }
 
-// The message goes out after all changes of the step, whatever their order. Without a new
+// The message goes out after all changes of the step, in any order. Without a new
 // brightness there is nothing to announce.
 ScenarioAction SimBacklight::readStep(const ScenarioNode& node) {
   std::optional<std::uint32_t> message;

@@ -7,8 +7,8 @@
 
 namespace zorva {
 
-/// The display's backlight, as the registry's entry shows it. Setting something tells nobody:
-/// announce() sends its message.
+/// The display's backlight, as the registry's entry shows it. Setting something notifies no
+/// observer: announce() sends its message.
 class SimBacklight {
  public:
   /// One at 120 of 0 to 255.

@@ -65,7 +65,7 @@ std::vector<ScenarioNode::Key> SimBattery::readers() {
   };
 }
 
-// The message goes out after all changes of the step, whatever their order.
+// The message goes out after all changes of the step, in any order.
 ScenarioAction SimBattery::readStep(const ScenarioNode& node) {
   std::optional<std::uint32_t> message = kBatteryStatusChanged;
   std::vector<ScenarioNode::Key> keys = readers();

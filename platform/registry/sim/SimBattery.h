@@ -10,7 +10,8 @@
 namespace zorva {
 
 /// The battery behind the registry's power source, in the units that people speak of. Setting
-/// something tells nobody: announce() sends the battery's status message, once for all changes.
+/// something notifies no observer: announce() sends the battery's status message, once for all
+/// changes.
 class SimBattery {
  public:
   /// A healthy battery at 80 %, discharging.

@@ -21,7 +21,7 @@ class SimRegistryEntry : public RegistryEntry,
   RegistryResult readProperties(Dictionary& properties) override;
   Value readProperty(const std::string& key) override;
 
-  /// Nothing removes the property. Nobody is told.
+  /// Nothing removes the property. No observer is notified.
   void setProperty(const std::string& key, Value value);
   /// What the device publishes, also while it is taken out.
   const Dictionary& properties() const { return properties_; }

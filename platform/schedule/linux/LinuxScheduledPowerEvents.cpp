@@ -41,7 +41,7 @@ Date timeOf(const Dictionary& event) {
 }
 
 // The type that is announced for what the login manager is about to do; nothing for a rehearsal. A
-// kexec starts another kernel: to whoever holds the device it restarts.
+// kexec starts another kernel: for the user it is a restart.
 const char* shutdownType(std::string_view type) {
   if (type == "poweroff" || type == "halt") return "shutdown";
   if (type == "reboot" || type == "soft-reboot" || type == "kexec") return "restart";

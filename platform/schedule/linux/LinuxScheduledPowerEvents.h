@@ -12,19 +12,19 @@
 namespace zorva {
 
 /// What is planned on a Linux machine (docs/linux-sleep.md): real-time clocks' wake alarms, the
-/// shutdown that the login manager was told to make, and the service manager's timers that wake the
-/// system. "scheduledby" is "rtc0 (rtc_cmos)", "logind", or the timer's name.
+/// shutdown that the login manager was asked to make, and the service manager's timers that wake
+/// the system. "scheduledby" is "rtc0 (rtc_cmos)", "logind", or the timer's name.
 ///
 /// No list when there is none of these three. It is asked for while the system waits to sleep, so
-/// nobody is asked once the time limit is over: with the last call's own limit, no more than three
-/// seconds in all.
+/// no service is asked once the time limit is over: with the last call's own limit, no more than
+/// three seconds in all.
 class LinuxScheduledPowerEvents : public ScheduledPowerEvents {
  public:
   static constexpr std::chrono::seconds kTimeLimit{1};
   /// Active timers beyond that are not asked.
   static constexpr int kMaxTimers = 200;
 
-  /// Microseconds of CLOCK_MONOTONIC, in which the service manager tells some of its times.
+  /// Microseconds of CLOCK_MONOTONIC, in which the service manager gives some of its times.
   static std::int64_t monotonicUsec();
 
   /// Everything referred to must outlive this.

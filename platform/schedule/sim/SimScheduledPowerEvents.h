@@ -20,7 +20,7 @@ class SimScheduledPowerEvents : public ScheduledPowerEvents {
   /// Plans an event, after those of the same time. The record may lack any key; one without a time
   /// comes last.
   void add(Dictionary event);
-  /// Removes whatever that one has scheduled.
+  /// Removes everything that one has scheduled.
   void remove(const std::string& scheduledBy);
   /// Empties the list.
   void clear() { events_.emplace(); }

@@ -12,7 +12,7 @@ namespace zorva {
 struct LinuxSystemPower::Listener {
   Handler handler;
   bool listens = false;  ///< its source is on the loop
-  bool waits = false;    ///< told of a sleep that it has not allowed yet
+  bool waits = false;    ///< notified of a sleep that it has not allowed yet
   bool removed = false;
 };
 
@@ -85,7 +85,7 @@ void LinuxSystemPower::takeInhibitor() {
 
 void LinuxSystemPower::managerChanged() {
   if (state_ == State::Awake || state_ == State::Waking) return takeInhibitor();
-  // The end of the sleep may have been told to nobody.
+  // The end of the sleep may not have been announced.
   const LinuxBus::Reply reply =
       getProperty(bus_, kLoginService, kLoginPath, kLoginManager, "PreparingForSleep", "b");
   int sleeps = 1;

@@ -23,19 +23,20 @@ namespace zorva {
 /// given up at the limit) the messages come all the same. Registering works without a bus, and the
 /// messages come when there is one.
 ///
-/// An end of sleep that was not announced is not told. A repeated announcement is not told before
-/// the first one was allowed; later it is a new sleep, of whose predecessor the end was missed. A
-/// login manager that comes back and prepares for no sleep ends the one that was announced.
+/// An end of sleep that was not announced is not reported. A repeated announcement is not reported
+/// before the first one was allowed; later it is a new sleep, of whose predecessor the end was
+/// missed. A login manager that comes back and prepares for no sleep ends the one that was
+/// announced.
 class LinuxSystemPower : public SystemPower {
  public:
   /// What else has to happen around a sleep. Each may be empty.
   struct Hooks {
     /// After all listeners have allowed the change, while the system still waits: must be quick.
     std::function<void()> beforeSleep;
-    /// On wake, before anybody is told. Has to call `proceed` within about a second, at once or
-    /// from the loop; the listeners are told by it. More calls do nothing.
+    /// On wake, before any listener is notified. Has to call `proceed` within about a second, at
+    /// once or from the loop; the listeners are notified by it. More calls do nothing.
     std::function<void(std::function<void()> proceed)> afterWake;
-    /// After the listeners were told of the wake.
+    /// After the listeners were notified of the wake.
     std::function<void()> wakeTold;
   };
 
@@ -46,8 +47,8 @@ class LinuxSystemPower : public SystemPower {
   ~LinuxSystemPower() override;
 
   Registered registerForSystemPower(Handler handler) override;
-  /// The change is allowed when every listener that was told has said so for this announcement; an
-  /// argument of an earlier one does nothing.
+  /// The change is allowed when every listener that was notified has said so for this announcement;
+  /// an argument of an earlier one does nothing.
   void allowPowerChange(std::uint32_t connection, std::intptr_t argument) override;
   void deregisterForSystemPower(std::uint32_t& notifier) override;
   void closeConnection(std::uint32_t connection) override;
@@ -68,9 +69,9 @@ class LinuxSystemPower : public SystemPower {
 
   enum class State {
     Awake,
-    Announced,  ///< somebody has not allowed it yet
+    Announced,  ///< a listener has not allowed it yet
     Allowed,    ///< on the way down, or asleep
-    Waking,     ///< the listeners are not told yet
+    Waking,     ///< the listeners are not notified yet
   };
 
   LinuxBus& bus_;

@@ -22,7 +22,7 @@ namespace zorva {
 namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;
-// The two clocks that tell the time slept are not read at the same moment.
+// The two clocks that give the time slept are not read at the same moment.
 constexpr std::int64_t kMinSleep = 1'000'000;
 
 std::int64_t clockTime(clockid_t clock) {
@@ -31,7 +31,7 @@ std::int64_t clockTime(clockid_t clock) {
   return std::int64_t{time.tv_sec} * kSecond + time.tv_nsec;
 }
 
-// Of several tries the least counts: whatever comes in between adds to it.
+// Of several tries the least counts: anything that comes in between adds to it.
 std::int64_t kernelSleepTime() {
   std::int64_t least = std::numeric_limits<std::int64_t>::max();
   for (int i = 0; i < 5; ++i) {

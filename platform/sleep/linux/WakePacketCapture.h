@@ -38,7 +38,7 @@ class WakePacketCapture {
   /// Answers how long the system has slept since it booted, in nanoseconds.
   using SleepTime = std::function<std::int64_t()>;
 
-  /// The loop must outlive the capture. The kernel's clocks tell the time slept, unless another
+  /// The loop must outlive the capture. The kernel's clocks give the time slept, unless another
   /// source is given, which is for tests.
   explicit WakePacketCapture(sd_event* event, SleepTime sleepTime = nullptr);
   WakePacketCapture(const WakePacketCapture&) = delete;  // the loop holds its address

@@ -57,7 +57,7 @@ bool namesDevice(const std::string& text, const ModemDevice& modem) {
   const std::string name = fs::path(modem.path).filename().string();
   if (name.size() >= kTellingName && text.find(name) != text.npos) return true;
   bool found = false;
-  if (modem.interrupts.empty()) {  // else the numbers tell
+  if (modem.interrupts.empty()) {  // else the numbers decide
     forEachPiece(text, ", ", [&](std::string_view piece) {
       found = found || modem.drivers.count(std::string(piece)) > 0;
     });
@@ -72,7 +72,7 @@ bool isModems(const WakeupSource& source, const std::vector<ModemDevice>& modems
          });
 }
 
-// One interrupt for the lid, the power button, the clock and whatever else the firmware looks
+// One interrupt for the lid, the power button, the clock and everything else the firmware looks
 // after.
 bool isOfFirmware(const WakeInterrupt& interrupt) {
   return interrupt.name == "acpi" || interrupt.name.starts_with("ACPI:");
@@ -101,7 +101,7 @@ WakeInterrupt readInterrupt(const std::string& sysfs, std::int64_t number) {
   return interrupt;
 }
 
-// Lines that start with a number tell an interrupt and its name.
+// Lines that start with a number describe an interrupt.
 std::vector<WakeInterrupt> interruptsIn(const std::string& reason, const std::string& sysfs) {
   std::vector<WakeInterrupt> interrupts;
   forEachPiece(reason, "\n", [&](std::string_view line) {
@@ -161,8 +161,8 @@ std::optional<ModemDevice> readModem(const std::string& sysfs, const std::string
   return modem;
 }
 
-// The device is a clock whose alarm is no longer set. One that still is has woken nobody, although
-// the kernel may count an event of the clock.
+// The device is a clock whose alarm is no longer set. One that still is has not woken the device,
+// although the kernel may count an event of the clock.
 bool alarmWentOff(const std::string& device) {
   const std::vector<std::string> clocks = entryNames(device + "/rtc");
   return std::any_of(clocks.begin(), clocks.end(), [&](const std::string& clock) {
@@ -173,7 +173,7 @@ bool alarmWentOff(const std::string& device) {
 // Those that have spoken up since. What the kernel itself counted as a reason not to sleep comes
 // first, then the one that was first: others are busy a moment later because the system is awake.
 // `clocksFirst`: after a sleep in which the firmware ran the machine the kernel hears late of an
-// alarm that has gone off, and before of a power button that nobody has pressed.
+// alarm that has gone off, and before of a power button that was not pressed.
 std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBaseline& before,
                                       bool clocksFirst) {
   std::vector<WakeupSource> sources;

@@ -31,8 +31,8 @@ struct WakeupSource {
 /// An interrupt that woke the system.
 struct WakeInterrupt {
   std::int64_t number = 0;
-  std::string name;  ///< its handlers, joined by commas; empty when not told
-  std::string chip;  ///< the controller that it arrives at; empty when not told
+  std::string name;  ///< its handlers, joined by commas; empty when unknown
+  std::string chip;  ///< the controller that it arrives at; empty when unknown
 };
 
 /// A modem's device.
@@ -40,12 +40,12 @@ struct ModemDevice {
   std::string path;                   ///< canonical, in sysfs
   std::set<std::int64_t> interrupts;  ///< its own, where the bus has such
   /// Those of the devices that it hangs on (a host controller, a bridge), which they share with
-  /// whatever else hangs there.
+  /// others there.
   std::set<std::int64_t> sharedInterrupts;
   std::set<std::string> drivers;  ///< its own and those of the devices right below it
 };
 
-/// All that tells why the system woke.
+/// All the evidence of why the system woke.
 struct WakeEvidence {
   std::string resumeReason;                     ///< the kernel's own text; empty when it has none
   std::vector<WakeInterrupt> resumeInterrupts;  ///< those named in it
@@ -71,7 +71,7 @@ bool modemWoke(const WakeEvidence& evidence);
 /// The reason in words: the kernel's own, else the interrupt ("rtc0 irq 8 IO-APIC"), with the first
 /// source when it is the firmware's ("acpi irq 9 IO-APIC, PNP0C0D:00 (button) wakeup source"), else
 /// the source alone; led by "baseband" when a modem was it. Nothing when the
-/// kernel does not tell. Fit for a line of text, at most 255 bytes.
+/// kernel does not report it. Fit for a line of text, at most 255 bytes.
 std::optional<std::string> wakeReason(const WakeEvidence& evidence);
 
 }  // namespace zorva

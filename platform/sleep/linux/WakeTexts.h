@@ -11,13 +11,13 @@
 
 namespace zorva {
 
-/// Finds out what the modem woke the device for, and tells it as the baseband's wake text: a call
+/// Finds out what the modem woke the device for, and returns it as the baseband's wake text: a call
 /// that rings or a message that arrives in the first moments after the resume, or the packet that
 /// came first. Between a wake and the next sleep nothing is captured and nothing is listened to.
 class WakeTexts {
  public:
-  /// How long after the resume the modem is given to tell, in seconds: its own news of a call or a
-  /// message takes some tenths of one.
+  /// How long after the resume the modem is given to report, in seconds: its own news of a call or
+  /// a message takes some tenths of one.
   static constexpr double kPatience = 1.0;
 
   /// The run loop and its event loop.
@@ -30,7 +30,7 @@ class WakeTexts {
   /// what it woke it for is known, else when that is known or patience ends.
   void awake(bool byModem, std::function<void()> proceed);
 
-  /// The modem told of a call that rings, or of a message. Counts from sleepBegins() to reset().
+  /// The modem reported a call that rings, or of a message. Counts from sleepBegins() to reset().
   void callRings() { heard(Heard::Call); }
   void messageArrived() { heard(Heard::Message); }
 
@@ -51,7 +51,7 @@ class WakeTexts {
   bool listening_ = false;
   Heard heard_ = Heard::Nothing;
   std::optional<std::string> packet_;  ///< the packet's text, once it was asked for
-  std::function<void()> proceed_;      ///< while somebody waits
+  std::function<void()> proceed_;      ///< while a caller waits
   Registration patience_;
 };
 

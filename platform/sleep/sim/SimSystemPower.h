@@ -16,11 +16,11 @@
 
 namespace zorva {
 
-/// Sends the messages of sleep and wake to whoever is registered and has its port's source on the
-/// run loop. Nothing else about the handset stands still while it sleeps.
+/// Sends the messages of sleep and wake to the clients that are registered and have their port's
+/// source on the run loop. Nothing else about the handset stands still while it sleeps.
 class SimSystemPower : public SystemPower {
  public:
-  /// How long a sleep may be held up. The system log tells when that is over.
+  /// How long a sleep may be held up. The system log reports when that is over.
   static constexpr double kLimitSeconds = 30.0;
 
   SimSystemPower(SimParts& parts, RunLoop& runLoop, SystemLog& systemLog, SimKernelValues& kernel);
@@ -38,7 +38,7 @@ class SimSystemPower : public SystemPower {
   void wake(const std::optional<std::string>& reason);
 
   using Witness = std::function<void(const std::string& operation)>;
-  /// From now on tells of each operation as it is asked for, with its number: "allow 1", "remove
+  /// From now on reports each operation as it is asked for, with its number: "allow 1", "remove
   /// source", "deregister 1001", "destroy port", "close 1". A change counts as allowed only by the
   /// connection and with the argument that it was sent with.
   void setWitness(Witness witness) { shared_->witness = std::move(witness); }

@@ -13,7 +13,7 @@ namespace zorva {
 
 /// The system log facility. It holds the messages of the device's other processes alone, in the
 /// order in which they were appended: what the daemon itself writes to the system log is left out,
-/// so that an entry about a message never makes a message. A message's time is told as seconds
+/// so that an entry about a message never makes a message. A message's time is given as seconds
 /// since 1970.
 class SimSystemLogQueries : public SystemLogQueries {
  public:

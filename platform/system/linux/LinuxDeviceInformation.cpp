@@ -117,8 +117,8 @@ std::string hardwareModel(const std::string& root) {
   return product.starts_with(vendor) ? product : joined(vendor, " ", product);
 }
 
-// A keyed hash of the machine's id, which nobody can turn back into it, nor compare with the hashes
-// that other programs make.
+// A keyed hash of the machine's id, which cannot be turned back into it, nor compare with the
+// hashes that other programs make.
 std::string crashReportKey() {
   static constexpr sd_id128_t kZorva =
       SD_ID128_MAKE(b4, 6e, 1d, 70, 92, 3f, 4c, 58, 8a, 07, d5, e1, 3b, c9, 64, 2f);

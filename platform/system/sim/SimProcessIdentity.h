@@ -10,7 +10,7 @@
 namespace zorva {
 
 /// In whose name the daemon acts on the handset: at first in that of a user of its own, so that it
-/// is not "mobile", whoever runs this.
+/// is not "mobile", for every user who runs this.
 class SimProcessIdentity : public ProcessIdentity {
  public:
   static constexpr std::uint32_t kDaemon = 4000000000;

@@ -38,7 +38,7 @@ std::vector<TelephonyNews> telephonyNews(const ModemRecord& before, const ModemR
   post(before.technology != after.technology || before.poweredOff != after.poweredOff,
        kRadioBandChange);
   post(!sameCalls(before.calls, after.calls), kCallStatusChange);
-  // A strength that is not known any more is no strength to tell.
+  // A strength that is no longer known is not reported.
   post(after.signal && before.signal != after.signal, kSignalStrength,
        {{kRawSignalStrength, valueOf(after.signal)}});
   post(before.registrationStatus != after.registrationStatus || before.home != after.home,

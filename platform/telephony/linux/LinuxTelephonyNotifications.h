@@ -14,17 +14,17 @@ namespace zorva {
 /// One notification: its name and what comes with it.
 using TelephonyNews = std::pair<std::string, Dictionary>;
 
-/// What is told when a modem's record becomes another: one notification for each role in which
+/// What is posted when a modem's record changes: one notification for each role in which
 /// something differs, with all values of the role that are known.
 std::vector<TelephonyNews> telephonyNews(const ModemRecord& before, const ModemRecord& after);
 
-/// Tells what the modem's record says anew (docs/linux-telephony.md: which notifications that are).
+/// Posts what is new in the modem's record (docs/linux-telephony.md: which notifications that are).
 class LinuxTelephonyNotifications : public TelephonyNotifications {
  public:
   explicit LinuxTelephonyNotifications(ModemManagerClient& client);
 
   Registration observe(const std::string& name, Callback callback) override;
-  /// Tells a notification of another source.
+  /// Posts a notification of another source.
   void post(const std::string& name, const Dictionary& information);
 
  private:

@@ -8,9 +8,9 @@ namespace {
 
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
-// A modem that is not enabled has no strength to tell, and refuses to be asked for it.
+// A modem that is not enabled has no strength to report, and refuses to be asked for it.
 constexpr std::int32_t kStateEnabled = 6;
-// A service that answers nobody in time holds up the loop each time it is asked.
+// A service that does not reply in time holds up the loop each time it is asked.
 constexpr std::chrono::minutes kBetweenAskingAgain{1};
 
 std::string signalRule(const char* interface, const char* member) {
@@ -57,7 +57,7 @@ ModemManagerClient::ModemManagerClient(sd_event* event, LinuxBus& bus)
 
 ModemManagerClient::~ModemManagerClient() {
   for (const std::string& path : askedForSignal_) {
-    // Somebody may have asked for another one since.
+    // Another client may have set a different one since.
     if (property(objects_, path, mm::kSignal, "RssiThreshold").integer() != kSignalThreshold) {
       continue;
     }
@@ -90,7 +90,7 @@ void ModemManagerClient::objectRemoved(sd_bus_message* signal) {
 
 void ModemManagerClient::propertiesChanged(sd_bus_message* signal) {
   if (failed_) readAgain();
-  // Objects that nobody told of yet are read as a whole when somebody does.
+  // Objects that are not known yet are read as a whole once they are announced.
   const auto object = objects_.find(sd_bus_message_get_path(signal));
   if (object == objects_.end()) return;
   readPropertiesChanged(signal, object->second);
@@ -114,7 +114,7 @@ void ModemManagerClient::readAll() {
   readManagedObjects(reply.message.get(), objects_);
 }
 
-// The service shows life after all. What it has had all along it tells nobody by itself.
+// The service shows life after all. It does not announce by itself what it has had all along.
 void ModemManagerClient::readAgain() {
   const auto now = std::chrono::steady_clock::now();
   if (askedAgain_ && now - *askedAgain_ < kBetweenAskingAgain) return;
@@ -157,7 +157,7 @@ void ModemManagerClient::readListed() {
   });
 }
 
-// A modem measures its strength in dBm only for those who ask. Asked for changes it tells them
+// A modem measures its strength in dBm only for those who ask. Asked for changes it reports them
 // itself; asked for a rate, it would be called again and again, so that is left to others.
 void ModemManagerClient::askForSignal() {
   std::erase_if(askedForSignal_, [&](const std::string& path) {
@@ -165,7 +165,8 @@ void ModemManagerClient::askForSignal() {
   });
   const std::string& path = record_.path;
   const Value& threshold = property(objects_, path, mm::kSignal, "RssiThreshold");
-  if (threshold.isNothing() || threshold.integer() != 0 ||  // too old, or somebody asked already
+  if (threshold.isNothing() ||
+      threshold.integer() != 0 ||  // too old, or another client asked already
       property(objects_, path, mm::kSignal, "Rate").integer() != 0 ||
       property(objects_, path, mm::kModem, "State").integer32() < kStateEnabled ||
       !askedForSignal_.insert(path).second) {

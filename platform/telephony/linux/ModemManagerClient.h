@@ -22,7 +22,7 @@ namespace zorva {
 /// is absent makes an empty record.
 class ModemManagerClient {
  public:
-  /// By how many dBm the strength has to move until the modem tells it.
+  /// By how many dBm the strength has to move until the modem reports it.
   static constexpr std::uint32_t kSignalThreshold = 2;
 
   /// Reads what is there at once. Both outlive this.
@@ -76,7 +76,7 @@ class ModemManagerClient {
   bool running_ = false;
   std::string owner_;         ///< the last service's name on its bus; empty before there was one
   bool ownerChanged_ = true;  ///< since the objects were read
-  bool failed_ = false;       ///< the service is there, and did not tell its objects when asked
+  bool failed_ = false;       ///< the service is there, and did not list its objects when asked
   std::optional<std::chrono::steady_clock::time_point> askedAgain_;
   bool restartUnreported_ = false;
   ModemObjects objects_;

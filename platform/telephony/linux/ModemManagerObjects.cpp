@@ -42,7 +42,7 @@ bool readInteger(sd_bus_message* message, char type, Value& value) {
 
 bool readValue(sd_bus_message* message, Value& value);
 
-// Whatever stands in the container up to its end.
+// Everything in the container up to its end.
 bool readElements(sd_bus_message* message, Value& value) {
   Value::List list;
   while (sd_bus_message_at_end(message, 0) == 0) {

@@ -247,8 +247,8 @@ ModemRecord readModem(const ModemObjects& objects, const std::string& path) {
   if (service != kPacketServiceUnknown) {
     record.dataAttached = service == kPacketServiceAttached;
   } else {
-    // Services that do not tell: who has a connection is attached, and so is who is in a network
-    // that knows nothing but packets.
+    // Services that do not report it: a modem with a connection is attached, and so is one in a
+    // network that knows nothing but packets.
     record.dataAttached = record.dataContexts > 0 || state == kStateConnected ||
                           (record.home && (technologies & (kLte | k5gNr)) != 0);
   }
@@ -258,7 +258,7 @@ ModemRecord readModem(const ModemObjects& objects, const std::string& path) {
   for (const std::string& call : listedPaths(objects, path, mm::kVoice, "Calls")) {
     const Value& callState = property(objects, call, mm::kCall, "State");
     const CallStatus status = callStatus(callState.integer32());
-    // Calls that have ended stay in the service's list until somebody deletes them.
+    // Calls that have ended stay in the service's list until a client deletes them.
     if (callState.isNothing() || status == CallStatus::Disconnected) continue;
     record.calls.push_back({static_cast<std::int32_t>(status)});
   }

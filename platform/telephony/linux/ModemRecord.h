@@ -10,7 +10,7 @@
 
 namespace zorva {
 
-/// A modem as the telephony services tell of it; with an empty path there is none.
+/// A modem as the telephony services describe it; with an empty path there is none.
 struct ModemRecord {
   std::string path;
   std::string device;                    ///< its place in sysfs, or empty
@@ -34,7 +34,7 @@ struct ModemRecord {
 /// The record of the modem at the path, by the tables below.
 ModemRecord readModem(const ModemObjects& objects, const std::string& path);
 
-/// The modems' places in sysfs ("/sys/devices/..."), of those that tell theirs.
+/// The modems' places in sysfs ("/sys/devices/..."), of those that report theirs.
 std::vector<std::string> readModemDevices(const ModemObjects& objects);
 /// The network interfaces of the connected bearers of all modems; without any, the modems' network
 /// ports.
@@ -44,7 +44,7 @@ std::uint32_t readEnabledLocationSources(const ModemObjects& objects);
 /// The calls that ring or wait for an answer here, by their paths.
 std::vector<std::string> readRingingCalls(const ModemObjects& objects);
 
-// How the service's numbers are told. Each takes the number as the service gives it.
+// How the service's numbers are reported. Each takes the number as the service gives it.
 
 /// "AccessTechnologies", a set; the newest technology counts.
 std::string technologyText(std::uint32_t technologies);

@@ -12,8 +12,8 @@
 
 namespace zorva {
 
-/// What the telephony library knows. Whatever is set is told on the telephony notification centre,
-/// except airplane mode, which nothing tells. Values of the server carry its prefixes.
+/// What the telephony library knows. Every setter posts on the telephony notification centre,
+/// except that of airplane mode. Values of the server carry its prefixes.
 class SimTelephony : public Telephony {
  public:
   /// Each may be unknown.
@@ -22,14 +22,14 @@ class SimTelephony : public Telephony {
     std::optional<std::int32_t> percent;  ///< 0 to 100
     std::optional<std::int32_t> bars;
   };
-  /// What only notifications tell, never the library.
+  /// What only notifications report, never the library.
   struct Cell {
     std::optional<std::int64_t> id;
     std::optional<std::int64_t> areaCode;
   };
   struct Network {
     std::optional<std::string> status;
-    std::optional<bool> home;  ///< told by notifications only
+    std::optional<bool> home;  ///< reported by notifications only
   };
   struct Data {
     bool attached = false;

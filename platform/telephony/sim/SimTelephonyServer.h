@@ -43,7 +43,7 @@ class SimTelephonyServer : public TelephonyServer {
                                  const std::string& property, std::optional<std::string>& value,
                                  bool& found) override;
 
-  /// Forgets every connection and all that was queued, and tells it.
+  /// Forgets every connection and all that was queued, and reports it.
   void restart();
   /// Sends a notification of the name on every connection.
   void sendOnConnections(const std::string& name);

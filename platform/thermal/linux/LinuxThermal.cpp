@@ -34,7 +34,7 @@ std::int32_t throttling(const std::string& device) {
   return static_cast<std::int32_t>(std::ceil(std::min(share, 1.0) * 100));
 }
 
-// In hundredths of a degree; 0 for what a reading cannot tell.
+// In hundredths of a degree; 0 for what a reading cannot hold.
 std::uint64_t sensorReading(std::optional<std::int64_t> millidegrees) {
   if (!millidegrees || *millidegrees < 0 || *millidegrees > 655'350) return 0;
   return static_cast<std::uint64_t>(*millidegrees + 5) / 10;

@@ -13,7 +13,7 @@ namespace zorva {
 /// Whether one of the generic netlink messages in the buffer is an event after which the thermal
 /// level may be another one: a cooling device changed its state, a trip point was crossed, a zone
 /// came, went or was switched. `family` is the number of the kernel's thermal family. The buffer is
-/// aligned as messages are; whatever else it holds, cut off or not, is no event.
+/// aligned as messages are; anything else it holds, cut off or not, is no event.
 bool thermalLevelMayHaveChanged(std::span<const std::uint8_t> messages, int family);
 
 /// The events of the kernel's thermal subsystem.

@@ -27,7 +27,7 @@ void SimThermal::setTemperature(std::size_t index, std::size_t reading, double d
   states_.set(name, others | hundredths << shift);
 }
 
-// The level comes last, so that whoever hears of it sees the temperatures of the same step.
+// The level comes last, so that its observers see the temperatures of the same step.
 ScenarioAction SimThermal::read(const ScenarioNode& node) {
   std::optional<std::int32_t> level;
   const ScenarioAction sensors = node.actions(

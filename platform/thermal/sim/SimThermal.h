@@ -26,11 +26,11 @@ class SimThermal : public Thermal {
 
   std::int32_t level() override { return level_; }
 
-  /// Tells the change, when it is one.
+  /// Reports the change, if there is one.
   void setLevel(std::int32_t level);
 
   /// A sensor by its place: the index of its notification (0 to 5) and of its reading (0 to 3). In
-  /// degrees Celsius, 0 to 655.35; 0 is a sensor that is not there. Nobody is told.
+  /// degrees Celsius, 0 to 655.35; 0 is a sensor that is not there. No observer is notified.
   void setTemperature(std::size_t index, std::size_t reading, double degrees);
 
  private:

@@ -211,7 +211,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
 
   void listenToWireless() {
     if (!family_ || wirelessReadable_) return;
-    // Those that tell of interfaces and of associations.
+    // Those that announce interfaces and associations.
     std::vector<std::uint32_t> groups;
     for (const char* name : {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_MLME}) {
       const auto found = family_->groups.find(name);

@@ -17,8 +17,8 @@ class SimWiFiManager : public WiFiManager {
 
   std::shared_ptr<WiFiManagerClient> createClient() override;
 
-  /// Each tells its change, where there is one. While there is no device the radio's state and the
-  /// network are those that it will come back with.
+  /// Each reports its change, where there is one. While there is no device the radio's state and
+  /// the network are those that it will come back with.
   void setAttached(bool attached);
   void setPowered(bool powered);
   void setNetwork(std::optional<WiFiNetwork> network);
