@@ -58,7 +58,7 @@ bool WatchCrashReportDirectory() {
     sZorvaState.watchDescriptorObject =
         Registration([] { ::close(std::exchange(sZorvaState.kqueue, -1)); });
   }
-  // Without the watch the daemon goes on with the file that it has.
+  // Without the watch the daemon continues with the file that it has.
   const bool watched =
       platform.files.watchDirectory(sZorvaState.kqueue, sZorvaState.crashReportDirectoryDescriptor);
   sZorvaState.watchSource =
@@ -80,7 +80,7 @@ void UnwatchCrashReportDirectory() {
 }
 
 void CrashReportDirectoryCallback() {
-  // Taken before the look at the file: what happens from here on makes the queue readable again.
+  // Taken before the file is checked: what happens from here on makes the queue readable again.
   sZorvaContext.platform->files.takeEvents(sZorvaState.kqueue);
   if (currentLogFileExists()) return;
   sZorvaContext.platform->systemLog.write("creating new log");

@@ -17,7 +17,7 @@ void logChange(ZVLogger& observer, std::string_view name) {
   }
 }
 
-// What is there but no number compares with nothing.
+// A value that is no number compares with nothing.
 double timeOf(const Value& value) {
   const bool comparable =
       value.isNothing() || value.isInteger() || value.isReal() || value.isBoolean();

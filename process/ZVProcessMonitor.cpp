@@ -38,8 +38,8 @@ std::string ZVProcessMonitor::sampleBody(SystemStatistics& statistics, AccountDa
   std::string body;
   libtally_use(statistics, accounts);
   if (libtally_init(nullptr, nullptr) != 0) return body;
-  // Name, process id and CPU time come with every look at a process; the rest would cost more than
-  // the entry does.
+  // Name, process id and CPU time come with every sample of a process; the rest would cost more
+  // than the entry does.
   libtally_gather({.details = TaskDetail::None, .memoryRegions = false, .systemFigures = false});
   libtally_sample(false, false);
   libtally_psort(busiestFirst, nullptr);

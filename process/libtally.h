@@ -27,7 +27,7 @@ namespace zorva {
 /// Turns a 32-bit counter that wraps into a 64-bit total that does not.
 struct libtally_i64 {
   std::uint64_t total = 0;
-  std::uint32_t last = 0;  ///< the counter when it was last looked at
+  std::uint32_t last = 0;  ///< the counter when it was last read
 };
 
 /// The total starts at `total`, or at the counter when `total` is 0.

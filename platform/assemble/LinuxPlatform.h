@@ -13,7 +13,7 @@ class LinuxPlatform {
   virtual const Platform& platform() const = 0;
 };
 
-/// Makes every service. A service that this machine lacks is there all the same and answers that it
+/// Makes every service. A service that this machine lacks exists all the same and answers that it
 /// has nothing; only a process that cannot have an event loop gets none, with the reason on
 /// standard error.
 std::unique_ptr<LinuxPlatform> makeLinuxPlatform();

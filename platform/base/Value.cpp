@@ -20,7 +20,7 @@ struct Overloaded : Handlers... {
 template <class... Handlers>
 Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
-// Where the number that the text starts with begins, behind blanks and one plus sign; the text's
+// Where the number that the text starts with begins, after blanks and one plus sign; the text's
 // end when it starts with none.
 const char* numberStart(const std::string& text) {
   const char* first = text.data();

@@ -11,7 +11,7 @@ namespace zorva {
 struct LocaleParts {
   std::string_view language;
   std::string_view country;  ///< two letters, or three digits for a region of the world
-  std::string_view variant;  ///< what stands behind the country, without an encoding
+  std::string_view variant;  ///< what follows the country, without an encoding
 };
 LocaleParts localeParts(std::string_view locale);
 

@@ -185,7 +185,7 @@ inline constexpr TaskDetail kEveryTaskDetail = TaskDetail::Identity | TaskDetail
                                                TaskDetail::Ports | TaskDetail::Events |
                                                TaskDetail::WorkQueue;
 
-/// One look at one task. A caller keeps one and passes it again and again, so that its texts and
+/// One sample of one task. A caller keeps one and passes it again and again, so that its texts and
 /// lists are allocated once. What was not asked for, or the kernel does not report, is 0 or empty.
 struct TaskSample {
   KernelProcess process;
@@ -244,7 +244,7 @@ class SystemStatistics {
 
   /// The ids of all tasks, ascending, in a list that is replaced.
   virtual TaskListResult listTasks(std::vector<std::int32_t>& processes) = 0;
-  /// Looks at one task. Fails at TaskSampleStep::KernelProcess when it has gone, and at either step
+  /// Samples one task. Fails at TaskSampleStep::KernelProcess when it has gone, and at either step
   /// when it goes in the middle of the look. The sample holds no defined figures after a failure.
   virtual TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail,
                                       TaskSample& sample) = 0;

@@ -175,7 +175,7 @@ pugi::xml_node addElement(pugi::xml_node parent, pugi::xml_node after, const cha
   return after ? parent.insert_child_after(name, after) : parent.append_child(name);
 }
 
-// Adds the value as an element behind `after`, or as the last one. Nothing has no element.
+// Adds the value as the element following `after`, or as the last one. Nothing has no element.
 pugi::xml_node addValue(pugi::xml_node parent, pugi::xml_node after, const Value& value) {
   const auto add = [&](const char* kind, const std::string& text) {
     pugi::xml_node element = addElement(parent, after, kind);
@@ -226,7 +226,7 @@ pugi::xml_node rootOf(const pugi::xml_document& document) {
   return firstElement(document.child("plist"));
 }
 
-// The element of the key with this name at or behind the given one.
+// The element of the key with this name at or after the given one.
 pugi::xml_node findKey(pugi::xml_node key, std::string_view name) {
   while (key && textOf(key) != name) key = nextElement(nextElement(key));
   return key;
@@ -264,7 +264,7 @@ void PropertyList::set(const std::string& key, const Value& value) {
       place = root.append_child("key");
       place.text().set(key.c_str());
     }
-    // A file made by hand may hold the key again, and to other readers the last one may count.
+    // A file edited manually may hold the key again, and to other readers the last one may count.
     stale = findKey(nextElement(addValue(root, place, value)), key);
   }
   while (stale) {

@@ -46,7 +46,7 @@ class LinuxAudioSystem : public AudioSystem {
   SoundCardCalls calls_;
   CoalescedCall update_;
   LinuxPathWatch devicesWatch_;
-  bool devicesChanged_ = true;  ///< since they were looked at
+  bool devicesChanged_ = true;  ///< since they were read
   std::map<int, std::unique_ptr<Card>> cards_;
   /// Cards that cannot be opened, or not yet: a device file gets its permissions after its name.
   std::map<int, std::unique_ptr<LinuxPathWatch>> refused_;

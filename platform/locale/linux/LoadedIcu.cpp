@@ -51,7 +51,7 @@ const Functions* functions() {
   return there ? &loaded : nullptr;
 }
 
-// What is passed is ASCII: patterns of ours, and names that were looked at.
+// What is passed is ASCII: patterns of ours, and names that were checked.
 std::vector<UChar> wide(const std::string& text) {
   return {text.begin(), text.end()};
 }

@@ -6,7 +6,7 @@
 
 namespace zorva {
 
-/// The date in local time, by the C library, after another look at the zone's file if that was
+/// The date in local time, by the C library, after reading the zone's file again if that was
 /// replaced. All zeroes for a year that the C library cannot count to.
 inline std::tm localTime(Date date) {
   tzset();

@@ -31,7 +31,7 @@ bool isZoneName(std::string_view name) {
   return isMadeOf(name, "_+-/") && name.front() != '/' && name.back() != '/';
 }
 
-// "en_US.UTF-8@euro" without what is behind the language, script and country; empty when that is
+// "en_US.UTF-8@euro" without what follows the language, script and country; empty when that is
 // no identifier.
 std::string identifierOf(std::string_view locale) {
   locale = locale.substr(0, locale.find_first_of(".@"));

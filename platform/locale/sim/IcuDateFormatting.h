@@ -15,7 +15,7 @@ namespace zorva {
 /// and the first one may have a single day), and a zone id that ICU does not know as UTC, so that
 /// the text never depends on the environment of the process.
 struct LocaleSettings {
-  std::string locale;  ///< for example "en_US"; an encoding behind it ("en_US.UTF-8") is ignored
+  std::string locale;  ///< for example "en_US"; an encoding after it ("en_US.UTF-8") is ignored
   std::string zone;    ///< IANA time-zone id, for example "America/Los_Angeles"
 
   bool operator==(const LocaleSettings&) const = default;

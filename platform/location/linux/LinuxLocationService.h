@@ -22,7 +22,7 @@ struct ModemLocationSources {
 /// (docs/linux-services.md). Neither shows its clients to others: there are none here.
 class LinuxLocationService : public LocationService {
  public:
-  /// Reads what is there at once; all of them outlive this. A change posts
+  /// Reads the present state at once; all of them outlive this. A change posts
   /// kLocationTechnologyStatusChanged from the event loop.
   LinuxLocationService(sd_event* event, LinuxBus& bus, ModemLocationSources modems,
                        NotificationCentre& notifications);

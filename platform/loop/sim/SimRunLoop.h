@@ -15,7 +15,7 @@ namespace zorva {
 /// A run loop in virtual time: where a real one would wait, it moves the clock to what is due
 /// next. What is due at the same moment happens in the order in which it was asked for.
 ///
-/// Descriptors are real ones. After every step and timer they are looked at, without waiting, until
+/// Descriptors are real ones. After every step and timer they are polled, without waiting, until
 /// none has anything to read, so what a step does to a file is seen before the next step.
 class SimRunLoop : public RunLoop {
  public:

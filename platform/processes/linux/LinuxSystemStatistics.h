@@ -13,7 +13,7 @@ namespace zorva {
 
 /// The kernel's figures from procfs and sysfs; docs/process-figures.md names the source of each.
 ///
-/// A look at a task without details is one open, read and close of a small file, relative to a
+/// A sample of a task without details is one open, read and close of a small file, relative to a
 /// descriptor of procfs that is kept, and allocates nothing.
 class LinuxSystemStatistics : public SystemStatistics {
  public:

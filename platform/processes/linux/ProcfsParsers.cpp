@@ -21,7 +21,7 @@ std::string_view takeLine(std::string_view& text) {
 }
 
 // Cuts the first word off the line; empty at its end. Runs fifty times for every process, so it
-// looks at each byte just once.
+// reads each byte just once.
 std::string_view takeWord(std::string_view& line) {
   std::size_t start = 0;
   while (start < line.size() && (line[start] == ' ' || line[start] == '\t')) ++start;

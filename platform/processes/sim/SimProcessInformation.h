@@ -7,7 +7,7 @@
 namespace zorva {
 
 /// Describes the processes of the table as they are at the call. Nothing happens on the handset
-/// in the course of a look at them.
+/// while they are sampled.
 class SimProcessInformation : public ProcessInformation {
  public:
   SimProcessInformation(SimFaults& faults, const SimProcessTable& table);

@@ -87,7 +87,7 @@ class SimSystemStatistics : public SystemStatistics {
 
   /// How often the operation was called so far.
   int calls(Operation operation) const;
-  /// The details asked for by the last look at a task.
+  /// The details asked for by the last sample of a task.
   TaskDetail lastDetail() const { return lastDetail_; }
 
   KernelResult timeOfDay(Date& now) override;

@@ -25,7 +25,7 @@ class ModemManagerClient {
   /// By how many dBm the strength has to move until the modem reports it.
   static constexpr std::uint32_t kSignalThreshold = 2;
 
-  /// Reads what is there at once. Both outlive this.
+  /// Reads the present state at once. Both outlive this.
   ModemManagerClient(sd_event* event, LinuxBus& bus);
   ModemManagerClient(const ModemManagerClient&) = delete;
   ModemManagerClient& operator=(const ModemManagerClient&) = delete;

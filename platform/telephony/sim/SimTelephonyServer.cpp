@@ -18,7 +18,7 @@ constexpr const char* kName = "name";
 
 }  // namespace
 
-/// What stands behind one port number.
+/// What one port number stands for.
 struct SimTelephonyServer::Mailbox {
   std::deque<Message> messages;
   std::shared_ptr<const MessageCallback> port;
