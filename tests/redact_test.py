@@ -13,7 +13,7 @@ SENSITIVE = [r'=Home;', 'Office Guest', 'H\u00f4tel', 'Sim Network', 'Sim Mobile
              'Homescreen', 'mediad', 'pushd', 'commcenter', 'mdnsd', 'racer', 'navigation', 'libexec',
              r'com\.example', 'Alarm', r'\bGame\b', 'Display on', 'Playing', r'\d+\.\d+\.\d+\.\d+', r'\b45 00 00\b',
              'CMTI', 'Minutes of Monday', 'Lunch', 'nightly', r'\b118\b', 'Acme', 'Dock', '0042', r'=Work;', 'Exchange',
-             'radio off', 'A2DP', 'power present', '3d5f1b60c8e2497a', 'en0', 'pdp_ip0', 'de_DE', 'MEZ', 'debug=0x8']
+             'radio off', 'A2DP', 'power present', '3d5f1b60c8e2497a', 'en0', 'pdp_ip0', 'de_DE', 'CET', 'debug=0x8']
 TOKEN = re.compile(r'\b[a-z_]+-\d+\b')
 
 

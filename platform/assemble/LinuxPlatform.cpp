@@ -12,7 +12,8 @@
 #include "platform/audio/linux/LinuxAudioSystem.h"
 #include "platform/bluetooth/linux/LinuxBluetoothServer.h"
 #include "platform/kit/bus/LinuxBus.h"
-#include "platform/locale/linux/LinuxDateFormatting.h"
+#include "platform/locale/LocalDateFormatting.h"
+#include "platform/locale/LocalTime.h"
 #include "platform/locale/linux/LinuxLocaleInformation.h"
 #include "platform/location/linux/LinuxLocationService.h"
 #include "platform/loop/linux/LinuxClock.h"
@@ -71,8 +72,8 @@ class WholeLinuxPlatform : public LinuxPlatform {
   LinuxDeviceRegistry registry_{runLoop_.event()};
   LinuxDeviceInformation device_{[this] { return Value(registry_.hasGasGauge()); }};
   LinuxLocaleInformation locale_{runLoop_.event(), clock_};
-  LinuxDateFormatting dates_{
-      [this]() -> const LinuxLocaleInformation::Settings& { return locale_.settings(); }};
+  LocalDateFormatting dates_{[this]() -> const DateSettings& { return locale_.settings(); },
+                             localTime};
   LinuxBatteryUsage batteryUsage_;
   LinuxBus bus_{runLoop_.event()};
   LinuxPowerManagement powerManagement_{runLoop_.event(), bus_, clock_,

@@ -10,7 +10,8 @@
 #include "platform/assertions/sim/SimPowerManagement.h"
 #include "platform/audio/sim/SimAudioSystem.h"
 #include "platform/bluetooth/sim/SimBluetoothServer.h"
-#include "platform/locale/sim/IcuDateFormatting.h"
+#include "platform/locale/LocalDateFormatting.h"
+#include "platform/locale/LocalTime.h"
 #include "platform/locale/sim/SimLocaleInformation.h"
 #include "platform/location/sim/SimLocationService.h"
 #include "platform/loop/sim/SimClock.h"
@@ -151,7 +152,9 @@ class SimHandset {
   SimPreferences preferences_{parts_, files_, accounts_, systemLog_};
   SimDeviceInformation device_{parts_};
   SimLocaleInformation locale_{parts_, clock_, [this](Date date) { clock_.set(date); }};
-  IcuDateFormatting dates_{[this] { return locale_.settings(); }};
+  LocalDateFormatting dates_{
+      [this]() -> const DateSettings& { return locale_.settings(); },
+      [this](Date date) { return localTimeIn(locale_.settings().zone, date); }};
   SimDeviceRegistry registry_{parts_};
   SimBattery battery_{parts_, registry_.powerSource()};
   SimBacklight backlight_{parts_, registry_.backlight()};

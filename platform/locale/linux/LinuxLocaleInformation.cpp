@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "platform/locale/CountryCode.h"
-#include "platform/locale/linux/LocalTime.h"
+#include "platform/locale/LocalTime.h"
 
 namespace zorva {
 

@@ -12,6 +12,7 @@
 #include "platform/base/Observers.h"
 #include "platform/kit/loop/EventSources.h"
 #include "platform/kit/loop/LinuxPathWatch.h"
+#include "platform/locale/LocalDateFormatting.h"
 #include "platform/locale/LocaleInformation.h"
 #include "platform/locale/linux/ClockSetWatch.h"
 #include "platform/locale/linux/LocaleSettings.h"
@@ -38,15 +39,9 @@ class LinuxLocaleInformation : public LocaleInformation {
   /// The name of the time zone ("Europe/Berlin"), read now.
   std::string zoneId();
 
-  /// What a date formatter needs to know.
-  struct Settings {
-    std::string locale;  ///< as identifier()
-    std::string zone;    ///< as zoneId()
-    bool operator==(const Settings&) const = default;
-  };
-  /// The settings without any system call: as last read, which happened after the last change that
-  /// the event loop has delivered. For every entry of the log.
-  const Settings& settings() const { return settings_; }
+  /// identifier() and zoneId() without any system call: as last read, which happened after the last
+  /// change that the event loop has delivered. For every entry of the log.
+  const DateSettings& settings() const { return settings_; }
 
  private:
   /// What the observers know, which may be older than what was read for a snapshot.
@@ -62,7 +57,7 @@ class LinuxLocaleInformation : public LocaleInformation {
   sd_event* event_;
   const Clock& clock_;
   LocalePaths paths_;
-  Settings settings_;
+  DateSettings settings_;
   Told reported_;
   std::map<Change, Observers<>> observers_;
   CoalescedCall filesChanged_;

@@ -1,11 +1,10 @@
 #include "platform/locale/sim/SimLocaleInformation.h"
 
-#include <memory>
 #include <regex>
-#include <unicode/timezone.h>
 #include <utility>
 
 #include "platform/locale/CountryCode.h"
+#include "platform/locale/LocalTime.h"
 
 namespace zorva {
 SimLocaleInformation::SimLocaleInformation(SimParts& parts, const Clock& clock,
@@ -40,11 +39,12 @@ std::optional<std::string> SimLocaleInformation::countryCode() {
 }
 
 std::string SimLocaleInformation::timeZoneAbbreviation() {
-  return zoneAbbreviation(settings_, clock_.now());
+  const std::tm local = localTimeIn(settings_.zone, clock_.now());
+  return local.tm_zone ? local.tm_zone : "";
 }
 
 bool SimLocaleInformation::daylightSavingTime() {
-  return zorva::daylightSavingTime(settings_, clock_.now());
+  return localTimeIn(settings_.zone, clock_.now()).tm_isdst > 0;
 }
 
 Registration SimLocaleInformation::observe(Change change, std::function<void()> callback) {
@@ -70,12 +70,6 @@ void SimLocaleInformation::setClock(Date date) {
 bool SimLocaleInformation::isLocale(const std::string& identifier) {
   static const std::regex shape("[a-z]{2,3}(_[A-Z][a-z]{3})?(_([A-Z]{2}|[0-9]{3}))?");
   return std::regex_match(identifier, shape);
-}
-
-bool SimLocaleInformation::isTimeZone(const std::string& name) {
-  const std::unique_ptr<icu::TimeZone> zone(
-      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
-  return *zone != icu::TimeZone::getUnknown();
 }
 
 }  // namespace zorva

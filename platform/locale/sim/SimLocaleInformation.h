@@ -5,8 +5,8 @@
 #include <string>
 
 #include "platform/base/Observers.h"
+#include "platform/locale/LocalDateFormatting.h"
 #include "platform/locale/LocaleInformation.h"
-#include "platform/locale/sim/IcuDateFormatting.h"
 #include "platform/loop/Clock.h"
 #include "platform/scenario/SimParts.h"
 
@@ -24,7 +24,7 @@ class SimLocaleInformation : public LocaleInformation {
   bool daylightSavingTime() override;
   Registration observe(Change change, std::function<void()> callback) override;
 
-  const LocaleSettings& settings() const { return settings_; }
+  const DateSettings& settings() const { return settings_; }
 
   /// For example "de_DE".
   void setIdentifier(const std::string& identifier);
@@ -34,8 +34,6 @@ class SimLocaleInformation : public LocaleInformation {
 
   /// Whether this has the shape of a locale identifier: language, script, country.
   static bool isLocale(const std::string& identifier);
-  /// Whether the zone database knows the name.
-  static bool isTimeZone(const std::string& name);
 
  private:
   void notify(Change change) { observers_[change].notify(); }
@@ -43,7 +41,7 @@ class SimLocaleInformation : public LocaleInformation {
   const Clock& clock_;
   std::function<void(Date)> setWallClock_;
   SimFaultPoint observeFault_;
-  LocaleSettings settings_{"en_US", "UTC"};
+  DateSettings settings_{"en_US", "UTC"};
   std::map<Change, Observers<>> observers_;
 };
 

@@ -1,4 +1,4 @@
-#include "platform/locale/linux/LinuxDateFormatting.h"
+#include "platform/locale/LocalDateFormatting.h"
 
 #include <algorithm>
 #include <cctype>
@@ -7,9 +7,8 @@
 #include <vector>
 
 #include "platform/base/Text.h"
-#include "platform/locale/linux/LoadedIcu.h"
-#include "platform/locale/linux/LocalTime.h"
-#include "platform/locale/linux/WeekRules.h"
+#include "platform/locale/LoadedIcu.h"
+#include "platform/locale/LocaleRules.h"
 
 namespace zorva {
 namespace {
@@ -78,29 +77,31 @@ std::string plainText(const std::vector<Piece>& pieces, const WeekRule& rule,
   return text;
 }
 
-class LinuxDateFormatter : public DateFormatter {
+class LocalDateFormatter : public DateFormatter {
  public:
-  LinuxDateFormatter(std::string pattern, LinuxDateFormatting::Settings source)
+  LocalDateFormatter(std::string pattern, LocalDateFormatting::Settings source,
+                     LocalDateFormatting::LocalTime localTime)
       : pattern_(std::move(pattern)),
         source_(std::move(source)),
+        localTime_(std::move(localTime)),
         pieces_(piecesOf(pattern_)),
         plain_(isPlain(pieces_)) {}
 
   std::string format(Date date) override {
-    const LinuxLocaleInformation::Settings& settings = source_();
+    const DateSettings& settings = source_();
     const bool changed = !settings_ || *settings_ != settings;
     if (changed) {
       const auto rule = weekRuleOfPlainLocale(settings.locale);
-      rule_ = rule.value_or(kWorldsWeekRule);
-      icu_ = rule && plain_ ? nullptr : LoadedIcu::open(pattern_, settings.locale, settings.zone);
+      rule_ = rule.value_or(kWorldWeekRule);
+      icu_ = rule && plain_ ? nullptr : LoadedIcu::open(pattern_, settings.locale);
       settings_ = settings;
     }
     if (icu_) {
-      if (auto text = icu_->format(date)) return *text;
+      if (auto text = icu_->format(date, localTime_(date))) return *text;
     }
     const std::int64_t second = secondsSinceEpoch(date);
     if (changed || second != lastSecond_) {
-      lastText_ = plainText(pieces_, rule_, localTime(date));
+      lastText_ = plainText(pieces_, rule_, localTime_(date));
       lastSecond_ = second;
     }
     return lastText_;
@@ -108,11 +109,12 @@ class LinuxDateFormatter : public DateFormatter {
 
  private:
   std::string pattern_;
-  LinuxDateFormatting::Settings source_;
+  LocalDateFormatting::Settings source_;
+  LocalDateFormatting::LocalTime localTime_;
   std::vector<Piece> pieces_;
   bool plain_;
-  std::optional<LinuxLocaleInformation::Settings> settings_;  // those that the next two are for
-  WeekRule rule_ = kWorldsWeekRule;
+  std::optional<DateSettings> settings_;  // those that the next two are for
+  WeekRule rule_ = kWorldWeekRule;
   std::unique_ptr<LoadedIcu> icu_;  // where the pattern and the locale need it
   std::int64_t lastSecond_ = 0;
   std::string lastText_;
@@ -120,8 +122,8 @@ class LinuxDateFormatter : public DateFormatter {
 
 }  // namespace
 
-std::unique_ptr<DateFormatter> LinuxDateFormatting::makeFormatter(const std::string& pattern) {
-  return std::make_unique<LinuxDateFormatter>(pattern, settings_);
+std::unique_ptr<DateFormatter> LocalDateFormatting::makeFormatter(const std::string& pattern) {
+  return std::make_unique<LocalDateFormatter>(pattern, settings_, localTime_);
 }
 
 }  // namespace zorva

@@ -1,4 +1,4 @@
-#include "platform/locale/linux/LoadedIcu.h"
+#include "platform/locale/LoadedIcu.h"
 
 #include <array>
 #include <dlfcn.h>
@@ -51,7 +51,7 @@ const Functions* functions() {
   return there ? &loaded : nullptr;
 }
 
-// What is passed is ASCII: patterns of ours, and names that were checked.
+// What is passed is ASCII: patterns of ours.
 std::vector<UChar> wide(const std::string& text) {
   return {text.begin(), text.end()};
 }
@@ -61,10 +61,11 @@ class OpenPattern : public LoadedIcu {
   OpenPattern(const Functions& icu, UDateFormat* format)
       : format_(format, {icu.close}), icu_(icu) {}
 
-  std::optional<std::string> format(Date date) override {
+  std::optional<std::string> format(Date date, const std::tm& local) override {
     UErrorCode status = U_ZERO_ERROR;
     std::array<UChar, 128> text;
-    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(date);
+    const auto milliseconds =
+        std::chrono::floor<std::chrono::milliseconds>(date) + std::chrono::seconds(local.tm_gmtoff);
     const auto length =
         icu_.format(format_.get(), static_cast<UDate>(milliseconds.time_since_epoch().count()),
                     text.data(), static_cast<std::int32_t>(text.size()), nullptr, &status);
@@ -97,15 +98,14 @@ class OpenPattern : public LoadedIcu {
 
 }  // namespace
 
-std::unique_ptr<LoadedIcu> LoadedIcu::open(const std::string& pattern, const std::string& locale,
-                                           const std::string& zone) {
+std::unique_ptr<LoadedIcu> LoadedIcu::open(const std::string& pattern, const std::string& locale) {
   const Functions* const icu = functions();
   if (icu == nullptr) return nullptr;
   UErrorCode status = U_ZERO_ERROR;
-  const std::vector<UChar> zoneId = wide(zone);
+  constexpr std::u16string_view kUtc = u"Etc/UTC";
   const std::vector<UChar> letters = wide(pattern);
-  UDateFormat* const format = icu->open(UDAT_PATTERN, UDAT_PATTERN, locale.c_str(), zoneId.data(),
-                                        static_cast<std::int32_t>(zoneId.size()), letters.data(),
+  UDateFormat* const format = icu->open(UDAT_PATTERN, UDAT_PATTERN, locale.c_str(), kUtc.data(),
+                                        static_cast<std::int32_t>(kUtc.size()), letters.data(),
                                         static_cast<std::int32_t>(letters.size()), &status);
   if (format == nullptr) return nullptr;
   auto opened = std::make_unique<OpenPattern>(*icu, format);
