@@ -23,7 +23,8 @@ namespace {
 
 constexpr std::size_t kWidth = 64;  // columns of an example, with the page's margin within 80
 
-constexpr std::string_view kHead = R"(.\" Made by zorva-log-manual from report/format/LogFormat_*.cpp.
+constexpr std::string_view kHead =
+    R"(.\" Made by zorva-log-manual from report/format/LogFormat_*.cpp.
 .TH ZORVA\-LOG 5 2026-11-25 "Zorva" "Zorva's Manual"
 .nr HY 0
 .ad l
