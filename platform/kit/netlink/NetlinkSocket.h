@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -31,7 +32,7 @@ class NetlinkSocket {
  private:
   Descriptor socket_;
   std::uint32_t sequence_ = 0;
-  std::vector<std::uint8_t> buffer_;
+  std::unique_ptr<std::uint8_t[]> buffer_;  ///< from the first request on
 };
 
 /// A socket that hears the multicast groups, and does not wait; none when there is no such
