@@ -31,14 +31,13 @@ std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message) {
   return family;
 }
 
-std::optional<GenericFamily> findGenericFamily(const std::string& name) {
-  std::optional<GenericFamily> family;
-  GenericRequest(GENL_ID_CTRL, NLM_F_ACK, CTRL_CMD_GETFAMILY)
+NetlinkAnswer findGenericFamily(const std::string& name, std::optional<GenericFamily>& family) {
+  family.reset();
+  return GenericRequest(GENL_ID_CTRL, NLM_F_ACK, CTRL_CMD_GETFAMILY)
       .with(CTRL_ATTR_FAMILY_NAME, name.c_str(), name.size() + 1)
       .send([&](const nlmsghdr& message) {
         if (auto found = genericFamilyIn(message)) family = std::move(found);
       });
-  return family;
 }
 
 GenericRequest::GenericRequest(std::uint16_t family, std::uint16_t flags, std::uint8_t command) {

@@ -26,8 +26,8 @@ struct GenericFamily {
 };
 /// Nothing when the message describes none.
 std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message);
-/// Asks the kernel; nothing where it does not have the family.
-std::optional<GenericFamily> findGenericFamily(const std::string& name);
+/// Asks the kernel. Refused: it does not have the family. GoesOn: it did not answer.
+NetlinkAnswer findGenericFamily(const std::string& name, std::optional<GenericFamily>& family);
 
 /// A generic netlink request, put together attribute by attribute.
 class GenericRequest {

@@ -41,7 +41,7 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
   kernel.nl_family = AF_NETLINK;
   if (!socket_ || ::sendto(socket_.get(), request.data(), request.size(), 0,
                            reinterpret_cast<sockaddr*>(&kernel), sizeof kernel) < 0) {
-    return NetlinkAnswer::Refused;
+    return NetlinkAnswer::GoesOn;
   }
   buffer_.resize(kMaxDatagram);
   NetlinkReader reader(sequence_);
@@ -53,8 +53,8 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
     const ssize_t length = ::recvfrom(socket_.get(), buffer_.data(), buffer_.size(), MSG_TRUNC,
                                       reinterpret_cast<sockaddr*>(&sender), &size);
     if (length < 0 && errno == EINTR) continue;
-    if (length < 0 && errno == EAGAIN) return NetlinkAnswer::GoesOn;
-    if (length <= 0 || static_cast<std::size_t>(length) > buffer_.size()) {
+    if (length < 0) return NetlinkAnswer::GoesOn;
+    if (length == 0 || static_cast<std::size_t>(length) > buffer_.size()) {
       return NetlinkAnswer::Refused;
     }
     if (sender.nl_pid != 0) continue;  // not the kernel

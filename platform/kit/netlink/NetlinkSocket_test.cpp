@@ -3,12 +3,15 @@
 #include <cerrno>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <linux/genetlink.h>
 #include <linux/inet_diag.h>
 #include <linux/rtnetlink.h>
 #include <linux/sock_diag.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <utility>
 
+#include "platform/kit/netlink/GenericNetlink.h"
 #include "platform/processes/linux/SocketDiagnostics.h"
 
 namespace zorva {
@@ -64,6 +67,21 @@ TEST(NetlinkReader, RefusesWhatIsNoWholeAnswer) {
   EXPECT_TRUE(whole);
   read(message(SOCK_DIAG_BY_FAMILY, 0, 5, &socket, sizeof socket - 4), {});
   EXPECT_FALSE(whole);
+}
+
+TEST(GenericFamily, IsMissingOnlyWhereTheKernelReportsIt) {
+  std::optional<GenericFamily> family;
+  EXPECT_EQ(findGenericFamily("nlctrl", family), NetlinkAnswer::Done);
+  ASSERT_TRUE(family);
+  EXPECT_EQ(family->id, GENL_ID_CTRL);
+  EXPECT_EQ(findGenericFamily("zorva-has-none", family), NetlinkAnswer::Refused);
+  EXPECT_FALSE(family);
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_EQ(findGenericFamily("nlctrl", family), NetlinkAnswer::GoesOn) << "no socket for it";
+  ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST(NetlinkSocket, HearsOnlyTheKernel) {

@@ -178,7 +178,7 @@ void SocketDiagnostics::take() {
       const NetlinkAnswer answer =
           answers ? dump(netlink, protocol, ipv6 ? AF_INET6 : AF_INET) : NetlinkAnswer::Refused;
       if (answer == NetlinkAnswer::Done) continue;
-      if (answer == NetlinkAnswer::GoesOn) answers = false;  // asking again would take as long
+      if (answer == NetlinkAnswer::GoesOn) answers = false;  // asking again would be no better
       readTable(protocol, ipv6);
     }
   }
