@@ -59,8 +59,9 @@ GenericRequest& GenericRequest::with(std::uint16_t type, const void* value, std:
   return *this;
 }
 
-NetlinkAnswer GenericRequest::send(const NetlinkReader::Each& each) {
-  return NetlinkSocket(NETLINK_GENERIC).request(bytes_, each);
+NetlinkAnswer GenericRequest::send(const NetlinkReader::Each& each,
+                                   const std::function<void()>& again) {
+  return NetlinkSocket(NETLINK_GENERIC).request(bytes_, each, again);
 }
 
 void GenericRequest::append(const void* value, std::size_t size) {

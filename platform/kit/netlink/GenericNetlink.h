@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <linux/netlink.h>
 #include <map>
 #include <optional>
@@ -39,7 +40,7 @@ class GenericRequest {
     return with(type, &value, sizeof value);
   }
   /// As NetlinkSocket::request(), on a socket of its own.
-  NetlinkAnswer send(const NetlinkReader::Each& each);
+  NetlinkAnswer send(const NetlinkReader::Each& each, const std::function<void()>& again = {});
 
  private:
   void append(const void* value, std::size_t size);

@@ -31,7 +31,8 @@ NetlinkSocket::NetlinkSocket(int protocol) : socket_(bound(protocol, 0)) {
 }
 
 NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
-                                     const NetlinkReader::Each& each) {
+                                     const NetlinkReader::Each& each,
+                                     const std::function<void()>& again) {
   nlmsghdr header;
   std::memcpy(&header, request.data(), sizeof header);
   header.nlmsg_len = static_cast<std::uint32_t>(request.size());
@@ -60,6 +61,10 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
     if (sender.nl_pid != 0) continue;  // not the kernel
     const NetlinkAnswer answer =
         reader.read(std::span(buffer_).first(static_cast<std::size_t>(length)), each);
+    if (answer == NetlinkAnswer::Interrupted && again) {
+      again();
+      return this->request(request, each);
+    }
     if (answer != NetlinkAnswer::GoesOn) return answer;
   } while (SteadyClock::now() < limit);
   return NetlinkAnswer::GoesOn;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -25,7 +26,11 @@ class NetlinkSocket {
   /// longer: while another process changes many links, the kernel's routing and wireless sockets
   /// wait inside the system call, where no limit holds. What must be quick, such as the way to
   /// sleep, asks only NETLINK_SOCK_DIAG, which waits for none of them.
-  NetlinkAnswer request(std::span<std::uint8_t> request, const NetlinkReader::Each& each);
+  ///
+  /// A dump is requested once more if what it lists changed meanwhile and there is an `again`,
+  /// which drops what was handed over.
+  NetlinkAnswer request(std::span<std::uint8_t> request, const NetlinkReader::Each& each,
+                        const std::function<void()>& again = {});
 
   int descriptor() const { return socket_.get(); }
 

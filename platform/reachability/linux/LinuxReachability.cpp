@@ -68,7 +68,10 @@ class Routing {
   /// False when the kernel does not answer.
   bool readLinks() {
     auto request = requestOf(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{});
-    return isWhole(socket_.request(request, [&](const nlmsghdr& each) { readLink(each, links_); }));
+    const auto read = [&](const nlmsghdr& each) { readLink(each, links_); };
+    const NetlinkAnswer answer = socket_.request(request, read, [&] { links_.clear(); });
+    // Of a list that was interrupted again few links can be missing.
+    return answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted;
   }
 
   /// The link over which the kernel would send to the address, if it is up.
@@ -95,10 +98,6 @@ class Routing {
   }
 
  private:
-  static bool isWhole(NetlinkAnswer answer) {
-    return answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted;
-  }
-
   std::string pathOf(int link) { return directory_ + "/" + links_[link].name; }
 
   // The links that it stands on: the ports of a bridge, bond or team, the link below a VLAN.
@@ -133,10 +132,12 @@ class Routing {
     std::vector<WayOut> ways;
     for (const std::uint8_t asked :
          {family, std::uint8_t(family == AF_INET ? AF_INET6 : AF_INET)}) {
+      const std::size_t before = ways.size();
       rtmsg header{};
       header.rtm_family = asked;
       auto request = requestOf(RTM_GETROUTE, NLM_F_DUMP, header);
-      socket_.request(request, [&](const nlmsghdr& each) { readWaysOut(each, ways); });
+      const auto read = [&](const nlmsghdr& each) { readWaysOut(each, ways); };
+      socket_.request(request, read, [&] { ways.resize(before); });
     }
     const WayOut* best = nullptr;
     for (const WayOut& way : ways) {

@@ -178,17 +178,12 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     }
     std::optional<WirelessInterface> first;
     if (family_) {
-      NetlinkAnswer answer = NetlinkAnswer::Interrupted;
-      for (int tries = 0; tries < 3 && answer == NetlinkAnswer::Interrupted; ++tries) {
-        first.reset();
-        answer = GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE)
-                     .send([&](const nlmsghdr& message) {
-                       auto found = wirelessInterfaceIn(message);
-                       if (found && found->type == NL80211_IFTYPE_STATION && !first) {
-                         first = std::move(found);
-                       }
-                     });
-      }
+      GenericRequest request(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE);
+      const auto take = [&](const nlmsghdr& message) {
+        auto found = wirelessInterfaceIn(message);
+        if (found && found->type == NL80211_IFTYPE_STATION && !first) first = std::move(found);
+      };
+      const auto answer = request.send(take, [&] { first.reset(); });
       // What could not be listed is not gone.
       if (answer != NetlinkAnswer::Done && !first) return false;
     }
