@@ -8,7 +8,7 @@
 
 namespace zorva {
 
-/// What zorva-report is asked for.
+/// The command line of zorva-report.
 struct ReportRequest {
   bool help = false;
   bool json = false;
@@ -17,13 +17,13 @@ struct ReportRequest {
   LogWindow window;
   bool sinceGiven = false;
   std::optional<std::string> output;  ///< the file of the page
-  bool force = false;                 ///< which may be there
+  bool force = false;                 ///< replace that file if it exists
   std::vector<std::string> logs;
 };
 
 extern const char* const kReportHelp;
 
-/// Reads the arguments; returns what is wrong with them, or an empty text.
+/// Parses the arguments. Returns an error message, or an empty text.
 std::string parseReportRequest(const std::vector<std::string>& arguments, ReportRequest& request);
 
 }  // namespace zorva

@@ -16,24 +16,19 @@ namespace {
 
 constexpr const char* kHelp =
     "Usage: zorva-redact [LOG...] [-o FILE [--force]]\n"
-    "Rewrites logs so that they can be shared: names, addresses and contents become tokens such "
-    "as\n"
-    "ap-1 or process-3, the same one for the same value; lines, fields and figures stay. Several\n"
-    "logs are rewritten one behind the other, with the same tokens. Without LOG, or where it is "
-    "-,\n"
-    "standard input is read.\n"
+    "Rewrites logs so that they can be shared: names, addresses and contents become tokens\n"
+    "such as ap-1 or process-3, and equal values become equal tokens. Lines, fields and\n"
+    "figures are kept. Several logs are rewritten one after the other, with the same tokens.\n"
+    "Without LOG, or if LOG is -, standard input is read.\n"
     "\n"
-    "  -o, --output FILE  write to FILE, which is there whole or not at all, not to standard "
-    "output\n"
-    "      --force        replace FILE if it is there\n"
+    "  -o, --output FILE  write to FILE instead of standard output; it appears when complete\n"
+    "      --force        replace FILE if it exists\n"
     "  -h, --help         print this text and exit\n"
     "\n"
-    "Lines that are damaged are replaced as a whole, and told on standard error. Times and "
-    "figures\n"
-    "stay: zorva-redact(1) says what they still tell.\n"
+    "Damaged lines are replaced as a whole and reported on standard error. Times and figures\n"
+    "are kept: zorva-redact(1) describes what they still reveal.\n"
     "\n"
-    "Exit status: 0 written; 1 a log could not be read or the output not be written; 2 bad "
-    "usage.\n";
+    "Exit status: 0 written; 1 a log could not be read or the output not written; 2 bad usage.\n";
 
 constexpr int kFailed = 1;
 constexpr int kBadUsage = 2;
@@ -65,7 +60,7 @@ std::string parse(const std::vector<std::string>& arguments, Request& request) {
       return "unknown option " + argument + ".";
     }
   }
-  if (request.force && !request.output) return "--force is for the file of -o.";
+  if (request.force && !request.output) return "--force needs -o.";
   if (request.logs.empty()) request.logs.emplace_back("-");
   return "";
 }
@@ -112,7 +107,7 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
 int run(const std::vector<std::string>& arguments) {
   Request request;
   if (const std::string wrong = parse(arguments, request); !wrong.empty()) {
-    return complain(wrong + " 'zorva-redact --help' tells more.", kBadUsage);
+    return complain(wrong + " 'zorva-redact --help' shows the options.", kBadUsage);
   }
   if (request.help) {
     return std::fputs(kHelp, stdout) < 0 || std::fflush(stdout) != 0 ? kFailed : 0;

@@ -13,7 +13,7 @@ namespace {
 constexpr const char* kHelp =
     "Usage: zorva-notify NAME [--state N]\n"
     "Posts the system notification NAME to the running daemons of this user; root's posts reach\n"
-    "the daemons of every user. Nobody listening is no error, and nothing is printed.\n"
+    "the daemons of every user. If no daemon observes it, that is not an error. Prints nothing.\n"
     "\n"
     "  --state N   set the notification's state first: 0 to 18446744073709551615, or 0x...\n"
     "  -h, --help  print this text and exit\n"
@@ -26,7 +26,7 @@ constexpr const char* kHelp =
     "\n"
     "The daemons' sockets and the states are in %s.\n";
 
-constexpr const char* kSeeHelp = "'zorva-notify --help' tells more.";
+constexpr const char* kSeeHelp = "'zorva-notify --help' shows the options.";
 
 struct Request {
   bool help = false;
@@ -50,7 +50,7 @@ std::string parse(const std::vector<std::string>& arguments, Request& request) {
       request.help = true;
     } else if (argument == "--state" || argument.starts_with(kState)) {
       const bool apart = argument == "--state";
-      if (apart && ++i == arguments.size()) return "--state needs a number behind it.";
+      if (apart && ++i == arguments.size()) return "--state needs a number.";
       const std::string number = apart ? arguments[i] : argument.substr(kState.size());
       request.state = stateIn(number);
       if (!request.state) {
@@ -95,14 +95,15 @@ int notifyCommand(const std::vector<std::string>& arguments,
   }
   const PostResult result = postNotification(directories, *request.name);
   if (!result.problem.empty()) {
-    std::fprintf(errors, "zorva-notify: %s. No daemon of this user is told.\n",
+    std::fprintf(errors,
+                 "zorva-notify: %s. The notification did not reach the daemons of this user.\n",
                  result.problem.c_str());
     return 1;
   }
   if (result.full > 0) {
     std::fprintf(errors,
-                 "zorva-notify: %d daemon(s) in '%s' do not take more notifications now; try again"
-                 " when they have caught up.\n",
+                 "zorva-notify: %d daemon(s) in '%s' have a full queue; try again when they have"
+                 " caught up.\n",
                  result.full, directories.own.c_str());
     return 1;
   }
