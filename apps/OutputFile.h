@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/base/CommandLine.h"
+
 namespace zorva {
 
 /// Standard output, or a file that is there whole or not at all: it is written under another name
@@ -57,5 +59,8 @@ class OutputFile {
   int descriptor_ = -1;
   bool replace_ = false;
 };
+
+/// "-o FILE" or "--output FILE", which sets `to` once.
+CommandOption outputOption(std::optional<std::string>& to);
 
 }  // namespace zorva
