@@ -1,6 +1,6 @@
 #include <memory>
 
-#include "apps/LoggerTable.h"
+#include "apps/DefaultLoggers.h"
 #include "core/ZorvaMain.h"
 #include "core/ZorvaState.h"
 #include "platform/assemble/LinuxPlatform.h"
@@ -14,7 +14,7 @@ int main(int argc, char* argv[]) {
     return machine ? &machine->platform() : nullptr;
   };
   const int status =
-      zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::loggerTable());
+      zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::defaultLoggers());
   machine.reset();  // which writes what waits to be written
   if (zorva::sZorvaContext.readerIsGone) zorva::endByBrokenPipe();
   return status;

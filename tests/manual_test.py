@@ -69,7 +69,7 @@ class Manual(unittest.TestCase):
         calls = re.findall(r'CopyPreferenceValue\((?!PreferencesStore)[^,]*, ([\w.]+)\)', code)
         read = {constants[name] for name in calls if name not in ('key', 'row.preference')}
         read |= set(re.findall(r'\bpreference\("(\w+)"\)', code))
-        rows = (ROOT / 'apps/LoggerTable.cpp').read_text()
+        rows = (ROOT / 'apps/DefaultLoggers.cpp').read_text()
         read |= {constants[name] for name in re.findall(r'\b0, (k\w+)\}', rows)}
         listed = dict(re.findall(r'^\.BR (\w+) " \((?:.*[;,] )?(\S+)\)"$',
                                  '\n'.join(tags('zorva.1', 'PREFERENCES')), re.M))

@@ -55,7 +55,7 @@ std::optional<CommandEnd> parse(const std::vector<std::string>& arguments,
   std::vector<std::string> names;
   if (auto end = readCommandLine({kProgram,
                                   formatText(kHelp, directory.c_str()),
-                                  {{"state", 0, "a number behind it", setState}}},
+                                  {{"state", 0, "a number", setState}}},
                                  arguments, names)) {
     return end;
   }
