@@ -24,7 +24,7 @@
 #include <utility>
 #include <vector>
 
-#include "apps/LoggerTable.h"
+#include "apps/DefaultLoggers.h"
 #include "core/ZorvaMain.h"
 #include "platform/assemble/SimHandset.h"
 #include "platform/assemble/SimRun.h"
@@ -128,7 +128,7 @@ class Campaign {
     const Descriptor terminal(::dup(STDOUT_FILENO));
     ::dup2(output.get(), STDOUT_FILENO);
     zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(),
-                     {[&run] { return &run->platform(); }}, zorva::loggerTable());
+                     {[&run] { return &run->platform(); }}, zorva::defaultLoggers());
     ::dup2(terminal.get(), STDOUT_FILENO);
     if (points != nullptr) {
       for (const auto& [name, count] : before) (*points)[name] = faults.calls(name) - count;
