@@ -53,10 +53,9 @@ std::optional<CommandEnd> parse(const std::vector<std::string>& arguments,
                                "hexadecimal after 0x).";
   };
   std::vector<std::string> names;
-  if (auto end = readCommandLine({kProgram,
-                                  formatText(kHelp, directory.c_str()),
-                                  {{"state", 0, "a number", setState}}},
-                                 arguments, names)) {
+  if (auto end = readCommandLine(
+          {kProgram, formatText(kHelp, directory.c_str()), {{"state", 0, "a number", setState}}},
+          arguments, names)) {
     return end;
   }
   if (names.empty()) return badUsage(kProgram, "the NAME to post is missing.");
