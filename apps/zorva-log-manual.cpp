@@ -265,19 +265,19 @@ std::string folded(std::string_view line) {
 
 std::string_view typeName(FieldType type) {
   switch (type) {
-    case FieldType::kWord:
+    case FieldType::Word:
       return "WORD";
-    case FieldType::kText:
+    case FieldType::Text:
       return "TEXT";
-    case FieldType::kInteger:
+    case FieldType::Integer:
       return "N";
-    case FieldType::kHex:
+    case FieldType::Hex:
       return "HEX";
-    case FieldType::kReal:
+    case FieldType::Real:
       return "N.N";
-    case FieldType::kDuration:
+    case FieldType::Duration:
       return "H:MM:SS";
-    case FieldType::kDate:
+    case FieldType::DateTime:
       return "DATE";
   }
   return "";
@@ -359,7 +359,7 @@ bool readExamples(const char* path, std::map<std::string, Examples>& examples) {
   LogRecord record;
   std::vector<LogField> fields;
   while (reader.next(record)) {
-    if (record.piece != LogPiece::kEntry) continue;
+    if (record.piece != LogPiece::Entry) continue;
     splitFields(record, fields);
     int worth = 0;
     for (const LogField& field : fields) {

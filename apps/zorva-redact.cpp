@@ -79,7 +79,7 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
       const std::string problem = readLog(
           reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
             redaction.append(record, output.pending());
-            if (record.piece == LogPiece::kDamaged && damaged.size() < kMaxDamagedShown) {
+            if (record.piece == LogPiece::Damaged && damaged.size() < kMaxDamagedShown) {
               damaged.push_back(file + ":" + std::to_string(record.line));
             }
             return written = output.flushIfMuch();

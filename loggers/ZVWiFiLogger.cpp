@@ -8,6 +8,7 @@
 #include "platform/base/Text.h"
 
 namespace zorva {
+
 std::unique_ptr<ZVWiFiLogger> ZVWiFiLogger::logger(const Services& services, WiFiManager& manager,
                                                    WiFiDriver& driver,
                                                    PreferencesStore& preferences) {

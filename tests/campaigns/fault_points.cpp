@@ -94,7 +94,7 @@ std::map<std::string, std::string> byCategory(const std::string& log) {
   zorva::LogReader reader;
   reader.begin(zorva::readFrom(log));
   for (zorva::LogRecord record; reader.next(record);) {
-    if (record.piece == zorva::LogPiece::kSeparator) continue;
+    if (record.piece == zorva::LogPiece::Separator) continue;
     entries[std::string(record.category)] += record.raw;
   }
   return entries;
