@@ -1,4 +1,4 @@
-// What the location service promises, on the simulated handset and with mocked services.
+// What the location service promises, on the simulated handset and with a mocked GeoClue.
 
 #include <gtest/gtest.h>
 #include <set>
@@ -7,7 +7,6 @@
 #include "platform/location/linux/LinuxLocationService.h"
 #include "platform/notifications/linux/LinuxSystemNotifications.h"
 #include "platform/system/linux/LinuxSystemLog.h"
-#include "platform/telephony/linux/ModemManagerClient.h"
 #include "platform/testing/PrivateBus.h"
 #include "platform/testing/TestLoop.h"
 
@@ -25,7 +24,8 @@ struct SimWorld {
 
   SimWorld() { location.setTechnologies({}); }
   void set(std::int64_t code, bool on) {
-    on ? (void)technologies.insert(code) : (void)technologies.erase(code);
+    technologies.erase(code);
+    if (on) technologies.insert(code);
     location.setTechnologies({technologies.begin(), technologies.end()});
   }
   void setWiFi(bool on) { set(4, on); }
@@ -41,52 +41,42 @@ struct LinuxWorld {
   static constexpr const char* kPath = "/org/freedesktop/GeoClue2/Manager";
   static constexpr const char* kManager = "org.freedesktop.GeoClue2.Manager";
 
-  struct Services {
-    Services() {
-      bus.start();
-      modemManager = runProgram({"/usr/bin/python3", "platform/testing/ModemManagerMock.py"});
-      geoClue = bus.startService(kService, kPath, kManager);
-      bus.call(kService, kPath, PrivateBusForTest::kMock, "AddProperty", "ssv", kManager, "InUse",
-               "b", false);
-      while (
-          !doModem("modem = add('/Modem/0', Modem=dict(), "
-                   "Modem_Location=dict(Enabled=dbus.UInt32(0)))")) {
-        usleep(20'000);
-      }
+  struct Bus : PrivateBusForTest {
+    Bus() {
+      start();
+      geoClue = startService(kService, kPath, kManager);
+      call(kService, kPath, kMock, "AddProperty", "ssv", kManager, "InUse", "b", false);
     }
-    bool doModem(const char* code) {
-      return bus.call(mm::kService, mm::kPath, "org.zorva.Mock", "Do", "s", code) >= 0;
-    }
-    PrivateBusForTest bus;
-    std::unique_ptr<ChildForTest> geoClue, modemManager;
+    std::unique_ptr<ChildForTest> geoClue;
   };
   void setWiFi(bool on) {
-    services.bus.call(kService, kPath, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}",
-                      kManager, 1, "InUse", "b", int{on});
+    private_.call(kService, kPath, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}", kManager,
+                  1, "InUse", "b", int{on});
   }
   void setCell(bool on) {
-    EXPECT_TRUE(services.doModem(on ? "modem.set('Modem.Location', Enabled=dbus.UInt32(1))"
-                                    : "modem.set('Modem.Location', Enabled=dbus.UInt32(0))"));
+    sources = on ? 1 : 0;
+    modems.notify();
   }
   void removeServices() {
-    services.geoClue.reset();
-    services.modemManager.reset();
+    private_.geoClue.reset();
+    setCell(false);
   }
   void until(const std::function<bool()>& condition) const { loop.runUntil(condition); }
 
   DirectoryForTest directory;
-  Services services;
+  Bus private_;
   LoopForTest loop;
   LinuxSystemLog log{loop};
   LinuxSystemNotifications notifications{loop, log, {directory / "", "", ""}};
-  LinuxBus bus{loop.event(), services.bus.address()};
-  ModemManagerClient modems{loop.event(), bus};
-  LinuxLocationService location{
-      loop.event(), bus,
-      ModemLocationSources{
-          [this] { return modems.enabledLocationSources(); },
-          [this](std::function<void()> changed) { return modems.observe(std::move(changed)); }},
-      notifications};
+  LinuxBus bus{loop.event(), private_.address()};
+  std::uint32_t sources = 0;  // of modems
+  Observers<> modems;
+  LinuxLocationService location{loop.event(), bus,
+                                ModemLocationSources{[this] { return sources; },
+                                                     [this](std::function<void()> changed) {
+                                                       return modems.add(std::move(changed));
+                                                     }},
+                                notifications};
 };
 
 template <typename World>
