@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
-#include <new>
 #include <optional>
 #include <string_view>
 #include <unistd.h>
@@ -66,7 +65,7 @@ int LinuxProcessInformation::listProcesses() {
   return error;
 }
 
-ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> processes) try {
+ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> processes) {
   socketsAreOld_ = true;
   process_ = 0;
   if (processes.empty() || !counted_) {
@@ -78,8 +77,6 @@ ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> proces
       counted_ ? processes_.size() : std::min(processes_.size(), processes.size());
   if (!counted_) std::copy_n(processes_.begin(), count, processes.begin());
   return {static_cast<int>(count * sizeof(std::int32_t)), 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
 // Answers an error number, or 0.
@@ -112,16 +109,14 @@ int LinuxProcessInformation::readDescriptors(std::int32_t process) {
 }
 
 ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
-                                                 proc_taskallinfo& information) try {
+                                                 proc_taskallinfo& information) {
   if (const int error = readDescriptors(process); error != 0) return failed(error);
   information.openFiles = static_cast<std::uint32_t>(descriptors_.size());
   return {kProcTaskAllInfoSize, 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
 ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
-                                                 std::span<proc_fdinfo> descriptors) try {
+                                                 std::span<proc_fdinfo> descriptors) {
   if (process != process_ || listed_) {
     if (const int error = readDescriptors(process); error != 0) return failed(error);
   }
@@ -131,12 +126,10 @@ ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
     descriptors[i] = {descriptors_[i].number, descriptors_[i].type};
   }
   return {static_cast<int>(count * sizeof(proc_fdinfo)), 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
 ProcAnswer LinuxProcessInformation::proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
-                                                   socket_fdinfo& socket) try {
+                                                   socket_fdinfo& socket) {
   if (process != process_) {
     if (const int error = readDescriptors(process); error != 0) return failed(error);
   }
@@ -152,16 +145,12 @@ ProcAnswer LinuxProcessInformation::proc_pidfdinfo(std::int32_t process, std::in
   const socket_fdinfo* const found = sockets_.find(open->inode);
   socket = found != nullptr ? *found : socket_fdinfo{};
   return {kSocketFdInfoSize, 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
-ProcAnswer LinuxProcessInformation::proc_name(std::int32_t process, std::span<char> name) try {
+ProcAnswer LinuxProcessInformation::proc_name(std::int32_t process, std::span<char> name) {
   if (process <= 0) return failed(kNoSuchProcess);
   const auto found = readProcessName(proc_.get(), process);
   return found ? answerText(*found, name) : failed(processError(errno));
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
 ProcAnswer LinuxProcessInformation::proc_pidpath(std::int32_t process, std::span<char> path) {
