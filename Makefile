@@ -11,7 +11,7 @@ CONFIGURE ?=
 build: configure
 	@cmake --build --preset $(PRESET) --target programs
 
-# Each installs the Debian packages that are missing, or says what to do where it may not.
+# Each installs the Debian packages that are missing or, without the right to, lists them.
 setup-build:
 	@mkdir -p build
 	@tools/setup tools/packages-build.txt
@@ -20,7 +20,7 @@ setup-test:
 	@mkdir -p build
 	@tools/setup tools/packages-build.txt tools/packages-test.txt
 
-# Tests are configured once they were asked for; until then nothing that they need is.
+# Until `make test` or a check is run, the tests and what they need are not configured.
 configure: setup-build
 	@[ -f $(BUILD)/build.ninja ] || $(MAKE) --no-print-directory cmake TESTING=OFF
 
@@ -29,12 +29,12 @@ cmake:
 	@cmake --preset $(PRESET) -DBUILD_TESTING=$(TESTING) $(CONFIGURE) > $(BUILD).configure.log 2>&1 || \
 	  { cat $(BUILD).configure.log; exit 1; }
 
-# Logs this machine: one snapshot. `make run ARGUMENTS=` keeps logging until it is told to end.
+# Logs this machine: one snapshot. `make run ARGUMENTS=` keeps logging until it is ended.
 run: configure
 	@cmake --build --preset $(PRESET) --target zorva
 	@$(BUILD)/bin/zorva $(ARGUMENTS)
 
-# Everything there is, built.
+# Builds everything, tests included.
 .PHONY: all-built
 all-built: setup-test
 	@$(MAKE) --no-print-directory cmake TESTING=ON

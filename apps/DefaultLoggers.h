@@ -4,7 +4,7 @@
 
 namespace zorva {
 
-/// Every logger class, in the order in which the default loggers are made.
+/// Every logger class, in the order in which the default loggers are created.
 LoggerTable defaultLoggers();
 
 }  // namespace zorva

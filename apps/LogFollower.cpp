@@ -23,7 +23,7 @@ LogFollower::LogFollower(LogInput input, std::function<bool(bool)> quiet)
 }
 
 std::string LogFollower::watch() {
-  if (!input_->size()) return "";  // its writer ends it
+  if (!input_->size()) return "";  // a pipe: it ends when its writer closes it
   queue_ = Descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
   if (!queue_ || ::inotify_add_watch(queue_.get(), input_->name().c_str(), IN_MODIFY) < 0 ||
       ::inotify_add_watch(queue_.get(), directory_.c_str(), IN_CREATE | IN_MOVED_TO | IN_ONLYDIR) <
@@ -37,8 +37,9 @@ std::ptrdiff_t LogFollower::read(char* to, std::size_t most) {
   for (;;) {
     const std::ptrdiff_t count = input_->read(to, most);
     if (count != 0 || !queue_) return count;
-    // Events may be older than what has just been read, but none is missed: they are taken before
-    // the next attempt.
+    // Events may be older than the text just read, but none is missed: they are read before the
+    // next
+    // attempt.
     if (!next_.empty() && std::exchange(drained_, true)) return 0;
     if (next_.empty() && !wait()) return 0;
   }
@@ -77,7 +78,7 @@ void LogFollower::takeEvents() {
 void LogFollower::consider(const std::string& name) {
   const std::filesystem::path path = std::filesystem::path(directory_) / name;
   const bool alike = name == first_ || (!extension_.empty() && path.extension() == extension_);
-  // The log itself may just have got another name.
+  // The event may be about the log itself, renamed.
   if (!alike || input_->isFileAt(path.string())) return;
   next_ = path.string();
   drained_ = false;
@@ -89,7 +90,7 @@ bool LogFollower::next() {
     auto input = LogInput::open(std::exchange(next_, {}), problem);
     drained_ = false;
     if (!input) {
-      // It is gone again; perhaps another one comes.
+      // It has been removed again; another one may follow.
       while (next_.empty() && wait()) {
       }
       continue;

@@ -9,24 +9,24 @@
 
 namespace zorva {
 
-/// Reads a log that grows, and the ones that are begun after it beside it: files of the same
-/// directory and extension. Waits for inotify's events.
+/// Reads a growing log, then the logs that are created after it: files with the same extension in
+/// the same directory. Waits for inotify events.
 class LogFollower {
  public:
-  /// `quiet` is called when all has been read that there is, and once more when a second has passed
-  /// without anything new. What it returns says whether to go on.
+  /// `quiet` is called when everything has been read, and again after a second without new text. It
+  /// returns whether to continue.
   LogFollower(LogInput input, std::function<bool(bool forAWhile)> quiet);
 
-  /// Begins; nothing, or what is wrong.
+  /// Starts watching. Returns an error message, or an empty text.
   std::string watch();
 
   const LogInput& input() const { return *input_; }
 
-  /// As LogReader::Read has it; waits for more at the end of the file. 0 when another file has been
-  /// begun.
+  /// A LogReader::Read; waits for more at the end of the file. Returns 0 if another file has been
+  /// created.
   std::ptrdiff_t read(char* to, std::size_t most);
 
-  /// Goes on with that one. False when there is none.
+  /// Continues with that file. Returns false if there is none.
   bool next();
 
  private:
@@ -41,7 +41,7 @@ class LogFollower {
   std::string extension_;
   Descriptor queue_;
   std::string next_;
-  bool drained_ = false;  // what was left in the file when the next one was begun has been read
+  bool drained_ = false;  // the rest of the file was read after the next one was created
 };
 
 }  // namespace zorva

@@ -14,7 +14,7 @@
 namespace zorva {
 namespace {
 
-// The unfinished file's name, for the handler of the signals that end a program.
+// The unfinished file's name, for the handler of terminating signals.
 std::array<char, 4096> unfinished{};
 
 void removeUnfinished(int signal) {
@@ -32,7 +32,7 @@ void announceUnfinished(const std::string& path) {
   action.sa_flags = static_cast<int>(SA_RESETHAND);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction before;
-    // What whoever started us wants ignored stays so.
+    // A signal that the parent process has set to be ignored stays ignored.
     if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
       ::sigaction(signal, &action, nullptr);
     }
@@ -40,7 +40,7 @@ void announceUnfinished(const std::string& path) {
 }
 
 std::string takenProblem(const std::string& path) {
-  return path + ": is there already; choose another name, or say --force to replace it";
+  return path + ": exists already; choose another name, or use --force to replace it";
 }
 
 }  // namespace
@@ -64,7 +64,7 @@ std::optional<OutputFile> OutputFile::make(const std::string& path, bool replace
       return std::nullopt;
     }
     if (!S_ISREG(status.st_mode)) {
-      problem = path + ": is no plain file; without -o the output goes to standard output";
+      problem = path + ": is not a regular file; without -o the output goes to standard output";
       return std::nullopt;
     }
   }
@@ -76,7 +76,7 @@ std::optional<OutputFile> OutputFile::make(const std::string& path, bool replace
   }
   output.temporary_ = temporary;
   announceUnfinished(temporary);
-  // With the rights that a new file has.
+  // mkostemp() creates with mode 0600; use the mode of an ordinary new file.
   const mode_t mask = ::umask(0);
   ::umask(mask);
   ::fchmod(output.descriptor_, 0666 & ~mask);
@@ -120,7 +120,7 @@ bool OutputFile::finish() {
   const unsigned flags = replace_ ? 0 : RENAME_NOREPLACE;
   int error =
       ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, name_.c_str(), flags) == 0 ? 0 : errno;
-  // Some file systems cannot refuse by themselves.
+  // Some file systems do not support RENAME_NOREPLACE.
   if (error == EINVAL && ::access(name_.c_str(), F_OK) != 0) {
     error = std::rename(temporary_.c_str(), name_.c_str()) == 0 ? 0 : errno;
   }
@@ -128,7 +128,7 @@ bool OutputFile::finish() {
     problem_ = takenProblem(name_);
     return false;
   }
-  if (error != 0) return fail("cannot be given its name", error);
+  if (error != 0) return fail("cannot be renamed to its name", error);
   temporary_.clear();
   announceUnfinished({});
   return true;

@@ -9,14 +9,14 @@
 
 namespace zorva {
 
-/// Standard output, or a file that is there whole or not at all: it is written under another name
-/// beside its own, which it gets by finish().
+/// Standard output, or a file that appears under its name only when it is complete: it is written
+/// under a temporary name in the same directory, and finish() renames it.
 class OutputFile {
  public:
   static OutputFile standardOutput();
 
-  /// A file, which must not be there yet unless it may be replaced. Nothing, with what is wrong and
-  /// what to do, when it cannot be made.
+  /// A file, which must not exist unless `replace` is set. If it cannot be created: nothing, and
+  /// `problem` says why and what to do.
   static std::optional<OutputFile> make(const std::string& path, bool replace,
                                         std::string& problem);
 
@@ -29,17 +29,16 @@ class OutputFile {
         replace_(other.replace_) {}
   OutputFile& operator=(OutputFile&&) = delete;
 
-  /// What has not been finished leaves nothing behind. Nor does a program that is interrupted or
-  /// asked to end.
+  /// Removes an unfinished file. SIGINT, SIGTERM and SIGHUP remove it, too.
   ~OutputFile();
 
-  /// Where text is added, for flushIfMuch() to write.
+  /// The buffer to which text is appended; flushIfMuch() writes it.
   std::string& pending() { return pending_; }
 
-  /// Writes what is pending once it is a good deal. False when that failed: see problem().
+  /// Writes the buffer once it is large. Returns false on failure: see problem().
   bool flushIfMuch() { return pending_.size() < kMuch || flush(); }
 
-  /// Writes what is pending, and gives the file its name. False when that failed: see problem().
+  /// Writes the buffer and gives the file its name. Returns false on failure: see problem().
   bool finish();
 
   const std::string& problem() const { return problem_; }

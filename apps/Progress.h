@@ -9,14 +9,14 @@
 
 namespace zorva {
 
-/// How far the reading of logs is, for whoever looks at a terminal and waits: told on standard
-/// error once it takes more than a second.
+/// Shows on a terminal (standard error) how much of the logs has been read, once that takes more
+/// than a second.
 class Progress {
  public:
   Progress(std::string program, const std::vector<LogInput>& inputs);
   ~Progress();
 
-  /// So many bytes have been read.
+  /// Reports that `bytes` have been read.
   void at(std::uint64_t bytes) {
     if (bytes >= next_) show(bytes);
   }

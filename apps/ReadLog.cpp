@@ -24,7 +24,7 @@ std::string readLog(LogReader& reader, LogInput& input, Progress& progress, std:
     progress.at(before + reader.counts().bytes);
   }
   if (reader.error() == 0) return "";
-  return input.name() + ": cannot be read on: " + std::strerror(reader.error());
+  return input.name() + ": cannot be read further: " + std::strerror(reader.error());
 }
 
 }  // namespace zorva

@@ -11,14 +11,14 @@
 
 namespace zorva {
 
-/// Opens logs for reading. Returns the problem, if there is one, or an empty text.
+/// Opens logs for reading. Returns an error message, or an empty text.
 std::string openLogs(const std::vector<std::string>& logs, std::vector<LogInput>& inputs);
 
-/// Takes a piece of a log, of the file of this name. False ends the reading.
+/// Called with each piece of a log and the name of its file. Returns false to stop reading.
 using TakeRecord = std::function<bool(const LogRecord& record, const std::string& file)>;
 
-/// Reads a log to its end, after so many bytes of others that the reader does not know of. Returns
-/// the problem, if there is one, or an empty text.
+/// Reads a log to its end. `before` is the number of bytes read from other logs by other readers,
+/// for the progress. Returns an error message, or an empty text.
 std::string readLog(LogReader& reader, LogInput& input, Progress& progress, std::uint64_t before,
                     const TakeRecord& take);
 

@@ -14,21 +14,23 @@ constexpr const char* kHelp =
     "Usage: zorva-report [LOG...] [--since WHEN] [--until WHEN] [--json] [--follow]\n"
     "       zorva-report [LOG...] -o FILE.html [--force] [--since WHEN] [--until WHEN]\n"
     "       zorva-report --compare LOG LOG... [--since WHEN] [--until WHEN]\n"
-    "Tells from logs what used the battery, and when: sleeps and what ended them, who kept the\n"
-    "device awake, who computed, and what was wrong. Several logs are read as one, in the order\n"
-    "of their first entries. Without LOG, or where it is -, standard input is read.\n"
+    "Shows from logs what used the battery, and when: sleeps and what ended them, the assertions "
+    "that\n"
+    "kept the device awake, the busiest processes, and errors. Several logs are read as one, in "
+    "the\n"
+    "order of their first entries. Without LOG, or if LOG is -, standard input is read.\n"
     "\n"
-    "      --since WHEN  leave out what was before: \"2026-11-16 22:05\", or a date alone\n"
-    "      --until WHEN  leave out what was behind; a date alone is that whole day\n"
-    "  -o, --output FILE write a page for a browser, which shows all of it over time\n"
-    "      --force       replace FILE if it is there\n"
+    "      --since WHEN  leave out entries before: \"2026-11-16 22:05\", or a date alone\n"
+    "      --until WHEN  leave out entries after; a date alone includes that whole day\n"
+    "  -o, --output FILE write a page for a browser, with everything over a time axis\n"
+    "      --force       replace FILE if it exists\n"
     "      --json        write every piece of the log as one line of JSON\n"
-    "      --follow      tell what is new as the last log, or the one after it, grows\n"
-    "      --compare     show the logs side by side, in the order given, and what differs\n"
+    "      --follow      print new events as the last log, or the one after it, grows\n"
+    "      --compare     show the logs side by side, in the order given, and what changed\n"
     "  -h, --help        print this text and exit\n"
     "      --version     print the version and exit\n"
     "\n"
-    "Exit status: 0 done; 1 a log could not be read or the output not be written; 2 bad usage.\n";
+    "Exit status: 0 done; 1 a log could not be read or the output not written; 2 bad usage.\n";
 
 CommandOption timeOption(const char* name, bool isEnd, LogTime& to) {
   return {name, 0, kWhen, [=, &to](const std::string& text) {
@@ -42,13 +44,13 @@ CommandOption timeOption(const char* name, bool isEnd, LogTime& to) {
 std::string contradiction(const ReportRequest& request) {
   if (request.compare && request.logs.size() < 2) return "--compare needs two logs or more.";
   if (request.compare && (request.json || request.follow)) {
-    return "--compare goes with neither --json nor --follow.";
+    return "--compare cannot be combined with --json or --follow.";
   }
   if (request.output && (request.compare || request.json || request.follow)) {
-    return "-o goes with none of --json, --follow and --compare.";
+    return "-o cannot be combined with --json, --follow or --compare.";
   }
-  if (request.force && !request.output) return "--force is for the file of -o.";
-  if (request.window.since > request.window.until) return "--since is behind --until.";
+  if (request.force && !request.output) return "--force needs -o.";
+  if (request.window.since > request.window.until) return "--since is later than --until.";
   std::size_t inputs = 0;
   for (const std::string& log : request.logs) inputs += log == "-" ? 1 : 0;
   if (inputs > 1) return "standard input can be read only once.";

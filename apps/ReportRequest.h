@@ -9,14 +9,14 @@
 
 namespace zorva {
 
-/// What zorva-report is asked for.
+/// The command line of zorva-report.
 struct ReportRequest {
   bool json = false;
   bool follow = false;
   bool compare = false;
   LogWindow window;
   std::optional<std::string> output;  ///< the file of the page
-  bool force = false;                 ///< which may be there
+  bool force = false;                 ///< replace that file if it exists
   std::vector<std::string> logs;
 };
 

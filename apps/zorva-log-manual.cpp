@@ -1,4 +1,4 @@
-// Makes the manual page of the log while Zorva is built.
+// Generates the manual page of the log while Zorva is built.
 
 #include <algorithm>
 #include <cstdio>
@@ -34,7 +34,8 @@ constexpr const char* kHelp =
 
 constexpr std::size_t kWidth = 64;  // columns of an example, with the page's margin within 80
 
-constexpr std::string_view kHead = R"(.\" Made by zorva-log-manual from report/LogFormat_*.cpp.
+constexpr std::string_view kHead =
+    R"(.\" Made by zorva-log-manual from report/format/LogFormat_*.cpp.
 .TH ZORVA\-LOG 5 2026-11-25 "Zorva" "Zorva's Manual"
 .nr HY 0
 .ad l
@@ -42,27 +43,28 @@ constexpr std::string_view kHead = R"(.\" Made by zorva-log-manual from report/L
 zorva\-log \- the log that zorva writes
 .SH DESCRIPTION
 .BR zorva (1)
-records in one text file all that bears on the battery of a handset or laptop.
-It is meant to be read by people: follow it with
+records in one text file everything that bears on the battery of a handset or laptop.
+The log is meant to be read by people: follow it with
 .BR tail (1),
 search it with
 .BR grep (1).
 .PP
-This page tells what a line is made of and when lines are written, and then,
-category by category, what each field means, where it comes from on Linux, and
-what the category can reveal about you to somebody to whom you give the log.
+This page describes the parts of a line and when lines are written.
+Then it lists, category by category, what each field means, where it comes from on
+Linux, and what the category can reveal about you to a person who gets the log.
 .BR zorva\-redact (1)
-makes a log fit for that.
+rewrites a log so that it can be shared.
 .SH THE FILE
 A daemon writes
 .IR /Library/Logs/Faultbox/Zorva_DATE\-TIME_DEVICE.zorva ,
-with the date and time of its beginning
+with the date and time at which the file was started
 .RI ( YYYY\-MM\-DD\-HHMMSS )
 and the name of the device.
-When that name is taken, \(dq\-1\(dq to \(dq\-9\(dq stands behind the time.
-The file belongs to the user
+If that name is taken, \(dq\-1\(dq to \(dq\-9\(dq follows the time.
+If there is a user
 .IR mobile ,
-where there is one, and everybody can read it.
+the file belongs to that user.
+All users can read it, unless the daemon's umask forbids that, as in the package's service.
 Without
 .B \-d
 the log goes to standard output.
@@ -76,15 +78,15 @@ Zorva Version: 5
 .RE
 .PP
 where 5 is the version of the format; a log on standard output has no such line.
-Then comes a snapshot: one entry or more of nearly every category.
-From then on an entry is written when something happens.
+A snapshot follows: one or more entries of nearly every category.
+After that, an entry is written for each event.
 .PP
-The file may be moved or removed at any time: a new one is begun at once, with a
+The file may be moved or removed at any time: a new one is started at once, with a
 fresh snapshot.
-Files read one behind the other, in the order in which they were begun, are one log.
-Their names sort in this order, but for these: a name with \(dq\-1\(dq to
+Files read one after the other, in the order in which they were started, are one log.
+Their names sort in this order, with three exceptions: a name with \(dq\-1\(dq to
 \(dq\-9\(dq sorts before the one without; in the last days of December a name can
-already carry the next year; and a clock that is set back gives an earlier name.
+already have the next year; and after the clock was set back a name is earlier.
 .BR zorva\-report (1)
 sorts files by their first entries.
 .SH ANATOMY OF A LINE
@@ -98,53 +100,54 @@ Each line is an entry:
 .TP
 .I DATE
 Month, day and year in two digits each, in local time.
-The year is that of the week: the last days of December can already carry the
+The year is that of the week: the last days of December can already have the
 next year.
 .TP
 .I TIME
 Hours, minutes and seconds, in local time.
-It goes back, or leaps ahead, when the clock is set or the device comes into
-another time zone; a Locale entry then tells so.
+It goes back, or leaps ahead, when the clock is set or the device enters another
+time zone; a Locale entry then reports it.
 .TP
 .I CATEGORY
-What the entry is about.
-It can have blanks.
+The subject of the entry.
+It can contain blanks.
 .TP
 .IR KEY = VALUE ;
 A field.
-Fields come in the order in which they are told below.
-A unit stands right behind the value, if there is one.
-Names and texts can themselves hold blanks, \(dq=\(dq and \(dq;\(dq.
+Fields are written in the order in which they are listed below.
+If there is a unit, it directly follows the value.
+Names and texts can contain blanks, \(dq=\(dq and \(dq;\(dq.
 .PP
-Two values can stand in most places:
+Two values can occur in most fields:
 .TP
 .B <unknown>
-Nobody has told the value, or it cannot be told on this device.
+The value has not been reported, or is not available on this device.
 .TP
 .B (null)
 There is no such value.
 .PP
-Text from elsewhere (names of programs, networks and so on) stays on its line:
+Text from outside (names of programs, networks and so on) stays on its line:
 control characters are shown as
 .BR \ex \c
 .I NN
 with two hexadecimal digits, so that
 .B \ex0a
-is a line end, and bytes that are not UTF\-8 as the replacement character.
+is a line end.
+Bytes that are not valid UTF\-8 are shown as the replacement character.
 .PP
-The entries of Syslog and Zorva hold a text in place of fields.
-An entry of Zorva can have several lines: then its first line ends with \(dq{\(dq or
-\(dq(\(dq right behind the bracket, and its last line is \(dq}\(dq or \(dq)\(dq.
-Blank lines stand around the entries of Syslog.
+Syslog and Zorva entries contain a text instead of fields.
+A Zorva entry can have several lines: its first line then ends with \(dq{\(dq or
+\(dq(\(dq directly after the bracket, and its last line is \(dq}\(dq or \(dq)\(dq.
+Blank lines separate Syslog entries from the others.
 .SH WHEN ENTRIES ARE WRITTEN
 .TP
 .B In a snapshot
-When logging begins: at the start, and at the head of each new file.
+When logging starts: at the start of the program, and at the head of each new file.
 .TP
 .B With the level
-When the whole percent of the battery's level has changed, or has not for half
-an hour, below the Battery entry that tells it.
-The half hour can be changed by the preference
+When the whole-percent battery level has changed, or has stayed unchanged for half
+an hour; the entries follow the Battery entry with the level.
+The half hour is set by the preference
 .BR ZVSecondsBeforeSignificantTimeTriggered ,
 see
 .BR zorva (1).
@@ -152,15 +155,16 @@ see
 .B When something changes
 At once.
 .PP
-Zorva does not look again and again: what no event tells shows in the next
-snapshot, or with the next level.
+Zorva does not poll: a change without an event is logged in the next snapshot, or
+with the next level.
 .SH CATEGORIES
-The lines shown are real ones, of a simulated handset; those that are too long
-for a page go on below with an indent.
+The example lines are real ones, from a simulated handset; long lines are continued
+with an indent.
 .PP
 The fields are shown as
 .BI key= VALUE
-with the unit, where the value is
+with the unit.
+The value is
 .I N
 (a whole number),
 .I N.N
@@ -172,15 +176,16 @@ with the unit, where the value is
 .I DATE
 (year, month, day, time and distance from universal time),
 .I WORD
-(one of the words told) or
+(one of the words listed) or
 .I TEXT
-(any text; the words told are those with a meaning of their own).
-.I NAME
-as the key means that the device gives it.
+(any text; the words listed have a meaning of their own).
+If the key is
+.IR NAME ,
+the device supplies it.
 .PP
-\(dqLinux:\(dq tells where the value comes from on a Linux machine, and what stands
-there without that source.
-At the head of a category it holds for all fields that tell nothing else.
+\(dqLinux:\(dq gives the source of the value on a Linux machine, and what is logged
+without that source.
+At the head of a category it applies to all fields without a \(dqLinux:\(dq of their own.
 )";
 
 constexpr std::string_view kTail = R"(.SH FILES
@@ -198,7 +203,7 @@ The preferences.
 .BR zorva\-sim (1)
 )";
 
-// Text as roff takes it for just that.
+// The text, escaped so that roff prints it unchanged.
 std::string escaped(std::string_view text) {
   std::string out;
   bool lineStart = true;
@@ -240,7 +245,7 @@ std::string escaped(std::string_view text) {
   return out;
 }
 
-// A line broken at blanks, all but its first piece with an indent.
+// The line, broken at blanks; all lines but the first are indented.
 std::string folded(std::string_view line) {
   std::string out;
   std::size_t column = 0;
@@ -278,7 +283,7 @@ std::string_view typeName(FieldType type) {
   return "";
 }
 
-// True when what follows has to begin a new paragraph.
+// True if the text that follows must start a new paragraph.
 bool writeWords(std::span<const WordFormat> words) {
   const char* separator = "Words: ";
   for (const WordFormat& word : words) {
@@ -311,7 +316,7 @@ void writeField(const FieldFormat& field, std::string_view usual) {
   std::cout << (list ? ".IP" : ".br") << "\nLinux: " << escaped(field.onLinux) << "\n";
 }
 
-// What holds for most of the fields on Linux, or an empty text.
+// The Linux source that most of the fields share, or an empty text.
 std::string_view usualOnLinux(const EntryFormat& format) {
   for (const FieldFormat& field : format.fields) {
     const auto same =
@@ -346,7 +351,7 @@ void writeEntry(const EntryFormat& format, const Examples& examples) {
             << (format.reveals.empty() ? "nothing." : escaped(format.reveals)) << "\n";
 }
 
-// For each category the entry that shows the most values, the first of them.
+// For each category, the entry with the most values; of several, the first.
 bool readExamples(const char* path, std::map<std::string, Examples>& examples) {
   std::ifstream file(path);
   LogReader reader;

@@ -18,25 +18,20 @@ constexpr const char* kProgram = "zorva-redact";
 
 constexpr const char* kHelp =
     "Usage: zorva-redact [LOG...] [-o FILE [--force]]\n"
-    "Rewrites logs so that they can be shared: names, addresses and contents become tokens such "
-    "as\n"
-    "ap-1 or process-3, the same one for the same value; lines, fields and figures stay. Several\n"
-    "logs are rewritten one behind the other, with the same tokens. Without LOG, or where it is "
-    "-,\n"
-    "standard input is read.\n"
+    "Rewrites logs so that they can be shared: names, addresses and contents become tokens\n"
+    "such as ap-1 or process-3, and equal values become equal tokens. Lines, fields and\n"
+    "figures are kept. Several logs are rewritten one after the other, with the same tokens.\n"
+    "Without LOG, or if LOG is -, standard input is read.\n"
     "\n"
-    "  -o, --output FILE  write to FILE, which is there whole or not at all, not to standard "
-    "output\n"
-    "      --force        replace FILE if it is there\n"
+    "  -o, --output FILE  write to FILE instead of standard output; it appears when complete\n"
+    "      --force        replace FILE if it exists\n"
     "  -h, --help         print this text and exit\n"
     "      --version      print the version and exit\n"
     "\n"
-    "Lines that are damaged are replaced as a whole, and told on standard error. Times and "
-    "figures\n"
-    "stay: zorva-redact(1) says what they still tell.\n"
+    "Damaged lines are replaced as a whole and reported on standard error. Times and figures\n"
+    "are kept: zorva-redact(1) describes what they still reveal.\n"
     "\n"
-    "Exit status: 0 written; 1 a log could not be read or the output not be written; 2 bad "
-    "usage.\n";
+    "Exit status: 0 written; 1 a log could not be read or the output not written; 2 bad usage.\n";
 
 constexpr int kFailed = 1;
 constexpr std::size_t kMaxDamagedShown = 10;
@@ -54,7 +49,7 @@ std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Reque
           arguments, request.logs)) {
     return end;
   }
-  if (request.force && !request.output) return badUsage(kProgram, "--force is for the file of -o.");
+  if (request.force && !request.output) return badUsage(kProgram, "--force needs -o.");
   if (request.logs.empty()) request.logs.emplace_back("-");
   return std::nullopt;
 }

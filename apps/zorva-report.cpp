@@ -50,7 +50,7 @@ TextStyle styleOfOutput() {
   return style;
 }
 
-// The time of the first entry near the beginning of a plain file.
+// The time of the first entry near the beginning of a regular file.
 std::optional<LogTime> firstTime(const std::string& path) {
   std::string problem;
   auto input = LogInput::open(path, problem);
@@ -67,7 +67,8 @@ std::optional<LogTime> firstTime(const std::string& path) {
   return std::nullopt;
 }
 
-// Files that a shell lists by name may not be in their order. What cannot be read twice stays.
+// A shell lists files by name, which may not be their order in time. Input that cannot be read
+// twice is left in the order given.
 void sortByTime(std::vector<std::string>& logs) {
   std::vector<std::pair<LogTime, std::string>> dated;
   for (const std::string& log : logs) {
@@ -179,7 +180,7 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   return finish(output);
 }
 
-// Tells what is new: what was there before is read in silence, unless it is asked for by its time.
+// Prints new events. Existing entries are read without being printed, unless --since is given.
 int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   OutputFile output = OutputFile::standardOutput();
   bool live = request.window.since != LogWindow::kAlways;
@@ -228,7 +229,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     while (written && reader.next(record)) written = take(record, follower.input().name());
     if (reader.error() != 0) {
       return complain(
-          follower.input().name() + ": cannot be read on: " + std::strerror(reader.error()),
+          follower.input().name() + ": cannot be read further: " + std::strerror(reader.error()),
           kFailed);
     }
   } while (written && follower.next());

@@ -15,7 +15,7 @@ int main(int argc, char* argv[]) {
   };
   const int status =
       zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::defaultLoggers());
-  machine.reset();  // which writes what waits to be written
+  machine.reset();  // writes the lines that wait for standard error
   if (zorva::sZorvaContext.readerIsGone) zorva::endByBrokenPipe();
   return status;
 }

@@ -29,7 +29,7 @@ void ZVApplicationLogger::log() {
 
 void ZVApplicationLogger::appStateChanged(const ApplicationStateChange& change) {
   std::optional<std::string> pidString;
-  if (change.process.has_value()) pidString = std::to_string(*change.process);
+  if (change.pid.has_value()) pidString = std::to_string(*change.pid);
   logStateForDisplayIDPidStringAndStateWithReasons(change.displayIdentifier, pidString,
                                                    change.state, change.reasons);
 }

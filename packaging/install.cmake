@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # cmake --install: programs, manual, completions, examples, and what the services need.
 include(GNUInstallDirs)
-set(ZORVA_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where zsh looks for completions")
-set(ZORVA_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/system CACHE PATH "Where systemd looks for units")
+set(ZORVA_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Directory of zsh completions")
+set(ZORVA_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/system CACHE PATH "Directory of systemd units")
 set(packaging ${CMAKE_CURRENT_LIST_DIR})
 
 set(built zorva zorva-notify)
@@ -29,5 +29,5 @@ configure_file(${packaging}/zorva.openrc ${CMAKE_BINARY_DIR}/packaging/zorva.ope
 install(FILES ${CMAKE_BINARY_DIR}/packaging/zorva.service DESTINATION ${ZORVA_UNIT_DIR})
 install(FILES ${packaging}/zorva.sysusers RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/sysusers.d)
 install(FILES ${packaging}/zorva.tmpfiles RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/tmpfiles.d)
-# Scripts of OpenRC belong into /etc; distributions that start with it copy it from here.
+# OpenRC scripts belong in /etc; distributions that use OpenRC copy the script from here.
 install(PROGRAMS ${CMAKE_BINARY_DIR}/packaging/zorva.openrc DESTINATION ${CMAKE_INSTALL_DOCDIR})

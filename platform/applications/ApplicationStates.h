@@ -13,7 +13,7 @@ namespace zorva {
 /// One change of an application's state, as far as it is known.
 struct ApplicationStateChange {
   std::optional<std::string> displayIdentifier;
-  std::optional<std::int32_t> process;
+  std::optional<pid_t> pid;
   std::optional<std::int32_t> state;
   std::optional<std::vector<std::int32_t>> reasons;  ///< why it may run: reason codes
 };

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <sys/types.h>
 #include <vector>
 
 #include "platform/base/Value.h"
@@ -14,7 +15,7 @@ class PowerManagement {
   virtual ~PowerManagement() = default;
 
   struct ProcessAssertions {
-    std::int32_t process;             ///< process id
+    pid_t pid;                        ///< process id
     std::vector<Dictionary> records;  ///< each with at least "AssertPID" (number), "AssertName"
                                       ///< (text) and "AssertStartWhen" (date)
   };

@@ -28,10 +28,12 @@ int WeekRule::weekYear(const std::tm& day) const {
 }
 
 std::optional<WeekRule> weekRuleOfPlainLocale(std::string_view locale) {
-  const auto [language, country, variant] = localeParts(locale);
-  if (country.empty() || (!variant.empty() && variant != "POSIX")) return std::nullopt;
-  if (!isLanguage(language)) return std::nullopt;
-  if (kLanguagesWithDigits.find(" " + std::string(language) + " ") != std::string_view::npos) {
+  const auto parts = localeParts(locale);
+  const std::string_view country = parts.country;
+  if (country.empty() || (!parts.variant.empty() && parts.variant != "POSIX")) return std::nullopt;
+  if (!isLanguage(parts.language)) return std::nullopt;
+  if (kLanguagesWithDigits.find(" " + std::string(parts.language) + " ") !=
+      std::string_view::npos) {
     return std::nullopt;
   }
   const auto rule = std::find_if(kCountryRules.begin(), kCountryRules.end(),

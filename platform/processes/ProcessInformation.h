@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <sys/types.h>
 
 namespace zorva {
 
@@ -71,16 +72,15 @@ class ProcessInformation {
   /// Fills in the ids of all processes, in ascending order, as far as they fit; with an empty
   /// buffer answers the bytes needed (4 an id).
   virtual ProcAnswer proc_listpids(std::span<std::int32_t> processes) = 0;
-  virtual ProcAnswer proc_pidinfo(std::int32_t process, proc_taskallinfo& information) = 0;
+  virtual ProcAnswer proc_pidinfo(pid_t pid, proc_taskallinfo& information) = 0;
   /// Fills in the process's descriptors in ascending order, as far as they fit (8 bytes each).
-  virtual ProcAnswer proc_pidinfo(std::int32_t process, std::span<proc_fdinfo> descriptors) = 0;
+  virtual ProcAnswer proc_pidinfo(pid_t pid, std::span<proc_fdinfo> descriptors) = 0;
   /// Answers a socket of any kind; soi_kind is 0 for one that is neither an IPv4 nor a TCP socket.
-  virtual ProcAnswer proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
-                                    socket_fdinfo& socket) = 0;
+  virtual ProcAnswer proc_pidfdinfo(pid_t pid, std::int32_t descriptor, socket_fdinfo& socket) = 0;
   /// The short name, and the path of the executable: any bytes, no more than fit, ended by a NUL
   /// where there is room. The answer counts the bytes before it.
-  virtual ProcAnswer proc_name(std::int32_t process, std::span<char> name) = 0;
-  virtual ProcAnswer proc_pidpath(std::int32_t process, std::span<char> path) = 0;
+  virtual ProcAnswer proc_name(pid_t pid, std::span<char> name) = 0;
+  virtual ProcAnswer proc_pidpath(pid_t pid, std::span<char> path) = 0;
 };
 
 }  // namespace zorva

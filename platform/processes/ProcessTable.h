@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace zorva {
 
@@ -13,7 +14,7 @@ class ProcessTable {
 
   /// The short command name (at most 16 bytes, any bytes), or nothing when there is no such
   /// process.
-  virtual std::optional<std::string> commandName(std::int32_t process) = 0;
+  virtual std::optional<std::string> commandName(pid_t pid) = 0;
 };
 
 }  // namespace zorva

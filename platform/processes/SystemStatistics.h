@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 #include "platform/base/Date.h"
@@ -93,7 +94,7 @@ inline constexpr std::size_t kCommandLength = 16;
 
 /// What the kernel keeps of a process's identity.
 struct KernelProcess {
-  std::int32_t process = 0;       ///< process id
+  pid_t pid = 0;                  ///< process id
   std::int32_t parent = 0;        ///< process id of its parent
   std::int32_t group = 0;         ///< process group id
   std::uint32_t user = 0;         ///< effective user id; only with TaskDetail::Identity
@@ -243,18 +244,16 @@ class SystemStatistics {
   virtual TaskListResult listTasks(std::vector<std::int32_t>& processes) = 0;
   /// Samples one task. Fails at TaskSampleStep::KernelProcess when it has gone, and at either step
   /// when it goes in the middle of the look. The sample holds no defined figures after a failure.
-  virtual TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail,
-                                      TaskSample& sample) = 0;
+  virtual TaskSampleResult sampleTask(pid_t pid, TaskDetail detail, TaskSample& sample) = 0;
   /// The memory of one task, in a list that is replaced. The dearest look of all.
-  virtual KernelResult memoryRegions(std::int32_t process, std::vector<MemoryRegion>& regions) = 0;
+  virtual KernelResult memoryRegions(pid_t pid, std::vector<MemoryRegion>& regions) = 0;
 
   /// Command name of the launcher whose processes are better named after their executables; empty
   /// where there is no such launcher.
   virtual std::string_view launcherCommand() = 0;
   /// Copies the path of the executable, as in the process's arguments, into the buffer and
   /// sets its length. A path that does not fit is cut.
-  virtual KernelResult executablePath(std::int32_t process, std::span<char> buffer,
-                                      std::size_t& length) = 0;
+  virtual KernelResult executablePath(pid_t pid, std::span<char> buffer, std::size_t& length) = 0;
 };
 
 }  // namespace zorva

@@ -3,6 +3,7 @@
 #include <functional>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -24,7 +25,7 @@ class ChildForTest {
     kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
   }
-  pid_t process() const { return process_; }
+  pid_t pid() const { return process_; }
   /// Waits for its end, and answers its exit status, or -1.
   int status() {
     int status = -1;

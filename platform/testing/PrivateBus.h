@@ -44,8 +44,8 @@ class PrivateBusForTest {
   }
   void stop() { daemon_.reset(); }
   /// From now on it takes connections and never replies.
-  void halt() { kill(daemon_->process(), SIGSTOP); }
-  void resume() { kill(daemon_->process(), SIGCONT); }
+  void halt() { kill(daemon_->pid(), SIGSTOP); }
+  void resume() { kill(daemon_->pid(), SIGCONT); }
 
   /// Starts a service with one object, and waits until it is there.
   std::unique_ptr<ChildForTest> startService(const std::string& name, const std::string& path,

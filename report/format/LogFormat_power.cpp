@@ -7,21 +7,21 @@ using enum FieldType;
 using enum Privacy;
 
 constexpr WordFormat kAssertionStates[] = {
-    {"held", "It is there at the moment of the entry"},
-    {"created", "It has just been made"},
-    {"released", "It has just been given back, or its process has ended"}};
+    {"held", "It is held at the time of the entry"},
+    {"created", "It has just been created"},
+    {"released", "It has just been released, or its process has ended"}};
 constexpr FieldFormat kAssertion[] = {
-    {"state", Word, "", "What has become of the assertion.",
-     "The login manager (logind or elogind) on the system bus tells changes.", Harmless,
+    {"state", Word, "", "The state of the assertion.",
+     "The login manager (logind or elogind) reports changes on the system bus.", Harmless,
      kAssertionStates},
     {"process", Text, "", "The command name of the process that holds it.",
-     "The kernel's name of the process; <unknown> when it has ended.", Name},
-    {"pid", Integer, "", "The process id of the holder.", "As the login manager tells it."},
-    {"name", Text, "", "What the holder says the assertion is for.",
+     "The kernel's name of the process; <unknown> if it has ended.", Name},
+    {"pid", Integer, "", "The process id of the holder.", "As the login manager reports it."},
+    {"name", Text, "", "The purpose of the assertion, as its holder gives it.",
      "The lock's \"who: why\", as systemd-inhibit --list shows them.", Name},
     {"held_for", Duration, "", "How long it has been held.",
-     "From the age of the lock's pipe in /run/systemd/inhibit, which root can read; else since "
-     "Zorva first saw the lock."}};
+     "The age of the lock's pipe in /run/systemd/inhibit, which root can read; otherwise the time "
+     "since Zorva first saw the lock."}};
 
 constexpr WordFormat kChargingStates[] = {
     {"Active", "It is being charged"},
@@ -32,80 +32,86 @@ constexpr WordFormat kChargingStates[] = {
     {"Gradient", "Its temperature is too uneven for it to be charged"}};
 constexpr FieldFormat kBattery[] = {
     {"level", Real, "%",
-     "How full the battery is, in percent of what it holds today; nan while no capacity is known.",
-     "charge_now of charge_full, else energy_now of energy_full, else capacity."},
-    {"voltage", Integer, " mV", "The battery's voltage in millivolts; -1 when it cannot be read.",
+     "The charge of the battery, in percent of its present capacity; nan while no capacity is "
+     "known.",
+     "charge_now of charge_full, otherwise energy_now of energy_full, otherwise capacity."},
+    {"voltage", Integer, " mV", "The battery's voltage in millivolts; -1 if it cannot be read.",
      "voltage_now."},
     {"current", Integer, " mA",
-     "The current at this moment in milliamperes; negative while the battery is drained.",
-     "current_now, else power_now; <unknown> where the driver tells no current or no full charge."},
-    {"max_capacity", Real, "", "What the battery holds when full, in milliampere hours.",
-     "charge_full, else energy_full at the nominal voltage; <unknown> where the driver tells no "
-     "current or no full charge."},
+     "The present current in milliamperes; negative while the battery discharges.",
+     "current_now, otherwise power_now; <unknown> if the driver reports no current or no full "
+     "charge."},
+    {"max_capacity", Real, "", "The capacity of the full battery, in milliampere hours.",
+     "charge_full, otherwise energy_full at the nominal voltage; <unknown> if the driver reports "
+     "no current or no full charge."},
     {"charging_state", Text, "",
-     "Whether the battery is being charged, and if not, why not; other texts are the driver's own.",
+     "Whether the battery is being charged, and if not, the reason; other texts are the driver's "
+     "own.",
      "status and health.", Harmless, kChargingStates},
     {"charging_current", Integer, " mA",
-     "The current as the battery averages it, in milliamperes; negative while it is drained.",
-     "current_avg, else the same as current; 0 where neither is told."},
+     "The current as averaged by the battery, in milliamperes; negative while it discharges.",
+     "current_avg, otherwise the same as current; 0 if neither is reported."},
     {"battery_temp", Real, " C", "The battery's temperature in degrees Celsius.",
-     "temp; 0.00 where the driver tells none."},
+     "temp; 0.00 if the driver reports none."},
     {"usage", Duration, "", "Time of use since the battery was last full.",
-     "Nobody keeps that account: <unknown>."},
+     "Linux does not record it: <unknown>."},
     {"standby", Duration, "", "Time since the battery was last full, in use or not.",
-     "Nobody keeps that account: <unknown>."}};
+     "Linux does not record it: <unknown>."}};
 
-constexpr WordFormat kLightSensor[] = {{"enabled", "The display follows the light around it"},
-                                       {"disabled", "It does not"}};
-constexpr WordFormat kNoFirmware[] = {{"<none>", "There is no modem, or it does not tell"}};
+constexpr WordFormat kLightSensor[] = {{"enabled", "The brightness follows the ambient light"},
+                                       {"disabled", "The brightness does not follow it"}};
+constexpr WordFormat kNoFirmware[] = {
+    {"<none>", "There is no modem, or it does not report its version"}};
 constexpr FieldFormat kConfig[] = {
     {"version", Integer, "", "The version of the log's format.", "Zorva's own."},
     {"build", Text, "", "The system's build.",
      "The pretty name and build of os-release, then the kernel's release."},
     {"device", Text, "", "The device's model.",
-     "HARDWARE_MODEL of /etc/machine-info, else the device tree's model, else what the firmware "
-     "tells."},
-    {"fb_key", Text, "", "A key that tells devices apart in crash reports.",
-     "A keyed hash of /etc/machine-id, which it does not give away; (null) without one.", Name},
-    {"boot_args", Text, "", "The arguments that the kernel was started with.",
-     "The kernel's command line, which can name disks and serial numbers.", Content},
+     "HARDWARE_MODEL of /etc/machine-info, otherwise the device tree's model, otherwise the "
+     "firmware's vendor and product."},
+    {"fb_key", Text, "", "A key that distinguishes devices in crash reports.",
+     "A keyed hash of /etc/machine-id, from which the id cannot be derived; (null) without one.",
+     Name},
+    {"boot_args", Text, "", "The arguments with which the kernel was started.",
+     "The kernel's command line, which can contain names of disks and serial numbers.", Content},
     {"auto_lock", Integer, "",
-     "After how many seconds without use the device locks itself; 0 when unknown.",
+     "The seconds without use after which the device locks itself; 0 if unknown.",
      "IdleActionSec= of the login manager; a desktop's own screen lock is not known."},
     {"backlight", Real, "", "The brightness that the user has chosen, from 0 to 1.",
      "0.500 unless LBBacklightLevel2 is set in the preferences (com.vennor.lumbrel.plist)."},
     {"als", Word, "", "Whether the ambient light sensor sets the brightness.",
-     "enabled unless LBEnableALS in the preferences (com.vennor.lumbrel.plist) says otherwise.",
-     Harmless, kLightSensor},
+     "enabled unless LBEnableALS is false in the preferences (com.vennor.lumbrel.plist).", Harmless,
+     kLightSensor},
     {"baseband", Text, "", "The modem's firmware version.", "ModemManager.", Harmless, kNoFirmware},
-    {"cycle_count", Integer, "", "How often the battery has been charged and drained.",
-     "cycle_count; 0 where the driver tells none, <unknown> without a current or a full charge."},
-    {"max_capacity", Real, "", "What the battery holds when full, in milliampere hours.",
+    {"cycle_count", Integer, "", "The number of charge cycles of the battery.",
+     "cycle_count; 0 if the driver reports none, <unknown> without a current or a full charge."},
+    {"max_capacity", Real, "", "The capacity of the full battery, in milliampere hours.",
      "As in Battery entries."},
-    {"design_capacity", Integer, "", "What it held when new, in milliampere hours.",
-     "charge_full_design, else energy_full_design; 0 where the driver tells neither."}};
+    {"design_capacity", Integer, "", "The capacity of the new battery, in milliampere hours.",
+     "charge_full_design, otherwise energy_full_design; 0 if the driver reports neither."}};
 
 constexpr FieldFormat kDisplay[] = {
-    {"brightness", Integer, "", "The backlight's brightness between min and max, in its own units.",
-     "actual_brightness, else brightness, of the backlight class; 0 while it is off."},
+    {"brightness", Integer, "",
+     "The backlight's brightness between min and max, in the backlight's own units.",
+     "actual_brightness, otherwise brightness, of the backlight class; 0 while it is off."},
     {"min", Integer, "", "The least brightness.", "Always 0."},
-    {"max", Integer, "", "The greatest brightness.", "max_brightness; 0 when it cannot be read."},
+    {"max", Integer, "", "The greatest brightness.", "max_brightness; 0 if it cannot be read."},
     {"active", Word, "", "Whether the backlight is lit.",
-     "The brightness is not 0. A display that the desktop has blanked without it still counts as "
-     "lit.",
+     "The brightness is not 0. If the desktop blanks the display without the backlight, the "
+     "display still counts as lit.",
      Harmless, kYesOrNo}};
 
 constexpr FieldFormat kProcesses[] = {
     {"*", Integer, "",
      "The CPU time of a process since it started, in whole seconds; its key is the process's name "
      "with its id in parentheses, \"init(1)\".",
-     "utime and stime of /proc/PID/stat; processes that have ended are not listed. Other users' "
-     "processes are hidden where procfs is mounted with hidepid.",
+     "utime and stime of /proc/PID/stat; processes that have ended are not listed. If procfs is "
+     "mounted with hidepid, other users' processes are hidden.",
      Name}};
 
 constexpr WordFormat kScheduled[] = {
     {"Scheduled Wake", "The device will wake up"},
-    {"Scheduled Wake or Power On", "It will wake up, or be switched on when it is off"},
+    {"Scheduled Wake or Power On", "It will wake up or, if it is off, be switched on"},
     {"Power On from Off state", "It will be switched on"},
     {"Scheduled Sleep", "It will go to sleep"},
     {"Scheduled Shutdown", "It will be switched off"},
@@ -113,82 +119,81 @@ constexpr WordFormat kScheduled[] = {
 constexpr FieldFormat kSchedule[] = {
     {"event", Text, "", "What will happen; other texts are the system's own.",
      "Wakes and the login manager's planned shutdowns and restarts only.", Harmless, kScheduled},
-    {"id", Text, "", "Who wants it.",
+    {"id", Text, "", "What has scheduled it.",
      "\"logind\" for shutdown and restart, the unit's name for timers with WakeSystem=yes, the "
-     "clock's name for alarms of a real-time clock, as the kernel does not tell who has set one.",
+     "clock's name for alarms of a real-time clock, because the kernel does not report which "
+     "process has set one.",
      Name},
     {"time", DateTime, "", "When it will happen.", "From the same sources."}};
 
 constexpr WordFormat kSleepEvents[] = {
-    {"can_sleep", "The system asks whether it may sleep, and was told that it may"},
+    {"can_sleep", "The system asks whether it may sleep, and Zorva has allowed it"},
     {"will_sleep", "The system goes to sleep now"},
-    {"will_not_sleep", "Somebody else would not have it, and the device stays awake"}};
-constexpr FieldFormat kSleep[] = {
-    {"event", Word, "", "The step on the way to sleep.",
-     "will_sleep only, when the login manager announces it; a sleep that nobody asks the login "
-     "manager for is not seen.",
-     Harmless, kSleepEvents}};
+    {"will_not_sleep", "Another program has refused, and the device stays awake"}};
+constexpr FieldFormat kSleep[] = {{"event", Word, "", "The step on the way to sleep.",
+                                   "will_sleep only, when the login manager announces it; a sleep "
+                                   "that is not requested from the login manager is not seen.",
+                                   Harmless, kSleepEvents}};
 
 constexpr FieldFormat kThermal[] = {
-    {"level", Integer, "", "How far the device holds itself back against heat; 0 is not at all.",
+    {"level", Integer, "", "How much the device is throttled because of heat; 0 is not at all.",
      "0 to 100: the strongest throttling of a cooling device at a passive trip point, in percent "
-     "of its most."},
+     "of its maximum."},
     {"*", Real, "",
      "A sensor's temperature in degrees Celsius; the key is \"s\", the number of its group of "
      "four, \".\" and its number there.",
      "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type says what it "
      "measures. Temperatures that are not above 1 and below 320 degrees are left out."}};
 
-constexpr WordFormat kNoInfo[] = {{"<none>", "It was not the modem"}};
+constexpr WordFormat kNoInfo[] = {{"<none>", "The modem did not wake the device"}};
 constexpr FieldFormat kWake[] = {
     {"reason", Text, "",
-     "What the kernel says woke the device; <unknown> when it does not say. One that holds "
-     "\"baseband\", \"radios\", \"exton(bb)\" or \"exton2(bb)\" is the modem.",
-     "The wakeup reasons of Android kernels, else the interrupt (kernels with "
-     "CONFIG_PM_SLEEP_DEBUG), else the wakeup source that spoke up; \"baseband\" is put before "
-     "it when it was the modem's."},
+     "The reason of the wake as the kernel reports it; <unknown> if it reports none. A reason that "
+     "contains \"baseband\", \"radios\", \"exton(bb)\" or \"exton2(bb)\" means the modem.",
+     "The wakeup reasons of Android kernels, otherwise the interrupt (kernels with "
+     "CONFIG_PM_SLEEP_DEBUG), otherwise the wakeup source that was active; if it is the modem's, "
+     "\"baseband\" precedes it."},
     {"info", Text, "",
-     "The modem's own text about the wake: the packet's bytes, the call or the message; (null) "
-     "when it cannot be had.",
-     "Made from the first packet that came in with the wake, which needs CAP_NET_RAW, or from a "
-     "call or message that ModemManager tells.",
+     "The modem's own text about the wake: the packet's bytes, the call or the message; (null) if "
+     "it is not available.",
+     "Made from the first packet that arrived with the wake, which needs CAP_NET_RAW, or from a "
+     "call or message that ModemManager reports.",
      Content, kNoInfo}};
 
 constexpr EntryFormat kEntries[] = {
     {"Assertion", EntryShape::Fields,
-     "Who keeps the device awake: a power assertion, on Linux a blocking inhibitor lock.",
-     "In a snapshot and with the level, one for each that is held; whenever one is made or given "
-     "back.",
-     "Which programs are in use, and by their names what for: a call, a film, a download.",
+     "What keeps the device awake: a power assertion, on Linux a blocking inhibitor lock.",
+     "In a snapshot and with the level, one for each that is held; whenever one is created or "
+     "released.",
+     "Which programs are in use, and through the names what for: a call, a film, a download.",
      kAssertion},
     {"Battery", EntryShape::Fields,
      "The battery's state. On Linux that of the first battery in /sys/class/power_supply, whose "
-     "files are named below; a device without has no such entries.",
-     "In a snapshot, and whenever the battery's driver tells a change.",
+     "files are named below; a device without a battery has no such entries.",
+     "In a snapshot, and whenever the battery's driver reports a change.",
      "When the device was charged, and so the habits of its owner.", kBattery},
     {"Config", EntryShape::Fields, "The device and its set-up.", "In a snapshot.",
-     "The model and system of the device, a key that is always the same for it, and what its "
-     "kernel's arguments hold.",
+     "The model and system of the device, a key that never changes for the device, and the "
+     "contents of the kernel's arguments.",
      kConfig},
     {"Display", EntryShape::Fields,
      "The display's backlight. On Linux one in /sys/class/backlight, whose files are named below; "
-     "a device without has no such entries.",
-     "In a snapshot, and when the brightness changes.", "When somebody looked at the device.",
-     kDisplay},
+     "a device without a backlight has no such entries.",
+     "In a snapshot, and when the brightness changes.", "When the device was in use.", kDisplay},
     {"ProcessMonitor", EntryShape::Fields,
-     "The processes by the CPU time that they have used, busiest first, at most 999.",
-     "In a snapshot and with the level.", "All programs that run, by name, and how much.",
-     kProcesses},
+     "The processes by the CPU time that they have used, busiest first; at most 999.",
+     "In a snapshot and with the level.",
+     "The names of all running programs, and how much each one is used.", kProcesses},
     {"Schedule", EntryShape::Fields, "What will wake, restart or shut down the device.",
-     "In a snapshot and whenever the device goes to sleep, one for each.",
+     "In a snapshot and whenever the device goes to sleep, one for each event.",
      "When the owner gets up, and which program wakes the device.", kSchedule},
-    {"Sleep", EntryShape::Fields, "The device's way to sleep.", "At each step.",
+    {"Sleep", EntryShape::Fields, "The steps on the way to sleep.", "At each step.",
      "When the device was not in use.", kSleep},
     {"Thermal", EntryShape::Fields,
-     "How warm the device is, and what it does about it. On Linux from /sys/class/thermal.",
+     "The temperatures of the device and its throttling. On Linux from /sys/class/thermal.",
      "In a snapshot, and when the thermal level changes.", "", kThermal},
     {"Wake", EntryShape::Fields, "The end of a sleep.", "At each wake.",
-     "Raw bytes of the packet that woke the device, with the addresses of both ends.", kWake}};
+     "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake}};
 
 }  // namespace
 

@@ -264,7 +264,7 @@ struct PowerClients : Clients {
     for (const auto& each : power.copyAssertionsByProcess().value_or(Assertions())) {
       for (const Dictionary& record : each.records) {
         REQUIRE(record["AssertStartWhen"].date() && record["AssertName"].text());
-        REQUIRE(record["AssertPID"].integer32() == each.process);
+        REQUIRE(record["AssertPID"].integer32() == each.pid);
       }
     }
     Date last = Date::min();

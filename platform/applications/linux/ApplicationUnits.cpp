@@ -128,7 +128,7 @@ std::optional<std::string> applicationOfUnit(std::string_view unit) {
 std::vector<std::int32_t> readUnitProcesses(const std::string& directory) {
   std::vector<std::int32_t> processes;
   std::ifstream list(directory + "/cgroup.procs");
-  for (std::int32_t process = 0; list >> process;) processes.push_back(process);
+  for (pid_t pid = 0; list >> pid;) processes.push_back(pid);
   return processes;
 }
 

@@ -33,7 +33,7 @@ std::optional<std::vector<std::int32_t>> reasonsOf(const ApplicationUnit& unit,
   std::set<std::int32_t> reasons;
   for (const auto& [inhibitor, starts] : readInhibitorStarts(inhibitors)) {
     const auto holder = std::find(unit.processes.begin(), unit.processes.end(),
-                                  static_cast<std::int32_t>(inhibitor.process));
+                                  static_cast<std::int32_t>(inhibitor.pid));
     if (holder == unit.processes.end() || inhibitor.mode == "delay") continue;
     std::istringstream words(inhibitor.what);
     for (std::string word; std::getline(words, word, ':');) {
@@ -143,7 +143,7 @@ void LinuxApplicationStates::update() {
 void LinuxApplicationStates::notify(const ApplicationUnit& unit, State state) {
   ApplicationStateChange change;
   change.displayIdentifier = unit.application;
-  if (!unit.processes.empty()) change.process = unit.processes.front();
+  if (!unit.processes.empty()) change.pid = unit.processes.front();
   change.state = state;
   if (state != Gone) change.reasons = reasonsOf(unit, inhibitors_);
   observers_.notify(change);

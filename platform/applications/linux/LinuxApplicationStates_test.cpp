@@ -62,8 +62,8 @@ class LinuxApplicationStatesTest : public testing::Test {
   Lines listed() {
     Lines lines;
     for (const std::string& id : states_.copyDisplayIdentifiers(true, false)) {
-      const auto process = states_.processOf(id);
-      lines.push_back(id + " " + (process ? std::to_string(*process) : "-") + " " +
+      const auto pid = states_.processOf(id);
+      lines.push_back(id + " " + (pid ? std::to_string(*pid) : "-") + " " +
                       states_.descriptionOfState(states_.stateOf(id)));
     }
     return lines;
@@ -76,10 +76,9 @@ class LinuxApplicationStatesTest : public testing::Test {
                                  directory_ / "inhibit"};
   Lines reported_;
   Registration observed_ = states_.observe([this](const ApplicationStateChange& change) {
-    reported_.push_back(change.displayIdentifier.value() + " " +
-                        (change.process ? std::to_string(*change.process) : "-") + " " +
-                        states_.descriptionOfState(change.state.value()) +
-                        (change.reasons ? ":" : ""));
+    reported_.push_back(
+        change.displayIdentifier.value() + " " + (change.pid ? std::to_string(*change.pid) : "-") +
+        " " + states_.descriptionOfState(change.state.value()) + (change.reasons ? ":" : ""));
     for (const auto reason : change.reasons.value_or(std::vector<std::int32_t>{})) {
       reported_.back() += " " + states_.nameOfReason(reason);
     }
@@ -170,8 +169,8 @@ TEST_F(LinuxApplicationStatesTest, FollowsTheKernelThroughTheReplacementOfAGroup
   };
   std::optional<ChildForTest> child;
   const auto run = [&] {
-    write("/cgroup.procs", child.emplace([] { return pause(); }).process());
-    return "maps " + std::to_string(child->process());
+    write("/cgroup.procs", child.emplace([] { return pause(); }).pid());
+    return "maps " + std::to_string(child->pid());
   };
   std::string maps = run();
   EXPECT_EQ(next(), Lines{maps + " running"});

@@ -34,9 +34,9 @@ std::int32_t codeOf(const std::array<const char*, Size>& words, const ScenarioNo
 }
 
 std::optional<std::int32_t> processIn(const ScenarioNode::Keys& keys) {
-  const ScenarioNode* process = keys.find("process");
-  if (process == nullptr) return std::nullopt;
-  return static_cast<std::int32_t>(process->integer(0, INT32_MAX));
+  const ScenarioNode* pid = keys.find("process");
+  if (pid == nullptr) return std::nullopt;
+  return static_cast<std::int32_t>(pid->integer(0, INT32_MAX));
 }
 
 }  // namespace
@@ -59,7 +59,7 @@ ScenarioAction SimApplicationStates::readApplication(const ScenarioNode& node) {
   if (const auto* state = keys.find("state")) {
     application.state = static_cast<State>(codeOf(kStates, *state));
   }
-  application.process = processIn(keys);
+  application.pid = processIn(keys);
   if (const auto* debuggable = keys.find("debuggable")) {
     application.debuggable = debuggable->boolean();
   }
@@ -70,7 +70,7 @@ ScenarioAction SimApplicationStates::readChange(const ScenarioNode& node) {
   const auto keys = node.keys({"id", "process", "state", "reasons"});
   ApplicationStateChange change;
   if (const auto* id = keys.find("id")) change.displayIdentifier = id->text();
-  change.process = processIn(keys);
+  change.pid = processIn(keys);
   if (const auto* state = keys.find("state")) change.state = codeOf(kStates, *state);
   if (const auto* reasons = keys.find("reasons")) {
     change.reasons.emplace();
@@ -82,9 +82,9 @@ ScenarioAction SimApplicationStates::readChange(const ScenarioNode& node) {
     if (change.displayIdentifier) {
       const Application* known = find(*change.displayIdentifier);
       Application application = known != nullptr ? *known : Application();
-      if (change.process) application.process = change.process;
+      if (change.pid) application.pid = change.pid;
       if (change.state) application.state = static_cast<State>(*change.state);
-      if (application.state == State::Terminated) application.process.reset();
+      if (application.state == State::Terminated) application.pid.reset();
       setApplication(*change.displayIdentifier, application);
     }
     notify(change);
@@ -111,7 +111,7 @@ std::vector<std::string> SimApplicationStates::copyDisplayIdentifiers(bool onlyA
 std::optional<std::int32_t> SimApplicationStates::processOf(const std::string& displayIdentifier) {
   const Application* application = find(displayIdentifier);
   if (processOfFault_.strikes() || application == nullptr) return std::nullopt;
-  return application->process;
+  return application->pid;
 }
 
 std::int32_t SimApplicationStates::stateOf(const std::string& displayIdentifier) {

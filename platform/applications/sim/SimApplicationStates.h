@@ -18,7 +18,7 @@ class SimApplicationStates : public ApplicationStates {
 
   struct Application {
     State state = State::Foreground;  ///< all but terminated ones are active
-    std::optional<std::int32_t> process;
+    std::optional<pid_t> pid;
     bool debuggable = false;
   };
 

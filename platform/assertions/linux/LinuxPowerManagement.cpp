@@ -18,7 +18,7 @@ std::string assertionName(const LogindInhibitor& inhibitor) {
 }
 
 Dictionary record(const LogindInhibitor& inhibitor, Date start) {
-  return {{"AssertPID", std::int64_t{inhibitor.process}},
+  return {{"AssertPID", std::int64_t{inhibitor.pid}},
           {"AssertName", assertionName(inhibitor)},
           {"AssertStartWhen", start},
           {"AssertType", inhibitor.what},
@@ -81,7 +81,7 @@ LinuxBus::Outcome LinuxPowerManagement::listInhibitors(std::vector<LogindInhibit
     const char *what, *who, *why, *mode;
     LogindInhibitor inhibitor;
     const int read = sd_bus_message_read(answer, "(ssssuu)", &what, &who, &why, &mode,
-                                         &inhibitor.user, &inhibitor.process);
+                                         &inhibitor.user, &inhibitor.pid);
     if (read < 0) return LinuxBus::Outcome::Failed;
     if (read == 0) return LinuxBus::Outcome::Answered;
     inhibitor.what = what;
@@ -117,7 +117,7 @@ LinuxPowerManagement::copyAssertionsByProcess() {
       starts.resize(count, clock_.now());
       seen[inhibitor] = starts;
     }
-    auto& records = byProcess[static_cast<std::int32_t>(inhibitor.process)];
+    auto& records = byProcess[static_cast<std::int32_t>(inhibitor.pid)];
     for (std::size_t i = 0; i < count; ++i) {
       records.emplace_back(starts[i], record(inhibitor, starts[i]));
     }
@@ -125,10 +125,10 @@ LinuxPowerManagement::copyAssertionsByProcess() {
   firstSeen_ = std::move(seen);
 
   std::vector<ProcessAssertions> result;
-  for (auto& [process, records] : byProcess) {
+  for (auto& [pid, records] : byProcess) {
     std::stable_sort(records.begin(), records.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
-    ProcessAssertions assertions{process, {}};
+    ProcessAssertions assertions{pid, {}};
     for (auto& [start, dictionary] : records) assertions.records.push_back(std::move(dictionary));
     result.push_back(std::move(assertions));
   }

@@ -51,13 +51,13 @@ class LinuxPowerManagementTest : public testing::Test {
     const auto processes = management_.copyAssertionsByProcess();
     if (!processes) return {"failed"};
     std::vector<std::string> result;
-    for (const auto& process : *processes) {
-      for (const Dictionary& record : process.records) {
-        EXPECT_EQ(record["AssertPID"], Value(process.process));
-        result.push_back(
-            std::to_string(process.process) + ": " + record["AssertName"].description() +
-            " since " + record["AssertStartWhen"].description() + " (" +
-            record["AssertType"].description() + ", " + record["AssertUser"].description() + ")");
+    for (const auto& pid : *processes) {
+      for (const Dictionary& record : pid.records) {
+        EXPECT_EQ(record["AssertPID"], Value(pid.pid));
+        result.push_back(std::to_string(pid.pid) + ": " + record["AssertName"].description() +
+                         " since " + record["AssertStartWhen"].description() + " (" +
+                         record["AssertType"].description() + ", " +
+                         record["AssertUser"].description() + ")");
       }
     }
     return result;

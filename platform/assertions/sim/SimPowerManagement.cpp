@@ -30,7 +30,7 @@ SimPowerManagement::SimPowerManagement(SimParts& parts, const Clock& clock,
 
 ScenarioAction SimPowerManagement::readTake(const ScenarioNode& node) {
   const auto keys = node.keys({"process", "name", "held_for", "properties"});
-  const auto process = static_cast<std::int32_t>(keys.require("process").integer(0, INT32_MAX));
+  const auto pid = static_cast<std::int32_t>(keys.require("process").integer(0, INT32_MAX));
   const std::string name = keys.require("name").anyText();
   const auto* heldForNode = keys.find("held_for");
   const auto heldFor = heldForNode ? heldForNode->duration() : ScenarioNode::Duration(0);
@@ -44,32 +44,32 @@ ScenarioAction SimPowerManagement::readTake(const ScenarioNode& node) {
       properties.set(key.text(), value.value());
     }
   }
-  planned_.emplace(process, name);
-  return [this, process, name, heldFor, properties] {
-    Dictionary record{{"AssertPID", std::int64_t{process}},
+  planned_.emplace(pid, name);
+  return [this, pid, name, heldFor, properties] {
+    Dictionary record{{"AssertPID", std::int64_t{pid}},
                       {"AssertName", name},
                       {"AssertStartWhen", clock_.now() - heldFor}};
     for (const auto& [key, value] : properties) record.set(key, value);
-    takeRecord(process, std::move(record));
+    takeRecord(pid, std::move(record));
   };
 }
 
 ScenarioAction SimPowerManagement::readRelease(const ScenarioNode& node) {
   const auto keys = node.keys({"process", "name"});
-  const auto process = static_cast<std::int32_t>(keys.require("process").integer(0, INT32_MAX));
+  const auto pid = static_cast<std::int32_t>(keys.require("process").integer(0, INT32_MAX));
   const std::string name = keys.require("name").anyText();
-  const auto planned = planned_.find({process, name});
+  const auto planned = planned_.find({pid, name});
   if (planned == planned_.end()) node.refuse("the process holds no assertion of this name then");
   planned_.erase(planned);
-  return [this, process, name] { release(process, name); };
+  return [this, pid, name] { release(pid, name); };
 }
 
 ScenarioAction SimPowerManagement::readReleaseAll(const ScenarioNode& node) {
-  const auto process = static_cast<std::int32_t>(node.integer(0, INT32_MAX));
-  if (std::erase_if(planned_, [&](const auto& each) { return each.first == process; }) == 0) {
+  const auto pid = static_cast<std::int32_t>(node.integer(0, INT32_MAX));
+  if (std::erase_if(planned_, [&](const auto& each) { return each.first == pid; }) == 0) {
     node.refuse("the process holds no assertion then");
   }
-  return [this, process] { releaseAll(process); };
+  return [this, pid] { releaseAll(pid); };
 }
 
 std::optional<std::vector<PowerManagement::ProcessAssertions>>
@@ -78,23 +78,23 @@ SimPowerManagement::copyAssertionsByProcess() {
   return held_;
 }
 
-void SimPowerManagement::take(std::int32_t process, const std::string& name) {
-  takeRecord(process, {{"AssertPID", std::int64_t{process}},
-                       {"AssertName", name},
-                       {"AssertStartWhen", clock_.now()}});
+void SimPowerManagement::take(pid_t pid, const std::string& name) {
+  takeRecord(
+      pid,
+      {{"AssertPID", std::int64_t{pid}}, {"AssertName", name}, {"AssertStartWhen", clock_.now()}});
 }
 
-void SimPowerManagement::takeRecord(std::int32_t process, Dictionary record) {
-  auto holder = std::find_if(held_.begin(), held_.end(),
-                             [&](const auto& each) { return each.process == process; });
-  if (holder == held_.end()) holder = held_.insert(held_.end(), {process, {}});
+void SimPowerManagement::takeRecord(pid_t pid, Dictionary record) {
+  auto holder =
+      std::find_if(held_.begin(), held_.end(), [&](const auto& each) { return each.pid == pid; });
+  if (holder == held_.end()) holder = held_.insert(held_.end(), {pid, {}});
   holder->records.push_back(std::move(record));
   reportChange();
 }
 
-bool SimPowerManagement::release(std::int32_t process, const std::string& name) {
+bool SimPowerManagement::release(pid_t pid, const std::string& name) {
   for (auto holder = held_.begin(); holder != held_.end(); ++holder) {
-    if (holder->process != process) continue;
+    if (holder->pid != pid) continue;
     auto& records = holder->records;
     const auto record = std::find_if(records.begin(), records.end(), [&](const auto& each) {
       return each["AssertName"].text() == name;
@@ -108,8 +108,8 @@ bool SimPowerManagement::release(std::int32_t process, const std::string& name) 
   return false;
 }
 
-void SimPowerManagement::releaseAll(std::int32_t process) {
-  if (std::erase_if(held_, [&](const auto& each) { return each.process == process; }) > 0) {
+void SimPowerManagement::releaseAll(pid_t pid) {
+  if (std::erase_if(held_, [&](const auto& each) { return each.pid == pid; }) > 0) {
     reportChange();
   }
 }

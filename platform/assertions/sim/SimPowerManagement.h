@@ -2,6 +2,7 @@
 
 #include <set>
 #include <string>
+#include <sys/types.h>
 #include <utility>
 #include <vector>
 
@@ -23,14 +24,14 @@ class SimPowerManagement : public PowerManagement {
   std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() override;
 
   /// Takes an assertion for the process, started now, and reports the change.
-  void take(std::int32_t process, const std::string& name);
+  void take(pid_t pid, const std::string& name);
   /// The same with a whole record, which may lack any key.
-  void takeRecord(std::int32_t process, Dictionary record);
+  void takeRecord(pid_t pid, Dictionary record);
   /// Releases the process's oldest assertion of the name and reports the change; false when it
   /// holds none.
-  bool release(std::int32_t process, const std::string& name);
+  bool release(pid_t pid, const std::string& name);
   /// Releases all that the process holds, and reports the change if there was one.
-  void releaseAll(std::int32_t process);
+  void releaseAll(pid_t pid);
 
  private:
   ScenarioAction readTake(const ScenarioNode& node);

@@ -93,7 +93,7 @@ std::optional<LogindInhibitor> parseInhibitorFile(std::string_view text) {
     }
     if (key == "PID") {
       hasProcess = number.has_value();
-      inhibitor.process = number.value_or(0);
+      inhibitor.pid = number.value_or(0);
     }
   }
   if (!hasProcess || inhibitor.what.empty()) return std::nullopt;

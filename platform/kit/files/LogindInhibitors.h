@@ -19,7 +19,7 @@ struct LogindInhibitor {
   std::string why;
   std::string mode;  ///< "block", "block-weak" or "delay"
   std::uint32_t user = 0;
-  std::uint32_t process = 0;
+  std::uint32_t pid = 0;
   auto operator<=>(const LogindInhibitor&) const = default;
 
   /// Whether it keeps the device awake: it blocks sleep, or the idleness that leads to sleep. A

@@ -31,14 +31,13 @@ std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message) {
   return family;
 }
 
-std::optional<GenericFamily> findGenericFamily(const std::string& name) {
-  std::optional<GenericFamily> family;
-  GenericRequest(GENL_ID_CTRL, NLM_F_ACK, CTRL_CMD_GETFAMILY)
+NetlinkAnswer findGenericFamily(const std::string& name, std::optional<GenericFamily>& family) {
+  family.reset();
+  return GenericRequest(GENL_ID_CTRL, NLM_F_ACK, CTRL_CMD_GETFAMILY)
       .with(CTRL_ATTR_FAMILY_NAME, name.c_str(), name.size() + 1)
       .send([&](const nlmsghdr& message) {
         if (auto found = genericFamilyIn(message)) family = std::move(found);
       });
-  return family;
 }
 
 GenericRequest::GenericRequest(std::uint16_t family, std::uint16_t flags, std::uint8_t command) {
@@ -60,8 +59,9 @@ GenericRequest& GenericRequest::with(std::uint16_t type, const void* value, std:
   return *this;
 }
 
-NetlinkAnswer GenericRequest::send(const NetlinkReader::Each& each) {
-  return NetlinkSocket(NETLINK_GENERIC).request(bytes_, each);
+NetlinkAnswer GenericRequest::send(const NetlinkReader::Each& each,
+                                   const std::function<void()>& again) {
+  return NetlinkSocket(NETLINK_GENERIC).request(bytes_, each, again);
 }
 
 void GenericRequest::append(const void* value, std::size_t size) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <linux/netlink.h>
 #include <map>
 #include <optional>
@@ -26,8 +27,8 @@ struct GenericFamily {
 };
 /// Nothing when the message describes none.
 std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message);
-/// Asks the kernel; nothing where it does not have the family.
-std::optional<GenericFamily> findGenericFamily(const std::string& name);
+/// Asks the kernel. Refused: it does not have the family. GoesOn: it did not answer.
+NetlinkAnswer findGenericFamily(const std::string& name, std::optional<GenericFamily>& family);
 
 /// A generic netlink request, put together attribute by attribute.
 class GenericRequest {
@@ -39,7 +40,7 @@ class GenericRequest {
     return with(type, &value, sizeof value);
   }
   /// As NetlinkSocket::request(), on a socket of its own.
-  NetlinkAnswer send(const NetlinkReader::Each& each);
+  NetlinkAnswer send(const NetlinkReader::Each& each, const std::function<void()>& again = {});
 
  private:
   void append(const void* value, std::size_t size);

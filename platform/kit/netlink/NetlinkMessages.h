@@ -33,7 +33,7 @@ std::optional<NetlinkAttributes> attributesAfter(const nlmsghdr& message, std::s
 
 /// How far a datagram brought an answer.
 enum class NetlinkAnswer {
-  GoesOn,
+  GoesOn,  ///< its end has not come
   Done,
   Interrupted,  ///< whole, but what is listed changed while the kernel listed it
   Refused,      ///< the kernel refused the request, or what it sent does not read as an answer

@@ -31,7 +31,8 @@ NetlinkSocket::NetlinkSocket(int protocol) : socket_(bound(protocol, 0)) {
 }
 
 NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
-                                     const NetlinkReader::Each& each) {
+                                     const NetlinkReader::Each& each,
+                                     const std::function<void()>& again) {
   nlmsghdr header;
   std::memcpy(&header, request.data(), sizeof header);
   header.nlmsg_len = static_cast<std::uint32_t>(request.size());
@@ -41,25 +42,30 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
   kernel.nl_family = AF_NETLINK;
   if (!socket_ || ::sendto(socket_.get(), request.data(), request.size(), 0,
                            reinterpret_cast<sockaddr*>(&kernel), sizeof kernel) < 0) {
-    return NetlinkAnswer::Refused;
+    return NetlinkAnswer::GoesOn;
   }
-  buffer_.resize(kMaxDatagram);
+  // Not cleared: that would cost more than the rest of a request.
+  if (!buffer_) buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMaxDatagram);
   NetlinkReader reader(sequence_);
   // An answer that keeps coming ends, too: each datagram within a second is no limit yet.
   const auto limit = SteadyClock::now() + kLimit;
   do {
     sockaddr_nl sender{};
     socklen_t size = sizeof sender;
-    const ssize_t length = ::recvfrom(socket_.get(), buffer_.data(), buffer_.size(), MSG_TRUNC,
+    const ssize_t length = ::recvfrom(socket_.get(), buffer_.get(), kMaxDatagram, MSG_TRUNC,
                                       reinterpret_cast<sockaddr*>(&sender), &size);
     if (length < 0 && errno == EINTR) continue;
-    if (length < 0 && errno == EAGAIN) return NetlinkAnswer::GoesOn;
-    if (length <= 0 || static_cast<std::size_t>(length) > buffer_.size()) {
+    if (length < 0) return NetlinkAnswer::GoesOn;
+    if (length == 0 || static_cast<std::size_t>(length) > kMaxDatagram) {
       return NetlinkAnswer::Refused;
     }
     if (sender.nl_pid != 0) continue;  // not the kernel
     const NetlinkAnswer answer =
-        reader.read(std::span(buffer_).first(static_cast<std::size_t>(length)), each);
+        reader.read({buffer_.get(), static_cast<std::size_t>(length)}, each);
+    if (answer == NetlinkAnswer::Interrupted && again) {
+      again();
+      return this->request(request, each);
+    }
     if (answer != NetlinkAnswer::GoesOn) return answer;
   } while (SteadyClock::now() < limit);
   return NetlinkAnswer::GoesOn;

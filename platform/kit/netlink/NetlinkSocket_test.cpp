@@ -1,15 +1,21 @@
 #include "platform/kit/netlink/NetlinkSocket.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <linux/genetlink.h>
 #include <linux/inet_diag.h>
 #include <linux/rtnetlink.h>
 #include <linux/sock_diag.h>
+#include <sched.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <utility>
 
+#include "platform/kit/netlink/GenericNetlink.h"
 #include "platform/processes/linux/SocketDiagnostics.h"
+#include "platform/testing/ChildProcess.h"
 
 namespace zorva {
 namespace {
@@ -66,6 +72,21 @@ TEST(NetlinkReader, RefusesWhatIsNoWholeAnswer) {
   EXPECT_FALSE(whole);
 }
 
+TEST(GenericFamily, IsMissingOnlyWhereTheKernelReportsIt) {
+  std::optional<GenericFamily> family;
+  EXPECT_EQ(findGenericFamily("nlctrl", family), NetlinkAnswer::Done);
+  ASSERT_TRUE(family);
+  EXPECT_EQ(family->id, GENL_ID_CTRL);
+  EXPECT_EQ(findGenericFamily("zorva-has-none", family), NetlinkAnswer::Refused);
+  EXPECT_FALSE(family);
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_EQ(findGenericFamily("nlctrl", family), NetlinkAnswer::GoesOn) << "no socket for it";
+  ::setrlimit(RLIMIT_NOFILE, &before);
+}
+
 TEST(NetlinkSocket, HearsOnlyTheKernel) {
   NetlinkSocket socket(NETLINK_ROUTE);
   sockaddr_nl own{};
@@ -93,6 +114,37 @@ TEST(NetlinkSocket, HearsOnlyTheKernel) {
                            }),
             NetlinkAnswer::Done);
   EXPECT_GT(links, 0);
+}
+
+TEST(NetlinkSocket, BeginsAnInterruptedDumpAnew) {
+  constexpr int kSkipped = 77;
+  ChildForTest child([] {
+    // So many addresses that the kernel lists them in several steps.
+    if (::unshare(CLONE_NEWNET) != 0 ||
+        std::system("for a in 1 2 3 4; do for b in $(seq 250); do echo addr add 10.$a.$b.1/32 dev "
+                    "lo; done; done | ip -batch - 2>/dev/null") != 0) {
+      return kSkipped;
+    }
+    NetlinkSocket socket(NETLINK_ROUTE);
+    ifaddrmsg any{};
+    any.ifa_family = AF_INET;
+    Bytes request = message(RTM_GETADDR, NLM_F_REQUEST | NLM_F_DUMP, 0, &any, sizeof any);
+    int begun = 1;
+    int addresses = 0;
+    const auto change = [&](const nlmsghdr&) {
+      if (++addresses == 1 && begun == 1) {
+        EXPECT_EQ(std::system("ip addr del 10.3.1.1/32 dev lo"), 0);
+      }
+    };
+    EXPECT_EQ(socket.request(request, change, [&] { ++begun, addresses = 0; }),
+              NetlinkAnswer::Done);
+    EXPECT_EQ(begun, 2);
+    EXPECT_EQ(addresses, 999);
+    return testing::Test::HasFailure() ? 1 : 0;
+  });
+  const int status = child.status();
+  if (status == kSkipped) GTEST_SKIP() << "no network namespace for this user";
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

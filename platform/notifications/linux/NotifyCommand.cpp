@@ -16,7 +16,7 @@ constexpr const char* kProgram = "zorva-notify";
 constexpr const char* kHelp =
     "Usage: zorva-notify NAME [--state N]\n"
     "Posts the system notification NAME to the running daemons of this user; root's posts reach\n"
-    "the daemons of every user. Nobody listening is no error, and nothing is printed.\n"
+    "the daemons of every user. If no daemon observes it, that is not an error. Prints nothing.\n"
     "\n"
     "  --state N   set the notification's state first: 0 to 18446744073709551615, or 0x...\n"
     "  -h, --help  print this text and exit\n"
@@ -86,14 +86,15 @@ int notifyCommand(const std::vector<std::string>& arguments,
   }
   const PostResult result = postNotification(directories, request.name);
   if (!result.problem.empty()) {
-    std::fprintf(errors, "zorva-notify: %s. No daemon of this user is told.\n",
+    std::fprintf(errors,
+                 "zorva-notify: %s. The notification did not reach the daemons of this user.\n",
                  result.problem.c_str());
     return 1;
   }
   if (result.full > 0) {
     std::fprintf(errors,
-                 "zorva-notify: %d daemon(s) in '%s' do not take more notifications now; try again"
-                 " when they have caught up.\n",
+                 "zorva-notify: %d daemon(s) in '%s' have a full queue; try again when they have"
+                 " caught up.\n",
                  result.full, directories.own.c_str());
     return 1;
   }

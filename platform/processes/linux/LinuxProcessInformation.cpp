@@ -55,8 +55,8 @@ int LinuxProcessInformation::listProcesses() {
   processes_.clear();
   if (!proc_) return ENOENT;
   if (::lseek(proc_.get(), 0, SEEK_SET) < 0) return errno;
-  const auto add = [&](std::int32_t process, const char*) {
-    if (process > 0) processes_.push_back(process);
+  const auto add = [&](pid_t pid, const char*) {
+    if (pid > 0) processes_.push_back(pid);
   };
   const int error = forEachNumberedEntry(proc_.get(), entries_, add);
   if (!std::is_sorted(processes_.begin(), processes_.end())) {
@@ -80,12 +80,12 @@ ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> proces
 }
 
 // Answers an error number, or 0.
-int LinuxProcessInformation::readDescriptors(std::int32_t process) {
+int LinuxProcessInformation::readDescriptors(pid_t pid) {
   process_ = 0;
   listed_ = false;
   descriptors_.clear();
-  if (process <= 0) return kNoSuchProcess;
-  const Descriptor directory(openDirectory(proc_.get(), ProcPath(process, "fd").text()));
+  if (pid <= 0) return kNoSuchProcess;
+  const Descriptor directory(openDirectory(proc_.get(), ProcPath(pid, "fd").text()));
   if (!directory) return processError(errno);
   const auto add = [&](std::int32_t number, const char* name) {
     // Longer than any link to a socket; what others name does not matter.
@@ -104,21 +104,20 @@ int LinuxProcessInformation::readDescriptors(std::int32_t process) {
     std::sort(descriptors_.begin(), descriptors_.end(),
               [](const auto& a, const auto& b) { return a.number < b.number; });
   }
-  process_ = process;
+  process_ = pid;
   return 0;
 }
 
-ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
-                                                 proc_taskallinfo& information) {
-  if (const int error = readDescriptors(process); error != 0) return failed(error);
+ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid, proc_taskallinfo& information) {
+  if (const int error = readDescriptors(pid); error != 0) return failed(error);
   information.openFiles = static_cast<std::uint32_t>(descriptors_.size());
   return {kProcTaskAllInfoSize, 0};
 }
 
-ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
+ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid,
                                                  std::span<proc_fdinfo> descriptors) {
-  if (process != process_ || listed_) {
-    if (const int error = readDescriptors(process); error != 0) return failed(error);
+  if (pid != process_ || listed_) {
+    if (const int error = readDescriptors(pid); error != 0) return failed(error);
   }
   listed_ = true;
   const std::size_t count = std::min(descriptors_.size(), descriptors.size());
@@ -128,10 +127,10 @@ ProcAnswer LinuxProcessInformation::proc_pidinfo(std::int32_t process,
   return {static_cast<int>(count * sizeof(proc_fdinfo)), 0};
 }
 
-ProcAnswer LinuxProcessInformation::proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
+ProcAnswer LinuxProcessInformation::proc_pidfdinfo(pid_t pid, std::int32_t descriptor,
                                                    socket_fdinfo& socket) {
-  if (process != process_) {
-    if (const int error = readDescriptors(process); error != 0) return failed(error);
+  if (pid != process_) {
+    if (const int error = readDescriptors(pid); error != 0) return failed(error);
   }
   const auto open =
       std::lower_bound(descriptors_.begin(), descriptors_.end(), descriptor,
@@ -147,19 +146,18 @@ ProcAnswer LinuxProcessInformation::proc_pidfdinfo(std::int32_t process, std::in
   return {kSocketFdInfoSize, 0};
 }
 
-ProcAnswer LinuxProcessInformation::proc_name(std::int32_t process, std::span<char> name) {
-  if (process <= 0) return failed(kNoSuchProcess);
-  const auto found = readProcessName(proc_.get(), process);
+ProcAnswer LinuxProcessInformation::proc_name(pid_t pid, std::span<char> name) {
+  if (pid <= 0) return failed(kNoSuchProcess);
+  const auto found = readProcessName(proc_.get(), pid);
   return found ? answerText(*found, name) : failed(processError(errno));
 }
 
-ProcAnswer LinuxProcessInformation::proc_pidpath(std::int32_t process, std::span<char> path) {
-  if (process <= 0) return failed(kNoSuchProcess);
+ProcAnswer LinuxProcessInformation::proc_pidpath(pid_t pid, std::span<char> path) {
+  if (pid <= 0) return failed(kNoSuchProcess);
   char link[PATH_MAX];
-  const ssize_t length =
-      ::readlinkat(proc_.get(), ProcPath(process, "exe").text(), link, sizeof link);
+  const ssize_t length = ::readlinkat(proc_.get(), ProcPath(pid, "exe").text(), link, sizeof link);
   if (length < 0 && errno == ENOENT) {  // a thread of the kernel has no executable either
-    const bool lives = ::faccessat(proc_.get(), ProcPath(process, "comm").text(), F_OK, 0) == 0;
+    const bool lives = ::faccessat(proc_.get(), ProcPath(pid, "comm").text(), F_OK, 0) == 0;
     return failed(lives ? ENOENT : kNoSuchProcess);
   }
   if (length < 0) return failed(errno);

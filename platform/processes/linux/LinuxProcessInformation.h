@@ -2,6 +2,7 @@
 
 #include <array>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 #include "platform/base/Descriptor.h"
@@ -26,15 +27,14 @@ class LinuxProcessInformation : public ProcessInformation {
   /// A fill that follows the question for the byte count answers the processes that were counted.
   ProcAnswer proc_listpids(std::span<std::int32_t> processes) override;
   /// Reads the process's descriptors, so that the list and their sockets are as of now.
-  ProcAnswer proc_pidinfo(std::int32_t process, proc_taskallinfo& information) override;
-  ProcAnswer proc_pidinfo(std::int32_t process, std::span<proc_fdinfo> descriptors) override;
-  ProcAnswer proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
-                            socket_fdinfo& socket) override;
+  ProcAnswer proc_pidinfo(pid_t pid, proc_taskallinfo& information) override;
+  ProcAnswer proc_pidinfo(pid_t pid, std::span<proc_fdinfo> descriptors) override;
+  ProcAnswer proc_pidfdinfo(pid_t pid, std::int32_t descriptor, socket_fdinfo& socket) override;
   /// The name of a thread of the kernel is longer than that of others, which is at most 15 bytes.
-  ProcAnswer proc_name(std::int32_t process, std::span<char> name) override;
+  ProcAnswer proc_name(pid_t pid, std::span<char> name) override;
   /// Of an executable that has been removed or replaced, the path it had. Threads of the kernel
   /// have none.
-  ProcAnswer proc_pidpath(std::int32_t process, std::span<char> path) override;
+  ProcAnswer proc_pidpath(pid_t pid, std::span<char> path) override;
 
  private:
   struct OpenDescriptor {
@@ -43,7 +43,7 @@ class LinuxProcessInformation : public ProcessInformation {
     std::uint32_t inode = 0;  ///< of a socket
   };
   int listProcesses();
-  int readDescriptors(std::int32_t process);
+  int readDescriptors(pid_t pid);
 
   Descriptor proc_;
   SocketDiagnostics sockets_;

@@ -117,12 +117,12 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
   const std::vector<Known> known = knownSockets();
   const ChildForTest child([] { return pause(); });  // holds the same ones
   LinuxProcessInformation information;
-  for (const std::int32_t process : {std::int32_t{getpid()}, std::int32_t{child.process()}}) {
+  for (const pid_t pid : {std::int32_t{getpid()}, std::int32_t{child.pid()}}) {
     ASSERT_GT(information.proc_listpids({}).bytes, 0);
     proc_taskallinfo task;
-    ASSERT_EQ(information.proc_pidinfo(process, task).bytes, kProcTaskAllInfoSize);
+    ASSERT_EQ(information.proc_pidinfo(pid, task).bytes, kProcTaskAllInfoSize);
     std::vector<proc_fdinfo> descriptors(task.openFiles);
-    ASSERT_EQ(information.proc_pidinfo(process, std::span(descriptors)).bytes, 8 * task.openFiles);
+    ASSERT_EQ(information.proc_pidinfo(pid, std::span(descriptors)).bytes, 8 * task.openFiles);
     std::map<int, std::uint32_t> types;
     for (const proc_fdinfo& descriptor : descriptors) {
       ASSERT_TRUE(types.empty() || types.rbegin()->first < descriptor.proc_fd);
@@ -133,7 +133,7 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
       SCOPED_TRACE(socket.what);
       EXPECT_EQ(types.at(socket.socket.get()), kDescriptorIsSocket);
       socket_fdinfo found;
-      ASSERT_EQ(information.proc_pidfdinfo(process, socket.socket.get(), found).bytes,
+      ASSERT_EQ(information.proc_pidfdinfo(pid, socket.socket.get(), found).bytes,
                 kSocketFdInfoSize);
       EXPECT_EQ(textOf(found), socket.text);
     }
@@ -156,29 +156,29 @@ TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
     prctl(PR_SET_NAME, "a (b) c");
     return pause();
   });
-  const pid_t process = child.process();
+  const pid_t pid = child.pid();
   char name[64] = {}, whole[1024];
   while (std::string(name) != "a (b) c") {  // until the child has come to it
-    ASSERT_GT(information.proc_name(process, name).bytes, 0);
+    ASSERT_GT(information.proc_name(pid, name).bytes, 0);
   }
   const std::string path = std::filesystem::read_symlink("/proc/self/exe");
-  EXPECT_EQ(information.proc_pidpath(process, whole).bytes, static_cast<int>(path.size()));
+  EXPECT_EQ(information.proc_pidpath(pid, whole).bytes, static_cast<int>(path.size()));
   EXPECT_EQ(whole, path);
   char cut[3] = {'x', 'x', 'x'};
-  EXPECT_EQ(information.proc_name(process, std::span(cut, 2)).bytes, 2);
+  EXPECT_EQ(information.proc_name(pid, std::span(cut, 2)).bytes, 2);
   EXPECT_EQ(std::string(cut, 3), "a x");
 
   proc_taskallinfo task;
-  ASSERT_GT(information.proc_pidinfo(process, task).bytes, 0);
-  kill(process, SIGKILL);
+  ASSERT_GT(information.proc_pidinfo(pid, task).bytes, 0);
+  kill(pid, SIGKILL);
   child.status();
   std::vector<proc_fdinfo> none;
   socket_fdinfo socket;
   information.proc_listpids({});
   for (const ProcAnswer answer :
-       {information.proc_pidinfo(process, task), information.proc_pidinfo(process, none),
-        information.proc_pidfdinfo(process, 0, socket), information.proc_name(process, name),
-        information.proc_pidpath(process, whole)}) {
+       {information.proc_pidinfo(pid, task), information.proc_pidinfo(pid, none),
+        information.proc_pidfdinfo(pid, 0, socket), information.proc_name(pid, name),
+        information.proc_pidpath(pid, whole)}) {
     EXPECT_LE(answer.bytes, 0);
     EXPECT_EQ(answer.error, kNoSuchProcess);
   }
@@ -202,10 +202,10 @@ TEST(LinuxProcessInformation, ListsEveryDescriptorWhileSignalsArrive) {
     return 0;
   });
   siginfo_t ended{};
-  while (ended.si_pid == 0 && waitid(P_PID, static_cast<id_t>(child.process()), &ended,
-                                     WEXITED | WNOHANG | WNOWAIT) == 0) {
-    kill(child.process(), SIGSTOP);
-    kill(child.process(), SIGCONT);
+  while (ended.si_pid == 0 &&
+         waitid(P_PID, static_cast<id_t>(child.pid()), &ended, WEXITED | WNOHANG | WNOWAIT) == 0) {
+    kill(child.pid(), SIGSTOP);
+    kill(child.pid(), SIGCONT);
   }
   EXPECT_EQ(ended.si_status, 0);
 }

@@ -7,7 +7,7 @@ namespace zorva {
 /// Process names from procfs.
 class LinuxProcessTable : public ProcessTable {
  public:
-  std::optional<std::string> commandName(std::int32_t process) override;
+  std::optional<std::string> commandName(pid_t pid) override;
 };
 
 }  // namespace zorva

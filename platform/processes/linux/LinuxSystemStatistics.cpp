@@ -114,8 +114,8 @@ KernelResult LinuxSystemStatistics::listNumbers(int directory, std::vector<std::
 }
 
 // Lists the live threads in numbers_; a failure when the process has gone.
-KernelResult LinuxSystemStatistics::listThreads(std::int32_t process) {
-  const Descriptor tasks(openDirectory(proc_, ProcPath(process, "task").text()));
+KernelResult LinuxSystemStatistics::listThreads(pid_t pid) {
+  const Descriptor tasks(openDirectory(proc_, ProcPath(pid, "task").text()));
   if (!tasks) return failure(errno);
   KernelResult result = listNumbers(tasks.get(), numbers_);
   return result.ok() && numbers_.empty() ? failure(ESRCH) : result;
@@ -260,10 +260,10 @@ TaskListResult LinuxSystemStatistics::listTasks(std::vector<std::int32_t>& proce
   return {listNumbers(proc_, processes), TaskListStep::Tasks};
 }
 
-TaskSampleResult LinuxSystemStatistics::sampleTask(std::int32_t process, TaskDetail detail,
+TaskSampleResult LinuxSystemStatistics::sampleTask(pid_t pid, TaskDetail detail,
                                                    TaskSample& sample) {
   ProcStat stat;
-  if (auto result = readStat(ProcPath(process, "stat").text(), stat); !result.ok()) {
+  if (auto result = readStat(ProcPath(pid, "stat").text(), stat); !result.ok()) {
     return {std::move(result), TaskSampleStep::KernelProcess};
   }
   // The kernel appends to the names of its own workers what they are at.
@@ -273,7 +273,7 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(std::int32_t process, TaskDet
     if (!readHostStat(host).ok()) bootSeconds_ = 0;
   }
   const TimeValue sinceBoot = timeOfTicks(stat.startTicks, ticksPerSecond_);
-  sample.process.process = process;
+  sample.process.pid = pid;
   sample.process.parent = stat.parent;
   sample.process.group = stat.group;
   sample.process.user = 0;
@@ -295,22 +295,22 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(std::int32_t process, TaskDet
   if (detail == TaskDetail::None) return {};
 
   if (wants(detail, TaskDetail::Identity)) {
-    KernelResult result = readText(proc_, ProcPath(process, "status").text());
+    KernelResult result = readText(proc_, ProcPath(pid, "status").text());
     const auto user = result.ok() ? effectiveUser(text_) : std::nullopt;
     if (result.ok() && !user) result = garbled();
     if (!user) return {std::move(result), TaskSampleStep::KernelProcess};
     sample.process.user = *user;
   }
-  if (wants(detail, TaskDetail::Ports)) sample.ports = countDescriptors(process);
+  if (wants(detail, TaskDetail::Ports)) sample.ports = countDescriptors(pid);
   if (wants(detail, TaskDetail::Events)) {
     sample.events.faults = static_cast<std::uint32_t>(stat.minorFaults + stat.majorFaults);
     sample.events.pageIns = static_cast<std::uint32_t>(stat.majorFaults);
-    if (auto result = takeContextSwitches(process, sample.events); !result.ok()) {
+    if (auto result = takeContextSwitches(pid, sample.events); !result.ok()) {
       return {std::move(result), TaskSampleStep::TaskInformation};
     }
   }
   if (wants(detail, TaskDetail::Threads)) {
-    return {takeThreads(process, sample), TaskSampleStep::TaskInformation};
+    return {takeThreads(pid, sample), TaskSampleStep::TaskInformation};
   }
   return {};
 }
@@ -319,8 +319,8 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(std::int32_t process, TaskDet
 // rounds the times of process and threads each for itself, and threads go on running while they are
 // read: what they have more than the process is taken from the other kind of time, so that the sum
 // of all is the process's own wherever it can be.
-KernelResult LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample& sample) {
-  if (auto result = listThreads(process); !result.ok()) return result;
+KernelResult LinuxSystemStatistics::takeThreads(pid_t pid, TaskSample& sample) {
+  if (auto result = listThreads(pid); !result.ok()) return result;
   const auto microseconds = [](const TimeValue& time) {
     return std::int64_t{time.seconds} * 1000000 + time.microseconds;
   };
@@ -332,7 +332,7 @@ KernelResult LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample
   std::int64_t system = microseconds(sample.basic.systemTime);
   for (const std::int32_t thread : numbers_) {
     ProcStat stat;
-    if (!readStat(ProcPath(process, thread, "stat").text(), stat).ok()) continue;
+    if (!readStat(ProcPath(pid, thread, "stat").text(), stat).ok()) continue;
     sample.threads.push_back(threadOf(stat, ticksPerSecond_));
     user -= microseconds(sample.threads.back().userTime);
     system -= microseconds(sample.threads.back().systemTime);
@@ -345,12 +345,12 @@ KernelResult LinuxSystemStatistics::takeThreads(std::int32_t process, TaskSample
   return {};
 }
 
-KernelResult LinuxSystemStatistics::takeContextSwitches(std::int32_t process, TaskEvents& events) {
-  if (auto result = listThreads(process); !result.ok()) return result;
+KernelResult LinuxSystemStatistics::takeContextSwitches(pid_t pid, TaskEvents& events) {
+  if (auto result = listThreads(pid); !result.ok()) return result;
   std::uint64_t switches = 0;
   bool found = false;
   for (const std::int32_t thread : numbers_) {
-    if (!readText(proc_, ProcPath(process, thread, "status").text()).ok()) continue;
+    if (!readText(proc_, ProcPath(pid, thread, "status").text()).ok()) continue;
     found = true;
     switches += namedFigure(text_, "voluntary_ctxt_switches:").value_or(0);
     switches += namedFigure(text_, "nonvoluntary_ctxt_switches:").value_or(0);
@@ -359,8 +359,8 @@ KernelResult LinuxSystemStatistics::takeContextSwitches(std::int32_t process, Ta
   return found ? KernelResult{} : failure(ESRCH);
 }
 
-std::uint32_t LinuxSystemStatistics::countDescriptors(std::int32_t process) {
-  const Descriptor descriptors(openDirectory(proc_, ProcPath(process, "fd").text()));
+std::uint32_t LinuxSystemStatistics::countDescriptors(pid_t pid) {
+  const Descriptor descriptors(openDirectory(proc_, ProcPath(pid, "fd").text()));
   std::uint32_t count = 0;
   if (descriptors) {
     forEachEntry(descriptors.get(), entries_, [&](const char*) { ++count; });
@@ -368,16 +368,16 @@ std::uint32_t LinuxSystemStatistics::countDescriptors(std::int32_t process) {
   return count;
 }
 
-KernelResult LinuxSystemStatistics::memoryRegions(std::int32_t process,
+KernelResult LinuxSystemStatistics::memoryRegions(pid_t pid,
                                                   std::vector<MemoryRegion>& regions) {
-  KernelResult result = readText(proc_, ProcPath(process, "smaps").text());
+  KernelResult result = readText(proc_, ProcPath(pid, "smaps").text());
   if (result.ok()) parseMappings(text_, regions);
   return result;
 }
 
-KernelResult LinuxSystemStatistics::executablePath(std::int32_t process, std::span<char> buffer,
+KernelResult LinuxSystemStatistics::executablePath(pid_t pid, std::span<char> buffer,
                                                    std::size_t& length) {
-  const Descriptor file(::openat(proc_, ProcPath(process, "cmdline").text(), O_RDONLY | O_CLOEXEC));
+  const Descriptor file(::openat(proc_, ProcPath(pid, "cmdline").text(), O_RDONLY | O_CLOEXEC));
   if (!file) return failure(errno);
   const ssize_t count = readFully(file.get(), buffer);
   if (count < 0) return failure(errno);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 #include "platform/processes/SystemStatistics.h"
@@ -40,21 +41,20 @@ class LinuxSystemStatistics : public SystemStatistics {
   KernelResult blockDrivers(std::vector<std::string>& names) override;
   KernelResult blockDriverTransfers(const std::string& name, DiskTotals& transfers) override;
   TaskListResult listTasks(std::vector<std::int32_t>& processes) override;
-  TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail, TaskSample& sample) override;
-  KernelResult memoryRegions(std::int32_t process, std::vector<MemoryRegion>& regions) override;
+  TaskSampleResult sampleTask(pid_t pid, TaskDetail detail, TaskSample& sample) override;
+  KernelResult memoryRegions(pid_t pid, std::vector<MemoryRegion>& regions) override;
   std::string_view launcherCommand() override { return {}; }
-  KernelResult executablePath(std::int32_t process, std::span<char> buffer,
-                              std::size_t& length) override;
+  KernelResult executablePath(pid_t pid, std::span<char> buffer, std::size_t& length) override;
 
  private:
   KernelResult readText(int directory, const char* path);
   KernelResult readHostStat(HostStat& stat);
   KernelResult readStat(const char* path, ProcStat& stat);
   KernelResult listNumbers(int directory, std::vector<std::int32_t>& numbers);
-  KernelResult listThreads(std::int32_t process);
-  KernelResult takeThreads(std::int32_t process, TaskSample& sample);
-  KernelResult takeContextSwitches(std::int32_t process, TaskEvents& events);
-  std::uint32_t countDescriptors(std::int32_t process);
+  KernelResult listThreads(pid_t pid);
+  KernelResult takeThreads(pid_t pid, TaskSample& sample);
+  KernelResult takeContextSwitches(pid_t pid, TaskEvents& events);
+  std::uint32_t countDescriptors(pid_t pid);
 
   std::string sysRoot_;
   int proc_;  ///< descriptor of procfs, -1 without one

@@ -36,10 +36,10 @@ TEST(LinuxSystemStatisticsTest, TellsOfAProcessWhatTheKernelTells) {
     return raise(SIGSTOP);
   });
   rusage used{};
-  ASSERT_EQ(wait4(child.process(), nullptr, WUNTRACED, &used), child.process());
+  ASSERT_EQ(wait4(child.pid(), nullptr, WUNTRACED, &used), child.pid());
   TaskSample plain, sample, ghost;
-  ASSERT_TRUE(statistics.sampleTask(child.process(), TaskDetail::None, plain).ok());
-  ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, sample).ok());
+  ASSERT_TRUE(statistics.sampleTask(child.pid(), TaskDetail::None, plain).ok());
+  ASSERT_TRUE(statistics.sampleTask(child.pid(), kEveryTaskDetail, sample).ok());
   EXPECT_EQ(sample.process.user, root ? 12345u : geteuid());
   EXPECT_GT(sample.events.faults, 0u);
   EXPECT_GT(sample.events.contextSwitches, 0u);
@@ -60,25 +60,25 @@ TEST(LinuxSystemStatisticsTest, TellsOfAProcessWhatTheKernelTells) {
   EXPECT_NEAR(ended + live, total, 1e-6);
 
   std::vector<MemoryRegion> regions;
-  ASSERT_TRUE(statistics.memoryRegions(child.process(), regions).ok());
+  ASSERT_TRUE(statistics.memoryRegions(child.pid(), regions).ok());
   EXPECT_TRUE(std::ranges::any_of(regions, &MemoryRegion::sharedFramework));
   EXPECT_TRUE(std::ranges::any_of(regions, &MemoryRegion::residentSize));
   char path[64];
   std::size_t length = 0;
-  ASSERT_TRUE(statistics.executablePath(child.process(), path, length).ok());
+  ASSERT_TRUE(statistics.executablePath(child.pid(), path, length).ok());
   EXPECT_TRUE(length > 0 && length <= sizeof path) << length;
   EXPECT_EQ(std::string_view(path, length).find('\0'), std::string_view::npos);
 
-  kill(child.process(), SIGKILL);
+  kill(child.pid(), SIGKILL);
   siginfo_t information;
-  waitid(P_PID, static_cast<id_t>(child.process()), &information, WEXITED | WNOWAIT);
-  ASSERT_TRUE(statistics.sampleTask(child.process(), kEveryTaskDetail, ghost).ok());
+  waitid(P_PID, static_cast<id_t>(child.pid()), &information, WEXITED | WNOWAIT);
+  ASSERT_TRUE(statistics.sampleTask(child.pid(), kEveryTaskDetail, ghost).ok());
   EXPECT_TRUE(ghost.process.zombie);
   EXPECT_EQ(ghost.process.command, "ghost");
   std::vector<std::int32_t> processes;
   ASSERT_TRUE(statistics.listTasks(processes).ok());
-  EXPECT_TRUE(std::ranges::binary_search(processes, child.process()));
-  EXPECT_EQ(LinuxProcessTable().commandName(child.process()), "ghost");
+  EXPECT_TRUE(std::ranges::binary_search(processes, child.pid()));
+  EXPECT_EQ(LinuxProcessTable().commandName(child.pid()), "ghost");
   EXPECT_FALSE(LinuxProcessTable().commandName(INT32_MAX));
 }
 

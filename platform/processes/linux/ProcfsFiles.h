@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include "platform/base/Descriptor.h"
@@ -29,9 +30,9 @@ inline KernelResult resultOf(int error) {
 /// "PID/stat", or "PID/task/TID/stat": a path below the root of procfs.
 class ProcPath {
  public:
-  ProcPath(std::int32_t process, const char* file) { append(process).append("/").append(file); }
-  ProcPath(std::int32_t process, std::int32_t thread, const char* file) {
-    append(process).append("/task/").append(thread).append("/").append(file);
+  ProcPath(pid_t pid, const char* file) { append(pid).append("/").append(file); }
+  ProcPath(pid_t pid, std::int32_t thread, const char* file) {
+    append(pid).append("/task/").append(thread).append("/").append(file);
   }
   const char* text() const { return text_; }
 
@@ -66,8 +67,8 @@ inline ssize_t readFully(int file, std::span<char> buffer) {
 
 /// The short name of a process or of a thread of the kernel, whose names are the longest; nothing,
 /// with errno, when it cannot be read. The directory is the root of procfs.
-inline std::optional<std::string> readProcessName(int procfs, std::int32_t process) {
-  const Descriptor file(::openat(procfs, ProcPath(process, "comm").text(), O_RDONLY | O_CLOEXEC));
+inline std::optional<std::string> readProcessName(int procfs, pid_t pid) {
+  const Descriptor file(::openat(procfs, ProcPath(pid, "comm").text(), O_RDONLY | O_CLOEXEC));
   char text[128];
   const ssize_t length = file ? ::read(file.get(), text, sizeof text) : -1;
   if (length < 0) return std::nullopt;

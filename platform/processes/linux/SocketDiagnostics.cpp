@@ -178,7 +178,7 @@ void SocketDiagnostics::take() {
       const NetlinkAnswer answer =
           answers ? dump(netlink, protocol, ipv6 ? AF_INET6 : AF_INET) : NetlinkAnswer::Refused;
       if (answer == NetlinkAnswer::Done) continue;
-      if (answer == NetlinkAnswer::GoesOn) answers = false;  // asking again would take as long
+      if (answer == NetlinkAnswer::GoesOn) answers = false;  // asking again would be no better
       readTable(protocol, ipv6);
     }
   }
@@ -218,20 +218,17 @@ NetlinkAnswer SocketDiagnostics::dump(NetlinkSocket& netlink, SocketProtocol pro
   message.request.idiag_states = ~(1U << kKernelTimeWait | 1U << kKernelNewSynReceived);
 
   const std::size_t before = sockets_.size();
-  for (int tries = 0; tries < 2; ++tries) {
-    sockets_.resize(before);
-    bool whole = true;
-    const NetlinkAnswer answer = netlink.request(
-        {reinterpret_cast<std::uint8_t*>(&message), sizeof message}, [&](const nlmsghdr& each) {
-          whole = readSocketMessage(each, protocol, sockets_) && whole;
-        });
-    if (answer == NetlinkAnswer::Done && whole) return answer;
-    if (answer != NetlinkAnswer::Interrupted || !whole) {
-      sockets_.resize(before);
-      return answer == NetlinkAnswer::GoesOn ? answer : NetlinkAnswer::Refused;
-    }
+  bool whole = true;
+  const NetlinkAnswer answer = netlink.request(
+      {reinterpret_cast<std::uint8_t*>(&message), sizeof message},
+      [&](const nlmsghdr& each) { whole = readSocketMessage(each, protocol, sockets_) && whole; },
+      [&] { sockets_.resize(before); });
+  // Of a list that was interrupted again few sockets can be missing.
+  if (whole && (answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted)) {
+    return NetlinkAnswer::Done;
   }
-  return NetlinkAnswer::Done;  // interrupted twice: few sockets can be missing
+  sockets_.resize(before);
+  return answer == NetlinkAnswer::GoesOn ? answer : NetlinkAnswer::Refused;
 }
 
 void SocketDiagnostics::readTable(SocketProtocol protocol, bool ipv6) {

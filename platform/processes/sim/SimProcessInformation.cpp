@@ -52,11 +52,10 @@ ProcAnswer SimProcessInformation::proc_listpids(std::span<std::int32_t> processe
   return {static_cast<int>(count * sizeof(std::int32_t)), 0};
 }
 
-ProcAnswer SimProcessInformation::proc_pidinfo(std::int32_t process,
-                                               proc_taskallinfo& information) {
+ProcAnswer SimProcessInformation::proc_pidinfo(pid_t pid, proc_taskallinfo& information) {
   if (const auto error = taskInformationFault_.struckResult<int>()) return {0, *error};
   if (const auto bytes = taskBytesInstead_.struckResult<int>()) return {*bytes, 0};
-  const SimProcess* found = table_.find(process);
+  const SimProcess* found = table_.find(pid);
   if (found == nullptr) return {0, kNoSuchProcess};
   information.openFiles = static_cast<std::uint32_t>(found->descriptors.size());
   if (const auto count = openFilesInstead_.struckResult<std::uint32_t>()) {
@@ -65,12 +64,11 @@ ProcAnswer SimProcessInformation::proc_pidinfo(std::int32_t process,
   return {kProcTaskAllInfoSize, 0};
 }
 
-ProcAnswer SimProcessInformation::proc_pidinfo(std::int32_t process,
-                                               std::span<proc_fdinfo> descriptors) {
+ProcAnswer SimProcessInformation::proc_pidinfo(pid_t pid, std::span<proc_fdinfo> descriptors) {
   constexpr std::uint32_t kDescriptorIsFile = 1;
 
   if (const auto error = descriptorsFault_.struckResult<int>()) return {0, *error};
-  const SimProcess* found = table_.find(process);
+  const SimProcess* found = table_.find(pid);
   if (found == nullptr) return {0, kNoSuchProcess};
   const auto& all = found->descriptors;
   std::size_t count = 0;
@@ -80,11 +78,11 @@ ProcAnswer SimProcessInformation::proc_pidinfo(std::int32_t process,
   return {static_cast<int>(count * sizeof(proc_fdinfo)), 0};
 }
 
-ProcAnswer SimProcessInformation::proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
+ProcAnswer SimProcessInformation::proc_pidfdinfo(pid_t pid, std::int32_t descriptor,
                                                  socket_fdinfo& socket) {
   if (const auto error = socketFault_.struckResult<int>()) return {0, *error};
   if (const auto bytes = socketBytesInstead_.struckResult<int>()) return {*bytes, 0};
-  const SimProcess* found = table_.find(process);
+  const SimProcess* found = table_.find(pid);
   if (found == nullptr) return {0, kNoSuchProcess};
   const auto open = found->descriptors.find(descriptor);
   if (open == found->descriptors.end() || !open->second) return {0, kBadDescriptor};
@@ -92,16 +90,16 @@ ProcAnswer SimProcessInformation::proc_pidfdinfo(std::int32_t process, std::int3
   return {kSocketFdInfoSize, 0};
 }
 
-ProcAnswer SimProcessInformation::proc_name(std::int32_t process, std::span<char> name) {
+ProcAnswer SimProcessInformation::proc_name(pid_t pid, std::span<char> name) {
   if (const auto error = nameFault_.struckResult<int>()) return {0, *error};
-  const SimProcess* found = table_.find(process);
+  const SimProcess* found = table_.find(pid);
   if (found == nullptr) return {0, kNoSuchProcess};
   return answerText(found->name, name);
 }
 
-ProcAnswer SimProcessInformation::proc_pidpath(std::int32_t process, std::span<char> path) {
+ProcAnswer SimProcessInformation::proc_pidpath(pid_t pid, std::span<char> path) {
   if (const auto error = pathFault_.struckResult<int>()) return {0, *error};
-  const SimProcess* found = table_.find(process);
+  const SimProcess* found = table_.find(pid);
   if (found == nullptr) return {0, kNoSuchProcess};
   return answerText(found->path, path);
 }

@@ -13,12 +13,11 @@ class SimProcessInformation : public ProcessInformation {
   SimProcessInformation(SimFaults& faults, const SimProcessTable& table);
 
   ProcAnswer proc_listpids(std::span<std::int32_t> processes) override;
-  ProcAnswer proc_pidinfo(std::int32_t process, proc_taskallinfo& information) override;
-  ProcAnswer proc_pidinfo(std::int32_t process, std::span<proc_fdinfo> descriptors) override;
-  ProcAnswer proc_pidfdinfo(std::int32_t process, std::int32_t descriptor,
-                            socket_fdinfo& socket) override;
-  ProcAnswer proc_name(std::int32_t process, std::span<char> name) override;
-  ProcAnswer proc_pidpath(std::int32_t process, std::span<char> path) override;
+  ProcAnswer proc_pidinfo(pid_t pid, proc_taskallinfo& information) override;
+  ProcAnswer proc_pidinfo(pid_t pid, std::span<proc_fdinfo> descriptors) override;
+  ProcAnswer proc_pidfdinfo(pid_t pid, std::int32_t descriptor, socket_fdinfo& socket) override;
+  ProcAnswer proc_name(pid_t pid, std::span<char> name) override;
+  ProcAnswer proc_pidpath(pid_t pid, std::span<char> path) override;
 
  private:
   const SimProcessTable& table_;

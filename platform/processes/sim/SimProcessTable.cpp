@@ -136,38 +136,38 @@ SimProcessTable::SimProcessTable(SimParts& parts, SimSystemStatistics& statistic
   parts.sections.addStep("sockets", [this](const ScenarioNode& node) { return readSockets(node); });
 }
 
-void SimProcessTable::setProcess(std::int32_t process, const std::string& name, double cpuSeconds) {
-  processes_[process] = {name.substr(0, 16), "", {}};
-  statistics_.setTask(process, processes_[process].name, timeValueOf(cpuSeconds));
+void SimProcessTable::setProcess(pid_t pid, const std::string& name, double cpuSeconds) {
+  processes_[pid] = {name.substr(0, 16), "", {}};
+  statistics_.setTask(pid, processes_[pid].name, timeValueOf(cpuSeconds));
 }
 
-void SimProcessTable::setPath(std::int32_t process, const std::string& path) {
-  processes_.at(process).path = path;
-  statistics_.task(process).executablePath = path;
+void SimProcessTable::setPath(pid_t pid, const std::string& path) {
+  processes_.at(pid).path = path;
+  statistics_.task(pid).executablePath = path;
 }
 
-void SimProcessTable::open(std::int32_t process, const std::optional<socket_fdinfo>& socket) {
-  auto& descriptors = processes_.at(process).descriptors;
+void SimProcessTable::open(pid_t pid, const std::optional<socket_fdinfo>& socket) {
+  auto& descriptors = processes_.at(pid).descriptors;
   std::int32_t number = 0;
   while (descriptors.contains(number)) ++number;
   descriptors.emplace(number, socket);
 }
 
-void SimProcessTable::close(std::int32_t process, const std::string& socket) {
-  auto& descriptors = processes_.at(process).descriptors;
+void SimProcessTable::close(pid_t pid, const std::string& socket) {
+  auto& descriptors = processes_.at(pid).descriptors;
   const auto found = std::find_if(descriptors.begin(), descriptors.end(), [&](const auto& each) {
     return each.second && nameOf(*each.second) == socket;
   });
   if (found != descriptors.end()) descriptors.erase(found);
 }
 
-void SimProcessTable::endProcess(std::int32_t process) {
-  processes_.erase(process);
-  statistics_.removeTask(process);
+void SimProcessTable::endProcess(pid_t pid) {
+  processes_.erase(pid);
+  statistics_.removeTask(pid);
 }
 
-void SimProcessTable::addCpuTime(std::int32_t process, double seconds) {
-  TimeValue& time = statistics_.task(process).sample.basic.userTime;
+void SimProcessTable::addCpuTime(pid_t pid, double seconds) {
+  TimeValue& time = statistics_.task(pid).sample.basic.userTime;
   time = timeValueOf(time.seconds + time.microseconds * 1e-6 + seconds);
 }
 
@@ -178,9 +178,9 @@ void SimProcessTable::clear() {
 std::map<std::int32_t, SimProcessTable::PlannedSockets>& SimProcessTable::planned() {
   if (!planned_) {
     planned_.emplace();
-    for (const auto& [id, process] : processes_) {
+    for (const auto& [id, pid] : processes_) {
       PlannedSockets& sockets = (*planned_)[id];
-      for (const auto& [number, socket] : process.descriptors) {
+      for (const auto& [number, socket] : pid.descriptors) {
         if (socket) sockets.insert(nameOf(*socket));
       }
     }
@@ -190,12 +190,12 @@ std::map<std::int32_t, SimProcessTable::PlannedSockets>& SimProcessTable::planne
 
 ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
   const auto keys = node.keys({"id", "name", "cpu_time", "path", "open_files", "sockets"});
-  const auto process = static_cast<std::int32_t>(keys.require("id").integer(0, INT32_MAX));
+  const auto pid = static_cast<std::int32_t>(keys.require("id").integer(0, INT32_MAX));
   const auto* cpuTime = keys.find("cpu_time");
   const auto* path = keys.find("path");
   const auto* files = keys.find("open_files");
   const auto* sockets = keys.find("sockets");
-  const auto [plan, isNew] = planned().try_emplace(process);
+  const auto [plan, isNew] = planned().try_emplace(pid);
   if (!isNew) keys.require("id").refuse("there is a process of this id already");
   std::vector<std::optional<socket_fdinfo>> descriptors(
       static_cast<std::size_t>(files ? files->integer(0, 1024) : 0));
@@ -206,28 +206,28 @@ ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
       plan->second.insert(nameOf(*descriptors.back()));
     }
   }
-  return [this, process, name = keys.require("name").text(),
-          seconds = cpuTime ? cpuTime->seconds() : 0.0,
-          executable = path ? path->text() : std::string(), descriptors] {
-    setProcess(process, name, seconds);
-    if (!executable.empty()) setPath(process, executable);
-    for (const auto& descriptor : descriptors) open(process, descriptor);
-  };
+  return
+      [this, pid, name = keys.require("name").text(), seconds = cpuTime ? cpuTime->seconds() : 0.0,
+       executable = path ? path->text() : std::string(), descriptors] {
+        setProcess(pid, name, seconds);
+        if (!executable.empty()) setPath(pid, executable);
+        for (const auto& descriptor : descriptors) open(pid, descriptor);
+      };
 }
 
 std::int32_t SimProcessTable::readId(const ScenarioNode& node) {
-  const auto process = static_cast<std::int32_t>(node.integer(0, INT32_MAX));
-  if (!planned().contains(process)) node.refuse("there is no process of this id then");
-  return process;
+  const auto pid = static_cast<std::int32_t>(node.integer(0, INT32_MAX));
+  if (!planned().contains(pid)) node.refuse("there is no process of this id then");
+  return pid;
 }
 
 ScenarioAction SimProcessTable::readSockets(const ScenarioNode& node) {
   const auto readOpen = [this](const ScenarioNode& opened) -> ScenarioAction {
     const auto keys = opened.keys({"process", "tcp", "udp", "other", "remote", "state"});
-    const std::int32_t process = readId(keys.require("process"));
+    const pid_t pid = readId(keys.require("process"));
     const socket_fdinfo socket = readSocket(opened, keys);
-    planned().at(process).insert(nameOf(socket));
-    return [this, process, socket] { open(process, socket); };
+    planned().at(pid).insert(nameOf(socket));
+    return [this, pid, socket] { open(pid, socket); };
   };
   return node.actions(
       {{"open",
@@ -240,13 +240,13 @@ ScenarioAction SimProcessTable::readSockets(const ScenarioNode& node) {
 
 ScenarioAction SimProcessTable::readClose(const ScenarioNode& node) {
   const auto keys = node.keys({"process", "tcp", "udp", "other"});
-  const std::int32_t process = readId(keys.require("process"));
+  const pid_t pid = readId(keys.require("process"));
   const std::string socket = nameOf(readSocket(node, keys));
-  PlannedSockets& sockets = planned().at(process);
+  PlannedSockets& sockets = planned().at(pid);
   const auto found = sockets.find(socket);
   if (found == sockets.end()) node.refuse("the process has no such socket then");
   sockets.erase(found);
-  return [this, process, socket] { close(process, socket); };
+  return [this, pid, socket] { close(pid, socket); };
 }
 
 ScenarioAction SimProcessTable::readStep(const ScenarioNode& node) {
@@ -260,18 +260,17 @@ ScenarioAction SimProcessTable::readStep(const ScenarioNode& node) {
        {"end",
         [this, idOf](const ScenarioNode& ended) {
           return eachOf(ended.oneOrMore(), [this, idOf](const ScenarioNode& id) -> ScenarioAction {
-            const std::int32_t process = idOf(id);
-            planned().erase(process);
-            return [this, process] { endProcess(process); };
+            const pid_t pid = idOf(id);
+            planned().erase(pid);
+            return [this, pid] { endProcess(pid); };
           });
         }},
        {"add_cpu_time", [this, idOf](const ScenarioNode& times) {
           return eachEntryOf(
               times,
               [this, idOf](const ScenarioNode& id, const ScenarioNode& time) -> ScenarioAction {
-                return [this, process = idOf(id), seconds = time.seconds()] {
-                  addCpuTime(process, seconds);
-                };
+                return
+                    [this, pid = idOf(id), seconds = time.seconds()] { addCpuTime(pid, seconds); };
               });
         }}});
 }

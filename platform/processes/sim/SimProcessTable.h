@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <sys/types.h>
 
 #include "platform/processes/ProcessInformation.h"
 #include "platform/processes/ProcessTable.h"
@@ -31,27 +32,27 @@ class SimProcessTable : public ProcessTable {
  public:
   SimProcessTable(SimParts& parts, SimSystemStatistics& statistics);
 
-  std::optional<std::string> commandName(std::int32_t process) override {
-    const SimProcess* found = find(process);
+  std::optional<std::string> commandName(pid_t pid) override {
+    const SimProcess* found = find(pid);
     if (commandNameFault_.strikes() || found == nullptr) return std::nullopt;
     return found->name;
   }
 
   /// Starts a process, or replaces the one with that id. The kernel keeps 16 bytes of the name.
-  void setProcess(std::int32_t process, const std::string& name, double cpuSeconds = 0);
-  void setPath(std::int32_t process, const std::string& path);
-  void endProcess(std::int32_t process);
+  void setProcess(pid_t pid, const std::string& name, double cpuSeconds = 0);
+  void setPath(pid_t pid, const std::string& path);
+  void endProcess(pid_t pid);
   /// Opens a socket, or a file, in a process that is there, under the lowest number that is free
   /// there.
-  void open(std::int32_t process, const std::optional<socket_fdinfo>& socket);
+  void open(pid_t pid, const std::optional<socket_fdinfo>& socket);
   /// Lets a process that is there use the processor for so long.
-  void addCpuTime(std::int32_t process, double seconds);
+  void addCpuTime(pid_t pid, double seconds);
 
   /// By id.
   const std::map<std::int32_t, SimProcess>& all() const { return processes_; }
   /// The process, or nothing when it is not there.
-  const SimProcess* find(std::int32_t process) const {
-    const auto found = processes_.find(process);
+  const SimProcess* find(pid_t pid) const {
+    const auto found = processes_.find(pid);
     return found == processes_.end() ? nullptr : &found->second;
   }
 
@@ -63,7 +64,7 @@ class SimProcessTable : public ProcessTable {
   std::int32_t readId(const ScenarioNode& node);
   ScenarioAction readSockets(const ScenarioNode& node);
   ScenarioAction readClose(const ScenarioNode& node);
-  void close(std::int32_t process, const std::string& socket);
+  void close(pid_t pid, const std::string& socket);
   /// The processes that will be there when the step that is being read happens.
   std::map<std::int32_t, PlannedSockets>& planned();
   void clear();

@@ -49,14 +49,13 @@ SimSystemStatistics::SimSystemStatistics(SimFaults& faults, const Clock& clock) 
 }
 
 void SimSystemStatistics::setTask(Task task) {
-  const std::int32_t process = task.sample.process.process;
-  tasks_.insert_or_assign(process, std::move(task));
+  const pid_t pid = task.sample.process.pid;
+  tasks_.insert_or_assign(pid, std::move(task));
 }
 
-void SimSystemStatistics::setTask(std::int32_t process, const std::string& command,
-                                  TimeValue cpuTime) {
+void SimSystemStatistics::setTask(pid_t pid, const std::string& command, TimeValue cpuTime) {
   Task task;
-  task.sample.process.process = process;
+  task.sample.process.pid = pid;
   task.sample.process.command = command;
   task.sample.basic.userTime = cpuTime;
   task.sample.threads.emplace_back().runState = kThreadWaiting;
@@ -155,18 +154,17 @@ TaskListResult SimSystemStatistics::listTasks(std::vector<std::int32_t>& process
     if (KernelResult result = enter(operation); !result.ok()) return {std::move(result), step};
   }
   processes.clear();
-  for (const auto& [process, task] : tasks_) processes.push_back(process);
+  for (const auto& [pid, task] : tasks_) processes.push_back(pid);
   if (const auto ended = std::exchange(ending_, std::nullopt)) tasks_.erase(*ended);
   return {};
 }
 
-TaskSampleResult SimSystemStatistics::sampleTask(std::int32_t process, TaskDetail detail,
-                                                 TaskSample& sample) {
+TaskSampleResult SimSystemStatistics::sampleTask(pid_t pid, TaskDetail detail, TaskSample& sample) {
   lastDetail_ = detail;
   constexpr std::pair<Operation, TaskSampleStep> kSteps[] = {
       {Operation::KernelProcess, TaskSampleStep::KernelProcess},
       {Operation::TaskInformation, TaskSampleStep::TaskInformation}};
-  const auto task = tasks_.find(process);
+  const auto task = tasks_.find(pid);
   for (const auto& [operation, step] : kSteps) {
     KernelResult result = enter(operation);
     if (result.ok() && task == tasks_.end()) result = kNoSuchProcess;
@@ -189,21 +187,20 @@ TaskSampleResult SimSystemStatistics::sampleTask(std::int32_t process, TaskDetai
   return {};
 }
 
-KernelResult SimSystemStatistics::memoryRegions(std::int32_t process,
-                                                std::vector<MemoryRegion>& regions) {
+KernelResult SimSystemStatistics::memoryRegions(pid_t pid, std::vector<MemoryRegion>& regions) {
   KernelResult result = enter(Operation::MemoryRegions);
   if (!result.ok()) return result;
-  const auto task = tasks_.find(process);
+  const auto task = tasks_.find(pid);
   if (task == tasks_.end()) return kNoSuchProcess;
   regions = task->second.regions;
   return result;
 }
 
-KernelResult SimSystemStatistics::executablePath(std::int32_t process, std::span<char> buffer,
+KernelResult SimSystemStatistics::executablePath(pid_t pid, std::span<char> buffer,
                                                  std::size_t& length) {
   KernelResult result = enter(Operation::ExecutablePath);
   if (!result.ok()) return result;
-  const auto task = tasks_.find(process);
+  const auto task = tasks_.find(pid);
   if (task == tasks_.end()) return kNoSuchProcess;
   length = task->second.executablePath.copy(buffer.data(), buffer.size());
   return result;

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <utility>
 #include <vector>
 
@@ -52,12 +53,12 @@ class SimSystemStatistics : public SystemStatistics {
   void setTask(Task task);
   /// The same for one with a name and a CPU time, all of it used by threads that have exited, and
   /// one waiting thread.
-  void setTask(std::int32_t process, const std::string& command, TimeValue cpuTime);
+  void setTask(pid_t pid, const std::string& command, TimeValue cpuTime);
   /// The task of the table, for changes; it must be there.
-  Task& task(std::int32_t process) { return tasks_.at(process); }
-  void removeTask(std::int32_t process) { tasks_.erase(process); }
+  Task& task(pid_t pid) { return tasks_.at(pid); }
+  void removeTask(pid_t pid) { tasks_.erase(pid); }
   /// Lets the task be in the next list and end right after it.
-  void endAfterNextListing(std::int32_t process) { ending_ = process; }
+  void endAfterNextListing(pid_t pid) { ending_ = pid; }
 
   enum class Operation {
     TimeOfDay,
@@ -105,11 +106,10 @@ class SimSystemStatistics : public SystemStatistics {
   KernelResult blockDrivers(std::vector<std::string>& names) override;
   KernelResult blockDriverTransfers(const std::string& name, DiskTotals& transfers) override;
   TaskListResult listTasks(std::vector<std::int32_t>& processes) override;
-  TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail, TaskSample& sample) override;
-  KernelResult memoryRegions(std::int32_t process, std::vector<MemoryRegion>& regions) override;
+  TaskSampleResult sampleTask(pid_t pid, TaskDetail detail, TaskSample& sample) override;
+  KernelResult memoryRegions(pid_t pid, std::vector<MemoryRegion>& regions) override;
   std::string_view launcherCommand() override { return system.launcherCommand; }
-  KernelResult executablePath(std::int32_t process, std::span<char> buffer,
-                              std::size_t& length) override;
+  KernelResult executablePath(pid_t pid, std::span<char> buffer, std::size_t& length) override;
 
  private:
   // Counts the call; the failure that was wanted for it, or ok.

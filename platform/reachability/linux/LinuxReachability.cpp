@@ -1,5 +1,6 @@
 #include "platform/reachability/linux/LinuxReachability.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -67,7 +68,10 @@ class Routing {
   /// False when the kernel does not answer.
   bool readLinks() {
     auto request = requestOf(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{});
-    return isWhole(socket_.request(request, [&](const nlmsghdr& each) { readLink(each, links_); }));
+    const auto read = [&](const nlmsghdr& each) { readLink(each, links_); };
+    const NetlinkAnswer answer = socket_.request(request, read, [&] { links_.clear(); });
+    // Of a list that was interrupted again few links can be missing.
+    return answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted;
   }
 
   /// The link over which the kernel would send to the address, if it is up.
@@ -89,24 +93,37 @@ class Routing {
 
   /// Whether what goes over the link leaves the device over a mobile interface.
   bool goesOverMobile(int link, std::uint8_t family) {
-    for (int depth = 0; depth < kMaxStacked && links_.contains(link); ++depth) {
-      if (isMobile(links_[link], directory_)) return true;
-      if (links_[link].lower == 0 || links_[link].lower == link) break;
-      link = links_[link].lower;
-    }
-    if (!isVirtual(links_[link])) return false;
-    const auto carrier = carrierOf(link, family);
-    return carrier && isMobile(links_[*carrier], directory_);
+    const auto carrier = isTunnel(link) ? carrierOf(link, family) : link;
+    return carrier && isOrStandsOnMobile(*carrier);
   }
 
  private:
-  static bool isWhole(NetlinkAnswer answer) {
-    return answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted;
+  std::string pathOf(int link) { return directory_ + "/" + links_[link].name; }
+
+  // The links that it stands on: the ports of a bridge, bond or team, the link below a VLAN.
+  std::vector<int> lowersOf(int link) {
+    std::vector<int> lowers;
+    for (const std::string& entry : entryNames(pathOf(link))) {
+      for (const auto& [index, other] : links_) {
+        if (entry == "lower_" + other.name) lowers.push_back(index);
+      }
+    }
+    if (lowers.empty() && links_[link].lower != 0) lowers.push_back(links_[link].lower);
+    return lowers;
   }
 
-  // A tunnel's link has no device behind it.
-  bool isVirtual(const NetworkLink& link) const {
-    return !std::filesystem::exists(directory_ + "/" + link.name + "/device");
+  bool isOrStandsOnMobile(int link, int depth = 0) {
+    if (depth == kMaxStacked || !links_.contains(link)) return false;
+    if (isMobile(links_[link], directory_)) return true;
+    const auto lowers = lowersOf(link);
+    return std::any_of(lowers.begin(), lowers.end(),
+                       [&](int lower) { return isOrStandsOnMobile(lower, depth + 1); });
+  }
+
+  // The kernel names nothing that carries it.
+  bool isTunnel(int link) {
+    return !isMobile(links_[link], directory_) &&
+           !std::filesystem::exists(pathOf(link) + "/device") && lowersOf(link).empty();
   }
 
   // A virtual private network sends by the way that there was before it: by the best default route,
@@ -115,15 +132,16 @@ class Routing {
     std::vector<WayOut> ways;
     for (const std::uint8_t asked :
          {family, std::uint8_t(family == AF_INET ? AF_INET6 : AF_INET)}) {
+      const std::size_t before = ways.size();
       rtmsg header{};
       header.rtm_family = asked;
       auto request = requestOf(RTM_GETROUTE, NLM_F_DUMP, header);
-      socket_.request(request, [&](const nlmsghdr& each) { readWaysOut(each, ways); });
+      const auto read = [&](const nlmsghdr& each) { readWaysOut(each, ways); };
+      socket_.request(request, read, [&] { ways.resize(before); });
     }
     const WayOut* best = nullptr;
     for (const WayOut& way : ways) {
-      const bool tunnelToo = isVirtual(links_[way.link]) && !isMobile(links_[way.link], directory_);
-      if (way.link == tunnel || tunnelToo || !links_[way.link].up) continue;
+      if (way.link == tunnel || isTunnel(way.link) || !links_[way.link].up) continue;
       if (best == nullptr || way < *best) best = &way;
     }
     return best != nullptr ? std::optional(best->link) : std::nullopt;

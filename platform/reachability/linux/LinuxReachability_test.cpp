@@ -31,10 +31,21 @@ TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
           ip("addr add 10.9." + std::string(link == "lan0" ? "2" : "1") + ".1/24 dev " + link));
       EXPECT_TRUE(ip("link set " + link + " up") && ip("link set " + link + "p up"));
     }
-
-    const DirectoryForTest links;  // those that have a device behind them
-    for (const char* name : {"wwan7", "lan0"})
-      links.write(std::string(name) + "/device/uevent", "");
+    EXPECT_TRUE(ip("link add name any type veth peer name anyp"));
+    EXPECT_TRUE(ip("link set any up") && ip("link set anyp up"));
+    const DirectoryForTest links;  // shows the two devices, and the ports of two bridges
+    for (const char* file : {"wwan7/device/uevent", "lan0/device/uevent", "br5/lower_lan0p",
+                             "br6/lower_anyp", "br6/lower_wwan7p"}) {
+      links.write(file, "");
+    }
+    // Without its ports a bridge is the same as a tunnel.
+    for (const auto& [bridge, port] : {std::pair<std::string, std::string>{"br5", "lan0p"},
+                                       {"br6", "wwan7p"},
+                                       {"tun5", "anyp"}}) {
+      if (!ip("link add name " + bridge + " type bridge")) return kSkipped;
+      EXPECT_TRUE(ip("link set " + port + " master " + bridge));
+      EXPECT_TRUE(bridge == "tun5" || ip("link set " + bridge + " up"));
+    }
     const LoopForTest loop;
     LinuxReachability service(loop.event(), links / "");
     const auto target = service.createTarget({});
@@ -58,15 +69,16 @@ TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
         {"link set wwan7 up", 0x2},
         {"route del default metric 9", 0x0},
         // A virtual private network over the modem: halves, with the default route left as it was.
-        {"link add name tun5 type veth peer name tun5p", 0x0},
-        {"link set tun5p up", 0x0},
         {"link set tun5 up", 0x0},
         {"route add 0.0.0.0/1 dev tun5", 0x0},
         {"route add 128.0.0.0/1 dev tun5", 0x2},
         {"route add default via 10.9.1.2", 0x40002},
         {"route del default via 10.9.1.2", 0x2},
         {"route add 192.0.2.1 via 10.9.1.2", 0x40002},  // only its server by the modem
-        {"link del tun5", 0x0},
+        {"route add default dev br5", 0x2},  // its ports carry it, whatever other ways there are
+        {"link del tun5", 0x2},
+        {"route replace default dev br6", 0x40002},
+        {"route del default", 0x0},
         {"-6 route add default dev wwan7", 0x40002},
         {"link set wwan7 down", 0x0},
         {"link set lan0 down", 0x0}};

@@ -39,10 +39,9 @@ void readLink(const nlmsghdr& message, std::map<int, NetworkLink>& links) {
   link.type = info->ifi_type;
   link.up = (info->ifi_flags & IFF_UP) != 0 && (info->ifi_flags & IFF_RUNNING) != 0;
   link.name = attributes->text(IFLA_IFNAME).value_or("");
-  // In another network namespace the index is of a link that is not ours.
-  if (!attributes->find(IFLA_LINK_NETNSID)) {
-    link.lower = static_cast<int>(attributes->number(IFLA_LINK).value_or(0));
-  }
+  link.lower = attributes->find(IFLA_LINK_NETNSID)
+                   ? NetworkLink::kElsewhere
+                   : static_cast<int>(attributes->number(IFLA_LINK).value_or(0));
   links[info->ifi_index] = std::move(link);
 }
 

@@ -14,7 +14,8 @@ struct NetworkLink {
   std::string name;
   unsigned type = 0;  ///< ARPHRD_
   bool up = false;    ///< and has a carrier
-  int lower = 0;      ///< index of the link that it stands on (VLAN, tunnel), or 0
+  int lower = 0;      ///< index of the link that it stands on (VLAN, tunnel), or 0, or kElsewhere
+  static constexpr int kElsewhere = -1;  ///< in another network namespace
 };
 
 /// A way out that a route offers; the least is the one that is taken first.

@@ -17,7 +17,7 @@ namespace zorva {
 namespace {
 
 // So many bytes of lines wait for standard error; what goes beyond is written at once.
-constexpr std::size_t kMaxWaiting = 64 * 1024;
+constexpr std::size_t kMaxWaiting = 65536;
 
 // Whether a syslog daemon is there: syslog(3) itself does not say whether a line arrived.
 bool syslogIsReachable() {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <linux/thermal.h>
+#include <optional>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <utility>
@@ -44,7 +45,8 @@ bool thermalLevelMayHaveChanged(std::span<const std::uint8_t> messages, int fami
 
 ThermalEvents::ThermalEvents(sd_event* event, std::function<void()> mayHaveChanged)
     : mayHaveChanged_(std::move(mayHaveChanged)) {
-  const auto family = findGenericFamily(THERMAL_GENL_FAMILY_NAME);
+  std::optional<GenericFamily> family;
+  findGenericFamily(THERMAL_GENL_FAMILY_NAME, family);
   if (!family || !family->groups.contains(THERMAL_GENL_EVENT_GROUP_NAME)) return;
   family_ = family->id;
   socket_ = openNetlink(NETLINK_GENERIC, {family->groups.at(THERMAL_GENL_EVENT_GROUP_NAME)});

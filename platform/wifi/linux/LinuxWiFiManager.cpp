@@ -46,16 +46,16 @@ bool isUp(const std::string& interface) {
 
 class Device : public WiFiDevice {
  public:
-  Device(std::uint16_t family, std::uint32_t number) : index(number), family_(family) {}
+  Device(std::uint16_t family, WirelessInterface found)
+      : index(found.index), family_(family), interface_(std::move(found)) {}
 
   bool powered() override {
-    const auto interface = read();
-    return interface && isUp(interface->name) && !blockedByRfkill(interface->name);
+    read();
+    return isOn();
   }
   std::optional<WiFiNetwork> copyCurrentNetwork() override {
-    const auto interface = read();
-    if (!interface || !interface->ssid) return std::nullopt;
-    return WiFiNetwork{interface->ssid};
+    read();
+    return ssid() ? std::optional(WiFiNetwork{ssid()}) : std::nullopt;
   }
   Registration observePower(std::function<void()> changed) override {
     return power_.add(std::move(changed));
@@ -64,28 +64,20 @@ class Device : public WiFiDevice {
     return link_.add(std::move(changed));
   }
 
-  std::optional<WirelessInterface> read() const {
-    std::optional<WirelessInterface> interface;
-    GenericRequest(family_, NLM_F_ACK, NL80211_CMD_GET_INTERFACE)
-        .with(NL80211_ATTR_IFINDEX, index)
-        .send([&](const nlmsghdr& message) {
-          if (auto found = wirelessInterfaceIn(message)) interface = std::move(found);
-        });
-    // As an access point it has a name of its own, and no network that it is in.
-    if (interface && interface->type != NL80211_IFTYPE_STATION) interface.reset();
-    return interface;
+  /// As it is now; as it was when the kernel last answered, if it does not. Nothing when it is no
+  /// station any more.
+  const std::optional<WirelessInterface>& interface() {
+    read();
+    return interface_;
   }
 
-  void remember() {
-    poweredBefore_ = powered();
-    networkBefore_ = currentSsid();
-  }
   /// Reports what differs from before: one change, of the power first, as its observers read both.
+  /// Nothing when the kernel does not answer.
   void compare() {
-    const bool nowPowered = powered();
-    const auto nowNetwork = currentSsid();
+    if (!read()) return;
+    const bool nowPowered = isOn();
     const bool power = nowPowered != std::exchange(poweredBefore_, nowPowered);
-    const bool link = nowNetwork != std::exchange(networkBefore_, nowNetwork);
+    const bool link = ssid() != std::exchange(networkBefore_, ssid());
     if (power) {
       power_.notify();
     } else if (link) {
@@ -96,14 +88,29 @@ class Device : public WiFiDevice {
   const std::uint32_t index;
 
  private:
-  std::optional<std::string> currentSsid() {
-    const auto network = copyCurrentNetwork();
-    return network ? network->ssid : std::nullopt;
+  /// False when the kernel does not answer.
+  bool read() {
+    std::optional<WirelessInterface> station;
+    GenericRequest request(family_, NLM_F_ACK, NL80211_CMD_GET_INTERFACE);
+    request.with(NL80211_ATTR_IFINDEX, index);
+    const auto answer = request.send([&](const nlmsghdr& message) {
+      // As an access point it has a name of its own, and no network that it is in.
+      auto found = wirelessInterfaceIn(message);
+      if (found && found->type == NL80211_IFTYPE_STATION) station = std::move(found);
+    });
+    if (answer == NetlinkAnswer::GoesOn) return false;
+    interface_ = std::move(station);
+    return true;
   }
+  bool isOn() const {
+    return interface_ && isUp(interface_->name) && !blockedByRfkill(interface_->name);
+  }
+  std::optional<std::string> ssid() const { return interface_ ? interface_->ssid : std::nullopt; }
 
   std::uint16_t family_;
-  bool poweredBefore_ = false;
-  std::optional<std::string> networkBefore_;
+  std::optional<WirelessInterface> interface_;  // as the kernel last described it
+  bool poweredBefore_ = isOn();
+  std::optional<std::string> networkBefore_ = ssid();
   Observers<> power_;
   Observers<> link_;
 };
@@ -138,7 +145,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     return devices;
   }
   bool wowCapability() override {
-    const auto interface = device_ ? device_->read() : std::nullopt;
+    const auto interface = device_ ? device_->interface() : std::nullopt;
     if (!interface) return false;
     bool found = false;
     GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_WIPHY)
@@ -148,7 +155,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     return found;
   }
   bool wowState() override {
-    const auto interface = device_ ? device_->read() : std::nullopt;
+    const auto interface = device_ ? device_->interface() : std::nullopt;
     if (!interface) return false;
     bool set = false;
     GenericRequest(family_->id, NLM_F_ACK, NL80211_CMD_GET_WOWLAN)
@@ -162,7 +169,8 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   /// another one than before.
   bool find() {
     // Asked each time: after cfg80211 was unloaded and loaded its numbers differ.
-    auto family = findGenericFamily(NL80211_GENL_NAME);
+    std::optional<GenericFamily> family;
+    if (findGenericFamily(NL80211_GENL_NAME, family) == NetlinkAnswer::GoesOn) return false;
     if (family != family_) {
       family_ = std::move(family);
       wirelessReadable_.reset();
@@ -170,24 +178,18 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     }
     std::optional<WirelessInterface> first;
     if (family_) {
-      NetlinkAnswer answer = NetlinkAnswer::Interrupted;
-      for (int tries = 0; tries < 3 && answer == NetlinkAnswer::Interrupted; ++tries) {
-        first.reset();
-        answer = GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE)
-                     .send([&](const nlmsghdr& message) {
-                       auto found = wirelessInterfaceIn(message);
-                       if (found && found->type == NL80211_IFTYPE_STATION && !first) {
-                         first = std::move(found);
-                       }
-                     });
-      }
+      GenericRequest request(family_->id, NLM_F_DUMP, NL80211_CMD_GET_INTERFACE);
+      const auto take = [&](const nlmsghdr& message) {
+        auto found = wirelessInterfaceIn(message);
+        if (found && found->type == NL80211_IFTYPE_STATION && !first) first = std::move(found);
+      };
+      const auto answer = request.send(take, [&] { first.reset(); });
       // What could not be listed is not gone.
       if (answer != NetlinkAnswer::Done && !first) return false;
     }
     if (!first) device_.reset();
     if (!first || (device_ && device_->index == first->index)) return false;
-    device_ = std::make_shared<Device>(family_->id, first->index);
-    device_->remember();
+    device_ = std::make_shared<Device>(family_->id, std::move(*first));
     return true;
   }
 
