@@ -114,8 +114,7 @@ ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid, proc_taskallinfo& in
   return {kProcTaskAllInfoSize, 0};
 }
 
-ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid,
-                                                 std::span<proc_fdinfo> descriptors) {
+ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid, std::span<proc_fdinfo> descriptors) {
   if (pid != process_ || listed_) {
     if (const int error = readDescriptors(pid); error != 0) return failed(error);
   }

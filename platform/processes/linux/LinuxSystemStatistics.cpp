@@ -368,8 +368,7 @@ std::uint32_t LinuxSystemStatistics::countDescriptors(pid_t pid) {
   return count;
 }
 
-KernelResult LinuxSystemStatistics::memoryRegions(pid_t pid,
-                                                  std::vector<MemoryRegion>& regions) {
+KernelResult LinuxSystemStatistics::memoryRegions(pid_t pid, std::vector<MemoryRegion>& regions) {
   KernelResult result = readText(proc_, ProcPath(pid, "smaps").text());
   if (result.ok()) parseMappings(text_, regions);
   return result;
