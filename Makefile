@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The short way to everything. `make` alone builds the programs; see README.md.
 
 PRESET ?= release

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # cmake --install: programs, manual, completions, examples, and what the services need.
 include(GNUInstallDirs)
 set(ZORVA_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Directory of zsh completions")

@@ -95,7 +95,7 @@ int libtally_gather(const LibtallyGathering& gathering) {
   return 0;
 }
 
-int libtally_init(LibtallyMessage message, void* userData) try {
+int libtally_init(LibtallyMessage message, void* userData) {
   libtally_fini();
   if (library().statistics == nullptr) return -1;
   auto made = std::make_unique<libtally::Context>(*library().statistics, *library().accounts);
@@ -104,8 +104,6 @@ int libtally_init(LibtallyMessage message, void* userData) try {
   if (libtally::readStartFigures(*made) != 0) return -1;
   library().context = std::move(made);
   return 0;
-} catch (const std::bad_alloc&) {
-  return -1;
 }
 
 void libtally_fini() {
@@ -137,7 +135,7 @@ const char* libtally_state_str(std::uint32_t state) {
   return kTexts[state];
 }
 
-const char* libtally_username(uid_t uid) try {
+const char* libtally_username(uid_t uid) {
   if (context() == nullptr) return nullptr;
   auto& names = context()->userNames;
   auto cached = names.find(uid);
@@ -147,8 +145,6 @@ const char* libtally_username(uid_t uid) try {
     cached = names.emplace(uid, *name).first;
   }
   return cached->second.c_str();
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
 void libtally_i64_init(libtally_i64& accumulator, std::uint64_t total, std::uint32_t counter) {

@@ -182,8 +182,8 @@ int libtally_gather(const LibtallyGathering& gathering);
 
 /// Starts a round. Without a callback messages are dropped. -1 after a message when the system
 /// cannot report its memory size, argument length or CPU ticks or has no device registry, and
-/// without one when libtally_use was never called or memory is short. Ends a round that was under
-/// way.
+/// without one when libtally_use was never called or the arguments of processes find no memory.
+/// Ends a round that was under way.
 int libtally_init(LibtallyMessage message, void* userData);
 
 /// Ends the round: every record is freed. Does nothing without a round.
@@ -194,9 +194,9 @@ void libtally_fini();
 ///
 /// A process that ends while the sample is taken is skipped, with a message. The sample fails, with
 /// the records updated so far, when the time, the tasks, the load averages or the CPU ticks cannot
-/// be read, or memory is short; figures of the virtual memory, of swap, of the network and of the
-/// disks that cannot be read stay as they were. Where the list of network interfaces finds no
-/// memory, the program is ended with "malloc failed" and status 1.
+/// be read, or when memory is exhausted while a process is updated; figures of the virtual memory,
+/// of swap, of the network and of the disks that cannot be read stay as they were. Where the list
+/// of network interfaces finds no memory, the program is ended with "malloc failed" and status 1.
 int libtally_sample(bool registerRegions, bool frameworks);
 
 /// Orders the records of the current sample, and frees those of processes that have gone. Safe with
@@ -225,7 +225,7 @@ int libtally_set_interval(std::uint32_t interval);
 /// not exceed LIBTALLY_STATE_MAX.
 const char* libtally_state_str(std::uint32_t state);
 
-/// The account's name, or nothing when there is no such user or memory is short. Stays good until
+/// The account's name, or nothing when there is no such user. Stays good until
 /// libtally_fini.
 const char* libtally_username(uid_t uid);
 

@@ -77,10 +77,8 @@ struct Context {
 /// The context, nothing outside a round.
 Context* context();
 
-enum class TaskUpdate { Done, Skipped, OutOfMemory };
-
 /// Brings the record of one process up to date.
-TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegions);
+void updateTask(Context& context, std::int32_t process, bool registerRegions);
 
 /// Walks the memory of a process whose record has details. Its figures stay as they were when the
 /// walk fails.

@@ -51,8 +51,12 @@ bool updateTasks(Context& context, bool registerRegions) {
     reportListing(context, result);
     return false;
   }
-  for (const std::int32_t process : context.processes) {
-    if (updateTask(context, process, registerRegions) == TaskUpdate::OutOfMemory) return false;
+  try {
+    for (const std::int32_t process : context.processes) {
+      updateTask(context, process, registerRegions);
+    }
+  } catch (const std::bad_alloc&) {
+    return false;  // the records updated so far stay
   }
   return true;
 }
@@ -102,16 +106,21 @@ void totalProcesses(Context& context) {
   }
 }
 
+// False when the system cannot list them.
+bool listInterfaces(Context& context, std::vector<NetworkTotals>& interfaces) {
+  try {
+    return context.source.interfaceTraffic(interfaces).ok();
+  } catch (const std::bad_alloc&) {
+    std::fputs("malloc failed", stdout);
+    std::exit(1);
+  }
+}
+
 void sampleNetwork(Context& context) {
   LibtallySystem& tsamp = context.tsamp;
   std::vector<NetworkTotals> interfaces;
   NetworkTotals totals = tsamp.network.current;
-  const KernelResult result = context.source.interfaceTraffic(interfaces);
-  if (result.code == kKernelNoMemory) {
-    std::fputs("malloc failed", stdout);
-    std::exit(1);
-  }
-  if (result.ok()) {
+  if (listInterfaces(context, interfaces)) {
     totals = {};
     for (const NetworkTotals& interface : interfaces) {
       totals.packetsIn += interface.packetsIn;
@@ -175,12 +184,7 @@ int takeSample(Context& context, bool registerRegions, bool frameworks) {
 int libtally_sample(bool registerRegions, bool frameworks) {
   libtally::Context* const context = libtally::context();
   if (context == nullptr) return -1;
-  int result = -1;
-  try {
-    result = libtally::takeSample(*context, registerRegions, frameworks);
-  } catch (const std::bad_alloc&) {
-    // The sample fails; what it has updated so far stays.
-  }
+  const int result = libtally::takeSample(*context, registerRegions, frameworks);
   // The next sample measures from the ticks that this one has.
   if (result != 0) context->tsamp.cpu.previous = context->tsamp.cpu.current;
   return result;

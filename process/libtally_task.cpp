@@ -115,19 +115,18 @@ std::string commandFromArguments(Context& context, const Record* pinfo) {
   return name.empty() ? kUnknownCommand : std::string(name);
 }
 
-TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegions) {
+void updateTask(Context& context, std::int32_t process, bool registerRegions) {
   TaskSample& task = context.task;
   const TaskSampleResult result =
       context.source.sampleTask(process, context.gathering.details, task);
   auto found = context.registry.find(process);
   if (!result.ok()) {
-    if (result.code == kKernelNoMemory) return TaskUpdate::OutOfMemory;
     if (result.failed == TaskSampleStep::KernelProcess) {
       context.message(context.userData, kSysctlFailed, "kinfo_for_pid", result.text.c_str());
     } else if (found != context.registry.end()) {
       removeRecord(context, found);
     }
-    return TaskUpdate::Skipped;
+    return;
   }
 
   const bool isNew = found == context.registry.end();
@@ -174,7 +173,6 @@ TaskUpdate updateTask(Context& context, std::int32_t process, bool registerRegio
     takeDetails(task, firstDetails, context.tsamp.seq == 1, *psamp.details);
   }
   ++context.tsamp.processesInState[psamp.state];
-  return TaskUpdate::Done;
 }
 
 }  // namespace zorva::libtally

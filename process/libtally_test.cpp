@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <gtest/gtest.h>
+#include <new>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -93,7 +94,6 @@ TEST_F(LibtallyTest, FailuresAreToldAndTheTicksKept) {
       {false, ProcessorSets, 5, -1, "Error in host_processor_sets(): broken"},
       {false, PrivilegedAccess, 5, -1, "Error in host_processor_set_priv(): broken"},
       {false, Tasks, 5, -1, "Error in processor_set_tasks(): broken"},
-      {false, KernelProcess, kKernelNoMemory, -1, nullptr},
       {false, LoadAverages, 5, -1, "Error in getloadavg(): broken"},
       {false, CpuLoad, 5, -1, "Error in host_statistics(): broken"},
       {false, TimeOfDay, 5, 5, nullptr},
@@ -112,6 +112,25 @@ TEST_F(LibtallyTest, FailuresAreToldAndTheTicksKept) {
     if (atInit) continue;
     EXPECT_EQ(libtally_tsamp()->cpu.previous, libtally_tsamp()->cpu.current);
   }
+}
+
+TEST_F(LibtallyTest, OnlyASampleThatFindsNoMemoryIsGivenUp) {
+  struct : SimSystemStatistics {
+    using SimSystemStatistics::SimSystemStatistics;
+    bool noTask = true;
+    TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail, TaskSample& to) override {
+      if (noTask && process == 2) throw std::bad_alloc();
+      return SimSystemStatistics::sampleTask(process, detail, to);
+    }
+    KernelResult interfaceTraffic(std::vector<NetworkTotals>&) override { throw std::bad_alloc(); }
+  } exhausted{handset.clock()};
+  for (const std::int32_t pid : {1, 2}) exhausted.setTask(pid, "p", {});
+  libtally_use(exhausted, handset.accounts());
+  ASSERT_EQ(init(), 0);
+  EXPECT_EQ(libtally_sample(false, false), -1);
+  EXPECT_EQ(iterate(), Pids{1});
+  exhausted.noTask = false;
+  EXPECT_EXIT(libtally_sample(false, false), testing::ExitedWithCode(1), "");
 }
 
 // In whole steps of 128 MiB, as the start of the round found them.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """zorva -d on a device of its own: its files, the watch, notifications, the end."""
 import os
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The manual pages, held to the tools that show them, the programs' own help and the sources."""
 import re
 import shutil

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """zorva with a modem: mocked login manager and ModemManager on a bus of their own, a network
 namespace whose mobile interface leads to a peer, real processes, sockets and packets."""
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The page of zorva-report -o in a browser: what it shows, how it answers, and that nothing in a log can
 do more than be shown."""
 import json

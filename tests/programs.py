@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the whole-program tests share: where the programs are, and a device of their own."""
 import fcntl
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """zorva-redact on the scenarios' logs: nothing that tells of somebody is left, all else is."""
 import pathlib
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """zorva-report: what it prints, that its JSON is the log, and that it follows one that grows."""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """zorva-sim on the scenarios of the tree: the same bytes every time, and those that are expected."""
 import pathlib
 import tempfile

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Completion of zorva, zorva-sim, zorva-notify, zorva-redact and zorva-report for bash.
 
 _zorva() {

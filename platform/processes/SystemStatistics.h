@@ -20,9 +20,6 @@ struct KernelResult {
   bool ok() const { return code == 0; }
 };
 
-/// Code of a call that found no memory for its own result.
-inline constexpr int kKernelNoMemory = 12;
-
 /// A span of time; microseconds stay below 1000000.
 struct TimeValue {
   std::int32_t seconds = 0;

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A ModemManager of a test's own: python3 ModemManagerMock_test.py
 
 Takes the service's name on the system bus and does what its driver says, in Python: Do("...") at

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 #include <zlib.h>
 
 #include "platform/base/Text.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A message bus that hangs, breaks off or answers wrongly, services that hang, and restarts of all of them."""
 import os
 import pathlib

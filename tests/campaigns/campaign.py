@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the campaigns share: a daemon under their hands, what its log has to look like, a tally."""
 import datetime
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Clocks that are set, zones that change, years that are far away. On the simulated handset; and the real
 daemon on a kernel of its own (User Mode Linux, Debian's package user-mode-linux), as its clock can be set
 without anybody else noticing. $UML says where it is."""

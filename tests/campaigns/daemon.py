@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """What the real daemon has to outlive, on a device of its own (needs root; touches nothing outside):
 
     tests/campaigns/daemon.py BIN [CAMPAIGN...]     all but soak, with the programs of the folder BIN

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Neighbours who mean harm: planted files, posts of other users, names that are no names."""
 import ctypes
 import datetime

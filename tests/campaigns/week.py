@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A week of a simulated handset: nothing may pile up."""
 import pathlib
 import re

@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
-#include <new>
 #include <optional>
 #include <string_view>
 #include <unistd.h>
@@ -66,7 +65,7 @@ int LinuxProcessInformation::listProcesses() {
   return error;
 }
 
-ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> processes) try {
+ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> processes) {
   socketsAreOld_ = true;
   process_ = 0;
   if (processes.empty() || !counted_) {
@@ -78,8 +77,6 @@ ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> proces
       counted_ ? processes_.size() : std::min(processes_.size(), processes.size());
   if (!counted_) std::copy_n(processes_.begin(), count, processes.begin());
   return {static_cast<int>(count * sizeof(std::int32_t)), 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
 // Answers an error number, or 0.
@@ -111,16 +108,13 @@ int LinuxProcessInformation::readDescriptors(pid_t pid) {
   return 0;
 }
 
-ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid, proc_taskallinfo& information) try {
+ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid, proc_taskallinfo& information) {
   if (const int error = readDescriptors(pid); error != 0) return failed(error);
   information.openFiles = static_cast<std::uint32_t>(descriptors_.size());
   return {kProcTaskAllInfoSize, 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
-ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid,
-                                                 std::span<proc_fdinfo> descriptors) try {
+ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid, std::span<proc_fdinfo> descriptors) {
   if (pid != process_ || listed_) {
     if (const int error = readDescriptors(pid); error != 0) return failed(error);
   }
@@ -130,12 +124,10 @@ ProcAnswer LinuxProcessInformation::proc_pidinfo(pid_t pid,
     descriptors[i] = {descriptors_[i].number, descriptors_[i].type};
   }
   return {static_cast<int>(count * sizeof(proc_fdinfo)), 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
 ProcAnswer LinuxProcessInformation::proc_pidfdinfo(pid_t pid, std::int32_t descriptor,
-                                                   socket_fdinfo& socket) try {
+                                                   socket_fdinfo& socket) {
   if (pid != process_) {
     if (const int error = readDescriptors(pid); error != 0) return failed(error);
   }
@@ -151,16 +143,12 @@ ProcAnswer LinuxProcessInformation::proc_pidfdinfo(pid_t pid, std::int32_t descr
   const socket_fdinfo* const found = sockets_.find(open->inode);
   socket = found != nullptr ? *found : socket_fdinfo{};
   return {kSocketFdInfoSize, 0};
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
-ProcAnswer LinuxProcessInformation::proc_name(pid_t pid, std::span<char> name) try {
+ProcAnswer LinuxProcessInformation::proc_name(pid_t pid, std::span<char> name) {
   if (pid <= 0) return failed(kNoSuchProcess);
   const auto found = readProcessName(proc_.get(), pid);
   return found ? answerText(*found, name) : failed(processError(errno));
-} catch (const std::bad_alloc&) {
-  return failed(ENOMEM);
 }
 
 ProcAnswer LinuxProcessInformation::proc_pidpath(pid_t pid, std::span<char> path) {

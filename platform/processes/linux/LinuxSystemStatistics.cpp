@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <new>
 #include <sys/time.h>
 #include <unistd.h>
 #include <utility>
@@ -67,7 +66,7 @@ LinuxSystemStatistics::~LinuxSystemStatistics() {
 }
 
 // Reads the whole file into text_.
-KernelResult LinuxSystemStatistics::readText(int directory, const char* path) try {
+KernelResult LinuxSystemStatistics::readText(int directory, const char* path) {
   constexpr std::size_t kStep = 4096;  // more than most such files
   const Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
   if (!file) return failure(errno);
@@ -81,8 +80,6 @@ KernelResult LinuxSystemStatistics::readText(int directory, const char* path) tr
       return {};
     }
   }
-} catch (const std::bad_alloc&) {
-  return noMemory();
 }
 
 KernelResult LinuxSystemStatistics::readHostStat(HostStat& stat) {
@@ -105,8 +102,7 @@ KernelResult LinuxSystemStatistics::readStat(const char* path, ProcStat& stat) {
                                                                                : garbled();
 }
 
-KernelResult LinuxSystemStatistics::listNumbers(int directory,
-                                                std::vector<std::int32_t>& numbers) try {
+KernelResult LinuxSystemStatistics::listNumbers(int directory, std::vector<std::int32_t>& numbers) {
   numbers.clear();
   if (::lseek(directory, 0, SEEK_SET) < 0) return failure(errno);
   const auto add = [&](std::int32_t number, const char*) {
@@ -115,8 +111,6 @@ KernelResult LinuxSystemStatistics::listNumbers(int directory,
   const int error = forEachNumberedEntry(directory, entries_, add);
   if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
   return resultOf(error);
-} catch (const std::bad_alloc&) {
-  return noMemory();
 }
 
 // Lists the live threads in numbers_; a failure when the process has gone.
@@ -142,7 +136,7 @@ KernelResult LinuxSystemStatistics::memorySize(std::uint64_t& bytes) {
   return {};
 }
 
-std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() try {
+std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() {
   if (reservedMemory_) return reservedMemory_;
   const Descriptor ranges(openDirectory(AT_FDCWD, (sysRoot_ + "/firmware/memmap").c_str()));
   if (!ranges) return std::nullopt;
@@ -166,8 +160,6 @@ std::optional<ReservedMemory> LinuxSystemStatistics::reservedMemory() try {
   });
   if (error == 0 && complete) reservedMemory_ = memory;
   return reservedMemory_;
-} catch (const std::bad_alloc&) {
-  return std::nullopt;
 }
 
 KernelResult LinuxSystemStatistics::maximumArgumentLength(std::size_t& bytes) {
@@ -221,15 +213,13 @@ KernelResult LinuxSystemStatistics::swapUsage(SwapUsage& usage) {
   return {};
 }
 
-KernelResult LinuxSystemStatistics::interfaceTraffic(std::vector<NetworkTotals>& interfaces) try {
+KernelResult LinuxSystemStatistics::interfaceTraffic(std::vector<NetworkTotals>& interfaces) {
   if (auto result = readText(proc_, "net/dev"); !result.ok()) return result;
   parseInterfaceTraffic(text_, interfaces);
   return {};
-} catch (const std::bad_alloc&) {
-  return noMemory();
 }
 
-KernelResult LinuxSystemStatistics::frameworkMemory(std::uint64_t& bytes) try {
+KernelResult LinuxSystemStatistics::frameworkMemory(std::uint64_t& bytes) {
   if (auto result = readText(proc_, "self/maps"); !result.ok()) return result;
   std::vector<MemoryRegion> regions;
   parseMappings(text_, regions);
@@ -238,11 +228,9 @@ KernelResult LinuxSystemStatistics::frameworkMemory(std::uint64_t& bytes) try {
     if (region.sharedFramework) bytes += region.virtualSize;
   }
   return {};
-} catch (const std::bad_alloc&) {
-  return noMemory();
 }
 
-KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names) try {
+KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names) {
   const Descriptor block(openDirectory(AT_FDCWD, (sysRoot_ + "/block").c_str()));
   if (!block) return failure(errno);
   names.clear();
@@ -256,19 +244,15 @@ KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names
   });
   std::sort(names.begin(), names.end());
   return resultOf(error);
-} catch (const std::bad_alloc&) {
-  return noMemory();
 }
 
 KernelResult LinuxSystemStatistics::blockDriverTransfers(const std::string& name,
-                                                         DiskTotals& transfers) try {
+                                                         DiskTotals& transfers) {
   if (auto result = readText(AT_FDCWD, (sysRoot_ + "/block/" + name + "/stat").c_str());
       !result.ok()) {
     return result;
   }
   return parseDiskStat(text_, transfers) ? KernelResult{} : garbled();
-} catch (const std::bad_alloc&) {
-  return noMemory();
 }
 
 TaskListResult LinuxSystemStatistics::listTasks(std::vector<std::int32_t>& processes) {
@@ -277,7 +261,7 @@ TaskListResult LinuxSystemStatistics::listTasks(std::vector<std::int32_t>& proce
 }
 
 TaskSampleResult LinuxSystemStatistics::sampleTask(pid_t pid, TaskDetail detail,
-                                                   TaskSample& sample) try {
+                                                   TaskSample& sample) {
   ProcStat stat;
   if (auto result = readStat(ProcPath(pid, "stat").text(), stat); !result.ok()) {
     return {std::move(result), TaskSampleStep::KernelProcess};
@@ -329,8 +313,6 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(pid_t pid, TaskDetail detail,
     return {takeThreads(pid, sample), TaskSampleStep::TaskInformation};
   }
   return {};
-} catch (const std::bad_alloc&) {
-  return {noMemory(), TaskSampleStep::TaskInformation};
 }
 
 // Lists the live threads and leaves the times of those that have ended in `basic`. The kernel
@@ -386,13 +368,10 @@ std::uint32_t LinuxSystemStatistics::countDescriptors(pid_t pid) {
   return count;
 }
 
-KernelResult LinuxSystemStatistics::memoryRegions(pid_t pid,
-                                                  std::vector<MemoryRegion>& regions) try {
+KernelResult LinuxSystemStatistics::memoryRegions(pid_t pid, std::vector<MemoryRegion>& regions) {
   KernelResult result = readText(proc_, ProcPath(pid, "smaps").text());
   if (result.ok()) parseMappings(text_, regions);
   return result;
-} catch (const std::bad_alloc&) {
-  return noMemory();
 }
 
 KernelResult LinuxSystemStatistics::executablePath(pid_t pid, std::span<char> buffer,

@@ -17,17 +17,9 @@
 // How the kernel's small files are named and read.
 namespace zorva {
 
-static_assert(kKernelNoMemory == ENOMEM);
-
-/// Our own memory is short.
-inline KernelResult noMemory() {
-  return {kKernelNoMemory, std::strerror(ENOMEM)};
-}
-
-/// A system call's failure. A kernel that is short of memory is not a caller that is: only the
-/// latter ends a sample or the program, so the former gets another code.
+/// A system call's failure.
 inline KernelResult failure(int error) {
-  return {error == ENOMEM ? EAGAIN : error, std::strerror(error)};
+  return {error, std::strerror(error)};
 }
 
 /// What a call that returns 0 or an error number reports.

@@ -45,7 +45,6 @@ class SocketDiagnostics {
 
   /// Asks the kernel anew, with one socket-diagnostics dump for each protocol and family. One that
   /// fails is read from /proc/net instead. Takes at most a second when the kernel does not answer.
-  /// Throws std::bad_alloc.
   void take();
   /// The same from /proc/net alone.
   void readTables();

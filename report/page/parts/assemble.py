@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Makes one C++ file of what the page is made of: assemble.py LIBRARY.js LIBRARY.css OUT.cpp.
 
 The page may run and load nothing but the scripts and the style that are in it: its policy names them
