@@ -24,8 +24,10 @@ TEST_F(ZVDisplayLoggerTest, ShowsWhatWasReadAtTheStartOrAnnouncedLast) {
   logger->log();
   backlight.announce(kBatteryStatusChanged);
   backlight.announce();
-  backlight.setBrightness(0);
-  backlight.announce();
+  for (const int brightness : {1, 0}) {
+    backlight.setBrightness(brightness);
+    backlight.announce();
+  }
   logger->setEnabled(false);
   backlight.setBrightness(5'000'000'000);
   backlight.announce();
@@ -37,6 +39,7 @@ TEST_F(ZVDisplayLoggerTest, ShowsWhatWasReadAtTheStartOrAnnouncedLast) {
   EXPECT_EQ(log.takeEntries(),
             (Lines{"[Display] brightness=120; min=-3; max=1023; active=yes;",
                    "[Display] brightness=200; min=-3; max=1023; active=yes;",
+                   "[Display] brightness=1; min=-3; max=1023; active=yes;",
                    "[Display] brightness=0; min=-3; max=1023; active=no;",
                    "[Display] brightness=5000000000; min=0; max=0; active=yes;"}));
 }

@@ -38,7 +38,8 @@ class RegistryNotificationPort {
  public:
   virtual ~RegistryNotificationPort() = default;
 
-  /// Lets the messages arrive on the run loop. False when there is no source for it.
+  /// Lets the messages arrive on the run loop; before that none comes. False when there is no
+  /// source for it.
   virtual bool addToRunLoop() = 0;
 
   /// `argument` is what the message carries: nothing for a battery's status, the new value for a

@@ -18,16 +18,20 @@ class MockKernelTest : public testing::Test {
       return;
     }
     // The preloaded library comes before the sanitizer's, which that would refuse.
+    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
     const std::string again =
         "ZORVA_TEST_IN_MOCK_KERNEL=1 LD_PRELOAD=libumockdev-preload.so.0"
         " ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0 '" +
-        std::filesystem::read_symlink("/proc/self/exe").string() + "' --gtest_filter=*." +
-        testing::UnitTest::GetInstance()->current_test_info()->name();
+        std::filesystem::read_symlink("/proc/self/exe").string() +
+        "' --gtest_filter=" + test->test_suite_name() + "." + test->name();
     ASSERT_EQ(std::system(again.c_str()), 0) << "in the mock kernel";
   }
   void TearDown() override {
     if (kernel_) g_object_unref(kernel_);
   }
+
+  /// A test has nothing to do there.
+  bool outside() const { return kernel_ == nullptr; }
 
   void set(const std::string& device, const char* attribute, const char* value) {
     umockdev_testbed_set_attribute(kernel_, device.c_str(), attribute, value);

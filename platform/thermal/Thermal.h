@@ -5,8 +5,9 @@
 
 namespace zorva {
 
-/// The thermal facility. Every change of the level posts the system notification
-/// kThermalLevelChanged. What the sensors measure are the states of other system notifications.
+/// The thermal facility. Once the level was asked for, every change of it posts the system
+/// notification kThermalLevelChanged. What the sensors measure are the states of other system
+/// notifications.
 class Thermal {
  public:
   virtual ~Thermal() = default;

@@ -145,7 +145,7 @@ class LinuxNotificationPort : public RegistryNotificationPort {
     }
     if (sd_device_monitor_attach_event(monitor, event_) < 0) return false;
     monitor_ = std::move(owned);
-    return subsystems_.empty() || start();
+    return *onRunLoop_ = subsystems_.empty() || start();
   }
 
   RegistryResult addInterest(const std::shared_ptr<RegistryEntry>& entry, Handler handler,
@@ -158,8 +158,9 @@ class LinuxNotificationPort : public RegistryNotificationPort {
       writes = watchWrites(device->path(device->silentAttribute()), listeners);
     }
     interest = listeners.add([entry, news = device->news(), handler = std::move(handler),
-                              port = std::weak_ptr(alive_)]() mutable {
-      if (port.expired()) return;  // an earlier handler has ended it
+                              port = std::weak_ptr(onRunLoop_)]() mutable {
+      const auto onRunLoop = port.lock();  // nothing when an earlier handler has ended the port
+      if (!onRunLoop || !*onRunLoop) return;
       if (const auto message = news()) handler(entry, message->type, message->argument);
     });
     return kRegistrySuccess;
@@ -217,7 +218,7 @@ class LinuxNotificationPort : public RegistryNotificationPort {
   sd_event* event_;
   std::set<std::string> subsystems_;
   std::map<std::pair<std::string, std::string>, Interest> interests_;  // by subsystem and name
-  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  std::shared_ptr<bool> onRunLoop_ = std::make_shared<bool>(false);    // ends with the port
   bool started_ = false;
   MonitorPointer monitor_;
 };
@@ -233,7 +234,12 @@ std::shared_ptr<RegistryEntry> LinuxDeviceRegistry::firstPowerSource() {
 }
 
 std::shared_ptr<RegistryEntry> LinuxDeviceRegistry::firstServiceWith(const std::string& property) {
-  return property == "backlight-control" ? findBacklight(backlights_) : nullptr;
+  const std::shared_ptr<RegistryEntry> services[] = {findPowerSource(powerSupplies_),
+                                                     findBacklight(backlights_)};
+  for (const auto& service : services) {
+    if (service && service->readProperty(property).boolean()) return service;
+  }
+  return nullptr;
 }
 
 std::unique_ptr<RegistryNotificationPort> LinuxDeviceRegistry::makeNotificationPort() {

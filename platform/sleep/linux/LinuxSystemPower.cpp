@@ -18,29 +18,31 @@ struct LinuxSystemPower::Listener {
 
 class LinuxSystemPower::LinuxPort : public Port {
  public:
-  LinuxPort(LinuxSystemPower* owner, std::uint32_t number,
-            std::weak_ptr<std::map<std::uint32_t, std::shared_ptr<Listener>>> listeners)
-      : owner_(owner), number_(number), listeners_(std::move(listeners)) {}
+  using Listeners = std::map<std::uint32_t, std::shared_ptr<Listener>>;
+
+  LinuxPort(LinuxSystemPower* owner, std::uint32_t number, std::weak_ptr<Listeners> listeners)
+      : listen_([owner, number, weak = std::move(listeners)](bool listens) {
+          const auto alive = weak.lock();  // as long as the owner
+          if (!alive) return false;
+          const auto found = alive->find(number);
+          if (found == alive->end()) return false;
+          found->second->listens = listens;
+          found->second->waits = false;
+          owner->allowWhenNobodyWaits();
+          return true;
+        }) {}
+  LinuxPort(const LinuxPort&) = delete;
+  LinuxPort& operator=(const LinuxPort&) = delete;
+  ~LinuxPort() override { listen_(false); }
 
   Registration addSourceToRunLoop() override {
-    const auto set = [owner = owner_, number = number_, weak = listeners_](bool listens) {
-      const auto listeners = weak.lock();  // lives as long as the owner
-      if (!listeners) return false;
-      const auto found = listeners->find(number);
-      if (found == listeners->end()) return false;
-      found->second->listens = listens;
-      found->second->waits = false;
-      owner->allowWhenNobodyWaits();
-      return true;
-    };
-    if (!set(true)) return {};
-    return Registration([set] { set(false); });
+    if (!listen_(true)) return {};
+    return Registration([listen = listen_] { listen(false); });
   }
 
  private:
-  LinuxSystemPower* owner_;
-  std::uint32_t number_;
-  std::weak_ptr<std::map<std::uint32_t, std::shared_ptr<Listener>>> listeners_;
+  // Whether the messages reach the listener; false when it is gone.
+  std::function<bool(bool listens)> listen_;
 };
 
 LinuxSystemPower::LinuxSystemPower(LinuxBus& bus, Hooks hooks)

@@ -73,14 +73,13 @@ std::int32_t LinuxThermal::readLevel() const {
   return level;
 }
 
-std::optional<std::uint64_t> LinuxThermal::sensorState(std::size_t index) const {
-  std::optional<std::uint64_t> state;
+std::uint64_t LinuxThermal::sensorState(std::size_t index) const {
+  std::uint64_t state = 0;
   for (int reading = 0; reading < kThermalReadingsPerState; ++reading) {
     const std::string zone =
         directory_ + "/thermal_zone" +
         std::to_string(static_cast<int>(index) * kThermalReadingsPerState + reading);
-    if (::access(zone.c_str(), F_OK) != 0) continue;
-    state = state.value_or(0) | sensorReading(readNumber(zone + "/temp")) << (16 * reading);
+    state |= sensorReading(readNumber(zone + "/temp")) << (16 * reading);
   }
   return state;
 }

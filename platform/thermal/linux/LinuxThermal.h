@@ -44,7 +44,7 @@ class LinuxThermal : public Thermal {
   };
 
   std::int32_t readLevel() const;
-  std::optional<std::uint64_t> sensorState(std::size_t index) const;
+  std::uint64_t sensorState(std::size_t index) const;
   void listen();
   void reportChange();
 

@@ -1,0 +1,208 @@
+// What the messages of sleep and wake and the kernel's values promise, on the simulated handset and
+// on this machine.
+
+#include <cerrno>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+#include "platform/assemble/SimHandset.h"
+#include "platform/kit/bus/BusProperties.h"
+#include "platform/sleep/linux/LinuxKernelValues.h"
+#include "platform/sleep/linux/LinuxSystemPower.h"
+#include "platform/testing/PrivateBus.h"
+#include "platform/testing/TestLoop.h"
+
+namespace zorva {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+struct SimWorld {
+  SimHandset handset;
+  SimSystemPower& power = handset.systemPower();
+  void sleep() { power.sleep(); }
+  void wake() { power.wake(std::nullopt); }
+  // Whether the sleep that was announced last is held up.
+  bool waits() {
+    handset.systemLog().takeLines();
+    handset.runLoop().advance(SimSystemPower::kLimitSeconds + 1);
+    return !handset.systemLog().takeLines().empty();
+  }
+};
+struct LinuxWorld {
+  LoopForTest loop;
+  PrivateBusForTest bus;
+  std::unique_ptr<ChildForTest> logind;
+  bool waiting = false, signalled = false;
+  LinuxBus client{loop.event(), bus.address(), std::chrono::seconds(5)};
+  LinuxSystemPower power{client, {[this] { waiting = false; }, {}, {}}};
+  Registration signals = client.observeSignals("type='signal',member='PrepareForSleep'",
+                                               [this](sd_bus_message*) { signalled = true; });
+  LinuxWorld() {
+    bus.start();
+    loop.runUntil([&] { return client.connected(); });
+    logind = bus.startService(kLoginService, kLoginPath, kLoginManager);
+    loop.drain();
+  }
+  void sleep() {
+    waiting = true;
+    prepare(1);
+  }
+  void wake() { prepare(0); }
+  bool waits() const { return waiting; }
+  void prepare(int sleep) {
+    ASSERT_GE(bus.call(kLoginService, kLoginPath, bus.kMock, "EmitSignal", "sssav", kLoginManager,
+                       "PrepareForSleep", "b", 1, "b", sleep),
+              0);
+    loop.runUntil([&] { return std::exchange(signalled, false); });
+  }
+};
+
+template <typename World>
+class SystemPowerContract : public testing::Test {
+ protected:
+  struct Listener {
+    SystemPower::Registered handles{};
+    Registration source{};
+    std::intptr_t argument = 0;  ///< of the last sleep
+    std::function<void()> slept{};
+  };
+  // Whether it may sleep everyone allows at once.
+  void listen(const std::string& name, Listener& listener) {
+    listener.handles = world.power.registerForSystemPower(
+        [this, name, &listener](std::uint32_t type, std::intptr_t argument) {
+          if (type == static_cast<std::uint32_t>(PowerMessage::CanSleep)) {
+            return allow(listener, argument);
+          }
+          const bool sleep = type == static_cast<std::uint32_t>(PowerMessage::WillSleep);
+          EXPECT_TRUE(sleep || type == static_cast<std::uint32_t>(PowerMessage::HasPoweredOn));
+          heard.push_back(name + (sleep ? " sleep" : " wake"));
+          if (!sleep) return;
+          listener.argument = argument;
+          if (listener.slept) listener.slept();
+        });
+    ASSERT_NE(listener.handles.connection, 0u);
+  }
+  void listenOnLoop(const std::string& name, Listener& listener) {
+    listen(name, listener);
+    listener.source = listener.handles.port->addSourceToRunLoop();
+    ASSERT_TRUE(listener.source);
+  }
+  void allow(const Listener& listener, std::intptr_t argument) {
+    world.power.allowPowerChange(listener.handles.connection, argument);
+  }
+  void drop(Listener& listener) {
+    listener.source.reset();
+    world.power.deregisterForSystemPower(listener.handles.notifier);
+    listener.handles.port.reset();
+    world.power.closeConnection(listener.handles.connection);
+  }
+  Lines afterANight() {
+    world.sleep();
+    world.wake();
+    return std::exchange(heard, {});
+  }
+  World world;
+  Lines heard;
+};
+using Worlds = testing::Types<SimWorld, LinuxWorld>;
+TYPED_TEST_SUITE(SystemPowerContract, Worlds);
+
+TYPED_TEST(SystemPowerContract, MessagesComeWhileThePortsSourceIsOnTheRunLoop) {
+  typename TestFixture::Listener a, b;
+  this->listen("a", a);
+  EXPECT_EQ(this->afterANight(), Lines{});
+  a.source = a.handles.port->addSourceToRunLoop();
+  this->listenOnLoop("b", b);
+  EXPECT_EQ(this->afterANight(), (Lines{"a sleep", "b sleep", "a wake", "b wake"}));
+  a.source.reset();
+  EXPECT_EQ(this->afterANight(), (Lines{"b sleep", "b wake"}));
+  a.source = a.handles.port->addSourceToRunLoop();
+  this->world.power.deregisterForSystemPower(b.handles.notifier);
+  EXPECT_EQ(b.handles.notifier, 0u);
+  EXPECT_EQ(this->afterANight(), (Lines{"a sleep", "a wake"}));
+  a.handles.port.reset();
+  EXPECT_EQ(this->afterANight(), Lines{});
+}
+
+TYPED_TEST(SystemPowerContract, TheSystemWaitsUntilEveryListenerHasAllowedTheChangeOrLeft) {
+  typename TestFixture::Listener a, b;
+  a.slept = [&] { this->allow(a, a.argument); };
+  this->listenOnLoop("a", a);
+  this->listenOnLoop("b", b);
+  this->world.sleep();
+  const std::intptr_t first = b.argument;
+  this->allow(b, first);
+  EXPECT_FALSE(this->world.waits());
+  this->world.wake();
+  this->world.sleep();
+  this->allow(b, first);       // of the sleep before
+  this->allow(a, b.argument);  // by another
+  EXPECT_TRUE(this->world.waits());
+  this->world.wake();
+  a.slept = [&] {
+    this->drop(a);
+    this->drop(b);
+  };
+  this->heard.clear();
+  this->world.sleep();
+  EXPECT_FALSE(this->world.waits());
+  this->world.wake();
+  EXPECT_EQ(this->heard, Lines{"a sleep"});
+}
+
+struct SimKernel {
+  SimHandset handset;
+  SimKernelValues& values = handset.kernel();
+  SimKernel() { values.setText("kern.bootargs", std::nullopt); }
+  void setBootArguments(const std::string& text) { values.setText("kern.bootargs", text); }
+  void wakeFor(const std::optional<std::string>& reason) { handset.systemPower().wake(reason); }
+};
+struct LinuxKernel {
+  DirectoryForTest root;
+  LinuxKernelValues values{{}, root / "", root / ""};
+  void setBootArguments(const std::string& text) { root.write("cmdline", text + "\n"); }
+  void wakeFor(const std::optional<std::string>& reason) {
+    values.systemWillSleep();
+    std::filesystem::remove_all(root / "kernel");
+    if (reason) root.write("kernel/wakeup_reasons/last_resume_reason", *reason + "\n");
+    values.systemDidWake();
+  }
+};
+template <typename Kernel>
+class KernelValuesContract : public testing::Test {};
+using Kernels = testing::Types<SimKernel, LinuxKernel>;
+TYPED_TEST_SUITE(KernelValuesContract, Kernels);
+
+TYPED_TEST(KernelValuesContract, ATextFillsNoMoreThanTheBuffer) {
+  TypeParam kernel;
+  std::size_t size = 0, filled = 0;
+  std::string buffer;
+  const auto read = [&](const char* name, std::size_t room) {
+    buffer = "###############";
+    const int result = kernel.values.read(name, std::span(buffer).first(room), filled);
+    return result == 0 ? buffer : std::to_string(result);
+  };
+  for (const char* name : {"kern.wakereason", "kern.bootargs", "kern.other"}) {
+    EXPECT_EQ(kernel.values.sizeOf(name, size), ENOENT);
+    EXPECT_EQ(read(name, 9), std::to_string(ENOENT));
+  }
+  kernel.setBootArguments("quiet one");
+  for (const char* reason : {"57 wifi", "8 rtc"}) {  // a new one each time
+    kernel.wakeFor(reason);
+    EXPECT_EQ(kernel.values.sizeOf("kern.wakereason", size), 0);
+    EXPECT_EQ(read("kern.wakereason", 15).substr(0, filled), reason + std::string(1, '\0'));
+    EXPECT_EQ(filled, size);
+  }
+  EXPECT_EQ(kernel.values.sizeOf("kern.bootargs", size), 0);
+  EXPECT_EQ(size, 10u);
+  EXPECT_EQ(read("kern.bootargs", 12), std::string("quiet one\0#####", 15));
+  EXPECT_EQ(read("kern.bootargs", 9), "quiet one######");
+  EXPECT_EQ(filled, 9u);
+  EXPECT_EQ(read("kern.bootargs", 0), "###############");
+  kernel.wakeFor(std::nullopt);
+  EXPECT_EQ(kernel.values.sizeOf("kern.wakereason", size), ENOENT);
+}
+
+}  // namespace
+}  // namespace zorva
