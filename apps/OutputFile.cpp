@@ -134,4 +134,12 @@ bool OutputFile::finish() {
   return true;
 }
 
+CommandOption outputOption(std::optional<std::string>& to) {
+  return {"output", 'o', "the name of a file", [&to](const std::string& name) {
+            if (to) return std::string("more than one output is given.");
+            to = name;
+            return std::string();
+          }};
+}
+
 }  // namespace zorva

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/base/CommandLine.h"
+
 namespace zorva {
 
 /// Standard output, or a file that appears under its name only when it is complete: it is written
@@ -56,5 +58,8 @@ class OutputFile {
   int descriptor_ = -1;
   bool replace_ = false;
 };
+
+/// "-o FILE" or "--output FILE", which sets `to` once.
+CommandOption outputOption(std::optional<std::string>& to);
 
 }  // namespace zorva

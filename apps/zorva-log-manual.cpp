@@ -1,9 +1,4 @@
-// Writes the manual page zorva-log(5) from the tables of the log's format, with a real line for
-// each category. The build runs it:
-//
-//     zorva-log-manual LOG... > zorva-log.5
-//
-// Exit status 1 if a log cannot be read, or if no log has an entry of some category.
+// Generates the manual page of the log while Zorva is built.
 
 #include <algorithm>
 #include <cstdio>
@@ -15,11 +10,27 @@
 #include <utility>
 #include <vector>
 
+#include "platform/base/CommandLine.h"
 #include "platform/base/Text.h"
 #include "report/read/LogReader.h"
 
 namespace zorva {
 namespace {
+
+constexpr const char* kProgram = "zorva-log-manual";
+
+constexpr const char* kHelp =
+    "Usage: zorva-log-manual LOG... > zorva-log.5\n"
+    "Writes the manual page zorva-log(5) from the tables of the log's format, with a real line of "
+    "the\n"
+    "logs for each category.\n"
+    "\n"
+    "  -h, --help  print this text and exit\n"
+    "  --version   print the version and exit\n"
+    "\n"
+    "Exit status: 0 written; 1 a log cannot be read, or a category has no entry in any of them; 2 "
+    "bad\n"
+    "usage.\n";
 
 constexpr std::size_t kWidth = 64;  // columns of an example, with the page's margin within 80
 
@@ -254,19 +265,19 @@ std::string folded(std::string_view line) {
 
 std::string_view typeName(FieldType type) {
   switch (type) {
-    case FieldType::kWord:
+    case FieldType::Word:
       return "WORD";
-    case FieldType::kText:
+    case FieldType::Text:
       return "TEXT";
-    case FieldType::kInteger:
+    case FieldType::Integer:
       return "N";
-    case FieldType::kHex:
+    case FieldType::Hex:
       return "HEX";
-    case FieldType::kReal:
+    case FieldType::Real:
       return "N.N";
-    case FieldType::kDuration:
+    case FieldType::Duration:
       return "H:MM:SS";
-    case FieldType::kDate:
+    case FieldType::DateTime:
       return "DATE";
   }
   return "";
@@ -348,7 +359,7 @@ bool readExamples(const char* path, std::map<std::string, Examples>& examples) {
   LogRecord record;
   std::vector<LogField> fields;
   while (reader.next(record)) {
-    if (record.piece != LogPiece::kEntry) continue;
+    if (record.piece != LogPiece::Entry) continue;
     splitFields(record, fields);
     int worth = 0;
     for (const LogField& field : fields) {
@@ -369,9 +380,15 @@ bool readExamples(const char* path, std::map<std::string, Examples>& examples) {
 }  // namespace zorva
 
 int main(int argc, char* argv[]) {
+  std::vector<std::string> logs;
+  const zorva::CommandLine line{zorva::kProgram, zorva::kHelp};
+  if (const auto end =
+          zorva::readCommandLine(line, {argv + (argc > 0 ? 1 : 0), argv + argc}, logs)) {
+    return end->write();
+  }
   std::map<std::string, zorva::Examples> examples;
-  for (int i = 1; i < argc; ++i) {
-    if (!zorva::readExamples(argv[i], examples)) return EXIT_FAILURE;
+  for (const std::string& log : logs) {
+    if (!zorva::readExamples(log.c_str(), examples)) return EXIT_FAILURE;
   }
   std::cout << zorva::kHead;
   for (const zorva::EntryFormat& format : zorva::logFormat()) {

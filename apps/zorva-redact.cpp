@@ -4,15 +4,17 @@
 #include <string_view>
 #include <vector>
 
-#include "apps/OptionValue.h"
 #include "apps/OutputFile.h"
 #include "apps/ReadLog.h"
+#include "platform/base/CommandLine.h"
 #include "platform/system/ProcessSetUp.h"
 #include "report/read/LogReader.h"
 #include "report/redact/Redaction.h"
 
 namespace zorva {
 namespace {
+
+constexpr const char* kProgram = "zorva-redact";
 
 constexpr const char* kHelp =
     "Usage: zorva-redact [LOG...] [-o FILE [--force]]\n"
@@ -24,6 +26,7 @@ constexpr const char* kHelp =
     "  -o, --output FILE  write to FILE instead of standard output; it appears when complete\n"
     "      --force        replace FILE if it exists\n"
     "  -h, --help         print this text and exit\n"
+    "      --version      print the version and exit\n"
     "\n"
     "Damaged lines are replaced as a whole and reported on standard error. Times and figures\n"
     "are kept: zorva-redact(1) describes what they still reveal.\n"
@@ -31,42 +34,28 @@ constexpr const char* kHelp =
     "Exit status: 0 written; 1 a log could not be read or the output not written; 2 bad usage.\n";
 
 constexpr int kFailed = 1;
-constexpr int kBadUsage = 2;
 constexpr std::size_t kMaxDamagedShown = 10;
 
 struct Request {
-  bool help = false;
   bool force = false;
   std::vector<std::string> logs;
   std::optional<std::string> output;
 };
 
-// Reads the arguments; returns what is wrong with them, or an empty text.
-std::string parse(const std::vector<std::string>& arguments, Request& request) {
-  bool options = true;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string& argument = arguments[i];
-    if (!options || argument == "-" || !argument.starts_with('-')) {
-      request.logs.push_back(argument);
-    } else if (argument == "--") {
-      options = false;
-    } else if (argument == "--help" || argument == "-h") {
-      request.help = true;
-    } else if (argument == "--force") {
-      request.force = true;
-    } else if (const auto output = takeOutput(arguments, i, request.output)) {
-      if (!output->empty()) return *output;
-    } else {
-      return "unknown option " + argument + ".";
-    }
+// Reads the arguments; the end of the program when there is nothing to rewrite.
+std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Request& request) {
+  if (auto end = readCommandLine(
+          {kProgram, kHelp, {outputOption(request.output), commandSwitch("force", request.force)}},
+          arguments, request.logs)) {
+    return end;
   }
-  if (request.force && !request.output) return "--force needs -o.";
+  if (request.force && !request.output) return badUsage(kProgram, "--force needs -o.");
   if (request.logs.empty()) request.logs.emplace_back("-");
-  return "";
+  return std::nullopt;
 }
 
 int complain(const std::string& problem, int status) {
-  std::fprintf(stderr, "zorva-redact: %s\n", problem.c_str());
+  std::fprintf(stderr, "%s: %s\n", kProgram, problem.c_str());
   return status;
 }
 
@@ -84,13 +73,13 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
   Redaction redaction;
   std::vector<std::string> damaged;
   {
-    Progress progress("zorva-redact", inputs);
+    Progress progress(kProgram, inputs);
     for (LogInput& input : inputs) {
       bool written = true;
       const std::string problem = readLog(
           reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
             redaction.append(record, output.pending());
-            if (record.piece == LogPiece::kDamaged && damaged.size() < kMaxDamagedShown) {
+            if (record.piece == LogPiece::Damaged && damaged.size() < kMaxDamagedShown) {
               damaged.push_back(file + ":" + std::to_string(record.line));
             }
             return written = output.flushIfMuch();
@@ -106,12 +95,7 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
 
 int run(const std::vector<std::string>& arguments) {
   Request request;
-  if (const std::string wrong = parse(arguments, request); !wrong.empty()) {
-    return complain(wrong + " 'zorva-redact --help' shows the options.", kBadUsage);
-  }
-  if (request.help) {
-    return std::fputs(kHelp, stdout) < 0 || std::fflush(stdout) != 0 ? kFailed : 0;
-  }
+  if (const auto end = parse(arguments, request)) return end->write();
   std::vector<LogInput> inputs;
   std::string problem = openLogs(request.logs, inputs);
   if (!problem.empty()) return complain(problem, kFailed);

@@ -28,12 +28,11 @@ namespace zorva {
 namespace {
 
 constexpr int kFailed = 1;
-constexpr int kBadUsage = 2;
 constexpr std::size_t kNarrowest = 60;
 constexpr std::size_t kWidest = 100;
 
 int complain(const std::string& problem, int status) {
-  std::fprintf(stderr, "zorva-report: %s\n", problem.c_str());
+  std::fprintf(stderr, "%s: %s\n", kReportProgram, problem.c_str());
   return status;
 }
 
@@ -91,7 +90,7 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReading reading;
   for (const LogInput& input : inputs) reading.files.push_back(input.name());
   {
-    Progress progress("zorva-report", inputs);
+    Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
       const std::string problem = readLog(reader, input, progress, 0,
                                           [&](const LogRecord& record, const std::string& file) {
@@ -122,7 +121,7 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReading reading{request.logs, {}, {}};
   PageWriter page(output->pending(), request.window);
   {
-    Progress progress("zorva-report", inputs);
+    Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
       bool written = true;
       problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
@@ -142,7 +141,7 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
 int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs) {
   std::vector<ComparedLog> compared;
   {
-    Progress progress("zorva-report", inputs);
+    Progress progress(kReportProgram, inputs);
     std::uint64_t before = 0;
     for (LogInput& input : inputs) {
       LogReader reader;
@@ -168,7 +167,7 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   WindowFilter filter(request.window);
   OutputFile output = OutputFile::standardOutput();
   bool written = true;
-  Progress progress("zorva-report", inputs);
+  Progress progress(kReportProgram, inputs);
   for (LogInput& input : inputs) {
     const std::string problem =
         readLog(reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
@@ -184,7 +183,7 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
 // Prints new events. Existing entries are read without being printed, unless --since is given.
 int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   OutputFile output = OutputFile::standardOutput();
-  bool live = request.sinceGiven;
+  bool live = request.window.since != LogWindow::kAlways;
   LogNews news([&](const std::string& line) {
     if (live) output.pending().append(line).append("\n");
   });
@@ -204,7 +203,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   };
   LogReader reader;
   {
-    Progress progress("zorva-report", inputs);
+    Progress progress(kReportProgram, inputs);
     for (std::size_t i = 0; i + 1 < inputs.size(); ++i) {
       const std::string problem = readLog(reader, inputs[i], progress, 0, take);
       if (!problem.empty()) return complain(problem, kFailed);
@@ -240,12 +239,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
 
 int run(const std::vector<std::string>& arguments) {
   ReportRequest request;
-  if (const std::string wrong = parseReportRequest(arguments, request); !wrong.empty()) {
-    return complain(wrong + " 'zorva-report --help' shows the options.", kBadUsage);
-  }
-  if (request.help) {
-    return std::fputs(kReportHelp, stdout) < 0 || std::fflush(stdout) != 0 ? kFailed : 0;
-  }
+  if (const auto end = readReportRequest(arguments, request)) return end->write();
   if (!request.compare) sortByTime(request.logs);
   std::vector<LogInput> inputs;
   if (const std::string problem = openLogs(request.logs, inputs); !problem.empty()) {

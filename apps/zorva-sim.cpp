@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "apps/LoggerTable.h"
+#include "apps/DefaultLoggers.h"
 #include "core/ZorvaMain.h"
 #include "platform/assemble/SimRun.h"
 #include "platform/system/ProcessSetUp.h"
@@ -11,5 +11,5 @@ int main(int argc, char* argv[]) {
   auto run = zorva::SimRun::fromArguments(argc, argv, status, std::cout, std::cerr);
   if (!run) return status;
   return zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(),
-                          {[&run] { return &run->platform(); }}, zorva::loggerTable());
+                          {[&run] { return &run->platform(); }}, zorva::defaultLoggers());
 }

@@ -1,6 +1,6 @@
 #include <memory>
 
-#include "apps/LoggerTable.h"
+#include "apps/DefaultLoggers.h"
 #include "core/ZorvaMain.h"
 #include "core/ZorvaState.h"
 #include "platform/assemble/LinuxPlatform.h"
@@ -14,8 +14,8 @@ int main(int argc, char* argv[]) {
     return machine ? &machine->platform() : nullptr;
   };
   const int status =
-      zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::loggerTable());
-  machine.reset();  // writes the pending preferences
+      zorva::ZorvaMain(argc, argv, {makePlatform, zorva::reportReady}, zorva::defaultLoggers());
+  machine.reset();  // writes the lines that wait for standard error
   if (zorva::sZorvaContext.readerIsGone) zorva::endByBrokenPipe();
   return status;
 }

@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::int32_t kMinInterval = 60;  // seconds between entries
 
-const char* onOrOff(bool on) {
-  return on ? "on" : "off";
-}
-
 }  // namespace
 
 std::unique_ptr<ZVBluetoothLogger> ZVBluetoothLogger::logger(const Services& services,

@@ -59,7 +59,7 @@ void ZVGeodyneLogger::logTechnologies() {
   for (const std::int64_t code : technologyCodes_) {
     const bool on = std::find(lastTechnologiesInUse_->begin(), lastTechnologiesInUse_->end(),
                               code) != lastTechnologiesInUse_->end();
-    body += formatText(" %s=%s;", humanReadableNameForTechnology(code), on ? "on" : "off");
+    body += formatText(" %s=%s;", humanReadableNameForTechnology(code), onOrOff(on));
   }
   logEntryWithBody("Geodyne", body);
 }

@@ -8,13 +8,6 @@
 #include "platform/base/Text.h"
 
 namespace zorva {
-namespace {
-
-const char* onOrOff(bool value) {
-  return value ? "on" : "off";
-}
-
-}  // namespace
 
 std::unique_ptr<ZVWiFiLogger> ZVWiFiLogger::logger(const Services& services, WiFiManager& manager,
                                                    WiFiDriver& driver,

@@ -56,7 +56,7 @@ void ZVTelephonyLogger::log() {
   body += formatText(" data=%s;", humanReadableDataActiveString().c_str());
   body += formatText(" rat=%s;", textOrNull(technology).c_str());
   body += formatText(" call_status=%s;", connection.currentCallStatus().c_str());
-  body += formatText(" airplane_mode=%s;", telephony_.airplaneMode() ? "on" : "off");
+  body += formatText(" airplane_mode=%s;", onOrOff(telephony_.airplaneMode()));
   body += formatText(" sim=%s;", safeText(humanReadableSimStatusString()).c_str());
   std::int32_t raw, percentage, bars;
   connection.getSignalStrengthAsPercentageWithBars(raw, percentage, bars);

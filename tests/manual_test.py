@@ -9,6 +9,7 @@ PAGES = {page.name: page for page in [*(ROOT / 'packaging' / 'man').glob('*.[15]
                                       BIN.parent / 'man' / 'zorva-log.5']}
 VIEWERS = [('groff', '-man', '-Tutf8', '-ww', '-z'), ('mandoc', '-Tlint', '-Wwarning')]
 PROGRAMS = [file.name for file in BIN.iterdir() if file.name.startswith('zorva')]
+VERSION = re.search(r'^project\(zorva VERSION (\S+)', (ROOT / 'CMakeLists.txt').read_text(), re.M)[1]
 ROOMS = ('core', 'power', 'telephony', 'wake', 'loggers', 'process')
 
 
@@ -49,6 +50,9 @@ class Manual(unittest.TestCase):
         for name in PROGRAMS:
             shown = run(program(name), '-h')
             self.assertEqual(shown.returncode, 0)
+            if name != 'zorva':
+                version = run(program(name), '--version')
+                self.assertEqual((version.returncode, version.stdout), (0, f'{name} {VERSION}\n'))
             lines = re.findall(r'^ +(-.*?)(?:  .*)?$', shown.stdout + shown.stderr, re.M)
             told = {word for line in lines for word in option.findall(line)}
             self.assertGreater(len(told), 2)
@@ -65,7 +69,7 @@ class Manual(unittest.TestCase):
         calls = re.findall(r'CopyPreferenceValue\((?!PreferencesStore)[^,]*, ([\w.]+)\)', code)
         read = {constants[name] for name in calls if name not in ('key', 'row.preference')}
         read |= set(re.findall(r'\bpreference\("(\w+)"\)', code))
-        rows = (ROOT / 'apps/LoggerTable.cpp').read_text()
+        rows = (ROOT / 'apps/DefaultLoggers.cpp').read_text()
         read |= {constants[name] for name in re.findall(r'\b0, (k\w+)\}', rows)}
         listed = dict(re.findall(r'^\.BR (\w+) " \((?:.*[;,] )?(\S+)\)"$',
                                  '\n'.join(tags('zorva.1', 'PREFERENCES')), re.M))

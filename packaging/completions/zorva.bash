@@ -15,7 +15,7 @@ _zorva_sim() {
   if [[ $previous == --root ]]; then
     COMPREPLY=($(compgen -d -- "$word"))
   elif [[ $word == -* ]]; then
-    COMPREPLY=($(compgen -W "--root -h --help --" -- "$word"))
+    COMPREPLY=($(compgen -W "--root -h --help --version --" -- "$word"))
   else
     COMPREPLY=($(compgen -f -X '!*.yaml' -- "$word") $(compgen -d -- "$word"))
   fi
@@ -24,7 +24,7 @@ _zorva_sim() {
 _zorva_notify() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "--state -h --help" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "--state -h --help --version" -- "$word")) ;;
     *) COMPREPLY=($(compgen -W "com.vennor.zorva.exit" -- "$word")) ;;
   esac
 }
@@ -32,7 +32,7 @@ _zorva_notify() {
 _zorva_redact() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "-o --output --force -h --help" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "-o --output --force -h --help --version" -- "$word")) ;;
     *) COMPREPLY=($(compgen -f -- "$word")) ;;
   esac
 }
@@ -40,7 +40,7 @@ _zorva_redact() {
 _zorva_report() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "--since --until --json --follow --compare -o --output --force -h --help" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "--since --until --json --follow --compare -o --output --force -h --help --version" -- "$word")) ;;
     *) COMPREPLY=($(compgen -f -- "$word")) ;;
   esac
 }

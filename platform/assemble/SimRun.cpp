@@ -7,81 +7,68 @@
 #include <utility>
 
 #include "platform/assemble/Scenario.h"
+#include "platform/base/CommandLine.h"
 #include "platform/base/Text.h"
 
 namespace zorva {
 namespace {
 
-constexpr const char* kUsage =
-    "Usage: zorva-sim SCENARIO [--root DIR] [--help] [-- -Bdpq]\n"
+constexpr const char* kProgram = "zorva-sim";
+
+constexpr const char* kHelp =
+    "Usage: zorva-sim SCENARIO [--root DIR] [-- -Bdpq]\n"
     "Runs the loggers on a simulated handset, in virtual time.\n"
     "The log goes to standard output, the handset's system log to standard error.\n"
     "Options:\n"
     "    --root DIR    keep the handset's files (log directory, preferences) in DIR;\n"
     "                  without it they are removed at the end\n"
     "    -h, --help    print this help message and exit\n"
+    "    --version     print the version and exit\n"
     "    -- OPTIONS    what follows are options for zorva\n";
 
 struct Options {
-  bool help = false;
-  std::string problem;  ///< what is wrong with the command line
-  std::optional<std::string> scenario;
+  std::string scenario;
   std::optional<std::string> root;
   std::vector<std::string> zorva{"zorva"};
 };
 
-// Not by getopt: its state belongs to the daemon's own options.
-Options parse(const std::vector<std::string>& arguments) {
-  constexpr std::string_view kRootIs = "--root=";
-  Options options;
-  for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
-    if (*argument == "--") {
-      options.zorva.insert(options.zorva.end(), argument + 1, arguments.end());
-      break;
-    }
-    if (*argument == "--help" || *argument == "-h") {
-      options.help = true;
-    } else if (argument->starts_with(kRootIs)) {
-      options.root = argument->substr(kRootIs.size());
-    } else if (*argument == "--root") {
-      if (argument + 1 == arguments.end()) {
-        options.problem = "--root needs a directory";
-        break;
-      }
-      options.root = *++argument;
-    } else if (argument->starts_with('-') && argument->size() > 1) {
-      options.problem = "unknown option " + *argument + "; options for zorva come after --";
-    } else if (options.scenario) {
-      options.problem = "more than one scenario";
-    } else {
-      options.scenario = *argument;
-    }
+// The end of the program when there is nothing to run.
+std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Options& options) {
+  const auto setRoot = [&options](const std::string& directory) {
+    options.root = directory;
+    return std::string();
+  };
+  std::vector<std::string> scenarios;
+  if (auto end = readCommandLine({kProgram,
+                                  kHelp,
+                                  {{"root", 0, "a directory", setRoot}},
+                                  "; options for zorva come after --"},
+                                 arguments, scenarios, &options.zorva)) {
+    return end;
   }
-  if (options.root && options.root->empty()) options.problem = "--root needs a directory";
-  if (!options.scenario && options.problem.empty()) options.problem = "no scenario is given";
-  return options;
+  if (scenarios.empty()) return badUsage(kProgram, "no scenario is given.");
+  if (scenarios.size() > 1) return badUsage(kProgram, "more than one scenario is given.");
+  options.scenario = scenarios[0];
+  return std::nullopt;
 }
 
 }  // namespace
 
 std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], int& status,
                                             std::ostream& out, std::ostream& err) {
-  const Options options = parse({argv + (argc > 0 ? 1 : 0), argv + argc});
-  if (options.help) {
-    out << kUsage << std::flush;
-    status = 0;
+  Options options;
+  if (const auto end = parse({argv + (argc > 0 ? 1 : 0), argv + argc}, options)) {
+    out << end->output << std::flush;
+    err << end->error;
+    status = end->status;
     return std::nullopt;
   }
   status = 2;
-  if (!options.problem.empty()) {
-    err << "zorva-sim: " + safeText(options.problem) + "\n" << kUsage;
-    return std::nullopt;
-  }
   SimRun run;
   try {
     run.handset_ = std::make_unique<SimHandset>(
         options.root ? std::make_unique<SimRoot>(*options.root) : std::make_unique<SimRoot>());
-    const Scenario scenario = Scenario::readFile(*options.scenario, *run.handset_);
+    const Scenario scenario = Scenario::readFile(options.scenario, *run.handset_);
     run.handset_->systemLog().setForward([&err](std::string_view message) {
       // Some messages hold more than one line.
       std::string lines;

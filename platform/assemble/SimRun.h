@@ -15,8 +15,8 @@ namespace zorva {
 /// options for the daemon that is to run on it.
 class SimRun {
  public:
-  /// Reads "zorva-sim SCENARIO [--root DIR] [--help] [-- ZORVA-OPTIONS]". With nothing to run,
-  /// `status` is the exit status: 0 after --help, 2 after a wrong option or a bad scenario, which
+  /// Reads "zorva-sim SCENARIO [--root DIR] [-- ZORVA-OPTIONS]". With nothing to run, `status` is
+  /// the exit status: 0 after --help or --version, 2 after a wrong option or a bad scenario, which
   /// `err` then explains. From then on the handset's system log goes to `err`, which must outlive
   /// the run, each line led by "syslog: ".
   static std::optional<SimRun> fromArguments(int argc, const char* const argv[], int& status,

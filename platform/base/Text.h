@@ -62,4 +62,9 @@ inline const char* yesOrNo(bool value) {
   return value ? "yes" : "no";
 }
 
+/// "on" or "off".
+inline const char* onOrOff(bool value) {
+  return value ? "on" : "off";
+}
+
 }  // namespace zorva

@@ -31,60 +31,60 @@ void sample(const LaneEntry& entry, Curve curve, std::string_view key) {
 }
 
 void battery(const LaneEntry& entry) {
-  sample(entry, Curve::kLevel, "level");
-  sample(entry, Curve::kCurrent, "current");
-  sample(entry, Curve::kTemperature, "battery_temp");
+  sample(entry, Curve::Level, "level");
+  sample(entry, Curve::Current, "current");
+  sample(entry, Curve::Temperature, "battery_temp");
   const std::string_view charging = entry.value("charging_state");
-  setLane(entry, Lane::kCharging, isSaid(charging) && charging != "Inactive", {.what = charging});
+  setLane(entry, Lane::Charging, isSaid(charging) && charging != "Inactive", {.what = charging});
 }
 
 void display(const LaneEntry& entry) {
   entry.scratch.assign(entry.value("brightness")).append("/").append(entry.value("max"));
-  setLane(entry, Lane::kDisplay, entry.value("active") == "yes", {.what = entry.scratch});
+  setLane(entry, Lane::Display, entry.value("active") == "yes", {.what = entry.scratch});
 }
 
 void telephony(const LaneEntry& entry) {
   const std::string_view call = entry.value("call_status");
-  setLane(entry, Lane::kCall, isSaid(call) && call != "Inactive" && call != "Idle", {.what = call});
+  setLane(entry, Lane::Call, isSaid(call) && call != "Inactive" && call != "Idle", {.what = call});
   const std::string_view data = entry.value("data");
-  setLane(entry, Lane::kData, isSaid(data) && data != "inactive", {.what = data});
-  if (entry.value("signal") != "-1") sample(entry, Curve::kSignal, "signal");
+  setLane(entry, Lane::Data, isSaid(data) && data != "inactive", {.what = data});
+  if (entry.value("signal") != "-1") sample(entry, Curve::Signal, "signal");
 }
 
 void registration(const LaneEntry& entry) {
-  setLane(entry, Lane::kRegistered, entry.value("status").starts_with("Registered"),
+  setLane(entry, Lane::Registered, entry.value("status").starts_with("Registered"),
           {.who = entry.value("operator"), .what = entry.value("data_indicator")});
 }
 
 void wifi(const LaneEntry& entry) {
-  setLane(entry, Lane::kWiFi, entry.value("status") == "on", {.what = entry.value("ap")});
+  setLane(entry, Lane::WiFi, entry.value("status") == "on", {.what = entry.value("ap")});
 }
 
 void bluetooth(const LaneEntry& entry) {
-  setLane(entry, Lane::kBluetooth, entry.value("state") == "on",
+  setLane(entry, Lane::Bluetooth, entry.value("state") == "on",
           {.what = entry.value("connected") == "yes" ? "connected" : ""});
 }
 
 void audio(const LaneEntry& entry) {
-  setLane(entry, Lane::kAudio, entry.value("active") == "yes", {.what = entry.value("route")});
+  setLane(entry, Lane::Audio, entry.value("active") == "yes", {.what = entry.value("route")});
 }
 
 void application(const LaneEntry& entry) {
   const std::string_view mode = entry.value("mode");
   const std::string_view id = entry.value("id");
-  setLane(entry, Lane::kApplication,
+  setLane(entry, Lane::Application,
           mode == "foreground" || mode == "background" || mode == "running",
           {.key = id, .who = id, .pid = entry.integer("pid"), .what = mode});
 }
 
 void thermal(const LaneEntry& entry) {
-  setLane(entry, Lane::kThermal, entry.integer("level") > 0, {.what = entry.value("level")});
+  setLane(entry, Lane::Thermal, entry.integer("level") > 0, {.what = entry.value("level")});
 }
 
 void location(const LaneEntry& entry) {
   for (const LogField& field : entry.fields) {
     if (field.key.empty()) continue;
-    setLane(entry, Lane::kLocation, field.value == "on", {.key = field.key, .what = field.key});
+    setLane(entry, Lane::Location, field.value == "on", {.key = field.key, .what = field.key});
   }
 }
 
@@ -104,8 +104,8 @@ void network(const LaneEntry& entry) {
   const std::string_view total = entry.value("TotalSinceLastCheck");
   const std::size_t slash = total.find('/');
   if (slash == total.npos) return;
-  traffic(entry, Curve::kReceived, total.substr(0, slash));
-  traffic(entry, Curve::kSent, total.substr(slash + 1));
+  traffic(entry, Curve::Received, total.substr(0, slash));
+  traffic(entry, Curve::Sent, total.substr(slash + 1));
 }
 
 constexpr std::pair<std::string_view, LaneHandler> kHandlers[] = {

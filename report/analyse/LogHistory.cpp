@@ -39,7 +39,7 @@ class LogHistory::Tracker {
 
   void add(const LogRecord& record) {
     const LogPosition position = position_++;
-    if (record.piece == LogPiece::kVersion) restarted_ = true;
+    if (record.piece == LogPiece::Version) restarted_ = true;
     if (!record.isTimed()) return;
     LogTime time = record.time;
     if (last_ && time < last_->time && last_->time - time <= kSameMoment) time = last_->time;
@@ -166,7 +166,7 @@ class LogHistory::Tracker {
   }
 
   void loseSleep() {
-    if (stray_) spans_.lose(Lane::kAsleep, *stray_);
+    if (stray_) spans_.lose(Lane::Asleep, *stray_);
     stray_.reset();
   }
 
@@ -194,7 +194,7 @@ class LogHistory::Tracker {
     split();
     const std::string_view event = value("event");
     if (event == "will_not_sleep") {
-      spans_.off(Lane::kAsleep, {}, now);
+      spans_.off(Lane::Asleep, {}, now);
       moment(now);
     }
     // A step towards the next sleep, and nobody saw the end of the last one.
@@ -205,7 +205,7 @@ class LogHistory::Tracker {
     }
     if (event == "will_sleep") {
       stray_.reset();
-      spans_.on(Lane::kAsleep, {}, now);
+      spans_.on(Lane::Asleep, {}, now);
       sink_.fallsAsleep(now.time);
     }
   }
@@ -214,7 +214,7 @@ class LogHistory::Tracker {
     split();
     stray_.reset();
     wake_.emplace(now.time, spans_.asleepSince(), *fields_, now.position);
-    spans_.off(Lane::kAsleep, {}, now);
+    spans_.off(Lane::Asleep, {}, now);
   }
 
   void decoded(const LogMark& now) {

@@ -13,21 +13,21 @@ namespace zorva {
 
 /// A state of the device that lasts.
 enum class Lane {
-  kAsleep,
-  kDisplay,      ///< lit; what: "140/255"
-  kAssertion,    ///< who: the process that keeps the device awake; what: the assertion's name
-  kCall,         ///< what: "Active", "Ringing"
-  kData,         ///< the modem's data connection; what: "DCH"
-  kWiFi,         ///< switched on; what: the network, or "<disassociated>"
-  kBluetooth,    ///< switched on; what: "connected" or empty
-  kAudio,        ///< playing; what: the route
-  kApplication,  ///< in the foreground or running behind; who: its id; what: the mode
-  kThermal,      ///< above level 0; what: the level
-  kCharging,     ///< what: the charging state
-  kLocation,     ///< a source of positions is in use; what: which
-  kRegistered,   ///< with a mobile network; who: the operator; what: the kind, "3G"
+  Asleep,
+  Display,      ///< lit; what: "140/255"
+  Assertion,    ///< who: the process that keeps the device awake; what: the assertion's name
+  Call,         ///< what: "Active", "Ringing"
+  Data,         ///< the modem's data connection; what: "DCH"
+  WiFi,         ///< switched on; what: the network, or "<disassociated>"
+  Bluetooth,    ///< switched on; what: "connected" or empty
+  Audio,        ///< playing; what: the route
+  Application,  ///< in the foreground or running behind; who: its id; what: the mode
+  Thermal,      ///< above level 0; what: the level
+  Charging,     ///< what: the charging state
+  Location,     ///< a source of positions is in use; what: which
+  Registered,   ///< with a mobile network; who: the operator; what: the kind, "3G"
 };
-inline constexpr std::size_t kLanes = static_cast<std::size_t>(Lane::kRegistered) + 1;
+inline constexpr std::size_t kLanes = static_cast<std::size_t>(Lane::Registered) + 1;
 
 /// A piece of the log: how many pieces, of all files, were before it.
 using LogPosition = std::uint64_t;
@@ -50,12 +50,12 @@ struct LogSpan {
 
 /// A value that is sampled.
 enum class Curve {
-  kLevel,        ///< percent
-  kCurrent,      ///< milliamperes, negative while the battery is drained
-  kTemperature,  ///< of the battery, degrees Celsius
-  kSignal,       ///< dBm
-  kReceived,     ///< bytes of all interfaces since the sample before
-  kSent,         ///< bytes
+  Level,        ///< percent
+  Current,      ///< milliamperes, negative while the battery is drained
+  Temperature,  ///< of the battery, degrees Celsius
+  Signal,       ///< dBm
+  Received,     ///< bytes of all interfaces since the sample before
+  Sent,         ///< bytes
 };
 
 /// The end of a sleep.

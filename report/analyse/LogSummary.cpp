@@ -78,7 +78,7 @@ LogTime LogSummary::seconds(Lane of) const {
 }
 
 LogTime LogSummary::awakeOnBattery() const {
-  return std::max<LogTime>(0, covered - asleepSeconds - seconds(Lane::kCharging) + asleepOnCharger);
+  return std::max<LogTime>(0, covered - asleepSeconds - seconds(Lane::Charging) + asleepOnCharger);
 }
 
 std::optional<double> LogSummary::Charge::perHour() const {
@@ -106,12 +106,12 @@ class LogSummarizer::Sink : public LogHistorySink {
     const LogTime end = std::min(span.end, window_.until);
     if (end < begin) return;
     const LogTime seconds = end - begin;
-    if (span.lane == Lane::kAsleep) {
+    if (span.lane == Lane::Asleep) {
       addSleep(span, begin, end);
-    } else if (span.lane == Lane::kCharging) {
+    } else if (span.lane == Lane::Charging) {
       account_.addCharging(begin, end);
     }
-    const std::string_view detail = span.lane == Lane::kDisplay ? "" : span.what;
+    const std::string_view detail = span.lane == Lane::Display ? "" : span.what;
     Tally& tally = tallies_.at(static_cast<std::size_t>(span.lane), span.who, detail);
     ++tally.count;
     tally.seconds += seconds;
@@ -122,25 +122,25 @@ class LogSummarizer::Sink : public LogHistorySink {
   void sample(Curve curve, LogTime time, double value, LogPosition) override {
     if (!window_.holds(time)) return;
     switch (curve) {
-      case Curve::kLevel:
+      case Curve::Level:
         if (!summary_.firstLevel) summary_.firstLevel = value;
         summary_.lastLevel = value;
         account_.addLevel(time, value);
         break;
-      case Curve::kSignal:
+      case Curve::Signal:
         summary_.weakestSignal = std::min(summary_.weakestSignal.value_or(value), value);
         summary_.strongestSignal = std::max(summary_.strongestSignal.value_or(value), value);
         break;
-      case Curve::kReceived:
+      case Curve::Received:
         summary_.received += value;
         summary_.traffic = true;
         break;
-      case Curve::kSent:
+      case Curve::Sent:
         summary_.sent += value;
         summary_.traffic = true;
         break;
-      case Curve::kCurrent:
-      case Curve::kTemperature:
+      case Curve::Current:
+      case Curve::Temperature:
         break;
     }
   }

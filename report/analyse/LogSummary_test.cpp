@@ -72,11 +72,11 @@ TEST(LogSummary, OfTheNightIsWhatItsScenarioDoes) {
   EXPECT_EQ(text(night.wakeReasons, false), "exton2(bb):3; <unknown>:1; exton(bb):1; rtc:1; ");
   EXPECT_EQ(text(night.wakeOwners, false),
             "Incoming Call:1; Incoming SMS:1; nobody (UDP to port 31337):1; pushd:1; ");
-  EXPECT_EQ(text(night.lane(Lane::kAssertion), true),
+  EXPECT_EQ(text(night.lane(Lane::Assertion), true),
             "Homescreen Display on:2/2040/2040+; commcenter Call:2/790/760; "
             "Homescreen Alarm:1/70/70; ");
-  EXPECT_EQ(night.seconds(Lane::kDisplay), 34 * 60 + 70);
-  EXPECT_EQ(text(night.lane(Lane::kCall), true), " Active:1/751/751;  Ringing:2/39/30; ");
+  EXPECT_EQ(night.seconds(Lane::Display), 34 * 60 + 70);
+  EXPECT_EQ(text(night.lane(Lane::Call), true), " Active:1/751/751;  Ringing:2/39/30; ");
   EXPECT_EQ(text(night.processes), "commcenter:11; Homescreen:1; ");
   EXPECT_EQ(night.received, 5120);
   EXPECT_EQ(night.sent, 1.2 * 1024);
@@ -99,7 +99,7 @@ TEST(LogSummary, OfTheDayIsWhatItsScenarioDoes) {
             "2 rtc; 1578 exton2(bb); 4895 exton2(bb); 4410 exton(bb); 7920 button; 0 ; ");
   EXPECT_EQ(text(day.wakeReasons, false), "exton2(bb):2; button:1; exton(bb):1; rtc:1; ");
   EXPECT_EQ(text(day.wakeOwners, false), "Incoming Call:1; mail:1; pushd:1; ");
-  EXPECT_EQ(text(day.lane(Lane::kAssertion), true),
+  EXPECT_EQ(text(day.lane(Lane::Assertion), true),
             "Homescreen Display on:1/10460/10460; mediad Playing audio:1/7020/7020; "
             "mediad Dock audio:1/3120/3120; racer Game:1/2940/2940; maps Navigation:1/2100/2100; "
             "commcenter Call:1/223/223; Homescreen Alarm:1/40/40; ");
@@ -136,7 +136,7 @@ TEST(LogSummary, OfAWindowCountsWhatIsInIt) {
   EXPECT_EQ(sleeps(window), "1032 exton2(bb); 5058 exton2(bb); 2860 ; ");
   EXPECT_EQ(text(window.asleep), "0.9/5083");
   EXPECT_EQ(text(window.mixed), "0.0/0");
-  EXPECT_EQ(window.lane(Lane::kAssertion).size(), 0U);
+  EXPECT_EQ(window.lane(Lane::Assertion).size(), 0U);
   EXPECT_EQ(text(window.processes), "");
   EXPECT_EQ(*logTimeFrom("2026-11-16", true) + 1, *logTimeFrom("2026-11-17T00:00:00", false));
   for (const char* const wrong : {"", "22:30", "2026-11-31", "2026-11-16 24:00", "2026-11-16 1:00",

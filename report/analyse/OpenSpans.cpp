@@ -12,7 +12,7 @@ constexpr LogTime kSnapshotSeconds = 5;
 
 // Bluetooth has no entry in snapshots, and the sources of positions only when they have changed.
 bool isInSnapshots(Lane lane) {
-  return lane != Lane::kBluetooth && lane != Lane::kLocation && lane != Lane::kAsleep;
+  return lane != Lane::Bluetooth && lane != Lane::Location && lane != Lane::Asleep;
 }
 
 bool isUnknown(std::string_view text) {
@@ -54,7 +54,7 @@ OpenSpans::Open* OpenSpans::find(Lane lane, std::string_view key) {
 OpenSpans::Open* OpenSpans::findAssertion(std::string_view key, LogTime since) {
   Open* best = nullptr;
   for (Open& open : open_) {
-    if (open.lane != Lane::kAssertion || open.key != key) continue;
+    if (open.lane != Lane::Assertion || open.key != key) continue;
     if (best == nullptr || std::abs(open.begin - since) < std::abs(best->begin - since)) {
       best = &open;
     }
@@ -64,15 +64,15 @@ OpenSpans::Open* OpenSpans::findAssertion(std::string_view key, LogTime since) {
 
 void OpenSpans::open(Lane lane, const LogState& state, LogTime begin, bool known,
                      const LogMark& now) {
-  if (lane == Lane::kAsleep) asleepSince_ = begin;
+  if (lane == Lane::Asleep) asleepSince_ = begin;
   open_.push_back({lane, std::string(state.key), std::string(state.who), state.pid,
                    std::string(state.what), begin, known, true, now.position, std::nullopt});
 }
 
 void OpenSpans::report(const Open& open, const LogMark& end, bool known) {
-  if (open.lane == Lane::kAsleep) asleepSince_.reset();
+  if (open.lane == Lane::Asleep) asleepSince_.reset();
   // Entries of one moment lead through states that never lasted.
-  const bool event = open.lane == Lane::kAssertion || open.lane == Lane::kAsleep;
+  const bool event = open.lane == Lane::Assertion || open.lane == Lane::Asleep;
   if (known && end.time <= open.begin && !event) return;
   sink_.span({open.lane, open.begin, std::max(open.begin, end.time), open.beginKnown, known,
               open.who, open.pid, open.what, open.first, end.position});
@@ -89,8 +89,8 @@ void OpenSpans::close(Open& open, const LogMark& now) {
 
 void OpenSpans::on(Lane lane, const LogState& state, const LogMark& now) {
   const auto index = static_cast<std::size_t>(lane);
-  const bool several = lane == Lane::kApplication || lane == Lane::kLocation;
-  const bool known = lane == Lane::kAsleep || (several ? !inSnapshot(now.time) : seen_[index]);
+  const bool several = lane == Lane::Application || lane == Lane::Location;
+  const bool known = lane == Lane::Asleep || (several ? !inSnapshot(now.time) : seen_[index]);
   seen_[index] = true;
   Open* const open = find(lane, state.key);
   if (open == nullptr) return this->open(lane, state, now.time, known, now);
@@ -121,7 +121,7 @@ void OpenSpans::assertionHeld(const LogState& state, LogTime since, const LogMar
   Open* open = findAssertion(state.key, begin);
   // Of those listed in one moment each is another one, unless they began together.
   if (open == nullptr || (open->listed == now.time && std::abs(open->begin - begin) > 1)) {
-    this->open(Lane::kAssertion, state, begin, since >= start_, now);
+    this->open(Lane::Assertion, state, begin, since >= start_, now);
     open = &open_.back();
   }
   open->confirmed = true;
@@ -132,7 +132,7 @@ void OpenSpans::assertionHeld(const LogState& state, LogTime since, const LogMar
 void OpenSpans::assertionCreated(const LogState& state, const LogMark& now) {
   const Open* const twin = findAssertion(state.key, now.time);
   if (twin != nullptr && twin->begin == now.time) return;
-  open(Lane::kAssertion, state, now.time, true, now);
+  open(Lane::Assertion, state, now.time, true, now);
 }
 
 void OpenSpans::assertionReleased(const LogState& state, LogTime since, const LogMark& now) {
@@ -140,7 +140,7 @@ void OpenSpans::assertionReleased(const LogState& state, LogTime since, const Lo
   if (open == nullptr) {
     // It was not seen before: its time is that of the entry all the same.
     const LogTime begin = std::clamp(since, start_, now.time);
-    this->open(Lane::kAssertion, state, begin, since >= start_, now);
+    this->open(Lane::Assertion, state, begin, since >= start_, now);
     report(open_.back(), now, true);
     open_.pop_back();
     return;
@@ -169,7 +169,7 @@ void OpenSpans::continueAt(const LogMark& last, const LogMark& now) {
     open.begin = now.time;
     open.beginKnown = false;
     open.first = now.position;
-    if (open.lane == Lane::kAsleep) asleepSince_ = now.time;
+    if (open.lane == Lane::Asleep) asleepSince_ = now.time;
   }
   start_ = now.time;
 }

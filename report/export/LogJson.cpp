@@ -94,18 +94,18 @@ void appendValue(const LogField& field, std::string& to) {
     appendNumber(*number, to);
   };
   switch (field.format->type) {
-    case FieldType::kInteger:
-    case FieldType::kHex:
+    case FieldType::Integer:
+    case FieldType::Hex:
       return orNull(field.integer());
-    case FieldType::kDuration:
+    case FieldType::Duration:
       return orNull(field.seconds());
-    case FieldType::kReal: {
+    case FieldType::Real: {
       const auto number = field.real();
       if (number && std::isfinite(*number)) return appendReal(*number, to);
       to += "null";
       return;
     }
-    case FieldType::kWord:
+    case FieldType::Word:
       if (isSwitch(*field.format)) {
         to += value == field.format->words[0].word   ? "true"
               : value == field.format->words[1].word ? "false"
@@ -113,8 +113,8 @@ void appendValue(const LogField& field, std::string& to) {
         return;
       }
       break;
-    case FieldType::kText:
-    case FieldType::kDate:
+    case FieldType::Text:
+    case FieldType::DateTime:
       break;
   }
   appendText(value, to);
@@ -122,13 +122,13 @@ void appendValue(const LogField& field, std::string& to) {
 
 std::string_view nameOf(LogPiece piece) {
   switch (piece) {
-    case LogPiece::kEntry:
+    case LogPiece::Entry:
       return "entry";
-    case LogPiece::kVersion:
+    case LogPiece::Version:
       return "version";
-    case LogPiece::kSeparator:
+    case LogPiece::Separator:
       return "separator";
-    case LogPiece::kDamaged:
+    case LogPiece::Damaged:
       break;
   }
   return "damaged";
@@ -171,7 +171,7 @@ void LogJson::append(const LogRecord& record, std::string_view file, std::string
   to += ",\"line\":";
   appendNumber(record.line, to);
   to.append(",\"kind\":\"").append(nameOf(record.piece)).append("\"");
-  if (record.piece == LogPiece::kEntry) {
+  if (record.piece == LogPiece::Entry) {
     if (timeText_.empty() || record.time != time_) {
       time_ = record.time;
       timeText_ = isoTime(time_);

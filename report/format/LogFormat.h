@@ -8,21 +8,21 @@ namespace zorva {
 /// What the value of a field is. Whatever its type, a value may also be one of the field's words,
 /// such as "<unknown>".
 enum class FieldType {
-  kWord,      ///< one of the field's words and nothing else
-  kText,      ///< any text, which may hold blanks, "=" and ";"
-  kInteger,   ///< decimal
-  kHex,       ///< hexadecimal without a prefix
-  kReal,      ///< decimal with a fraction
-  kDuration,  ///< hours:minutes:seconds, hours without limit
-  kDate,      ///< "2026-11-18 05:30:00 +0000"
+  Word,      ///< one of the field's words and nothing else
+  Text,      ///< any text, which may hold blanks, "=" and ";"
+  Integer,   ///< decimal
+  Hex,       ///< hexadecimal without a prefix
+  Real,      ///< decimal with a fraction
+  Duration,  ///< hours:minutes:seconds, hours without limit
+  DateTime,  ///< "2026-11-18 05:30:00 +0000"
 };
 
 /// What a value can give away, and so what has to happen to it before a log is shared.
 enum class Privacy {
-  kHarmless,  ///< stays as it is
-  kName,      ///< of a person, place, network, program, account or thing: becomes a token
-  kAddress,   ///< an IP address, perhaps with a port: the address becomes a token
-  kContent,   ///< what somebody wrote, or raw bytes of traffic: becomes a token as a whole
+  Harmless,  ///< stays as it is
+  Name,      ///< of a person, place, network, program, account or thing: becomes a token
+  Address,   ///< an IP address, perhaps with a port: the address becomes a token
+  Content,   ///< what somebody wrote, or raw bytes of traffic: becomes a token as a whole
 };
 
 /// A value with a meaning of its own.
@@ -41,14 +41,14 @@ struct FieldFormat {
   std::string_view meaning;  ///< in full sentences; names the unit where the log does not
   std::string_view
       onLinux;  ///< where it comes from on Linux, or what stands there without a source
-  Privacy privacy = Privacy::kHarmless;
+  Privacy privacy = Privacy::Harmless;
   std::span<const WordFormat> words = {};
 };
 
 /// How the body of an entry is written.
 enum class EntryShape {
-  kFields,  ///< " key=value; key=value;"
-  kText,    ///< anything, perhaps over several lines
+  Fields,  ///< " key=value; key=value;"
+  Text,    ///< anything, perhaps over several lines
 };
 
 /// One category of entries.

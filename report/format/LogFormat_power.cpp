@@ -11,15 +11,15 @@ constexpr WordFormat kAssertionStates[] = {
     {"created", "It has just been created"},
     {"released", "It has just been released, or its process has ended"}};
 constexpr FieldFormat kAssertion[] = {
-    {"state", kWord, "", "The state of the assertion.",
-     "The login manager (logind or elogind) reports changes on the system bus.", kHarmless,
+    {"state", Word, "", "The state of the assertion.",
+     "The login manager (logind or elogind) reports changes on the system bus.", Harmless,
      kAssertionStates},
-    {"process", kText, "", "The command name of the process that holds it.",
-     "The kernel's name of the process; <unknown> if it has ended.", kName},
-    {"pid", kInteger, "", "The process id of the holder.", "As the login manager reports it."},
-    {"name", kText, "", "The purpose of the assertion, as its holder gives it.",
-     "The lock's \"who: why\", as systemd-inhibit --list shows them.", kName},
-    {"held_for", kDuration, "", "How long it has been held.",
+    {"process", Text, "", "The command name of the process that holds it.",
+     "The kernel's name of the process; <unknown> if it has ended.", Name},
+    {"pid", Integer, "", "The process id of the holder.", "As the login manager reports it."},
+    {"name", Text, "", "The purpose of the assertion, as its holder gives it.",
+     "The lock's \"who: why\", as systemd-inhibit --list shows them.", Name},
+    {"held_for", Duration, "", "How long it has been held.",
      "The age of the lock's pipe in /run/systemd/inhibit, which root can read; otherwise the time "
      "since Zorva first saw the lock."}};
 
@@ -31,31 +31,31 @@ constexpr WordFormat kChargingStates[] = {
     {"UnderTemp", "It is too cold to be charged"},
     {"Gradient", "Its temperature is too uneven for it to be charged"}};
 constexpr FieldFormat kBattery[] = {
-    {"level", kReal, "%",
+    {"level", Real, "%",
      "The charge of the battery, in percent of its present capacity; nan while no capacity is "
      "known.",
      "charge_now of charge_full, otherwise energy_now of energy_full, otherwise capacity."},
-    {"voltage", kInteger, " mV", "The battery's voltage in millivolts; -1 if it cannot be read.",
+    {"voltage", Integer, " mV", "The battery's voltage in millivolts; -1 if it cannot be read.",
      "voltage_now."},
-    {"current", kInteger, " mA",
+    {"current", Integer, " mA",
      "The present current in milliamperes; negative while the battery discharges.",
      "current_now, otherwise power_now; <unknown> if the driver reports no current or no full "
      "charge."},
-    {"max_capacity", kReal, "", "The capacity of the full battery, in milliampere hours.",
+    {"max_capacity", Real, "", "The capacity of the full battery, in milliampere hours.",
      "charge_full, otherwise energy_full at the nominal voltage; <unknown> if the driver reports "
      "no current or no full charge."},
-    {"charging_state", kText, "",
+    {"charging_state", Text, "",
      "Whether the battery is being charged, and if not, the reason; other texts are the driver's "
      "own.",
-     "status and health.", kHarmless, kChargingStates},
-    {"charging_current", kInteger, " mA",
+     "status and health.", Harmless, kChargingStates},
+    {"charging_current", Integer, " mA",
      "The current as averaged by the battery, in milliamperes; negative while it discharges.",
      "current_avg, otherwise the same as current; 0 if neither is reported."},
-    {"battery_temp", kReal, " C", "The battery's temperature in degrees Celsius.",
+    {"battery_temp", Real, " C", "The battery's temperature in degrees Celsius.",
      "temp; 0.00 if the driver reports none."},
-    {"usage", kDuration, "", "Time of use since the battery was last full.",
+    {"usage", Duration, "", "Time of use since the battery was last full.",
      "Linux does not record it: <unknown>."},
-    {"standby", kDuration, "", "Time since the battery was last full, in use or not.",
+    {"standby", Duration, "", "Time since the battery was last full, in use or not.",
      "Linux does not record it: <unknown>."}};
 
 constexpr WordFormat kLightSensor[] = {{"enabled", "The brightness follows the ambient light"},
@@ -63,52 +63,51 @@ constexpr WordFormat kLightSensor[] = {{"enabled", "The brightness follows the a
 constexpr WordFormat kNoFirmware[] = {
     {"<none>", "There is no modem, or it does not report its version"}};
 constexpr FieldFormat kConfig[] = {
-    {"version", kInteger, "", "The version of the log's format.", "Zorva's own."},
-    {"build", kText, "", "The system's build.",
+    {"version", Integer, "", "The version of the log's format.", "Zorva's own."},
+    {"build", Text, "", "The system's build.",
      "The pretty name and build of os-release, then the kernel's release."},
-    {"device", kText, "", "The device's model.",
+    {"device", Text, "", "The device's model.",
      "HARDWARE_MODEL of /etc/machine-info, otherwise the device tree's model, otherwise the "
      "firmware's vendor and product."},
-    {"fb_key", kText, "", "A key that distinguishes devices in crash reports.",
+    {"fb_key", Text, "", "A key that distinguishes devices in crash reports.",
      "A keyed hash of /etc/machine-id, from which the id cannot be derived; (null) without one.",
-     kName},
-    {"boot_args", kText, "", "The arguments with which the kernel was started.",
-     "The kernel's command line, which can contain names of disks and serial numbers.", kContent},
-    {"auto_lock", kInteger, "",
+     Name},
+    {"boot_args", Text, "", "The arguments with which the kernel was started.",
+     "The kernel's command line, which can contain names of disks and serial numbers.", Content},
+    {"auto_lock", Integer, "",
      "The seconds without use after which the device locks itself; 0 if unknown.",
      "IdleActionSec= of the login manager; a desktop's own screen lock is not known."},
-    {"backlight", kReal, "", "The brightness that the user has chosen, from 0 to 1.",
+    {"backlight", Real, "", "The brightness that the user has chosen, from 0 to 1.",
      "0.500 unless LBBacklightLevel2 is set in the preferences (com.vennor.lumbrel.plist)."},
-    {"als", kWord, "", "Whether the ambient light sensor sets the brightness.",
-     "enabled unless LBEnableALS is false in the preferences (com.vennor.lumbrel.plist).",
-     kHarmless, kLightSensor},
-    {"baseband", kText, "", "The modem's firmware version.", "ModemManager.", kHarmless,
-     kNoFirmware},
-    {"cycle_count", kInteger, "", "The number of charge cycles of the battery.",
+    {"als", Word, "", "Whether the ambient light sensor sets the brightness.",
+     "enabled unless LBEnableALS is false in the preferences (com.vennor.lumbrel.plist).", Harmless,
+     kLightSensor},
+    {"baseband", Text, "", "The modem's firmware version.", "ModemManager.", Harmless, kNoFirmware},
+    {"cycle_count", Integer, "", "The number of charge cycles of the battery.",
      "cycle_count; 0 if the driver reports none, <unknown> without a current or a full charge."},
-    {"max_capacity", kReal, "", "The capacity of the full battery, in milliampere hours.",
+    {"max_capacity", Real, "", "The capacity of the full battery, in milliampere hours.",
      "As in Battery entries."},
-    {"design_capacity", kInteger, "", "The capacity of the new battery, in milliampere hours.",
+    {"design_capacity", Integer, "", "The capacity of the new battery, in milliampere hours.",
      "charge_full_design, otherwise energy_full_design; 0 if the driver reports neither."}};
 
 constexpr FieldFormat kDisplay[] = {
-    {"brightness", kInteger, "",
+    {"brightness", Integer, "",
      "The backlight's brightness between min and max, in the backlight's own units.",
      "actual_brightness, otherwise brightness, of the backlight class; 0 while it is off."},
-    {"min", kInteger, "", "The least brightness.", "Always 0."},
-    {"max", kInteger, "", "The greatest brightness.", "max_brightness; 0 if it cannot be read."},
-    {"active", kWord, "", "Whether the backlight is lit.",
+    {"min", Integer, "", "The least brightness.", "Always 0."},
+    {"max", Integer, "", "The greatest brightness.", "max_brightness; 0 if it cannot be read."},
+    {"active", Word, "", "Whether the backlight is lit.",
      "The brightness is not 0. If the desktop blanks the display without the backlight, the "
      "display still counts as lit.",
-     kHarmless, kYesOrNo}};
+     Harmless, kYesOrNo}};
 
 constexpr FieldFormat kProcesses[] = {
-    {"*", kInteger, "",
+    {"*", Integer, "",
      "The CPU time of a process since it started, in whole seconds; its key is the process's name "
      "with its id in parentheses, \"init(1)\".",
      "utime and stime of /proc/PID/stat; processes that have ended are not listed. If procfs is "
      "mounted with hidepid, other users' processes are hidden.",
-     kName}};
+     Name}};
 
 constexpr WordFormat kScheduled[] = {
     {"Scheduled Wake", "The device will wake up"},
@@ -118,29 +117,29 @@ constexpr WordFormat kScheduled[] = {
     {"Scheduled Shutdown", "It will be switched off"},
     {"Scheduled Restart", "It will be restarted"}};
 constexpr FieldFormat kSchedule[] = {
-    {"event", kText, "", "What will happen; other texts are the system's own.",
-     "Wakes and the login manager's planned shutdowns and restarts only.", kHarmless, kScheduled},
-    {"id", kText, "", "What has scheduled it.",
+    {"event", Text, "", "What will happen; other texts are the system's own.",
+     "Wakes and the login manager's planned shutdowns and restarts only.", Harmless, kScheduled},
+    {"id", Text, "", "What has scheduled it.",
      "\"logind\" for shutdown and restart, the unit's name for timers with WakeSystem=yes, the "
      "clock's name for alarms of a real-time clock, because the kernel does not report which "
      "process has set one.",
-     kName},
-    {"time", kDate, "", "When it will happen.", "From the same sources."}};
+     Name},
+    {"time", DateTime, "", "When it will happen.", "From the same sources."}};
 
 constexpr WordFormat kSleepEvents[] = {
     {"can_sleep", "The system asks whether it may sleep, and Zorva has allowed it"},
     {"will_sleep", "The system goes to sleep now"},
     {"will_not_sleep", "Another program has refused, and the device stays awake"}};
-constexpr FieldFormat kSleep[] = {{"event", kWord, "", "The step on the way to sleep.",
+constexpr FieldFormat kSleep[] = {{"event", Word, "", "The step on the way to sleep.",
                                    "will_sleep only, when the login manager announces it; a sleep "
                                    "that is not requested from the login manager is not seen.",
-                                   kHarmless, kSleepEvents}};
+                                   Harmless, kSleepEvents}};
 
 constexpr FieldFormat kThermal[] = {
-    {"level", kInteger, "", "How much the device is throttled because of heat; 0 is not at all.",
+    {"level", Integer, "", "How much the device is throttled because of heat; 0 is not at all.",
      "0 to 100: the strongest throttling of a cooling device at a passive trip point, in percent "
      "of its maximum."},
-    {"*", kReal, "",
+    {"*", Real, "",
      "A sensor's temperature in degrees Celsius; the key is \"s\", the number of its group of "
      "four, \".\" and its number there.",
      "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type says what it "
@@ -148,52 +147,52 @@ constexpr FieldFormat kThermal[] = {
 
 constexpr WordFormat kNoInfo[] = {{"<none>", "The modem did not wake the device"}};
 constexpr FieldFormat kWake[] = {
-    {"reason", kText, "",
+    {"reason", Text, "",
      "The reason of the wake as the kernel reports it; <unknown> if it reports none. A reason that "
      "contains \"baseband\", \"radios\", \"exton(bb)\" or \"exton2(bb)\" means the modem.",
      "The wakeup reasons of Android kernels, otherwise the interrupt (kernels with "
      "CONFIG_PM_SLEEP_DEBUG), otherwise the wakeup source that was active; if it is the modem's, "
      "\"baseband\" precedes it."},
-    {"info", kText, "",
+    {"info", Text, "",
      "The modem's own text about the wake: the packet's bytes, the call or the message; (null) if "
      "it is not available.",
      "Made from the first packet that arrived with the wake, which needs CAP_NET_RAW, or from a "
      "call or message that ModemManager reports.",
-     kContent, kNoInfo}};
+     Content, kNoInfo}};
 
 constexpr EntryFormat kEntries[] = {
-    {"Assertion", EntryShape::kFields,
+    {"Assertion", EntryShape::Fields,
      "What keeps the device awake: a power assertion, on Linux a blocking inhibitor lock.",
      "In a snapshot and with the level, one for each that is held; whenever one is created or "
      "released.",
      "Which programs are in use, and through the names what for: a call, a film, a download.",
      kAssertion},
-    {"Battery", EntryShape::kFields,
+    {"Battery", EntryShape::Fields,
      "The battery's state. On Linux that of the first battery in /sys/class/power_supply, whose "
      "files are named below; a device without a battery has no such entries.",
      "In a snapshot, and whenever the battery's driver reports a change.",
      "When the device was charged, and so the habits of its owner.", kBattery},
-    {"Config", EntryShape::kFields, "The device and its set-up.", "In a snapshot.",
+    {"Config", EntryShape::Fields, "The device and its set-up.", "In a snapshot.",
      "The model and system of the device, a key that never changes for the device, and the "
      "contents of the kernel's arguments.",
      kConfig},
-    {"Display", EntryShape::kFields,
+    {"Display", EntryShape::Fields,
      "The display's backlight. On Linux one in /sys/class/backlight, whose files are named below; "
      "a device without a backlight has no such entries.",
      "In a snapshot, and when the brightness changes.", "When the device was in use.", kDisplay},
-    {"ProcessMonitor", EntryShape::kFields,
+    {"ProcessMonitor", EntryShape::Fields,
      "The processes by the CPU time that they have used, busiest first; at most 999.",
      "In a snapshot and with the level.",
      "The names of all running programs, and how much each one is used.", kProcesses},
-    {"Schedule", EntryShape::kFields, "What will wake, restart or shut down the device.",
+    {"Schedule", EntryShape::Fields, "What will wake, restart or shut down the device.",
      "In a snapshot and whenever the device goes to sleep, one for each event.",
      "When the owner gets up, and which program wakes the device.", kSchedule},
-    {"Sleep", EntryShape::kFields, "The steps on the way to sleep.", "At each step.",
+    {"Sleep", EntryShape::Fields, "The steps on the way to sleep.", "At each step.",
      "When the device was not in use.", kSleep},
-    {"Thermal", EntryShape::kFields,
+    {"Thermal", EntryShape::Fields,
      "The temperatures of the device and its throttling. On Linux from /sys/class/thermal.",
      "In a snapshot, and when the thermal level changes.", "", kThermal},
-    {"Wake", EntryShape::kFields, "The end of a sleep.", "At each wake.",
+    {"Wake", EntryShape::Fields, "The end of a sleep.", "At each wake.",
      "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake}};
 
 }  // namespace

@@ -7,7 +7,7 @@ using enum FieldType;
 using enum Privacy;
 
 constexpr FieldFormat kDurations[] = {
-    {"*", kInteger, " ms",
+    {"*", Integer, " ms",
      "The time that the modem has spent in a power state, in milliseconds; the key is the state.",
      "Active and Suspended, from the runtime power management of the modem's device, since the "
      "device was found. If its driver has no runtime power management, there are no entries."}};
@@ -18,33 +18,33 @@ constexpr WordFormat kStatus[] = {{"Incoming Call", "An incoming call"},
                                   {"Incoming SMS", "An incoming text message"}};
 constexpr std::string_view kFromHeader = "From the packet's header.";
 constexpr FieldFormat kPacketDecoder[] = {
-    {"version", kText, "", "The version of the Internet Protocol.",
-     "Only IPv4 packets are captured.", kHarmless, kVersions},
-    {"length", kInteger, "", "The packet's length in bytes.", kFromHeader},
-    {"ttl", kInteger, "",
-     "The time to live: the number of routers that it could still have passed.", kFromHeader},
-    {"protocol", kText, "", "The protocol of its payload; others are shown as \"Other (NUMBER)\".",
-     kFromHeader, kHarmless, kProtocols},
-    {"source", kText, "", "The source address.", kFromHeader, kAddress},
-    {"destination", kText, "", "The destination address, which is the device's own.", kFromHeader,
-     kAddress},
-    {"source_port", kInteger, "", "The source port (TCP and UDP).", kFromHeader},
-    {"dest_port", kInteger, "", "The destination port (TCP and UDP).", kFromHeader},
-    {"length", kInteger, "", "The length field of the UDP header, in bytes (UDP).", kFromHeader},
-    {"seq", kInteger, "", "The sequence number (TCP).", kFromHeader},
-    {"ack", kInteger, "",
-     "The acknowledgement number: the next byte that the sender expects (TCP).", kFromHeader},
-    {"offset", kInteger, "", "The length of the TCP header in 32-bit words (TCP).", kFromHeader},
-    {"window", kInteger, "", "The receive window of the sender in bytes, before scaling (TCP).",
+    {"version", Text, "", "The version of the Internet Protocol.",
+     "Only IPv4 packets are captured.", Harmless, kVersions},
+    {"length", Integer, "", "The packet's length in bytes.", kFromHeader},
+    {"ttl", Integer, "", "The time to live: the number of routers that it could still have passed.",
      kFromHeader},
-    {"control", kText, "",
+    {"protocol", Text, "", "The protocol of its payload; others are shown as \"Other (NUMBER)\".",
+     kFromHeader, Harmless, kProtocols},
+    {"source", Text, "", "The source address.", kFromHeader, Address},
+    {"destination", Text, "", "The destination address, which is the device's own.", kFromHeader,
+     Address},
+    {"source_port", Integer, "", "The source port (TCP and UDP).", kFromHeader},
+    {"dest_port", Integer, "", "The destination port (TCP and UDP).", kFromHeader},
+    {"length", Integer, "", "The length field of the UDP header, in bytes (UDP).", kFromHeader},
+    {"seq", Integer, "", "The sequence number (TCP).", kFromHeader},
+    {"ack", Integer, "", "The acknowledgement number: the next byte that the sender expects (TCP).",
+     kFromHeader},
+    {"offset", Integer, "", "The length of the TCP header in 32-bit words (TCP).", kFromHeader},
+    {"window", Integer, "", "The receive window of the sender in bytes, before scaling (TCP).",
+     kFromHeader},
+    {"control", Text, "",
      "The flags urgent, acknowledge, push, reset, synchronise and finish as \"xxUAPRSF\", with "
      "\"x\" for each that is not set (TCP).",
      kFromHeader},
-    {"status", kText, "",
+    {"status", Text, "",
      "If it was not a packet: what it was, in place of all other fields; the modem's other "
      "channels are shown as \"Other DLCI (NAME)\".",
-     "A call that rings or a message that arrives, as ModemManager reports it.", kHarmless,
+     "A call that rings or a message that arrives, as ModemManager reports it.", Harmless,
      kStatus}};
 
 constexpr WordFormat kSocketStates[] = {{"CLOSED", "It has no connection"},
@@ -55,18 +55,18 @@ constexpr std::string_view kFromSockets =
     "From the sockets as they were right before the sleep. Sockets of other users' processes are "
     "visible only to root, those of other network namespaces not at all.";
 constexpr FieldFormat kPacketTracker[] = {
-    {"process", kText, "",
+    {"process", Text, "",
      "The name of the process that owned the socket to which the packet was addressed.",
-     kFromSockets, kName},
-    {"path", kText, "", "The path of its program.", kFromSockets, kName},
-    {"pid", kInteger, "", "Its process id.", kFromSockets},
-    {"tcp_status", kText, "",
+     kFromSockets, Name},
+    {"path", Text, "", "The path of its program.", kFromSockets, Name},
+    {"pid", Integer, "", "Its process id.", kFromSockets},
+    {"tcp_status", Text, "",
      "The state of the socket (TCP); others are shown as \"STATE(NUMBER):\": 2 and 3 while a "
      "connection is established, 6 to 9 while it is closed.",
-     kFromSockets, kHarmless, kSocketStates},
-    {"local", kText, "", "The socket's own address and port.", kFromSockets, kAddress},
-    {"remote", kText, "", "The address and port of the other end.", kFromSockets, kAddress},
-    {"error", kText, "", "No process owned such a socket; in place of all other fields.",
+     kFromSockets, Harmless, kSocketStates},
+    {"local", Text, "", "The socket's own address and port.", kFromSockets, Address},
+    {"remote", Text, "", "The address and port of the other end.", kFromSockets, Address},
+    {"error", Text, "", "No process owned such a socket; in place of all other fields.",
      kFromSockets}};
 
 constexpr WordFormat kNoOperator[] = {{"<none>", "There is no network"}};
@@ -93,27 +93,27 @@ constexpr std::string_view kLocationSource =
     "ModemManager, while its 3GPP location source is enabled (by GeoClue, or by an administrator "
     "with mmcli); otherwise <unknown>.";
 constexpr FieldFormat kRegistration[] = {
-    {"operator", kText, "", "The network's name.", "ModemManager.", kName, kNoOperator},
-    {"lac", kInteger, "",
+    {"operator", Text, "", "The network's name.", "ModemManager.", Name, kNoOperator},
+    {"lac", Integer, "",
      "The location area, or in LTE and 5G the tracking area; <unknown> until the cell has changed "
      "once.",
-     kLocationSource, kName},
-    {"cell_id", kInteger, "", "The radio cell; <unknown> until it has changed once.",
-     kLocationSource, kName},
-    {"home", kWord, "",
+     kLocationSource, Name},
+    {"cell_id", Integer, "", "The radio cell; <unknown> until it has changed once.",
+     kLocationSource, Name},
+    {"home", Word, "",
      "Whether the network is the home network; <unknown> until the registration has changed once.",
-     "ModemManager.", kHarmless, kYesOrNo},
-    {"data_attached", kWord, "", "Whether the modem is attached for packet data.",
+     "ModemManager.", Harmless, kYesOrNo},
+    {"data_attached", Word, "", "Whether the modem is attached for packet data.",
      "ModemManager 1.20 or later; earlier versions: whether there is a connection, or the "
      "technology is LTE or 5G.",
-     kHarmless, kYesOrNo},
-    {"data_active", kWord, "", "Whether there is a data connection.", "ModemManager's bearers.",
-     kHarmless, kYesOrNo},
-    {"data_indicator", kText, "", "The network technology for packet data.",
-     "ModemManager's access technology while attached; <unknown> without a modem.", kHarmless,
+     Harmless, kYesOrNo},
+    {"data_active", Word, "", "Whether there is a data connection.", "ModemManager's bearers.",
+     Harmless, kYesOrNo},
+    {"data_indicator", Text, "", "The network technology for packet data.",
+     "ModemManager's access technology while attached; <unknown> without a modem.", Harmless,
      kIndicators},
-    {"status", kText, "", "The state of the registration.",
-     "ModemManager; <unknown> without a modem.", kHarmless, kRegistered}};
+    {"status", Text, "", "The state of the registration.",
+     "ModemManager; <unknown> without a modem.", Harmless, kRegistered}};
 
 constexpr WordFormat kTransmitting[] = {{"inactive", "It does not transmit"},
                                         {"DCH", "It has a dedicated channel"},
@@ -146,44 +146,44 @@ constexpr WordFormat kSim[] = {{"Ready", "It can be used"},
                                {"NoProfile", "It is an embedded SIM without a profile"},
                                {"Unknown", "The modem does not report it"}};
 constexpr FieldFormat kTelephony[] = {
-    {"band", kWord, "", "The radio band.", "Not available: always <unknown>, as on all devices."},
-    {"data", kWord, "", "Whether the radio is transmitting data.",
-     "Not available: always <unknown>.", kHarmless, kTransmitting},
-    {"rat", kText, "", "The radio access technology.", "ModemManager; (null) without a modem.",
-     kHarmless, kTechnologies},
-    {"call_status", kText, "",
+    {"band", Word, "", "The radio band.", "Not available: always <unknown>, as on all devices."},
+    {"data", Word, "", "Whether the radio is transmitting data.",
+     "Not available: always <unknown>.", Harmless, kTransmitting},
+    {"rat", Text, "", "The radio access technology.", "ModemManager; (null) without a modem.",
+     Harmless, kTechnologies},
+    {"call_status", Text, "",
      "The state of the telephone call; others are shown as \"<unknown status: NUMBER>\".",
-     "ModemManager.", kHarmless, kCalls},
-    {"airplane_mode", kWord, "", "Whether the radio has been switched off.",
-     "The modem's power state in ModemManager, or the rfkill switches.", kHarmless, kOnOrOff},
-    {"sim", kText, "", "The state of the SIM card.", "ModemManager; <unknown> without a modem.",
-     kHarmless, kSim},
-    {"signal", kInteger, " dBm",
+     "ModemManager.", Harmless, kCalls},
+    {"airplane_mode", Word, "", "Whether the radio has been switched off.",
+     "The modem's power state in ModemManager, or the rfkill switches.", Harmless, kOnOrOff},
+    {"sim", Text, "", "The state of the SIM card.", "ModemManager; <unknown> without a modem.",
+     Harmless, kSim},
+    {"signal", Integer, " dBm",
      "The signal strength in dBm (decibels relative to one milliwatt); -1 if unknown.",
      "Measured, if ModemManager lets Zorva set a threshold (1.20 or later, as root); otherwise "
      "calculated from the signal quality in percent."},
-    {"bars", kInteger, "", "The number of signal bars; -1 if unknown.",
+    {"bars", Integer, "", "The number of signal bars; -1 if unknown.",
      "ModemManager's signal quality: one bar for each 20 percent, rounded up."}};
 
 constexpr EntryFormat kEntries[] = {
-    {"Baseband State Durations", EntryShape::kFields,
+    {"Baseband State Durations", EntryShape::Fields,
      "The time that the modem has spent in each power state.",
      "In a snapshot, with the level, at each wake, and when the radio starts or stops "
      "transmitting.",
      "How much the device was used for calls and data.", kDurations},
-    {"PacketDecoder", EntryShape::kFields,
+    {"PacketDecoder", EntryShape::Fields,
      "What arrived through the modem and woke the device: a packet's headers, a call or a message.",
      "At each wake by the modem, below the Wake entry.",
      "The addresses of the device's peers, and when calls and messages arrived.", kPacketDecoder},
-    {"PacketTracker", EntryShape::kFields,
+    {"PacketTracker", EntryShape::Fields,
      "The process that owned the socket to which the packet that woke the device was addressed.",
      "At each wake by a TCP or UDP packet, below the PacketDecoder entry.",
      "Which programs keep connections, to which addresses, and where they are installed.",
      kPacketTracker},
-    {"Registration", EntryShape::kFields, "The mobile network.",
+    {"Registration", EntryShape::Fields, "The mobile network.",
      "In a snapshot, and when one of the figures changes.",
      "Where the device is: a cell is a place, and the sequence of cells a journey.", kRegistration},
-    {"Telephony", EntryShape::kFields, "The radio, its calls and its SIM card.",
+    {"Telephony", EntryShape::Fields, "The radio, its calls and its SIM card.",
      "In a snapshot, with the level, when a call, the SIM card, the technology or the modem's "
      "power changes, and when the signal changes by more than 5 dBm. Other changes write no entry: "
      "airplane mode set by an rfkill switch shows in the next one.",

@@ -162,11 +162,11 @@ TEST(LogFormat, EveryEntryOfTheScenariosReadsAsTheTablesSay) {
     while (reader.next(record)) {
       SCOPED_TRACE(file.path().string() + ":" + std::to_string(record.line) + ": " +
                    std::string(record.raw));
-      EXPECT_NE(record.piece, LogPiece::kDamaged);
-      if (record.piece != LogPiece::kEntry) continue;
+      EXPECT_NE(record.piece, LogPiece::Damaged);
+      if (record.piece != LogPiece::Entry) continue;
       seen.insert(std::string(record.category));
       ASSERT_NE(record.format, nullptr);
-      if (record.format->shape == EntryShape::kText) continue;
+      if (record.format->shape == EntryShape::Text) continue;
       splitFields(record, fields);
       const FieldFormat* before = nullptr;
       for (const LogField& field : fields) {

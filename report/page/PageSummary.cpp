@@ -75,21 +75,21 @@ class Writer {
       }
     };
     add(table("Wakes by reason",
-              {{"Reason", Kind::kText}, {"Wakes", Kind::kCount}, {"Share", Kind::kPercent}}),
+              {{"Reason", Kind::Text}, {"Wakes", Kind::Count}, {"Share", Kind::Percent}}),
         summary_.wakeReasons);
     add(table("Wakes over the modem, by whom they were for",
-              {{"For", Kind::kProcess}, {"Wakes", Kind::kCount}, {"Share", Kind::kPercent}}),
+              {{"For", Kind::Process}, {"Wakes", Kind::Count}, {"Share", Kind::Percent}}),
         summary_.wakeOwners);
   }
 
   void holders() {
-    PageTable& to = table("Who kept it awake", {{"Process", Kind::kProcess},
-                                                {"Assertion", Kind::kText},
-                                                {"Held", Kind::kSeconds},
-                                                {"Share", Kind::kPercent},
-                                                {"Times", Kind::kCount},
-                                                {"Longest", Kind::kSeconds}});
-    for (const Tally& holder : summary_.lane(Lane::kAssertion)) {
+    PageTable& to = table("Who kept it awake", {{"Process", Kind::Process},
+                                                {"Assertion", Kind::Text},
+                                                {"Held", Kind::Seconds},
+                                                {"Share", Kind::Percent},
+                                                {"Times", Kind::Count},
+                                                {"Longest", Kind::Seconds}});
+    for (const Tally& holder : summary_.lane(Lane::Assertion)) {
       to.rows.push_back({holder.name, holder.detail + (holder.goesOn ? " (still)" : ""),
                          number(holder.seconds), share(holder.seconds, summary_.covered),
                          number(holder.count), number(holder.longest)});
@@ -97,10 +97,10 @@ class Writer {
   }
 
   void processes() {
-    PageTable& to = table("CPU time", {{"Process", Kind::kProcess},
-                                       {"Used", Kind::kSeconds},
-                                       {"Share", Kind::kPercent},
-                                       {"Of one processor", Kind::kPercent}});
+    PageTable& to = table("CPU time", {{"Process", Kind::Process},
+                                       {"Used", Kind::Seconds},
+                                       {"Share", Kind::Percent},
+                                       {"Of one processor", Kind::Percent}});
     std::int64_t all = 0;
     for (const auto& [name, seconds] : summary_.processes) all += seconds;
     for (const auto& [name, seconds] : summary_.processes) {
@@ -112,10 +112,10 @@ class Writer {
   void sleeps() {
     PageTable& to =
         table(summary_.sleeps > summary_.longestSleeps.size() ? "The longest sleeps" : "Sleeps",
-              {{"From", Kind::kTime},
-               {"Length", Kind::kSeconds},
-               {"Ended by", Kind::kText},
-               {"For", Kind::kProcess}});
+              {{"From", Kind::Time},
+               {"Length", Kind::Seconds},
+               {"Ended by", Kind::Text},
+               {"For", Kind::Process}});
     for (const LogSummary::Sleep& sleep : summary_.longestSleeps) {
       to.rows.push_back({number(sleep.begin), number(sleep.end - sleep.begin), endOfSleep(sleep),
                          sleep.owner.empty() ? Cell() : Cell(sleep.owner)});
@@ -128,16 +128,15 @@ class Writer {
       const char* name;
     };
     static constexpr Named kStates[] = {
-        {Lane::kDisplay, "Display"},    {Lane::kAudio, "Audio"},
-        {Lane::kCall, "Call"},          {Lane::kData, "Data"},
-        {Lane::kRegistered, "Network"}, {Lane::kWiFi, "Wi-Fi"},
-        {Lane::kCharging, "Charger"},   {Lane::kBluetooth, "Bluetooth"},
-        {Lane::kLocation, "Location"},  {Lane::kThermal, "Heat level"}};
-    PageTable& to = table("Device and radio", {{"What", Kind::kText},
-                                               {"State", Kind::kText},
-                                               {"Time", Kind::kSeconds},
-                                               {"Share", Kind::kPercent},
-                                               {"Times", Kind::kCount}});
+        {Lane::Display, "Display"},   {Lane::Audio, "Audio"},         {Lane::Call, "Call"},
+        {Lane::Data, "Data"},         {Lane::Registered, "Network"},  {Lane::WiFi, "Wi-Fi"},
+        {Lane::Charging, "Charger"},  {Lane::Bluetooth, "Bluetooth"}, {Lane::Location, "Location"},
+        {Lane::Thermal, "Heat level"}};
+    PageTable& to = table("Device and radio", {{"What", Kind::Text},
+                                               {"State", Kind::Text},
+                                               {"Time", Kind::Seconds},
+                                               {"Share", Kind::Percent},
+                                               {"Times", Kind::Count}});
     const auto add = [&](const std::string& name, const std::string& detail, const Tally& tally) {
       to.rows.push_back({name, detail.empty() ? Cell() : Cell(detail), number(tally.seconds),
                          share(tally.seconds, summary_.covered), number(tally.count)});
@@ -149,12 +148,12 @@ class Writer {
             tally);
       }
     }
-    PageTable& applications = table("Applications", {{"Application", Kind::kProcess},
-                                                     {"Mode", Kind::kText},
-                                                     {"Time", Kind::kSeconds},
-                                                     {"Share", Kind::kPercent},
-                                                     {"Times", Kind::kCount}});
-    for (const Tally& tally : summary_.lane(Lane::kApplication)) {
+    PageTable& applications = table("Applications", {{"Application", Kind::Process},
+                                                     {"Mode", Kind::Text},
+                                                     {"Time", Kind::Seconds},
+                                                     {"Share", Kind::Percent},
+                                                     {"Times", Kind::Count}});
+    for (const Tally& tally : summary_.lane(Lane::Application)) {
       applications.rows.push_back({tally.name, tally.detail, number(tally.seconds),
                                    share(tally.seconds, summary_.covered), number(tally.count)});
     }
@@ -164,7 +163,7 @@ class Writer {
     if (summary_.traffic) {
       PageTable& traffic =
           table("Traffic of all interfaces",
-                {{"Direction", Kind::kText}, {"Amount", Kind::kBytes}, {"Per hour", Kind::kBytes}});
+                {{"Direction", Kind::Text}, {"Amount", Kind::Bytes}, {"Per hour", Kind::Bytes}});
       const double hours = static_cast<double>(summary_.covered) / 3600;
       const auto add = [&](const char* direction, double bytes) {
         traffic.rows.push_back({direction, bytes, hours > 0 ? Cell(bytes / hours) : Cell()});
@@ -172,8 +171,8 @@ class Writer {
       add("received", summary_.received);
       add("sent", summary_.sent);
     }
-    PageTable& modem = table(
-        "Modem", {{"State", Kind::kText}, {"Time", Kind::kSeconds}, {"Share", Kind::kPercent}});
+    PageTable& modem =
+        table("Modem", {{"State", Kind::Text}, {"Time", Kind::Seconds}, {"Share", Kind::Percent}});
     std::int64_t all = 0;
     for (const auto& [state, milliseconds] : summary_.modem) all += milliseconds;
     for (const auto& [state, milliseconds] : summary_.modem) {
@@ -184,7 +183,7 @@ class Writer {
 
   void errors() {
     PageTable& to =
-        table("Errors", {{"Error", Kind::kText}, {"Times", Kind::kCount}, {"First", Kind::kTime}});
+        table("Errors", {{"Error", Kind::Text}, {"Times", Kind::Count}, {"First", Kind::Time}});
     std::uint64_t left = summary_.errorCount;
     for (const LogSummary::Error& error : summary_.errors) {
       to.rows.push_back({error.text, number(error.count), number(error.first)});

@@ -11,19 +11,19 @@ namespace {
 
 std::string_view nameOf(PageTable::Kind kind) {
   switch (kind) {
-    case PageTable::Kind::kText:
+    case PageTable::Kind::Text:
       return "text";
-    case PageTable::Kind::kProcess:
+    case PageTable::Kind::Process:
       return "process";
-    case PageTable::Kind::kCount:
+    case PageTable::Kind::Count:
       return "count";
-    case PageTable::Kind::kSeconds:
+    case PageTable::Kind::Seconds:
       return "seconds";
-    case PageTable::Kind::kBytes:
+    case PageTable::Kind::Bytes:
       return "bytes";
-    case PageTable::Kind::kPercent:
+    case PageTable::Kind::Percent:
       return "percent";
-    case PageTable::Kind::kTime:
+    case PageTable::Kind::Time:
       return "time";
   }
   return "text";
@@ -85,7 +85,7 @@ void PageWriter::add(const LogRecord& record) {
     time_ = record.time;
     at_ = timeline_.at(time_);
   }
-  if (inside && record.piece == LogPiece::kDamaged && record.lines > 0) {
+  if (inside && record.piece == LogPiece::Damaged && record.lines > 0) {
     timeline_.moment({time_, "damaged line", trimmed(record.raw), true, position_});
   }
   if (inside) lines_.add(record.raw, position_, at_);

@@ -16,13 +16,13 @@ namespace zorva {
 struct PageTable {
   /// What a column's numbers are, and so how the page writes them.
   enum class Kind {
-    kText,
-    kProcess,  ///< a text that the page's process filter knows
-    kCount,
-    kSeconds,
-    kBytes,
-    kPercent,
-    kTime,  ///< seconds, as the log tells them
+    Text,
+    Process,  ///< a text that the page's process filter knows
+    Count,
+    Seconds,
+    Bytes,
+    Percent,
+    Time,  ///< seconds, as the log tells them
   };
   struct Column {
     std::string name;

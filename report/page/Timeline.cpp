@@ -60,10 +60,10 @@ void Timeline::span(const LogSpan& reported) {
 void Timeline::sample(Curve curve, LogTime time, double value, LogPosition) {
   if (!window_.holds(time)) return;
   const AxisTime at = clock_.at(time);
-  if (curve == Curve::kReceived) {
+  if (curve == Curve::Received) {
     traffic_.add(trafficAt_.value_or(at), at, {value, 0});
     trafficAt_ = at;
-  } else if (curve == Curve::kSent) {
+  } else if (curve == Curve::Sent) {
     // Is told of the same moment, behind what was received.
     if (Traffic* last = traffic_.last()) last->sent += value;
   } else {

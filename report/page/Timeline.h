@@ -51,7 +51,7 @@ class Timeline : public LogHistorySink {
   static constexpr std::size_t kEvents = kLanes + 2;
   static constexpr std::size_t kSilent = kLanes + 3;
   static constexpr std::size_t kAllLanes = kLanes + 4;
-  static constexpr std::size_t kCurves = static_cast<std::size_t>(Curve::kSent) + 1;
+  static constexpr std::size_t kCurves = static_cast<std::size_t>(Curve::Sent) + 1;
 
   static std::string_view laneName(std::size_t lane);
   static std::string_view curveName(std::size_t curve);

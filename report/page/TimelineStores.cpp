@@ -85,11 +85,11 @@ void SpanStore::compact() {
     merge();
     if (spans_.size() <= kMaximum / 2) return;
     gap_ *= 2;
-    if (likeness_ == kAllTexts && gap_ > range / 256) {
-      likeness_ = kHolder;
+    if (likeness_ == AllTexts && gap_ > range / 256) {
+      likeness_ = Holder;
       gap_ = std::max<std::int64_t>(1, range / 1024);
-    } else if (likeness_ == kHolder && gap_ > range / 16) {
-      likeness_ = kNothing;
+    } else if (likeness_ == Holder && gap_ > range / 16) {
+      likeness_ = Nothing;
       gap_ = std::max<std::int64_t>(1, range / 1024);
     }
   }
@@ -109,8 +109,8 @@ void SpanStore::merge() {
   kept.reserve(spans_.size());
   for (const TimelineSpan& span : spans_) {
     std::array<std::uint64_t, 4> key{};
-    if (likeness_ == kHolder) key[0] = span.who;
-    if (likeness_ == kAllTexts)
+    if (likeness_ == Holder) key[0] = span.who;
+    if (likeness_ == AllTexts)
       key = {span.who, static_cast<std::uint64_t>(span.pid), span.what, span.detail};
     const auto [found, isNew] = last.try_emplace(key, kept.size());
     if (!isNew) {

@@ -109,7 +109,7 @@ class SpanStore {
 
  private:
   // What makes two spans alike.
-  enum Likeness { kAllTexts, kHolder, kNothing };
+  enum Likeness { AllTexts, Holder, Nothing };
 
   void sort();
   void compact();
@@ -117,7 +117,7 @@ class SpanStore {
 
   std::vector<TimelineSpan> spans_;
   std::int64_t gap_ = 1;
-  Likeness likeness_ = kAllTexts;
+  Likeness likeness_ = AllTexts;
   std::uint64_t merged_ = 0;
 };
 

@@ -70,7 +70,7 @@ class Splitter {
     const FieldFormat& format = formats_[index];
     if (format.key == "*") return firstEnd(body_, at);
     const std::size_t value = at + 1 + format.key.size() + 1;
-    if (format.type != FieldType::kText) return firstEnd(body_, value);
+    if (format.type != FieldType::Text) return firstEnd(body_, value);
     for (std::size_t end = firstEnd(body_, value); end < body_.size(); end = firstEnd(body_, end)) {
       const std::size_t next = formatAt(end, index + 1);
       if (next < formats_.size()) return lastEnd(end, next);
@@ -155,7 +155,7 @@ void splitFields(const LogRecord& entry, std::vector<LogField>& fields) {
     if (text.value.starts_with(' ')) text.value.remove_prefix(1);
     fields.push_back(text);
   };
-  if (entry.format != nullptr && entry.format->shape == EntryShape::kText) return whole();
+  if (entry.format != nullptr && entry.format->shape == EntryShape::Text) return whole();
   Splitter(entry.body,
            entry.format != nullptr ? entry.format->fields : std::span<const FieldFormat>())
       .split(fields);
@@ -168,7 +168,7 @@ void splitFields(const LogRecord& entry, std::vector<LogField>& fields) {
 }
 
 std::optional<std::int64_t> LogField::integer() const {
-  const bool hex = format != nullptr && format->type == FieldType::kHex;
+  const bool hex = format != nullptr && format->type == FieldType::Hex;
   return numberIn<std::int64_t>(value, hex ? 16 : 10);
 }
 
@@ -203,18 +203,18 @@ bool LogField::isWellFormed() const {
   if (isWord()) return true;
   if (unit.size() != format->unit.size()) return false;
   switch (format->type) {
-    case FieldType::kWord:
+    case FieldType::Word:
       return false;
-    case FieldType::kText:
+    case FieldType::Text:
       return true;
-    case FieldType::kInteger:
-    case FieldType::kHex:
+    case FieldType::Integer:
+    case FieldType::Hex:
       return integer().has_value();
-    case FieldType::kReal:
+    case FieldType::Real:
       return real().has_value();
-    case FieldType::kDuration:
+    case FieldType::Duration:
       return seconds().has_value();
-    case FieldType::kDate:
+    case FieldType::DateTime:
       return isDate(value);
   }
   return false;

@@ -46,7 +46,7 @@ bool holdsHead(std::string_view body) {
 }
 
 bool isWhole(std::string_view body, const EntryFormat* format) {
-  if (format == nullptr || format->shape != EntryShape::kFields || body.empty()) return true;
+  if (format == nullptr || format->shape != EntryShape::Fields || body.empty()) return true;
   return body.front() == ' ' && body.back() == ';' && !holdsHead(body);
 }
 
@@ -119,19 +119,19 @@ bool LogReader::next(LogRecord& record) {
   start_ += taken;
   counts_.bytes += taken;
   counts_.lines += record.lines;
-  if (record.piece == LogPiece::kEntry) {
+  if (record.piece == LogPiece::Entry) {
     ++counts_.entries;
     countTime(record);
   }
-  if (record.piece == LogPiece::kDamaged) ++counts_.damaged;
+  if (record.piece == LogPiece::Damaged) ++counts_.damaged;
   return true;
 }
 
 void LogReader::readLine(LogRecord& record, std::string_view line) {
   if (line.empty()) {
-    record.piece = LogPiece::kSeparator;
+    record.piece = LogPiece::Separator;
   } else if (isVersionLine(line)) {
-    record.piece = LogPiece::kVersion;
+    record.piece = LogPiece::Version;
   } else {
     readEntry(record, line);
   }
@@ -152,7 +152,7 @@ void LogReader::readEntry(LogRecord& record, std::string_view line) {
   if (record.body == "{" || record.body == "(") {
     readDump(record, record.raw.size());
   } else if (isWhole(record.body, record.format)) {
-    record.piece = LogPiece::kEntry;
+    record.piece = LogPiece::Entry;
   }
 }
 
@@ -162,12 +162,12 @@ void LogReader::readDump(LogRecord& record, std::size_t end) {
   const char* const before = record.raw.data();
   const std::string_view close = record.body == "{" ? "}" : ")";
   std::size_t bodyEnd = end;
-  while (record.piece == LogPiece::kDamaged) {
+  while (record.piece == LogPiece::Damaged) {
     const std::size_t next = lineEnd(end);
     const std::string_view raw(buffer_.data() + start_ + end, next - end);
     const std::string_view line = withoutLineEnd(raw);
     if (line != close && !line.starts_with(kDumpMargin)) break;
-    if (line == close) record.piece = LogPiece::kEntry;
+    if (line == close) record.piece = LogPiece::Entry;
     bodyEnd = end + line.size();
     end = next;
     ++record.lines;

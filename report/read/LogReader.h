@@ -19,15 +19,15 @@ namespace zorva {
 
 /// What a piece of a log is. The pieces, one behind the other, are the log to the byte.
 enum class LogPiece {
-  kEntry,      ///< date, category and body; over several lines where the body is a dump
-  kVersion,    ///< "Zorva Version: 5", the first line of a log file
-  kSeparator,  ///< an empty line
-  kDamaged,    ///< anything else: a line that was cut, glued to another one, or never was ours
+  Entry,      ///< date, category and body; over several lines where the body is a dump
+  Version,    ///< "Zorva Version: 5", the first line of a log file
+  Separator,  ///< an empty line
+  Damaged,    ///< anything else: a line that was cut, glued to another one, or never was ours
 };
 
 /// One piece of a log. The texts point into the reader and hold until its next piece.
 struct LogRecord {
-  LogPiece piece = LogPiece::kDamaged;
+  LogPiece piece = LogPiece::Damaged;
   std::string_view raw;       ///< the line or lines as they stand, with their ends
   std::uint64_t line = 0;     ///< number of the first line in its file, from 1
   std::uint64_t lines = 0;    ///< how many lines it has; 0 for the rest of one too long to hold
@@ -42,7 +42,7 @@ struct LogRecord {
   std::int64_t backwards = 0;
 
   /// An entry that tells the log's time: not what only quotes a message with the time it had.
-  bool isTimed() const { return piece == LogPiece::kEntry && category != kQuotedCategory; }
+  bool isTimed() const { return piece == LogPiece::Entry && category != kQuotedCategory; }
 
   static constexpr std::string_view kQuotedCategory = "Syslog";
 };

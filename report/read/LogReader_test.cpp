@@ -10,19 +10,19 @@ namespace {
 constexpr WordFormat kSwitch[] = {{"on", ""}, {"off", ""}};
 constexpr WordFormat kNoNetwork[] = {{"<disassociated>", ""}};
 constexpr FieldFormat kWiFi[] = {
-    {"status", FieldType::kWord, "", "", "", Privacy::kHarmless, kSwitch},
-    {"ap", FieldType::kText, "", "", "", Privacy::kName, kNoNetwork},
-    {"wow", FieldType::kWord, "", "", "", Privacy::kHarmless, kSwitch},
-    {"pm_dur", FieldType::kInteger, "", "", ""}};
-constexpr FieldFormat kBattery[] = {{"level", FieldType::kReal, "%", "", ""},
-                                    {"voltage", FieldType::kInteger, " mV", "", ""},
-                                    {"usage", FieldType::kDuration, "", "", ""}};
-constexpr FieldFormat kProcesses[] = {{"*", FieldType::kInteger, "", "", "", Privacy::kName}};
-constexpr EntryFormat kFormat[] = {{"Battery", EntryShape::kFields, "", "", "", kBattery},
-                                   {"ProcessMonitor", EntryShape::kFields, "", "", "", kProcesses},
-                                   {"WiFi", EntryShape::kFields, "", "", "", kWiFi},
-                                   {"Syslog", EntryShape::kText, "", "", ""},
-                                   {"Zorva", EntryShape::kText, "", "", ""}};
+    {"status", FieldType::Word, "", "", "", Privacy::Harmless, kSwitch},
+    {"ap", FieldType::Text, "", "", "", Privacy::Name, kNoNetwork},
+    {"wow", FieldType::Word, "", "", "", Privacy::Harmless, kSwitch},
+    {"pm_dur", FieldType::Integer, "", "", ""}};
+constexpr FieldFormat kBattery[] = {{"level", FieldType::Real, "%", "", ""},
+                                    {"voltage", FieldType::Integer, " mV", "", ""},
+                                    {"usage", FieldType::Duration, "", "", ""}};
+constexpr FieldFormat kProcesses[] = {{"*", FieldType::Integer, "", "", "", Privacy::Name}};
+constexpr EntryFormat kFormat[] = {{"Battery", EntryShape::Fields, "", "", "", kBattery},
+                                   {"ProcessMonitor", EntryShape::Fields, "", "", "", kProcesses},
+                                   {"WiFi", EntryShape::Fields, "", "", "", kWiFi},
+                                   {"Syslog", EntryShape::Text, "", "", ""},
+                                   {"Zorva", EntryShape::Text, "", "", ""}};
 
 // Each piece in a word: its kind and number of lines, for entries the category, the fields, and how
 // far the time goes back. Checks that the pieces and the fields are the text to the byte.
@@ -38,16 +38,16 @@ std::string reported(std::string_view text, std::size_t most = LogReader::kMaxPi
     reported += std::to_string(record.line);
     if (record.lines != 1) reported += "+" + std::to_string(record.lines);
     switch (record.piece) {
-      case LogPiece::kVersion:
+      case LogPiece::Version:
         reported += " version\n";
         continue;
-      case LogPiece::kSeparator:
+      case LogPiece::Separator:
         reported += " --\n";
         continue;
-      case LogPiece::kDamaged:
+      case LogPiece::Damaged:
         reported += " damaged\n";
         continue;
-      case LogPiece::kEntry:
+      case LogPiece::Entry:
         break;
     }
     reported += " " + std::string(record.category);
@@ -141,7 +141,7 @@ TEST(LogReaderTest, TellsThatReadingFailedAndGoesOnWithTheNextFile) {
 }
 
 TEST(LogReaderTest, ValuesHaveTypes) {
-  constexpr FieldFormat kHex{"id", FieldType::kHex, "", "", ""};
+  constexpr FieldFormat kHex{"id", FieldType::Hex, "", "", ""};
   const auto field = [](std::string_view value, const FieldFormat& format) {
     LogField made;
     made.value = value;

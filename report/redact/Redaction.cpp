@@ -65,21 +65,21 @@ bool isNobodysAddress(std::string_view address) {
 // further fields seem to stand.
 bool isDoubtful(const LogField& field) {
   return !field.isWellFormed() ||
-         (field.format->type == FieldType::kText && field.value.find(';') != field.value.npos);
+         (field.format->type == FieldType::Text && field.value.find(';') != field.value.npos);
 }
 
 }  // namespace
 
 void Redaction::append(const LogRecord& record, std::string& to) {
   switch (record.piece) {
-    case LogPiece::kVersion:
-    case LogPiece::kSeparator:
+    case LogPiece::Version:
+    case LogPiece::Separator:
       to += record.raw;
       return;
-    case LogPiece::kEntry:
+    case LogPiece::Entry:
       appendEntry(record, to);
       return;
-    case LogPiece::kDamaged:
+    case LogPiece::Damaged:
       break;
   }
   if (record.lines == 0) {  // the rest of a line whose beginning is replaced already
@@ -108,7 +108,7 @@ void Redaction::appendEntry(const LogRecord& record, std::string& to) {
   if (record.lines > 1) return appendDump(record, to);
   const char* const behind = record.body.data() + record.body.size();
   to.append(record.raw.data(), record.body.data());
-  if (record.format == nullptr || record.format->shape == EntryShape::kText) {
+  if (record.format == nullptr || record.format->shape == EntryShape::Text) {
     appendText(record, to);
   } else {
     splitFields(record, fields_);
@@ -171,7 +171,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   const std::string_view kind = kindOf(category, format);
   // What a key that the device gives gives away; the value is a figure then.
   const bool anyKey = format.key == "*";
-  const bool keyIsName = anyKey && privacy == Privacy::kName;
+  const bool keyIsName = anyKey && privacy == Privacy::Name;
   to += ' ';
   if (!anyKey || (!keyIsName && isPlainKey(field.key))) {
     to += field.key;
@@ -187,12 +187,12 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   if (field.isWord() || (!anyKey && field.value.empty())) {
     to += field.value;
     to += field.unit;
-  } else if (keyIsName || privacy == Privacy::kHarmless) {
+  } else if (keyIsName || privacy == Privacy::Harmless) {
     to += isDoubtful(field) ? content(field.value) : std::string(field.value);
     to += field.unit;
-  } else if (privacy == Privacy::kAddress) {
+  } else if (privacy == Privacy::Address) {
     appendAddress(field.value, to);
-  } else if (privacy == Privacy::kContent) {
+  } else if (privacy == Privacy::Content) {
     to += content(field.value);
   } else if (format.key == "path" && field.value.find('/') != field.value.npos) {
     // Its last part is a process's name.

@@ -25,15 +25,15 @@ struct KindTraits {
 
 KindTraits traitsOf(Kind kind) {
   switch (kind) {
-    case Kind::kCharge:
+    case Kind::Charge:
       return {"Charge used per hour", 0.2};
-    case Kind::kWakes:
+    case Kind::Wakes:
       return {"Wakes per hour", 0.2};
-    case Kind::kHeld:
+    case Kind::Held:
       return {"Kept awake, per hour", 120};
-    case Kind::kCpu:
+    case Kind::Cpu:
       return {"CPU time per hour", 10};
-    case Kind::kBytes:
+    case Kind::Bytes:
       break;
   }
   return {"Traffic per hour", 1 << 20};
@@ -42,14 +42,14 @@ KindTraits traitsOf(Kind kind) {
 std::string text(Kind kind, const std::optional<double>& value) {
   if (!value) return "-";
   switch (kind) {
-    case Kind::kCharge:
+    case Kind::Charge:
       return figure(*value) + " %";
-    case Kind::kWakes:
+    case Kind::Wakes:
       return figure(*value);
-    case Kind::kHeld:
-    case Kind::kCpu:
+    case Kind::Held:
+    case Kind::Cpu:
       return *value > 0 && *value < 1 ? figure(*value) + " s" : duration(std::llround(*value));
-    case Kind::kBytes:
+    case Kind::Bytes:
       break;
   }
   return byteCount(*value);
@@ -104,17 +104,17 @@ std::string letter(std::size_t log) {
 
 std::string subject(const ComparedFigure& figureOf) {
   switch (figureOf.kind) {
-    case Kind::kCharge:
+    case Kind::Charge:
       return "Charge used " + figureOf.name;
-    case Kind::kWakes:
+    case Kind::Wakes:
       return figureOf.name == "all"              ? "Wakes"
              : figureOf.name.starts_with("for ") ? "Wakes " + figureOf.name
                                                  : "Wakes by " + figureOf.name;
-    case Kind::kHeld:
+    case Kind::Held:
       return "Kept awake by " + figureOf.name;
-    case Kind::kCpu:
+    case Kind::Cpu:
       return "CPU time of " + figureOf.name;
-    case Kind::kBytes:
+    case Kind::Bytes:
       break;
   }
   return "Bytes " + figureOf.name;
@@ -152,13 +152,13 @@ void reportChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
 }  // namespace
 
 std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
-  ComparedFigure asleep{Kind::kCharge, "asleep", {}};
-  ComparedFigure awake{Kind::kCharge, "awake", {}};
-  ComparedFigure wakes{Kind::kWakes, "all", {}};
-  Gathered reasons(Kind::kWakes, logs.size());
-  Gathered holders(Kind::kHeld, logs.size());
-  Gathered processes(Kind::kCpu, logs.size());
-  Gathered traffic(Kind::kBytes, logs.size());
+  ComparedFigure asleep{Kind::Charge, "asleep", {}};
+  ComparedFigure awake{Kind::Charge, "awake", {}};
+  ComparedFigure wakes{Kind::Wakes, "all", {}};
+  Gathered reasons(Kind::Wakes, logs.size());
+  Gathered holders(Kind::Held, logs.size());
+  Gathered processes(Kind::Cpu, logs.size());
+  Gathered traffic(Kind::Bytes, logs.size());
   for (std::size_t i = 0; i < logs.size(); ++i) {
     const LogSummary& summary = logs[i].summary;
     const double hours = hoursOf(summary.covered);
@@ -172,7 +172,7 @@ std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
     for (const auto& tally : summary.wakeOwners) {
       reasons.add(i, "for " + tally.name, static_cast<double>(tally.count), hours);
     }
-    for (const auto& tally : summary.lane(Lane::kAssertion)) {
+    for (const auto& tally : summary.lane(Lane::Assertion)) {
       holders.add(i, tally.name + ": " + tally.detail, static_cast<double>(tally.seconds), hours);
     }
     for (const auto& [name, seconds] : summary.processes) {

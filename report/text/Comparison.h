@@ -18,11 +18,11 @@ struct ComparedLog {
 /// compared.
 struct ComparedFigure {
   enum class Kind {
-    kCharge,  ///< percent per hour
-    kWakes,   ///< per hour
-    kHeld,    ///< seconds per hour: an assertion, the display
-    kCpu,     ///< CPU seconds per hour
-    kBytes,   ///< per hour
+    Charge,  ///< percent per hour
+    Wakes,   ///< per hour
+    Held,    ///< seconds per hour: an assertion, the display
+    Cpu,     ///< CPU seconds per hour
+    Bytes,   ///< per hour
   };
   Kind kind;
   std::string name;

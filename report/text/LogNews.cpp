@@ -16,28 +16,28 @@ void LogNews::span(const LogSpan& span) {
   const std::string who(span.who);
   const std::string what(span.what);
   switch (span.lane) {
-    case Lane::kAsleep:
+    case Lane::Asleep:
       // Otherwise the wake tells it.
       if (!span.endKnown) say(span.end, "Slept " + time + "; what ended it is not in the log.");
       break;
-    case Lane::kAssertion:
+    case Lane::Assertion:
       if (span.end - span.begin >= kShortestAssertion) {
         say(span.end, who + " kept the device awake for " + time + ": " + what + ".");
       }
       break;
-    case Lane::kDisplay:
+    case Lane::Display:
       if (span.endKnown) say(span.end, "The display was at " + what + " for " + time + ".");
       break;
-    case Lane::kCharging:
+    case Lane::Charging:
       say(span.end, "On the charger for " + time + ": " + what + ".");
       break;
-    case Lane::kThermal:
+    case Lane::Thermal:
       say(span.end, "Thermal level " + what + " for " + time + ".");
       break;
-    case Lane::kCall:
+    case Lane::Call:
       say(span.end, "Call: " + what + " for " + time + ".");
       break;
-    case Lane::kApplication:
+    case Lane::Application:
       say(span.end, who + " was in mode " + what + " for " + time + ".");
       break;
     default:
@@ -46,7 +46,7 @@ void LogNews::span(const LogSpan& span) {
 }
 
 void LogNews::sample(Curve curve, LogTime time, double value, LogPosition) {
-  if (curve != Curve::kLevel || (level_ && std::floor(*level_) == std::floor(value))) return;
+  if (curve != Curve::Level || (level_ && std::floor(*level_) == std::floor(value))) return;
   std::string text = "The battery is at " + figure(value) + " %";
   if (level_) {
     text += formatText(", %+.1f %% in ", value - *level_) + duration(time - levelTime_);

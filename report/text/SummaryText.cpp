@@ -143,7 +143,7 @@ class Writer {
   }
 
   void holders() {
-    const auto& holders = summary_.lane(Lane::kAssertion);
+    const auto& holders = summary_.lane(Lane::Assertion);
     if (holders.empty()) return;
     page_.heading("Who kept it awake");
     std::vector<Row> rows;
@@ -185,16 +185,16 @@ class Writer {
       const char* name;
     };
     static constexpr State kStates[] = {
-        {Lane::kDisplay, "display lit"}, {Lane::kAudio, "audio"},  {Lane::kCall, "call"},
-        {Lane::kData, "mobile data"},    {Lane::kWiFi, "Wi-Fi"},   {Lane::kBluetooth, "Bluetooth"},
-        {Lane::kLocation, "location"},   {Lane::kApplication, ""}, {Lane::kThermal, "heat, level"}};
+        {Lane::Display, "display lit"}, {Lane::Audio, "audio"},  {Lane::Call, "call"},
+        {Lane::Data, "mobile data"},    {Lane::WiFi, "Wi-Fi"},   {Lane::Bluetooth, "Bluetooth"},
+        {Lane::Location, "location"},   {Lane::Application, ""}, {Lane::Thermal, "heat, level"}};
     std::vector<Row> rows;
     for (const auto& [lane, name] : kStates) {
       std::size_t shown = 0;
       for (const Tally& tally : summary_.lane(lane)) {
         if (shown++ == kMaxRows / 2) break;
         rows.push_back({duration(tally.seconds), share(tally.seconds, summary_.covered),
-                        lane == Lane::kApplication ? tally.name : name, tally.detail});
+                        lane == Lane::Application ? tally.name : name, tally.detail});
       }
     }
     if (rows.empty()) return;
@@ -203,7 +203,7 @@ class Writer {
   }
 
   void radio() {
-    const auto& networks = summary_.lane(Lane::kRegistered);
+    const auto& networks = summary_.lane(Lane::Registered);
     if (!summary_.traffic && !summary_.weakestSignal && networks.empty()) return;
     page_.heading("Radio and traffic");
     if (summary_.traffic) {
@@ -286,7 +286,7 @@ class Writer {
 }  // namespace
 
 void LogReading::note(const LogRecord& record, const std::string& file) {
-  if (record.piece != LogPiece::kDamaged || damaged.size() == kMaxDamagedShown) return;
+  if (record.piece != LogPiece::Damaged || damaged.size() == kMaxDamagedShown) return;
   damaged.push_back(
       {file, record.line, std::string(trimmed(record.raw.substr(0, kMaxDamagedLength)))});
 }
@@ -310,7 +310,7 @@ std::vector<std::string> batterySentences(const LogSummary& summary) {
     sentences.push_back(
         useSentence(slept, summary.asleep, summary.asleepSeconds - summary.asleepOnCharger));
   }
-  const LogTime charged = summary.seconds(Lane::kCharging);
+  const LogTime charged = summary.seconds(Lane::Charging);
   const LogTime awake = summary.awakeOnBattery();
   if (awake > 0) {
     sentences.push_back(

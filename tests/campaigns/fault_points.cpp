@@ -24,7 +24,7 @@
 #include <utility>
 #include <vector>
 
-#include "apps/LoggerTable.h"
+#include "apps/DefaultLoggers.h"
 #include "core/ZorvaMain.h"
 #include "platform/assemble/SimHandset.h"
 #include "platform/assemble/SimRun.h"
@@ -94,7 +94,7 @@ std::map<std::string, std::string> byCategory(const std::string& log) {
   zorva::LogReader reader;
   reader.begin(zorva::readFrom(log));
   for (zorva::LogRecord record; reader.next(record);) {
-    if (record.piece == zorva::LogPiece::kSeparator) continue;
+    if (record.piece == zorva::LogPiece::Separator) continue;
     entries[std::string(record.category)] += record.raw;
   }
   return entries;
@@ -128,7 +128,7 @@ class Campaign {
     const Descriptor terminal(::dup(STDOUT_FILENO));
     ::dup2(output.get(), STDOUT_FILENO);
     zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(),
-                     {[&run] { return &run->platform(); }}, zorva::loggerTable());
+                     {[&run] { return &run->platform(); }}, zorva::defaultLoggers());
     ::dup2(terminal.get(), STDOUT_FILENO);
     if (points != nullptr) {
       for (const auto& [name, count] : before) (*points)[name] = faults.calls(name) - count;

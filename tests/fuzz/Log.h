@@ -26,8 +26,8 @@ inline std::size_t checkLog(const std::string& text) {
   const std::uint64_t before = reader.counts().entries;
   reader.begin(readFrom(text));
   for (LogRecord record; reader.next(record);) {
-    REQUIRE(record.piece != LogPiece::kDamaged);
-    REQUIRE(record.piece != LogPiece::kEntry || record.format != nullptr);
+    REQUIRE(record.piece != LogPiece::Damaged);
+    REQUIRE(record.piece != LogPiece::Entry || record.format != nullptr);
     for (std::string_view rest = record.raw; !rest.empty();) {
       const std::size_t end = rest.find('\n');
       REQUIRE(end != rest.npos && safeText(rest.substr(0, end)) == rest.substr(0, end));

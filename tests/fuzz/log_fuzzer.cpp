@@ -40,8 +40,8 @@ Told tell(std::string_view text, std::size_t most) {
     redaction.append(record, reported.redacted);
     REQUIRE(std::count(reported.redacted.begin(), reported.redacted.end(), '\n') + 1 ==
             static_cast<std::ptrdiff_t>(lines));
-    reported.categories += record.piece == LogPiece::kEntry ? std::string(record.category) : "-";
-    if (record.piece != LogPiece::kEntry) continue;
+    reported.categories += record.piece == LogPiece::Entry ? std::string(record.category) : "-";
+    if (record.piece != LogPiece::Entry) continue;
     splitFields(record, fields);
     std::string body;
     for (const LogField& field : fields) {

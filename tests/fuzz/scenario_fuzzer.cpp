@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "apps/LoggerTable.h"
+#include "apps/DefaultLoggers.h"
 #include "core/ZorvaMain.h"
 #include "platform/assemble/Scenario.h"
 #include "platform/assemble/SimHandset.h"
@@ -45,7 +45,7 @@ std::string run(const std::string& text) {
   ::dup2(log, STDOUT_FILENO);
   char name[] = "zorva";
   char* const arguments[] = {name, nullptr};
-  ZorvaMain(1, arguments, {[&handset] { return &handset.platform(); }}, loggerTable());
+  ZorvaMain(1, arguments, {[&handset] { return &handset.platform(); }}, defaultLoggers());
   ::dup2(terminal.get(), STDOUT_FILENO);
   std::string written = takeText(log);
   checkLog(written);

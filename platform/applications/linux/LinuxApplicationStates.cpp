@@ -130,12 +130,12 @@ void LinuxApplicationStates::update() {
   const ApplicationUnits before = std::exchange(known_, readAndWatch());
   const ApplicationUnits now = known_;  // an observer may end it all, from there on nothing is news
   for (const auto& [directory, unit] : before) {
-    if (now.count(directory) == 0) notify(unit, kGone);
+    if (now.count(directory) == 0) notify(unit, Gone);
   }
   for (const auto& [directory, unit] : now) {
     const auto old = before.find(directory);
     if (old == before.end() || old->second.frozen != unit.frozen) {
-      notify(unit, unit.frozen ? kFrozen : kRunning);
+      notify(unit, unit.frozen ? Frozen : Running);
     }
   }
 }
@@ -146,7 +146,7 @@ void LinuxApplicationStates::notify(const ApplicationUnit& unit, State state) {
   change.displayIdentifier = unit.application;
   if (!unit.processes.empty()) change.pid = unit.processes.front();
   change.state = state;
-  if (state != kGone) change.reasons = reasonsOf(unit, inhibitors_);
+  if (state != Gone) change.reasons = reasonsOf(unit, inhibitors_);
   observers_.notify(change);
 }
 
@@ -169,10 +169,10 @@ std::optional<std::int32_t> LinuxApplicationStates::processOf(
 }
 
 std::int32_t LinuxApplicationStates::stateOf(const std::string& displayIdentifier) {
-  State state = kGone;
+  State state = Gone;
   for (const auto& [directory, unit] : units()) {
     if (unit.application == displayIdentifier) {
-      state = std::max(state, unit.frozen ? kFrozen : kRunning);
+      state = std::max(state, unit.frozen ? Frozen : Running);
     }
   }
   return state;

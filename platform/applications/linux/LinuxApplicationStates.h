@@ -21,9 +21,9 @@ class LinuxApplicationStates : public ApplicationStates {
   static constexpr const char* kRoot = "/sys/fs/cgroup";
   static constexpr const char* kInhibitors = "/run/systemd/inhibit";
 
-  enum State : std::int32_t { kGone, kFrozen, kRunning };
+  enum State : std::int32_t { Gone, Frozen, Running };
   /// What a lock of the login manager hinders.
-  enum Reason : std::int32_t { kSleep, kIdle, kShutdown, kOther };
+  enum Reason : std::int32_t { Sleep, Idle, Shutdown, Other };
 
   /// The event loop and the system log outlive this. The latter gets one line when the kernel
   /// refuses a watch, so that changes may be missed.

@@ -101,7 +101,7 @@ TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
   // A second one of the same application; the first one goes.
   setUnit("app-maps-2.scope", true, true, "72\n");
   EXPECT_EQ(next(), Lines{"maps 72 frozen:"});
-  EXPECT_EQ(states_.stateOf("maps"), LinuxApplicationStates::kRunning);
+  EXPECT_EQ(states_.stateOf("maps"), LinuxApplicationStates::Running);
   std::filesystem::remove_all((directory_ / kApps) + "app-maps-1.scope");
   EXPECT_EQ(next(), Lines{"maps 70 gone"});
 

@@ -8,7 +8,7 @@
 
 namespace zorva {
 
-/// The state of a name: what was set last, by root or by the effective user; 0 while none was set
+/// The state of a name: what was set last, by root or by the effective user; 0 while none was set.
 /// Nothing when the name is none, or its file cannot be read, belongs to another user or
 /// holds no number.
 std::optional<std::uint64_t> readNotificationState(const NotificationDirectories& directories,

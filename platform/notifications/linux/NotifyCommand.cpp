@@ -3,12 +3,15 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/base/CommandLine.h"
 #include "platform/base/Text.h"
 #include "platform/notifications/linux/NotificationSocket.h"
 #include "platform/notifications/linux/NotificationStates.h"
 
 namespace zorva {
 namespace {
+
+constexpr const char* kProgram = "zorva-notify";
 
 constexpr const char* kHelp =
     "Usage: zorva-notify NAME [--state N]\n"
@@ -17,6 +20,7 @@ constexpr const char* kHelp =
     "\n"
     "  --state N   set the notification's state first: 0 to 18446744073709551615, or 0x...\n"
     "  -h, --help  print this text and exit\n"
+    "  --version   print the version and exit\n"
     "\n"
     "NAME has 1 to 128 printable ASCII characters, no blank and no '/', and does not start with\n"
     "'.'. The name com.vennor.zorva.exit ends the daemons.\n"
@@ -26,11 +30,8 @@ constexpr const char* kHelp =
     "\n"
     "The daemons' sockets and the states are in %s.\n";
 
-constexpr const char* kSeeHelp = "'zorva-notify --help' shows the options.";
-
 struct Request {
-  bool help = false;
-  std::optional<std::string> name;
+  std::string name;
   std::optional<std::uint64_t> state;
 };
 
@@ -41,36 +42,32 @@ std::optional<std::uint64_t> stateIn(std::string_view text) {
   return parseNumber<std::uint64_t>(text, hexadecimal ? 16 : 10);
 }
 
-// Reads the arguments; returns what is wrong with them, or an empty text.
-std::string parse(const std::vector<std::string>& arguments, Request& request) {
-  static constexpr std::string_view kState = "--state=";
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    std::string argument = arguments[i];
-    if (argument == "--help" || argument == "-h") {
-      request.help = true;
-    } else if (argument == "--state" || argument.starts_with(kState)) {
-      const bool apart = argument == "--state";
-      if (apart && ++i == arguments.size()) return "--state needs a number.";
-      const std::string number = apart ? arguments[i] : argument.substr(kState.size());
-      request.state = stateIn(number);
-      if (!request.state) {
-        return "The state '" + safeText(number) +
-               "' is no number from 0 to 18446744073709551615 (decimal, or hexadecimal after 0x).";
-      }
-    } else if (argument.starts_with('-')) {
-      return "There is no option '" + safeText(argument) + "'.";
-    } else if (request.name) {
-      return "Only one NAME can be posted, not also '" + safeText(argument) + "'.";
-    } else {
-      request.name = std::move(argument);
-    }
+// Reads the arguments; the end of the program when there is nothing to post.
+std::optional<CommandEnd> parse(const std::vector<std::string>& arguments,
+                                const std::string& directory, Request& request) {
+  const auto setState = [&request](const std::string& number) {
+    request.state = stateIn(number);
+    return request.state ? std::string()
+                         : "the state '" + safeText(number) +
+                               "' is no number from 0 to 18446744073709551615 (decimal, or "
+                               "hexadecimal after 0x).";
+  };
+  std::vector<std::string> names;
+  if (auto end = readCommandLine(
+          {kProgram, formatText(kHelp, directory.c_str()), {{"state", 0, "a number", setState}}},
+          arguments, names)) {
+    return end;
   }
-  if (request.help) return "";
-  if (!request.name) return "The NAME to post is missing.";
-  if (!isNotificationName(*request.name)) {
-    return "'" + safeText(*request.name) + "' cannot be the NAME of a notification.";
+  if (names.empty()) return badUsage(kProgram, "the NAME to post is missing.");
+  if (names.size() > 1) {
+    return badUsage(kProgram,
+                    "only one NAME can be posted, not also '" + safeText(names[1]) + "'.");
   }
-  return "";
+  if (!isNotificationName(names[0])) {
+    return badUsage(kProgram, "'" + safeText(names[0]) + "' cannot be the NAME of a notification.");
+  }
+  request.name = names[0];
+  return std::nullopt;
 }
 
 }  // namespace
@@ -79,21 +76,15 @@ int notifyCommand(const std::vector<std::string>& arguments,
                   const NotificationDirectories& directories, std::FILE* output,
                   std::FILE* errors) {
   Request request;
-  if (const std::string wrong = parse(arguments, request); !wrong.empty()) {
-    std::fprintf(errors, "zorva-notify: %s %s\n", wrong.c_str(), kSeeHelp);
-    return 2;
-  }
-  if (request.help) {
-    std::fprintf(output, kHelp, directories.own.c_str());
-    return 0;
-  }
+  if (const auto end = parse(arguments, directories.own, request))
+    return end->write(output, errors);
   std::string problem;
-  if (request.state && !setNotificationState(directories, *request.name, *request.state, problem)) {
+  if (request.state && !setNotificationState(directories, request.name, *request.state, problem)) {
     std::fprintf(errors, "zorva-notify: %s. The state is not set and nothing is posted.\n",
                  problem.c_str());
     return 1;
   }
-  const PostResult result = postNotification(directories, *request.name);
+  const PostResult result = postNotification(directories, request.name);
   if (!result.problem.empty()) {
     std::fprintf(errors,
                  "zorva-notify: %s. The notification did not reach the daemons of this user.\n",

@@ -52,6 +52,9 @@ class LinuxTelephonyServer::Mailbox {
     arrived_ = std::move(arrived);
     if (arrived_ && !messages_.empty()) arrived_();
   }
+  /// The connection has gone: no further port can be made.
+  void close() { closed_ = true; }
+  bool closed() const { return closed_; }
   void setReceiver(MessageCallback receiver) { receiver_ = std::move(receiver); }
 
   void deliver() {
@@ -68,11 +71,13 @@ class LinuxTelephonyServer::Mailbox {
   std::deque<Message> messages_;
   MessageCallback receiver_;
   std::function<void()> arrived_;
+  bool closed_ = false;
 };
 
 class LinuxTelephonyServer::LinuxConnection : public Connection {
  public:
   explicit LinuxConnection(PortNumber number) : port(number) {}
+  ~LinuxConnection() override { mailbox->close(); }
   const PortNumber port;
   const std::shared_ptr<Mailbox> mailbox = std::make_shared<Mailbox>();
   bool reporting = false;
@@ -125,7 +130,7 @@ std::unique_ptr<TelephonyServer::Port> LinuxTelephonyServer::makePort(PortNumber
                                                                       MessageCallback callback) {
   const auto found = mailboxes_.find(number);
   auto mailbox = found == mailboxes_.end() ? nullptr : found->second.lock();
-  if (!mailbox) return nullptr;
+  if (!mailbox || mailbox->closed()) return nullptr;
   return std::make_unique<LinuxPort>(std::move(mailbox), std::move(callback));
 }
 

@@ -20,15 +20,14 @@ SimWiFiDriver::SimWiFiDriver(SimParts& parts)
 
 int SimWiFiDriver::openSocket(int& socket) {
   if (const auto error = openSocketFault_.struckResult<int>()) return *error;
-  socket = kSocket;
-  ++openSockets_;
+  socket = *sockets_.insert(++lastSocket_).first;
   return 0;
 }
 
 int SimWiFiDriver::request(int socket, std::uint32_t code, const WiFiDriverRequest& request,
                            Buffer& buffer) {
   if (const auto error = requestFault_.struckResult<int>()) return *error;
-  if (socket != kSocket || openSockets_ == 0) return EBADF;
+  if (!sockets_.contains(socket)) return EBADF;
   if (std::strncmp(request.interface.data(), "en0", request.interface.size()) != 0) return ENXIO;
   if (request.type != -1 || request.length != buffer.size()) return EINVAL;
   const auto end = std::find(buffer.begin(), buffer.end(), 0);
@@ -46,8 +45,8 @@ int SimWiFiDriver::request(int socket, std::uint32_t code, const WiFiDriverReque
   return 0;
 }
 
-void SimWiFiDriver::closeSocket(int) {
-  --openSockets_;
+void SimWiFiDriver::closeSocket(int socket) {
+  sockets_.erase(socket);
 }
 
 }  // namespace zorva

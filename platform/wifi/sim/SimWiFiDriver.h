@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,14 +25,13 @@ class SimWiFiDriver : public WiFiDriver {
   void count(const std::string& counter, std::uint32_t more) { counters_[counter] += more; }
   /// What was done since the last call: "query pm_dur", "reset pm_dur".
   std::vector<std::string> takeRequests() { return std::exchange(requests_, {}); }
-  int openSockets() const { return openSockets_; }
+  int openSockets() const { return static_cast<int>(sockets_.size()); }
 
  private:
-  static constexpr int kSocket = 100;
-
   SimFaultPoint openSocketFault_;
   SimFaultPoint requestFault_;
-  int openSockets_ = 0;
+  std::set<int> sockets_;  ///< open ones
+  int lastSocket_ = 99;
   std::map<std::string, std::uint32_t> counters_;
   std::vector<std::string> requests_;
 };

@@ -66,8 +66,8 @@ class SimWiFiManager::Client : public WiFiManagerClient {
     if (state_->device) devices.push_back(state_->device);
     return devices;
   }
-  bool wowCapability() override { return state_->wowSupported; }
-  bool wowState() override { return state_->wow; }
+  bool wowCapability() override { return state_->device && state_->wowSupported; }
+  bool wowState() override { return state_->device && state_->wow; }
 
  private:
   std::shared_ptr<State> state_;

@@ -5,6 +5,6 @@
 namespace zorva {
 
 /// Every logger class, in the order in which the default loggers are created.
-LoggerTable loggerTable();
+LoggerTable defaultLoggers();
 
 }  // namespace zorva

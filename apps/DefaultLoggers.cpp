@@ -1,4 +1,4 @@
-#include "apps/LoggerTable.h"
+#include "apps/DefaultLoggers.h"
 
 #include <array>
 #include <memory>
@@ -114,7 +114,7 @@ constexpr std::array<LoggerRow, 26> kRows{{
 
 }  // namespace
 
-LoggerTable loggerTable() {
+LoggerTable defaultLoggers() {
   return {kRows, [](const Platform& p) -> SharedConnection {
             return std::make_shared<ZVTelephonyConnection>(ZVTelephonyConnection::Sources{
                 p.telephonyServer, p.telephony, p.telephonyNotifications, p.systemLog});
