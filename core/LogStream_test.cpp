@@ -1,9 +1,11 @@
 #include "core/LogStream.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace zorva {
@@ -33,6 +35,30 @@ TEST(LogStream, LosesOnlyWhatCannotBeWritten) {
   EXPECT_GT(::pread(file, text, sizeof text - 1, 0), 0);
   EXPECT_STREQ(text, "one\ntw\nfour\n");
   std::signal(SIGXFSZ, old);
+}
+
+TEST(LogStream, WaitsForTheReaderOfANonBlockingPipe) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  ASSERT_EQ(::fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
+  const std::string text(4 << 20, 'x');  // many times what a pipe holds
+  const pid_t writer = ::fork();
+  if (writer == 0) {
+    LogStream stream(ends[1], LogStream::Ownership::Borrowed);
+    stream.write(text);
+    stream.flush();
+    ::_exit(0);
+  }
+  ::close(ends[1]);
+  std::string arrived(text.size(), '\0');
+  std::size_t length = 0;
+  while (const ssize_t count = ::read(ends[0], &arrived[length], text.size() - length)) {
+    ASSERT_GT(count, 0);
+    length += static_cast<std::size_t>(count);
+  }
+  EXPECT_EQ(length, text.size());
+  ::close(ends[0]);
+  ::waitpid(writer, nullptr, 0);
 }
 
 }  // namespace

@@ -229,7 +229,14 @@ class WatchedProcesses : public SimProcessInformation {
     return SimProcessInformation::proc_name(process, name);
   }
 
+  ProcAnswer proc_listpids(std::span<std::int32_t> list) override {
+    const ProcAnswer answer = SimProcessInformation::proc_listpids(list);
+    if (list.empty() && counted) counted();
+    return answer;
+  }
+
   std::function<void(std::int32_t)> reached;
+  std::function<void()> counted;
 };
 
 class SnapshotTest : public LoggerTest {
@@ -304,6 +311,13 @@ TEST_F(SnapshotTest, FindsWhatOutgrewTheLastLook) {
   for (int i = 0; i < 70; ++i) table.open(90, simUdpSocket("0.0.0.0:" + std::to_string(100 + i)));
   sleep();
   EXPECT_EQ(tracker.findProcessWithPort(169), 0);
+
+  processes.counted = [&] {  // more than there was room for are started after they were counted
+    for (int process = 91; process <= 200; ++process) table.setProcess(process, "idle");
+    table.open(200, simUdpSocket("0.0.0.0:99"));
+  };
+  sleep();
+  EXPECT_EQ(tracker.findProcessWithPort(99), 0);
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
-// What the notification centre promises, on the simulated handset and on this machine.
+// What the notification centre promises, on the simulated handset and over a run directory.
 
 #include <gtest/gtest.h>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "platform/assemble/SimHandset.h"
 #include "platform/notifications/linux/LinuxSystemNotifications.h"
@@ -14,61 +11,83 @@
 namespace zorva {
 namespace {
 
-constexpr const char* kName = "com.example.contract";
+using State = std::optional<std::uint64_t>;
 
+// Other processes post, and set states; nothing makes one unreadable.
 struct SimWorld {
   SimHandset handset;
-  NotificationCentre& centre = handset.notifications();
-  void setState(std::uint64_t state) { handset.notifications().setState(kName, state); }
+  SimSystemNotifications& centre = handset.notifications();
+  void post(const std::vector<std::string>& names) {
+    for (const auto& name : names) centre.post(name);
+  }
+  void set(const std::string& name, State state) { centre.setState(name, state); }
 };
 struct LinuxWorld {
-  struct Log : SystemLog {
-    void write(std::string_view line) override { ADD_FAILURE() << line; }
-  } log;
-  DirectoryForTest directory;
+  DirectoryForTest root;
+  NotificationDirectories directories{root / "run", {}, {}};
   LoopForTest loop;
-  NotificationDirectories directories{directory / "run", "", ""};
+  SimSystemLog log;
   LinuxSystemNotifications centre{loop, log, directories};
-  void setState(std::uint64_t state) {
+  void post(const std::vector<std::string>& names) {
+    for (const auto& name : names) EXPECT_EQ(postNotification(directories, name).problem, "");
+    loop.drain();
+  }
+  void set(const std::string& name, State state) {
+    if (!state) return root.write("run/states/" + name, "x");
     std::string problem;
-    EXPECT_TRUE(setNotificationState(directories, kName, state, problem)) << problem;
+    EXPECT_TRUE(setNotificationState(directories, name, *state, problem)) << problem;
   }
 };
 
 template <typename World>
-class NotificationContract : public testing::Test {};
+class NotificationsContract : public testing::Test {
+ protected:
+  World world_;
+};
 using Worlds = testing::Types<SimWorld, LinuxWorld>;
-TYPED_TEST_SUITE(NotificationContract, Worlds);
+TYPED_TEST_SUITE(NotificationsContract, Worlds);
 
-TYPED_TEST(NotificationContract, APostReachesItsObserversBeforeItReturns) {
+TYPED_TEST(NotificationsContract, EveryPostReachesItsObserversUntilTheyEnd) {
   TypeParam world;
-  std::vector<std::string> heard;
-  Registration first, second;
-  first = world.centre.observe(kName, [&](std::string_view name) {
-    heard.push_back("first " + std::string(name));
-    first.reset();  // its own, in the middle of the post
-    second.reset();
+  NotificationCentre& centre = world.centre;
+  std::string heard;
+  const auto hearing = [&](const std::string& mark) {
+    return [&heard, mark](std::string_view name) { heard += mark + std::string(name) + " "; };
+  };
+  world.post({"a"});
+  Registration first = centre.observe("a", hearing("1"));
+  Registration own, dropped, other;
+  own = centre.observe("a", [&](std::string_view) {
+    heard += "own ";
+    own.reset();
+    dropped.reset();
   });
-  second = world.centre.observe(kName, [&](std::string_view) { heard.push_back("second"); });
-  const auto third =
-      world.centre.observe(kName, [&](std::string_view) { heard.push_back("third"); });
-  const auto other = world.centre.observe("com.example.other",
-                                          [&](std::string_view) { heard.push_back("other"); });
-  ASSERT_TRUE(first && second && third && other);
-  world.centre.post(kName);
-  world.centre.post(kName);
-  world.centre.post("com.example.nobody");
-  EXPECT_EQ(heard, (std::vector<std::string>{"first com.example.contract", "third", "third"}));
+  dropped = centre.observe("a", hearing("dropped"));
+  other = centre.observe("b", hearing("2"));
+  world.post({"a", "A", "b", "c", "a", "a"});
+  EXPECT_EQ(std::exchange(heard, ""), "1a own 2b 1a 1a ") << "none posted before";
+
+  // Dropped by a callback while further posts wait; and a post from inside one.
+  const Registration last = centre.observe("a", [&](std::string_view) {
+    other.reset();
+    centre.post("d");
+  });
+  const Registration nested = centre.observe("d", hearing("3"));
+  world.post({"a", "b"});
+  EXPECT_EQ(std::exchange(heard, ""), "1a 3d ");
+  first.reset();
+  centre.post("a");
+  EXPECT_EQ(heard, "3d ") << "before it returns";
 }
 
-TYPED_TEST(NotificationContract, AStateIsZeroUntilItIsSet) {
-  TypeParam world;
-  EXPECT_EQ(world.centre.state(kName), 0u);
-  for (const std::uint64_t state : {std::uint64_t{7}, ~std::uint64_t{0}, std::uint64_t{0}}) {
-    world.setState(state);
-    EXPECT_EQ(world.centre.state(kName), state);
+TYPED_TEST(NotificationsContract, AStateIsWhatWasSetLast) {
+  NotificationCentre& centre = this->world_.centre;
+  EXPECT_EQ(centre.state("a"), 0u);
+  for (const State state : {State(~std::uint64_t{0}), State(0), State(), State(6)}) {
+    this->world_.set("a", state);
+    EXPECT_EQ(centre.state("a"), state);
+    EXPECT_EQ(centre.state("b"), 0u);
   }
-  EXPECT_EQ(world.centre.state("com.example.other"), 0u);
 }
 
 }  // namespace

@@ -43,6 +43,7 @@ class SystemLogQueries {
   virtual std::unique_ptr<SystemLogQuery> createQuery() = 0;
   /// Nothing when the facility cannot be searched.
   virtual std::unique_ptr<SystemLogResponse> search(const SystemLogQuery& query) = 0;
+  static constexpr std::int64_t kMaxTime = 253'402'300'799;  ///< the last second of the year 9999
   /// Seconds since 1970-01-01 UTC of a message's "Time", of the years 1970 to 9999; 0 for a text
   /// that is none.
   virtual std::int64_t parseTime(const std::string& text) = 0;

@@ -10,7 +10,7 @@ class ProcessIdentity {
   virtual ~ProcessIdentity() = default;
 
   virtual std::uint32_t effectiveUser() = 0;
-  /// Answers 0 or the error number.
+  /// Answers 0 or the error number; a user who is refused changes nothing.
   virtual int setEffectiveUser(std::uint32_t user) = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/base/Text.h"
+#include "report/analyse/ChargeAccount.h"
 #include "report/text/SummaryText.h"
 
 namespace zorva {
@@ -109,6 +110,19 @@ TEST(LogSummary, OfTheDayIsWhatItsScenarioDoes) {
   ASSERT_EQ(day.interruptions.size(), 1U);
   EXPECT_EQ(day.interruptions[0].before - day.interruptions[0].after, 3600);
   EXPECT_NEAR(day.interrupted, 72.3 - 70.4, 1e-9) << "on the flight";
+}
+
+TEST(ChargeAccount, MoreThanATenthOnTheChargerCountsAsCharging) {
+  for (const LogTime seconds : {9, 11, 50}) {
+    ChargeAccount account;
+    account.addLevel(0, 50);
+    account.addLevel(100, 60);
+    account.addCharging(20, 20 + seconds);
+    LogSummary summary;
+    account.close(summary);
+    EXPECT_EQ(text(summary.charging), seconds > 10 ? "10.0/100" : "0.0/0") << seconds;
+    EXPECT_EQ(text(summary.awake), seconds > 10 ? "0.0/0" : "-10.0/100") << seconds;
+  }
 }
 
 TEST(LogSummary, OfAWindowCountsWhatIsInIt) {

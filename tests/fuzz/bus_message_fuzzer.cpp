@@ -163,7 +163,8 @@ std::vector<std::pair<std::string, LinuxBus::SignalHandler>> sMatches;  // by th
 
 struct LinuxBus::Subscriptions {};
 
-LinuxBus::LinuxBus(sd_event* event, std::string, std::chrono::microseconds)
+LinuxBus::LinuxBus(sd_event* event, std::string, std::chrono::microseconds,
+                   std::chrono::microseconds)
     : event_(event), ended_(event, [] {}) {}
 LinuxBus::~LinuxBus() {
   sMatches.clear();

@@ -128,7 +128,7 @@ void LinuxApplicationStates::endBelow(const std::string& path) {
 void LinuxApplicationStates::update() {
   if (generating_ == 0) return;
   const ApplicationUnits before = std::exchange(known_, readAndWatch());
-  const ApplicationUnits now = known_;  // an observer may end it all
+  const ApplicationUnits now = known_;  // an observer may end it all, from there on nothing is news
   for (const auto& [directory, unit] : before) {
     if (now.count(directory) == 0) notify(unit, Gone);
   }
@@ -141,6 +141,7 @@ void LinuxApplicationStates::update() {
 }
 
 void LinuxApplicationStates::notify(const ApplicationUnit& unit, State state) {
+  if (generating_ == 0) return;
   ApplicationStateChange change;
   change.displayIdentifier = unit.application;
   if (!unit.processes.empty()) change.pid = unit.processes.front();

@@ -58,17 +58,6 @@ class LinuxApplicationStatesTest : public testing::Test {
     loop_.drain();
     return std::exchange(reported_, {});
   }
-  // As a snapshot asks.
-  Lines listed() {
-    Lines lines;
-    for (const std::string& id : states_.copyDisplayIdentifiers(true, false)) {
-      const auto pid = states_.processOf(id);
-      lines.push_back(id + " " + (pid ? std::to_string(*pid) : "-") + " " +
-                      states_.descriptionOfState(states_.stateOf(id)));
-    }
-    return lines;
-  }
-
   LoopForTest loop_;
   DirectoryForTest directory_;
   SimSystemLog systemLog_;
@@ -86,7 +75,6 @@ class LinuxApplicationStatesTest : public testing::Test {
 };
 
 TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
-  EXPECT_EQ(listed(), Lines()) << "without control groups";
   std::filesystem::create_directories(directory_ / "cgroup");
   states_.beginGenerating();
   // A session comes, down to its applications.
@@ -96,9 +84,6 @@ TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
   setUnit("app-later-1.scope", false, false, "");
   setUnit("session.scope", true, false, "5\n");
   EXPECT_EQ(next(), Lines({"mail 90 frozen", "maps 70 running", "org.Term - running"}));
-  EXPECT_EQ(listed(), Lines({"mail 90 frozen", "maps 70 running", "org.Term - running"}));
-  EXPECT_EQ(states_.copyDisplayIdentifiers(true, true), Lines());
-  EXPECT_EQ(states_.descriptionOfState(states_.stateOf("unknown")), "gone");
 
   // With the locks that its processes hold.
   directory_.write("inhibit/1", "WHAT=idle:sleep\nMODE=block\nUID=1\nPID=81\n");
@@ -122,10 +107,6 @@ TEST_F(LinuxApplicationStatesTest, FollowsTheControlGroups) {
 
   std::filesystem::remove_all(directory_ / "cgroup/user.slice");
   EXPECT_EQ(next().size(), 4u);
-  states_.endGenerating();
-  setUnit("app-maps-1.scope", true, false, "70\n");
-  EXPECT_EQ(now(), Lines());
-  EXPECT_EQ(listed(), Lines{"maps 70 running"});
 }
 
 TEST_F(LinuxApplicationStatesTest, ReportsThatTheKernelRefusesToWatch) {

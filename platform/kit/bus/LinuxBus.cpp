@@ -11,9 +11,6 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// A bus that drops its callers, or has no room for one more, is not called more often than this,
-// and each time less often until it is hardly ever.
-constexpr std::chrono::seconds kBetweenEnds{5};
 constexpr std::chrono::hours kMaxBetweenEnds{1};
 // A socket is there a moment before it can be connected to, and that moment's end is no event. So
 // a socket that has just changed and refuses is tried again, a few times.
@@ -83,13 +80,15 @@ std::string LinuxBus::systemAddress() {
   return address && *address ? address : "unix:path=/run/dbus/system_bus_socket";
 }
 
-LinuxBus::LinuxBus(sd_event* event, std::string address, std::chrono::microseconds timeLimit)
+LinuxBus::LinuxBus(sd_event* event, std::string address, std::chrono::microseconds timeLimit,
+                   std::chrono::microseconds betweenEnds)
     : event_(event),
       address_(std::move(address)),
       timeLimit_(timeLimit),
+      firstBetweenEnds_(betweenEnds),
       subscriptions_(std::make_shared<Subscriptions>()),
       ended_(event, [this] { ended(); }),
-      betweenEnds_(kBetweenEnds) {
+      betweenEnds_(betweenEnds) {
   connect();
   if (bus_) waitUntilReady();
 }
@@ -175,7 +174,7 @@ void LinuxBus::backOff() {
 
 void LinuxBus::socketChanged() {
   refusals_ = 1;
-  betweenEnds_ = kBetweenEnds;
+  betweenEnds_ = firstBetweenEnds_;
   connect();
 }
 
@@ -212,14 +211,14 @@ void LinuxBus::ended() {
   bus_.reset();
   hangs_ = false;
   const auto now = steady_clock::now();
-  const bool lasted = readySince_ && now - *readySince_ >= kBetweenEnds;
+  const bool lasted = readySince_ && now - *readySince_ >= firstBetweenEnds_;
   const bool soonAfterTheLast = lastEnd_ && now - *lastEnd_ < 2 * betweenEnds_;
   lastEnd_ = now;
   readySince_.reset();
   if (soonAfterTheLast && !lasted) {
     backOff();
   } else {
-    betweenEnds_ = kBetweenEnds;
+    betweenEnds_ = firstBetweenEnds_;
     connect();
   }
   observers_.notify();

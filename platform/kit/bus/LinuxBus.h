@@ -30,6 +30,9 @@ using BusMessage = std::unique_ptr<sd_bus_message, BusMessageRelease>;
 class LinuxBus {
  public:
   static constexpr std::chrono::microseconds kTimeLimit = std::chrono::seconds(2);
+  /// A bus that drops its callers, or has no room for one more, is not called more often than this,
+  /// and each time less often until it is hardly ever.
+  static constexpr std::chrono::microseconds kBetweenEnds = std::chrono::seconds(5);
 
   /// The address in the environment's DBUS_SYSTEM_BUS_ADDRESS, else the well-known one.
   static std::string systemAddress();
@@ -37,7 +40,8 @@ class LinuxBus {
   /// Connects at once if the bus answers within the time limit. The event loop must outlive the
   /// bus, and the bus its registrations' owners.
   explicit LinuxBus(sd_event* event, std::string address = systemAddress(),
-                    std::chrono::microseconds timeLimit = kTimeLimit);
+                    std::chrono::microseconds timeLimit = kTimeLimit,
+                    std::chrono::microseconds betweenEnds = kBetweenEnds);
   LinuxBus(const LinuxBus&) = delete;
   LinuxBus& operator=(const LinuxBus&) = delete;
   ~LinuxBus();
@@ -110,6 +114,7 @@ class LinuxBus {
   sd_event* event_;
   std::string address_;
   std::chrono::microseconds timeLimit_;
+  std::chrono::microseconds firstBetweenEnds_;
   std::shared_ptr<Subscriptions> subscriptions_;
   Observers<> observers_;  ///< of the connection
   BusPointer bus_;

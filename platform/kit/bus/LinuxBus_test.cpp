@@ -1,7 +1,10 @@
 #include "platform/kit/bus/LinuxBus.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
+#include "platform/base/Descriptor.h"
 #include "platform/testing/PrivateBus.h"
 #include "platform/testing/TestLoop.h"
 
@@ -48,6 +51,29 @@ TEST(LinuxBus, OneThatHangsIsNotWaitedForAgainUntilItAnswers) {
   const Registration registration = bus.observeConnection([&] { reported = true; });
   loop.runUntil([&] { return reported; });
   EXPECT_EQ(ask(), LinuxBus::Outcome::Answered);
+}
+
+TEST(LinuxBus, OneThatDropsItsCallersIsCalledLessAndLessOften) {
+  using std::chrono::milliseconds;
+  LoopForTest loop;
+  const DirectoryForTest directory;
+  const Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  (directory / "bus").copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(listener.get(), 5), 0);
+  int calls = 0;
+  const LinuxBus bus(loop.event(), "unix:path=" + (directory / "bus"), milliseconds(10),
+                     milliseconds(250));
+  const Registration watch = loop.watchDescriptor(listener.get(), [&] {
+    const Descriptor dropped(accept(listener.get(), nullptr, nullptr));
+    ++calls;
+  });
+  // Twice at once, then after 250, 500 and 1000 milliseconds; each timer may be 250 late.
+  const auto start = std::chrono::steady_clock::now();
+  loop.runUntil([&] { return calls == 5; });
+  EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(1700));
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include "platform/processes/linux/LinuxProcessInformation.h"
 
 #include <arpa/inet.h>
-#include <cerrno>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <linux/inet_diag.h>
 #include <linux/netlink.h>
@@ -124,11 +122,7 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
     std::vector<proc_fdinfo> descriptors(task.openFiles);
     ASSERT_EQ(information.proc_pidinfo(pid, std::span(descriptors)).bytes, 8 * task.openFiles);
     std::map<int, std::uint32_t> types;
-    for (const proc_fdinfo& descriptor : descriptors) {
-      ASSERT_TRUE(types.empty() || types.rbegin()->first < descriptor.proc_fd);
-      types[descriptor.proc_fd] = descriptor.proc_fdtype;
-    }
-    EXPECT_NE(types.at(STDERR_FILENO), kDescriptorIsSocket);
+    for (const auto& descriptor : descriptors) types[descriptor.proc_fd] = descriptor.proc_fdtype;
     for (const Known& socket : known) {
       SCOPED_TRACE(socket.what);
       EXPECT_EQ(types.at(socket.socket.get()), kDescriptorIsSocket);
@@ -147,40 +141,6 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
     ASSERT_EQ(fstat(socket.socket.get(), &status), 0);
     const socket_fdinfo* const found = tables.find(static_cast<std::uint32_t>(status.st_ino));
     EXPECT_EQ(found != nullptr ? textOf(*found) : kNoIPv4, socket.text) << socket.what;
-  }
-}
-
-TEST(LinuxProcessInformation, NamesProcessesAndTellsThatTheyHaveGone) {
-  LinuxProcessInformation information;
-  ChildForTest child([] {
-    prctl(PR_SET_NAME, "a (b) c");
-    return pause();
-  });
-  const pid_t pid = child.pid();
-  char name[64] = {}, whole[1024];
-  while (std::string(name) != "a (b) c") {  // until the child has come to it
-    ASSERT_GT(information.proc_name(pid, name).bytes, 0);
-  }
-  const std::string path = std::filesystem::read_symlink("/proc/self/exe");
-  EXPECT_EQ(information.proc_pidpath(pid, whole).bytes, static_cast<int>(path.size()));
-  EXPECT_EQ(whole, path);
-  char cut[3] = {'x', 'x', 'x'};
-  EXPECT_EQ(information.proc_name(pid, std::span(cut, 2)).bytes, 2);
-  EXPECT_EQ(std::string(cut, 3), "a x");
-
-  proc_taskallinfo task;
-  ASSERT_GT(information.proc_pidinfo(pid, task).bytes, 0);
-  kill(pid, SIGKILL);
-  child.status();
-  std::vector<proc_fdinfo> none;
-  socket_fdinfo socket;
-  information.proc_listpids({});
-  for (const ProcAnswer answer :
-       {information.proc_pidinfo(pid, task), information.proc_pidinfo(pid, none),
-        information.proc_pidfdinfo(pid, 0, socket), information.proc_name(pid, name),
-        information.proc_pidpath(pid, whole)}) {
-    EXPECT_LE(answer.bytes, 0);
-    EXPECT_EQ(answer.error, kNoSuchProcess);
   }
 }
 

@@ -8,7 +8,7 @@ std::optional<std::string> LinuxProcessTable::commandName(pid_t pid) {
   if (pid <= 0) return std::nullopt;
   const Descriptor procfs(openDirectory(AT_FDCWD, "/proc"));
   auto name = procfs ? readProcessName(procfs.get(), pid) : std::nullopt;
-  if (!name || name->empty()) return std::nullopt;  // also when the process ended in between
+  if (!name) return std::nullopt;
   // The kernel appends to the names of its own workers what they are at.
   return name->substr(0, kCommandLength);
 }

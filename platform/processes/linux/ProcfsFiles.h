@@ -71,7 +71,8 @@ inline std::optional<std::string> readProcessName(int procfs, pid_t pid) {
   const Descriptor file(::openat(procfs, ProcPath(pid, "comm").text(), O_RDONLY | O_CLOEXEC));
   char text[128];
   const ssize_t length = file ? ::read(file.get(), text, sizeof text) : -1;
-  if (length < 0) return std::nullopt;
+  if (length == 0) errno = ESRCH;  // also a name without a character has an end of line
+  if (length <= 0) return std::nullopt;
   std::string name(text, static_cast<std::size_t>(length));
   if (name.ends_with('\n')) name.pop_back();
   return name;

@@ -8,6 +8,7 @@ namespace {
 
 constexpr int kInputOutputError = 5;  // the kernel's numbers
 constexpr int kBadDescriptor = 9;
+constexpr int kNotPermitted = 1;
 
 // Bytes of a record that was cut: a whole one would have to be filled in.
 constexpr SimFaultResults cutRecord(int wholeSize) {
@@ -101,6 +102,7 @@ ProcAnswer SimProcessInformation::proc_pidpath(pid_t pid, std::span<char> path) 
   if (const auto error = pathFault_.struckResult<int>()) return {0, *error};
   const SimProcess* found = table_.find(pid);
   if (found == nullptr) return {0, kNoSuchProcess};
+  if (found->path.empty()) return {0, kNotPermitted};
   return answerText(found->path, path);
 }
 

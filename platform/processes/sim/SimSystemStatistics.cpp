@@ -140,9 +140,12 @@ KernelResult SimSystemStatistics::blockDrivers(std::vector<std::string>& names) 
 
 KernelResult SimSystemStatistics::blockDriverTransfers(const std::string& name,
                                                        DiskTotals& transfers) {
+  KernelResult result = enter(Operation::BlockDriverTransfers);
+  if (!result.ok()) return result;
   const auto driver = system.blockDrivers.find(name);
-  return answer(Operation::BlockDriverTransfers,
-                driver == system.blockDrivers.end() ? DiskTotals{} : driver->second, transfers);
+  if (driver == system.blockDrivers.end()) return {ENOENT, std::strerror(ENOENT)};
+  transfers = driver->second;
+  return result;
 }
 
 TaskListResult SimSystemStatistics::listTasks(std::vector<std::int32_t>& processes) {

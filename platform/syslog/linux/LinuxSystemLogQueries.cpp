@@ -7,10 +7,10 @@
 #include <string_view>
 #include <unistd.h>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 namespace {
-
-constexpr std::int64_t kLastSecond = 253'402'300'799;  // of the year 9999
 
 template <typename Integer>
 Integer numberIn(std::string_view text) {
@@ -142,7 +142,7 @@ bool LinuxSystemLogQueries::readNext(sd_journal* journal) {
   message.text = fieldOf(journal, "MESSAGE");
   std::uint64_t microseconds = 0;
   sd_journal_get_realtime_usec(journal, &microseconds);
-  message.time = std::min(static_cast<std::int64_t>(microseconds / 1'000'000), kLastSecond);
+  message.time = std::min(static_cast<std::int64_t>(microseconds / 1'000'000), kMaxTime);
   message.id = ++lastId_;
   messages_.push_back(std::move(message));
   if (messages_.size() > kKept) messages_.pop_front();
@@ -150,7 +150,7 @@ bool LinuxSystemLogQueries::readNext(sd_journal* journal) {
 }
 
 std::int64_t LinuxSystemLogQueries::parseTime(const std::string& text) {
-  return std::clamp<std::int64_t>(numberIn<std::int64_t>(text), 0, kLastSecond);
+  return std::clamp<std::int64_t>(parseNumber<std::int64_t>(text).value_or(0), 0, kMaxTime);
 }
 
 }  // namespace zorva

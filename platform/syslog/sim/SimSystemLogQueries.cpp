@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 
 class SimSystemLogQueries::Query : public SystemLogQuery {
@@ -88,7 +90,7 @@ std::unique_ptr<SystemLogResponse> SimSystemLogQueries::search(const SystemLogQu
 }
 
 std::int64_t SimSystemLogQueries::parseTime(const std::string& text) {
-  return std::strtoll(text.c_str(), nullptr, 10);
+  return std::clamp<std::int64_t>(parseNumber<std::int64_t>(text).value_or(0), 0, kMaxTime);
 }
 
 void SimSystemLogQueries::append(const Message& message) {

@@ -3,11 +3,15 @@
 #include <cerrno>
 
 namespace zorva {
+namespace {
+
+constexpr std::uint32_t kLargestId = 0xFFFFFFFE;  // the one above means "no id"
+
+}  // namespace
 
 SimProcessIdentity::SimProcessIdentity(SimParts& parts)
     : setEffectiveUserFault_(parts.faults, "identity.setEffectiveUser", EPERM) {
   parts.sections.addStart("effective_user", [this](const ScenarioNode& node) -> ScenarioAction {
-    constexpr std::int64_t kLargestId = 0xFFFFFFFE;  // the one above means "no id"
     const auto user = static_cast<std::uint32_t>(node.integer(0, kLargestId));
     return [this, user] { start(user); };
   });
@@ -16,6 +20,7 @@ SimProcessIdentity::SimProcessIdentity(SimParts& parts)
 int SimProcessIdentity::setEffectiveUser(std::uint32_t user) {
   requests_.push_back(user);
   if (const auto error = setEffectiveUserFault_.struckResult<int>()) return *error;
+  if (user > kLargestId) return EINVAL;
   user_ = user;
   return 0;
 }
