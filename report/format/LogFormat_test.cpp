@@ -12,8 +12,8 @@
 
 #include "report/read/LogReader.h"
 
-// Run where the tree is: the tables are held to the sources that write the log, and to the logs of
-// the scenarios.
+// Runs in the source tree. The tables are compared with the sources that write the log, and with
+// the logs of the scenarios.
 
 namespace zorva {
 namespace {
@@ -34,11 +34,11 @@ std::vector<std::smatch> matches(const std::string& text, const std::regex& patt
 struct Writer {
   Keys categories;
   Keys keys;
-  std::map<std::string, Keys> words;  // of a key: the values that stand in the source
+  std::map<std::string, Keys> words;  // by key: the values in the source
   bool anyKey = false;                // some keys come from the device
 };
 
-// The string literals; those that stand next to each other are one.
+// The string literals. Adjacent ones are joined.
 std::vector<std::string> literalsOf(const std::string& source) {
   static const std::regex kToken(R"re("((?:[^"\\\n]|\\.)*)"|'(?:[^'\\\n]|\\.)'|//[^\n]*|[^\s])re");
   std::vector<std::string> literals;
@@ -60,7 +60,7 @@ void readSource(const std::string& source, Writer& writer) {
   static const std::regex kCategory(
       R"re((?:logEntryWithBody(?:ForDate)?\(|emplace_back\()\s*"([^"]+)")re");
   static const std::regex kField(R"re((?:^|;) ([^\s=]+)=([^;]*))re");
-  // A key that stands for itself: what a function answers, a row of a table of names.
+  // A key on its own: a function's return value, a row of a table of names.
   static const std::regex kName(R"re((?:return|[A-Za-z]+,) "([a-z_]+)"(?:;|\},))re");
   for (const auto& match : matches(source, kCategory)) writer.categories.insert(match[1]);
   for (const std::string& literal : literalsOf(source)) {
@@ -93,7 +93,7 @@ std::map<std::string, Writer> writers() {
   return found;
 }
 
-TEST(LogFormat, EveryFieldThatASourceWritesIsToldAndNoOther) {
+TEST(LogFormat, TheTablesListExactlyTheFieldsThatTheSourcesWrite) {
   Keys written;
   for (const auto& [name, writer] : writers()) {
     SCOPED_TRACE(name);
@@ -115,11 +115,11 @@ TEST(LogFormat, EveryFieldThatASourceWritesIsToldAndNoOther) {
           continue;
         }
         reported.insert(key);
-        EXPECT_TRUE(writer.keys.contains(key)) << category << ": nobody writes " << key;
+        EXPECT_TRUE(writer.keys.contains(key)) << category << ": no source writes " << key;
       }
     }
     for (const std::string& key : writer.keys) {
-      // What a technology without a name would be called; all that are asked for have one.
+      // The name of a technology that has none; all those in use have one.
       if (name == "ZVGeodyneLogger" && key == "unknown") continue;
       EXPECT_TRUE(reported.contains(key)) << "no table has the field " << key;
     }
@@ -141,7 +141,7 @@ TEST(LogFormat, EveryFieldThatASourceWritesIsToldAndNoOther) {
   }
   for (const EntryFormat& format : logFormat()) {
     EXPECT_TRUE(written.contains(std::string(format.category)))
-        << "nobody writes " << format.category;
+        << "no source writes " << format.category;
     EXPECT_FALSE(format.meaning.empty() || format.written.empty()) << format.category;
     for (const FieldFormat& field : format.fields) {
       EXPECT_FALSE(field.meaning.empty() || field.onLinux.empty())
