@@ -64,7 +64,7 @@ class Bus:
                                                stderr=subprocess.DEVNULL)
 
     def begin(self):
-        """All services that are not there."""
+        """Starts all services that are not running."""
         with self.lock:
             missing = SERVICES.keys() - self.children.keys()
             bus = dbus.bus.BusConnection(f'unix:path={self.real}')
