@@ -11,7 +11,7 @@ CONFIGURE ?=
 build: configure
 	@cmake --build --preset $(PRESET) --target programs
 
-# Each installs the Debian packages that are missing or, without the right to, lists them.
+# Each installs the missing Debian packages. If it may not, it says what to do.
 setup-build:
 	@mkdir -p build
 	@tools/setup tools/packages-build.txt
@@ -20,7 +20,7 @@ setup-test:
 	@mkdir -p build
 	@tools/setup tools/packages-build.txt tools/packages-test.txt
 
-# Until `make test` or a check is run, the tests and what they need are not configured.
+# Tests are configured at the first request for them. A build without tests needs fewer packages.
 configure: setup-build
 	@[ -f $(BUILD)/build.ninja ] || $(MAKE) --no-print-directory cmake TESTING=OFF
 
@@ -29,12 +29,12 @@ cmake:
 	@cmake --preset $(PRESET) -DBUILD_TESTING=$(TESTING) $(CONFIGURE) > $(BUILD).configure.log 2>&1 || \
 	  { cat $(BUILD).configure.log; exit 1; }
 
-# Logs this machine: one snapshot. `make run ARGUMENTS=` keeps logging until it is ended.
+# Logs this machine: one snapshot. `make run ARGUMENTS=` keeps logging until it is stopped.
 run: configure
 	@cmake --build --preset $(PRESET) --target zorva
 	@$(BUILD)/bin/zorva $(ARGUMENTS)
 
-# Builds everything, tests included.
+# Builds everything.
 .PHONY: all-built
 all-built: setup-test
 	@$(MAKE) --no-print-directory cmake TESTING=ON
@@ -43,7 +43,8 @@ all-built: setup-test
 test: all-built
 	@ctest --preset $(PRESET)
 
-# What CI checks beside the tests: format, clang-tidy, memory, and the tests of the sanitizer build.
+# What CI checks besides the tests: format, clang-tidy, memory, and the tests of the sanitizer
+# build.
 check: setup-test
 	@tools/check_format
 	@$(MAKE) --no-print-directory tidy memcheck
@@ -53,15 +54,15 @@ format: setup-test
 	@find $$(sed -n 's/^\([a-z][a-z]*\).*/\1/p' tools/rooms.txt | sort -u) \
 	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
-# clang-tidy with the checks of .clang-tidy, over everything but the tests.
+# clang-tidy with the checks of .clang-tidy, on everything but the tests.
 tidy: all-built
 	@tools/check_tidy $(BUILD)
 
-# Programs under valgrind.
+# Runs programs under valgrind.
 memcheck: all-built
 	@tools/memcheck $(BUILD)
 
-# A Debian package in build/, from what is committed.
+# Builds a Debian package in build/ from the last commit.
 package: setup-test
 	@tools/setup tools/packages-package.txt
 	@tools/make_package build

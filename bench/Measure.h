@@ -16,8 +16,8 @@ inline double cpuMilliseconds() {
   return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
 }
 
-/// Does the work once and then the given number of times again, as a daemon would that has done it
-/// before; prints the CPU milliseconds of one of those on standard error.
+/// Does the work once, as a daemon would have before, and then the given number of times more.
+/// Prints the CPU milliseconds of one repetition on standard error.
 template <typename Work>
 void repeat(const char* times, Work work) {
   work();

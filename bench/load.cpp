@@ -23,7 +23,7 @@ namespace {
 
 using zorva::Descriptor;
 
-// Bound to a port that the kernel chooses; the port, or 0.
+// Binds to a port that the kernel chooses. Returns the port, or 0.
 int openSocket(int type, Descriptor& made) {
   made = Descriptor(socket(AF_INET, type, 0));
   sockaddr_in address{};
@@ -39,7 +39,7 @@ int openSocket(int type, Descriptor& made) {
   return ntohs(address.sin_port);
 }
 
-// False when the process or a socket could not be made.
+// False if the process or a socket could not be created.
 bool startOwner(int sockets, std::vector<pid_t>& owners) {
   const pid_t parent = getpid();
   std::vector<Descriptor> made(static_cast<std::size_t>(sockets));

@@ -1,6 +1,6 @@
-// One entry of the process monitor: sample, sort, body. Printed, so that it can be read.
+// One entry of the process monitor: sample, sort, body. It is printed.
 //
-//     process_snapshot [TIMES]     with TIMES: again so often, and what one cost (bench/Measure.h)
+//     process_snapshot [TIMES]     with TIMES: repeats it, and prints the cost (bench/Measure.h)
 
 #include <cstdio>
 #include <optional>

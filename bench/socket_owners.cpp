@@ -1,8 +1,8 @@
 // The snapshot of all sockets' owners that is taken before a sleep.
 //
-//     socket_owners [TIMES]     with TIMES: again so often, and what one cost (bench/Measure.h)
-//     socket_owners --check     sees that the owner of each "PORT PROCESS" on standard input is
-//     found
+//     socket_owners [TIMES]     with TIMES: repeats it, and prints what one cost (bench/Measure.h)
+//     socket_owners --check     checks that the owner of each "PORT PROCESS" on standard input
+//     is found
 
 #include <cstdio>
 #include <cstring>
@@ -27,7 +27,7 @@ class StandardError : public zorva::SystemLog {
   }
 };
 
-// A UDP packet to the port, as a modem tells it.
+// A UDP packet to the port, as a modem reports it.
 std::string wakeText(unsigned port) {
   return zorva::formatText(
       "Dlci 1 [pdp_0]: 45 00 00 1c 00 00 00 00 40 11 00 00 7f 00 00 01 7f 00 00 01 "
@@ -35,8 +35,8 @@ std::string wakeText(unsigned port) {
       port >> 8, port & 0xff);
 }
 
-// Whether the tracker names one of the processes that have the port: one number may be a TCP and a
-// UDP port, of which the later process's is kept.
+// Whether the tracker names one of the processes that have the port. If the number is both a TCP
+// and a UDP port, the tracker keeps the later process.
 bool finds(zorva::ZVPacketTracker& tracker, unsigned port, const std::set<int>& processes) {
   const auto bodies = tracker.analyzePacketType(wakeText(port), 1);
   if (!bodies) return false;

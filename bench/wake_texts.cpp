@@ -1,7 +1,7 @@
 // Wake texts of a modem, decoded to the bodies of their entries, which are printed.
 //
-//     wake_texts COUNT [TIMES]    decodes COUNT texts; with TIMES: again so often, and what that
-//     cost wake_texts COUNT --pcap     writes the same packets as a capture file for other tools
+//     wake_texts COUNT [TIMES]    decodes COUNT texts; with TIMES: repeats it, and prints the cost
+//     wake_texts COUNT --pcap     writes the same packets as a capture file for other tools
 
 #include <arpa/inet.h>
 #include <cstdint>

@@ -31,7 +31,7 @@ class DaemonTest(unittest.TestCase):
         self.daemons.append(daemon)
         wait_for(lambda: any(self.complete(log) for log in self.logs() - logs), 'a snapshot')
         wait_for(lambda: self.sockets() - sockets, 'a socket')
-        # The loop answers the file's disappearance, so it runs, and the exit notification is heard.
+        # The loop handles the file's deletion, so it runs, and the exit notification is received.
         for log in self.logs() - logs:
             log.rename(log.with_suffix('.first'))
         wait_for(lambda: any(self.complete(log) for log in self.logs() - logs), 'a second file')
@@ -70,9 +70,10 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual(lines[0], 'Zorva Version: 5')
         categories = [re.match(r'\d\d/\d\d/\d\d \d\d:\d\d:\d\d \[(\w+)\] ', line)[1]
                       for line in lines[1:] if line]
-        # Or not: alarms, what is plugged in, the desktop, the journal, what it does not tell.
+        # Whether these occur depends on the machine: alarms, accessories, the desktop, the battery, the
+        # journal.
         of_this_machine = {'Accessory', 'Application', 'Battery', 'Schedule', 'Syslog', 'Zorva'}
-        # This is the second file: the location technologies are those of the first, so no news.
+        # This is the second file: the location technologies are those of the first, so they have no entry.
         self.assertEqual([category for category in categories if category not in of_this_machine],
                          ['Config', 'Network', 'ProcessMonitor', 'Audio', 'WiFi', 'Telephony', 'Keepline',
                           'Thermal', 'Reachability', 'Registration', 'Locale'])
@@ -88,9 +89,9 @@ class DaemonTest(unittest.TestCase):
 
         self.assertEqual(self.end(daemon), 0)
         self.assertEqual(self.logs(), {second})
-        self.assertEqual(self.sockets(), set(), 'left behind')
+        self.assertEqual(self.sockets(), set(), 'left over')
 
-    def test_tells_the_service_manager_when_the_first_snapshot_is_there(self):
+    def test_reports_readiness_after_the_first_snapshot(self):
         manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
         self.addCleanup(manager.close)
         manager.settimeout(30)
@@ -103,7 +104,7 @@ class DaemonTest(unittest.TestCase):
         self.assertTrue(self.complete(log))
         self.assertEqual(self.end(daemon), 0)
 
-    def test_any_number_of_daemons_hear_one_post(self):
+    def test_every_daemon_receives_a_post(self):
         daemons = [self.start(), self.start()]
         dead = self.start()
         dead.send_signal(signal.SIGKILL)
@@ -112,10 +113,10 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual([self.wait_for_end(daemon) for daemon in daemons], [0, 0])
         self.assertEqual(self.sockets(), set(), "the dead one's is cleared too")
 
-    def test_other_users_are_not_heard(self):
+    def test_posts_of_other_users_are_ignored(self):
         daemon = self.start()
         [socket] = self.sockets()
-        os.chmod(socket, 0o666)  # only the check of the sender is left
+        os.chmod(socket, 0o666)  # only the check of the sender remains
         sent = run(sys.executable, '-c', f"""import socket
 s = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
 s.connect({socket!r})
@@ -123,10 +124,10 @@ s.send(b'ZVN1com.vennor.zorva.exit')""", user=MOBILE, group=MOBILE)
         self.assertEqual(sent.returncode, 0, sent.stderr)
         [log] = self.logs()
         log.rename(log.with_suffix('.second'))
-        wait_for(self.logs, 'a new file: the daemon goes on')
+        wait_for(self.logs, 'a new file: the daemon keeps running')
         self.assertEqual(self.end(daemon), 0)
 
-    def test_what_makes_no_sense_is_refused(self):
+    def test_invalid_arguments_are_rejected(self):
         for arguments in ([], ['x' * 5000], ['a/b'], ['name', '--state', '18446744073709551616']):
             refused = run(program('zorva-notify'), *arguments)
             self.assertEqual((refused.returncode, refused.stdout), (2, ''), arguments)

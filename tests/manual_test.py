@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The manual pages, held to the tools that show them, the programs' own help and the sources."""
+"""The manual pages, compared with the tools that show them, the programs' own help and the sources."""
 import re
 import shutil
 import unittest
@@ -21,7 +21,7 @@ def text_of(page):
 
 
 def tags(page, section):
-    """What the section's paragraphs are headed by."""
+    """The headings of the section's paragraphs."""
     body = re.search(rf'^\.SH {section}\n(.*?)(?=^\.SH )', text_of(page), re.M | re.S)[1]
     return re.findall(r'^\.TP\n(.*)$', body, re.M)
 
@@ -55,14 +55,14 @@ class Manual(unittest.TestCase):
                 version = run(program(name), '--version')
                 self.assertEqual((version.returncode, version.stdout), (0, f'{name} {VERSION}\n'))
             lines = re.findall(r'^ +(-.*?)(?:  .*)?$', shown.stdout + shown.stderr, re.M)
-            told = {word for line in lines for word in option.findall(line)}
-            self.assertGreater(len(told), 2)
+            expected = {word for line in lines for word in option.findall(line)}
+            self.assertGreater(len(expected), 2)
             listed = set(option.findall('\n'.join(tags(f'{name}.1', 'OPTIONS'))))
-            self.assertEqual(listed, told, name)
+            self.assertEqual(listed, expected, name)
             function = '_' + name.replace('-', '_')
             offered = run('bash', '-c', f'source "$0"; COMP_WORDS=({name} -); COMP_CWORD=1; {function}; '
                           'echo "${COMPREPLY[@]}"', ROOT / 'packaging/completions/zorva.bash')
-            self.assertEqual(set(offered.stdout.split()), told, offered.stderr)
+            self.assertEqual(set(offered.stdout.split()), expected, offered.stderr)
 
     def test_preferences_are_those_that_are_read(self):
         code = sources()
@@ -79,18 +79,18 @@ class Manual(unittest.TestCase):
                     re.findall(r'RegisterPreferenceDefault\(store, (k\w+), (\S+)\);', code)}
         self.assertGreater(len(defaults), 3)
         self.assertEqual({key: listed[key] for key in defaults}, defaults)
-        # No call is read past, and there is no other way to read one.
+        # No call is missed, and there is no other way to read one.
         self.assertEqual(len(re.findall(r'CopyPreferenceValue\((?!PreferencesStore)', code)),
                          len(calls))
         self.assertEqual(len(re.findall(r'(?:preferences_?|store)\.value\(', code)), 2)
 
-    def test_notifications_are_those_that_are_heard(self):
-        told = set(re.findall(r'"((?:com\.vennor\.[a-z]+|NMXDid|VKSSR)[\w.-]+)"', sources()))
-        self.assertGreater(len(told), 15)
+    def test_notifications_are_those_that_are_received(self):
+        expected = set(re.findall(r'"((?:com\.vennor\.[a-z]+|NMXDid|VKSSR)[\w.-]+)"', sources()))
+        self.assertGreater(len(expected), 15)
         listed = set(re.findall(r'\b(?:com\.vennor|NMXDid|VKSSR)[\w.-]+\w', text_of('zorva.1')))
         others = {f'com.vennor.system.thermalSensorValues{number}' for number in (3, 4, 5)}
         files = {name for name in listed if '.plist' in name}
-        self.assertEqual(listed - files, told - others - {'com.vennor.zorva', 'com.vennor.lumbrel'})
+        self.assertEqual(listed - files, expected - others - {'com.vennor.zorva', 'com.vennor.lumbrel'})
 
     def test_the_scenario_of_the_page_runs(self):
         page = text_of('zorva-sim.1')

@@ -163,7 +163,7 @@ class ModemTest(unittest.TestCase):
         self.assertEqual(lines[2], f'[PacketTracker] process={name}; path={path}; pid={server.pid}; '
                                    'tcp_status=LISTENING; local=0.0.0.0:4711; remote=0.0.0.0:0;')
 
-        # The modem wakes the device and tells only later what for.
+        # The modem wakes the device and reports the reason only later.
         for announce, status in (("modem.Added(ROOT + '/SMS/0', True)", 'Incoming SMS'),
                                  ("call = Object('/Call/0', {'Call': dict(State=dbus.Int32(3))});"
                                   "modem.set('Modem.Voice', Calls=paths('/Call/0'))", 'Incoming Call')):
@@ -172,7 +172,7 @@ class ModemTest(unittest.TestCase):
             self.do(announce)
             self.assertIn(f'[PacketDecoder] status={status};', self.new_lines('[PacketDecoder]'))
 
-        # Another device woke it: nobody is asked, and what comes in meanwhile is of no interest.
+        # Another device woke it: no service is called, and what the modem receives meanwhile is ignored.
         reason.write_text('8 rtc0\n')
         fall_asleep()
         send('SOCK_DGRAM', 4712, 'noise')

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The page of zorva-report -o in a browser: what it shows, how it answers, and that nothing in a log can
-do more than be shown."""
+"""The page of zorva-report -o in a browser: what it shows, how it responds, and that the
+contents of a log are only shown."""
 import json
 import pathlib
 import re
@@ -52,7 +52,7 @@ class PageTest(unittest.TestCase):
         cls.addClassCleanup(cls.browser.quit)
 
     def tearDown(self):
-        # Of whatever a test did: no error, and no request but for the page (and the browser's own tab).
+        # After every test: no error, and no request but for the page (and the browser's own tab).
         errors = [entry for entry in self.browser.get_log('browser') if entry['level'] == 'SEVERE']
         messages = [json.loads(entry['message'])['message'] for entry in self.browser.get_log('performance')]
         asked = {message['params']['request']['url'] for message in messages
@@ -79,7 +79,7 @@ class PageTest(unittest.TestCase):
     def texts(self, selector):
         return [found.text for found in self.browser.find_elements(By.CSS_SELECTOR, selector)]
 
-    def tell(self, text, what='#now'):
+    def expect(self, text, what='#now'):
         wait_for(lambda: text in self.one(what).text, f'"{text}" in {what}, which has "{self.one(what).text}"')
 
     def pixels(self, name):
@@ -101,7 +101,7 @@ class PageTest(unittest.TestCase):
         path = f'//table[caption="{title}"]/tbody/tr/td[{number}]'
         return [cell.text for cell in self.browser.find_elements(By.XPATH, path)]
 
-    def test_the_night_is_there_and_answers_to_pointer_and_keys(self):
+    def test_the_night_is_shown_and_responds_to_pointer_and_keys(self):
         self.open(NIGHT)
         self.assertEqual(self.one('h1').text, 'night.log')
         self.assertIn('6 wakes', self.one('#facts').text)
@@ -110,13 +110,13 @@ class PageTest(unittest.TestCase):
         self.assertEqual(len(self.texts('.curve')), 4)
 
         ActionChains(self.browser).move_to_element_with_offset(self.stack, 60, 0).perform()
-        self.tell('Asleep\nsince 01:06:10')
-        self.tell('Wi-Fi Sim Network')
+        self.expect('Asleep\nsince 01:06:10')
+        self.expect('Wi-Fi Sim Network')
         self.stack.send_keys(webdriver.Keys.HOME)
-        self.tell('Awake\nsince before 21:30:00, at least 35 min')
+        self.expect('Awake\nsince before 21:30:00, at least 35 min')
         self.stack.send_keys('n')
-        self.tell('22:47:12')
-        self.tell('woken by exton2(bb): TCP 198.51.100.24:5223 to port 49160, for pushd (77)')
+        self.expect('22:47:12')
+        self.expect('woken by exton2(bb): TCP 198.51.100.24:5223 to port 49160, for pushd (77)')
         self.stack.send_keys(webdriver.Keys.ARROW_RIGHT)
         wait_for(lambda: self.stack.get_attribute('aria-valuetext') > '22:47:12', 'the cursor')
         wait_for(lambda: '\u2212' in self.one('#announcement').get_property('textContent'), 'the announcement')
@@ -124,14 +124,14 @@ class PageTest(unittest.TestCase):
 
         whole = self.one('#shown').text
         self.stack.send_keys('++')
-        self.tell('(2 h 15 min)', '#shown')
+        self.expect('(2 h 15 min)', '#shown')
         self.stack.send_keys('0')
-        self.tell(whole, '#shown')
+        self.expect(whole, '#shown')
         ActionChains(self.browser).move_to_element_with_offset(self.stack, 0, 0).click_and_hold() \
             .move_by_offset(100, 0).release().perform()
         wait_for(lambda: self.one('#shown').text != whole, 'the zoom by dragging')
         self.one('#whole').click()
-        self.tell(whole, '#shown')
+        self.expect(whole, '#shown')
 
     def test_a_click_shows_the_lines_of_the_log(self):
         self.open(NIGHT)
@@ -147,11 +147,11 @@ class PageTest(unittest.TestCase):
                 wait_for(lambda: len(self.lines()) > count, 'more lines')
         self.assertEqual('\n'.join(self.lines()), NIGHT.read_text().rstrip('\n'))
         [item for item in self.browser.find_elements(By.CSS_SELECTOR, '#now .item') if 'Network' in item.text][0].click()
-        wait_for(lambda: '[Registration]' in self.one('#lines .marked').text, 'the line that told of the network')
+        wait_for(lambda: '[Registration]' in self.one('#lines .marked').text, 'the line about the network')
         self.open(NIGHT)
         self.browser.execute_script('DecompressionStream = undefined')
         self.stack.send_keys(webdriver.Keys.ENTER)
-        self.tell('This browser cannot unpack', '#lines')
+        self.expect('This browser cannot unpack', '#lines')
 
     def test_tables_sort_and_the_filter_leaves_what_is_of_a_process(self):
         self.open(NIGHT)
@@ -169,7 +169,7 @@ class PageTest(unittest.TestCase):
         wait_for(lambda: set(self.column(holders, 1)) == {'commcenter'}, 'the filtered table')
         wait_for(lambda: 0 < self.pixels('--assertion') < before / 2, 'the others, dimmed')
 
-    def test_nothing_in_a_log_is_more_than_text(self):
+    def test_contents_of_a_log_are_shown_as_text(self):
         self.open(NIGHT)
         scripts = len(self.texts('script'))
         log = pathlib.Path(self.folder.name) / 'hostile.log'
@@ -181,18 +181,18 @@ class PageTest(unittest.TestCase):
         self.assertEqual(self.texts('img'), [])
         self.assertEqual(self.browser.title, 'hostile.log \u2013 power log')
         self.stack.send_keys(webdriver.Keys.HOME, webdriver.Keys.ENTER)
-        self.tell(f'Wi-Fi {HOSTILE}')
-        self.tell('<!--<script> (61) \u201ca"b\\c\\xe2\\x80\\xa8d\\x07&lt;\u201d')
+        self.expect(f'Wi-Fi {HOSTILE}')
+        self.expect('<!--<script> (61) \u201ca"b\\c\\xe2\\x80\\xa8d\\x07&lt;\u201d')
         self.stack.send_keys(webdriver.Keys.END)
         for i in range(7):
-            self.tell(f'\u201cn{i}\u201d')
+            self.expect(f'\u201cn{i}\u201d')
         self.assertEqual(self.column('Wakes by reason', 1), ['<b>rtc</b>'])
         self.assertEqual(self.lines()[3], '<script>document.title="owned"</script>]]>\ufffd')
         policy = re.search(r'Content-Security-Policy" content="([^"]*)"', self.page.read_text())[1]
         self.assertIn("default-src 'none'; connect-src 'none'", policy)
         self.assertNotIn('unsafe', policy)
 
-    def test_it_is_read_in_the_dark_and_on_a_phone(self):
+    def test_it_is_readable_in_the_dark_and_on_a_phone(self):
         for dark, width in (False, 360), (True, 360), (True, 1300):
             self.open(NIGHT, dark=dark, width=width)
             self.assertLessEqual(self.browser.execute_script('return document.documentElement.scrollWidth'), width)
@@ -214,7 +214,7 @@ class PageTest(unittest.TestCase):
         self.open(NIGHT, '--since', '2026-11-17 01:00', '--until', '2026-11-17 03:00')
         self.assertIn('01:05:40', self.one('#shown').text)
         self.stack.send_keys(webdriver.Keys.HOME, webdriver.Keys.ENTER)
-        self.tell('Network Sim Mobile 3G')
+        self.expect('Network Sim Mobile 3G')
         shown = [line.split(' [')[0] for line in self.lines()]
         self.assertEqual((shown[0], shown[-1]), ('11/17/26 01:05:40', '11/17/26 02:20:30'))
 

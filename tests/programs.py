@@ -32,7 +32,7 @@ def program(name):
 
 
 def run(*command, **options):
-    """Runs a program to its end. A minute is ample; what hangs is a failure."""
+    """Runs a program to its end. A minute is ample; more is a failure."""
     options = {'capture_output': True, 'text': True, 'timeout': 60, **options}
     return subprocess.run([str(word) for word in command], **options)
 
@@ -54,9 +54,9 @@ def entries(output, category):
 
 
 def enter_device(network=False):
-    """Moves this test into a mount namespace with a log directory, an empty /run and /var, a user
-    "mobile" that nobody else sees, also where the machine has one, and no device name but the host's; on demand with a network of its
-    own and an empty /sys/kernel. Needs root; skips otherwise."""
+    """Moves this test into a mount namespace with a log directory, an empty /run and /var, and no device name
+    but the host's. It has its own user "mobile", even if the machine has one, too. On demand it has a network
+    of its own and an empty /sys/kernel. Needs root; skips otherwise."""
     if os.environ.get('ZORVA_TEST_DEVICE'):
         return
     if os.geteuid() != 0:
@@ -67,7 +67,7 @@ def enter_device(network=False):
         print('skipped: namespaces are not allowed here, not even to root')
         sys.exit(SKIPPED)
     os.environ['ZORVA_TEST_DEVICE'] = '1'
-    # One at a time: removing a mount point ends the mount that another test has on it.
+    # One at a time: removing a mount point ends another test's mount on it.
     root = os.open('/', os.O_RDONLY)
     fcntl.flock(root, fcntl.LOCK_EX)
     made = not LOG_DIRECTORY.parents[1].exists()

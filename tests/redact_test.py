@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""zorva-redact on the scenarios' logs: nothing that tells of somebody is left, all else is."""
+"""zorva-redact on the scenarios' logs: nothing about a person is left, all else is."""
 import pathlib
 import re
 import tempfile
@@ -8,8 +8,7 @@ import unittest
 from programs import ROOT, main, program, run
 
 LOGS = [ROOT / 'scenarios' / f'{name}.log' for name in ('day', 'night', 'first-hour')]
-# What in them tells of somebody, by pattern. The words of the log itself ("home", "RegisteredHome")
-# are none of these.
+# Patterns of what is about a person. The words of the log itself ("home", "RegisteredHome") are not.
 SENSITIVE = [r'=Home;', 'Office Guest', 'H\u00f4tel', 'Sim Network', 'Sim Mobile', r'\b(2083?1|3071|511)\b',
              'Homescreen', 'mediad', 'pushd', 'commcenter', 'mdnsd', 'racer', 'navigation', 'libexec',
              r'com\.example', 'Alarm', r'\bGame\b', 'Display on', 'Playing', r'\d+\.\d+\.\d+\.\d+', r'\b45 00 00\b',
@@ -40,7 +39,8 @@ class RedactTest(unittest.TestCase):
             if re.match(r'\d\d/\d\d/', before):
                 self.assertEqual(after[:18], before[:18])
             if TOKEN.search(after):
-                # Every token stands for something: with it as a gap, the line is the line before.
+                # Every token stands for something: with gaps in place of its tokens, the line matches the
+                # line before.
                 gaps = '.+'.join(re.escape(part) for part in TOKEN.split(after))
                 self.assertRegex(before, f'^{gaps}$')
             else:
@@ -60,7 +60,7 @@ class RedactTest(unittest.TestCase):
         self.assertEqual(len({(log, value) for log, value, _ in pairs}), len(pairs))
         self.assertEqual(len({(log, token) for log, _, token in pairs}), len(pairs))
 
-    def test_the_output_is_there_whole_or_not_at_all(self):
+    def test_the_output_is_complete_or_absent(self):
         with tempfile.TemporaryDirectory() as name:
             output = pathlib.Path(name) / 'shared.log'
             output.write_text('mine')

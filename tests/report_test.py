@@ -23,8 +23,8 @@ def pieces(log, *arguments):
     return [json.loads(line) for line in shown.stdout.splitlines()]
 
 
-def rebuilt(told):
-    return b''.join(bytes.fromhex(piece['bytes']) if 'bytes' in piece else piece['raw'].encode() for piece in told)
+def rebuilt(records):
+    return b''.join(bytes.fromhex(piece['bytes']) if 'bytes' in piece else piece['raw'].encode() for piece in records)
 
 
 class ReportTest(unittest.TestCase):
@@ -43,21 +43,21 @@ class ReportTest(unittest.TestCase):
                             b'11/16/26 10:00:01 [Battery] level=nan%; voltage=-1 mV; added=7; current=<unknown>;\nend')
         types = {}
         for log in [damaged, *LOGS.values()]:
-            told = pieces(log)
-            self.assertEqual(rebuilt(told), log.read_bytes(), log)
-            self.assertEqual({piece['file'] for piece in told}, {str(log)})
-            for piece in told:
+            records = pieces(log)
+            self.assertEqual(rebuilt(records), log.read_bytes(), log)
+            self.assertEqual({piece['file'] for piece in records}, {str(log)})
+            for piece in records:
                 objects = [value for value in piece.values() if isinstance(value, dict)]
                 for path, value in [*piece.items()] + [pair for each in objects for pair in each.items()]:
                     if value is not None:
                         key = (piece.get('category'), path)
                         self.assertEqual(types.setdefault(key, type(value)), type(value), key)
-        told = {piece['category']: piece for piece in pieces(damaged) if 'category' in piece}
-        self.assertEqual(told['WiFi']['wifi'], {'status': 'on', 'ap': '\ufffd\u20ac\\"\x7f'})
-        self.assertEqual(told['Later']['other'], [{'key': 'a', 'value': '1'}, {'key': 'b', 'value': 'x'}])
-        self.assertEqual(told['Zorva']['text'], '{\n    a = 1;\n}')
-        self.assertEqual(told['PacketDecoder']['packetdecoder'], {'length': 46, 'protocol': 'UDP', 'length_2': 26})
-        self.assertEqual((told['Battery']['battery'], told['Battery']['other']),
+        records = {piece['category']: piece for piece in pieces(damaged) if 'category' in piece}
+        self.assertEqual(records['WiFi']['wifi'], {'status': 'on', 'ap': '\ufffd\u20ac\\"\x7f'})
+        self.assertEqual(records['Later']['other'], [{'key': 'a', 'value': '1'}, {'key': 'b', 'value': 'x'}])
+        self.assertEqual(records['Zorva']['text'], '{\n    a = 1;\n}')
+        self.assertEqual(records['PacketDecoder']['packetdecoder'], {'length': 46, 'protocol': 'UDP', 'length_2': 26})
+        self.assertEqual((records['Battery']['battery'], records['Battery']['other']),
                          ({'level': None, 'voltage': -1, 'current': None}, [{'key': 'added', 'value': '7'}]))
         held = next(piece for piece in pieces(LOGS['day']) if piece.get('category') == 'Assertion')
         self.assertEqual((held['time'], held['assertion']['held_for'], held['line']), ('2026-11-17T06:28:00', 25200, 7))
@@ -76,7 +76,7 @@ class ReportTest(unittest.TestCase):
         self.assertRegex(changed, r'\n  Charge used awake +5.0 %  to +7.8 % +\+54 %\n')
         self.assertRegex(changed, r'\n  exton2\(bb\) +0.33 +0.11 +-66 %\n')
 
-    def test_colours_are_for_terminals_and_mistakes_are_told(self):
+    def test_colours_are_for_terminals_and_mistakes_are_reported(self):
         for setting, coloured in ({'TERM': 'xterm'}, True), ({'TERM': 'xterm', 'NO_COLOR': '1'}, False):
             master, slave = pty.openpty()
             process = subprocess.Popen([program('zorva-report'), str(LOGS['night'])], stdout=slave,
@@ -114,8 +114,8 @@ class ReportTest(unittest.TestCase):
                 log.rename(self.directory / 'moved')
                 (self.directory / 'b.zorva').write_bytes(b'Zorva Version: 5\n' + b''.join(lines[90:]))
                 wait_for(lambda: b'for 1 min 10 s: Alarm.' in output.read_bytes(), 'the next log')
-                for told in b'17 Nov 01:06:10  Falls asleep.\n', b'Woke up after 1 h 13 min: <unknown>.\n':
-                    self.assertIn(told, output.read_bytes())
+                for line in b'17 Nov 01:06:10  Falls asleep.\n', b'Woke up after 1 h 13 min: <unknown>.\n':
+                    self.assertIn(line, output.read_bytes())
                 log = self.directory / 'b.zorva'
             else:
                 with log.open('ab') as grown:

@@ -20,7 +20,7 @@ class SimulationTest(unittest.TestCase):
                 self.assertEqual(first.stdout, scenario.with_suffix('.log').read_text())
                 self.assertEqual(first.stderr, scenario.with_suffix('.syslog').read_text())
 
-    def test_options_behind_the_dashes_and_a_root_of_ones_own(self):
+    def test_options_after_the_dashes_and_a_separate_root(self):
         scenario = ROOT / 'scenarios' / 'first-hour.yaml'
         with tempfile.TemporaryDirectory() as root:
             shown = run(program('zorva-sim'), scenario, '--root', root, '--', '-d')
@@ -47,7 +47,7 @@ class SimulationTest(unittest.TestCase):
                           '[Baseband State Durations] Sleep=3540000 ms; Idle=45000 ms; Active=15000 ms;'],
                          lived.stderr)
 
-    def test_what_makes_no_sense_is_refused_before_anything_runs(self):
+    def test_invalid_input_is_rejected_before_anything_runs(self):
         with tempfile.NamedTemporaryFile('w', suffix='.yaml') as scenario:
             scenario.write('device:\n  batery: {level: 80}\n')
             scenario.flush()

@@ -69,14 +69,14 @@ class SnapshotTest(unittest.TestCase):
         try:
             while piece := os.read(terminal, 65536):
                 shown += piece
-        except OSError:  # how a terminal ends whose other side is closed
+        except OSError:  # reading a terminal fails after its other side is closed
             pass
         os.close(terminal)
         self.assertEqual(child.wait(), 0)
         foreign = [line.startswith('zorva: ') for line in shown.decode().splitlines()]
         self.assertEqual(foreign, sorted(foreign), shown.decode())
 
-    def test_a_reader_that_goes_away_ends_it_as_any_filter(self):
+    def test_it_ends_when_its_reader_closes_the_pipe(self):
         for options in ([], ['-q']):
             whole = run(program('zorva'), '-q').stderr
             child = subprocess.Popen([program('zorva'), *options], stdout=subprocess.PIPE,

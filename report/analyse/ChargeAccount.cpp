@@ -5,7 +5,8 @@
 namespace zorva {
 namespace {
 
-// The part of a time that has to be spent in one state for all that was used to count to it.
+// If at least this share of a time was spent in one state, all that was used in it counts to that
+// state.
 constexpr double kNearlyAll = 0.9;
 
 void add(LogSummary::Charge& charge, double percent, LogTime seconds) {

@@ -7,16 +7,16 @@
 
 namespace zorva {
 
-/// Tells what was used asleep from what was used awake. The states of a time are known only later
-/// than its levels, when they have ended.
+/// Separates what was used asleep from what was used awake. The states of a time are known only
+/// when they have ended, which is after its levels.
 class ChargeAccount {
  public:
   void addLevel(LogTime time, double percent);
   void addAsleep(LogTime begin, LogTime end) { asleep_.push_back({begin, end}); }
   void addCharging(LogTime begin, LogTime end) { charging_.push_back({begin, end}); }
 
-  /// Adds up what is known, and forgets it: how what comes between the level of before and the next
-  /// one was used is not known.
+  /// Adds up what is known, and forgets it. How the charge between the last level and the next one
+  /// was used is then not known.
   void close(LogSummary& to);
 
  private:

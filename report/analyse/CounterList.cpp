@@ -7,14 +7,14 @@
 namespace zorva {
 namespace {
 
-// How far from where it was likely a key is looked for, and how many may be missing before an index
-// of all is worth its cost.
+// How far from its likely place a key is searched for, and how many keys may be missing before an
+// index of all is worth its cost.
 constexpr std::size_t kNear = 32;
 constexpr std::size_t kFew = 8;
 
 }  // namespace
 
-// Most counters stand still and where they stood: their text is compared, not read.
+// Most counters have neither changed nor moved: their text is compared, not parsed.
 const std::vector<CounterList::Growth>& CounterList::next(std::string_view body) {
   growths_.clear();
   now_ = 1 - now_;
@@ -48,7 +48,8 @@ const std::vector<CounterList::Growth>& CounterList::next(std::string_view body)
   return growths_;
 }
 
-// A key may hold anything, "=" and ";" too: a counter ends where a blank or the end follows ";".
+// A key may hold anything, even "=" and ";". A counter ends at a ";" that a blank or the end
+// follows.
 std::size_t CounterList::itemEnd(std::string_view body, std::size_t at) const {
   for (std::size_t end = body.find(';', at); end != body.npos; end = body.find(';', end + 1)) {
     if (end + 1 == body.size() || body[end + 1] == ' ') return end + 1;

@@ -8,7 +8,8 @@
 
 namespace zorva {
 
-/// Everything that is told, one line each, with times as seconds behind the first one of the log.
+/// Everything that is reported, one line each, with times in seconds since the first one of the
+/// log.
 class HistoryText : public LogHistorySink {
  public:
   explicit HistoryText(LogTime start) : start_(start) {}

@@ -11,13 +11,13 @@
 
 namespace zorva {
 
-/// An entry that tells of states and values as they are from now on, and whom to tell.
+/// An entry that reports states and values from now on, and where to report them.
 struct LaneEntry {
   std::span<const LogField> fields;
   LogMark now;
   OpenSpans& spans;
   LogHistorySink& sink;
-  std::string& scratch;  ///< for texts that are put together
+  std::string& scratch;  ///< buffer for composed texts
 
   std::string_view value(std::string_view key) const { return valueOf(fields, key); }
   std::int64_t integer(std::string_view key) const { return integerOf(fields, key); }
@@ -25,7 +25,7 @@ struct LaneEntry {
 
 using LaneHandler = void (*)(const LaneEntry&);
 
-/// What takes the entries of a category; nothing for those that are told of otherwise, or not.
+/// The handler of a category's entries; null if they are handled elsewhere or not used.
 LaneHandler laneHandlerOf(std::string_view category);
 
 }  // namespace zorva

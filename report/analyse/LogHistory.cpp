@@ -14,12 +14,13 @@
 namespace zorva {
 namespace {
 
-// While a device falls asleep, and while it wakes up, entries of other loggers come in between.
+// Seconds in which entries of other loggers may come in between, while the device falls asleep and
+// while it wakes up.
 constexpr LogTime kFallingAsleep = 10;
 constexpr LogTime kWakingUp = 10;
-// Entries of one moment: clocks are read more than once.
+// Seconds between entries of one moment: the clock is read for each.
 constexpr LogTime kSameMoment = 2;
-// A daemon that runs writes at least every half hour that the device is awake.
+// A running daemon writes at least every half hour that the device is awake.
 constexpr LogTime kMaxSilence = 31 * LogTime{60};
 constexpr std::size_t kMaxProcesses = 999;
 
@@ -72,7 +73,7 @@ class LogHistory::Tracker {
  private:
   using Handler = void (Tracker::*)(const LogMark&);
 
-  // Who takes which entries; all others tell of nothing that is kept here.
+  // The handler of each category. Other categories hold nothing that is kept here.
   static std::span<const std::pair<std::string_view, Handler>> handlers() {
     static constexpr std::pair<std::string_view, Handler> kAll[] = {
         {"Accessory", &Tracker::moment},
@@ -108,7 +109,7 @@ class LogHistory::Tracker {
     handler({*fields_, now, spans_, sink_, key_});
   }
 
-  // Whether the log goes on at this entry, or begins anew.
+  // Decides whether the log continues at this entry or begins anew.
   void passTo(const LogMark& now) {
     if (!last_) {
       spans_.beginAt(now);
@@ -120,7 +121,7 @@ class LogHistory::Tracker {
       const LogMark last = *last_;
       spans_.continueAt(last, now);
       sink_.interruption(last.time, now.time, now.position);
-      // The counters go on: they were read as long before as in the old time.
+      // The counters continue: the time of their last sample is moved into the new time.
       const LogTime leap = now.time - last.time;
       if (sampled_) *sampled_ += leap;
       if (modemSampled_) *modemSampled_ += leap;
@@ -154,8 +155,8 @@ class LogHistory::Tracker {
 
   bool asleep() const { return spans_.asleepSince().has_value(); }
 
-  // An entry between falling asleep and waking up. It may belong to either; but when the log goes
-  // on and on, the wake was not seen.
+  // Handles an entry between falling asleep and waking up. It may belong to either. If more entries
+  // follow, the wake was not seen.
   void seenAsleep(const LogMark& now) {
     if (now.time <= *spans_.asleepSince() + kFallingAsleep && !stray_) return;
     if (!stray_) {
@@ -170,7 +171,7 @@ class LogHistory::Tracker {
     stray_.reset();
   }
 
-  // Many entries say what the one before of their category said.
+  // Many entries repeat the previous one of their category: its fields are reused.
   struct Split {
     std::string body;
     std::vector<LogField> fields;  // of that body
@@ -197,7 +198,7 @@ class LogHistory::Tracker {
       spans_.off(Lane::Asleep, {}, now);
       moment(now);
     }
-    // A step towards the next sleep, and nobody saw the end of the last one.
+    // A step towards the next sleep, but the end of the last one is not in the log.
     const auto since = spans_.asleepSince();
     if (since && now.time > *since + kFallingAsleep) {
       if (!stray_) stray_ = now;
@@ -283,12 +284,12 @@ class LogHistory::Tracker {
     sink_.moment({now.time, record_->category, trimmed(record_->body), isError, now.position});
   }
 
-  // A push message of unknown shape is no error.
+  // A push message of unknown shape is not an error.
   void complaint(const LogMark& now) {
     reportMoment(now, !record_->body.starts_with('{') && !record_->body.starts_with('('));
   }
 
-  // Each snapshot has it.
+  // Each snapshot holds the locale. Only a new one is reported.
   void locale(const LogMark& now) {
     if (!locale_.empty() && locale_ != record_->body) moment(now);
     locale_ = record_->body;
@@ -297,7 +298,7 @@ class LogHistory::Tracker {
   LogHistorySink& sink_;
   OpenSpans spans_;
   const EntryFormat* const formats_ = logFormat().data();
-  // By format:
+  // Indexed by format.
   std::vector<Handler> handlers_ = std::vector<Handler>(logFormat().size());
   std::vector<LaneHandler> lanes_ = std::vector<LaneHandler>(logFormat().size());
   const LogRecord* record_ = nullptr;

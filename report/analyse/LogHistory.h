@@ -13,7 +13,7 @@ namespace zorva {
 
 /// A state of the device that lasts.
 enum class Lane {
-  Asleep,
+  kAsleep,
   Display,      ///< lit; what: "140/255"
   Assertion,    ///< who: the process that keeps the device awake; what: the assertion's name
   Call,         ///< what: "Active", "Ringing"
@@ -21,7 +21,7 @@ enum class Lane {
   WiFi,         ///< switched on; what: the network, or "<disassociated>"
   Bluetooth,    ///< switched on; what: "connected" or empty
   Audio,        ///< playing; what: the route
-  Application,  ///< in the foreground or running behind; who: its id; what: the mode
+  Application,  ///< in the foreground or background; who: its id; what: the mode
   Thermal,      ///< above level 0; what: the level
   Charging,     ///< what: the charging state
   Location,     ///< a source of positions is in use; what: which
@@ -29,29 +29,29 @@ enum class Lane {
 };
 inline constexpr std::size_t kLanes = static_cast<std::size_t>(Lane::Registered) + 1;
 
-/// A piece of the log: how many pieces, of all files, were before it.
+/// A piece of the log: the number of pieces, of all files, before it.
 using LogPosition = std::uint64_t;
 
-/// A stretch of time in one state. The texts hold during the call. Where the log's time is set
-/// back, a state that goes on is told as two stretches. None begins before the first entry of its
-/// log, even if the log tells that it did ("held_for").
+/// A stretch of time in one state. The texts are valid during the call. Where the log's time is set
+/// back, a state that continues is reported as two stretches. None begins before the first entry of
+/// its log, even if the log says that it did ("held_for").
 struct LogSpan {
   Lane lane;
   LogTime begin;
   LogTime end;            ///< not before begin
-  bool beginKnown;        ///< false: it had begun before, and only then was seen
-  bool endKnown;          ///< false: the log ends, or was interrupted, while it went on
+  bool beginKnown;        ///< false: it had begun before it was first seen
+  bool endKnown;          ///< false: the log ends, or was interrupted, while it lasted
   std::string_view who;   ///< empty where the lane has none
-  std::int64_t pid;       ///< of who; 0 where it is not told
+  std::int64_t pid;       ///< of who; 0 where it is not reported
   std::string_view what;  ///< empty where the lane has none
-  LogPosition first;      ///< the entry that told of the beginning
-  LogPosition last;       ///< the entry that told of the end
+  LogPosition first;      ///< the entry that reported the beginning
+  LogPosition last;       ///< the entry that reported the end
 };
 
 /// A value that is sampled.
 enum class Curve {
   Level,        ///< percent
-  Current,      ///< milliamperes, negative while the battery is drained
+  Current,      ///< milliamperes, negative while the battery discharges
   Temperature,  ///< of the battery, degrees Celsius
   Signal,       ///< dBm
   Received,     ///< bytes of all interfaces since the sample before
@@ -70,7 +70,7 @@ struct LogWake {
   LogPosition position;
 };
 
-/// Something that took no time: an error, a message that was pushed, an accessory.
+/// An event without a duration: an error, a pushed message, an accessory.
 struct LogMoment {
   LogTime time;
   std::string_view category;  ///< as in the log
@@ -92,40 +92,41 @@ struct ModemUse {
   std::int64_t milliseconds;  ///< positive
 };
 
-/// Is told what a log says, in the order of the log, but spans when they end.
+/// Receives what a log says, in the order of the log. A span is reported when it ends.
 class LogHistorySink {
  public:
   virtual ~LogHistorySink() = default;
   virtual void span(const LogSpan&) {}
-  /// A sleep begins, which is told as a span when it has ended.
+  /// A sleep begins. Its span is reported when it has ended.
   virtual void fallsAsleep(LogTime) {}
   virtual void sample(Curve, LogTime, double, LogPosition) {}
   virtual void wake(const LogWake&) {}
   virtual void moment(const LogMoment&) {}
-  /// The processes that used CPU time between two samples, in no order. Not told of the first.
+  /// The processes that used CPU time between two samples, in no order. Not called for the first
+  /// sample.
   virtual void processes(LogTime /*from*/, LogTime /*to*/, std::span<const ProcessUse>,
                          LogPosition) {}
   /// The same for the modem.
   virtual void modem(LogTime /*from*/, LogTime /*to*/, std::span<const ModemUse>, LogPosition) {}
-  /// The log's time went back, or the logging began anew after a time in which it may not have
-  /// gone on: what lasted is told before, with its end not known.
+  /// The log's time went back, or the logging began anew after a time in which it may have been
+  /// stopped. States that lasted are reported before, with their end not known.
   virtual void interruption(LogTime /*before*/, LogTime /*after*/, LogPosition) {}
 };
 
-/// Makes states, values and wakes out of the pieces of a log. Keeps only what is going on: its
-/// memory does not grow with the log.
+/// Turns the pieces of a log into states, values and wakes. Keeps only what lasts: its memory does
+/// not grow with the log.
 class LogHistory {
  public:
   explicit LogHistory(LogHistorySink& sink);
   ~LogHistory();
 
-  /// The next piece of the log, of whatever file, read by the formats of logFormat().
+  /// The next piece of the log, from any of its files, read by the formats of logFormat().
   void add(const LogRecord& record);
 
-  /// No piece has come for a while: tells a wake that still waited for entries about it.
+  /// No piece has come for a while: reports a wake that still waited for entries about it.
   void settle();
 
-  /// The log is over: tells what still lasts.
+  /// The log is over: reports the states that still last.
   void finish();
 
  private:

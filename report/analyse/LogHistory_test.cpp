@@ -12,7 +12,8 @@ using Lines = std::vector<std::string>;
 
 constexpr LogTime kMidnight = 1794787200;  // 11/16/26
 
-// Of lines "HH:mm:ss [Category] ..." on 11/16/26, and others as they stand.
+// The history of lines "HH:mm:ss [Category] ...", which get the date 11/16/26. Other lines are
+// taken unchanged.
 HistoryText reported(std::string_view log) {
   std::string dated;
   for (std::size_t at = 0; at < log.size();) {
@@ -31,7 +32,7 @@ HistoryText reported(std::string_view log) {
   return sink;
 }
 
-TEST(LogHistory, ASleepEndsWithItsWakeAndNotWithWhatIsWrittenOnTheWay) {
+TEST(LogHistory, ASleepEndsAtItsWakeNotAtEntriesInBetween) {
   EXPECT_EQ(reported("00:01:00 [Sleep] event=can_sleep;\n"
                      "00:01:00 [Sleep] event=will_sleep;\n"
                      "00:01:01 [Thermal] level=0;\n"
@@ -45,7 +46,7 @@ TEST(LogHistory, ASleepEndsWithItsWakeAndNotWithWhatIsWrittenOnTheWay) {
                 .lines,
             (Lines{"error 1800 Zorva Could not get wake reason (errno: 2)", "asleep 60-1800",
                    "wake 1800 slept 1740 radios [ICMP 192.0.2.1] [ 0]"}));
-  // The wake was not seen: by then at the latest the device was awake.
+  // The wake was not logged: the device was awake by then at the latest.
   EXPECT_EQ(reported("00:01:00 [Sleep] event=will_sleep;\n"
                      "00:30:00 [Thermal] level=0;\n"
                      "00:50:00 [Thermal] level=0;\n"
@@ -77,7 +78,7 @@ TEST(LogHistory, AssertionsAreKnownByProcessNameAndBeginning) {
              "assertion 900-?2400 b Play"}));
 }
 
-TEST(LogHistory, ANewFileGoesOnWithWhatItsSnapshotConfirms) {
+TEST(LogHistory, ANewFileContinuesTheStatesThatItsSnapshotConfirms) {
   constexpr std::string_view kBefore =
       "00:00:00 [Display] brightness=1; min=0; max=9; active=yes;\n"
       "00:00:00 [WiFi] status=on; ap=Home;\n"
@@ -97,7 +98,7 @@ TEST(LogHistory, ANewFileGoesOnWithWhatItsSnapshotConfirms) {
                              "charging ?1200-?3600 Full"}));
   EXPECT_EQ(on.samples, (Lines{"cpu 0-2400 a/1:2 c;d=e/3:3 new/9:2", "level 2402 50"}));
 
-  // After a silence in which the daemon cannot have run, nothing is known to have gone on.
+  // After a silence in which the daemon cannot have run, no state is known to have continued.
   const HistoryText off = reported(std::string(kBefore) +
                                    "02:00:00 [Config] version=5;\n"
                                    "02:00:00 [ProcessMonitor] a(1)=12;\n"
@@ -108,7 +109,7 @@ TEST(LogHistory, ANewFileGoesOnWithWhatItsSnapshotConfirms) {
   EXPECT_EQ(off.samples, (Lines{"level 7200 50"}));
 }
 
-TEST(LogHistory, StatesGoOnInTheNewTimeWhereItIsSetBack) {
+TEST(LogHistory, StatesContinueInTheNewTimeIfTheClockIsSetBack) {
   const HistoryText text = reported(
       "02:00:00 [Network] TotalSinceLastCheck=9.0K/9.0K; TimeSinceLastCheck=0s; en0=1b/1b;\n"
       "02:00:00 [ProcessMonitor] a(1)=1;\n"

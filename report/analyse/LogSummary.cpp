@@ -59,10 +59,11 @@ std::vector<Tally> sorted(std::vector<Tally> tallies, bool bySeconds) {
   return tallies;
 }
 
-// Whom the wake was for; empty when it was not the modem.
+// The process that the wake was for, or the packet that none expected. Empty if the modem did not
+// wake the device.
 std::string ownerOf(const LogWake& wake) {
   if (!wake.owner.empty()) return std::string(wake.owner);
-  // Of "UDP 203.0.113.77:53211 to port 31337" who it was from is of no use in a tally.
+  // The sender in "UDP 203.0.113.77:53211 to port 31337" is of no use in a tally.
   const std::size_t port = wake.decoded.find(" to port ");
   if (port == wake.decoded.npos) return std::string(wake.decoded);
   const std::string_view protocol = wake.decoded.substr(0, wake.decoded.find(' '));
@@ -90,7 +91,7 @@ class LogSummarizer::Sink : public LogHistorySink {
  public:
   explicit Sink(const LogWindow& window) : window_(window) {}
 
-  // To be told behind what the entry says.
+  // To be called after what the entry says has been reported.
   void entry(LogTime time) {
     if (!stretch_ && time >= window_.since) {
       const LogTime begin = previous_ ? std::max(*previous_, window_.since) : time;
@@ -152,7 +153,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     if (const std::string owner = ownerOf(wake); !owner.empty()) {
       ++tallies_.at(kOwners, owner, "").count;
     }
-    // The sleep has been told before.
+    // The sleep has been reported before its wake.
     for (LogSummary::Sleep& sleep : summary_.longestSleeps) {
       if (wake.asleepSince && sleep.end == wake.time && sleep.endKnown) {
         sleep.reason = wake.reason;

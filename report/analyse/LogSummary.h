@@ -14,7 +14,7 @@
 namespace zorva {
 
 /// What a log, or a window of it, amounts to. Times are in seconds, charge is in percent of a full
-/// battery. Lists are in falling order of what they measure, unless they say otherwise.
+/// battery. Lists are in descending order of their figures, unless stated otherwise.
 struct LogSummary {
   /// Something that happens several times.
   struct Tally {
@@ -29,17 +29,17 @@ struct LogSummary {
   struct Charge {
     double percent = 0;
     LogTime seconds = 0;
-    /// Nothing for less than a minute.
+    /// Empty for less than a minute.
     std::optional<double> perHour() const;
   };
   struct Sleep {
     LogTime begin;
     LogTime end;
     bool endKnown;
-    bool goesOn;          ///< behind the window
+    bool goesOn;          ///< after the end of the window
     std::string reason;   ///< of the wake; empty where it was not seen
-    std::string decoded;  ///< as LogWake has it
-    std::string owner;    ///< as LogWake has it
+    std::string decoded;  ///< as in LogWake
+    std::string owner;    ///< as in LogWake
     std::int64_t ownerPid = 0;
   };
   struct Interruption {
@@ -61,24 +61,25 @@ struct LogSummary {
   LogTime last = 0;     ///< where it ends, in the order of the log
   LogTime covered = 0;  ///< how long that is, without the log's interruptions
 
-  /// Nothing is known of the time that was asked for.
+  /// Nothing is known of the requested time.
   bool isEmpty() const { return entries == 0 && covered == 0; }
 
   const std::vector<Tally>& lane(Lane of) const { return lanes[static_cast<std::size_t>(of)]; }
   /// The time in any state of a lane.
   LogTime seconds(Lane of) const;
-  /// The time that was neither slept nor spent on a charger.
+  /// The time that was spent neither asleep nor on a charger.
   LogTime awakeOnBattery() const;
 
   std::optional<double> firstLevel;
   std::optional<double> lastLevel;
-  /// What was used between two samples of the level counts as asleep or awake where nearly all of
-  /// the time between was, and else as mixed. Levels that rise without a charger count negative.
+  /// What was used between two samples of the level counts as asleep or awake if nearly all of the
+  /// time between them was, and as mixed otherwise. A level that rises without a charger counts as
+  /// negative.
   Charge asleep;
   Charge awake;
   Charge mixed;
   Charge charging;         ///< what was gained on a charger
-  double interrupted = 0;  ///< percent used over interruptions of the log
+  double interrupted = 0;  ///< percent used during interruptions of the log
   LogTime asleepOnCharger = 0;
 
   std::uint64_t sleeps = 0;
@@ -86,9 +87,9 @@ struct LogSummary {
   std::vector<Sleep> longestSleeps;  ///< in their order; at most kMostSleeps
   std::uint64_t wakes = 0;
   std::vector<Tally> wakeReasons;  ///< by count
-  std::vector<Tally> wakeOwners;   ///< by count: the process, or what it was and that nobody waited
-  /// By time: how long each lane was in which state; name is who, detail what, but for displays,
-  /// whose brightness takes any number of values.
+  std::vector<Tally> wakeOwners;   ///< by count: the process, or the packet that none expected
+  /// By time: how long each lane was in each state. `name` is who, `detail` is what. Displays have
+  /// no detail, as their brightness takes any number of values.
   std::array<std::vector<Tally>, kLanes> lanes;
   std::vector<Amount> processes;        ///< CPU seconds, of all processes of that name
   LogTime processSeconds = 0;           ///< the time over which they were seen
@@ -109,8 +110,8 @@ struct LogSummary {
   static constexpr std::size_t kMaxInterruptions = 5;
 };
 
-/// Sums up a log piece by piece. Its memory grows with the number of different names, and with that
-/// of the level's samples; not with the log otherwise.
+/// Sums up a log piece by piece. Its memory grows with the number of different names and of level
+/// samples, but not otherwise with the log.
 class LogSummarizer {
  public:
   explicit LogSummarizer(const LogWindow& window = {});

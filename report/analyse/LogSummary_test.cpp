@@ -53,7 +53,7 @@ std::string sleeps(const LogSummary& summary) {
   return all;
 }
 
-// Every figure here is worked out from the scenario: what it does, and when.
+// Every figure here is derived from the scenario: what it does, and when.
 TEST(LogSummary, OfTheNightIsWhatItsScenarioDoes) {
   const LogSummary night = summaryOf("night");
   EXPECT_EQ(night.covered, 9 * 3600 + 70);

@@ -7,10 +7,10 @@
 namespace zorva {
 namespace {
 
-// A device with many processes takes a while for all of it.
+// Seconds that a snapshot may take. With many processes it takes a while.
 constexpr LogTime kSnapshotSeconds = 5;
 
-// Bluetooth has no entry in snapshots, and the sources of positions only when they have changed.
+// Snapshots have no entry for Bluetooth, and one for position sources only if they have changed.
 bool isInSnapshots(Lane lane) {
   return lane != Lane::Bluetooth && lane != Lane::Location && lane != Lane::Asleep;
 }
@@ -50,7 +50,7 @@ OpenSpans::Open* OpenSpans::find(Lane lane, std::string_view key) {
   return found == open_.end() ? nullptr : &*found;
 }
 
-// The one that began nearest to a time.
+// The assertion with this key that began nearest to the time.
 OpenSpans::Open* OpenSpans::findAssertion(std::string_view key, LogTime since) {
   Open* best = nullptr;
   for (Open& open : open_) {
@@ -71,14 +71,14 @@ void OpenSpans::open(Lane lane, const LogState& state, LogTime begin, bool known
 
 void OpenSpans::report(const Open& open, const LogMark& end, bool known) {
   if (open.lane == Lane::Asleep) asleepSince_.reset();
-  // Entries of one moment lead through states that never lasted.
+  // Entries of one moment pass through states that never lasted.
   const bool event = open.lane == Lane::Assertion || open.lane == Lane::Asleep;
   if (known && end.time <= open.begin && !event) return;
   sink_.span({open.lane, open.begin, std::max(open.begin, end.time), open.beginKnown, known,
               open.who, open.pid, open.what, open.first, end.position});
 }
 
-// Tells of it; that it is taken away is for the caller.
+// Reports the span. The caller removes it.
 void OpenSpans::close(Open& open, const LogMark& now) {
   if (open.confirmed) {
     report(open, now, true);
@@ -119,7 +119,7 @@ void OpenSpans::off(Lane lane, std::string_view key, const LogMark& now) {
 void OpenSpans::assertionHeld(const LogState& state, LogTime since, const LogMark& now) {
   const LogTime begin = std::clamp(since, start_, now.time);
   Open* open = findAssertion(state.key, begin);
-  // Of those listed in one moment each is another one, unless they began together.
+  // Assertions that are listed in one moment are different ones, unless they began together.
   if (open == nullptr || (open->listed == now.time && std::abs(open->begin - begin) > 1)) {
     this->open(Lane::Assertion, state, begin, since >= start_, now);
     open = &open_.back();
@@ -138,7 +138,7 @@ void OpenSpans::assertionCreated(const LogState& state, const LogMark& now) {
 void OpenSpans::assertionReleased(const LogState& state, LogTime since, const LogMark& now) {
   Open* const open = findAssertion(state.key, since);
   if (open == nullptr) {
-    // It was not seen before: its time is that of the entry all the same.
+    // The assertion was not seen before. Its beginning is still the one that the entry gives.
     const LogTime begin = std::clamp(since, start_, now.time);
     this->open(Lane::Assertion, state, begin, since >= start_, now);
     report(open_.back(), now, true);

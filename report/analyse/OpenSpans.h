@@ -16,7 +16,7 @@ struct LogMark {
   LogPosition position = 0;
 };
 
-/// What a state is, beside its lane. In one lane there may be several, told apart by their keys.
+/// A state, without its lane. A lane may hold several states, which differ in their keys.
 struct LogState {
   std::string_view key = {};
   std::string_view who = {};
@@ -24,39 +24,41 @@ struct LogState {
   std::string_view what = {};
 };
 
-/// The states that last at the moment, told as spans when they end.
+/// The states that last at the moment. Each is reported as a span when it ends.
 class OpenSpans {
  public:
   explicit OpenSpans(LogHistorySink& sink) : sink_(sink) {}
 
-  /// The log begins, or begins anew: nothing is known of before.
+  /// The log begins, or begins anew: nothing is known of the time before.
   void beginAt(const LogMark& mark);
 
-  /// The log is headed by a snapshot once more: what that does not confirm has ended at an unknown
-  /// time behind the last entry before.
+  /// Another snapshot begins. States that it does not confirm ended at an unknown time after the
+  /// last entry before it.
   void beginSnapshot(const LogMark& last, LogTime now);
-  /// To be called at each entry: ends what the snapshot has not confirmed once that is over.
+  /// To be called at each entry. Once the snapshot is over, ends the states that it has not
+  /// confirmed.
   void passTime(LogTime now);
   bool inSnapshot(LogTime now) const { return now <= snapshotEnd_; }
 
-  /// A state begins, or goes on. A different "what" ends it and begins another.
+  /// A state begins or continues. A different "what" ends it and begins another.
   void on(Lane lane, const LogState& state, const LogMark& now);
-  /// A state is over, if it was not already.
+  /// A state ends, unless it has ended already.
   void off(Lane lane, std::string_view key, const LogMark& now);
 
-  /// An assertion that is listed, made or given back. It is known by its key and its beginning.
+  /// An assertion that is listed, created or released. It is identified by its key and its
+  /// beginning.
   void assertionHeld(const LogState& state, LogTime since, const LogMark& now);
   void assertionCreated(const LogState& state, const LogMark& now);
   void assertionReleased(const LogState& state, LogTime since, const LogMark& now);
 
-  /// When the sleep that lasts began.
+  /// When the current sleep began.
   const std::optional<LogTime>& asleepSince() const { return asleepSince_; }
 
-  /// Ends a state at a time that is only guessed.
+  /// Ends a state whose end was not seen. Its time is a guess.
   void lose(Lane lane, const LogMark& at);
-  /// Ends all of them so.
+  /// Ends all states in this way.
   void loseAll(const LogMark& at);
-  /// The time has been set: all go on from now on, in the new time.
+  /// The clock has been set: all states continue from now on, in the new time.
   void continueAt(const LogMark& last, const LogMark& now);
 
  private:
@@ -70,7 +72,7 @@ class OpenSpans {
     bool beginKnown;
     bool confirmed;
     LogPosition first;
-    std::optional<LogTime> listed;  // assertions: when it was last seen to be held
+    std::optional<LogTime> listed;  // assertions: when it was last listed as held
   };
 
   Open* find(Lane lane, std::string_view key);

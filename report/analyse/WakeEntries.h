@@ -9,12 +9,12 @@
 
 namespace zorva {
 
-/// The value of the first field of this name; empty when there is none.
+/// The value of the first field of this name; empty if there is none.
 std::string_view valueOf(std::span<const LogField> fields, std::string_view key);
-/// The same as a number: 0 when there is none.
+/// The same as a number: 0 if there is none.
 std::int64_t integerOf(std::span<const LogField> fields, std::string_view key);
 
-/// The entries about one wake, one below the other.
+/// The consecutive entries about one wake.
 class WakeEntries {
  public:
   /// The [Wake] entry itself.

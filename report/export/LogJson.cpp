@@ -12,12 +12,12 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 
-// Adds a JSON text. False when bytes had to be replaced, as they are no UTF-8 or no character that
-// every program takes.
+// Appends a JSON text. False if bytes had to be replaced: they are not UTF-8, or a character that
+// some programs reject.
 bool appendText(std::string_view text, std::string& to) {
   bool whole = true;
   to += '"';
-  std::size_t plain = 0;  // of what is copied as it is
+  std::size_t plain = 0;  // start of what is copied unchanged
   std::size_t at = 0;
   const auto copy = [&] { to.append(text, plain, at - plain); };
   while (at < text.size()) {
@@ -66,14 +66,14 @@ void appendNumber(Number number, std::string& to) {
   to.append(digits, result.ptr);
 }
 
-// With a point, so that a database takes a column of such for what it is.
+// With a decimal point, so that a database recognises a column of reals.
 void appendReal(double number, std::string& to) {
   const std::size_t before = to.size();
   appendNumber(number, to);
   if (to.find_first_of(".e", before) == to.npos) to += ".0";
 }
 
-// Whether the words of a field are yes and no, or on and off.
+// Whether the field's words are yes and no, or on and off.
 bool isSwitch(const FieldFormat& format) {
   return format.words.size() == 2 &&
          ((format.words[0].word == "yes" && format.words[1].word == "no") ||
@@ -208,7 +208,7 @@ void LogJson::appendFields(const LogRecord& record, std::string& to) {
       listed_.push_back(&field);
     } else {
       to.append(any ? ",\"" : "\"").append(field.key);
-      // A name that has been there gets a number.
+      // A name that has occurred before gets a number.
       if (std::ranges::any_of(fields_.data(), &field,
                               [&](const LogField& other) { return other.key == field.key; })) {
         to += "_2";

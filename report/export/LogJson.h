@@ -9,11 +9,11 @@
 namespace zorva {
 
 /// Writes the pieces of a log as JSON, one object on each line, for databases and other programs;
-/// zorva-report(1) describes it. "raw", or "bytes" where the piece is not all UTF-8, is the piece
-/// itself: these, one behind the other, are the log to the byte.
+/// zorva-report(1) describes it. "raw" is the piece itself. If the piece is not all UTF-8, "bytes"
+/// stands in its place. Concatenated, they are the log to the byte.
 class LogJson {
  public:
-  /// The file is told as it stands.
+  /// `file` is written as it stands.
   void append(const LogRecord& record, std::string_view file, std::string& to);
 
  private:
@@ -27,7 +27,7 @@ class LogJson {
   std::string timeText_;  // of that time
 };
 
-/// What the time is called in JSON: "2026-11-16T21:30:00".
+/// The time as it stands in the JSON: "2026-11-16T21:30:00".
 std::string isoTime(LogTime time);
 
 }  // namespace zorva

@@ -9,8 +9,8 @@
 
 #include "report/read/LogReader.h"
 
-// Run where the tree is: the tables are held to the logs of the scenarios. tools/check_log_format
-// holds them to the sources that write the log.
+// Runs in the source tree: the tables are compared with the logs of the scenarios. tools/check_log_format
+// compares them with the sources that write the log.
 
 namespace zorva {
 namespace {

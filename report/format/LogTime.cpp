@@ -17,7 +17,7 @@ constexpr std::string_view kPattern = "00/00/00 00:00:00";
 // Devanagari, Bengali, Tibetan, Burmese, Ol Chiki, Adlam.
 constexpr char32_t kZeros[] = {U'0', 0x660, 0x6F0, 0x966, 0x9E6, 0xF20, 0x1040, 0x1C50, 0x1E950};
 
-// Takes one digit off the text; -1 when there is none.
+// Takes one digit off the text; -1 if there is none.
 int takeDigit(std::string_view& text) {
   if (text.empty()) return -1;
   const auto [code, bytes] = firstCharacter(text);
@@ -72,16 +72,16 @@ int weekday(int year, unsigned month, unsigned day) {
           .c_encoding());
 }
 
-// Whether a week that begins on this weekday, and belongs to the year in which it has at least so
-// many days, can put the date into the week-based year.
+// Whether the date can belong to the week-based year, in a locale whose weeks begin on this weekday
+// and whose first week has at least so many days of its year.
 bool belongs(const Fields& fields, int year, int weekYear, int firstWeekday, int leastDays) {
-  // Days of the next January in the week that holds New Year, which is 0 when a week begins there.
+  // Days of December in the week of 1 January; 0 if a week begins on that day.
   const auto daysBefore = [&](int newYear) {
     return (weekday(newYear, 1, 1) - firstWeekday + 7) % 7;
   };
   int belongsTo = year;
   if (fields.month == 12) {
-    const int before = daysBefore(year + 1);  // of December, in the week of New Year
+    const int before = daysBefore(year + 1);
     if (fields.day > 31 - before && 7 - before >= leastDays) belongsTo = year + 1;
   } else if (fields.month == 1) {
     const int before = daysBefore(year);
@@ -97,7 +97,7 @@ bool belongsSomewhere(const Fields& fields, int year, int weekYear, int leastDay
   return false;
 }
 
-// The time of day behind a date of plain digits; -1 when there is none.
+// The time of day after a date of plain digits; -1 if there is none.
 LogTime timeOfDayIn(std::string_view text) {
   if (text.size() < kPattern.size() || text[11] != ':' || text[14] != ':') return -1;
   LogTime parts[3];
@@ -118,7 +118,7 @@ std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length
     length = lastText_.size();
     return lastTime_;
   }
-  // Another second of the same day.
+  // The date is that of the last text: only the time of day is read.
   constexpr std::size_t kDate = sizeof "11/16/26 " - 1;
   if (lastText_.size() == kPattern.size() &&
       text.starts_with(std::string_view(lastText_).substr(0, kDate))) {

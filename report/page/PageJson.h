@@ -5,12 +5,12 @@
 
 namespace zorva {
 
-/// Appends a JSON text with its quotes that can stand in an element of a page: nothing in it ends
-/// the element, opens a comment or breaks a line. Control characters of the text, and bytes that
-/// are no UTF-8, become visible as safeText has it.
+/// Appends a JSON text with its quotes that is safe in an element of a page: nothing in it ends the
+/// element, opens a comment or breaks a line. Control characters, and bytes that are not UTF-8, are
+/// made visible as in safeText.
 void appendPageText(std::string& to, std::string_view text);
 
-/// Appends a number: whole ones without a fraction, what is not finite as null.
+/// Appends a number: whole numbers without a fraction, null if it is not finite.
 void appendPageNumber(std::string& to, double number);
 
 }  // namespace zorva

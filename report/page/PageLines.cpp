@@ -32,12 +32,12 @@ bool isPlain(std::string_view text) {
 
 }  // namespace
 
-// One stream for all chunks, so that its tables are made once.
+// One stream for all chunks, so that its tables are allocated once.
 class PageLines::Deflate {
  public:
   Deflate() {
-    // A window's size below zero: without a header, as "deflate-raw" has it. It fails only where
-    // there is no memory.
+    // A negative window size means no header, as in "deflate-raw". The call fails only if there is
+    // no memory.
     if (deflateInit2(&stream_, 6, Z_DEFLATED, -15, 9, Z_DEFAULT_STRATEGY) != Z_OK) {
       throw std::bad_alloc();
     }
@@ -49,7 +49,7 @@ class PageLines::Deflate {
   std::string_view operator()(std::string_view text) {
     deflateReset(&stream_);
     packed_.resize(deflateBound(&stream_, text.size()));
-    // The library does not write to what it reads, but its type does not say so.
+    // The library does not write to its input, but the type of its pointer is not const.
     stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
     stream_.avail_in = static_cast<uInt>(text.size());
     stream_.next_out = reinterpret_cast<Bytef*>(packed_.data());
@@ -67,8 +67,9 @@ PageLines::PageLines(std::string& to) : to_(to), deflate_(std::make_unique<Defla
 
 PageLines::~PageLines() = default;
 
-// In a chunk, a piece is the seconds since the one before, nothing for none, a tabulator, and its
-// text with a carriage return between its lines: neither is left in what safeText returns.
+// In a chunk, a piece is the seconds since the previous one (empty if 0), a tabulator, and its text
+// with carriage returns between its lines. The text from safeText holds neither of the two
+// characters.
 void PageLines::add(std::string_view raw, LogPosition position, AxisTime at) {
   if (position != end_) finish();
   end_ = position + 1;

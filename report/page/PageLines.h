@@ -11,15 +11,15 @@
 
 namespace zorva {
 
-/// Puts a log's pieces into a page: chunks of some thousand, deflated and in Base64, each in an
-/// element of its own that the page opens when somebody asks for it. Holds one chunk.
+/// Puts a log's pieces into a page: chunks of some thousand, deflated and in Base64. Each is in an
+/// element of its own that the page opens on demand. Holds one chunk.
 class PageLines {
  public:
   static constexpr std::size_t kPieces = 5000;        ///< of a chunk, at most
   static constexpr std::size_t kBytes = 1 << 20;      ///< of a chunk before it is deflated, about
-  static constexpr std::size_t kMaxLength = 8 << 10;  ///< bytes of a piece; what is longer is cut
+  static constexpr std::size_t kMaxLength = 8 << 10;  ///< bytes of a piece; a longer one is cut
 
-  /// Where the chunks begin, for the page to find the one that it needs.
+  /// Where the chunks begin, so that the page can find the one that it needs.
   struct Chunk {
     LogPosition first;
     AxisTime at;
@@ -28,15 +28,15 @@ class PageLines {
   explicit PageLines(std::string& to);
   ~PageLines();
 
-  /// The next piece, at its position in the log, which is at this time: an entry's own, or that of
-  /// the entry before.
+  /// The next piece, at its position in the log. The time is an entry's own, or that of the entry
+  /// before.
   void add(std::string_view raw, LogPosition position, AxisTime at);
 
   /// Appends the last chunk.
   void finish();
 
   const std::vector<Chunk>& chunks() const { return chunks_; }
-  /// Behind the last piece.
+  /// The position after the last piece.
   LogPosition end() const { return end_; }
 
  private:

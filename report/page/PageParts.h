@@ -9,7 +9,7 @@ namespace zorva {
 /// From the first byte to where the log's data begin.
 std::string_view pageHead();
 
-/// From behind the data to the last byte: the programs that draw them.
+/// From the end of the log's data to the last byte: the programs that draw them.
 std::string_view pageTail();
 
 }  // namespace zorva

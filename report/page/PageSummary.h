@@ -6,7 +6,7 @@
 
 namespace zorva {
 
-/// A log's sum as the page tells it.
+/// A log's summary as the page shows it.
 PageSummary pageSummary(const LogSummary& summary, const LogReading& reading);
 
 }  // namespace zorva

@@ -29,7 +29,7 @@ std::string_view nameOf(PageTable::Kind kind) {
   return "text";
 }
 
-// With a comma between any two.
+// With a comma between any two items.
 template <typename Items, typename Append>
 void appendList(std::string& to, const Items& items, Append append) {
   to += '[';

@@ -28,32 +28,32 @@ struct PageTable {
     std::string name;
     Kind kind;
   };
-  using Cell = std::variant<std::monostate, std::string, double>;  ///< the first: not known
+  using Cell = std::variant<std::monostate, std::string, double>;  ///< the first type: not known
 
   std::string title;
   std::vector<Column> columns;
   std::vector<std::vector<Cell>> rows;  ///< as the page shows them at first; it has kMostRows
 };
 
-/// What a page says in words and figures.
+/// The words and figures of a page.
 struct PageSummary {
   std::string title;               ///< what the page is about: the logs' names
   std::vector<std::string> facts;  ///< sentences, the most important first
   std::vector<PageTable> tables;
 };
 
-/// Writes a log as one page, which needs nothing else: neither other files nor a network. The log's
-/// pieces go into it as they are read, what is drawn of them comes behind, so the memory needed
-/// does not grow with the log.
+/// Writes a log as one page, which needs neither other files nor a network. The log's pieces are
+/// appended as they are read and the drawn data follow them, so the memory needed does not grow
+/// with the log.
 class PageWriter {
  public:
   static constexpr std::size_t kMaxRows = 500;
 
-  /// Appends the page to a text, which its owner may write out and empty between any two calls.
+  /// Appends the page to a text. Its owner may write it out and empty it between any two calls.
   explicit PageWriter(std::string& to, const LogWindow& window = {});
 
-  /// The next piece of the log, of whatever file. What is not in the window is not shown, but tells
-  /// in which state it begins.
+  /// The next piece of the log, from any of its files. Pieces outside the window are not shown, but
+  /// determine the state in which it begins.
   void add(const LogRecord& record);
 
   /// The log is over: appends the rest of the page.
@@ -66,7 +66,7 @@ class PageWriter {
   LogHistory history_;
   PageLines lines_;
   LogPosition position_ = 0;
-  LogTime time_ = 0;  // of the entry before, and where it is
+  LogTime time_ = 0;  // of the previous entry, with its position
   AxisTime at_ = 0;
 };
 

@@ -36,7 +36,6 @@ std::string_view Timeline::curveName(std::size_t curve) {
 }
 
 std::uint32_t Timeline::number(std::string_view text) {
-  // The log's own bytes, and in most logs most texts are known already.
   return text.empty() ? 0 : texts_.numberOf(safeText(text.substr(0, 2 * TextTable::kMaxLength)));
 }
 
@@ -64,7 +63,7 @@ void Timeline::sample(Curve curve, LogTime time, double value, LogPosition) {
     traffic_.add(trafficAt_.value_or(at), at, {value, 0});
     trafficAt_ = at;
   } else if (curve == Curve::Sent) {
-    // Is told of the same moment, behind what was received.
+    // Reported for the same moment, after the received bytes.
     if (Traffic* last = traffic_.last()) last->sent += value;
   } else {
     curves_[static_cast<std::size_t>(curve)].add(at, value);
@@ -122,7 +121,7 @@ void Timeline::modem(LogTime from, LogTime to, std::span<const ModemUse> uses,
 void Timeline::interruption(LogTime before, LogTime after, LogPosition position) {
   clock_.wentBack(before, after);
   trafficAt_.reset();
-  // The axis is from the window's first entry to its last.
+  // The axis ends at the window's first and last entries.
   if (after <= before || !window_.holds(before) || !window_.holds(after)) return;
   TimelineSpan span;
   span.begin = clock_.at(before);

@@ -15,23 +15,23 @@
 
 namespace zorva {
 
-/// Gathers what a page draws of a log: the lanes of state, the curves, and between samples the
-/// traffic and the processes' work. However long the log is, it holds some MB: curves are reduced
-/// to minimum and maximum per bucket of time, and short neighbours in a lane become one span that
-/// tells of how many it was made.
+/// Gathers what a page draws of a log: the lanes of states, the curves, and between samples the
+/// traffic and the processes' work. It holds some MB, however long the log is. Curves are reduced
+/// to the minimum and maximum per bucket of time. Short neighbours in a lane become one span, which
+/// has their number.
 class Timeline : public LogHistorySink {
  public:
   explicit Timeline(const LogWindow& window = {}) : window_(window) {}
 
-  /// The log goes on at this time, which is in the window; to be told before the history is given
+  /// The log continues at this time, which is in the window. To be called before the history gets
   /// the entry.
   void advance(LogTime time) { clock_.advance(time); }
 
-  /// Where on the axis a time near the last one is.
+  /// The position on the axis of a time near the last one.
   AxisTime at(LogTime time) const { return clock_.at(time); }
 
-  /// Appends all as one JSON object, which is safe in a page: no "<" is in it.
-  /// report/page/parts/data.js tells what is what.
+  /// Appends everything as one JSON object, which is safe in a page: no "<" is in it.
+  /// report/page/parts/data.js reads it.
   void appendJson(std::string& to);
 
   void span(const LogSpan& span) override;
@@ -45,7 +45,7 @@ class Timeline : public LogHistorySink {
   void interruption(LogTime before, LogTime after, LogPosition position) override;
 
  private:
-  // The lanes of spans, those of what takes no time, and that of the time nobody logged.
+  // The lanes of spans, those of events without a duration, and that of the time without a log.
   static constexpr std::size_t kWakes = kLanes;
   static constexpr std::size_t kErrors = kLanes + 1;
   static constexpr std::size_t kEvents = kLanes + 2;

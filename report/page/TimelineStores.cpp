@@ -5,7 +5,7 @@ namespace zorva {
 void TimelineClock::addStretch(LogTime from, std::int64_t shift, std::int64_t jump) {
   current_.push_back({from + shift, shift, jump, from});
   if (stretches_.size() < kMaxStretches) stretches_.push_back(current_.back());
-  // A log that leaps on and on is odd enough for old spans to begin a little off.
+  // If the log's time leaps again and again, old spans may begin a little off.
   if (current_.size() > kMaxStretches) current_.erase(current_.begin() + 1);
 }
 
@@ -41,7 +41,7 @@ AxisTime TimelineClock::at(LogTime time) const {
 
 std::uint32_t TextTable::numberOf(std::string_view text) {
   if (text.size() > kMaxLength) {
-    // Not in the middle of a character.
+    // Do not cut in the middle of a character.
     std::size_t end = kMaxLength - 3;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
     return numberOf(std::string(text.substr(0, end)) + "\u2026");
@@ -76,8 +76,8 @@ const std::vector<TimelineSpan>& SpanStore::finish() {
   return spans_;
 }
 
-// First near neighbours that say the same, then what lies farther apart; where that does not help,
-// for all its texts are different, those of the same holder, at last any.
+// Merges near neighbours with the same text first, then those farther apart. If that does not help
+// because all texts differ, merges those of the same holder, and at last any.
 void SpanStore::compact() {
   sort();
   const std::int64_t range = std::max<std::int64_t>(1, spans_.back().begin - spans_.front().begin);
@@ -95,7 +95,7 @@ void SpanStore::compact() {
   }
 }
 
-// Merges spans that are not longer than the gap with one like them that is not farther away.
+// Merges each span that is not longer than the gap with a like one that is not farther away.
 void SpanStore::merge() {
   struct Hash {
     std::size_t operator()(const std::array<std::uint64_t, 4>& key) const {
@@ -117,7 +117,7 @@ void SpanStore::merge() {
       TimelineSpan& before = kept[found->second];
       const bool isShort =
           span.end - span.begin <= gap_ && (before.count > 1 || before.end - before.begin <= gap_);
-      // A chain of many would stand for too long a time.
+      // A chain of many would cover too long a time.
       if (isShort && span.begin - before.end <= gap_ && span.end - before.begin <= 8 * gap_) {
         before.end = std::max(before.end, span.end);
         before.held += span.held;
@@ -152,7 +152,7 @@ void CurveStore::add(AxisTime at, double value) {
 }
 
 void CurveStore::add(const Bucket& bucket) {
-  // Time that goes back a little stays in the bucket.
+  // If the time goes back a little, it stays in the bucket.
   if (buckets_.empty() || bucket.number > buckets_.back().number) {
     buckets_.push_back(bucket);
     return;

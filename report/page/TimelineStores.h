@@ -12,22 +12,22 @@
 
 #include "report/format/LogTime.h"
 
-// What a timeline keeps of a log of any length. Each store has a limit; what goes beyond it is
-// merged, and what was merged says so.
+// A timeline's storage for a log of any length. Each store has a limit. What exceeds it is merged,
+// and says that it is.
 namespace zorva {
 
 /// Seconds on the timeline's axis: they never go back, see TimelineClock.
 using AxisTime = std::int64_t;
 
-/// Makes one axis of the log's times, which go back when the clock is set or the device travels to
-/// another time zone, and leap when it comes up without knowing the date.
+/// Makes one axis of the log's times. Those go back when the clock is set or the device travels to
+/// another time zone, and leap when the device starts without knowing the date.
 class TimelineClock {
  public:
   /// From `at` on, the local time is the axis' minus `shift`.
   struct Stretch {
     AxisTime at;
     std::int64_t shift;
-    std::int64_t jump;  ///< by how many seconds the time went on just there; negative: back
+    std::int64_t jump;  ///< seconds by which the time went forward there; negative: back
     LogTime from;
   };
 
@@ -35,12 +35,12 @@ class TimelineClock {
   static constexpr std::int64_t kMaxSilence = 30 * std::int64_t{86400};
   static constexpr std::int64_t kShownSilence = 3600;
 
-  /// The log goes on at this time. One that is earlier than before is taken for wentBack() to tell.
+  /// The log continues at this time. wentBack() has to report a time that is earlier than before.
   void advance(LogTime time);
-  /// The log's time is `after` now, which is earlier.
+  /// The log's time went back to `after`.
   void wentBack(LogTime before, LogTime after);
 
-  /// Where a time of the stretches since the time last went back is on the axis.
+  /// The position on the axis of a time since the log's time last went back.
   AxisTime at(LogTime time) const;
 
   AxisTime begin() const { return begin_; }
@@ -59,11 +59,11 @@ class TimelineClock {
   AxisTime end_ = 0;
 };
 
-/// Gives texts numbers, the same one for the same text. 0 is the empty text.
+/// Numbers texts: equal texts have the same number. 0 is the empty text.
 class TextTable {
  public:
   static constexpr std::size_t kMaximum = 20000;
-  static constexpr std::size_t kMaxLength = 240;  ///< bytes; what is longer is cut
+  static constexpr std::size_t kMaxLength = 240;  ///< bytes; a longer one is cut
 
   TextTable() { numberOf(""); }
 
@@ -79,7 +79,7 @@ class TextTable {
   std::unordered_map<std::string_view, std::uint32_t> numbers_;
 };
 
-/// A stretch of a lane, or a point where it has no length. Texts are numbers of a TextTable.
+/// A stretch of a lane; a point if it has no length. Texts are numbers of a TextTable.
 struct TimelineSpan {
   AxisTime begin = 0;
   AxisTime end = 0;
@@ -89,7 +89,7 @@ struct TimelineSpan {
   std::uint32_t who = 0;
   std::uint32_t what = 0;
   std::uint32_t detail = 0;
-  std::uint32_t count = 1;  ///< of how many it was merged
+  std::uint32_t count = 1;  ///< the number of spans that were merged
   bool beginKnown = true;
   bool endKnown = true;
 };
@@ -101,7 +101,7 @@ class SpanStore {
 
   void add(const TimelineSpan& span);
 
-  /// In the order of their beginnings. Where some had to be merged, all that are like them are.
+  /// In the order of their beginnings. If some had to be merged, all those like them are, too.
   const std::vector<TimelineSpan>& finish();
 
   /// How many spans were merged into others.
@@ -121,7 +121,7 @@ class SpanStore {
   std::uint64_t merged_ = 0;
 };
 
-/// A sampled value. Beyond the limit, of each bucket of time the least and the greatest remain.
+/// A sampled value. Beyond the limit, only the minimum and maximum of each bucket of time remain.
 class CurveStore {
  public:
   static constexpr std::size_t kMaxBuckets = 4000;
@@ -136,7 +136,7 @@ class CurveStore {
   /// In the order of time; at most two for each bucket.
   std::vector<Point> points() const;
 
-  /// Seconds of a bucket; 1 as long as nothing was left out.
+  /// Seconds per bucket; 1 as long as no sample was left out.
   std::int64_t width() const { return width_; }
 
  private:
@@ -176,11 +176,11 @@ class IntervalStore {
     atOnce_ *= 2;
   }
 
-  /// What was there last, to add to.
+  /// The last amount, to be added to.
   Amount* last() { return intervals_.empty() ? nullptr : &intervals_.back().amount; }
 
   const std::vector<Interval>& intervals() const { return intervals_; }
-  /// How many samples an interval is made of.
+  /// The number of samples in an interval.
   std::size_t atOnce() const { return atOnce_; }
 
  private:
@@ -188,7 +188,7 @@ class IntervalStore {
     to.end = more.end;
     to.amount += more.amount;
   }
-  // Makes one of so many from this one on, which are the last ones.
+  // Merges the last intervals, so many from this one on, into one.
   void merge(std::size_t first, std::size_t count) {
     for (std::size_t i = 1; i < count; ++i) add(intervals_[first], intervals_[first + i]);
     intervals_.resize(first + 1);
@@ -210,7 +210,7 @@ struct Traffic {
   }
 };
 
-/// How time was used, in all and by the busiest.
+/// How time was used, in total and by the busiest.
 struct Work {
   static constexpr std::size_t kNamed = 8;
 

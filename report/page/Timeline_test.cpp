@@ -9,7 +9,7 @@
 namespace zorva {
 namespace {
 
-TEST(TimelineClock, GoesOnWhereTheLogsTimeGoesBackOrLeaps) {
+TEST(TimelineClock, ContinuesWhereTheLogsTimeGoesBackOrLeaps) {
   TimelineClock clock;
   clock.advance(1000);
   clock.advance(5000);
@@ -23,7 +23,7 @@ TEST(TimelineClock, GoesOnWhereTheLogsTimeGoesBackOrLeaps) {
   EXPECT_EQ(clock.end(), 6000 + 20 * 86400) << "a long sleep is shown as it was";
   const LogTime set = 2400 + 20 * 86400 + 40 * 365 * 86400LL;
   clock.advance(set);
-  clock.advance(3000);  // as if it had been before the leap, until its going back is told
+  clock.advance(3000);  // placed before the leap until wentBack() reports it
   EXPECT_EQ(clock.at(set), 6000 + 20 * 86400 + TimelineClock::kShownSilence);
   EXPECT_EQ(clock.at(2400), 6000);
   EXPECT_EQ(clock.end(), clock.at(set));
@@ -70,8 +70,8 @@ TEST(TimelineStores, StayBoundedAndLoseNoExtreme) {
   EXPECT_LT(work.intervals().size(), IntervalStore<Work>::kMaximum);
 }
 
-// Whatever the spans are like: many of the same, or all different, short or long.
-TEST(TimelineStores, MergedSpansTellOfHowManyAndHowLong) {
+// For all kinds of spans: many of the same, or all different, short or long.
+TEST(TimelineStores, MergedSpansKeepTheirCountAndDuration) {
   for (const std::uint32_t kinds : {1U, 40U, 1000000U}) {
     std::mt19937 random(kinds);
     SpanStore lane;

@@ -1,4 +1,4 @@
-// How the body of an entry falls into fields, and what a field's value is.
+// Splits the body of an entry into fields, and reads their values.
 
 #include <algorithm>
 #include <array>
@@ -19,8 +19,8 @@ std::optional<Number> numberIn(std::string_view text, How... how) {
   return number;
 }
 
-// The offset behind the ";" that ends a field which can hold no "; ": one before a blank or the
-// end.
+// The offset after the ";" that ends a field without "; " in its value: the first one before a
+// blank or the end.
 std::size_t firstEnd(std::string_view body, std::size_t from) {
   for (std::size_t at = body.find(';', from); at != body.npos; at = body.find(';', at + 1)) {
     if (at + 1 == body.size() || body[at + 1] == ' ') return at + 1;
@@ -48,7 +48,7 @@ class Splitter {
   }
 
  private:
-  // The first format, of those from this one on, whose key stands behind the blank.
+  // The first format, from this one on, whose key follows the blank.
   std::size_t formatAt(std::size_t blank, std::size_t from) const {
     const std::string_view rest = body_.substr(blank + 1);
     std::size_t any = formats_.size();
@@ -78,7 +78,7 @@ class Splitter {
     return body_.size();
   }
 
-  // The same text may stand in the value before: then the last one is the field that comes next.
+  // The value may hold the next field's key as text. The last occurrence is then the next field.
   std::size_t lastEnd(std::size_t first, std::size_t next) const {
     const std::string_view key = formats_[next].key;
     const auto later = formats_.subspan(next + 1);
@@ -102,7 +102,7 @@ class Splitter {
     std::string_view text = raw;
     if (text.starts_with(' ')) text.remove_prefix(1);
     if (text.ends_with(';')) text.remove_suffix(1);
-    // What a device names may itself hold "=".
+    // Names from the device may hold "=".
     const std::size_t equals = format != nullptr && format->key != "*" ? format->key.size()
                                : format != nullptr                     ? text.rfind('=')
                                                                        : text.find('=');

@@ -11,8 +11,8 @@ namespace zorva {
 /// A log that is open for reading.
 class LogInput {
  public:
-  /// Opens a file, a pipe, or for "-" standard input. Nothing, with what is wrong and what to do,
-  /// when it cannot be read.
+  /// Opens a file, a pipe, or for "-" standard input. If it cannot be read, returns nothing, and
+  /// says what is wrong and what to do.
   static std::optional<LogInput> open(const std::string& path, std::string& problem);
 
   LogInput(LogInput&& other) noexcept
@@ -24,16 +24,16 @@ class LogInput {
   LogInput& operator=(LogInput&&) = delete;
   ~LogInput();
 
-  /// As it is called in messages.
+  /// Its name in messages.
   const std::string& name() const { return name_; }
 
-  /// Bytes; nothing for what is no plain file.
+  /// Bytes; nothing if it is not a plain file.
   std::optional<std::uint64_t> size() const { return size_; }
 
-  /// The path leads to this very file.
+  /// Whether the path leads to this very file.
   bool isFileAt(const std::string& path) const;
 
-  /// As LogReader::Read has it.
+  /// As in LogReader::Read.
   std::ptrdiff_t read(char* to, std::size_t most);
 
  private:

@@ -35,7 +35,7 @@ bool isCategory(std::string_view text) {
   });
 }
 
-// Another entry's head is glued to what is left of this one.
+// Whether another entry's head is joined to the rest of this one.
 bool holdsHead(std::string_view body) {
   for (std::size_t at = body.find('['); at != body.npos; at = body.find('[', at + 1)) {
     if (at <= kDateLength || body[at - 1] != ' ') continue;
@@ -64,7 +64,7 @@ void LogReader::begin(Read read) {
   line_ = 1;
 }
 
-// Gets more bytes behind those that are there; what moves them makes offsets from start_ stay true.
+// Reads more bytes after the buffered ones. May move them; offsets from start_ stay valid.
 bool LogReader::fill() {
   if (ended_) return false;
   if (end_ == buffer_.size()) {
@@ -88,8 +88,8 @@ bool LogReader::fill() {
   return true;
 }
 
-// The offset from start_ behind the line that begins at this one: that of the end where it has
-// none.
+// The offset from start_ after the line that begins at this one. If the line has no end, the end of
+// the bytes.
 std::size_t LogReader::lineEnd(std::size_t from) {
   for (std::size_t searched = from;;) {
     const char* begin = buffer_.data() + start_;
@@ -111,7 +111,7 @@ bool LogReader::next(LogRecord& record) {
   record.raw = {buffer_.data() + start_, length};
   const bool cut = record.raw.back() != '\n' && !ended_;
   if (!inLongLine_ && !cut) readLine(record, withoutLineEnd(record.raw));
-  // A dump's reading may have moved everything.
+  // Reading a dump may have moved the bytes.
   const std::size_t taken = record.raw.size();
   const bool ends = record.raw.back() == '\n';
   line_ += record.lines > 1 ? record.lines - (ends ? 0 : 1) : (ends ? 1 : 0);
@@ -156,8 +156,8 @@ void LogReader::readEntry(LogRecord& record, std::string_view line) {
   }
 }
 
-// Takes the lines of a dump, which begins with a bracket and ends with a line that is the other
-// one; those between have a margin. One without its end is damaged as a whole.
+// Takes the lines of a dump. It begins with a bracket and ends with a line that is the closing one.
+// The lines between are indented. If the end is missing, the whole dump is damaged.
 void LogReader::readDump(LogRecord& record, std::size_t end) {
   const char* const before = record.raw.data();
   const std::string_view close = record.body == "{" ? "}" : ")";
@@ -171,10 +171,10 @@ void LogReader::readDump(LogRecord& record, std::size_t end) {
     bodyEnd = end + line.size();
     end = next;
     ++record.lines;
-    // Cut by the end of the file, or of what can be held.
+    // Cut by the end of the file, or by the longest piece that can be held.
     if (!raw.ends_with('\n')) break;
   }
-  // What was read may have moved.
+  // Reading may have moved the bytes.
   const char* const now = buffer_.data() + start_;
   const auto moved = [&](std::string_view text) {
     return std::string_view(now + (text.data() - before), text.size());

@@ -17,15 +17,15 @@
 
 namespace zorva {
 
-/// What a piece of a log is. The pieces, one behind the other, are the log to the byte.
+/// The kind of a piece of a log. Concatenated, the pieces are the log to the byte.
 enum class LogPiece {
   Entry,      ///< date, category and body; over several lines where the body is a dump
   Version,    ///< "Zorva Version: 5", the first line of a log file
   Separator,  ///< an empty line
-  Damaged,    ///< anything else: a line that was cut, glued to another one, or never was ours
+  Damaged,    ///< anything else: a line that was cut, joined to another, or not from Zorva
 };
 
-/// One piece of a log. The texts point into the reader and hold until its next piece.
+/// One piece of a log. The texts point into the reader and are valid until its next piece.
 struct LogRecord {
   LogPiece piece = LogPiece::Damaged;
   std::string_view raw;       ///< the line or lines as they stand, with their ends
@@ -34,34 +34,34 @@ struct LogRecord {
   std::string_view date;      ///< entries: as it stands
   LogTime time = 0;           ///< entries: see LogTime.h
   std::string_view category;  ///< entries: what stands between the brackets
-  std::string_view body;      ///< entries: what is behind the "]", without the last line's end
-  const EntryFormat* format = nullptr;  ///< entries: nothing for a category that is not known
-  /// Entries: by how many seconds the time is before the previous entry's; 0 where it is not. An
-  /// entry that carries another's time ([Syslog]) is never compared. Reported, not mended: the
-  /// clock was set, or the device went to another time zone.
+  std::string_view body;      ///< entries: what follows the "]", without the last line's end
+  const EntryFormat* format = nullptr;  ///< entries: null for an unknown category
+  /// Entries: seconds by which the time is before the previous entry's; 0 if it is not. An entry
+  /// that carries another's time ([Syslog]) is never compared. Times are reported, not corrected:
+  /// the clock was set, or the device moved to another time zone.
   std::int64_t backwards = 0;
 
-  /// An entry that tells the log's time: not what only quotes a message with the time it had.
+  /// An entry with the log's own time. One that quotes a message with its time is not.
   bool isTimed() const { return piece == LogPiece::Entry && category != kQuotedCategory; }
 
   static constexpr std::string_view kQuotedCategory = "Syslog";
 };
 
-/// A field of an entry. The fields' raw texts, one behind the other, are the entry's body.
+/// A field of an entry. Concatenated, the fields' raw texts are the entry's body.
 struct LogField {
   std::string_view raw;                 ///< " level=62.50%;"
   std::string_view key;                 ///< "level"; empty for a text without a key
   std::string_view value;               ///< "62.50": without the unit, where the format has one
-  const FieldFormat* format = nullptr;  ///< nothing for a key that is not known
+  const FieldFormat* format = nullptr;  ///< null for an unknown key
   std::string_view unit;  ///< as it follows the value; empty where a word stands in its place
 
-  /// The value by its type, or nothing when it is a word in the value's place, or damaged.
+  /// The value by its type; empty if it is a word in the value's place, or damaged.
   std::optional<std::int64_t> integer() const;  ///< of a hexadecimal one, too
   std::optional<double> real() const;           ///< also of an integer; "nan" and "inf" are reals
   std::optional<std::int64_t> seconds() const;  ///< of a duration "hours:minutes:seconds"
-  /// The value is one of the words that its field knows, or "(null)", or "<unknown>".
+  /// Whether the value is one of the field's words, "(null)" or "<unknown>".
   bool isWord() const;
-  /// The value is what the format says it is: a word, or a value of its type with its unit.
+  /// Whether the value is as its format says: a word, or a value of its type with its unit.
   bool isWellFormed() const;
 };
 
@@ -73,9 +73,9 @@ struct LogCounts {
   std::uint64_t backwards = 0;  ///< entries whose time is before the previous one's
 };
 
-/// Reads logs piece by piece, from first to last byte, whatever is in them. Holds one buffer of a
-/// quarter MiB, or as much as the longest piece needs, at most kLongestPiece; what is longer is
-/// given as several damaged pieces.
+/// Reads logs with any contents piece by piece, from first to last byte. Holds one buffer of a
+/// quarter MiB, or as much as the longest piece needs, at most kMaxPieceLength. A longer piece is
+/// returned as several damaged ones.
 class LogReader {
  public:
   static constexpr std::size_t kMaxPieceLength = 4 << 20;  ///< bytes
@@ -85,11 +85,11 @@ class LogReader {
 
   explicit LogReader(std::span<const EntryFormat> format = logFormat());
 
-  /// Begins with a file; what was not read of the one before is dropped. The time goes on from
+  /// Begins with a file. What was not read of the previous one is dropped. The time continues from
   /// there: files that follow one another are one log.
   void begin(Read read);
 
-  /// The next piece. False at the end, and when reading failed: then error() tells why.
+  /// The next piece. False at the end, and if reading failed: then error() has the reason.
   bool next(LogRecord& record);
 
   /// errno of the read that failed, or 0.
@@ -108,10 +108,10 @@ class LogReader {
   const EntryFormat* formatOf(std::string_view category);
 
   std::unordered_map<std::string_view, const EntryFormat*> formats_;
-  std::array<const EntryFormat*, 64> recent_{};  // by what tells most categories apart
+  std::array<const EntryFormat*, 64> recent_{};  // indexed by what differs in most categories
   Read read_;
   std::vector<char> buffer_;
-  std::size_t start_ = 0;  // of what is not given yet
+  std::size_t start_ = 0;  // of what has not been returned yet
   std::size_t end_ = 0;    // of what has been read
   bool ended_ = true;
   bool inLongLine_ = false;
@@ -122,14 +122,14 @@ class LogReader {
   std::optional<LogTime> previous_;
 };
 
-/// To read a text that is in memory and outlives the reading, at most so many bytes at a time.
+/// Reads a text in memory that outlives the reading, at most so many bytes at a time.
 LogReader::Read readFrom(std::string_view text, std::size_t most = LogReader::kMaxPieceLength);
-/// To read a stream that outlives the reading. What it could not read stays in its state.
+/// Reads a stream that outlives the reading. A failure stays in the stream's state.
 LogReader::Read readFrom(std::istream& stream);
 
-/// The fields of an entry, in their order, with what remains as texts without a key. A value may
-/// hold ";" and "=": it ends where one of the category's later keys follows. Without a known format
-/// the body is split where each piece has the form of a field, and else is one text.
+/// The fields of an entry, in their order; the rest as texts without a key. A value may hold ";"
+/// and "=": it ends where one of the category's later keys follows. Without a known format, the
+/// body is split if each piece has the form of a field, and is one text otherwise.
 void splitFields(const LogRecord& entry, std::vector<LogField>& fields);
 
 }  // namespace zorva

@@ -24,8 +24,8 @@ constexpr EntryFormat kFormat[] = {{"Battery", EntryShape::Fields, "", "", "", k
                                    {"Syslog", EntryShape::Text, "", "", ""},
                                    {"Zorva", EntryShape::Text, "", "", ""}};
 
-// Each piece in a word: its kind and number of lines, for entries the category, the fields, and how
-// far the time goes back. Checks that the pieces and the fields are the text to the byte.
+// Describes each piece by its kind and number of lines, and entries by category, fields, and how
+// far the time goes back. Checks that the concatenated pieces and fields are the text to the byte.
 std::string reported(std::string_view text, std::size_t most = LogReader::kMaxPieceLength) {
   LogReader reader(kFormat);
   reader.begin(readFrom(text, most));
@@ -117,12 +117,12 @@ const char* const kTold =
     "23 Battery level|5|%\n"
     "24 damaged\n";
 
-TEST(LogReaderTest, TellsEachPieceHoweverItIsRead) {
+TEST(LogReaderTest, FindsTheSamePiecesForAnyReadSize) {
   EXPECT_EQ(reported(kLog), kTold);
   EXPECT_EQ(reported(kLog, 1), kTold);
 }
 
-TEST(LogReaderTest, TellsThatReadingFailedAndGoesOnWithTheNextFile) {
+TEST(LogReaderTest, ReportsAFailedReadAndContinuesWithTheNextFile) {
   LogReader reader(kFormat);
   LogRecord record;
   reader.begin([](char*, std::size_t) {

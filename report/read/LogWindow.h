@@ -7,7 +7,7 @@
 
 namespace zorva {
 
-/// What of a log is asked for. Both ends belong to it.
+/// The requested part of a log. Both ends belong to it.
 struct LogWindow {
   static constexpr LogTime kAlways = std::numeric_limits<LogTime>::min();
 
@@ -17,13 +17,13 @@ struct LogWindow {
   bool holds(LogTime time) const { return since <= time && time <= until; }
 };
 
-/// Decides which pieces of a log are in a window. What has no time of its own goes with the entry
-/// before it.
+/// Decides which pieces of a log are in a window. A piece without a time of its own goes with the
+/// entry before it.
 class WindowFilter {
  public:
   explicit WindowFilter(const LogWindow& window) : window_(window) {}
 
-  /// To be asked for each piece, in the order of the log.
+  /// To be called for each piece, in the order of the log.
   bool takes(const LogRecord& record) {
     if (record.isTimed()) inside_ = window_.holds(record.time);
     return inside_;

@@ -8,8 +8,8 @@ namespace {
 
 constexpr std::size_t kHexDigitsOfAddress = 12;  // of a network card
 
-// What fields name. Those of one kind share their tokens, so that a process is the same one in
-// whatever entry it stands. Other fields' tokens are called by their keys.
+// What fields name. Names of one kind share their tokens, so that a process has the same token in
+// every entry. Tokens of other fields are named after their keys.
 struct Kind {
   std::string_view category;
   std::string_view key;
@@ -35,7 +35,7 @@ bool isDigits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
 }
 
-// Interfaces may be called after the address of their card.
+// The name of an interface may hold the address of its card.
 bool holdsCardAddress(std::string_view text) {
   std::size_t run = 0;
   for (const char byte : text) {
@@ -54,15 +54,15 @@ bool isPlainKey(std::string_view key) {
          });
 }
 
-// Every device has these.
+// Addresses that every device has.
 bool isNobodysAddress(std::string_view address) {
   return address == "0.0.0.0" || address == "::" || address == "::1" || address == "*" ||
          address == "255.255.255.255" ||
          (address.starts_with("127.") && address.find_first_not_of("0123456789.") == address.npos);
 }
 
-// Of what is harmless by its format, a value that may be something else all the same: text in which
-// further fields seem to stand.
+// Whether a value that is harmless by its format may be something else after all: text that seems
+// to hold further fields.
 bool isDoubtful(const LogField& field) {
   return !field.isWellFormed() ||
          (field.format->type == FieldType::Text && field.value.find(';') != field.value.npos);
@@ -82,7 +82,7 @@ void Redaction::append(const LogRecord& record, std::string& to) {
     case LogPiece::Damaged:
       break;
   }
-  if (record.lines == 0) {  // the rest of a line whose beginning is replaced already
+  if (record.lines == 0) {  // the rest of a line whose beginning has been replaced
     if (record.raw.ends_with('\n')) to += '\n';
     return;
   }
@@ -90,7 +90,7 @@ void Redaction::append(const LogRecord& record, std::string& to) {
   appendLines(record, token, token, to);
 }
 
-// Each line's end as it was, with other text before it.
+// Replaces the text of each line and keeps the line's end.
 void Redaction::appendLines(const LogRecord& record, std::string_view first,
                             std::string_view between, std::string& to) {
   std::string_view rest = record.raw;
@@ -106,7 +106,7 @@ void Redaction::appendLines(const LogRecord& record, std::string_view first,
 
 void Redaction::appendEntry(const LogRecord& record, std::string& to) {
   if (record.lines > 1) return appendDump(record, to);
-  const char* const behind = record.body.data() + record.body.size();
+  const char* const afterBody = record.body.data() + record.body.size();
   to.append(record.raw.data(), record.body.data());
   if (record.format == nullptr || record.format->shape == EntryShape::Text) {
     appendText(record, to);
@@ -114,10 +114,10 @@ void Redaction::appendEntry(const LogRecord& record, std::string& to) {
     splitFields(record, fields_);
     for (const LogField& field : fields_) appendField(record.category, field, to);
   }
-  to.append(behind, record.raw.data() + record.raw.size());
+  to.append(afterBody, record.raw.data() + record.raw.size());
 }
 
-// Its brackets stay, so that it still is one entry.
+// The brackets stay, so that it is still one entry.
 void Redaction::appendDump(const LogRecord& record, std::string& to) {
   const std::string token = "    " + content(record.body) + ";";
   const std::size_t headEnd = record.raw.find('\n') + 1;
@@ -169,7 +169,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   const FieldFormat& format = *field.format;
   const Privacy privacy = format.privacy;
   const std::string_view kind = kindOf(category, format);
-  // What a key that the device gives gives away; the value is a figure then.
+  // What a key from the device reveals. Its value is then a figure.
   const bool anyKey = format.key == "*";
   const bool keyIsName = anyKey && privacy == Privacy::Name;
   to += ' ';
@@ -195,7 +195,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   } else if (privacy == Privacy::Content) {
     to += content(field.value);
   } else if (format.key == "path" && field.value.find('/') != field.value.npos) {
-    // Its last part is a process's name.
+    // The last part is a process's name.
     const std::size_t slash = field.value.rfind('/');
     to += name(kind, field.value.substr(0, slash));
     to += '/';
@@ -206,7 +206,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   if (field.raw.ends_with(';')) to += ';';
 }
 
-// "198.51.100.24", or with a port behind it, which stays.
+// "198.51.100.24". If a port follows, it stays.
 void Redaction::appendAddress(std::string_view address, std::string& to) {
   std::string_view port;
   const std::size_t colon = address.rfind(':');

@@ -10,19 +10,19 @@
 
 namespace zorva {
 
-/// Rewrites a log so that it can be shared. Lines, categories, keys, figures and words stay; names,
+/// Rewrites a log so that it can be shared. Lines, categories, keys, figures and words stay. Names,
 /// addresses and contents become tokens such as "ap-1", "process-3", "ip-2", "content-7", numbered
-/// as they first occur: the same value has the same token wherever it stands, and nothing leads
-/// back from a token to its value. What is not understood (damaged lines, unknown categories,
-/// values that are not what their field says) is taken for content.
+/// as they first occur. Equal values have the same token everywhere, and no token leads back to its
+/// value. What is not understood (damaged lines, unknown categories, values that do not match their
+/// field) is treated as content.
 ///
-/// What stays tells something, too: times, figures, lengths of dumps, and which values are equal.
+/// What stays reveals something, too: times, figures, lengths of dumps, and which values are equal.
 class Redaction {
  public:
-  /// Adds the piece, rewritten, with as many lines as it had and their ends as they were.
+  /// Appends the redacted piece, with the same number of lines and the same line ends.
   void append(const LogRecord& record, std::string& to);
 
-  /// How many different values have been replaced.
+  /// The number of different values that have been replaced.
   std::uint64_t tokens() const { return names_.size() + contents_.size(); }
 
  private:
@@ -39,7 +39,7 @@ class Redaction {
 
   std::unordered_map<std::string, std::string> names_;     // by kind and value
   std::unordered_map<std::string, std::uint32_t> counts_;  // by kind
-  // By hash, as contents may be most of the log: two of the same hash would be shown as equal.
+  // By hash, as contents may be most of the log. Two with the same hash would be shown as equal.
   std::unordered_map<std::uint64_t, std::uint32_t> contents_;
   std::uint64_t damaged_ = 0;
   std::vector<LogField> fields_;

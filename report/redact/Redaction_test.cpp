@@ -16,7 +16,7 @@ std::string redacted(std::string_view text) {
   return to;
 }
 
-// The scenarios' logs, which are as they should be, go through the program (tests/redact_test.py).
+// tests/redact_test.py runs the program on the scenarios' logs, which are well formed.
 TEST(RedactionTest, WhatIsNotUnderstoodIsContent) {
   const std::string at = "11/17/26 06:28:00 ";
   const std::string glued = "[Assertion] state=held; pro" + at + "[WiFi] status=on; ap=Secret;";
@@ -36,21 +36,21 @@ TEST(RedactionTest, WhatIsNotUnderstoodIsContent) {
       {at + "[Later] secret=Secret;\r", at + "[Later] content-1\r"},
       {at + "[Syslog] a[b]: c[7]: Secret", at + "[Syslog] process-1[content-1]: content-2"},
       {at + "[Syslog] Secret[", at + "[Syslog] content-1"},
-      // Keys that are not known, and figures and words that are none.
+      // Unknown keys, and malformed figures and words.
       {at + "[WiFi] status=Secret; ap=<disassociated>; wow=on; secret=Secret;",
        at + "[WiFi] status=content-1; ap=<disassociated>; wow=on; content-2;"},
       {at + "[Battery] level=62.50%; voltage=Secret mV; current=1 Secret; usage=1:2:Secret;",
        at + "[Battery] level=62.50%; voltage=content-1 mV; current=content-2; usage=content-3;"},
       {at + "[Display] brightness=1; Secret; min=0;",
        at + "[Display] brightness=1; content-1; min=0;"},
-      // A name that looks like the next fields.
+      // A name that resembles further fields.
       {at + "[WiFi] status=on; ap=Secret; wow=on; ap=Secret; wow=off;",
        at + "[WiFi] status=on; ap=ap-1; wow=off;"},
       {at + "[Accessory] connected=yes; name=a; firmware=Secret; serial=1; firmware=2;",
        at + "[Accessory] connected=yes; name=accessory-1; firmware=2;"},
       {at + "[ProcessMonitor] a=Secret(7)=5; Secret; b(8)=6; c(9)=Secret;",
        at + "[ProcessMonitor] process-1(7)=5; content-1; process-2(8)=6; process-3(9)=content-1;"},
-      // Keys that the device gives.
+      // Keys from the device.
       {at +
            "[Network] TotalSinceLastCheck=1.0K/2.0K; TimeSinceLastCheck=5s; wlx001122334455=1b/2b;",
        at + "[Network] TotalSinceLastCheck=1.0K/2.0K; TimeSinceLastCheck=5s; interface-1=1b/2b;"},

@@ -16,11 +16,11 @@ using Values = std::vector<std::optional<double>>;
 
 constexpr std::size_t kMaxRows = 8;
 constexpr std::size_t kMaxChanges = 8;
-constexpr double kMinRatio = 1.25;  // of what is told to have changed
+constexpr double kMinRatio = 1.25;  // of a change that is reported
 
 struct KindTraits {
   const char* title;
-  double notable;  // the difference that is worth a word
+  double notable;  // the smallest difference that is reported
 };
 
 KindTraits traitsOf(Kind kind) {
@@ -55,7 +55,7 @@ std::string text(Kind kind, const std::optional<double>& value) {
   return byteCount(*value);
 }
 
-// By how much the last differs from the first.
+// The change from the first log to the last.
 std::string changeText(const ComparedFigure& figureOf) {
   const auto& before = figureOf.values.front();
   const auto& now = figureOf.values.back();
@@ -68,7 +68,7 @@ std::string changeText(const ComparedFigure& figureOf) {
              : formatText("%+.0f %%", 100 * (ratio - 1));
 }
 
-// Figures of one kind under many names, each in some of the logs.
+// Figures of one kind by name. A name may be missing from some logs.
 class Gathered {
  public:
   Gathered(Kind kind, std::size_t logs) : kind_(kind), logs_(logs) {}

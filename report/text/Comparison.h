@@ -29,8 +29,8 @@ struct ComparedFigure {
   std::vector<std::optional<double>> values;  ///< one for each log; nothing where it is not known
 };
 
-/// What can be compared: charge, then wakes, holders, processes and traffic, of each kind those
-/// first that are highest in any log.
+/// All that can be compared: charge, then wakes, holders, processes and traffic. Within a kind,
+/// those that are highest in any log come first.
 std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs);
 
 /// The page for the terminal.

@@ -17,7 +17,7 @@ void LogNews::span(const LogSpan& span) {
   const std::string what(span.what);
   switch (span.lane) {
     case Lane::Asleep:
-      // Otherwise the wake tells it.
+      // If the end is known, the wake reports it.
       if (!span.endKnown) say(span.end, "Slept " + time + "; what ended it is not in the log.");
       break;
     case Lane::Assertion:

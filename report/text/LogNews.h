@@ -8,13 +8,12 @@
 
 namespace zorva {
 
-/// Tells what happens, as it comes, in sentences: one line each, "21:46:40  ...", safe for
-/// terminals.
+/// Reports events as they come, in sentences: one line each, "21:46:40  ...", safe for terminals.
 class LogNews : public LogHistorySink {
  public:
   using Tell = std::function<void(const std::string& line)>;
 
-  /// An assertion that was held for less than this is no news.
+  /// An assertion that was held for less than this is not reported.
   static constexpr LogTime kShortestAssertion = 60;
 
   explicit LogNews(Tell tell) : print_(std::move(tell)) {}
@@ -32,7 +31,7 @@ class LogNews : public LogHistorySink {
   void say(LogTime time, const std::string& text);
 
   Tell print_;
-  std::optional<double> level_;  // that was told last
+  std::optional<double> level_;  // the last one reported
   LogTime levelTime_ = 0;
 };
 

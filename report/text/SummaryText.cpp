@@ -34,7 +34,7 @@ std::string left(std::size_t count) {
   return count > kMaxRows ? "And " + grouped(count - kMaxRows) + " more." : std::string();
 }
 
-// The level is not read at the ends of each state.
+// The level is not read exactly when a state begins or ends.
 std::string readings(const Charge& charge, LogTime whole) {
   return std::llabs(charge.seconds - whole) > whole / 10
              ? " (by readings over " + duration(charge.seconds) + ")"
@@ -52,7 +52,7 @@ std::string gained(double value) {
   return (value >= 0 ? "gained " : "used ") + percent(std::fabs(value));
 }
 
-// Of how long it was, its share, and two names.
+// Columns: a duration, its share, and two names.
 const std::vector<TextPage::Column> kTimesAndNames = {
     {"", Align::Right}, {"", Align::Right}, {"", Align::Left, true}, {"", Align::Left, true}};
 
@@ -249,7 +249,7 @@ class Writer {
     }
   }
 
-  // Of the log itself.
+  // The state of the log itself.
   void condition() {
     const std::uint64_t damaged = reading_.counts.damaged;
     if (summary_.interruptionCount == 0 && damaged == 0) return;

@@ -9,7 +9,7 @@
 
 namespace zorva {
 
-/// A line that the reader could not understand.
+/// A line that could not be read.
 struct DamagedLine {
   std::string file;
   std::uint64_t line;
@@ -28,10 +28,10 @@ struct LogReading {
   void note(const LogRecord& record, const std::string& file);
 };
 
-/// What ended it, without whom that was for.
+/// What ended it, without the process that it was for.
 std::string endOfSleep(const LogSummary::Sleep& sleep);
 
-/// What was used asleep, awake and on a charger, in sentences; none without a level.
+/// What was used asleep, awake and on a charger, in sentences; empty without a level.
 std::vector<std::string> batterySentences(const LogSummary& summary);
 
 /// The page for the terminal.

@@ -14,7 +14,7 @@ constexpr std::string_view kBold = "1";
 constexpr std::string_view kDim = "2";
 constexpr std::string_view kGap = "  ";
 
-// Roughly: most of what names are written in. Wide are the scripts of East Asia and emoji.
+// An approximation for the scripts of most names. East Asian scripts and emoji are wide.
 std::size_t columnsOf(char32_t code) {
   if ((code >= 0x300 && code < 0x370) || (code >= 0x200B && code < 0x2010) ||
       (code >= 0xFE00 && code < 0xFE10)) {
@@ -126,7 +126,7 @@ void TextPage::table(const std::vector<Column>& columns, const std::vector<Row>&
   }
   std::size_t whole = kMargin + kGap.size() * (columns.size() - 1);
   for (const std::size_t width : widths) whole += width;
-  // What is too much is taken from the widest that may be cut, again and again.
+  // Shortens the widest flexible column until the line fits.
   while (whole > style_.width) {
     std::size_t widest = columns.size();
     for (std::size_t i = 0; i < columns.size(); ++i) {

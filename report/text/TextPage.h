@@ -9,27 +9,27 @@
 
 namespace zorva {
 
-/// How a page for people looks.
+/// The layout of a page for people.
 struct TextStyle {
   std::size_t width = 80;  ///< characters of a line
   bool colour = false;
 };
 
-/// A page of sentences and tables. What comes from a log is made safe for terminals.
+/// A page of sentences and tables. Text from a log is made safe for terminals.
 class TextPage {
  public:
   enum class Align { Left, Right };
   struct Column {
     std::string_view title;
     Align align = Align::Left;
-    bool flexible = false;  ///< is cut where the line would be too long
+    bool flexible = false;  ///< may be cut if the line would be too long
   };
   using Row = std::vector<std::string>;
 
   explicit TextPage(const TextStyle& style) : style_(style) {}
 
   void heading(std::string_view title);
-  /// Broken at its blanks.
+  /// Wrapped at its blanks.
   void sentence(std::string_view text);
   void table(const std::vector<Column>& columns, const std::vector<Row>& rows);
 
@@ -43,9 +43,9 @@ class TextPage {
   std::string text_;
 };
 
-/// How many columns a terminal shows a text in.
+/// The number of terminal columns that a text takes.
 std::size_t columnsOf(std::string_view text);
-/// Cut to so many columns, with "..." where something is missing.
+/// Cut to so many columns. "..." replaces the missing part.
 std::string cutTo(std::string_view text, std::size_t columns);
 
 /// "Mon 16 Nov 2026 21:30:00".
@@ -56,8 +56,7 @@ std::string shortTime(LogTime time);
 std::string duration(LogTime seconds);
 /// "512 B", "1.2 MiB".
 std::string byteCount(double bytes);
-/// With so many digits behind the point that two or three of all say something: "0.59", "5.0",
-/// "12".
+/// With two or three significant digits: "0.59", "5.0", "12".
 std::string figure(double value);
 /// "1 sleep", "1,234 sleeps".
 std::string counted(std::uint64_t count, std::string_view one, std::string_view several);

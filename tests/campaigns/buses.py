@@ -31,9 +31,9 @@ modem = add('/Modem/0', Modem=dict(State=dbus.Int32(11), Bearers=paths('/Bearer/
 
 
 class Bus:
-    """A bus with a login manager, a Bluetooth service and a modem. Clients reach it through another one,
-    which passes on what rule(number, message, from_client) returns for each message, or ends the
-    connection at None. The number counts what the clients have sent; the first is a Hello."""
+    """A bus with a login manager, a Bluetooth service and a modem. Clients reach it through a proxy, which
+    passes on what rule(number, message, from_client) returns for each message. If that is None, it ends the
+    connection. The number counts the messages of the clients; the first is a Hello."""
 
     def __init__(self, directory):
         self.real = pathlib.Path(directory) / 'real'
@@ -65,7 +65,7 @@ class Bus:
                                                stderr=subprocess.DEVNULL)
 
     def begin(self):
-        """All services that are not there."""
+        """Starts all services that are not running."""
         with self.lock:
             missing = SERVICES.keys() - self.children.keys()
             bus = dbus.bus.BusConnection(f'unix:path={self.real}')
@@ -102,7 +102,7 @@ class Bus:
                 pass  # one of them has gone
 
     def pass_on(self, client, server):
-        begun = set()  # who has come to messages, after the two have agreed on how to talk
+        begun = set()  # ends that have authenticated and now send messages
         waiting = {client: b'', server: b''}
         while True:
             for end in select.select([client, server], [], [])[0]:
@@ -142,7 +142,7 @@ def answers(change):
 
 
 def vanishes(front, name, at, returns):
-    """A rule under which the service is killed before a message of the clients, and begins anew or not."""
+    """A rule that kills the service before a message of the clients, and restarts it or not."""
     def rule(number, message, from_client):
         if from_client and number == at:
             with front.lock:
@@ -154,7 +154,7 @@ def vanishes(front, name, at, returns):
 
 
 def swapped():
-    """Each call gets the answer to the one before: well-formed, and of a type that nobody asked for."""
+    """Each call gets the reply to the one before: well-formed, but of an unexpected type."""
     last = []
 
     def change(message):
@@ -240,10 +240,10 @@ def hold(front, tally, restarts=20):
         tally.check(not broken_lines(log.read_text()), f'{what}: {broken_lines(log.read_text())[:2]}')
 
     def descriptors():
-        time.sleep(6)  # a bus that dropped its callers is left alone for five seconds
+        time.sleep(6)  # a bus that dropped its clients is not called for five seconds
         answered('a whole bus')
         links = [os.readlink(link) for link in pathlib.Path(f'/proc/{daemon.process.pid}/fd').iterdir()]
-        # The event loop makes a timer for each clock when one first needs it, and keeps it.
+        # The event loop makes a timer for each clock at its first use, and keeps it.
         return sorted(link for link in links if link != 'anon_inode:[timerfd]')
 
     first = descriptors()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the campaigns share: a daemon under their hands, what its log has to look like, a tally."""
+"""What the campaigns share: a daemon, the form of its log, a tally."""
 import datetime
 import os
 import pathlib
@@ -12,7 +12,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
 import programs  # noqa: E402
 from programs import LOG_DIRECTORY, program, wait_for  # noqa: E402
 
-# A notification and the entry that answers it. Their order in the log tells which one is missing.
+# A notification and the entry that answers it. Their order in the log shows which one is missing.
 EVENTS = {
     'NMXDidOpenConnectionStream': '[NMX Event] type=opened_stream;',
     'NMXDidEncounterStreamEnd': '[NMX Event] type=stream_ended;',
@@ -65,7 +65,7 @@ def clear():
 
 
 def week_year(moment):
-    """The year of the moment's week in American English: that of its Saturday."""
+    """The year of the current week in American English: that of its Saturday."""
     return (moment + datetime.timedelta(days=(5 - moment.weekday()) % 7)).year
 
 
@@ -75,7 +75,7 @@ def events_in(text):
 
 
 def broken_lines(text):
-    """Lines that are neither empty, the head of a file, nor an entry that is whole."""
+    """Lines that are neither empty, nor the head of a file, nor a whole entry."""
     return [line for line in text.splitlines()
             if line and line != 'Zorva Version: 5' and not STAMP.match(line)
             or STAMP.match(line) and not line.endswith(';') and '[Zorva]' not in line
@@ -88,7 +88,7 @@ def progress(done, of, what):
 
 
 class Tally:
-    """What was tried and what was lost of it."""
+    """What was tried, and what was lost."""
 
     def __init__(self):
         self.tried = []

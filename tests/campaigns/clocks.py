@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Clocks that are set, zones that change, years that are far away. On the simulated handset; and the real
-daemon on a kernel of its own (User Mode Linux, Debian's package user-mode-linux), as its clock can be set
-without anybody else noticing. $UML says where it is."""
+daemon on a kernel of its own (User Mode Linux, Debian's package user-mode-linux), so that setting its clock
+affects nothing else. $UML is the path of that kernel."""
 import ctypes
 import datetime
 import json
@@ -39,7 +39,7 @@ def epoch(text):
 
 
 def stamps_and_silence(tally, minutes=6000):
-    """Every minute a ping and a battery that tells nothing new, and every tenth minute another clock or zone."""
+    """Every minute a ping and an unchanged battery, and every tenth minute another clock or zone."""
     numbers = random.Random(1)
     now, zone = epoch('2026-11-16 14:00:00'), 'UTC'
     steps, expected, due, last = [], [], [], now
@@ -63,16 +63,16 @@ def stamps_and_silence(tally, minutes=6000):
     found = [line for line in lines if EVENTS[PING] in line]
     tally.check(found == expected and not broken_lines(done.stdout), f'stamps: {[pair for pair in zip(found, expected) if pair[0] != pair[1]][:3]} '
                 f'{len(found)} {done.stderr[:200]}')
-    # That nothing changed for long is told by the clock alone: at once when it was set forward, and not
-    # before it has caught up when it was set back.
-    minute, told = 0, []
+    # If nothing changed for long, the clock alone triggers the entries: at once if it was set forward, and
+    # only when it has caught up if it was set back.
+    minute, reported = 0, []
     for line in lines:
         minute += EVENTS[PING] in line
         if '[ProcessMonitor]' in line and minute:
-            told.append(minute)
-    tally.check(told == due, f'news of no news: {sorted(set(told) ^ set(due))[:5]}')
+            reported.append(minute)
+    tally.check(reported == due, f'news of no news: {sorted(set(reported) ^ set(due))[:5]}')
     tally.tried.append(f'{minutes} virtual minutes, {minutes // 10} changes of clock and zone, {len(found)} stamps, '
-                       f'{len(told)} times news of no news')
+                       f'{len(reported)} times news of no news')
 
 
 def real_clock(tally, jumps=100):
@@ -95,16 +95,16 @@ def real_clock(tally, jumps=100):
         status = pathlib.Path(f'/proc/{daemon.process.pid}/status').read_text()
         return int(re.search(r'^voluntary_ctxt_switches:\s+(\d+)', status, re.M).group(1))
 
-    def told():
+    def reported():
         return len(entries(log.read_text(), 'Locale'))
 
     def move_to(new):
         nonlocal zone
         os.symlink(f'/usr/share/zoneinfo/{new}', '/etc/new')
-        before = told()
+        before = reported()
         os.rename('/etc/new', '/etc/localtime')
         if new != zone:
-            wait_for(lambda: told() > before, f'news of the zone {new}')
+            wait_for(lambda: reported() > before, f'news of the zone {new}')
         zone = new
 
     for number in range(jumps):
@@ -112,9 +112,9 @@ def real_clock(tally, jumps=100):
         to = epoch(text) if text else numbers.choice([
             time.time() - 86400, time.time() + 86400, time.time() - 0.5,
             numbers.randrange(epoch('1971-01-01'), epoch('2199-01-01'))])
-        before = told()
+        before = reported()
         time.clock_settime(time.CLOCK_REALTIME, to)
-        wait_for(lambda: told() > before, f'news of the clock at {to}')
+        wait_for(lambda: reported() > before, f'news of the clock at {to}')
         pinged()
         if text:
             time.sleep(3)  # over the edge
@@ -125,7 +125,7 @@ def real_clock(tally, jumps=100):
             tally.check((switches(), log.stat().st_size) == (before, size), 'an idle daemon is awake')
             move_to(numbers.choice(ZONES))
             pinged()
-    # The same second comes again, while the file that was begun in it is replaced.
+    # The same second occurs again while the file that was begun in it is replaced.
     move_to('UTC')
     known = [log]
     for _ in range(5):

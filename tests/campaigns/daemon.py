@@ -1,13 +1,13 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: Apache-2.0
-"""What the real daemon has to outlive, on a device of its own (needs root; touches nothing outside):
+"""What the real daemon has to survive, on a device of its own (needs root; touches nothing outside):
 
     tests/campaigns/daemon.py BIN [CAMPAIGN...]     all but soak, with the programs of the folder BIN
 
     kill      killed at 1,000 random moments: whole lines, whole preferences, a clean next start
     move      the log moved away 1,000 times under load: every entry in one file, in order, whole
     storm     100,000 notifications at once: every one answered, in order
-    disk      the log directory full, read-only, deleted and made anew
+    disk      the log directory full, read-only, deleted and created again
     bus       a message bus that hangs, breaks off, answers wrongly or late; services that vanish
     neighbours  planted files, other users' posts, hostile names
     clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
@@ -74,10 +74,10 @@ def kill(times=1000):
             plistlib.loads(PREFERENCES.read_bytes())
         extra = [path.name for path in PREFERENCES.parent.iterdir() if path != PREFERENCES]
         if len(extra) > 1:
-            lost.append(f'run {number}: left behind {extra}')
+            lost.append(f'run {number}: left over {extra}')
         clear()
         if number % 3 == 0:
-            PREFERENCES.unlink(missing_ok=True)  # so that the next one writes it anew
+            PREFERENCES.unlink(missing_ok=True)  # so that the next one writes it again
     daemon = Daemon()
     if daemon.end() != 0:
         lost.append('the last start did not end well')
@@ -143,7 +143,8 @@ def disk():
         tally.tried.append(what)
         tally.check(condition(), what)
 
-    # Full: what does not fit is lost, the rest is whole; once there is room again, so are new entries.
+    # Full: entries that do not fit are lost, the others are whole. Once there is room again, new entries are
+    # whole, too.
     run('mount', '-t', 'tmpfs', '-o', 'size=64k', 'none', directory)
     daemon = Daemon()
     [log] = wait_for(logs, 'a log')
@@ -160,7 +161,7 @@ def disk():
     check('full: entries before and after stand', lambda: len(whole) > 500)
     check('full: still running', lambda: daemon.process.poll() is None)
 
-    # Read-only: no new file can be made; the daemon stays, and goes on when one can.
+    # Read-only: no new file can be created. The daemon keeps running, and continues when one can.
     run('mount', '-o', 'remount,ro', directory)
     daemon.post('VKSSRPingGoingOut')
     time.sleep(0.3)
@@ -168,11 +169,11 @@ def disk():
     run('mount', '-o', 'remount,rw', directory)
     log.rename(LOG_DIRECTORY / 'moved')
     wait_for(logs, 'a new file')
-    check('read-only: goes on', lambda: len(logs()) == 1)
+    check('read-only: continues', lambda: len(logs()) == 1)
     daemon.end()
     run('umount', directory)
 
-    # Deleted with all that is in it, and made anew.
+    # Deleted with its contents, and created again.
     daemon = Daemon()
     [log] = wait_for(logs, 'a log')
     log.unlink()
@@ -199,7 +200,7 @@ def soak():
         return (int(re.search(r'VmRSS:\s+(\d+)', (proc / 'status').read_text()).group(1)),
                 sorted(os.readlink(link) for link in (proc / 'fd').iterdir()))
 
-    def settled():  # a descriptor may be open for a moment, and gone before it is looked at
+    def settled():  # a descriptor may be open for a moment, and closed before it is read
         measured = []
         while len(measured) < 20:
             with contextlib.suppress(FileNotFoundError):

@@ -2,12 +2,12 @@
 //
 //     fault_points SCENARIO
 //
-// The scenario is replayed once for each call that it makes of each fault point, and, where the
-// operation answers a result, once with the least and once with the greatest one at every call. A
+// The scenario is replayed once for each call that it makes of each fault point. If the operation
+// returns a result, it is also replayed with the least and with the greatest one at every call. A
 // run must end, and the entries of loggers that do not depend on the failing service must be the
 // same as without the fault. Prints a line for each point: its calls, how many of their failures
-// showed in the log or on the system log, and what was lost; status 1 when anything was. Built with
-// sanitizers it also finds bad memory accesses and leaks.
+// showed in the log or on the system log, and what was lost. The status is 1 if anything was. Built
+// with sanitizers it also finds bad memory accesses and leaks.
 
 #include <cstdio>
 #include <cstdlib>
@@ -36,13 +36,13 @@ namespace {
 
 using zorva::Descriptor;
 
-// What follows each news of the battery, and what else tells of its health.
+// The entries that follow each battery notification, and the others about its health.
 const std::set<std::string> kOnBatteryNews{
     "Battery",   "Bluetooth", "Network", "ProcessMonitor",           "WiFi",  "Assertion",
     "Telephony", "Syncward",  "Syslog",  "Baseband State Durations", "Config"};
 
-// The entries that may differ when a service fails, by the first part of the fault point's name.
-// A service that is not here may change anything.
+// The entries that may differ when a service fails, by the first part of the fault point's name. A
+// service that is not listed may change any entry.
 const std::map<std::string, std::set<std::string>> kDependents{
     {"accessories", {"Accessory"}},
     {"accountSync", {"Syncward"}},
@@ -88,7 +88,7 @@ struct Outcome {
   std::string systemLog;
 };
 
-// The log's entries by their category; what is none of them has its own.
+// The log's entries by category. Pieces that are not entries have their own.
 std::map<std::string, std::string> byCategory(const std::string& log) {
   std::map<std::string, std::string> entries;
   zorva::LogReader reader;
@@ -104,7 +104,7 @@ class Campaign {
  public:
   explicit Campaign(std::string scenario) : scenario_(std::move(scenario)) {}
 
-  // Replays with one fault, or none. With `points`, it is given how often each was called.
+  // Replays with one fault, or none. With `points`, counts the calls of each.
   std::optional<Outcome> replay(const Fault& fault, std::map<std::string, int>* points) const {
     const Descriptor output(::memfd_create("log", MFD_CLOEXEC));
     std::ostringstream systemLog;
@@ -139,7 +139,7 @@ class Campaign {
     return outcome;
   }
 
-  // What the entries of other loggers lost by the fault, for people; empty when nothing.
+  // Describes what the entries of other loggers lost by the fault; empty if nothing.
   static std::string damage(const std::string& point, const Outcome& usual, const Outcome& failed) {
     const auto dependents = kDependents.find(point.substr(0, point.find('.')));
     if (dependents == kDependents.end()) return {};
@@ -162,7 +162,7 @@ class Campaign {
     return handset.faults().results(point);
   }
 
-  // Every call of one point; false when something was lost.
+  // Fails every call of one point; false if something was lost.
   bool failEachCall(const std::string& point, int calls, const Outcome& usual) const {
     int shown = 0;
     std::string damaged;

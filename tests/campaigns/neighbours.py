@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Neighbours who mean harm: planted files, posts of other users, names that are no names."""
+"""Hostile local users: planted files, posts of other users, malformed names."""
 import ctypes
 import datetime
 import os
@@ -26,7 +26,7 @@ MARKS = '\u200e\u200f\u061c\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u206
 
 
 def shown(name):
-    """How a text from outside has to stand in an entry."""
+    """The form that a text from outside has in an entry."""
     return ''.join('\ufffd' if '\udc80' <= c <= '\udcff' else
                    ''.join(f'\\x{byte:02x}' for byte in c.encode())
                    if unicodedata.category(c) in ('Cc', 'Zl', 'Zp') or c in MARKS else c
@@ -34,7 +34,7 @@ def shown(name):
 
 
 def plants(victim):
-    """What a neighbour may put where a file will be made, and how."""
+    """What another user may put where a file will be created, and how."""
     return {'a link': lambda path: path.symlink_to(victim),
             'a link to nothing': lambda path: path.symlink_to(victim.with_name('made')),
             'a hard link': lambda path: path.hardlink_to(victim),
@@ -46,7 +46,7 @@ def plants(victim):
 
 
 def make_victim(directory):
-    """A file of root's that must stay as it is, and beside which nothing may come into being."""
+    """A file of root's that must not change, and beside which no file may be created."""
     victim = directory / 'victim'
     victim.write_text(SECRET)
     victim.chmod(0o600)
@@ -90,7 +90,7 @@ def log_names(tally):
     kinds = plants(victim)
     for what, plant in kinds.items():
         for attempts in range(9), range(10):  # one name is left, or none
-            time.sleep(1.1)  # the name that the log gives up is of the past
+            time.sleep(1.1)  # the name that the log leaves is in the past
             planted = list(next_names(attempts))
             for path in planted:
                 plant(path)
@@ -104,7 +104,7 @@ def log_names(tally):
             log = begun(planted)
             for path in [*planted, LOG_DIRECTORY / 'moved']:
                 remove(path)
-        # Where the log was: what is written from now on must not be lost in a file without a name.
+        # At the log's own path: later entries must not be lost in a file without a name.
         if what != 'a directory':
             plant(LOG_DIRECTORY / 'moved')
             (LOG_DIRECTORY / 'moved').rename(log)
@@ -139,8 +139,8 @@ def preferences(tally):
             daemon.post(PING)
             wait_for(lambda: EVENTS[PING] in log.read_text(), f'an answer with {what}')
             tally.check(daemon.end() == 0 and unharmed(), f'{what} at {place}: the victim is harmed')
-            told = run('grep', '-rlF', SECRET.strip(), PREFERENCES.parents[2]).stdout.split()
-            tally.check(all(os.path.samefile(path, victim) for path in told), f'{what}: the secret is in {told}')
+            found = run('grep', '-rlF', SECRET.strip(), PREFERENCES.parents[2]).stdout.split()
+            tally.check(all(os.path.samefile(path, victim) for path in found), f'{what}: the secret is in {found}')
             clear()
     remove(directory)
     victim.unlink()
@@ -148,7 +148,7 @@ def preferences(tally):
 
 
 def posts(tally, count=2000):
-    """Another user posts among root: root is heard, in order, and nobody else."""
+    """Another user posts between posts of root: only those of root are received, in order."""
     daemon = Daemon()
     [log] = wait_for(logs, 'a log')
     code = ('import socket, sys; s = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM); s.connect(sys.argv[1])\n'
@@ -156,7 +156,7 @@ def posts(tally, count=2000):
     other = {'args': [sys.executable, '-c', code, daemon.path], 'user': NEIGHBOUR, 'group': NEIGHBOUR,
              'stderr': subprocess.PIPE}
     tally.check(b'PermissionError' in subprocess.run(**other).stderr, 'the socket is open to others')
-    os.chmod(daemon.path, 0o666)  # only the check of the sender is left
+    os.chmod(daemon.path, 0o666)  # only the check of the sender remains
     with subprocess.Popen(**other) as poster:
         for _ in range(count):
             daemon.post(PING)

@@ -11,7 +11,7 @@ from programs import ROOT, program, run
 
 EVENTS_A_DAY = 720
 DESCRIPTORS = 8
-# What the scenario of a day leaves behind is put back for the next one.
+# Undoes what the scenario of a day has changed, for the next one.
 NIGHT = '''  - at: 17:40:00
     processes: {end: 121}
     accessories: {disconnect: 0x22}
@@ -22,7 +22,7 @@ NIGHT = '''  - at: 17:40:00
 
 
 def days(count):
-    """The scenario of so many days, with events between its steps that many loggers answer."""
+    """The scenario of so many days, with events between its steps that many loggers handle."""
     head, day = re.split(r'^steps:\n', (ROOT / 'scenarios/day.yaml').read_text(), 1, re.M)
     day = re.sub(r'^end:.*', '\n' + NIGHT, day, 0, re.M)
     names = list(EVENTS)
@@ -53,7 +53,7 @@ def week(count=7):
         if shutil.which('valgrind'):
             run('valgrind', '--tool=massif', '--max-snapshots=200', f'--massif-out-file={measured}',
                 program('zorva-sim'), scenario, timeout=600)
-            # Reading the scenario takes most. From then on its steps are used up.
+            # Reading the scenario takes most memory. From then on its steps are used up.
             series = [int(size) >> 10 for size in re.findall(r'^mem_heap_B=(\d+)', measured.read_text(), re.M)]
             after = series[series.index(max(series)) + 1:]
             first, last = statistics.median(after[:10]), statistics.median(after[-10:])

@@ -20,7 +20,7 @@ inline std::string takeText(int file) {
 }
 
 /// Ends the program unless a log is whole lines that can be shown, of entries that the manual
-/// knows. Returns how many entries there are.
+/// lists. Returns the number of entries.
 inline std::size_t checkLog(const std::string& text) {
   static LogReader reader;  // its buffer costs more than most logs
   const std::uint64_t before = reader.counts().entries;

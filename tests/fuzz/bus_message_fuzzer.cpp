@@ -1,9 +1,9 @@
-// Services on the bus may answer anything that the bus carries. Whatever it is, in whatever order:
-// what is made of it is in range, and the texts can be shown.
+// Services on the bus may send anything that the bus carries. For any messages in any order, the
+// values read from them are in range, and the texts can be shown.
 //
-// An input is spent on the answers to the clients' calls and on the signals that follow: what they
-// are made of, their texts and their numbers. The clients are the real ones; of LinuxBus the linker
-// finds the one below, which asks the input.
+// An input provides the replies to the clients' calls and the signals that follow: their types,
+// texts and numbers. The clients are the real ones. The LinuxBus is the one below, which reads the
+// input.
 
 #include <bit>
 #include <cstdint>
@@ -34,7 +34,7 @@ std::uint8_t next() {
   return sAt < sEnd ? *sAt++ : 0;
 }
 
-// What the clients look for, a blank before each.
+// Words that the clients search for, each after a blank.
 constexpr std::string_view kWords =
     " org.freedesktop.ModemManager1.Modem org.freedesktop.ModemManager1.Modem.Modem3gpp"
     " org.freedesktop.ModemManager1.Modem.Signal org.freedesktop.ModemManager1.Modem.Location"
@@ -97,7 +97,7 @@ void append(sd_bus_message* message, std::string_view types, int depth = 0) {
         contain(type, sAt < sEnd && depth < 8 ? kTypes[next() % std::size(kTypes)] : "b", 1);
         break;
       case 's':
-        // The bus carries nothing but UTF-8.
+        // The bus carries only UTF-8.
         if (sd_bus_message_append_basic(message, type, word().c_str()) < 0) {
           sd_bus_message_append_basic(message, type, "\x1b\u202e");
         }
@@ -122,7 +122,7 @@ void append(sd_bus_message* message, std::string_view types, int depth = 0) {
 }
 
 BusMessage makeMessage(const char* types) {
-  static sd_bus* const wire = [] {  // a connection that never comes about
+  static sd_bus* const wire = [] {  // a connection that is never established
     sd_bus* bus = nullptr;
     int sockets[2];
     REQUIRE(::socketpair(AF_UNIX, SOCK_STREAM, 0, sockets) == 0);

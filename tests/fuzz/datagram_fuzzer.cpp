@@ -1,6 +1,6 @@
-// Datagrams: what anybody sends to the notification socket, and the kernel's netlink answers.
-// Whatever they are, a post is heard exactly when it is one, nothing is read past a message's end,
-// and what is read is in range.
+// Datagrams: anything sent to the notification socket, and the kernel's netlink replies. For any
+// bytes, a datagram is received as a post exactly if it is one, nothing is read past a message's
+// end, and the values read are in range.
 //
 // An input is a byte for the kind and the datagram.
 
@@ -77,7 +77,7 @@ void checkNetlink(std::span<std::uint8_t> bytes) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static zorva::Daemon daemon;
   if (size == 0) return 0;
-  // A copy of just the datagram, aligned as one is.
+  // A copy of exactly the datagram, with its alignment.
   const auto bytes = std::make_unique<std::uint8_t[]>(size - 1);
   std::copy(data + 1, data + size, bytes.get());
   if (data[0] % 2 == 0) {

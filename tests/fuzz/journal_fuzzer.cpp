@@ -1,11 +1,11 @@
-// Whoever may write to the journal decides on every field of an entry. Whatever is there, missing,
-// there twice or removed between two searches: each message is copied once, as one line that can be
-// shown, and none that a Zorva wrote.
+// Anyone who can write to the journal decides on every field of an entry. If fields are of any
+// kind, missing, there twice or removed between two searches, each message is still copied once, as
+// one line that can be shown. Messages of Zorva itself are never copied.
 //
-// An input is the journal: fields "NAME=VALUE", each ended by a NUL, with an empty one behind each
-// entry. A value's "\1" stands for NUL. A field of one byte is no field: there a search takes
-// place, and so many entries are removed. The journal is the library's, but for its calls, which
-// are here.
+// An input is the journal: fields "NAME=VALUE", each ended by a NUL, with an empty one after each
+// entry. A value's "\1" stands for NUL. A field of one byte is not a field: there a search takes
+// place, and so many entries are removed. The calls of the journal's library are replaced by those
+// below.
 
 #include <algorithm>
 #include <charconv>
@@ -24,7 +24,7 @@ namespace {
 using Entry = std::vector<std::string>;
 
 std::vector<Entry> sEntries;
-int sFirst = 0;  // that was not removed
+int sFirst = 0;  // the first that was not removed
 
 }  // namespace
 
@@ -102,7 +102,7 @@ namespace {
 
 constexpr std::size_t kMaxEntries = 64;  // few enough for one search to copy
 
-// Whether a Zorva wrote it: of fields that are there twice the first counts.
+// Whether Zorva wrote it. If a field is there twice, the first counts.
 bool isOurs(const Entry& entry) {
   for (const char* name : {"SYSLOG_IDENTIFIER=", "_COMM="}) {
     for (const std::string& field : entry) {

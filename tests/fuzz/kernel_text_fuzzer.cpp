@@ -1,6 +1,6 @@
 // Procfs, sysfs and the system's small files may hold anything: names that processes gave
-// themselves, a driver's nonsense. Whatever it is: figures are in range, texts can be shown, and
-// what is cut short is refused.
+// themselves, a driver's nonsense. For any contents, figures are in range, texts can be shown, and
+// truncated data are rejected.
 //
 // An input is a byte for the group of files and their contents, divided by NUL bytes.
 
@@ -51,7 +51,8 @@ struct Root : DirectoryForTest {
 
 struct Device : SystemLog {
   void write(std::string_view) override {}
-  // The files of a group, a blank before each, with the contents; what is empty is not there.
+  // Writes the files of a group, each after a blank, with the contents. An empty file is not
+  // created.
   void fill(std::string_view group, const Pieces& contents) {
     const Pieces files = piecesOf(group.substr(1), ' ');
     for (std::size_t i = 0; i < files.size(); ++i) {
@@ -81,7 +82,7 @@ bool inRange(const TimeValue& time) {
   return time.seconds >= 0 && time.microseconds >= 0 && time.microseconds < 1000000;
 }
 
-// Every real finite, and every integer one of 32 bits.
+// Whether every real is finite and every integer has 32 bits.
 bool inRange(const Dictionary& figures) {
   return std::all_of(figures.begin(), figures.end(), [](const auto& figure) {
     const Value& value = figure.second;

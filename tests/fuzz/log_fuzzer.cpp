@@ -1,6 +1,6 @@
-// A log may be damaged in any way, and what is in it was named by strangers. Whatever the bytes:
-// the reader gives all of them, its fields are the entry, however much comes at a time; and a
-// redacted log has the same lines and can be read, and redacted again, as the same kinds of lines.
+// A log may be damaged in any way, and strangers chose the names in it. For any bytes, the reader
+// returns all of them, and the fields are the entry, however much is read at a time. A redacted log
+// has the same lines, and can be read and redacted again as the same kinds of lines.
 //
 // An input is a byte for how much is read at a time, and the log.
 
@@ -17,16 +17,16 @@
 namespace zorva {
 namespace {
 
-struct Told {
+struct Reading {
   std::string redacted;
-  std::string categories;  // of the entries; "-" for what is none
+  std::string categories;  // of the entries; "-" for other pieces
 };
 
-Told tell(std::string_view text, std::size_t most) {
+Reading readAll(std::string_view text, std::size_t most) {
   static LogReader reader;  // one for all inputs: its buffer costs more than most of them
   const std::uint64_t before = reader.counts().bytes;
   reader.begin(readFrom(text, most));
-  Told reported;
+  Reading reading;
   Redaction redaction;
   LogRecord record;
   std::vector<LogField> fields;
@@ -37,10 +37,10 @@ Told tell(std::string_view text, std::size_t most) {
     REQUIRE(record.line == lines && record.lines > 0);
     at += record.raw.size();
     lines += static_cast<std::uint64_t>(std::count(record.raw.begin(), record.raw.end(), '\n'));
-    redaction.append(record, reported.redacted);
-    REQUIRE(std::count(reported.redacted.begin(), reported.redacted.end(), '\n') + 1 ==
+    redaction.append(record, reading.redacted);
+    REQUIRE(std::count(reading.redacted.begin(), reading.redacted.end(), '\n') + 1 ==
             static_cast<std::ptrdiff_t>(lines));
-    reported.categories += record.piece == LogPiece::Entry ? std::string(record.category) : "-";
+    reading.categories += record.piece == LogPiece::Entry ? std::string(record.category) : "-";
     if (record.piece != LogPiece::Entry) continue;
     splitFields(record, fields);
     std::string body;
@@ -54,7 +54,7 @@ Told tell(std::string_view text, std::size_t most) {
   }
   REQUIRE(at == text.size() && reader.error() == 0);
   REQUIRE(reader.counts().bytes - before == text.size());
-  return reported;
+  return reading;
 }
 
 }  // namespace
@@ -63,10 +63,10 @@ Told tell(std::string_view text, std::size_t most) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::string text(data + 1, data + size);
-  const zorva::Told whole = zorva::tell(text, text.size() + 1);
-  const zorva::Told pieces = zorva::tell(text, data[0] + std::size_t{1});
+  const zorva::Reading whole = zorva::readAll(text, text.size() + 1);
+  const zorva::Reading pieces = zorva::readAll(text, data[0] + std::size_t{1});
   REQUIRE(whole.redacted == pieces.redacted && whole.categories == pieces.categories);
-  const zorva::Told again = zorva::tell(whole.redacted, text.size() + 1);
+  const zorva::Reading again = zorva::readAll(whole.redacted, text.size() + 1);
   // A damaged dump's lines are replaced one by one.
   std::string known = whole.categories;
   std::string still = again.categories;

@@ -1,6 +1,6 @@
-// The user may put anything into the preferences file. Whatever it is: what is in it is answered,
-// what is set can be read again and leaves the rest as it was, and a file that is none is kept
-// aside byte for byte.
+// The user may put anything into the preferences file. For any contents, its values are returned, a
+// value that is set can be read again and leaves the rest unchanged, and a file that is not a
+// preferences file is kept aside byte for byte.
 //
 // An input is a byte for the length of a key and for whether the file lies on a disk, that key, and
 // the file.
@@ -36,7 +36,7 @@ struct Place : AccountDatabase, SystemLog {
   PosixFileSystem files{root / ""};
 };
 
-// Without what a file cannot hold: entries that are nothing, and fractions of a second.
+// Without what a file cannot hold: empty entries, and fractions of a second.
 Value storable(const Value& value) {
   if (const auto date = value.date()) return Date(std::chrono::floor<std::chrono::seconds>(*date));
   if (const auto* list = value.list()) {
@@ -53,7 +53,7 @@ Value storable(const Value& value) {
     }
     return kept;
   }
-  return std::isnan(value.real()) ? Value("not a number") : value;  // which equals nothing
+  return std::isnan(value.real()) ? Value("not a number") : value;  // NaN does not equal itself
 }
 
 // The values of our keys in the list, one after another.

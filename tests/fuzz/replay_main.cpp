@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
       if (!entry.is_regular_file()) continue;
       std::ifstream file(entry.path(), std::ios::binary);
       const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-      // Said before, so that the file is known when it ends the program.
+      // Printed before, so that the file is known if it ends the program.
       std::printf("%s\n", entry.path().c_str());
       std::fflush(stdout);
       const std::vector<std::uint8_t> input(bytes.begin(), bytes.end());

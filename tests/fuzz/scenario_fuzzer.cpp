@@ -1,6 +1,6 @@
-// A scenario is typed by people, and its texts stand for what strangers name. Whatever it is: it is
-// refused at a place in the file, or runs to its end, the same way each time, and what the loggers
-// write of it are entries that can be shown.
+// People type scenarios, and their texts stand for names from strangers. Any input is rejected at a
+// place in the file, or runs to its end with the same result each time, and the entries that the
+// loggers write can be shown.
 //
 // An input is the scenario.
 
@@ -26,11 +26,11 @@ void checkRefusal(const std::string& message, const std::string& text) {
   const auto ends =
       std::count_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; });
   REQUIRE(line > 0 && line <= ends + 1 && column > 0);
-  // The library counts U+FFFD for a bad byte, and the bytes behind the end that it looks for.
+  // The library counts a bad byte as U+FFFD, and the bytes after the end that it looks for.
   REQUIRE(static_cast<std::size_t>(column) <= 3 * text.size() + 8);
 }
 
-// What is written, or nothing when the scenario is refused.
+// The log, or nothing if the scenario is rejected.
 std::string run(const std::string& text) {
   static const int log = ::memfd_create("log", MFD_CLOEXEC);
   SimHandset handset;

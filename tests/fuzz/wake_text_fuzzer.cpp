@@ -1,5 +1,5 @@
-// What wakes the device is told in bytes from outside. Whatever they are: nothing is read past its
-// end, what comes out is whole lines that can be shown, and a refusal says why, once.
+// The reason of a wake arrives in bytes from outside. For any bytes, nothing is read past their
+// end, the output is whole lines that can be shown, and a rejection gives its reason, once.
 //
 // An input is a byte for the wake type, a byte each for a field's cursor and length, and the text.
 
@@ -17,7 +17,7 @@
 namespace zorva {
 namespace {
 
-// A process with a socket at port 5353 and one at 443, and what looks for it.
+// A process with a socket at port 5353 and one at 443, and the tracker that finds it.
 struct Device {
   SimParts parts;
   SimClock clock{Date{}};
@@ -56,14 +56,14 @@ void checkAnalysis(Device& device, std::string_view text, std::int32_t type) {
     for (const auto& [category, body] : *bodies) {
       REQUIRE(isOneLine(body) && body.starts_with(' ') && body.ends_with(';'));
     }
-    // A lookup exactly where there is a port to look up.
+    // A lookup takes place exactly if there is a port to look up.
     const std::string& packet = bodies->front().second;
     const bool hasPort = packet.starts_with(" version=") &&
                          packet.find(" dest_port=") != packet.npos &&
                          packet.find(" dest_port=0;") == packet.npos;
     REQUIRE(hasPort == (bodies->size() == 2));
   }
-  // Nothing stays behind that would change the next answer.
+  // No state remains that would change the next result.
   REQUIRE(device.tracker.analyzePacketType(text, type) == bodies);
   REQUIRE(device.systemLog.takeLines() == lines);
 }
@@ -87,7 +87,7 @@ void checkField(Device& device, std::string_view text, std::uint32_t at, std::ui
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static zorva::Device device;
   if (size < 3) return 0;
-  // A copy of just the text, so that a byte too far is found.
+  // A copy of exactly the text, so that a read past its end is found.
   const std::string text(data + 3, data + size);
   zorva::checkAnalysis(
       device, text,

@@ -7,7 +7,7 @@
 
 namespace zorva {
 
-/// A log that a test reads. A line that nobody took fails the test.
+/// A log that a test reads. A line that the test did not take fails it.
 class LogCapture {
  public:
   LogCapture();
@@ -28,7 +28,7 @@ class LogCapture {
 /// The entry without its date: "[Battery] level=87.00%;". A line that is no entry fails the test.
 std::string withoutDate(const std::string& line);
 
-/// Fails the test when there are lines, naming them.
+/// If there are lines, fails the test and names them.
 void expectNoLines(const char* where, const std::vector<std::string>& lines);
 
 }  // namespace zorva

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Makes one C++ file of what the page is made of: assemble.py LIBRARY.js LIBRARY.css OUT.cpp.
+"""Makes one C++ file of the parts of the page: assemble.py LIBRARY.js LIBRARY.css OUT.cpp.
 
 The page may run and load nothing but the scripts and the style that are in it: its policy names them
 by their hashes.
@@ -32,7 +32,7 @@ def literal(text):
 
 
 def without_map(text):
-    """The maps of minified files lie elsewhere."""
+    """Removes the reference to a source map, which the page does not have."""
     return re.sub(r'/[/*]# sourceMappingURL=.*', '', text).strip()
 
 

@@ -1,4 +1,4 @@
-// The cursor, and all that pointers and keys do to it and to what is shown.
+// The cursor, and how pointers and keys change it and the visible range.
 
 class Cursor {
   constructor(lanes, now, onLines) {
@@ -9,7 +9,7 @@ class Cursor {
     this.announcement = document.getElementById('announcement');
     this.pointers = new Map();
     this.listen();
-    // Seconds of the log: those since 1970 are more than browsers tell apart here.
+    // Seconds of the log: browsers do not distinguish neighbouring seconds since 1970 here.
     this.stack.setAttribute('aria-valuemin', 0);
     this.stack.setAttribute('aria-valuemax', this.view.end - this.view.begin);
     this.view.on('cursor range look', () => this.paint());
@@ -99,7 +99,7 @@ class Cursor {
     this.drag = null;
   }
 
-  // Two fingers hold two moments of the log.
+  // Each of two fingers holds a moment of the log.
   beginPinch() {
     this.held = [...this.pointers.values()].map(({x}) => this.lanes.timeAt(x));
     this.drag = null;
@@ -156,9 +156,9 @@ class Cursor {
     if (!action) return;
     action();
     event.preventDefault();
-    // Once the keys are still, what is there is told in words.
-    clearTimeout(this.telling);
-    this.telling = setTimeout(() => { this.announcement.textContent = this.now.sentence(); }, 400);
+    // Once the keys are still, the moment is described in words.
+    clearTimeout(this.announcing);
+    this.announcing = setTimeout(() => { this.announcement.textContent = this.now.sentence(); }, 400);
   }
 
   toWake(at, direction) {
@@ -168,7 +168,7 @@ class Cursor {
   }
 }
 
-// The whole log in little, with what is shown of it.
+// A small view of the whole log, in which the visible range is marked.
 class Overview {
   constructor(lanes) {
     Object.assign(this, {lanes, view: lanes.view, canvas: document.getElementById('overview')});

@@ -1,5 +1,5 @@
-// The sampled values, each a chart of its own over the same time. Drawn by dygraphs, which is told
-// numbers only: it writes its labels as markup.
+// The sampled values, each a chart of its own over the same time. dygraphs draws them. It is given
+// only numbers, because it writes its labels as markup.
 
 const kCurves = [
   {name: 'level', label: 'Battery', unit: '%', height: 92, colour: '--level', fill: true,
@@ -12,7 +12,7 @@ const kCurves = [
    most: 0, span: 10},
 ];
 
-// The style's colours and fonts, asked for once a theme: asking takes long.
+// The style's colours and fonts, read once per theme because reading takes long.
 const kStyleValues = new Map();
 function styleValue(name) {
   if (!kStyleValues.has(name)) {
@@ -21,7 +21,7 @@ function styleValue(name) {
   return kStyleValues.get(name);
 }
 
-// Fills stretches of time; those that a pixel cannot tell apart as one.
+// Fills stretches of time. Those less than a pixel apart are filled as one.
 function shade(context, spans, x, top, height, least, most) {
   let left = 0, right = -Infinity;
   const fill = () => {
@@ -40,17 +40,17 @@ function shade(context, spans, x, top, height, least, most) {
   fill();
 }
 
-// Of what dygraphs can show, axes and grids are used; its legend would style itself as the page's
-// policy does not allow.
+// Of dygraphs' plugins, axes and grids are used. Its legend would set its own style, which the
+// page's policy forbids.
 Dygraph.PLUGINS = [Dygraph.Plugins.Axes, Dygraph.Plugins.Grid];
 
-// Round values in the range, as many as can be read beside so many pixels.
+// Round values in the range, as many as are readable in so many pixels.
 function roundValues([least, most], height) {
   const rough = (most - least) / (height / 18);
   const power = 10 ** Math.floor(Math.log10(rough));
   const step = [1, 2, 5, 10].map((one) => one * power).find((one) => one >= rough);
   const values = [];
-  const margin = (most - least) * 9 / height;  // half of what is written
+  const margin = (most - least) * 9 / height;  // half the height of a label
   for (let i = Math.ceil((least + margin) / step); i * step <= most - margin; ++i) values.push({v: i * step, label: amount(i * step, 3)});
   return values;
 }
@@ -69,7 +69,7 @@ class Curves {
     view.on('look', () => this.restyle());
   }
 
-  // Where time is drawn, in pixels of the stack: the lanes keep to it.
+  // Where time is drawn, in pixels of the stack. The lanes use the same place.
   static plot(width) {
     const narrow = width < 600;
     const left = narrow ? 40 : 140;
@@ -96,7 +96,7 @@ class Curves {
     const margin = Math.max((most - least) * 0.12, (curve.span - (most - least)) / 2);
     const range = [Math.max(least - margin, curve.least ?? -Infinity),
                    Math.min(most + margin, curve.most ?? Infinity)];
-    // The last value holds to the end of the log.
+    // The last value holds until the end of the log.
     const shown = [...points, [Math.max(this.data.end, points.at(-1)[0]), points.at(-1)[1]]];
     const dygraph = new Dygraph(chart, shown, {
       labels: ['time', curve.label],
@@ -160,8 +160,8 @@ class Curves {
     }
   }
 
-  // What was sampled last, for each curve, and where it changes from there to the next sample, that
-  // one, too.
+  // For each curve the last sample. If the curve changes from there to the next sample, that one,
+  // too.
   at(time) {
     const found = [];
     for (const {curve} of this.charts) {

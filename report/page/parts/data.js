@@ -1,6 +1,6 @@
 // The log's data, as PageWriter left them in the page.
 
-// An element is read once and then let go: a long log's are some megabytes.
+// An element is read once and then removed: the data of a long log take some megabytes.
 function readElement(id) {
   const element = document.getElementById(id);
   const text = element.textContent;
@@ -8,7 +8,7 @@ function readElement(id) {
   return JSON.parse(text);
 }
 
-// Spans are numbers one behind the other; times and positions are differences to the one before.
+// Spans are consecutive numbers. Times and positions are differences from those of the span before.
 function readSpans(numbers, texts, begin) {
   const kBeginUnknown = 1, kEndUnknown = 2, kMerged = 4;
   const spans = [];
@@ -44,8 +44,8 @@ function readCurve(numbers, begin) {
 }
 
 // How the processes, in seconds, and the modem, in milliseconds, used the time between two samples.
-function readWork(told, texts, begin) {
-  return told.map(([at, length, first, amount, ...numbers]) => {
+function readWork(stored, texts, begin) {
+  return stored.map(([at, length, first, amount, ...numbers]) => {
     const uses = [];
     for (let i = 0; i < numbers.length; i += 3) {
       uses.push({name: texts[numbers[i]], pid: numbers[i + 1], amount: numbers[i + 2]});
@@ -54,32 +54,33 @@ function readWork(told, texts, begin) {
   });
 }
 
-// Everything on the axis is in seconds that never go back. `clock` tells the local time: from its
-// first number on, it is the axis' minus its second; its third is by how much it leapt there.
+// All times on the axis are in seconds that never go back. `clock` gives the local time: from its
+// first number on, it is the time on the axis minus the second number. The third number is the size
+// of the leap there.
 function readTimeline() {
-  const told = readElement('timeline');
-  const [begin, end] = told.range;
-  const data = {begin, told: end, end: Math.max(end, begin + 1), clock: [], lanes: {}, merged: {}, curves: {},
-                traffic: [], work: readWork(told.work, told.texts, begin),
-                modem: readWork(told.modem, told.texts, begin)};
-  for (let i = 0; i < told.clock.length; i += 3) {
-    data.clock.push({at: told.clock[i], shift: told.clock[i + 1], jump: told.clock[i + 2]});
+  const stored = readElement('timeline');
+  const [begin, end] = stored.range;
+  const data = {begin, lastEntry: end, end: Math.max(end, begin + 1), clock: [], lanes: {}, merged: {}, curves: {},
+                traffic: [], work: readWork(stored.work, stored.texts, begin),
+                modem: readWork(stored.modem, stored.texts, begin)};
+  for (let i = 0; i < stored.clock.length; i += 3) {
+    data.clock.push({at: stored.clock[i], shift: stored.clock[i + 1], jump: stored.clock[i + 2]});
   }
-  for (const [name, lane] of Object.entries(told.lanes)) {
-    data.lanes[name] = readSpans(lane.spans, told.texts, begin);
+  for (const [name, lane] of Object.entries(stored.lanes)) {
+    data.lanes[name] = readSpans(lane.spans, stored.texts, begin);
     data.merged[name] = lane.merged;
   }
-  for (const [name, curve] of Object.entries(told.curves)) {
+  for (const [name, curve] of Object.entries(stored.curves)) {
     data.curves[name] = {width: curve.width, points: readCurve(curve.points, begin)};
   }
-  for (let i = 0; i < told.traffic.length; i += 4) {
-    const [at, length, received, sent] = told.traffic.slice(i, i + 4);
+  for (let i = 0; i < stored.traffic.length; i += 4) {
+    const [at, length, received, sent] = stored.traffic.slice(i, i + 4);
     data.traffic.push({begin: begin + at, end: begin + at + length, received, sent});
   }
   return data;
 }
 
-// The last index whose begin is not after the time, or -1.
+// The last index whose begin is not later than the time, or -1.
 function lastBefore(items, time, key = 'begin') {
   let low = 0, high = items.length;
   while (low < high) {

@@ -69,7 +69,7 @@ class Lanes {
       this.paintLabel(context, row);
       context.save();
       context.beginPath();
-      // A mark on the edge is whole.
+      // A mark on the edge is drawn whole.
       const over = row.lane.kind === 'marks' ? 6 : 0;
       context.rect(this.plot.left - over, row.top, this.plot.width + 2 * over, row.height);
       context.clip();
@@ -95,7 +95,7 @@ class Lanes {
     const {left, width} = this.plot;
     const {step, ticks} = this.clock.ticks(this.view.from, this.view.to, this.perPixel * (this.plot.narrow ? 62 : 80));
     const taken = [];
-    // In the middle of x, or from there on, but inside; not at all where something stands already.
+    // Centred on x, or from there on, but inside; not drawn where another text is.
     const text = (words, x, y, colour, font, share = 0.5) => {
       context.font = `${font} 11px ${styleValue('--font')}`;
       context.fillStyle = this.colour(colour);
@@ -116,7 +116,7 @@ class Lanes {
     }
   }
 
-  // Where the clock was set by more than a minute.
+  // The times at which the clock was set by more than a minute.
   leaps() {
     return this.data.clock.filter(({at, jump}) => Math.abs(jump) >= 60 && at >= this.view.from && at <= this.view.to);
   }
@@ -149,12 +149,12 @@ class Lanes {
     context.fillStyle = this.colour('--text');
     const [x, y] = this.plot.narrow ? [6, row.top + 9] : [12, row.top + row.height / 2];
     const room = this.plot.narrow ? this.plot.width : this.plot.left - 20;
-    // The end of an application's id tells most.
+    // The end of an application's id says most.
     const fits = context.measureText(row.label).width <= room;
     context.fillText(this.fit(context, fits ? row.label : row.label.split('.').at(-1), room), x, y);
   }
 
-  // As much of a text as there is room for.
+  // As much of a text as fits.
   fit(context, text, room) {
     if (context.measureText(text).width <= room) return text;
     let length = Math.min(text.length, Math.ceil(room / 4));
@@ -171,7 +171,7 @@ class Lanes {
     const [rowTop, rowHeight] = this.band(row);
     const height = (rowHeight - row.levels + 1) / row.levels;
     const {from, to} = this.view;
-    const drawn = [];  // the last pixel that has been drawn, by level and whether it is the process'
+    const drawn = [];  // the last pixel drawn, by level and whether it is the process'
     context.font = `11px ${styleValue('--font')}`;
     for (const span of row.between(from, to)) {
       const left = Math.max(this.plot.left - 2, this.x(span.begin));
@@ -203,7 +203,7 @@ class Lanes {
     context.globalAlpha = 1;
   }
 
-  // An end that the log does not tell is hollow.
+  // An end that is not in the log is hollow.
   paintEnds(context, span, left, right, top, height) {
     context.fillStyle = this.colour('--card');
     if (!span.beginKnown) context.fillRect(left + 1.5, top + 1.5, 2, height - 3);
@@ -230,13 +230,13 @@ class Lanes {
       context.fillStyle = this.colour(row.lane.colour);
       if (x < drawn + 1) return;
       const next = i + 1 < marks.length ? this.x(marks[i + 1].begin) : Infinity;
-      // Where they are close together, each is a stroke.
+      // Marks that are close together are strokes.
       const dense = row.lane.lane === 'events' || Math.min(x - drawn, next - x) < size;
       drawn = x;
       if (end - begin > 3) context.fillRect(begin, middle - 1.5, end - begin, 3);
       if (dense) context.fillRect(Math.round(x), top + 2, 1, height - 4);
       else this.paintShape(context, row, mark, x, middle, size);
-      // What it was, where the next one leaves room.
+      // The label, if the next mark leaves room.
       const room = Math.min(next - size, this.plot.left + this.plot.width) - x - size - 6;
       if (room < 20) return;
       context.fillStyle = this.colour('--text');
@@ -263,7 +263,8 @@ class Lanes {
     context.fill();
   }
 
-  // Amounts between samples. Traffic by its root, for a few bytes are to be seen beside megabytes.
+  // Amounts between samples. Traffic is drawn by its root, so that a few bytes are visible beside
+  // megabytes.
   paintBars(context, row) {
     const [top, height] = this.band(row);
     let drawn = -1, highest = 0;

@@ -1,4 +1,4 @@
-// The log's own lines. They lie in the page in chunks, deflated, which are opened when asked for.
+// The log's own lines. They are in the page in deflated chunks, which are opened on demand.
 
 class Lines {
   constructor(summary, clock) {
@@ -9,7 +9,7 @@ class Lines {
     }
     this.begin = this.chunks[0]?.first ?? 0;
     this.end = summary.end;
-    this.opened = new Map();  // the chunks that were looked at last
+    this.opened = new Map();  // the chunks that were read last
     this.turn = Promise.resolve();
     this.section = document.getElementById('lines-section');
     this.list = document.getElementById('lines');
@@ -24,7 +24,7 @@ class Lines {
     document.getElementById('stack').focus({preventScroll: true});
   }
 
-  // Unpacking takes its time: what is asked for meanwhile waits, so that the last is what remains.
+  // Unpacking takes time. Later requests wait, so that the last one determines what is shown.
   inTurn(action) {
     this.turn = this.turn.then(action).catch((error) => {
       this.list.replaceChildren(element('li', 'notice', error.message));
@@ -55,7 +55,7 @@ class Lines {
     });
   }
 
-  // Nothing where the position is not in the part of the log that the page shows.
+  // Nothing if the position is not in the part of the log that the page shows.
   async piece(position) {
     const index = lastBefore(this.chunks, position, 'first');
     const chunk = index < 0 ? [] : await this.open(index);
@@ -74,7 +74,7 @@ class Lines {
     return found.position;
   }
 
-  // Shows the lines around a piece, or where none is given around a moment.
+  // Shows the lines around a piece or, if none is given, around a moment.
   show(position, at) {
     if (!this.chunks.length) return;
     this.section.hidden = false;

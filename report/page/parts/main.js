@@ -20,8 +20,8 @@ function makeThemeButton(view) {
   // Paper is white, and narrower than most windows.
   const print = (begins) => {
     document.getElementById('stack').style.width = begins ? '640px' : '';
-    // Chromium prints stroke by stroke, and readers of PDF take what is cleared for painted white.
-    // The new width has cleared the curves already.
+    // Chromium prints stroke by stroke, and PDF readers show cleared areas as painted white. The
+    // new width has cleared the curves already.
     for (const canvas of document.querySelectorAll('.chart canvas')) {
       canvas.getContext('2d').clearRect = begins ? () => {} : CanvasRenderingContext2D.prototype.clearRect;
     }
@@ -60,7 +60,7 @@ function start() {
   document.title = `${summary.title} \u2013 power log`;
   document.getElementById('title').textContent = summary.title;
   document.getElementById('covered').textContent = !data.clock.length ? ''
-      : `${clock.date(data.begin)} ${clock.time(data.begin, false)} to ${clock.date(data.told)} ${clock.time(data.told, false)}, ${duration(data.told - data.begin)}`;
+      : `${clock.date(data.begin)} ${clock.time(data.begin, false)} to ${clock.date(data.lastEntry)} ${clock.time(data.lastEntry, false)}, ${duration(data.lastEntry - data.begin)}`;
   document.getElementById('facts').append(...summary.facts.map((fact) => element('li', '', fact)));
 
   makeThemeButton(view);

@@ -1,4 +1,4 @@
-// Tells in words what was going on at the moment under the cursor.
+// Describes in words the state at the moment under the cursor.
 
 // Texts of the log become text nodes and nothing else.
 function element(name, className, ...content) {
@@ -37,7 +37,7 @@ class Now {
     if (focused) [...this.place.querySelectorAll('button')].find((one) => one.dataset.key === focused)?.focus();
   }
 
-  // In a sentence, for those who do not see it.
+  // In a sentence, for screen readers.
   sentence() {
     const at = this.view.cursor;
     if (at === null) return '';
@@ -54,8 +54,8 @@ class Now {
     return list;
   }
 
-  // What lasts at the moment is told one by one, unless nobody could read it; what happened within
-  // some pixels of it, where it is little.
+  // States that last at the moment are listed one by one, unless they are too many to read. So are
+  // events within some pixels of it, if they are few.
   itemsAt(at) {
     const items = [];
     for (const row of this.lanes.rows) {
@@ -67,7 +67,7 @@ class Now {
     }
     if (items.some(({row}) => ['asleep', 'silent'].includes(row.lane.lane))) return items;
     const awake = this.awake(at);
-    // Who has just woken is told of once.
+    // The wake that has just ended the sleep is listed once.
     return [awake, ...items.filter(({span}) => span !== awake.span.wake)];
   }
 
@@ -76,7 +76,7 @@ class Now {
     const lasts = ({begin, end}) => begin <= at && (end > at || end === data.end);
     if (row.lane.kind === 'marks') return {lasting: [], near: row.between(at - 4 * perPixel, at + 4 * perPixel)};
     if (row.lane.kind === 'bars') return {lasting: row.between(at, at).filter((span) => lasts(span) && this.lanes.shareOf(row, span) > 0).slice(-1), near: []};
-    // What is narrower than a pixel counts where the pixel is.
+    // A span narrower than a pixel counts everywhere in its pixel.
     const touch = 0.75 * perPixel;
     const lasting = [], near = [];
     for (const span of row.between(at - touch, at + touch)) {
@@ -86,7 +86,7 @@ class Now {
     return {lasting, near};
   }
 
-  // More than can be told one by one: how often there was what.
+  // If there are too many to list: how often each occurred.
   together(row, spans) {
     const counts = new Map();
     for (const span of spans) {
@@ -104,7 +104,7 @@ class Now {
     };
   }
 
-  // What writes a log is awake, before the first sleep and after the last one, too.
+  // A device that writes a log is awake, even before the first sleep and after the last one.
   awake(at) {
     const {asleep, wakes} = this.lanes.data.lanes;
     const index = lastBefore(asleep, at, 'end');
@@ -135,8 +135,8 @@ class Now {
       words.push(strong('Traffic '), `${bytes(span.received)} in, ${bytes(span.sent)} out`);
     } else if (lane === 'work') {
       const uses = this.view.process ? span.uses.filter(({name}) => name === this.view.process) : span.uses;
-      const told = uses.map(({name, pid, amount: seconds}) => `${name} (${pid}) ${duration(seconds)}`).join(', ');
-      words.push(strong('Processor '), `${duration(this.lanes.workOf(span))}${told ? `: ${told}` : ''}`);
+      const listed = uses.map(({name, pid, amount: seconds}) => `${name} (${pid}) ${duration(seconds)}`).join(', ');
+      words.push(strong('Processor '), `${duration(this.lanes.workOf(span))}${listed ? `: ${listed}` : ''}`);
     } else if (lane === 'modem') {
       words.push(strong('Modem '), span.uses.map(({name, amount: time}) => `${name} ${duration(time / 1000)}`).join(', '));
     } else if (lane === 'wakes' || lane === 'awake') {

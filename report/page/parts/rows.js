@@ -1,9 +1,9 @@
-// The rows below the curves: which there are, what is in them, and whose it is.
+// The rows below the curves: which there are, what is in them, and which process it belongs to.
 
 const kMostRows = 8;  // of one lane that has a row for each holder or application
 
-// What drew a span: a lane's look is a colour and a pattern, so that neither has to be told by the
-// other.
+// How the spans of each lane are drawn. A lane has a colour and a pattern, so that either alone
+// identifies it.
 const kLanes = [
   {group: 'Sleep', lane: 'asleep', label: 'Asleep', colour: '--asleep', pattern: 'slanted'},
   {group: 'Sleep', lane: 'wakes', label: 'Wakes', kind: 'marks', colour: '--wake'},
@@ -33,7 +33,7 @@ class Row {
     this.label = label;
     this.items = items;
     this.levels = lane.each ? this.setLevels() : 1;
-    // The latest end up to each span: what is going on at a moment can have begun long before.
+    // The latest end up to each span: a state at a moment can have begun long before it.
     this.latest = new Float64Array(items.length);
     let latest = -Infinity;
     items.forEach((item, i) => {
@@ -42,7 +42,8 @@ class Row {
     });
   }
 
-  // Spans that overlap lie one below the other, on at most three levels; returns how many there are.
+  // Overlapping spans lie one below the other, on at most three levels. Returns the number of
+  // levels.
   setLevels() {
     const ends = [];
     for (const item of this.items) {
@@ -53,7 +54,7 @@ class Row {
     return ends.length;
   }
 
-  // The items that touch the stretch, in their order.
+  // The items that overlap the stretch, in their order.
   between(from, to) {
     let first = lastBefore(this.items, to);
     const found = [];
@@ -64,8 +65,8 @@ class Row {
   }
 }
 
-// One row for each holder, application or source, those of the longest time first; what is left
-// shares the last one.
+// One row for each holder, application or source, those of the longest time first. The rest share
+// the last row.
 function rowsOfEach(lane, spans) {
   const held = new Map();
   for (const span of spans) held.set(span[lane.each], (held.get(span[lane.each]) ?? 0) + span.held);
@@ -79,7 +80,7 @@ function rowsOfEach(lane, spans) {
   return rows;
 }
 
-// The rows that the log has something for, and the labels of those it has not.
+// The rows for which the log has data, and the labels of those without.
 function makeRows(data) {
   const rows = [];
   const absent = [];
@@ -93,22 +94,22 @@ function makeRows(data) {
   return {rows, absent};
 }
 
-// Names of processes, and what of the log is theirs: by name, by the number that goes with it, or
+// The names of processes, and which items belong to each: by name, by the pid that goes with it, or
 // by an application's id that ends in it.
 class Processes {
   constructor(data) {
     this.numbers = new Map();
-    const tell = (name, pid) => {
+    const register = (name, pid) => {
       if (!name) return;
       if (!this.numbers.has(name)) this.numbers.set(name, new Set());
       if (pid) this.numbers.get(name).add(pid);
     };
-    for (const {uses} of data.work) uses.forEach(({name, pid}) => tell(name, pid));
-    for (const lane of ['assertion', 'wakes']) data.lanes[lane].forEach(({who, pid}) => tell(who, pid));
+    for (const {uses} of data.work) uses.forEach(({name, pid}) => register(name, pid));
+    for (const lane of ['assertion', 'wakes']) data.lanes[lane].forEach(({who, pid}) => register(who, pid));
     for (const {who, pid} of data.lanes.application) {
       const name = who.split('.').at(-1);
-      if (this.numbers.has(name)) tell(name, pid);
-      else if (![...this.numbers.values()].some((pids) => pids.has(pid))) tell(who, pid);
+      if (this.numbers.has(name)) register(name, pid);
+      else if (![...this.numbers.values()].some((pids) => pids.has(pid))) register(who, pid);
     }
   }
 
@@ -122,7 +123,7 @@ class Processes {
   }
 }
 
-// What a wake was by: the shape of its mark.
+// The cause of a wake: the shape of its mark.
 function kindOfWake({what, count}) {
   if (count > 1) return 'several';
   if (/bb|baseband|modem/.test(what)) return 'modem';
@@ -130,14 +131,14 @@ function kindOfWake({what, count}) {
   return /unknown|^$/.test(what) ? 'unknown' : 'other';
 }
 
-// A state that is there, but hardly costs anything.
+// A state that is on but uses hardly any power.
 function isFaint({lane: {lane}}, {what}) {
   return lane === 'wifi' && /^<\w+>$/.test(what) || lane === 'bluetooth' && what !== 'connected' ||
       lane === 'application' && !what.startsWith('foreground') || lane === 'location' && what === 'cell' ||
       lane === 'charging' && what !== 'Active';
 }
 
-// What a span says in few words: on it, and at the cursor.
+// A span in few words: on it, and at the cursor.
 function shortText(row, item) {
   switch (row.lane.lane) {
     case 'display': {

@@ -1,6 +1,6 @@
-// Tables that sort by any column, and show what is of the chosen process.
+// Tables that can be sorted by any column and filtered by the chosen process.
 
-const kLongestCell = 200;  // characters; the log's lines have all
+const kLongestCell = 200;  // characters; the log's lines show the whole text
 
 class Tables {
   constructor(place, tables, view, processes) {
@@ -9,10 +9,10 @@ class Tables {
     view.on('process', () => this.tables.forEach((table) => this.fill(table)));
   }
 
-  make(place, told) {
-    const table = {...told, sorted: null, all: false};
+  make(place, content) {
+    const table = {...content, sorted: null, all: false};
     const head = element('tr', '');
-    told.columns.forEach((column, i) => {
+    content.columns.forEach((column, i) => {
       const button = element('button', '', column.name);
       button.type = 'button';
       button.addEventListener('click', () => this.sort(table, i));
@@ -31,12 +31,12 @@ class Tables {
     });
     table.note = element('p', 'note', '');
     // Magnitudes are shown for the first column of numbers.
-    table.measured = told.columns.findIndex((column) => this.isNumber(column));
-    const caption = element('caption', '', told.title);
+    table.measured = content.columns.findIndex((column) => this.isNumber(column));
+    const caption = element('caption', '', content.title);
     const scroll = element('div', 'scroll', element('table', '', caption, element('thead', '', head), table.body));
     scroll.tabIndex = 0;
     scroll.setAttribute('role', 'region');
-    scroll.setAttribute('aria-label', told.title);
+    scroll.setAttribute('aria-label', content.title);
     table.section = element('section', 'card table', scroll, table.more, table.note);
     place.append(table.section);
     this.fill(table);
@@ -47,7 +47,7 @@ class Tables {
     return !['text', 'process', 'time'].includes(kind);
   }
 
-  // First the greatest, or from A; once more, the other way round.
+  // First from the greatest, or from A. Once more reverses the order.
   sort(table, column) {
     const descends = this.isNumber(table.columns[column]);
     const again = table.sorted?.column === column;
@@ -65,7 +65,7 @@ class Tables {
     if (!table.sorted) return rows;
     const {column, descends} = table.sorted;
     const order = (one, other) => typeof one === 'number' ? one - other : String(one).localeCompare(String(other), 'en', {numeric: true});
-    // What is not known comes last either way.
+    // Unknown values come last in either order.
     return [...rows].sort(({[column]: one}, {[column]: other}) => one === null || other === null
         ? (one === null) - (other === null) : (descends ? -1 : 1) * order(one, other));
   }
@@ -95,7 +95,7 @@ class Tables {
     table.note.textContent = `${several(table.left, 'row more is', 'rows more are')} left out of this page.`;
   }
 
-  // Local, as the log tells it.
+  // Local time, as in the log.
   time(seconds) {
     const local = new Date(seconds * 1000);
     return `${local.getUTCDate()} ${kMonths[local.getUTCMonth()]} ${local.toISOString().slice(11, 19)}`;

@@ -6,7 +6,7 @@ const kMinus = '\u2212';
 
 const twoDigits = (number) => String(number).padStart(2, '0');
 
-// The log's local times. They count as if the device's zone were UTC.
+// The log's local times, counted as if the device's zone were UTC.
 class Clock {
   constructor(stretches) {
     this.stretches = stretches;
@@ -36,7 +36,7 @@ class Clock {
     return `${this.day(at)} ${this.local(at).getUTCFullYear()}`;
   }
 
-  // Round local times between two places on the axis, not closer together than so many seconds.
+  // Round local times between two places on the axis, at least so many seconds apart.
   ticks(from, to, apart) {
     const steps = [1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 10800, 21600,
                    43200, 86400, 172800, 604800, 1209600, 2592000, 7776000, 31536000];

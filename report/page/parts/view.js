@@ -1,4 +1,4 @@
-// What all parts show together: the stretch of time, the moment under the cursor, the process.
+// What all parts share: the visible range, the moment under the cursor, the process.
 
 class View {
   constructor(begin, end) {
@@ -6,8 +6,8 @@ class View {
     this.end = end;
     this.from = begin;
     this.to = end;
-    this.cursor = null;  // the moment that is looked at
-    this.pin = null;     // the one that stays when the pointer leaves
+    this.cursor = null;  // the moment under the cursor
+    this.pin = null;     // the moment that stays when the pointer leaves
     this.process = '';
     this.painters = [];
     this.waiting = new Set();
@@ -31,7 +31,7 @@ class View {
     for (const {what, painter} of this.painters) {
       if (what.some((one) => waiting.has(one))) painter();
     }
-    // For whoever measures the page; nothing is kept but the last.
+    // For performance measurements. Only the last one is kept.
     if (waiting.has('range')) {
       performance.clearMeasures('redraw');
       performance.measure('redraw', {start: started, end: performance.now()});
@@ -72,7 +72,7 @@ class View {
     this.changed('cursor');
   }
 
-  // Looks at a moment and brings it into sight.
+  // Moves the cursor to a moment and brings it into view.
   go(at) {
     this.look(at);
     const margin = this.width / 20;
