@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Generates the manual page of the log while Zorva is built.
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Entries of the log on standard output.
 //
 //     entries COUNT            COUNT entries, as loggers write them

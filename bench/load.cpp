@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The load that the comparison measures under:
 //
 //     load PROCESSES SOCKETS

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One entry of the process monitor: sample, sort, body. It is printed.
 //
 //     process_snapshot [TIMES]     with TIMES: repeats it, and prints the cost (bench/Measure.h)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The snapshot of all sockets' owners that is taken before a sleep.
 //
 //     socket_owners [TIMES]     with TIMES: repeats it, and prints what one cost (bench/Measure.h)

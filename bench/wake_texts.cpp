@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Wake texts of a modem, decoded to the bodies of their entries, which are printed.
 //
 //     wake_texts COUNT [TIMES]    decodes COUNT texts; with TIMES: repeats it, and prints the cost

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "loggers/ZVBluetoothLogger.h"
 
 #include "core/BatteryNotifications.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "loggers/ZVNetworkLogger.h"
 
 #include "core/BatteryNotifications.h"

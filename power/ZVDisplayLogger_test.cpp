@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "power/ZVDisplayLogger.h"
 
 #include "tests/support/LoggerTest.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "core/BatteryNotifications.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
 #include "tests/support/LoggerTest.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the accessory manager promises, on the simulated handset and over a mock kernel.
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the states of applications promise, on the simulated handset and over control groups.
 
 #include <algorithm>

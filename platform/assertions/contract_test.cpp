@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the power-management service promises, on the simulated handset and on this machine.
 
 #include <fcntl.h>

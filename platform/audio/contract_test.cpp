@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the audio system controller promises, on the simulated handset and with a sound card that a
 // test plays.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the Bluetooth server promises, on the simulated handset and with a mocked BlueZ.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Run when building: writes what LocaleRules.h declares from the data of the ICU that this is
 // linked with, to the file that is named.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the locale and the time zone promise, on the simulated handset and over the files of etc.
 
 #include <gtest/gtest.h>

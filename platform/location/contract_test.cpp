@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the location service promises, on the simulated handset and with a mocked GeoClue.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What every platform must keep, seen on the simulated handset and on this machine alike.
 
 #include <functional>

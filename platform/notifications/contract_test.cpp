@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the notification centre promises, on the simulated handset and over a run directory.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the reachability of the network promises, on the simulated handset and in a network
 // namespace.
 

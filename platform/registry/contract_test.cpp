@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the registry promises of the battery and the backlight, on the simulated handset and on this
 // machine.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <sstream>
 #include <vector>
 #include <yaml-cpp/eventhandler.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the list of planned power events promises, on the simulated handset and on this machine.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the messages of sleep and wake and the kernel's values promise, on the simulated handset and
 // on this machine.
 

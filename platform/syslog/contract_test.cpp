@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What queries of the system log promise, on the simulated handset and over journal files.
 
 #include <gtest/gtest.h>

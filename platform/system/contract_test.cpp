@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the services promise that know of the device, its users and this process, on the simulated
 // handset and on this machine.
 

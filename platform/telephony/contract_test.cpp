@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the telephony services promise, on the simulated handset and with a mocked ModemManager.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the thermal facility promises, on the simulated handset and on this machine.
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the list of interface addresses promises, on the simulated handset and in a network
 // namespace.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the Wi-Fi manager and driver answer where there is no radio, on the simulated handset and in
 // a network namespace, which has none.
 

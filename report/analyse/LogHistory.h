@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -13,7 +14,7 @@ namespace zorva {
 
 /// A state of the device that lasts.
 enum class Lane {
-  kAsleep,
+  Asleep,
   Display,      ///< lit; what: "140/255"
   Assertion,    ///< who: the process that keeps the device awake; what: the assertion's name
   Call,         ///< what: "Active", "Ringing"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "report/format/LogFormat.h"
 
 #include <filesystem>
@@ -9,8 +10,8 @@
 
 #include "report/read/LogReader.h"
 
-// Runs in the source tree: the tables are compared with the logs of the scenarios. tools/check_log_format
-// compares them with the sources that write the log.
+// Runs in the source tree: the tables are compared with the logs of the scenarios.
+// tools/check_log_format compares them with the sources that write the log.
 
 namespace zorva {
 namespace {

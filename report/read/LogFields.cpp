@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Splits the body of an entry into fields, and reads their values.
 
 #include <algorithm>

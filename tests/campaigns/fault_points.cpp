@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lets every call that the loggers make of a simulated service fail, one at a time:
 //
 //     fault_points SCENARIO

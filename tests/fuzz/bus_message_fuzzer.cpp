@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Services on the bus may send anything that the bus carries. For any messages in any order, the
 // values read from them are in range, and the texts can be shown.
 //

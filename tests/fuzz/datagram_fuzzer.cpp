@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Datagrams: anything sent to the notification socket, and the kernel's netlink replies. For any
 // bytes, a datagram is received as a post exactly if it is one, nothing is read past a message's
 // end, and the values read are in range.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Anyone who can write to the journal decides on every field of an entry. If fields are of any
 // kind, missing, there twice or removed between two searches, each message is still copied once, as
 // one line that can be shown. Messages of Zorva itself are never copied.

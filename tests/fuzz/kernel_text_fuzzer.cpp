@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Procfs, sysfs and the system's small files may hold anything: names that processes gave
 // themselves, a driver's nonsense. For any contents, figures are in range, texts can be shown, and
 // truncated data are rejected.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A log may be damaged in any way, and strangers chose the names in it. For any bytes, the reader
 // returns all of them, and the fields are the entry, however much is read at a time. A redacted log
 // has the same lines, and can be read and redacted again as the same kinds of lines.

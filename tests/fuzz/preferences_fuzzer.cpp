@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The user may put anything into the preferences file. For any contents, its values are returned, a
 // value that is set can be read again and leaves the rest unchanged, and a file that is not a
 // preferences file is kept aside byte for byte.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs a fuzzer's entry point on each file of the directories given, without a fuzzer.
 
 #include <cstdint>

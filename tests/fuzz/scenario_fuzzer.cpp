@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // People type scenarios, and their texts stand for names from strangers. Any input is rejected at a
 // place in the file, or runs to its end with the same result each time, and the entries that the
 // loggers write can be shown.

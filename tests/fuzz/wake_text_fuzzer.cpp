@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reason of a wake arrives in bytes from outside. For any bytes, nothing is read past their
 // end, the output is whole lines that can be shown, and a rejection gives its reason, once.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/location/linux/LinuxLocationService.h"
 
 #include <gtest/gtest.h>

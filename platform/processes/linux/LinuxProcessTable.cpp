@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/processes/linux/LinuxProcessTable.h"
 
 #include "platform/processes/linux/ProcfsFiles.h"

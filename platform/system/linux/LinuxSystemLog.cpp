@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #define SD_JOURNAL_SUPPRESS_LOCATION  // of this very function: it says nothing
 
 #include "platform/system/linux/LinuxSystemLog.h"

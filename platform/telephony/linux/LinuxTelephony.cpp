@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/telephony/linux/LinuxTelephony.h"
 
 #include "platform/kit/files/SysfsAttributes.h"
