@@ -51,8 +51,7 @@ check: setup-test
 	@$(MAKE) --no-print-directory test PRESET=asan
 
 format: setup-test
-	@find $$(sed -n 's/^\([a-z][a-z]*\).*/\1/p' tools/rooms.txt | sort -u) \
-	  -name '*.h' -o -name '*.cpp' | xargs clang-format -i
+	@find $$(tools/rooms) -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 # clang-tidy with the checks of .clang-tidy, on everything but the tests.
 tidy: all-built
