@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/base/CommandLine.h"
+#include "apps/CommandLine.h"
 
 namespace zorva {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/base/CommandLine.h"
+#include "apps/CommandLine.h"
 #include "report/analyse/LogSummary.h"
 
 namespace zorva {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/base/CommandLine.h"
+#include "apps/CommandLine.h"
 #include "platform/base/Text.h"
 #include "report/read/LogReader.h"
 

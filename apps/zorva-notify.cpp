@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdio>
 
-#include "platform/notifications/linux/NotifyCommand.h"
-#include "platform/system/ProcessSetUp.h"
+#include "apps/NotifyCommand.h"
+#include "apps/ProcessSetUp.h"
 
 int main(int count, char** arguments) {
   zorva::prepareProcess();

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
+#include "apps/CommandLine.h"
 #include "apps/OutputFile.h"
+#include "apps/ProcessSetUp.h"
 #include "apps/ReadLog.h"
-#include "platform/base/CommandLine.h"
-#include "platform/system/ProcessSetUp.h"
 #include "report/read/LogReader.h"
 #include "report/redact/Redaction.h"
 

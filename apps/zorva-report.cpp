@@ -12,11 +12,11 @@
 
 #include "apps/LogFollower.h"
 #include "apps/OutputFile.h"
+#include "apps/ProcessSetUp.h"
 #include "apps/Progress.h"
 #include "apps/ReadLog.h"
 #include "apps/ReportRequest.h"
 #include "platform/base/Text.h"
-#include "platform/system/ProcessSetUp.h"
 #include "report/export/LogJson.h"
 #include "report/page/PageSummary.h"
 #include "report/read/LogInput.h"

@@ -2,9 +2,9 @@
 #include <iostream>
 
 #include "apps/DefaultLoggers.h"
+#include "apps/ProcessSetUp.h"
+#include "apps/SimRun.h"
 #include "core/ZorvaMain.h"
-#include "platform/assemble/SimRun.h"
-#include "platform/system/ProcessSetUp.h"
 
 int main(int argc, char* argv[]) {
   zorva::prepareProcess();

@@ -2,10 +2,10 @@
 #include <memory>
 
 #include "apps/DefaultLoggers.h"
+#include "apps/ProcessSetUp.h"
 #include "core/ZorvaMain.h"
 #include "core/ZorvaState.h"
 #include "platform/assemble/LinuxPlatform.h"
-#include "platform/system/ProcessSetUp.h"
 
 int main(int argc, char* argv[]) {
   zorva::prepareProcess();

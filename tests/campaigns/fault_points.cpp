@@ -26,11 +26,11 @@
 #include <vector>
 
 #include "apps/DefaultLoggers.h"
+#include "apps/ProcessSetUp.h"
+#include "apps/SimRun.h"
 #include "core/ZorvaMain.h"
 #include "platform/assemble/SimHandset.h"
-#include "platform/assemble/SimRun.h"
 #include "platform/base/Descriptor.h"
-#include "platform/system/ProcessSetUp.h"
 #include "report/read/LogReader.h"
 
 namespace {

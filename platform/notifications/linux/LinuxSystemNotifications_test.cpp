@@ -12,7 +12,6 @@
 
 #include "platform/loop/linux/LinuxRunLoop.h"
 #include "platform/notifications/linux/NotificationStates.h"
-#include "platform/notifications/linux/NotifyCommand.h"
 #include "platform/testing/ChildProcess.h"
 #include "platform/testing/TemporaryDirectory.h"
 
@@ -47,14 +46,6 @@ class LinuxSystemNotificationsTest : public testing::Test {
     heard_.clear();
     if (post("end").delivered > 0) loop_.run();
     return heard_;
-  }
-  // The exit status of a command, and what it says.
-  std::string run(const std::vector<std::string>& arguments) {
-    char said[1000] = {};
-    std::FILE* stream = ::fmemopen(said, sizeof said, "w");
-    const int status = notifyCommand(arguments, directories_, stream, stream);
-    std::fclose(stream);
-    return std::to_string(status) + said;
   }
   static sockaddr_un addressOf(const std::string& path) {
     sockaddr_un address{};
@@ -195,23 +186,6 @@ TEST_F(LinuxSystemNotificationsTest, StatesPersist) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
   ASSERT_EQ(::chown((top_ / "zorva/states/a").c_str(), kStranger, kStranger), 0);
   EXPECT_EQ(centre_.state("a"), std::nullopt);
-}
-
-TEST_F(LinuxSystemNotificationsTest, CommandSetsStateAndPosts) {
-  const Registration a = centre_.observe(
-      "a", [&](std::string_view) { heard_ += std::to_string(*centre_.state("a")) + " "; });
-  const Registration end = listen("end");
-  EXPECT_EQ(run({"a", "--state", "0xFFFFFFFFFFFFFFFF"}), "0");
-  EXPECT_EQ(run({"nobody"}), "0");
-  EXPECT_EQ(heard(), "18446744073709551615 end ");
-  fs::remove_all(directories_.own + "/states");
-  top_.write("zorva/states", "in the way");
-  EXPECT_TRUE(run({"a", "--state", "2"}).starts_with("1zorva-notify: Cannot open the directory '"));
-  EXPECT_EQ(heard(), "end ") << "not posted without its state";
-
-  // A full queue does not block.
-  for (int posts = 0; post("a").full == 0; ++posts) ASSERT_LT(posts, 100000);
-  EXPECT_TRUE(run({"a"}).starts_with("1zorva-notify: 1 daemon(s) in '"));
 }
 
 }  // namespace

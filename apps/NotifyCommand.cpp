@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/notifications/linux/NotifyCommand.h"
+#include "apps/NotifyCommand.h"
 
 #include <cstdint>
 #include <optional>
 
-#include "platform/base/CommandLine.h"
+#include "apps/CommandLine.h"
 #include "platform/base/Text.h"
 #include "platform/notifications/linux/NotificationSocket.h"
 #include "platform/notifications/linux/NotificationStates.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/assemble/SimRun.h"
+#include "apps/SimRun.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "apps/CommandLine.h"
 #include "platform/assemble/Scenario.h"
-#include "platform/base/CommandLine.h"
 #include "platform/base/Text.h"
 
 namespace zorva {

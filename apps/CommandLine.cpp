@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/base/CommandLine.h"
+#include "apps/CommandLine.h"
 
 #include <cstddef>
 #include <getopt.h>

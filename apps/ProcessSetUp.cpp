@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/system/ProcessSetUp.h"
+#include "apps/ProcessSetUp.h"
 
 #include <csignal>
 #include <fcntl.h>
