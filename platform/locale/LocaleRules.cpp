@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-#include "platform/locale/CountryCode.h"
+#include "platform/locale/LocaleParts.h"
 
 namespace zorva {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <utility>
 
-#include "platform/locale/CountryCode.h"
 #include "platform/locale/LocalTime.h"
+#include "platform/locale/LocaleParts.h"
 
 namespace zorva {
 

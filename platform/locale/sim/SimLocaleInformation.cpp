@@ -4,8 +4,8 @@
 #include <regex>
 #include <utility>
 
-#include "platform/locale/CountryCode.h"
 #include "platform/locale/LocalTime.h"
+#include "platform/locale/LocaleParts.h"
 
 namespace zorva {
 SimLocaleInformation::SimLocaleInformation(SimParts& parts, const Clock& clock,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/locale/CountryCode.h"
+#include "platform/locale/LocaleParts.h"
 
 #include <gtest/gtest.h>
 #include <utility>
