@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A ModemManager of a test's own: python3 ModemManagerMock_test.py
+"""A ModemManager of a test's own: python3 ModemManagerMock.py
 
 Takes the service's name on the system bus and does what its driver says, in Python: Do("...") at
 the service's path, interface org.zorva.Mock. As in the real service the object manager tells of
