@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include "core/BatteryNotifications.h"
 #include "platform/base/Text.h"
@@ -17,15 +16,6 @@ constexpr std::uint32_t kRepeatedAtFirst = 10;
 std::uint32_t idOf(const SystemLogMessage& message) {
   const std::string text = message.field("SLQMessageID").value_or("");
   return static_cast<std::uint32_t>(std::strtoll(text.c_str(), nullptr, 10));
-}
-
-// The bytes up to the limit, without a character that reaches beyond it.
-std::string_view cutTo(std::size_t limit, std::string_view text) {
-  if (text.size() <= limit) return text;
-  for (std::size_t back = 1; back <= 3 && back <= limit; ++back) {
-    if (sequenceLength(text.substr(limit - back)) > back) return text.substr(0, limit - back);
-  }
-  return text.substr(0, limit);
 }
 
 }  // namespace
@@ -89,8 +79,8 @@ void ZVSyslogLogger::enumerateResultsOfSLQQueryUsingBlock(const SystemLogQuery& 
 void ZVSyslogLogger::logMessage(const SystemLogMessage& message) {
   const auto shown = [&](const char* key) { return safeText(textOrNull(message.field(key))); };
   std::string body = formatText(" %s[%s]: ", shown("Sender").c_str(), shown("PID").c_str());
-  body += safeText(cutTo(kMaxMessageBytes, textOrNull(message.field("Message"))));
-  const std::int64_t time = facility_.parseTime(message.field("Time").value_or(""));
+  body += safeText(cutToBytes(textOrNull(message.field("Message")), kMaxMessageBytes));
+  const std::int64_t time = SystemLogQueries::parseTime(message.field("Time").value_or(""));
   logEntryWithBodyForDate("Syslog", body, Date(std::chrono::seconds(time)));
 }
 

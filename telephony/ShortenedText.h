@@ -4,20 +4,17 @@
 #include <cstddef>
 #include <string_view>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 
 /// The UTF-8 text without its first `count` characters, of whatever length each; empty when it has
 /// no more than these.
 inline std::string_view withoutFirstCharacters(std::string_view text, std::size_t count) {
-  const auto continues = [&](std::size_t i) {
-    return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U;
-  };
-  std::size_t start = 0;
-  for (; count > 0 && start < text.size(); --count) {
-    ++start;
-    while (start < text.size() && continues(start)) ++start;
+  for (; count > 0 && !text.empty(); --count) {
+    text.remove_prefix(firstCharacter(text).bytes.size());
   }
-  return text.substr(start);
+  return text;
 }
 
 }  // namespace zorva

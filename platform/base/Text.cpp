@@ -88,7 +88,7 @@ bool addPlain(Line& line, const char* format, va_list arguments) {
         added = line.add("%");
         break;
       case '.':
-        if (percent[2] < '0' || percent[2] > '9' || percent[3] != 'f') return false;
+        if (!isDigit(percent[2]) || percent[3] != 'f') return false;
         added =
             line.addNumber(va_arg(arguments, double), std::chars_format::fixed, percent[2] - '0');
         percent += 2;
@@ -194,6 +194,14 @@ std::string_view trimmed(std::string_view text) {
   }
   while (const std::size_t length = whiteSpaceAtEnd(text)) text.remove_suffix(length);
   return text;
+}
+
+std::string_view cutToBytes(std::string_view text, std::size_t max) {
+  if (text.size() <= max) return text;
+  for (std::size_t back = 1; back <= 3 && back <= max; ++back) {
+    if (sequenceLength(text.substr(max - back)) > back) return text.substr(0, max - back);
+  }
+  return text.substr(0, max);
 }
 
 }  // namespace zorva

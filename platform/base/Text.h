@@ -58,6 +58,9 @@ std::optional<Number> parseNumber(std::string_view text, int base = 10) {
   return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
+/// The first bytes of the text, at most `max`, without a character of which only a part fits.
+std::string_view cutToBytes(std::string_view text, std::size_t max);
+
 /// "yes" or "no".
 inline const char* yesOrNo(bool value) {
   return value ? "yes" : "no";

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <string>
+#include <utility>
 
 namespace zorva {
 namespace {
@@ -25,6 +27,23 @@ TEST(FormatText, WritesWhatPrintfWrites) {
   EXPECT_SAME("%d %s", 7, longText.c_str());
   EXPECT_EQ(formatText("%s", std::string(512, 'y').c_str()), std::string(512, 'y'));
 #undef EXPECT_SAME
+}
+
+TEST(CutToBytes, KeepsWholeCharactersAndEveryByteThatIsNoneOfThem) {
+  const std::string text = "a\u00E4\u20AC\U0001F50B";  // 1, 2, 3 and 4 bytes
+  for (const auto& [max, kept] : {std::pair(0, 0),
+                                  {1, 1},
+                                  {2, 1},
+                                  {3, 3},
+                                  {5, 3},
+                                  {6, 6},
+                                  {7, 6},
+                                  {9, 6},
+                                  {10, 10},
+                                  {99, 10}}) {
+    EXPECT_EQ(cutToBytes(text, max), text.substr(0, kept)) << max;
+  }
+  EXPECT_EQ(cutToBytes("\x80\x80\x80\x80\xE2\x82", 5), "\x80\x80\x80\x80\xE2");
 }
 
 TEST(Trimmed, TakesAwayAllThatUnicodeCallsWhiteSpace) {

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+
+#include "platform/base/Text.h"
 
 namespace zorva {
 
@@ -47,7 +50,9 @@ class SystemLogQueries {
   static constexpr std::int64_t kMaxTime = 253'402'300'799;  ///< the last second of the year 9999
   /// Seconds since 1970-01-01 UTC of a message's "Time", of the years 1970 to 9999; 0 for a text
   /// that is none.
-  virtual std::int64_t parseTime(const std::string& text) = 0;
+  static std::int64_t parseTime(const std::string& text) {
+    return std::clamp<std::int64_t>(parseNumber<std::int64_t>(text).value_or(0), 0, kMaxTime);
+  }
 };
 
 }  // namespace zorva

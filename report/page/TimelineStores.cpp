@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report/page/TimelineStores.h"
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 
 void TimelineClock::addStretch(LogTime from, std::int64_t shift, std::int64_t jump) {
@@ -42,10 +44,7 @@ AxisTime TimelineClock::at(LogTime time) const {
 
 std::uint32_t TextTable::numberOf(std::string_view text) {
   if (text.size() > kMaxLength) {
-    // Do not cut in the middle of a character.
-    std::size_t end = kMaxLength - 3;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
-    return numberOf(std::string(text.substr(0, end)) + "\u2026");
+    return numberOf(std::string(cutToBytes(text, kMaxLength - 3)) + "\u2026");
   }
   if (const auto found = numbers_.find(text); found != numbers_.end()) return found->second;
   if (texts_.size() >= kMaximum) return add("(one of many more)");

@@ -27,7 +27,7 @@ std::optional<std::string> fieldOf(sd_journal* journal, const char* name) {
   if (sd_journal_get_data(journal, name, &data, &size) < 0) return std::nullopt;
   std::string_view text(static_cast<const char*>(data), size);
   text.remove_prefix(std::min(text.size(), text.find('=') + 1));
-  return std::string(text.substr(0, LinuxSystemLogQueries::kMaxTextBytes));
+  return std::string(cutToBytes(text, LinuxSystemLogQueries::kMaxTextBytes));
 }
 
 bool isOwn(const std::optional<std::string>& sender, const std::optional<std::string>& process) {
@@ -148,10 +148,6 @@ bool LinuxSystemLogQueries::readNext(sd_journal* journal) {
   messages_.push_back(std::move(message));
   if (messages_.size() > kKept) messages_.pop_front();
   return true;
-}
-
-std::int64_t LinuxSystemLogQueries::parseTime(const std::string& text) {
-  return std::clamp<std::int64_t>(parseNumber<std::int64_t>(text).value_or(0), 0, kMaxTime);
 }
 
 }  // namespace zorva

@@ -32,7 +32,6 @@ class LinuxSystemLogQueries : public SystemLogQueries {
 
   std::unique_ptr<SystemLogQuery> createQuery() override;
   std::unique_ptr<SystemLogResponse> search(const SystemLogQuery& query) override;
-  std::int64_t parseTime(const std::string& text) override;
 
  private:
   struct Message {

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/base/Text.h"
-
 namespace zorva {
 
 class SimSystemLogQueries::Query : public SystemLogQuery {
@@ -88,10 +86,6 @@ std::unique_ptr<SystemLogResponse> SimSystemLogQueries::search(const SystemLogQu
     if (static_cast<const Query&>(query).matches(id)) matching.push_back(fields);
   }
   return std::make_unique<Response>(std::move(matching));
-}
-
-std::int64_t SimSystemLogQueries::parseTime(const std::string& text) {
-  return std::clamp<std::int64_t>(parseNumber<std::int64_t>(text).value_or(0), 0, kMaxTime);
 }
 
 void SimSystemLogQueries::append(const Message& message) {

@@ -31,7 +31,6 @@ class SimSystemLogQueries : public SystemLogQueries {
 
   std::unique_ptr<SystemLogQuery> createQuery() override;
   std::unique_ptr<SystemLogResponse> search(const SystemLogQuery& query) override;
-  std::int64_t parseTime(const std::string& text) override;
 
   void append(const Message& message);
 

@@ -62,10 +62,7 @@ std::string hostName() {
 std::string fitForFileName(std::string name) {
   name = safeText(name);
   std::replace(name.begin(), name.end(), '/', '-');
-  if (name.size() <= kMaxNameLength) return name;
-  std::size_t end = kMaxNameLength;
-  while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) --end;
-  return name.substr(0, end);
+  return std::string(cutToBytes(name, kMaxNameLength));
 }
 
 // "Debian GNU/Linux 12 (bookworm) 20240101, Linux 6.1.0-18-arm64": what the maker calls the system,
