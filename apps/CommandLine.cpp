@@ -78,6 +78,11 @@ int CommandEnd::write(std::FILE* toOutput, std::FILE* toError) const {
   return written || output.empty() ? status : 1;
 }
 
+int complain(const char* program, const std::string& problem, int status) {
+  std::fprintf(stderr, "%s: %s\n", program, problem.c_str());
+  return status;
+}
+
 CommandEnd badUsage(const char* program, const std::string& wrong) {
   const std::string name(program);
   return {2, "", name + ": " + wrong + " Try '" + name + " --help' for more information.\n"};

@@ -44,6 +44,9 @@ struct CommandEnd {
 /// The complaint about a wrong command line: one line, and exit status 2.
 CommandEnd badUsage(const char* program, const std::string& wrong);
 
+/// Writes "PROGRAM: PROBLEM" to standard error. Returns the exit status.
+int complain(const char* program, const std::string& problem, int status);
+
 /// Reads the arguments, without the program's name, up to the first that is wrong or ends the
 /// program; nothing is returned where it is to go on. Options may stand behind operands, "-" is an
 /// operand, and what follows "--" goes to `rest`, or to the operands where there is none.

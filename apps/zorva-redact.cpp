@@ -55,18 +55,13 @@ std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Reque
   return std::nullopt;
 }
 
-int complain(const std::string& problem, int status) {
-  std::fprintf(stderr, "%s: %s\n", kProgram, problem.c_str());
-  return status;
-}
-
 void reportDamaged(const LogCounts& counts, const std::vector<std::string>& places) {
   if (counts.damaged == 0) return;
   std::string text = std::to_string(counts.damaged) + " damaged or foreign of " +
                      std::to_string(counts.lines) + " lines replaced:";
   for (const std::string& place : places) text += " " + place;
   if (counts.damaged > places.size()) text += " ...";
-  complain(text, 0);
+  complain(kProgram, text, 0);
 }
 
 int redact(std::vector<LogInput>& inputs, OutputFile& output) {
@@ -85,11 +80,11 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
             }
             return written = output.flushIfMuch();
           });
-      if (!written) return complain(output.problem(), kFailed);
-      if (!problem.empty()) return complain(problem, kFailed);
+      if (!written) return complain(kProgram, output.problem(), kFailed);
+      if (!problem.empty()) return complain(kProgram, problem, kFailed);
     }
   }
-  if (!output.finish()) return complain(output.problem(), kFailed);
+  if (!output.finish()) return complain(kProgram, output.problem(), kFailed);
   reportDamaged(reader.counts(), damaged);
   return 0;
 }
@@ -99,17 +94,18 @@ int run(const std::vector<std::string>& arguments) {
   if (const auto end = parse(arguments, request)) return end->write();
   std::vector<LogInput> inputs;
   std::string problem = openLogs(request.logs, inputs);
-  if (!problem.empty()) return complain(problem, kFailed);
+  if (!problem.empty()) return complain(kProgram, problem, kFailed);
   for (const LogInput& input : inputs) {
     if (request.output && input.isFileAt(*request.output)) {
       return complain(
+          kProgram,
           input.name() + ": would be replaced by its own copy; choose another name for -o",
           kFailed);
     }
   }
   auto output = request.output ? OutputFile::make(*request.output, request.force, problem)
                                : OutputFile::standardOutput();
-  if (!output) return complain(problem, kFailed);
+  if (!output) return complain(kProgram, problem, kFailed);
   return redact(inputs, *output);
 }
 

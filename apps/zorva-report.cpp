@@ -32,11 +32,6 @@ constexpr int kFailed = 1;
 constexpr std::size_t kNarrowest = 60;
 constexpr std::size_t kWidest = 100;
 
-int complain(const std::string& problem, int status) {
-  std::fprintf(stderr, "%s: %s\n", kReportProgram, problem.c_str());
-  return status;
-}
-
 TextStyle styleOfOutput() {
   TextStyle style{kWidest, false};
   if (::isatty(STDOUT_FILENO) == 0) return style;
@@ -82,7 +77,7 @@ void sortByTime(std::vector<std::string>& logs) {
 }
 
 int finish(OutputFile& output) {
-  return output.finish() ? 0 : complain(output.problem(), kFailed);
+  return output.finish() ? 0 : complain(kReportProgram, output.problem(), kFailed);
 }
 
 int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
@@ -99,7 +94,7 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
                                             reading.note(record, file);
                                             return true;
                                           });
-      if (!problem.empty()) return complain(problem, kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
     }
   }
   reading.counts = reader.counts();
@@ -111,12 +106,13 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
 int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   for (const LogInput& input : inputs) {
     if (!input.isFileAt(*request.output)) continue;
-    return complain(input.name() + ": would be replaced by the page; choose another name for -o",
+    return complain(kReportProgram,
+                    input.name() + ": would be replaced by the page; choose another name for -o",
                     kFailed);
   }
   std::string problem;
   auto output = OutputFile::make(*request.output, request.force, problem);
-  if (!output) return complain(problem, kFailed);
+  if (!output) return complain(kReportProgram, problem, kFailed);
   LogReader reader;
   LogSummarizer summarizer(request.window);
   LogReading reading{request.logs, {}, {}};
@@ -130,8 +126,8 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
         page.add(record);
         return written = output->flushIfMuch();
       });
-      if (!written) return complain(output->problem(), kFailed);
-      if (!problem.empty()) return complain(problem, kFailed);
+      if (!written) return complain(kReportProgram, output->problem(), kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
     }
   }
   reading.counts = reader.counts();
@@ -152,7 +148,7 @@ int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs)
             summarizer.add(record);
             return true;
           });
-      if (!problem.empty()) return complain(problem, kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
       before += reader.counts().bytes;
       compared.push_back({input.name(), summarizer.finish()});
     }
@@ -175,8 +171,8 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
           if (filter.takes(record)) json.append(record, file, output.pending());
           return written = output.flushIfMuch();
         });
-    if (!written) return complain(output.problem(), kFailed);
-    if (!problem.empty()) return complain(problem, kFailed);
+    if (!written) return complain(kReportProgram, output.problem(), kFailed);
+    if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   }
   return finish(output);
 }
@@ -207,7 +203,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     Progress progress(kReportProgram, inputs);
     for (std::size_t i = 0; i + 1 < inputs.size(); ++i) {
       const std::string problem = readLog(reader, inputs[i], progress, 0, take);
-      if (!problem.empty()) return complain(problem, kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
     }
   }
   bool written = true;
@@ -222,7 +218,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   });
   live = live || !follower.input().size();
   if (const std::string problem = follower.watch(); !problem.empty()) {
-    return complain(problem, kFailed);
+    return complain(kReportProgram, problem, kFailed);
   }
   LogRecord record;
   do {
@@ -230,12 +226,13 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     while (written && reader.next(record)) written = take(record, follower.input().name());
     if (reader.error() != 0) {
       return complain(
+          kReportProgram,
           follower.input().name() + ": cannot be read further: " + std::strerror(reader.error()),
           kFailed);
     }
   } while (written && follower.next());
   history.finish();
-  return written ? finish(output) : complain(output.problem(), kFailed);
+  return written ? finish(output) : complain(kReportProgram, output.problem(), kFailed);
 }
 
 int run(const std::vector<std::string>& arguments) {
@@ -244,7 +241,7 @@ int run(const std::vector<std::string>& arguments) {
   if (!request.compare) sortByTime(request.logs);
   std::vector<LogInput> inputs;
   if (const std::string problem = openLogs(request.logs, inputs); !problem.empty()) {
-    return complain(problem, kFailed);
+    return complain(kReportProgram, problem, kFailed);
   }
   if (request.follow) return follow(request, inputs);
   if (request.output) return writePage(request, inputs);

@@ -31,7 +31,7 @@ const char* numberStart(const std::string& text) {
   // "nan" and "info" start with no number, although from_chars reads them.
   const char* digits = first != end && *first == '-' ? first + 1 : first;
   if (digits != end && *digits == '.') ++digits;
-  const bool number = digits != end && std::isdigit(static_cast<unsigned char>(*digits)) != 0;
+  const bool number = digits != end && isDigit(*digits);
   return number ? first : end;
 }
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <sys/types.h>
 
 namespace zorva {
@@ -60,6 +63,14 @@ struct ProcAnswer {
   int error = 0;
 };
 inline constexpr int kNoSuchProcess = 3;  ///< the process has gone
+
+/// The answer with a text in the buffer: as many bytes as fit, ended by a NUL where there is room.
+inline ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
+  const std::size_t length = std::min(text.size(), buffer.size());
+  std::copy_n(text.begin(), length, buffer.begin());
+  if (length < buffer.size()) buffer[length] = '\0';
+  return {static_cast<int>(length), 0};
+}
 
 /// The kernel's process-information operations. Listing all processes, or asking for the byte count
 /// of the list, begins a new look: what the operations answer after it about sockets is as of the

@@ -161,7 +161,7 @@ std::optional<LogTime> logTimeFrom(std::string_view text, bool dayEnds) {
   std::array<int, 6> numbers{};  // year to second
   std::size_t number = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool digit = text[i] >= '0' && text[i] <= '9';
+    const bool digit = isDigit(text[i]);
     if (kIso[i] == '0') {
       if (!digit) return std::nullopt;
       numbers[number] = numbers[number] * 10 + (text[i] - '0');

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <functional>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 namespace {
 
@@ -50,8 +52,8 @@ bool holdsCardAddress(std::string_view text) {
 bool isPlainKey(std::string_view key) {
   return key.size() <= 32 && !holdsCardAddress(key) &&
          std::all_of(key.begin(), key.end(), [](char byte) {
-           return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') ||
-                  (byte >= '0' && byte <= '9') || byte == '_' || byte == '.' || byte == '-';
+           return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || isDigit(byte) ||
+                  byte == '_' || byte == '.' || byte == '-';
          });
 }
 

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstddef>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 namespace {
 
@@ -22,7 +24,7 @@ std::string wordOf(const std::array<const char*, Size>& words, const char* kind,
 template <std::size_t Size>
 std::int32_t codeOf(const std::array<const char*, Size>& words, const ScenarioNode& node) {
   const char first = node.text().front();
-  if (first == '-' || (first >= '0' && first <= '9')) {
+  if (first == '-' || isDigit(first)) {
     return static_cast<std::int32_t>(node.integer(INT32_MIN, INT32_MAX));
   }
   const auto word = std::find(words.begin(), words.end(), node.text());

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 namespace {
 
@@ -24,7 +26,7 @@ constexpr const char* kLocal = "org.freedesktop.DBus.Local";
 constexpr const char* kLocalPath = "/org/freedesktop/DBus/Local";
 
 int hexDigit(char digit) {
-  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (isDigit(digit)) return digit - '0';
   if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
   if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
   return -1;

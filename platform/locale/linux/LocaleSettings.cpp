@@ -18,7 +18,7 @@ constexpr std::size_t kMaxNameLength = 64;
 constexpr int kMaxLinks = 40;
 
 bool isAlphanumeric(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c);
 }
 
 bool isMadeOf(std::string_view text, std::string_view punctuation) {

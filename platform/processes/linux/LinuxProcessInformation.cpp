@@ -39,13 +39,6 @@ std::optional<std::uint32_t> inodeOfLink(std::string_view link) {
   return parseNumber<std::uint32_t>(link);
 }
 
-ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
-  const std::size_t length = std::min(text.size(), buffer.size());
-  if (length > 0) std::memcpy(buffer.data(), text.data(), length);
-  if (length < buffer.size()) buffer[length] = '\0';
-  return {static_cast<int>(length), 0};
-}
-
 }  // namespace
 
 LinuxProcessInformation::LinuxProcessInformation(const std::string& procRoot)

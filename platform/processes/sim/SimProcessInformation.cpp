@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/processes/sim/SimProcessInformation.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace zorva {
@@ -16,13 +15,6 @@ constexpr SimFaultResults cutRecord(int wholeSize) {
   return {.usual = 100, .least = 1, .most = wholeSize - 1, .code = false};
 }
 constexpr SimFaultResults kAnyCount{.usual = 0, .least = 0, .most = UINT32_MAX, .code = false};
-
-ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
-  const std::size_t length = std::min(text.size(), buffer.size());
-  std::copy_n(text.begin(), length, buffer.begin());
-  if (length < buffer.size()) buffer[length] = '\0';
-  return {static_cast<int>(length), 0};
-}
 
 }  // namespace
 
