@@ -133,10 +133,6 @@ class SimHandset {
   SimAccessoryManager& accessories() { return accessories_; }
   SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
 
- protected:
-  /// For a handset with further services.
-  SimParts& parts() { return parts_; }
-
  private:
   void makeHealthy();
   bool actsAsMobile();

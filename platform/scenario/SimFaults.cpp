@@ -23,10 +23,6 @@ SimFaults::Outcome SimFaults::fail(const std::string& point, int times,
   return Outcome::Armed;
 }
 
-void SimFaults::clear() {
-  for (auto& [name, point] : points_) point->remaining_ = 0;
-}
-
 std::vector<std::string> SimFaults::names() const {
   std::vector<std::string> names;
   for (const auto& [name, point] : points_) names.push_back(name);

@@ -35,9 +35,6 @@ class SimFaults {
   Outcome fail(const std::string& point, int times = 1,
                std::optional<std::int64_t> result = std::nullopt, int after = 0);
 
-  /// Forgets every armed fault.
-  void clear();
-
   /// The names of all points, in alphabetical order.
   std::vector<std::string> names() const;
   bool contains(const std::string& point) const { return points_.contains(point); }

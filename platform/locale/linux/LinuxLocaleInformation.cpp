@@ -37,11 +37,6 @@ std::optional<std::string> LinuxLocaleInformation::countryCode() {
   return zorva::countryCode(identifier());
 }
 
-std::string LinuxLocaleInformation::zoneId() {
-  readSettings();
-  return settings_.zone;
-}
-
 std::string LinuxLocaleInformation::timeZoneAbbreviation() {
   const std::tm local = localTime(clock_.now());
   return local.tm_zone ? local.tm_zone : "";

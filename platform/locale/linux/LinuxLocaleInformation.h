@@ -37,11 +37,9 @@ class LinuxLocaleInformation : public LocaleInformation {
 
   Registration observe(Change change, std::function<void()> callback) override;
 
-  /// The name of the time zone ("Europe/Berlin"), read now.
-  std::string zoneId();
-
-  /// identifier() and zoneId() without any system call: as last read, which happened after the last
-  /// change that the event loop has delivered. For every entry of the log.
+  /// The locale's identifier and the time zone's name ("Europe/Berlin") without any system call: as
+  /// last read, which happened after the last change that the event loop has delivered. For every
+  /// entry of the log.
   const DateSettings& settings() const { return settings_; }
 
  private:

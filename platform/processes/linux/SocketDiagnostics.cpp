@@ -183,18 +183,6 @@ void SocketDiagnostics::take() {
       readTable(protocol, ipv6);
     }
   }
-  sort();
-}
-
-void SocketDiagnostics::readTables() {
-  sockets_.clear();
-  for (const auto protocol : {SocketProtocol::TCP, SocketProtocol::UDP}) {
-    for (const bool ipv6 : {false, true}) readTable(protocol, ipv6);
-  }
-  sort();
-}
-
-void SocketDiagnostics::sort() {
   std::sort(sockets_.begin(), sockets_.end(),
             [](const auto& a, const auto& b) { return a.inode < b.inode; });
 }

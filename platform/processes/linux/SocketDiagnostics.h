@@ -47,8 +47,6 @@ class SocketDiagnostics {
   /// Asks the kernel anew, with one socket-diagnostics dump for each protocol and family. One that
   /// fails is read from /proc/net instead. Takes at most a second when the kernel does not answer.
   void take();
-  /// The same from /proc/net alone.
-  void readTables();
 
   /// Nothing for a socket of another kind, one opened since, or one of another namespace. Valid
   /// until the sockets are taken again.
@@ -57,7 +55,6 @@ class SocketDiagnostics {
  private:
   NetlinkAnswer dump(NetlinkSocket& netlink, SocketProtocol protocol, std::uint8_t family);
   void readTable(SocketProtocol protocol, bool ipv6);
-  void sort();
 
   std::string procRoot_;
   std::vector<SocketOfInode> sockets_;  ///< in the order of their inodes
