@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "apps/DefaultLoggers.h"
 
-#include <array>
 #include <memory>
 
 #include "core/Preferences.h"
@@ -39,11 +38,11 @@ namespace {
 using Made = std::unique_ptr<ZVLogger>;
 
 std::shared_ptr<ZVTelephonyConnection> connection(const LoggerParts& parts) {
-  return std::static_pointer_cast<ZVTelephonyConnection>(parts.telephonyConnection);
+  return std::static_pointer_cast<ZVTelephonyConnection>(parts.sharedConnection);
 }
 
 // clang-format off
-constexpr std::array<LoggerRow, 26> kRows{{
+constexpr LoggerRow kRows[] = {
     {[](const LoggerParts& p) -> Made {
        return ZVConfigLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, connection(p),
                                                    {{p.platform.registry, p.platform.device, p.platform.systemLog},
@@ -110,7 +109,7 @@ constexpr std::array<LoggerRow, 26> kRows{{
                                                          connection(p), p.platform.telephony); }},
     {[](const LoggerParts& p) -> Made {
        return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
-}};
+};
 // clang-format on
 
 }  // namespace

@@ -16,7 +16,7 @@ using SharedConnection = std::shared_ptr<void>;
 struct LoggerParts {
   const ZVLogger::Services& services;
   const Platform& platform;
-  const SharedConnection& telephonyConnection;
+  const SharedConnection& sharedConnection;
 };
 
 /// One row of the logger table: how a logger is made, and when.
@@ -33,7 +33,7 @@ struct LoggerRow {
 /// share.
 struct LoggerTable {
   std::span<const LoggerRow> rows;
-  SharedConnection (*makeTelephonyConnection)(const Platform& platform);
+  SharedConnection (*makeSharedConnection)(const Platform& platform);
 };
 
 }  // namespace zorva

@@ -3,17 +3,8 @@
 
 #include "core/LogFile.h"
 #include "core/ZorvaState.h"
-#include "platform/loop/RunLoop.h"
 
 namespace zorva {
-
-ZorvaState sZorvaState;
-ZorvaContext sZorvaContext;
-
-void ReaderIsGone() {
-  sZorvaContext.readerIsGone = true;
-  sZorvaContext.platform->runLoop.stop();
-}
 
 void StartLogging() {
   StopLogging();

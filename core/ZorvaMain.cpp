@@ -19,12 +19,11 @@
 #include "platform/locale/DateFormatting.h"
 #include "platform/loop/RunLoop.h"
 #include "platform/notifications/SystemNotifications.h"
+#include "platform/storage/FileSystem.h"
 #include "platform/system/SystemLog.h"
 
 namespace zorva {
 namespace {
-
-constexpr const char* kExitNotification = "com.vennor.zorva.exit";
 
 void printUsage() {
   std::fprintf(stderr, "Usage: zorva [-Bdhpq]\n");
@@ -141,7 +140,7 @@ int ZorvaMain(int argc, char* const argv[], const ZorvaHost& host, const LoggerT
   if (made == nullptr) return EXIT_FAILURE;
   const Platform& platform = *made;
   sZorvaContext.platform = made;
-  sZorvaState.telephonyConnection = table.makeTelephonyConnection(platform);
+  sZorvaState.telephonyConnection = table.makeSharedConnection(platform);
 
   NotificationCenter notifications;
   const auto entryDates = platform.dates.makeFormatter(ZVLogger::kEntryDatePattern);

@@ -24,7 +24,7 @@ using Lines = std::vector<std::string>;
 class Named : public ZVLogger {
  public:
   Named(const LoggerParts& parts, char letter) : ZVLogger(parts.services), name_(1, letter) {
-    EXPECT_NE(parts.telephonyConnection, nullptr);
+    EXPECT_NE(parts.sharedConnection, nullptr);
     ++alive;
   }
   ~Named() override { --alive; }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,9 +12,6 @@
 #include "platform/base/Registration.h"
 
 namespace zorva {
-
-/// Where crash reports and our log files go.
-inline constexpr const char* kLogDirectory = "/Library/Logs/Faultbox";
 
 /// Everything that the entry point, StartLogging and StopLogging, and the directory watch share.
 struct ZorvaState {
@@ -35,9 +31,8 @@ extern ZorvaState sZorvaState;
 
 /// What else lasts as long as the run or the process.
 struct ZorvaContext {
-  const Platform* platform = nullptr;   ///< of the run, not owned
-  std::optional<bool> gasGaugeEnabled;  ///< the device's answer, asked once per process
-  bool readerIsGone = false;            ///< no process reads our standard output any more
+  const Platform* platform = nullptr;  ///< of the run, not owned
+  bool readerIsGone = false;           ///< no process reads our standard output any more
 };
 
 extern ZorvaContext sZorvaContext;

@@ -6,7 +6,6 @@
 
 #include "core/BatteryNotifications.h"
 #include "core/Preferences.h"
-#include "core/ZorvaState.h"
 #include "tests/support/LoggerTest.h"
 
 namespace zorva {
@@ -15,7 +14,7 @@ namespace {
 class ZVBatteryLoggerTest : public LoggerTest {
  protected:
   ZVBatteryLoggerTest() {
-    sZorvaContext.gasGaugeEnabled.reset();
+    ZVBatteryProperties::forgetGasGauge();
     handset.batteryUsage().setTimes(std::nullopt);
     RegisterPreferenceDefaults(handset.preferences());
     for (const char* name : {kBatteryStatusDidChange, kBatteryLevelDidChange,
@@ -29,7 +28,7 @@ class ZVBatteryLoggerTest : public LoggerTest {
       }));
     }
   }
-  ~ZVBatteryLoggerTest() override { sZorvaContext.gasGaugeEnabled.reset(); }
+  ~ZVBatteryLoggerTest() override { ZVBatteryProperties::forgetGasGauge(); }
 
   ZVBatteryProperties::Sources sources() {
     const Platform& platform = handset.platform();

@@ -5,7 +5,6 @@
 #include <limits>
 #include <utility>
 
-#include "core/ZorvaState.h"
 #include "platform/base/Text.h"
 
 namespace zorva {
@@ -109,12 +108,11 @@ std::int32_t ZVBatteryProperties::voltage() {
 }
 
 bool ZVBatteryProperties::gasGaugeEnabled() {
-  std::optional<bool>& enabled = sZorvaContext.gasGaugeEnabled;
-  if (!enabled.has_value()) {
+  if (!sGasGaugeEnabled.has_value()) {
     const Value answer = sources_.device.answer("gas-gauge-battery");
-    enabled = answer.isBoolean() && answer.boolean();
+    sGasGaugeEnabled = answer.isBoolean() && answer.boolean();
   }
-  return *enabled;
+  return *sGasGaugeEnabled;
 }
 
 std::string ZVBatteryProperties::humanReadableChargingState() {

@@ -65,12 +65,16 @@ class ZVBatteryProperties {
   /// Whether the battery measures its own current and capacity. Asked of the device once per
   /// process.
   bool gasGaugeEnabled();
+  /// The device is asked again at the next access.
+  static void forgetGasGauge() { sGasGaugeEnabled.reset(); }
 
   /// "Active", "Full", "Inactive", or what hinders charging: "OverTemp", "UnderTemp", "Gradient" or
   /// the registry's own text.
   std::string humanReadableChargingState();
 
  private:
+  inline static std::optional<bool> sGasGaugeEnabled;  ///< the device's answer
+
   Sources sources_;
   std::shared_ptr<RegistryEntry> batteryEntry_;
   std::optional<Dictionary> batteryProperties_;

@@ -17,8 +17,7 @@ ZVPowerAssertionChangedLogger::ZVPowerAssertionChangedLogger(const Services& ser
                                                              PowerManagement& power,
                                                              ProcessTable& processes)
     : ZVPowerAssertionLogger(services, power, processes) {
-  registerCallbackForOstrelNotification(ZVLoggerLogCallback,
-                                        "com.vennor.system.powermanagement.assertions");
+  registerCallbackForOstrelNotification(ZVLoggerLogCallback, kAssertionsChanged);
   previousAssertions_ = currentAssertions();
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "telephony/ZVConfigLogger.h"
 
-#include "core/ZorvaState.h"
 #include "tests/support/LoggerTest.h"
 
 namespace zorva {
@@ -10,10 +9,10 @@ namespace {
 class ZVConfigLoggerTest : public LoggerTest {
  protected:
   ZVConfigLoggerTest() {
-    sZorvaContext.gasGaugeEnabled.reset();
+    ZVBatteryProperties::forgetGasGauge();
     attach(*logger);
   }
-  ~ZVConfigLoggerTest() override { sZorvaContext.gasGaugeEnabled.reset(); }
+  ~ZVConfigLoggerTest() override { ZVBatteryProperties::forgetGasGauge(); }
   void setDisplayPreference(const char* key, Value value) {
     handset.preferences().setValue({"com.vennor.lumbrel", "mobile"}, key, std::move(value));
   }

@@ -49,8 +49,6 @@
 namespace zorva {
 namespace {
 
-constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.assertions";
-
 class WholeLinuxPlatform : public LinuxPlatform {
  public:
   WholeLinuxPlatform() {

@@ -137,7 +137,7 @@ steps:
   };
   SimClock::Duration ended{};
   const Registration end = handset.notifications().observe(
-      SimSystemNotifications::kExit, [&](std::string_view) { ended = handset.clock().elapsed(); });
+      kExitNotification, [&](std::string_view) { ended = handset.clock().elapsed(); });
   scenario.begin(handset);
   std::ofstream(handset.files().hostPath("/Library/Logs/Faultbox/Zorva_1.zorva")) << "a log";
 

@@ -36,7 +36,7 @@ SimRoot::~SimRoot() {
 }
 
 void SimRoot::makeDirectories() const {
-  fs::create_directories(path_ / "Library/Logs/Faultbox");
+  fs::create_directories(path_ / (kLogDirectory + 1));
   fs::create_directories(path_ / "var/mobile/Library/Preferences");
 }
 

@@ -10,6 +10,9 @@
 
 namespace zorva {
 
+/// The system notification that every change of the assertions posts.
+inline constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.assertions";
+
 /// The power-management service: who keeps the device awake.
 class PowerManagement {
  public:
@@ -22,8 +25,7 @@ class PowerManagement {
   };
 
   /// The assertions held now, by process; an empty list when there are none, nothing when the
-  /// query fails. Every change posts the system notification
-  /// "com.vennor.system.powermanagement.assertions".
+  /// query fails. Every change posts kAssertionsChanged.
   virtual std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() = 0;
 };
 

@@ -22,8 +22,8 @@ struct SimWorld {
   SimPowerManagement& power = handset.powerManagement();
   int changes = 0;
   const Date start = handset.clock().now();
-  Registration listening = handset.notifications().observe(SimPowerManagement::kAssertionsChanged,
-                                                           [this](auto) { ++changes; });
+  Registration listening =
+      handset.notifications().observe(kAssertionsChanged, [this](auto) { ++changes; });
   void pass(int seconds) { handset.runLoop().advance(seconds); }
   void hold(int pid, const std::string& name) { power.take(pid, name); }
   void release(int pid, const std::string& name) { EXPECT_TRUE(power.release(pid, name)); }

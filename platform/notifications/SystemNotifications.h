@@ -11,6 +11,9 @@
 
 namespace zorva {
 
+/// Its post ends every running daemon that hears it.
+inline constexpr const char* kExitNotification = "com.vennor.zorva.exit";
+
 /// The device-wide notification centre: names that any process may post and listen to, each with a
 /// 64-bit state.
 class SystemNotifications {

@@ -5,6 +5,9 @@
 
 namespace zorva {
 
+/// The device's directory of crash reports and of our log files.
+inline constexpr const char* kLogDirectory = "/Library/Logs/Faultbox";
+
 /// Where the device's files are on this machine, and events about one directory's entries.
 class FileSystem {
  public:

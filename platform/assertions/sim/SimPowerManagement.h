@@ -18,8 +18,6 @@ namespace zorva {
 /// assertion, each one's assertions in the order in which they were taken.
 class SimPowerManagement : public PowerManagement {
  public:
-  static constexpr const char* kAssertionsChanged = "com.vennor.system.powermanagement.assertions";
-
   SimPowerManagement(SimParts& parts, const Clock& clock, NotificationCentre& notifications);
 
   std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() override;

@@ -12,8 +12,6 @@ namespace zorva {
 /// The notification centre of the handset. A post reaches its subscribers before it returns.
 class SimSystemNotifications : public NotificationCentre {
  public:
-  static constexpr const char* kExit = "com.vennor.zorva.exit";
-
   explicit SimSystemNotifications(SimParts& parts);
 
   Registration observe(const std::string& name, Callback callback) override;
@@ -21,7 +19,7 @@ class SimSystemNotifications : public NotificationCentre {
 
   void post(std::string_view name) override { observers_[std::string(name)].notify(name); }
   /// Posts what ends the daemon.
-  void postExit() { post(kExit); }
+  void postExit() { post(kExitNotification); }
 
   /// Sets the name's state, without a post. Nothing makes it unreadable.
   void setState(const std::string& name, std::optional<std::uint64_t> state) {

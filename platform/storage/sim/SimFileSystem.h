@@ -16,8 +16,6 @@ namespace zorva {
 /// The handset's files: real ones, below a directory of this machine.
 class SimFileSystem : public FileSystem {
  public:
-  static constexpr const char* kLogDirectory = "/Library/Logs/Faultbox";
-
   /// The root directory must exist. The system log hears what a scenario could not do.
   SimFileSystem(SimParts& parts, std::string root, SystemLog& systemLog);
 
