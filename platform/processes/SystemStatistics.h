@@ -170,7 +170,7 @@ enum class TaskDetail : std::uint32_t {
   None = 0,
   Identity = 1 << 0,  ///< effective user id
   Threads = 1 << 1,   ///< every live thread
-  Ports = 1 << 2,     ///< number of port names (open descriptors on Linux)
+  Ports = 1 << 2,     ///< number of port names, or of open descriptors if there are no ports
   Events = 1 << 3,    ///< event counters
   WorkQueue = 1 << 4,
 };
