@@ -68,7 +68,7 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual((log.stat().st_uid, log.stat().st_gid), (MOBILE, MOBILE))
         lines = log.read_text().splitlines()
         self.assertEqual(lines[0], 'Zorva Version: 5')
-        categories = [re.match(r'\d\d/\d\d/\d\d \d\d:\d\d:\d\d \[(\w+)\] ', line)[1]
+        categories = [re.match(r'\d\d/\d\d/\d\d \d\d:\d\d:\d\d \[([^]]+)\] ', line)[1]
                       for line in lines[1:] if line]
         # Whether these occur depends on the machine: alarms, accessories, the desktop, the battery, the
         # journal.

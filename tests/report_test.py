@@ -60,7 +60,10 @@ class ReportTest(unittest.TestCase):
         self.assertEqual((records['Battery']['battery'], records['Battery']['other']),
                          ({'level': None, 'voltage': -1, 'current': None}, [{'key': 'added', 'value': '7'}]))
         held = next(piece for piece in pieces(LOGS['day']) if piece.get('category') == 'Assertion')
-        self.assertEqual((held['time'], held['assertion']['held_for'], held['line']), ('2026-11-17T06:28:00', 25200, 7))
+        line = next(number for number, text in enumerate(LOGS['day'].read_text().splitlines(), 1)
+                    if '[Assertion]' in text)
+        self.assertEqual((held['time'], held['assertion']['held_for'], held['line']),
+                         ('2026-11-17T06:28:00', 25200, line))
 
     def test_logs_are_sorted_and_a_window_is_cut_out(self):
         shown = report(LOGS['day'], LOGS['night'], '--until', '2026-11-16')

@@ -9,6 +9,8 @@ from programs import ROOT, program, run
 
 
 class SimulationTest(unittest.TestCase):
+    maxDiff = None  # a scenario's difference is shown whole
+
     def test_scenarios_give_their_expected_logs_every_time(self):
         scenarios = sorted((ROOT / 'scenarios').glob('*.yaml'))
         self.assertTrue(scenarios)

@@ -42,28 +42,38 @@ const std::set<std::string> kOnBatteryNews{
     "Battery",   "Bluetooth", "Network", "ProcessMonitor",           "WiFi",  "Assertion",
     "Telephony", "Syncward",  "Syslog",  "Baseband State Durations", "Config"};
 
-// The entries that may differ when a service fails, by the first part of the fault point's name. A
-// service that is not listed may change any entry.
+// For services whose failure may change any entry: only crashes and hangs are found then.
+const std::set<std::string> kAnyEntry{"*"};
+
+// The entries that may differ when a service fails, by the first part of the fault point's name.
 const std::map<std::string, std::set<std::string>> kDependents{
     {"accessories", {"Accessory"}},
     {"accountSync", {"Syncward"}},
+    {"accounts", kAnyEntry},
     {"applications", {"Application"}},
     {"audio", {"Audio"}},
     {"backlight", {"Display"}},
     {"battery", kOnBatteryNews},
     {"batteryUsage", {"Battery"}},
     {"bluetooth", {"Bluetooth"}},
+    {"device", kAnyEntry},
+    {"files", kAnyEntry},
     {"identity", {"Keepline", "KL Client"}},
     {"interfaces", {"Network"}},
+    {"kernel", kAnyEntry},
     {"locale", {"Locale"}},
     {"location", {"Geodyne", "Geodyne Client"}},
+    {"notifications", kAnyEntry},
     {"persistentConnections", {"Keepline", "KL Client"}},
     {"powerManagement", {"Assertion"}},
+    {"preferences", kAnyEntry},
     {"processes", {"Assertion"}},
     {"processInformation", {"PacketTracker"}},
     {"profile", {"Config"}},
     {"push", {"NMXN", "NMX Event"}},
     {"reachability", {"Reachability"}},
+    {"registry", kAnyEntry},
+    {"runLoop", kAnyEntry},
     {"scheduledEvents", {"Schedule"}},
     {"statistics", {"ProcessMonitor"}},
     {"systemLogQueries", {"Syslog"}},
@@ -76,6 +86,10 @@ const std::map<std::string, std::set<std::string>> kDependents{
     {"wifi", {"WiFi"}},
     {"wifiDriver", {"WiFi"}},
 };
+
+std::string serviceOf(const std::string& point) {
+  return point.substr(0, point.find('.'));
+}
 
 struct Fault {
   std::string point;  // empty: none
@@ -142,8 +156,8 @@ class Campaign {
 
   // Describes what the entries of other loggers lost by the fault; empty if nothing.
   static std::string damage(const std::string& point, const Outcome& usual, const Outcome& failed) {
-    const auto dependents = kDependents.find(point.substr(0, point.find('.')));
-    if (dependents == kDependents.end()) return {};
+    const std::set<std::string>& dependents = kDependents.at(serviceOf(point));
+    if (dependents == kAnyEntry) return {};
     auto wanted = byCategory(usual.log);
     auto found = byCategory(failed.log);
     std::set<std::string> categories;
@@ -152,7 +166,7 @@ class Campaign {
     }
     std::string damaged;
     for (const std::string& category : categories) {
-      if (category == "Zorva" || dependents->second.contains(category)) continue;
+      if (category == "Zorva" || dependents.contains(category)) continue;
       if (wanted[category] != found[category]) damaged += " [" + category + "]";
     }
     return damaged;
@@ -222,6 +236,11 @@ int main(int argc, char** argv) {
   int lost = 0;
   int never = 0;
   for (const auto& [point, calls] : points) {
+    if (!kDependents.contains(serviceOf(point))) {
+      ++lost;
+      std::printf("%-48s has no service in kDependents\n", point.c_str());
+      continue;
+    }
     if (calls == 0) {
       ++never;
       std::printf("%-48s is never called in this scenario\n", point.c_str());
