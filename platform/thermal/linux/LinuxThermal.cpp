@@ -33,10 +33,19 @@ LinuxThermal::LinuxThermal(sd_event* event, NotificationCentre& notifications,
 
 std::int32_t LinuxThermal::level() {
   if (posting_) return reported_;
-  if (!events_) listen();  // before the reading, so that no change falls between the two
+  if (!std::exchange(listening_, true)) listen();
+  readAll();
+  return reported_ = throttling_.level();
+}
+
+// The events begin before the reading, so that no change falls between the two.
+void LinuxThermal::readAll() {
+  if (!events_) {
+    events_.emplace(event_, [this](const ThermalChanges& changes) { eventsCame(changes); });
+  }
   throttling_.readAll();
   pending_ = {};
-  return reported_ = throttling_.level();
+  if (!throttling_.possible()) events_.reset();
 }
 
 std::uint64_t LinuxThermal::sensorState(std::size_t index) const {
@@ -51,12 +60,6 @@ std::uint64_t LinuxThermal::sensorState(std::size_t index) const {
 }
 
 void LinuxThermal::listen() {
-  events_.emplace(event_, [this](const ThermalChanges& changes) {
-    pending_.anything = pending_.anything || changes.anything;
-    pending_.zones.insert(changes.zones.begin(), changes.zones.end());
-    for (const auto& [device, state] : changes.states) pending_.states[device] = state;
-    changed_.request();
-  });
   sd_device_monitor* monitor = nullptr;
   if (sd_device_monitor_new(&monitor) < 0) return;
   monitor_.reset(monitor);
@@ -69,6 +72,13 @@ void LinuxThermal::listen() {
       sd_device_monitor_start(monitor, changed, this) < 0) {
     monitor_.reset();
   }
+}
+
+void LinuxThermal::eventsCame(const ThermalChanges& changes) {
+  pending_.anything = pending_.anything || changes.anything;
+  pending_.zones.insert(changes.zones.begin(), changes.zones.end());
+  for (const auto& [device, state] : changes.states) pending_.states[device] = state;
+  changed_.request();
 }
 
 // A zone has changed when a point was crossed under a governor that leaves the rest to a program.
@@ -90,7 +100,11 @@ void LinuxThermal::deviceChanged(sd_device* device) {
 }
 
 void LinuxThermal::reportChange() {
-  throttling_.apply(std::exchange(pending_, {}));
+  if (pending_.anything) {
+    readAll();
+  } else {
+    throttling_.apply(std::exchange(pending_, {}));
+  }
   const std::int32_t now = throttling_.level();
   if (std::exchange(reported_, now) == now) return;
   posting_ = true;

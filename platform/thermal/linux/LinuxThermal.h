@@ -41,13 +41,20 @@ class LinuxThermal : public Thermal {
   /// never asks.
   std::int32_t level() override;
 
+  /// Whether it receives the kernel's events of throttling. Where nothing throttles it does not: on
+  /// some processors the kernel has their firmware measure for whoever receives them. What comes
+  /// later is announced by the device manager.
+  bool receivesEvents() const { return events_ && events_->descriptor() >= 0; }
+
  private:
   struct MonitorRelease {
     void operator()(sd_device_monitor* monitor) const { sd_device_monitor_unref(monitor); }
   };
 
   std::uint64_t sensorState(std::size_t index) const;
+  void readAll();
   void listen();
+  void eventsCame(const ThermalChanges& changes);
   void deviceChanged(sd_device* device);
   void reportChange();
 
@@ -61,6 +68,7 @@ class LinuxThermal : public Thermal {
   bool posting_ = false;       ///< it is being heard of, and nothing has changed since
   CoalescedCall changed_;
   std::optional<ThermalEvents> events_;
+  bool listening_ = false;
   std::unique_ptr<sd_device_monitor, MonitorRelease> monitor_;
 };
 

@@ -155,11 +155,13 @@ TEST(Throttling, FollowsTheEventsWithoutReadingTheRest) {
   EXPECT_EQ(levelAfter({false, {7}, {}}), 100);
   // A device that comes is known from then on.
   bind("thermal_zone0", 2, 1, "0");
-  EXPECT_EQ(levelAfter({true, {}, {}}), 100);
+  throttling.readAll();
+  EXPECT_EQ(throttling.level(), 100);
   EXPECT_EQ(levelAfter({false, {}, {{3, 0}, {0, 0}, {1, 1}}}), 25);
   std::filesystem::remove_all(root / "thermal_zone7");
   std::filesystem::remove_all(root / "thermal_zone0");
-  EXPECT_EQ(levelAfter({true, {}, {}}), 0);
+  throttling.readAll();
+  EXPECT_EQ(throttling.level(), 0);
 }
 
 class LinuxThermalTest : public MockKernelTest {
@@ -245,6 +247,7 @@ TEST_F(LinuxThermalTest, PostsNothingThatNobodyAskedForOrThatWasAnswered) {
   };
   change("1");
   EXPECT_EQ(heard, 0);
+  EXPECT_FALSE(thermal_.receivesEvents());
   EXPECT_EQ(thermal_.level(), 25);
   bind("thermal_zone0", "cdev0", "0", "3", "4");  // no event tells it
   EXPECT_EQ(thermal_.level(), 75);
@@ -261,6 +264,21 @@ TEST_F(LinuxThermalTest, PostsNothingThatNobodyAskedForOrThatWasAnswered) {
   EXPECT_EQ(heard, 2);
   EXPECT_EQ(levelHeard_, 50);
   EXPECT_EQ(thermal_.level(), 100);
+  // The kernel's events, which not every kernel has, are received while something can throttle.
+  const bool kernelHasEvents = ThermalEvents(loop_.event(), {}).descriptor() >= 0;
+  EXPECT_EQ(thermal_.receivesEvents(), kernelHasEvents);
+  const auto receivesWith = [&](const char* type, const char* event) {
+    for (const char* number : {"0", "1"}) {
+      write(std::string("thermal_zone") + number + "/trip_point_0_type", type);
+    }
+    send(zone, event);
+    loop_.drain();
+    return thermal_.receivesEvents();
+  };
+  EXPECT_FALSE(receivesWith("active", "add"));
+  EXPECT_EQ(heard, 3);
+  EXPECT_EQ(receivesWith("passive", "add"), kernelHasEvents);
+  EXPECT_EQ(levelHeard_, 100);
 }
 
 }  // namespace

@@ -63,7 +63,6 @@ void Throttling::readAll() {
 }
 
 void Throttling::apply(const ThermalChanges& changes) {
-  if (changes.anything) return readAll();
   for (const std::int32_t zone : changes.zones) {
     const auto found = zones_.find(zone);
     if (found == zones_.end()) continue;

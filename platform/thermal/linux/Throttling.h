@@ -20,7 +20,10 @@ class Throttling {
   explicit Throttling(std::string directory) : directory_(std::move(directory)) {}
 
   void readAll();
+  /// Not for changes of anything: those want readAll().
   void apply(const ThermalChanges& changes);
+  /// Whether there is a device that could throttle.
+  bool possible() const { return !devices_.empty(); }
 
   /// 0 to 100: of the device that is throttled most, in percent of what it can be, rounded up.
   std::int32_t level() const;
