@@ -143,6 +143,9 @@ class ModemTest(unittest.TestCase):
         reasons = pathlib.Path('/sys/kernel/wakeup_reasons')
         reasons.mkdir()
         reason = reasons / 'last_resume_reason'
+        self.assertIn('[Telephony]', run(program('zorva'), '-q').stdout)
+        self.assertEqual(self.threshold(), 0)
+        wait_for(lambda: locks.read_text() == 'taken\ndropped\n', 'the lock of the snapshot')
         self.start_zorva()
         self.read = len(self.log())
 
@@ -186,7 +189,7 @@ class ModemTest(unittest.TestCase):
         send('SOCK_DGRAM', 4712, 'noise')
         self.sleep(False)
         self.assertRegex(self.new_lines('[Wake]')[0], r'^\[Wake\] reason=.*rtc0.*; info=<none>;$')
-        self.assertEqual(locks.read_text().split(), ['taken'] + ['sleep', 'dropped', 'awake', 'taken'] * 4)
+        self.assertEqual(locks.read_text().split(), ['taken', 'dropped', 'taken'] + ['sleep', 'dropped', 'awake', 'taken'] * 4)
 
 
 programs.enter_device(network=True)
