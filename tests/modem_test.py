@@ -189,7 +189,8 @@ class ModemTest(unittest.TestCase):
         send('SOCK_DGRAM', 4712, 'noise')
         self.sleep(False)
         self.assertRegex(self.new_lines('[Wake]')[0], r'^\[Wake\] reason=.*rtc0.*; info=<none>;$')
-        self.assertEqual(locks.read_text().split(), ['taken', 'dropped', 'taken'] + ['sleep', 'dropped', 'awake', 'taken'] * 4)
+        self.assertEqual(locks.read_text().split(),
+                         ['taken', 'dropped', 'taken'] + ['sleep', 'dropped', 'awake', 'taken'] * 4)
 
 
 programs.enter_device(network=True)
