@@ -41,6 +41,7 @@
 #include "platform/telephony/linux/LinuxTelephonyNotifications.h"
 #include "platform/telephony/linux/LinuxTelephonyServer.h"
 #include "platform/telephony/linux/ModemManagerClient.h"
+#include "platform/telephony/linux/SignalPause.h"
 #include "platform/thermal/linux/LinuxThermal.h"
 #include "platform/traffic/linux/LinuxNetworkInterfaces.h"
 #include "platform/wifi/linux/LinuxWiFiDriver.h"
@@ -94,6 +95,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
                                    wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
                                  },
                                  [this] { wakeTexts_.reset(); }}};
+  SignalPause signalPause_{runLoop_.event(), systemPower_, modemManager_};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_{
