@@ -169,7 +169,10 @@ int ZorvaMain(int argc, char* const argv[], const ZorvaHost& host, const LoggerT
     return EXIT_FAILURE;
   }
   RegisterPreferenceDefaults(platform.preferences);
-  if (sZorvaState.loggers.empty()) appendDefaultLoggers(table, parts);
+  if (sZorvaState.loggers.empty()) {
+    sZorvaState.awaitedSources.clear();
+    appendDefaultLoggers(table, parts);
+  }
 
   StartLogging();
   const bool ended = runUntilExit(host, platform);
