@@ -91,7 +91,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
                                    wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
                                  },
                                  [this](std::function<void()> proceed) {
-                                   wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
+                                   wakeTexts_.awake(kernel_.systemDidWake(true), std::move(proceed));
                                  },
                                  [this] { wakeTexts_.reset(); }}};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};

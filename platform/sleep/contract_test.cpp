@@ -167,7 +167,7 @@ struct LinuxKernel {
     values.systemWillSleep();
     std::filesystem::remove_all(root / "kernel");
     if (reason) root.write("kernel/wakeup_reasons/last_resume_reason", *reason + "\n");
-    values.systemDidWake();
+    values.systemDidWake(true);
   }
 };
 template <typename Kernel>
