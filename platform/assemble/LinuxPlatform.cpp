@@ -85,15 +85,21 @@ class WholeLinuxPlatform : public LinuxPlatform {
   ModemManagerClient modemManager_{runLoop_.event(), bus_};
   LinuxKernelValues kernel_{[this] { return modemManager_.modemDevices(); }};
   WakeTexts wakeTexts_{runLoop_, runLoop_.event()};
-  LinuxSystemPower systemPower_{bus_,
-                                {[this] {
-                                   kernel_.systemWillSleep();
-                                   wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
-                                 },
-                                 [this](std::function<void()> proceed) {
-                                   wakeTexts_.awake(kernel_.systemDidWake(true), std::move(proceed));
-                                 },
-                                 [this] { wakeTexts_.reset(); }}};
+  bool modemWoke_ = false;
+  LinuxSystemPower systemPower_{
+      runLoop_.event(),
+      bus_,
+      {[this] {
+         kernel_.systemWillSleep();
+         wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
+       },
+       [this](bool prepared) {
+         modemWoke_ = kernel_.systemDidWake(prepared);
+         // What the modem reports from now on can still be heard.
+         if (!prepared) wakeTexts_.sleepBegins({});
+       },
+       [this](std::function<void()> proceed) { wakeTexts_.awake(modemWoke_, std::move(proceed)); },
+       [this] { wakeTexts_.reset(); }}};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_{
