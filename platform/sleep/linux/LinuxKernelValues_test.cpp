@@ -260,8 +260,9 @@ TEST(LinuxKernelValues, AreFitForALineOfTextAndNeverGuessed) {
   kernel.systemDidWake(false);
   EXPECT_EQ(kernel.read("kern.wakereason", buffer, filled), 0);
   EXPECT_STREQ(buffer.data(), "gpio-keys wakeup source");
-  // What woke it once does not stand for the next wake.
+  // What woke it once does not stand for the next wake, nor an event at any time since.
   machine.wokenBy(9);
+  machine.count("gpe17", 13, "  EN     enabled      unmasked");
   kernel.systemDidWake(false);
   EXPECT_EQ(kernel.read("kern.wakereason", buffer, filled), 0);
   EXPECT_STREQ(buffer.data(), "acpi irq 9 IO-APIC");
