@@ -173,6 +173,12 @@ bool alarmWentOff(const std::string& device) {
   });
 }
 
+// A text that cannot be a time of the kernel's must not make the sums overflow.
+std::int64_t milliseconds(const std::string& path) {
+  constexpr std::int64_t kMost = std::int64_t{1} << 60;
+  return std::clamp<std::int64_t>(readNumber(path).value_or(0), 0, kMost);
+}
+
 std::map<std::string, WakeupCounts> readCounts(const std::string& sysfs) {
   std::map<std::string, WakeupCounts> counts;
   const std::string directory = sysfs + "/class/wakeup";
@@ -180,7 +186,7 @@ std::map<std::string, WakeupCounts> readCounts(const std::string& sysfs) {
     const std::string source = directory + "/" + entry + "/";
     counts[entry] = {attribute(source + "name"), readNumber(source + "event_count").value_or(0),
                      readNumber(source + "wakeup_count").value_or(0),
-                     readNumber(source + "total_time_ms").value_or(0)};
+                     milliseconds(source + "total_time_ms")};
   }
   return counts;
 }
@@ -200,11 +206,11 @@ std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBase
                                   : WakeupCounts{};
     if (now.events <= then.events) continue;
     const std::string directory = sysfs + "/class/wakeup/" + entry + "/";
-    const std::int64_t changed = readNumber(directory + "last_change_ms").value_or(0);
+    const std::int64_t changed = milliseconds(directory + "last_change_ms");
     if (changed < before.sinceMs) continue;
     // It last changed when it fell silent, or when it spoke up if it has not yet: the time for
     // which it has spoken leads back to when it began. With pauses between, it began even earlier.
-    const std::int64_t speaks = readNumber(directory + "active_time_ms").value_or(0);
+    const std::int64_t speaks = milliseconds(directory + "active_time_ms");
     const std::int64_t spoke =
         std::max<std::int64_t>(0, now.totalTimeMs - speaks - then.totalTimeMs);
     const std::string device = canonical(directory + "device");
