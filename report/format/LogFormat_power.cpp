@@ -149,11 +149,13 @@ constexpr FieldFormat kSchedule[] = {
 constexpr WordFormat kSleepEvents[] = {
     {"can_sleep", "The system asks whether it may sleep, and Zorva has allowed it"},
     {"will_sleep", "The system goes to sleep now"},
-    {"will_not_sleep", "Another program has refused, and the device stays awake"}};
-constexpr FieldFormat kSleep[] = {{"event", Word, "", "The step on the way to sleep.",
-                                   "will_sleep only, when the login manager announces it; a sleep "
-                                   "that is not requested from the login manager is not seen.",
-                                   Harmless, kSleepEvents}};
+    {"will_not_sleep", "The device stays awake: the sleep was refused or has failed"}};
+constexpr FieldFormat kSleep[] = {
+    {"event", Word, "", "The step on the way to sleep.",
+     "will_sleep when the login manager announces it, will_not_sleep if the kernel's counts then "
+     "show that the sleep failed. A sleep that is not requested from the login manager has its "
+     "Wake entry only.",
+     Harmless, kSleepEvents}};
 
 constexpr FieldFormat kThermal[] = {
     {"level", Integer, "", "How much the device is throttled because of heat; 0 is not at all.",
@@ -171,8 +173,8 @@ constexpr FieldFormat kWake[] = {
      "The reason of the wake as the kernel reports it; <unknown> if it reports none. A reason that "
      "contains \"baseband\", \"radios\", \"exton(bb)\" or \"exton2(bb)\" means the modem.",
      "The wakeup reasons of Android kernels, otherwise the interrupt (kernels with "
-     "CONFIG_PM_SLEEP_DEBUG), otherwise the wakeup source that was active; if it is the modem's, "
-     "\"baseband\" precedes it."},
+     "CONFIG_PM_SLEEP_DEBUG) with the firmware's event, otherwise the wakeup source that was "
+     "active first; if it is the modem's, \"baseband\" precedes it."},
     {"info", Text, "",
      "The modem's own text about the wake: the packet's bytes, the call or the message; (null) if "
      "it is not available.",
