@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <sstream>
 #include <string_view>
 
 #include "platform/base/Text.h"
