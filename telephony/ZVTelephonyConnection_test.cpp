@@ -136,47 +136,6 @@ TEST_F(TelephonyConnectionTest, WakeCommandFirmwareAndTraces) {
                                     "Probecraft (domain=1, error=4)"}));
 }
 
-TEST_F(TelephonyConnectionTest, RadioCallsAndSignal) {
-  const std::pair<std::optional<std::string>, std::string> kTechnologies[] = {
-      {std::nullopt, "None"},
-      {"selection-0", "GSM"},
-      {"technology-gsm-compact", "GSM"},
-      {"selection-1", "UMTS"},
-      {"technology-utran", "UMTS"},
-      {"selection-unknown", "Unknown"},
-      {"Selection-2", "Selection-2"}};
-  for (const auto& [selection, name] : kTechnologies) {
-    server.setRatSelection(selection);
-    EXPECT_EQ(connection->currentRAT(), name);
-  }
-  const std::pair<std::int32_t, const char*> kStatuses[] = {{0, "Idle"},
-                                                            {1, "Active"},
-                                                            {2, "Held"},
-                                                            {3, "Sending"},
-                                                            {4, "Ringing"},
-                                                            {5, "Disconnected"},
-                                                            {6, "<unknown status: 6>"},
-                                                            {-1, "<unknown status: -1>"}};
-  for (const auto& [status, name] : kStatuses) {
-    handset.telephony().setCalls({{8, status}});
-    EXPECT_EQ(connection->currentCallStatus(), name);
-  }
-  handset.telephony().setCalls({{9, 1}});
-  EXPECT_EQ(connection->currentCallStatus(), "Multiple");
-  EXPECT_TRUE(connection->callActive());
-  ASSERT_EQ(handset.faults().fail("telephony.copyCurrentCalls"), SimFaults::Outcome::Armed);
-  EXPECT_EQ(connection->currentCallStatus(), "Inactive");
-  handset.telephony().setCalls({{8, std::nullopt}, {9, std::nullopt}});
-  EXPECT_FALSE(connection->callActive());
-
-  std::int32_t raw = 1, percent = 1, bars = 1;
-  connection->getSignalStrengthAsPercentageWithBars(raw, percent, bars);
-  EXPECT_EQ(std::tie(raw, percent, bars), std::make_tuple(-85, 60, 3));
-  handset.telephony().setSignal({std::nullopt, 20, std::nullopt});
-  connection->getSignalStrengthAsPercentageWithBars(raw, percent, bars);
-  EXPECT_EQ(std::tie(raw, percent, bars), std::make_tuple(-1, 20, -1));
-}
-
 TEST_F(TelephonyConnectionTest, LoggersShareAConnectionAndNeedOne) {
   const auto make = [this] {
     return ZVBasebandStateDurationLogger::loggerWithConnection(services(), centre, connection);
