@@ -13,7 +13,6 @@ namespace zorva {
 namespace {
 
 using Change = AudioSystem::Change;
-using Values = std::vector<Value>;
 
 // Each world is silent at first, at half its volume, with an empty headphone jack.
 struct SimWorld {
@@ -62,74 +61,54 @@ struct LinuxWorld {
 };
 
 template <typename World>
-class AudioContract : public testing::Test {
- protected:
-  Values attributes() {
-    Values values;
-    for (const char* key : {audio::kPlaying, audio::kFullMute, audio::kHeadphoneJack,
-                            audio::kHeadphoneJackHasInput, audio::kActiveRoute, "another"}) {
-      values.push_back(audio.attribute(key));
-    }
-    return values;
-  }
-  World world;
-  AudioSystem& audio = world.audio;
-};
+class AudioContract : public testing::Test {};
 using Worlds = testing::Types<SimWorld, LinuxWorld>;
 TYPED_TEST_SUITE(AudioContract, Worlds);
 
-TYPED_TEST(AudioContract, AttributesHaveTheirTypesAndAreNothingWithoutSound) {
-  EXPECT_EQ(this->attributes(), Values({false, false, false, false, "Speaker", {}}));
-  this->world.plugHeadset(true);
-  this->world.mute();
-  this->world.play();
-  this->world.deliver();
-  EXPECT_EQ(this->attributes(), Values({true, true, true, true, "Headphone", {}}));
-  float volume = -1;
-  std::optional<std::string> name;
-  EXPECT_TRUE(this->audio.activeCategory(volume, name));
-  EXPECT_FLOAT_EQ(volume, 0.5);
-  EXPECT_TRUE(name && !name->empty());
-
-  this->world.removeSound();
-  this->world.deliver();
-  EXPECT_EQ(this->attributes(), Values(6));
-  EXPECT_FALSE(this->audio.activeCategory(volume, name));
-}
-
-TYPED_TEST(AudioContract, ObserversAreCalledForTheirKindOfChangeUntilDropped) {
-  Values jack, input, route;
-  std::vector<int> volumes;
-  const auto observe = [this](Change change, const char* key, Values& into) {
-    return this->audio.observe(change,
-                               [this, key, &into] { into.push_back(this->audio.attribute(key)); });
-  };
-  const auto jacks = observe(Change::HeadphoneJack, audio::kHeadphoneJack, jack);
-  const auto inputs = observe(Change::InputDevice, audio::kHeadphoneJackHasInput, input);
-  Registration once, other = observe(Change::ActiveRoute, audio::kActiveRoute, route);
-  once = this->audio.observe(Change::HeadphoneJack, [&] {
-    once.reset();
-    other.reset();
-  });
-  const auto volume = this->audio.observe(Change::SystemVolume, [&] {
-    float share = -1;
+TYPED_TEST(AudioContract, AttributesAreAsOfNowAndChangesCallTheirObserversUntilDropped) {
+  TypeParam world;
+  std::string called;
+  // Who was called since the last time, then what plays, is muted, plugged in, active, and how
+  // loud.
+  const auto now = [&] {
+    world.deliver();
+    std::string all = std::exchange(called, "") + ":";
+    for (const char* key : {audio::kPlaying, audio::kFullMute, audio::kHeadphoneJack,
+                            audio::kHeadphoneJackHasInput, audio::kActiveRoute, "another"}) {
+      all += " " + world.audio.attribute(key).description();
+    }
+    float volume = -1;
     std::optional<std::string> name;
-    EXPECT_TRUE(this->audio.activeCategory(share, name));
-    volumes.push_back(static_cast<int>(share * 100));
+    if (!world.audio.activeCategory(volume, name)) return all + " -";
+    EXPECT_TRUE(name && !name->empty());
+    return all + " " + std::to_string(static_cast<int>(volume * 100));
+  };
+  const auto observe = [&](Change change, const char* mark) {
+    return world.audio.observe(change, [&called, mark] { called += mark; });
+  };
+  EXPECT_EQ(now(), ": 0 0 0 0 Speaker (null) 50");
+  world.mute();
+  world.play();
+  EXPECT_EQ(now(), ": 1 1 0 0 Speaker (null) 50");
+  const auto jack = observe(Change::HeadphoneJack, "jack ");
+  const auto volume = observe(Change::SystemVolume, "volume ");
+  Registration own, route = observe(Change::ActiveRoute, "dropped ");
+  own = world.audio.observe(Change::HeadphoneJack, [&] {
+    own.reset();
+    route.reset();
   });
-  this->world.setVolume(25);
-  this->world.deliver();
-  EXPECT_EQ(volumes, std::vector<int>{25});
-  EXPECT_EQ(jack.size() + input.size() + route.size(), 0u);
-  const auto routes = observe(Change::ActiveRoute, audio::kActiveRoute, route);
-  for (const bool in : {true, false}) {
-    this->world.plugHeadset(in);
-    this->world.deliver();
-  }
-  EXPECT_EQ(jack, Values({true, false}));
-  EXPECT_EQ(input, Values({true, false}));
-  EXPECT_EQ(route, Values({"Headphone", "Speaker"}));
-  EXPECT_EQ(volumes, std::vector<int>{25});
+  world.setVolume(25);
+  EXPECT_EQ(now(), "volume : 1 1 0 0 Speaker (null) 25");
+  world.plugHeadset(true);
+  EXPECT_EQ(now(), "jack : 1 1 1 1 Headphone (null) 25");
+  const auto input = observe(Change::InputDevice, "input ");
+  world.plugHeadset(false);
+  const std::string unplugged = now();  // the two are reported in either order
+  EXPECT_TRUE(unplugged.find("jack ") < unplugged.npos &&
+              unplugged.find("input ") < unplugged.npos);
+  EXPECT_TRUE(unplugged.ends_with(": 1 1 0 0 Speaker (null) 25"));
+  world.removeSound();
+  EXPECT_TRUE(now().ends_with(": (null) (null) (null) (null) (null) (null) -"));
 }
 
 }  // namespace
