@@ -67,8 +67,11 @@ TYPED_TEST(LocaleContract, AnswersAreAsOfNowAndChangesReportedAfterThem) {
   world.setZone("Europe/Berlin");
   EXPECT_FALSE(locale.daylightSavingTime());
   locales.reset();
-  world.setLocale("eo");
-  EXPECT_EQ(locale.countryCode(), std::nullopt);
+  for (const auto& [name, country] :
+       {std::pair("sr_Latn", "none"), {"pt-BR", "BR"}, {"en_US_POSIX", "US"}, {"eo", "none"}}) {
+    world.setLocale(name);
+    EXPECT_EQ(locale.countryCode().value_or("none"), country) << name;
+  }
   world.clock.set(SimHandset::kStart - std::chrono::days(120));
   EXPECT_TRUE(locale.daylightSavingTime());
   EXPECT_EQ(seen + locale.timeZoneAbbreviation(), "de_DE once zh_Hans_CN CET CEST");

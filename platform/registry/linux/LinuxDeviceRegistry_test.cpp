@@ -89,31 +89,5 @@ TEST_F(LinuxDeviceRegistryTest, FindsTheBestBacklightAndHowBrightItShines) {
   }
 }
 
-TEST_F(LinuxDeviceRegistryTest, ReportsEveryNewBrightnessOnce) {
-  if (outside()) return;
-  const std::string device = addBacklight("panel", "raw\n");
-  const auto backlight = registry_.firstServiceWith("backlight-control");
-  const auto port = registry_.makeNotificationPort();
-  ASSERT_TRUE(port->addToRunLoop());
-  std::vector<std::string> seen;
-  Registration interest;
-  const auto look = [&](const auto&, auto, const Value& argument) {
-    seen.push_back(argument.description());
-  };
-  ASSERT_EQ(port->addInterest(backlight, look, interest), kRegistrySuccess);
-  send(device, "change");  // the same brightness, asked for once more
-  set(device, "actual_brightness", "150\n");
-  send(device, "change");
-  send(device, "change");
-  loop_.drain();
-  send(device, "remove");
-  umockdev_testbed_remove_device(kernel_, device.c_str());
-  loop_.drain();
-  addBacklight("panel", "raw\n");
-  send(device, "add");
-  loop_.drain();
-  EXPECT_EQ(seen, (std::vector<std::string>{"150", "90"}));
-}
-
 }  // namespace
 }  // namespace zorva

@@ -124,17 +124,5 @@ TEST(WirelessMessages, AreReadWhateverTheyHold) {
             (std::map<std::string, std::uint32_t>{{"config", 7}, {"scan", 8}, {"mlme", 9}}));
 }
 
-TEST(LinuxWiFiDriver, IsRefusedByTheKernel) {
-  LinuxWiFiDriver driver;
-  int socket = -1;
-  ASSERT_EQ(driver.openSocket(socket), 0);
-  WiFiDriver::Buffer buffer{};
-  for (const auto code : {WiFiDriver::kQuery, WiFiDriver::kReset}) {
-    EXPECT_EQ(driver.request(socket, code, {}, buffer), ENOTTY);
-  }
-  driver.closeSocket(socket);
-  EXPECT_EQ(driver.request(socket, WiFiDriver::kQuery, {}, buffer), EBADF);
-}
-
 }  // namespace
 }  // namespace zorva
