@@ -6,12 +6,8 @@
 
     kill      killed at 1,000 random moments: whole lines, whole preferences, a clean next start
     move      the log moved away 1,000 times under load: every entry in one file, in order, whole
-    storm     100,000 notifications at once: every one answered, in order
     disk      the log directory full, read-only, deleted and created again
-    bus       a message bus that hangs, breaks off, answers wrongly or late; services that vanish
-    neighbours  planted files, other users' posts, hostile names
-    clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
-    week      a week of a simulated handset: memory and descriptors stay what they were
+    bus       a message bus that hangs, breaks off, answers late; services that vanish
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
 Prints what each tried and what was lost; status 1 when anything was. Needs the system's own Python, run as
@@ -38,10 +34,7 @@ except ImportError:
 
 from buses import bus
 from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs, progress, programs
-from clocks import clock, inside
-from neighbours import neighbours
 from programs import LOG_DIRECTORY, PREFERENCES, run, wait_for
-from week import week
 
 
 def kill(times=1000):
@@ -116,23 +109,6 @@ def move(times=1000):
              if text.count('Zorva Version: 5\n') != 1 or not text.startswith('Zorva Version: 5\n')]
     clear()
     return f'{times} moves, {len(sent)} events posted, {len(texts)} files', lost
-
-
-def storm(count=100000):
-    daemon = Daemon()
-    names = list(EVENTS)
-    begun = time.monotonic()
-    for number in range(count):
-        daemon.post(names[number % len(names)])
-    taken = time.monotonic() - begun
-    status = daemon.end()
-    [log] = logs()
-    found = events_in(log.read_text())
-    lost = [] if status == 0 else [f'status {status}']
-    if found != [EVENTS[names[number % len(names)]] for number in range(count)]:
-        lost.append(f'{count} posted, {len(found)} found')
-    clear()
-    return f'{count} notifications in {taken:.1f} s', lost
 
 
 def disk():
@@ -236,7 +212,7 @@ def soak():
 
 
 def main():
-    campaigns = {each.__name__: each for each in (kill, move, storm, disk, bus, neighbours, clock, week, soak)}
+    campaigns = {each.__name__: each for each in (kill, move, disk, bus, soak)}
     failed = False
     for name in sys.argv[2:] or [name for name in campaigns if name != 'soak']:
         tried, lost = campaigns[name]()
@@ -248,7 +224,5 @@ def main():
     sys.exit(1 if failed else 0)
 
 
-if 'inside' in sys.argv:  # the kernel may add words of its own
-    inside()
 programs.enter_device()
 main()
