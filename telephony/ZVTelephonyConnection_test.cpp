@@ -32,52 +32,6 @@ class TelephonyConnectionTest : public LoggerTest {
   std::shared_ptr<ZVTelephonyConnection> connection = make();
 };
 
-TEST_F(TelephonyConnectionTest, ConnectsWhenItIsFirstNeeded) {
-  fail("createConnection");
-  EXPECT_EQ(connection->activeBand(), "<unknown>");
-  EXPECT_EQ(connection->currentCallStatus(), "Inactive");
-  EXPECT_EQ(takeSystemLog(), Lines{}) << "the fault is still armed: nothing has connected";
-  EXPECT_EQ(connection->currentRAT(), std::nullopt);
-  EXPECT_EQ(takeSystemLog(), (Lines{"Failed to allocate a CTServer connection",
-                                    "Could not get the selected radio mode. (domain: 1 error: "
-                                    "22)"}));
-  EXPECT_EQ(connection->currentRAT(), "UMTS") << "the next use tries again";
-  const auto* first = connection->connection();
-  EXPECT_EQ(connection->connection(), first);
-  connection->requestBasebandStateDurationReport();
-  EXPECT_EQ(reports, 0) << "it comes with a turn of the run loop";
-  handset.runLoop().advance(0);
-  EXPECT_EQ(reports, 1);
-}
-
-// What stands after a step that failed counts as the connection until it is torn down.
-TEST_F(TelephonyConnectionTest, KeepsWhatWasMadeBeforeAStepFailed) {
-  const std::pair<const char*, const char*> kCases[] = {
-      {"makePort", "Could not allocate mach port to CTServer"},
-      {"makeSource", "Could not allocate run loop source for the BasebandLogger"},
-      {"setStateDurationReporting",
-       "Failed to enable baseband power state reporting (domain=1, error=7)"},
-  };
-  for (const auto& [operation, line] : kCases) {
-    SCOPED_TRACE(operation);
-    const bool reportingFails = std::string_view(operation) == "setStateDurationReporting";
-    fail(operation, reportingFails ? 7 : 0);
-    EXPECT_EQ(connection->connection(), nullptr);
-    EXPECT_EQ(takeSystemLog(), Lines{line});
-    EXPECT_NE(connection->connection(), nullptr);
-    EXPECT_EQ(connection->currentRAT(), "UMTS");
-    reports = 0;
-    requestAndTurn();
-    EXPECT_EQ(reports, 0);
-    // Reporting was never switched on, so the request is refused; the next one connects anew.
-    EXPECT_EQ(takeSystemLog(),
-              Lines{"Failed to get a baseband power state report (domain=1, error=1)"});
-    requestAndTurn();
-    EXPECT_EQ(reports, 1);
-    connection->teardownConnection();
-  }
-}
-
 TEST_F(TelephonyConnectionTest, ARestartOrARefusedRequestMakesAnotherConnection) {
   connection->requestBasebandStateDurationReport();
   server.restart();
