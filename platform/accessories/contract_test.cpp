@@ -137,7 +137,7 @@ class LinuxAccessoryManagerTest : public MockKernelTest {
   LinuxAccessoryManager manager_{loop_.event()};
 };
 
-TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoings) {
+TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndReportsItsChanges) {
   if (!kernel_) return;  // outside
   addDevice("usb1", "1\n", "09\n", "unknown\n", "root hub");
   addDevice("1-1", "2\n", "09\n", "removable\n", "hub");
@@ -152,16 +152,17 @@ TEST_F(LinuxAccessoryManagerTest, ListsWhatCanBeUnpluggedAndTellsOfComingsAndGoi
   EXPECT_EQ(connected(), Lines({"+" + stickTexts, "+" + mouseTexts}));
 
   Lines reported;
-  const auto tell = [&](const Accessory& accessory) { reported.push_back(lineOf(accessory)); };
-  const Registration one = manager_.observeConnected(tell);
-  const Registration other = manager_.observeDisconnected(tell);
+  const auto report = [&](const Accessory& accessory) { reported.push_back(lineOf(accessory)); };
+  const Registration one = manager_.observeConnected(report);
+  const Registration other = manager_.observeDisconnected(report);
   const auto next = [&] {
     loop_.runUntil([&] { return !reported.empty(); });
     return std::exchange(reported, {});
   };
   const Registration registered = manager_.registerForLocalNotifications();
   ASSERT_TRUE(registered);
-  // One that is known is no news, nor is a hub; one is told with its interfaces, when it has them.
+  // One that is known is no news, nor is a hub; one is reported with its interfaces, once it has
+  // them.
   for (const std::string& device : {mouse, std::string("/sys/devices/1-1")}) send(device, "bind");
   const std::string headset = addDevice("1-2", "18\n", "00\n", "removable\n", "Headset\n");
   send(headset, "add");

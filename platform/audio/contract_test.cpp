@@ -127,7 +127,7 @@ class LinuxAudioSystemTest : public testing::Test {
           audio_->observe(change, [this, word = word] { reported_ += std::string(" ") + word; }));
     }
   }
-  // What was told since the last call, and how the log would show it.
+  // What was reported since the last call, and how the log would show it.
   std::string now() {
     loop_.drain();
     std::string line = std::exchange(reported_, "") + ":";

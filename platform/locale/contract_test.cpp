@@ -154,14 +154,14 @@ TEST_F(LinuxLocaleInformationTest, ChoosesTheTimeZone) {
   }
 }
 
-TEST_F(LinuxLocaleInformationTest, TellsOfRealChangesOnly) {
+TEST_F(LinuxLocaleInformationTest, ReportsRealChangesOnly) {
   fs::create_directories(root_ / "etc/writable");
   LinuxLocaleInformation locale(loop_.event(), clock_, paths_);
   int locales = 0, zones = 0;
   using Change = LocaleInformation::Change;
   Registration localeChanges = locale.observe(Change::Locale, [&] { ++locales; });
   const Registration zoneChanges = locale.observe(Change::TimeZone, [&] { ++zones; });
-  // The settings, and how often each has been told to have changed.
+  // The settings, and how often a change of each was reported.
   const auto state = [&] {
     loop_.drain();
     const auto now = locale.settings();

@@ -224,7 +224,7 @@ TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndIsLedNowhere) {
   EXPECT_TRUE(fs::exists(top_ / "victim"));
 }
 
-TEST_F(LinuxSystemNotificationsTest, UnsafeDirectoryIsRefusedAndTold) {
+TEST_F(LinuxSystemNotificationsTest, UnsafeDirectoryIsRefusedAndReported) {
   fs::create_directory(top_ / "real");
   fs::create_symlink(top_ / "real", directories_.own);
   EXPECT_FALSE(listen("a") || listen("b"));
