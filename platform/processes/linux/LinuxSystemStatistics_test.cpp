@@ -151,6 +151,18 @@ TEST(ProcfsParsersTest, TheNameOfAProcessMayHoldAnything) {
   }
 }
 
+TEST(ProcfsParsersTest, ALineThatEndsEarlyOrHoldsNoNumbersIsRefused) {
+  const std::string whole = "45 (zorva)" + kAfterName;
+  ProcStat stat;
+  // The last figure that is needed may be cut itself.
+  for (std::size_t length = whole.find(" 55 ") + 1; length > 0; --length) {
+    EXPECT_FALSE(parseProcStat(whole.substr(0, length), stat)) << length;
+  }
+  for (const char* const state : {"SS 1", "S x"}) {
+    EXPECT_FALSE(parseProcStat("45 (zorva) " + (state + kAfterName.substr(4)), stat)) << state;
+  }
+}
+
 TEST(ProcfsParsersTest, NumbersAreHeldToTheirTypes) {
   const std::string huge = "99999999999999999999999";
   const std::string text = "1 (a) R " + huge + " -" + huge + " 3 4 5 " + huge + " " + huge +
