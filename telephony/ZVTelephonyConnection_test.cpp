@@ -62,15 +62,7 @@ TEST_F(TelephonyConnectionTest, ARestartOrARefusedRequestMakesAnotherConnection)
   EXPECT_EQ(reports, 3);
 }
 
-TEST_F(TelephonyConnectionTest, WakeCommandFirmwareAndTraces) {
-  EXPECT_EQ(connection->wakeCommand(), std::nullopt);
-  EXPECT_EQ(takeSystemLog(), Lines{"Could not copy the AT wake command. (domain: 0 error: 0)"});
-  server.setWakeCommand(" \t+CRING: VOICE \r\n");
-  EXPECT_EQ(connection->wakeCommand(), "+CRING: VOICE");
-  fail("copyWakeCommand", 9);
-  EXPECT_EQ(connection->wakeCommand(), std::nullopt);
-  EXPECT_EQ(takeSystemLog(), Lines{"Could not copy the AT wake command. (domain: 1 error: 9)"});
-
+TEST_F(TelephonyConnectionTest, FirmwareAndTraces) {
   EXPECT_EQ(connection->basebandFirmwareVersion(), "1.0.0");
   fail("copyFirmwareVersion");
   EXPECT_EQ(connection->basebandFirmwareVersion(), std::nullopt);
