@@ -41,6 +41,7 @@
 #include "platform/telephony/linux/LinuxTelephonyNotifications.h"
 #include "platform/telephony/linux/LinuxTelephonyServer.h"
 #include "platform/telephony/linux/ModemManagerClient.h"
+#include "platform/telephony/linux/SignalPause.h"
 #include "platform/thermal/linux/LinuxThermal.h"
 #include "platform/traffic/linux/LinuxNetworkInterfaces.h"
 #include "platform/wifi/linux/LinuxWiFiDriver.h"
@@ -70,13 +71,13 @@ class WholeLinuxPlatform : public LinuxPlatform {
   PosixFileSystem files_;
   LinuxAccountDatabase accounts_;
   PropertyListPreferences preferences_{files_, accounts_, systemLog_};
-  LinuxDeviceRegistry registry_{runLoop_.event()};
+  LinuxBus bus_{runLoop_.event()};
+  LinuxDeviceRegistry registry_{runLoop_.event(), &bus_};
   LinuxDeviceInformation device_{[this] { return Value(registry_.hasGasGauge()); }};
   LinuxLocaleInformation locale_{runLoop_.event(), clock_};
   LocalDateFormatting dates_{[this]() -> const DateSettings& { return locale_.settings(); },
                              localTime};
   LinuxBatteryUsage batteryUsage_;
-  LinuxBus bus_{runLoop_.event()};
   LinuxPowerManagement powerManagement_{runLoop_.event(), bus_, clock_,
                                         [this] { systemNotifications_.post(kAssertionsChanged); }};
   LinuxProcessTable processes_;
@@ -87,13 +88,18 @@ class WholeLinuxPlatform : public LinuxPlatform {
   WakeTexts wakeTexts_{runLoop_, runLoop_.event()};
   LinuxSystemPower systemPower_{bus_,
                                 {[this] {
+                                   registry_.systemWillSleep();
                                    kernel_.systemWillSleep();
                                    wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
                                  },
                                  [this](std::function<void()> proceed) {
                                    wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
                                  },
-                                 [this] { wakeTexts_.reset(); }}};
+                                 [this] {
+                                   wakeTexts_.reset();
+                                   registry_.systemDidWake();
+                                 }}};
+  SignalPause signalPause_{runLoop_.event(), systemPower_, modemManager_};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_{

@@ -64,7 +64,8 @@ void checkNetlink(std::span<std::uint8_t> bytes) {
   });
   REQUIRE(messages <= bytes.size() / NLMSG_HDRLEN && links.size() <= messages);
   for (const auto& [index, link] : links) REQUIRE(link.name.size() < bytes.size());
-  thermalLevelMayHaveChanged(bytes, 20);
+  ThermalChanges changes;
+  readThermalEvents(bytes, 20, changes);
 
   for (const SocketOfInode& each : sockets) {
     REQUIRE(each.inode != 0 && each.socket.tcpsi_state <= tcp::kTimeWait);

@@ -111,10 +111,11 @@ void checkTexts(const std::string& text) {
     const std::size_t value = at + name.size() + 1;
     return text.substr(value, text.find('\n', value) - value);
   };
-  const Dictionary battery = powerSourceProperties(attributes);
-  REQUIRE(inRange(battery));
-  for (const auto& [key, value] : battery) REQUIRE(powerSourceProperty(key, attributes) == value);
-  REQUIRE(!supplyHasGasGauge(attributes) || battery.contains("InstantAmperage"));
+  CurrentSign sign;
+  const Battery battery = readBattery(attributes, sign);
+  REQUIRE(inRange(powerSourceProperties(battery)));
+  REQUIRE(
+      inRange(powerSourceProperties(combined(std::vector<Battery>{battery, Battery(), battery}))));
   REQUIRE(backlightBrightness(attributes).value_or(0) >= 0 && backlightRank(attributes) <= 3);
 }
 

@@ -15,6 +15,8 @@ namespace {
 constexpr const char* kPciModem = "devices/pci0/0000:00:1c.0/0000:02:00.0";
 constexpr const char* kUsbModem = "devices/pci0/0000:00:14.0/usb1/1-3";
 constexpr const char* kKeyboard = "devices/pci0/0000:00:14.0/usb1/1-4";
+constexpr const char* kModemProcessor = "devices/platform/soc@0/4080000.remoteproc";
+constexpr const char* kSensorProcessor = "devices/platform/soc@0/5c00000.remoteproc";
 constexpr const char* kSocModem = "devices/platform/soc/4080000.remoteproc";
 
 // A machine with three modems, of which a case tells those that are known as such, a keyboard on
@@ -53,13 +55,31 @@ class Machine {
     std::filesystem::create_directories(directory_ / "devices/pnp0/00:04/rtc/rtc0");
     std::filesystem::create_symlink("../../../bus/pnp/drivers/rtc_cmos",
                                     directory_ / "devices/pnp0/00:04/driver");
+    using std::string_literals::operator""s;
+    processor("remoteproc0", kSensorProcessor, "qcom,sdm845-slpi-pas\0"s);
+    write(kSensorProcessor + "/of_node/glink-edge/interrupts"s, "\0\0\0\0\0\0\0\xaa\0\0\0\1"s);
+    processor("remoteproc1", kModemProcessor, "qcom,sdm845-mss-pil\0qcom,q6v5-pil\0"s);
+    write(kModemProcessor + "/of_node/glink-edge/interrupts"s, "\0\0\0\0\0\0\1\xc1\0\0\0\1"s);
+    write(kModemProcessor + "/of_node/glink-edge/interrupts-extended"s,
+          "\0\0\0\x9\0\0\0\2\0\0\0\0\0\0\0\1"s);
+    device("wakeup6", kModemProcessor + "/remoteproc/remoteproc1/x:glink-edge.IPCRTR.-1.-1"s);
+    device("wakeup7", kSensorProcessor + "/remoteproc/remoteproc0/y:glink-edge.IPCRTR.-1.-1"s);
+    interrupt(60, "glink-smem", "GICv3", 481);
+    interrupt(61, "glink-smem", "GICv3", 202);
+    interrupt(62, "smp2p,other", "ipcc", (2 << 16) + 3);
+    interrupt(63, "glink-smem", "ipcc", 3 << 16);
+    interrupt(64, "ipcc_0", "GICv3", 261);
+    interrupt(65, "pm8xxx_rtc_alarm", "pmic_arb", 481);
+    interrupt(66, "remoteproc:bam-dmux", "smsm", 1);
   }
   // The next sleep: nothing is known of a wake.
   void reset() const {
     std::filesystem::remove_all(directory_ / "power");
     std::filesystem::remove_all(directory_ / "kernel/wakeup_reasons");
     int number = 0;
-    for (const char* name : {"0000:02:00.0", "1-3", "1-4", "gpio-keys", "modem_wakeup", "00:04"}) {
+    for (const char* name : {"0000:02:00.0", "1-3", "1-4", "gpio-keys", "modem_wakeup", "00:04",
+                             "4080000.remoteproc:glink-edge.IPCRTR.-1.-1",
+                             "5c00000.remoteproc:glink-edge.IPCRTR.-1.-1"}) {
       const std::string entry = "wakeup" + std::to_string(number++);
       write("class/wakeup/" + entry + "/name", std::string(name) + "\n");
       speak(entry, 5, 0, 100);
@@ -86,6 +106,20 @@ class Machine {
     std::filesystem::create_directories(directory_ / ("class/wakeup/" + entry));
     std::filesystem::create_symlink(directory_ / device,
                                     directory_ / ("class/wakeup/" + entry + "/device"));
+  }
+  // One of the processors inside the machine's own.
+  void processor(const std::string& entry, const std::string& path,
+                 const std::string& compatible) const {
+    write(path + "/of_node/compatible", compatible);
+    std::filesystem::create_directories(directory_ / ("class/remoteproc/" + entry));
+    std::filesystem::create_symlink(directory_ / path,
+                                    directory_ / ("class/remoteproc/" + entry + "/device"));
+  }
+  void interrupt(int number, const char* name, const char* chip, int hardwareNumber) const {
+    const std::string directory = "kernel/irq/" + std::to_string(number) + "/";
+    write(directory + "actions", name);
+    write(directory + "chip_name", chip);
+    write(directory + "hwirq", std::to_string(hardwareNumber) + "\n");
   }
   DirectoryForTest directory_;
 };
@@ -142,6 +176,26 @@ TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
       // The firmware's, with who was first: what a driver looks after is told by its name, too.
       {{}, interrupt(9, {3, 5}), "acpi irq 9 IO-APIC, gpio-keys wakeup source"},
       {{}, interrupt(9, {5, 3}), "acpi irq 9 IO-APIC, 00:04 (rtc_cmos) wakeup source"},
+      // The link to the modem inside the processor, by its number in the device tree, or by who
+      // was first; sensors have links of the same name.
+      {{}, interrupt(60), "baseband glink-smem irq 60 GICv3"},
+      {{},
+       interrupt(61, {7, 6}),
+       "glink-smem irq 61 GICv3, 5c00000.remoteproc:glink-edge.IPCRTR.-1.-1 wakeup source"},
+      {{}, interrupt(62), "baseband smp2p,other irq 62 ipcc"},
+      {{kUsbModem},
+       interrupt(63, {7, 6}),
+       "glink-smem irq 63 ipcc, 5c00000.remoteproc:glink-edge.IPCRTR.-1.-1 wakeup source"},
+      {{},
+       interrupt(64, {6, 7}),
+       "baseband ipcc_0 irq 64 GICv3, 4080000.remoteproc:glink-edge.IPCRTR.-1.-1 wakeup source"},
+      {{}, interrupt(65, {6}), "pm8xxx_rtc_alarm irq 65 pmic_arb"},
+      {{}, interrupt(66), "baseband remoteproc:bam-dmux irq 66 smsm"},
+      {{}, resumeReason("60 glink-smem"), "baseband 60 glink-smem"},
+      {{},
+       interrupt(0, {6, 7}),
+       "baseband 4080000.remoteproc:glink-edge.IPCRTR.-1.-1 wakeup source"},
+      {{}, interrupt(0, {7, 6}), "5c00000.remoteproc:glink-edge.IPCRTR.-1.-1 wakeup source"},
       // Sources alone.
       {{}, interrupt(0, {3, 5}), "00:04 (rtc_cmos) wakeup source"},  // a clock's alarm comes late
       {{},

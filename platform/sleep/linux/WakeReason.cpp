@@ -10,6 +10,7 @@
 
 #include "platform/base/Text.h"
 #include "platform/kit/files/SysfsAttributes.h"
+#include "platform/sleep/linux/ModemProcessors.h"
 
 namespace zorva {
 namespace {
@@ -21,7 +22,8 @@ constexpr std::size_t kMaxReasonLength = 255;
 // Drivers of cellular modems and of nothing else, as interrupts and sources are named after them.
 // "mhi" and "glink" are not among them: they also serve Wi-Fi and sensor processors.
 constexpr std::string_view kModemDrivers[] = {
-    "qmi_wwan", "cdc_mbim", "cdc_ncm_wwan", "mhi-pci-generic", "iosm", "mtk_t7xx", "t7xx", "ipa"};
+    "qmi_wwan", "cdc_mbim", "cdc_ncm_wwan", "mhi-pci-generic", "iosm",
+    "mtk_t7xx", "t7xx",     "ipa",          "bam-dmux"};
 // Words that name a modem wherever they stand ("smd-modem", "modem_wakeup").
 constexpr std::string_view kModemWords[] = {"modem", "mpss", "baseband"};
 // A device's name in the kernel that is shorter ("1-3") is found in too many places.
@@ -237,6 +239,12 @@ WakeEvidence readWakeEvidence(const std::string& sysfs, const std::optional<Wake
   for (const std::string& path : modemPaths) {
     if (auto modem = readModem(sysfs, path)) evidence.modems.push_back(std::move(*modem));
   }
+  std::set<std::int64_t> numbers;
+  if (evidence.interrupt) numbers.insert(evidence.interrupt->number);
+  for (const WakeInterrupt& interrupt : evidence.resumeInterrupts) numbers.insert(interrupt.number);
+  for (ModemDevice& modem : readModemProcessors(sysfs, numbers)) {
+    evidence.modems.push_back(std::move(modem));
+  }
   return evidence;
 }
 
@@ -266,7 +274,9 @@ std::optional<std::string> wakeReason(const WakeEvidence& evidence) {
     append(" ", evidence.interrupt->name);
     append(" ", "irq " + std::to_string(evidence.interrupt->number));
     append(" ", evidence.interrupt->chip);
-    if (isOfFirmware(*evidence.interrupt)) append(", ", firstSource(evidence));
+    if (isOfFirmware(*evidence.interrupt) || isProcessorLink(evidence.interrupt->name)) {
+      append(", ", firstSource(evidence));
+    }
   } else if (!evidence.sources.empty()) {
     text = firstSource(evidence);
   } else {

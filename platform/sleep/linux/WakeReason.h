@@ -65,14 +65,14 @@ WakeEvidence readWakeEvidence(const std::string& sysfs, const std::optional<Wake
 
 /// Whether a modem woke the system. An interrupt is the modem's when it is one of its device's own,
 /// or its name says so. One that the modem shares with others, or that stands for any device
-/// (ACPI), is the modem's only when its wakeup source was the first to speak up. Without an
-/// interrupt that source decides alone.
+/// (ACPI) or processor (glink), is the modem's only when its wakeup source was the first to speak
+/// up. Without an interrupt that source decides alone.
 bool modemWoke(const WakeEvidence& evidence);
 
 /// The reason in words: the kernel's own, else the interrupt ("rtc0 irq 8 IO-APIC"), with the first
-/// source when it is the firmware's ("acpi irq 9 IO-APIC, PNP0C0D:00 (button) wakeup source"), else
-/// the source alone; led by "baseband" when a modem was it. Nothing when the
-/// kernel does not report it. Fit for a line of text, at most 255 bytes.
+/// source when it is the firmware's ("acpi irq 9 IO-APIC, PNP0C0D:00 (button) wakeup source") or
+/// that of any processor, else the source alone; led by "baseband" when a modem was it. Nothing
+/// when the kernel does not report it. Fit for a line of text, at most 255 bytes.
 std::optional<std::string> wakeReason(const WakeEvidence& evidence);
 
 }  // namespace zorva
