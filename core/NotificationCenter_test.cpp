@@ -22,9 +22,9 @@ TEST(NotificationCenter, CallsObserversOfTheNameAndSenderInOrder) {
   const auto filtered = centre.observe(
       "a", [&](const Notification&) { calls.push_back("mine"); }, &mine);
   centre.post("a", &mine);
-  centre.post("a", &other, {{"key", "told"}});
+  centre.post("a", &other, {{"key", "other"}});
   centre.post("c");
-  EXPECT_EQ(calls, (Calls{"any", "mine", "told"}));
+  EXPECT_EQ(calls, (Calls{"any", "mine", "other"}));
 }
 
 TEST(NotificationCenter, ObserversMayComeAndGoDuringAPost) {

@@ -22,13 +22,5 @@ TEST_F(ZVReachabilityLoggerTest, WritesNewFlagsWithoutThoseThatHaveNoKey) {
   EXPECT_EQ(log.takeEntries(), Lines{});
 }
 
-TEST_F(ZVReachabilityLoggerTest, DoesWithoutWhenChangesCannotBeHeardOf) {
-  for (const char* point : {"reachability.createTarget", "reachability.setCallback"}) {
-    handset.faults().fail(point);
-    EXPECT_EQ(ZVReachabilityLogger::logger(services(), handset.reachability()), nullptr) << point;
-    EXPECT_EQ(takeSystemLog(), Lines{"Error: Unable to register a reachability callback"});
-  }
-}
-
 }  // namespace
 }  // namespace zorva

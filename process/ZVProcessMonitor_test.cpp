@@ -14,7 +14,7 @@ using Operation = SimSystemStatistics::Operation;
 class ZVProcessMonitorTest : public LoggerTest {
  protected:
   ZVProcessMonitorTest() {
-    for (const std::int32_t pid : {1, 23, 45, 61}) statistics.removeTask(pid);
+    for (const pid_t pid : {1, 23, 45, 61}) statistics.removeTask(pid);
     attach(*monitor);
   }
 

@@ -115,7 +115,7 @@ const LibtallySystem* libtally_tsamp() {
   return context() != nullptr ? &context()->tsamp : nullptr;
 }
 
-int libtally_preg(std::int32_t pid, std::uint32_t preference) {
+int libtally_preg(pid_t pid, std::uint32_t preference) {
   if (context() == nullptr || preference > 2) return -1;
   const auto record = context()->registry.find(pid);
   if (record == context()->registry.end()) return -1;

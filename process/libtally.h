@@ -108,10 +108,10 @@ struct LibtallyDetails {
 /// One process, as the last sample that saw it found it.
 struct LibtallyProcess {
   std::uint32_t uid = 0;  ///< effective user id
-  std::int32_t pid = 0;
-  std::int32_t ppid = 0;  ///< process id of its parent
-  std::int32_t pgrp = 0;  ///< process group id
-  std::string command;    ///< short name, any bytes
+  pid_t pid = 0;
+  pid_t ppid = 0;       ///< process id of its parent
+  pid_t pgrp = 0;       ///< process group id
+  std::string command;  ///< short name, any bytes
   LibtallyPair<std::uint32_t>
       seq;                        ///< numbers of the last sample that saw it and of the one before
   std::int64_t startSeconds = 0;  ///< start, since 1970-01-01 UTC
@@ -216,7 +216,7 @@ const LibtallySystem* libtally_tsamp();
 /// 1 never, 2 always. A new process is always walked, and one that has since executed another
 /// program, or was missed by a sample, is walked again. -1 when there is no record of the process,
 /// and for any other preference.
-int libtally_preg(std::int32_t pid, std::uint32_t preference);
+int libtally_preg(pid_t pid, std::uint32_t preference);
 
 /// Lets the framework memory be gathered in every interval-th sample only. 0 means every sample, as
 /// 1 does. -1 above 100, and without a round; nothing is changed then.

@@ -34,8 +34,8 @@ struct Record {
 struct RegistryOrder {
   using is_transparent = void;
   bool operator()(const std::unique_ptr<Record>& a, const std::unique_ptr<Record>& b) const;
-  bool operator()(const std::unique_ptr<Record>& a, std::int32_t pid) const;
-  bool operator()(std::int32_t pid, const std::unique_ptr<Record>& b) const;
+  bool operator()(const std::unique_ptr<Record>& a, pid_t pid) const;
+  bool operator()(pid_t pid, const std::unique_ptr<Record>& b) const;
 };
 using Registry = std::set<std::unique_ptr<Record>, RegistryOrder>;
 
@@ -79,7 +79,7 @@ struct Context {
 Context* context();
 
 /// Brings the record of one process up to date.
-void updateTask(Context& context, std::int32_t process, bool registerRegions);
+void updateTask(Context& context, pid_t pid, bool registerRegions);
 
 /// Walks the memory of a process whose record has details. Its figures stay as they were when the
 /// walk fails.

@@ -35,12 +35,12 @@ bool RegistryOrder::operator()(const std::unique_ptr<Record>& a,
   return comesBefore(a.get(), b.get());
 }
 
-bool RegistryOrder::operator()(const std::unique_ptr<Record>& a, std::int32_t pid) const {
+bool RegistryOrder::operator()(const std::unique_ptr<Record>& a, pid_t pid) const {
   LIBTALLY_ASSERT(a != NULL);
   return a->psamp.pid < pid;
 }
 
-bool RegistryOrder::operator()(std::int32_t pid, const std::unique_ptr<Record>& b) const {
+bool RegistryOrder::operator()(pid_t pid, const std::unique_ptr<Record>& b) const {
   LIBTALLY_ASSERT(b != NULL);
   return pid < b->psamp.pid;
 }

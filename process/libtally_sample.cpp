@@ -53,8 +53,8 @@ bool updateTasks(Context& context, bool registerRegions) {
     return false;
   }
   try {
-    for (const std::int32_t process : context.processes) {
-      updateTask(context, process, registerRegions);
+    for (const pid_t pid : context.processes) {
+      updateTask(context, pid, registerRegions);
     }
   } catch (const std::bad_alloc&) {
     return false;  // the records updated so far stay

@@ -116,11 +116,10 @@ std::string commandFromArguments(Context& context, const Record* pinfo) {
   return name.empty() ? kUnknownCommand : std::string(name);
 }
 
-void updateTask(Context& context, std::int32_t process, bool registerRegions) {
+void updateTask(Context& context, pid_t pid, bool registerRegions) {
   TaskSample& task = context.task;
-  const TaskSampleResult result =
-      context.source.sampleTask(process, context.gathering.details, task);
-  auto found = context.registry.find(process);
+  const TaskSampleResult result = context.source.sampleTask(pid, context.gathering.details, task);
+  auto found = context.registry.find(pid);
   if (!result.ok()) {
     if (result.failed == TaskSampleStep::KernelProcess) {
       context.message(context.userData, kSysctlFailed, "kinfo_for_pid", result.text.c_str());
@@ -137,7 +136,7 @@ void updateTask(Context& context, std::int32_t process, bool registerRegions) {
       context.order.reserve(2 * context.registry.size() + 64);
     }
     auto made = std::make_unique<Record>();
-    made->psamp.pid = process;
+    made->psamp.pid = pid;
     found = context.registry.insert(std::move(made)).first;
   }
   Record& record = **found;

@@ -35,6 +35,11 @@ class ReportTest(unittest.TestCase):
         self.addCleanup(directory.cleanup)
         self.directory = pathlib.Path(directory.name)
 
+    def test_the_scenarios_have_their_expected_reports(self):
+        for expected in sorted((ROOT / 'tests/reports').glob('*.txt')):
+            shown = report(f'scenarios/{expected.stem}.log', cwd=ROOT)
+            self.assertEqual((shown.stderr, shown.stdout), ('', expected.read_text()), expected)
+
     def test_the_log_can_be_rebuilt_from_json_and_types_stay(self):
         damaged = self.directory / 'dam"aged\n.log'
         damaged.write_bytes(b'\0\xff\xc3\r\n\n11/16/26 10:00:00 [WiFi] status=on; ap=\xff\xe2\x82\xac\\"\x7f;\r\n'

@@ -54,13 +54,6 @@ class SnapshotTest(unittest.TestCase):
         self.assertRegex(locale, rf'^ id=\w+; country=(\w+|\(null\)); time_zone={re.escape(zone)}; '
                                  rf'dst={"yes" if time.localtime().tm_isdst else "no"};$')
 
-    def test_no_battery_no_battery_logger_but_the_default_ones(self):
-        if any(pathlib.Path('/sys/class/power_supply').glob('*')):
-            self.skipTest('this machine has power supplies')
-        shown = run(program('zorva'), '-B', '-q').stdout
-        self.assertEqual(entries(shown, 'Battery'), [])
-        self.assertEqual(len(entries(shown, 'Config')), 1)
-
     def test_on_a_terminal_nothing_stands_between_the_entries(self):
         terminal, output = pty.openpty()
         child = subprocess.Popen([program('zorva'), '-q'], stdout=output, stderr=output)

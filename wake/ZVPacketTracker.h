@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -68,7 +69,7 @@ class ZVPacketTracker {
 
   /// Lists the process's descriptors into Fds, which holds at least its number of open files
   /// afterwards: their number, or -1, also for a process that has none.
-  int getFdsWithPid(proc_taskallinfo information, std::int32_t process);
+  int getFdsWithPid(proc_taskallinfo information, pid_t pid);
 
   /// The packet of a Wi-Fi wake text in hexadecimal digits, or nothing.
   std::optional<std::string> getPacketWoW(std::optional<std::string_view> text);
@@ -122,8 +123,8 @@ class ZVPacketTracker {
 
   bool growPids(std::int64_t bytes);
   // False ends the whole snapshot.
-  bool addProcess(std::int32_t process);
-  bool addSocket(std::int32_t process, std::int32_t descriptor, const std::string& owner);
+  bool addProcess(pid_t pid);
+  bool addSocket(pid_t pid, std::int32_t descriptor, const std::string& owner);
   std::optional<std::string> checkedPacket(std::string packet);
   std::uint16_t decodeHeaders(std::string_view packet);
 

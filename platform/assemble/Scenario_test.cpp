@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/assemble/Scenario.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -101,69 +100,6 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
     const std::string expected = "s.yaml:" + error;
     EXPECT_EQ(errorOf(yaml).substr(0, expected.size()), expected) << yaml.substr(0, 80);
   }
-}
-
-// What the scenarios of the tree do not show in their logs.
-TEST(Scenario, SetsTheDeviceUpAndPlaysTheStepsInOrder) {
-  SimHandset handset;
-  const Scenario scenario = Scenario::read(R"(
-end: 2h
-device:
-  battery: {level: 50, max_capacity: 1000, properties: {CycleCount: null, Serial: "0815"}}
-  information: {gas-gauge-battery: null}
-  preferences: {ZVRecordSyslog: false}
-  users: {mobile: null, root: {user_id: 0, group_id: 0}}
-  interfaces: [{name: wlan0, received: 0xFFFFFFFF}]
-  processes: [{id: 7, name: a name that is too long}]
-  assertions: [{process: 7, name: Held}]
-  states: [{name: sensor, value: 0xFFFFFFFFFFFFFFFF}]
-  files:
-    - {path: /Library/Logs/Faultbox/report.txt}
-  faults: [{point: processes.commandName}, {point: preferences.synchronize}]
-steps:
-  - {at: 00:10:00, preferences: {ZVRecordSyslog: null}, notify: com.vennor.test}
-  - {at: 0h10m, traffic: {wlan0: {received: 3}}, assertions: {release_all: 7}}
-  - {at: 11m, move_log: first.zorva}
-  - {at: 12m, remove_log: true, fault: {point: battery.properties, result: 0xE00002D8}}
-  - {at: 13m, remove_file: /Library/Logs/first.zorva}
-)",
-                                           "s.yaml", handset);
-  const Platform& platform = handset.platform();
-  const auto setting = [&] {
-    return platform.preferences.value({"com.vennor.zorva", "mobile"}, "ZVRecordSyslog");
-  };
-  const auto exists = [&](const std::string& file) {
-    return std::filesystem::exists(handset.files().hostPath("/Library/Logs/" + file));
-  };
-  SimClock::Duration ended{};
-  const Registration end = handset.notifications().observe(
-      SimSystemNotifications::kExit, [&](std::string_view) { ended = handset.clock().elapsed(); });
-  scenario.begin(handset);
-  std::ofstream(handset.files().hostPath("/Library/Logs/Faultbox/Zorva_1.zorva")) << "a log";
-
-  Dictionary battery;
-  platform.registry.firstPowerSource()->readProperties(battery);
-  EXPECT_EQ(battery["CurrentCapacity"], Value(500));
-  EXPECT_FALSE(battery.contains("CycleCount"));
-  EXPECT_EQ(battery["Serial"], Value("0815"));
-  EXPECT_TRUE(platform.device.answer("gas-gauge-battery").isNothing());
-  EXPECT_EQ(setting(), Value(false));
-  EXPECT_FALSE(platform.accounts.idsOfUser("mobile"));
-  EXPECT_EQ(platform.systemNotifications.state("sensor"), UINT64_MAX);
-  EXPECT_FALSE(platform.processes.commandName(7));  // the fault
-  EXPECT_EQ(platform.processes.commandName(7), "a name that is t");
-
-  handset.runLoop().advance(11 * 60);
-  EXPECT_TRUE(exists("first.zorva"));
-  handset.runLoop().run();
-  EXPECT_EQ(ended, std::chrono::hours(2));
-  EXPECT_FALSE(exists("first.zorva"));
-  EXPECT_TRUE(exists("Faultbox/report.txt"));
-  EXPECT_EQ(handset.systemLog().takeLines(),
-            (std::vector<std::string>{"scenario: there is no log: No such file or directory"}));
-  EXPECT_EQ(platform.registry.firstPowerSource()->readProperties(battery), 0xE00002D8);
-  EXPECT_TRUE(setting().isNothing());
-  EXPECT_EQ(platform.interfaces.addresses()->at(0).counters->received, 2U);  // wrapped
 }
 
 }  // namespace

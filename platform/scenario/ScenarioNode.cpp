@@ -13,7 +13,7 @@ namespace zorva {
 namespace {
 
 template <typename Number>
-std::optional<Number> wholeNumber(std::string_view text) {
+std::optional<Number> parseInteger(std::string_view text) {
   const bool negative = text.starts_with('-');
   std::string_view digits = text.substr(negative || text.starts_with('+') ? 1 : 0);
   int base = 10;
@@ -153,7 +153,7 @@ void ScenarioNode::mark() const {
 }
 
 std::int64_t ScenarioNode::integer(std::int64_t least, std::int64_t most) const {
-  const auto value = isScalar() && !quoted_ ? wholeNumber<std::int64_t>(scalar_) : std::nullopt;
+  const auto value = isScalar() && !quoted_ ? parseInteger<std::int64_t>(scalar_) : std::nullopt;
   if (!value || *value < least || *value > most) {
     refuse("write a whole number from " + std::to_string(least) + " to " + std::to_string(most) +
            " here");
@@ -162,7 +162,7 @@ std::int64_t ScenarioNode::integer(std::int64_t least, std::int64_t most) const 
 }
 
 std::uint64_t ScenarioNode::natural() const {
-  const auto value = isScalar() && !quoted_ ? wholeNumber<std::uint64_t>(scalar_) : std::nullopt;
+  const auto value = isScalar() && !quoted_ ? parseInteger<std::uint64_t>(scalar_) : std::nullopt;
   if (!value) refuse("write a whole number from 0 to 18446744073709551615 here");
   return *value;
 }
@@ -200,7 +200,7 @@ Date ScenarioNode::date() const {
 Value ScenarioNode::plainValue() const {
   if (scalar_ == "true") return true;
   if (scalar_ == "false") return false;
-  if (const auto integer = wholeNumber<std::int64_t>(scalar_)) return *integer;
+  if (const auto integer = parseInteger<std::int64_t>(scalar_)) return *integer;
   if (const auto real = realNumber(scalar_)) return *real;
   if (const auto date = dateFrom(scalar_)) return *date;
   return scalar_;
