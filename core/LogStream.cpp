@@ -8,8 +8,8 @@
 namespace zorva {
 namespace {
 
-// A process that shares our standard output may have made it non-blocking; a full pipe is then
-// waited for as any other would be.
+// A process that shares our standard output may have made it non-blocking; wait for a full pipe as
+// a blocking write would.
 bool waitedUntilWritable(int descriptor) {
   if (errno != EAGAIN) return false;
   pollfd wanted{descriptor, POLLOUT, 0};

@@ -44,7 +44,7 @@ void ZVLogger::logEntryWithBodyForDate(std::string_view category, std::string_vi
         formatText("No file available to add %s log entry", std::string(category).c_str()));
     return;
   }
-  // "%s [%s]%s\n": put together by hand, so that a body may hold any byte.
+  // "%s [%s]%s\n", but concatenated, so that a body may contain any byte.
   logFile_->write(services_.entryDates.format(date));
   logFile_->write(" [");
   logFile_->write(category);

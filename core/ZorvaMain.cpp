@@ -38,12 +38,12 @@ void printUsage() {
   std::fprintf(stderr, "    -p    Log power assertions (disables default logging)\n");
 }
 
-// Makes the row's logger and appends it to the list; one whose initialisation fails stays out.
+// Creates the row's logger and appends it to the list, unless its initialisation fails.
 void appendLogger(const LoggerRow& row, const LoggerParts& parts) {
   if (auto logger = row.make(parts)) sZorvaState.loggers.push_back(std::move(logger));
 }
 
-// The loggers that options have asked for, in the order of the command line.
+// The loggers that options have selected, in the order of the command line.
 void appendNamedLoggers(const std::string& options, const LoggerTable& table,
                         const LoggerParts& parts) {
   for (const char option : options) {
@@ -71,11 +71,11 @@ void releaseEverything() {
   sZorvaContext.platform = nullptr;
 }
 
-// Sets what the options say. Answers those that name a logger, in their order, or nothing when the
-// usage text is asked for.
+// Applies the options. Returns those that select a logger, in their order, or nothing if the usage
+// text is requested.
 std::optional<std::string> parseOptions(int argc, char* const argv[]) {
   std::string named;
-  ::optind = 0;  // starts anew, also when this process has parsed options before
+  ::optind = 0;  // resets getopt, in case this process has parsed options before
   ::opterr = 0;  // the usage text says it all
   for (int option = 0; (option = ::getopt(argc, argv, "+Bdhpq")) != -1;) {
     switch (option) {
@@ -100,8 +100,8 @@ void ExitNotificationCallback() {
   sZorvaContext.platform->runLoop.stop();
 }
 
-// A reader that goes away while nothing is written is noticed, too. Only of pipes, and not of one
-// that is open for reading as well: its own contents would look like news.
+// Notices a reader that closes the pipe while nothing is being written. Only for pipes, and not for
+// one that is also open for reading: its own contents would count as events.
 Registration watchReader(RunLoop& loop) {
   struct stat status;
   if (sZorvaState.runAsDaemon || ::fstat(STDOUT_FILENO, &status) != 0 ||
@@ -111,7 +111,7 @@ Registration watchReader(RunLoop& loop) {
   return loop.watchDescriptor(STDOUT_FILENO, ReaderIsGone);
 }
 
-// False when the run loop has failed.
+// Returns false if the run loop failed.
 bool runUntilExit(const ZorvaHost& host, const Platform& platform) {
   const Registration exitRegistration = platform.systemNotifications.observe(
       kExitNotification, [](std::string_view) { ExitNotificationCallback(); });
