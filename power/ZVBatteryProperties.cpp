@@ -11,8 +11,8 @@
 namespace zorva {
 namespace {
 
-// In double arithmetic. Nothing of nothing is not a number, without the sign that some processors
-// give it: the log shows "nan" everywhere.
+// In double precision. 0/0 is NaN, and some CPUs set its sign bit; clear it so that the log always
+// shows "nan".
 double percentOf(double part, double whole) {
   const double percent = part * 100.0 / whole;
   return std::isnan(percent) ? std::numeric_limits<double>::quiet_NaN() : percent;
