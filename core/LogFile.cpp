@@ -33,14 +33,15 @@ int createFile(const std::string& hostPath) {
 // Opens an existing file if it can be one that an earlier start left: a regular file with a single
 // link and the owner of our log files. O_NONBLOCK keeps a planted pipe from blocking the daemon; it
 // has no effect on regular files.
-int openOldFile(const std::string& hostPath, const std::optional<AccountDatabase::Ids>& mobile) {
+int openExistingFile(const std::string& hostPath,
+                     const std::optional<AccountDatabase::Ids>& mobile) {
   const int descriptor = ::open(
       hostPath.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (descriptor < 0) return -1;
-  const bool givesAway = ::geteuid() == 0 && mobile.has_value();
+  const bool changesOwner = ::geteuid() == 0 && mobile.has_value();
   struct stat status;
   if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
-      status.st_uid == (givesAway ? mobile->user : ::geteuid())) {
+      status.st_uid == (changesOwner ? mobile->user : ::geteuid())) {
     return descriptor;
   }
   ::close(descriptor);
@@ -69,7 +70,7 @@ int openNextFile(const std::optional<AccountDatabase::Ids>& mobile) {
       return descriptor;
     }
     if (errno != EEXIST) return -1;
-    if (attempt == kLastAttempt) return openOldFile(hostPath, mobile);
+    if (attempt == kLastAttempt) return openExistingFile(hostPath, mobile);
   }
   return -1;
 }

@@ -36,7 +36,7 @@ class LogStream {
   int descriptor_;
   bool owned_;
   std::function<void()> broken_;
-  bool lineCut_ = false;
+  bool lineIncomplete_ = false;
   std::string pending_;
 };
 

@@ -130,8 +130,8 @@ std::string ZVBatteryProperties::humanReadableChargingState() {
 
 std::uint32_t wholePercent(double capacity) {
   if (!std::isfinite(capacity) || capacity < 0.0) return 0;
-  constexpr auto kLargest = std::numeric_limits<std::uint32_t>::max();
-  if (capacity >= static_cast<double>(kLargest)) return kLargest;
+  constexpr auto kMax = std::numeric_limits<std::uint32_t>::max();
+  if (capacity >= static_cast<double>(kMax)) return kMax;
   return static_cast<std::uint32_t>(capacity);
 }
 

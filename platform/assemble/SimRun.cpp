@@ -33,7 +33,7 @@ struct Options {
   std::vector<std::string> zorva{"zorva"};
 };
 
-// The end of the program when there is nothing to run.
+// Ends the program if there is nothing to run.
 std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Options& options) {
   const auto setRoot = [&options](const std::string& directory) {
     options.root = directory;
@@ -71,7 +71,7 @@ std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], 
         options.root ? std::make_unique<SimRoot>(*options.root) : std::make_unique<SimRoot>());
     const Scenario scenario = Scenario::readFile(options.scenario, *run.handset_);
     run.handset_->systemLog().setForward([&err](std::string_view message) {
-      // Some messages hold more than one line.
+      // Some messages have more than one line.
       std::string lines;
       for (std::size_t begin = 0, end; begin <= message.size(); begin = end + 1) {
         end = std::min(message.find('\n', begin), message.size());

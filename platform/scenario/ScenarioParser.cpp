@@ -115,9 +115,9 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
 };
 
 ScenarioNode ScenarioNode::parse(std::string_view yaml, const std::shared_ptr<ScenarioText>& text) {
-  constexpr std::size_t kLargest = std::size_t{1} << 20;
+  constexpr std::size_t kMaxSize = std::size_t{1} << 20;
   const ScenarioNode start(Kind::Nothing, 1, 1, text);
-  if (yaml.size() > kLargest) start.refuse("the scenario is too large; at most 1 MiB is read");
+  if (yaml.size() > kMaxSize) start.refuse("the scenario is too large; at most 1 MiB is read");
   std::istringstream stream{std::string(yaml)};
   ScenarioTreeBuilder builder(text);
   try {

@@ -16,7 +16,7 @@
 namespace zorva {
 namespace {
 
-constexpr std::size_t kLargestFile = std::size_t{1} << 20;
+constexpr std::size_t kMaxFileSize = std::size_t{1} << 20;
 constexpr int kMaxKeptAside = 100;
 constexpr int kMaxTemporaries = 100;
 
@@ -49,14 +49,14 @@ Loaded load(const DirectoryEntry& entry) {
   if (!S_ISREG(status.st_mode) || !isOnlyName(entry, status)) return {Loaded::State::Damaged, {}};
   std::string text;
   char buffer[4096];
-  while (text.size() <= kLargestFile) {
+  while (text.size() <= kMaxFileSize) {
     const ssize_t count = ::read(file.get(), buffer, sizeof buffer);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return {Loaded::State::Unreadable, {}};
     if (count == 0) break;
     text.append(buffer, static_cast<std::size_t>(count));
   }
-  if (text.size() > kLargestFile) return {Loaded::State::Damaged, {}};
+  if (text.size() > kMaxFileSize) return {Loaded::State::Damaged, {}};
   auto list = PropertyList::parse(text);
   if (!list) return {Loaded::State::Damaged, {}};
   return {Loaded::State::Good, std::move(*list)};
@@ -194,7 +194,7 @@ bool PropertyListPreferences::write(const Scope& scope, const std::string& path,
   }
   for (const auto& [key, value] : unwritten.set) loaded.list.set(key, value);
   const std::string text = loaded.list.text();
-  if (text.size() > kLargestFile) return false;
+  if (text.size() > kMaxFileSize) return false;
 
   Replacement replacement(*entry, text, owner);
   if (!replacement.whole()) return false;

@@ -85,7 +85,7 @@ struct LogSummary {
 
   std::uint64_t sleeps = 0;
   LogTime asleepSeconds = 0;
-  std::vector<Sleep> longestSleeps;  ///< in their order; at most kMostSleeps
+  std::vector<Sleep> longestSleeps;  ///< in their order; at most kMaxSleeps
   std::uint64_t wakes = 0;
   std::vector<Tally> wakeReasons;  ///< by count
   std::vector<Tally> wakeOwners;   ///< by count: the process, or the packet that none expected
@@ -101,9 +101,9 @@ struct LogSummary {
   std::optional<double> weakestSignal;  ///< dBm
   std::optional<double> strongestSignal;
 
-  std::vector<Error> errors;  ///< of different texts, in their order; at most kMostErrors
+  std::vector<Error> errors;  ///< of different texts, in their order; at most kMaxErrors
   std::uint64_t errorCount = 0;
-  std::vector<Interruption> interruptions;  ///< the first, at most kMostInterruptions
+  std::vector<Interruption> interruptions;  ///< the first, at most kMaxInterruptions
   std::uint64_t interruptionCount = 0;
 
   static constexpr std::size_t kMaxSleeps = 12;

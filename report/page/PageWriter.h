@@ -33,7 +33,7 @@ struct PageTable {
 
   std::string title;
   std::vector<Column> columns;
-  std::vector<std::vector<Cell>> rows;  ///< as the page shows them at first; it has kMostRows
+  std::vector<std::vector<Cell>> rows;  ///< as the page shows them at first; it has kMaxRows
 };
 
 /// The words and figures of a page.

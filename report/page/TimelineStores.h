@@ -46,7 +46,7 @@ class TimelineClock {
 
   AxisTime begin() const { return begin_; }
   AxisTime end() const { return std::max(end_, begin_); }
-  /// The first kMostStretches.
+  /// The first kMaxStretches.
   const std::vector<Stretch>& stretches() const { return stretches_; }
 
  private:

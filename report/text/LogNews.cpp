@@ -22,7 +22,7 @@ void LogNews::span(const LogSpan& span) {
       if (!span.endKnown) say(span.end, "Slept " + time + "; what ended it is not in the log.");
       break;
     case Lane::Assertion:
-      if (span.end - span.begin >= kShortestAssertion) {
+      if (span.end - span.begin >= kMinAssertionDuration) {
         say(span.end, who + " kept the device awake for " + time + ": " + what + ".");
       }
       break;

@@ -15,7 +15,7 @@ class LogNews : public LogHistorySink {
   using Tell = std::function<void(const std::string& line)>;
 
   /// An assertion that was held for less than this is not reported.
-  static constexpr LogTime kShortestAssertion = 60;
+  static constexpr LogTime kMinAssertionDuration = 60;
 
   explicit LogNews(Tell tell) : print_(std::move(tell)) {}
 
