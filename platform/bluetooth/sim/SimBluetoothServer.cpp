@@ -8,10 +8,10 @@ namespace zorva {
 namespace {
 
 constexpr BluetoothServer::Device kController = 1;
-// What a fault answers that names nothing else.
+// The default result of a fault.
 constexpr std::int64_t kUsualError = 1;
 
-// true and false, or a state as the server has it.
+// true and false, or the server's own state as a number.
 std::uint32_t stateIn(const ScenarioNode& node) {
   if (node.text() == "true" || node.text() == "false") {
     return node.boolean() ? BluetoothServer::kStateOn : 0;
@@ -21,11 +21,12 @@ std::uint32_t stateIn(const ScenarioNode& node) {
 
 }  // namespace
 
-/// One who asked for a session.
+/// A client that requested a session.
 struct SimBluetoothServer::Client {
   Session session = 0;  ///< 0 until it is attached
   Observers<Session, std::int32_t, Status> events;
-  Registration turn;  ///< the next turn of the run loop, while something is to be delivered on it
+  Registration
+      turn;  ///< set while an event is to be delivered in the next iteration of the run loop
 };
 
 SimBluetoothServer::SimBluetoothServer(SimParts& parts, RunLoop& runLoop)
@@ -113,7 +114,7 @@ BluetoothServer::Status SimBluetoothServer::detachSession(Session& session) {
   const auto client = clientOf(std::exchange(session, 0));
   if (!client) return kNoHandle;
   std::erase(clients_, client);
-  // The turn itself keeps the client until it has been notified.
+  // The timer's callback keeps the client alive until it has been notified.
   client->turn = runLoop_.startTimer(0.0, [client] {
     client->events.notify(client->session, kSessionTerminated, 0);
     client->turn.reset();

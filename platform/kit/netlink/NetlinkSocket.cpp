@@ -45,10 +45,10 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
                            reinterpret_cast<sockaddr*>(&kernel), sizeof kernel) < 0) {
     return NetlinkAnswer::GoesOn;
   }
-  // Not cleared: that would cost more than the rest of a request.
+  // Not initialised: that would cost more than the rest of a request.
   if (!buffer_) buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMaxDatagram);
   NetlinkReader reader(sequence_);
-  // An answer that keeps coming ends, too: each datagram within a second is no limit yet.
+  // An endless reply ends, too: a limit of a second per datagram is not enough.
   const auto limit = SteadyClock::now() + kLimit;
   do {
     sockaddr_nl sender{};
