@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// What the notification centre promises, on the simulated handset and over a run directory.
+// SPDX-License-Identifier: Apache-2.0 The contract of the notification centre, on the simulated
+// handset and on a run directory.
 
 #include <gtest/gtest.h>
 

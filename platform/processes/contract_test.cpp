@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// What the kernel's records of processes promise, on the simulated handset and on this machine.
+// SPDX-License-Identifier: Apache-2.0 The contract of the kernel's records of processes, on the
+// simulated handset and on this machine.
 
 #include <algorithm>
 #include <arpa/inet.h>

@@ -45,7 +45,7 @@ bool isNotificationName(std::string_view name) {
 
 Descriptor openRunDirectory(const std::string& path, MissingDirectory missing,
                             std::string& problem) {
-  // Users read the states that root sets.
+  // Users may read the states that root sets.
   const mode_t mode = ::geteuid() == 0 ? 0755 : 0700;
   const bool made = missing == MissingDirectory::Make && ::mkdir(path.c_str(), mode) == 0;
   if (missing == MissingDirectory::Make && !made && errno != EEXIST) {

@@ -14,7 +14,7 @@
 namespace zorva {
 namespace {
 
-// Held to what the kernel can count.
+// Clamped to the kernel's range.
 TimeValue timeValueOf(double seconds) {
   seconds = std::min(seconds, static_cast<double>(std::numeric_limits<std::int32_t>::max()));
   const auto microseconds = static_cast<std::int64_t>(std::llround(seconds * 1e6));
@@ -70,7 +70,7 @@ std::string readAddress(const ScenarioNode& node) {
   return node.text();
 }
 
-// How a scenario distinguishes the sockets of one process.
+// Identifies a socket among those of one process in a scenario.
 std::string nameOf(const socket_fdinfo& socket) {
   const auto& host = socket.insi_laddr;
   const char* kind = socket.soi_kind == kSocketKindTCP    ? "tcp"
