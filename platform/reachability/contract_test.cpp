@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// What the reachability of the network promises, on the simulated handset and in a network
-// namespace.
+// SPDX-License-Identifier: Apache-2.0 The contract of network reachability, on the simulated
+// handset and in a network namespace.
 
 #include <cstdlib>
 #include <gtest/gtest.h>

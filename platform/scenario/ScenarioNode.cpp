@@ -30,7 +30,7 @@ std::optional<Number> wholeNumber(std::string_view text) {
   return number;
 }
 
-// Digits and a point are asked for, so that texts such as "inf" and "nan" stay texts.
+// Requires digits and a point, so that texts such as "inf" and "nan" remain texts.
 std::optional<double> realNumber(std::string_view text) {
   if (text.find_first_not_of("+-.0123456789eE") != std::string_view::npos) return std::nullopt;
   if (text.find_first_of("0123456789") == std::string_view::npos) return std::nullopt;

@@ -10,8 +10,8 @@
 
 namespace zorva {
 
-// Builds the tree from the parser's events rather than take the library's own one: this keeps
-// repeated keys and the places of everything, and lets depth and aliases be refused on the way.
+// Builds the tree from the parser's events instead of using the library's own tree: this keeps
+// repeated keys and all positions, and can reject depth and aliases while parsing.
 class ScenarioTreeBuilder : public YAML::EventHandler {
  public:
   explicit ScenarioTreeBuilder(std::shared_ptr<ScenarioText> text) : text_(std::move(text)) {}
@@ -24,7 +24,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
   void OnDocumentEnd() override {}
 
   void OnNull(const YAML::Mark& mark, YAML::anchor_t) override {
-    // A value that is left out stands where the next token is; its key is what people look for.
+    // The parser places an omitted value at the next token; the key's position is more useful.
     if (!open_.empty() && open_.back().key.size() == 1) {
       const ScenarioNode& key = open_.back().key.front();
       add(ScenarioNode(ScenarioNode::Kind::Nothing, key.line_, key.column_, text_));
@@ -62,7 +62,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
  private:
   static constexpr std::size_t kDeepest = 32;
 
-  // A list or mapping that has not ended yet; `key` holds a mapping's key until its value comes.
+  // A list or mapping that has not ended yet; `key` is a mapping's key until its value follows.
   struct Open {
     ScenarioNode node;
     std::vector<ScenarioNode> key;
@@ -123,7 +123,7 @@ ScenarioNode ScenarioNode::parse(std::string_view yaml, const std::shared_ptr<Sc
   try {
     YAML::Parser parser(stream);
     if (!parser.HandleNextDocument(builder)) start.refuse("the scenario is empty");
-    parser.HandleNextDocument(builder);  // the builder refuses a second one
+    parser.HandleNextDocument(builder);  // the builder rejects a second one
   } catch (const YAML::Exception& error) {
     const bool placed = !error.mark.is_null();
     ScenarioNode(Kind::Nothing, placed ? error.mark.line + 1 : 1,

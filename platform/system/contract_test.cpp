@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// What the services promise that know of the device, its users and this process, on the simulated
-// handset and on this machine.
+// SPDX-License-Identifier: Apache-2.0 The contract of the services for the device, its users and
+// this process, on the simulated handset and on this machine.
 
 #include <cerrno>
 #include <gtest/gtest.h>

@@ -41,7 +41,7 @@ LinuxPathWatch::LinuxPathWatch(sd_event* event, std::string path, Of of,
   follow();
 }
 
-std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOnTheWay() const {
+std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOfPath() const {
   std::vector<Place> places;
   std::deque<std::string> ahead = components(path_);
   std::filesystem::path directory = "/";
@@ -77,7 +77,7 @@ std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOnTheWay() const {
 
 void LinuxPathWatch::follow() {
   for (int round = 0; round < kMaxRounds; ++round) {
-    const std::vector<Place> wanted = placesOnTheWay();
+    const std::vector<Place> wanted = placesOfPath();
     if (std::equal(
             wanted.begin(), wanted.end(), watched_.begin(), watched_.end(),
             [](const Place& place, const auto& watched) { return place == watched->place; })) {

@@ -41,7 +41,7 @@ class LinuxPathWatch {
     EventSource source;
   };
 
-  std::vector<Place> placesOnTheWay() const;
+  std::vector<Place> placesOfPath() const;
   void follow();
   static int placeChanged(sd_event_source*, const struct inotify_event* event, void* watched);
 
