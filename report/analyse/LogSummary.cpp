@@ -68,7 +68,7 @@ std::string ownerOf(const LogWake& wake) {
   const std::size_t port = wake.decoded.find(" to port ");
   if (port == wake.decoded.npos) return std::string(wake.decoded);
   const std::string_view protocol = wake.decoded.substr(0, wake.decoded.find(' '));
-  return "nobody (" + std::string(protocol) + std::string(wake.decoded.substr(port)) + ")";
+  return "no process (" + std::string(protocol) + std::string(wake.decoded.substr(port)) + ")";
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ TEST(LogSummary, OfTheNightIsWhatItsScenarioDoes) {
   EXPECT_EQ(night.wakes, 6U);
   EXPECT_EQ(text(night.wakeReasons, false), "exton2(bb):3; <unknown>:1; exton(bb):1; rtc:1; ");
   EXPECT_EQ(text(night.wakeOwners, false),
-            "Incoming Call:1; Incoming SMS:1; nobody (UDP to port 31337):1; pushd:1; ");
+            "Incoming Call:1; Incoming SMS:1; no process (UDP to port 31337):1; pushd:1; ");
   EXPECT_EQ(text(night.lane(Lane::Assertion), true),
             "Homescreen Display on:2/2040/2040+; commcenter Call:2/790/760; "
             "Homescreen Alarm:1/70/70; ");

@@ -58,7 +58,7 @@ void LogNews::sample(Curve curve, LogTime time, double value, LogPosition) {
 }
 
 void LogNews::fallsAsleep(LogTime time) {
-  say(time, "Falls asleep.");
+  say(time, "Goes to sleep.");
 }
 
 void LogNews::wake(const LogWake& wake) {

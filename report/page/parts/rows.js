@@ -22,7 +22,7 @@ const kLanes = [
   {group: 'Radio', lane: 'traffic', label: 'Traffic', kind: 'bars', colour: '--traffic'},
   {group: 'Kept awake by', lane: 'assertion', each: 'who', colour: '--assertion'},
   {group: 'Applications', lane: 'application', each: 'who', colour: '--application'},
-  {group: 'Work', lane: 'work', label: 'Processor', kind: 'bars', colour: '--work'},
+  {group: 'CPU', lane: 'work', label: 'CPU time', kind: 'bars', colour: '--work'},
   {group: 'Log', lane: 'errors', label: 'Errors', kind: 'marks', colour: '--error'},
   {group: 'Log', lane: 'events', label: 'Events', kind: 'marks', colour: '--event'},
 ];
