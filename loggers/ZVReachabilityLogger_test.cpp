@@ -8,7 +8,7 @@ namespace {
 
 class ZVReachabilityLoggerTest : public LoggerTest {};
 
-TEST_F(ZVReachabilityLoggerTest, WritesNewFlagsWithoutThoseThatHaveNoKey) {
+TEST_F(ZVReachabilityLoggerTest, WritesNewFlagsExceptThoseWithoutAKey) {
   SimReachability& service = handset.reachability();
   auto logger = ZVReachabilityLogger::logger(services(), service);
   attach(*logger);
@@ -22,7 +22,7 @@ TEST_F(ZVReachabilityLoggerTest, WritesNewFlagsWithoutThoseThatHaveNoKey) {
   EXPECT_EQ(log.takeEntries(), Lines{});
 }
 
-TEST_F(ZVReachabilityLoggerTest, DoesWithoutWhenChangesCannotBeHeardOf) {
+TEST_F(ZVReachabilityLoggerTest, IsNotCreatedIfChangesCannotBeObserved) {
   for (const char* point : {"reachability.createTarget", "reachability.setCallback"}) {
     handset.faults().fail(point);
     EXPECT_EQ(ZVReachabilityLogger::logger(services(), handset.reachability()), nullptr) << point;

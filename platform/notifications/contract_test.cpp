@@ -14,7 +14,7 @@ namespace {
 
 using State = std::optional<std::uint64_t>;
 
-// Other processes post, and set states; nothing makes one unreadable.
+// Other processes post and set states; an empty value makes a state unreadable.
 struct SimWorld {
   SimHandset handset;
   SimSystemNotifications& centre = handset.notifications();
@@ -68,7 +68,7 @@ TYPED_TEST(NotificationsContract, EveryPostReachesItsObserversUntilTheyEnd) {
   world.post({"a", "A", "b", "c", "a", "a"});
   EXPECT_EQ(std::exchange(heard, ""), "1a own 2b 1a 1a ") << "none posted before";
 
-  // Dropped by a callback while further posts wait; and a post from inside one.
+  // An observer is removed by a callback while further posts wait; a callback posts.
   const Registration last = centre.observe("a", [&](std::string_view) {
     other.reset();
     centre.post("d");
@@ -81,7 +81,7 @@ TYPED_TEST(NotificationsContract, EveryPostReachesItsObserversUntilTheyEnd) {
   EXPECT_EQ(heard, "3d ") << "before it returns";
 }
 
-TYPED_TEST(NotificationsContract, AStateIsWhatWasSetLast) {
+TYPED_TEST(NotificationsContract, AStateIsTheLastOneSet) {
   NotificationCentre& centre = this->world_.centre;
   EXPECT_EQ(centre.state("a"), 0u);
   for (const State state : {State(~std::uint64_t{0}), State(0), State(), State(6)}) {

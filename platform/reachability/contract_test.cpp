@@ -19,7 +19,7 @@ enum class Way { None, Cable, Mobile };
 constexpr std::uint32_t kCable = reachability::kReachable;
 constexpr std::uint32_t kMobile = reachability::kReachable | reachability::kIsWWAN;
 
-// Each world has no way to the network at first.
+// At first neither platform has a route to the network.
 struct SimWorld {
   SimHandset handset;
   Reachability& service = handset.reachability();
@@ -53,7 +53,7 @@ struct LinuxWorld {
                    : way == Way::Cable ? "route replace default via 10.9.2.2"
                                        : "route replace default via 10.9.1.2"));
   }
-  // What the kernel announced is ready to be read when the command has ended.
+  // The kernel's messages are readable when the command has ended.
   void deliver() { loop.drain(); }
   static bool ip(const std::string& command) {
     return std::system(("ip " + command + " 2>/dev/null").c_str()) == 0;

@@ -43,7 +43,7 @@ class SystemContract : public testing::Test {
 using Worlds = testing::Types<SimWorld, LinuxWorld>;
 TYPED_TEST_SUITE(SystemContract, Worlds);
 
-TYPED_TEST(SystemContract, AnswersAreAsOfNowAndWhatIsUnknownHasNone) {
+TYPED_TEST(SystemContract, ResultsAreCurrentAndUnknownKeysHaveNone) {
   for (const char* name : {"Ann's Phone", "B"}) {
     this->world_.nameDevice(name);
     EXPECT_EQ(this->world_.device.answer("UserAssignedDeviceName"), Value(name));

@@ -33,7 +33,7 @@ Bytes message(std::uint16_t type, std::uint16_t flags, std::uint32_t sequence, c
   return bytes;
 }
 
-TEST(NetlinkReader, RefusesWhatIsNoWholeAnswer) {
+TEST(NetlinkReader, RejectsIncompleteReplies) {
   inet_diag_msg socket{};
   socket.idiag_family = AF_INET;
   socket.idiag_state = 10;
@@ -42,7 +42,7 @@ TEST(NetlinkReader, RefusesWhatIsNoWholeAnswer) {
   bool whole = true;
   const auto read = [&](Bytes bytes, const Bytes& more) {
     bytes.insert(bytes.end(), more.begin(), more.end());
-    bytes.shrink_to_fit();  // so that a read past the end is seen
+    bytes.shrink_to_fit();  // so that a read past the end is detected
     std::vector<SocketOfInode> sockets;
     const NetlinkAnswer answer = NetlinkReader(5).read(bytes, [&](const nlmsghdr& each) {
       whole = readSocketMessage(each, SocketProtocol::TCP, sockets) && whole;
@@ -88,12 +88,12 @@ TEST(GenericFamily, IsMissingOnlyWhereTheKernelReportsIt) {
   ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
-TEST(NetlinkSocket, HearsOnlyTheKernel) {
+TEST(NetlinkSocket, AcceptsOnlyTheKernel) {
   NetlinkSocket socket(NETLINK_ROUTE);
   sockaddr_nl own{};
   socklen_t size = sizeof own;
   ASSERT_EQ(::getsockname(socket.descriptor(), reinterpret_cast<sockaddr*>(&own), &size), 0);
-  // Another process sends an answer before the question is asked: an error, and a link.
+  // Before the request, another process sends replies: an error, and a link.
   const Descriptor forger(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
   ifinfomsg link{};
   link.ifi_index = 123456;
@@ -117,10 +117,10 @@ TEST(NetlinkSocket, HearsOnlyTheKernel) {
   EXPECT_GT(links, 0);
 }
 
-TEST(NetlinkSocket, BeginsAnInterruptedDumpAnew) {
+TEST(NetlinkSocket, RepeatsAnInterruptedDump) {
   constexpr int kSkipped = 77;
   ChildForTest child([] {
-    // So many addresses that the kernel lists them in several steps.
+    // So many addresses that the kernel lists them in several messages.
     if (::unshare(CLONE_NEWNET) != 0 ||
         std::system("for a in 1 2 3 4; do for b in $(seq 250); do echo addr add 10.$a.$b.1/32 dev "
                     "lo; done; done | ip -batch - 2>/dev/null") != 0) {

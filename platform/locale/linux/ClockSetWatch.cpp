@@ -21,7 +21,7 @@ std::int64_t nanoseconds(clockid_t clock) {
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-// The two clocks cannot be read at the same moment: of several attempts, the shortest is used.
+// The two clocks can't be read at the same moment: of several tries the one counts that took least.
 std::int64_t wallClockOffset() {
   std::int64_t offset = 0;
   std::int64_t least = std::numeric_limits<std::int64_t>::max();

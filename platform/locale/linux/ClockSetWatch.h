@@ -10,12 +10,12 @@
 
 namespace zorva {
 
-/// Calls back after the wall clock was set. Resuming from suspend, when the kernel also moves the
-/// clock forward, does not count, nor do the adjustments of an NTP client; a step of less than a
-/// millisecond is considered one of those.
+/// Calls back after the wall clock was set. Waking from suspend, where the kernel moves the clock
+/// forward too, is no setting, nor are the adjustments that keep the clock in step with a time
+/// server; a step of less than a millisecond is taken for one of those.
 class ClockSetWatch {
  public:
-  /// Nothing if the kernel does not support it.
+  /// Nothing when the kernel does not report it.
   static std::unique_ptr<ClockSetWatch> make(sd_event* event, std::function<void()> set);
   ClockSetWatch(const ClockSetWatch&) = delete;
   ClockSetWatch& operator=(const ClockSetWatch&) = delete;
@@ -28,7 +28,7 @@ class ClockSetWatch {
 
   int timer_;
   std::function<void()> set_;
-  std::int64_t offset_;  ///< offset of the wall clock from the time since boot, in nanoseconds
+  std::int64_t offset_;  ///< of the wall clock from the time since boot, in nanoseconds
   EventSource source_;
 };
 
