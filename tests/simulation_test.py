@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""zorva-sim on the scenarios of the tree: the same bytes every time, and those that are expected."""
+"""zorva-sim on the scenarios of the tree: the same bytes every time, and the expected ones."""
 import pathlib
 import tempfile
 import unittest

@@ -94,7 +94,7 @@ TEST_F(LocalDateFormattingTest, FollowsSettingsAndSecondsAndFractions) {
   EXPECT_EQ(fractions->format(date), "00.000");
   EXPECT_EQ(fractions->format(date + 250ms), "00.250");
   EXPECT_EQ(fractions->format(Date(-1us)), "59.999");
-  // Unknown locales and patterns.
+  // Unknown locales and zones.
   settings_ = {"xx_YY", "Nowhere/Land"};
   EXPECT_EQ(seconds->format(date - 183 * 24h), "26 12:00:00");
   settings_ = {"", ""};

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A ModemManager of a test's own: python3 ModemManagerMock_test.py
+"""A mock ModemManager: python3 ModemManagerMock.py
 
-Takes the service's name on the system bus and does what its driver says, in Python: Do("...") at
-the service's path, interface org.zorva.Mock. As in the real service the object manager tells of
-modems only; bearers and calls have properties of their own.
+Owns the service's name on the system bus and runs the Python code that its driver sends: Do("...") at
+the service's path, interface org.zorva.Mock. As in the real service the object manager reports
+only modems; bearers and calls have properties of their own.
 """
 
 import dbus
@@ -22,7 +22,7 @@ def full(interface):
 
 
 class Object(dbus.service.Object):
-    """properties: values by name, by interface without the service's name before it."""
+    """properties: values by name, by interface without the service's name as prefix."""
 
     def __init__(self, path, properties):
         super().__init__(bus, ROOT + path)
