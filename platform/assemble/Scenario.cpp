@@ -72,7 +72,7 @@ Scenario Scenario::read(std::string_view yaml, const std::string& name, SimHands
                                            step.at = at.duration();
                                            if (step.at < scenario.end_) {
                                              at.refuse(
-                                                 "this step comes before the one above it; "
+                                                 "this step is earlier than the one above it; "
                                                  "put the steps in the order of time");
                                            }
                                            return ScenarioAction([] {});
@@ -88,7 +88,7 @@ Scenario Scenario::read(std::string_view yaml, const std::string& name, SimHands
     }
   }
   if (const auto* end = keys.find("end")) {
-    if (end->duration() < scenario.end_) end->refuse("the end comes before the last step");
+    if (end->duration() < scenario.end_) end->refuse("the end is earlier than the last step");
     scenario.end_ = end->duration();
   } else {
     scenario.end_ += kAfterLastStep;

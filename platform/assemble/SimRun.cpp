@@ -25,7 +25,7 @@ constexpr const char* kHelp =
     "                  without it they are removed at the end\n"
     "    -h, --help    print this help message and exit\n"
     "    --version     print the version and exit\n"
-    "    -- OPTIONS    what follows are options for zorva\n";
+    "    -- OPTIONS    the arguments that follow are for zorva\n";
 
 struct Options {
   std::string scenario;
@@ -84,7 +84,8 @@ std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], 
     err << std::string("zorva-sim: ") + error.what() + "\n";
     return std::nullopt;
   } catch (const std::filesystem::filesystem_error& error) {
-    err << "zorva-sim: the handset's files have no place: " + safeText(error.what()) + "\n";
+    err << "zorva-sim: there is no directory for the handset's files: " + safeText(error.what()) +
+               "\n";
     return std::nullopt;
   }
   run.zorvaArguments_ = options.zorva;

@@ -16,10 +16,10 @@ namespace zorva {
 /// delivered: an observer that was removed is not called any more, one that was added during a
 /// delivery is not called by it. A callback may even destroy this object. Copies share their
 /// observers.
-template <typename... News>
+template <typename... Arguments>
 class Observers {
  public:
-  using Callback = std::function<void(News...)>;
+  using Callback = std::function<void(Arguments...)>;
 
   /// The registration may outlive this object.
   Registration add(Callback callback) {
@@ -34,13 +34,13 @@ class Observers {
     });
   }
 
-  void notify(News... news) {
+  void notify(Arguments... arguments) {
     const auto list = list_;  // a callback may destroy this object
     const std::uint64_t last = list->lastNumber;
     ++list->deliveries;
     for (Entry& entry : list->entries) {
       if (entry.number > last) break;
-      if (!entry.removed) entry.callback(news...);
+      if (!entry.removed) entry.callback(arguments...);
     }
     --list->deliveries;
     list->sweep();

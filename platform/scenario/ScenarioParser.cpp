@@ -19,7 +19,8 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
   ScenarioNode takeRoot() { return std::move(root_.at(0)); }
 
   void OnDocumentStart(const YAML::Mark& mark) override {
-    if (!root_.empty()) at(mark).refuse("a scenario is one document; remove what starts here");
+    if (!root_.empty())
+      at(mark).refuse("a scenario is one document; remove the one that starts here");
   }
   void OnDocumentEnd() override {}
 
@@ -34,7 +35,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
   }
 
   void OnAlias(const YAML::Mark& mark, YAML::anchor_t) override {
-    at(mark).refuse("aliases are not read; write the value out");
+    at(mark).refuse("aliases are not supported; write the value out");
   }
 
   void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
@@ -75,7 +76,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
 
   static void refuseTag(const ScenarioNode& node, const std::string& tag) {
     if (tag.empty() || tag == "?") return;
-    node.refuse("the tag \"" + safeText(tag) + "\" is not known; only !data and !!str are");
+    node.refuse("the tag \"" + safeText(tag) + "\" is unknown; only !data and !!str are supported");
   }
 
   void open(ScenarioNode node, const std::string& tag) {
@@ -128,7 +129,7 @@ ScenarioNode ScenarioNode::parse(std::string_view yaml, const std::shared_ptr<Sc
     const bool placed = !error.mark.is_null();
     ScenarioNode(Kind::Nothing, placed ? error.mark.line + 1 : 1,
                  placed ? error.mark.column + 1 : 1, text)
-        .refuse("this is no YAML: " + safeText(error.msg));
+        .refuse("this is not valid YAML: " + safeText(error.msg));
   }
   return builder.takeRoot();
 }

@@ -11,23 +11,23 @@
 
 namespace zorva {
 
-/// A child process of a test. It is killed when the test ends or this object is destroyed.
+/// A process that a test runs beside itself. It dies with the test, or with this.
 class ChildForTest {
  public:
-  /// Exits with the status that the work returns.
+  /// Exits with what the work returns.
   explicit ChildForTest(const std::function<int()>& work) : process_(fork()) {
     if (process_ != 0) return;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     _exit(work());
   }
-  ChildForTest(ChildForTest&&) = delete;  // not copyable
+  ChildForTest(ChildForTest&&) = delete;  // nor copied
   ~ChildForTest() {
     if (process_ <= 0) return;
     kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
   }
   pid_t pid() const { return process_; }
-  /// Waits for its end. Returns its exit status, or -1.
+  /// Waits for its end, and answers its exit status, or -1.
   int status() {
     int status = -1;
     waitpid(std::exchange(process_, -1), &status, 0);

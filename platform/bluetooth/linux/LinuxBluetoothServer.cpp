@@ -97,8 +97,8 @@ void LinuxBluetoothServer::update() {
   if (ownerChanged_) readAll();
   endSessions(std::exchange(restarted_, false));
   const BluezController before = std::exchange(controller_, readBluezController(objects_));
-  if (controller_.powered != before.powered) powerNews_.notify();
-  if (controller_ != before) deviceNews_.notify();
+  if (controller_.powered != before.powered) powerObservers_.notify();
+  if (controller_ != before) deviceObservers_.notify();
   if (!owner_.empty()) {
     for (const auto& client : Clients(clients_)) {
       if (client->session != 0) continue;
@@ -126,14 +126,14 @@ BluetoothServer::Status LinuxBluetoothServer::refusal(Device device) const {
 BluetoothServer::Status LinuxBluetoothServer::addLocalDeviceCallbacks(Device device,
                                                                       Changed changed,
                                                                       Registration& callbacks) {
-  callbacks = deviceNews_.add(std::move(changed));
+  callbacks = deviceObservers_.add(std::move(changed));
   return refusal(device);
 }
 
 BluetoothServer::Status LinuxBluetoothServer::registerForPowerUpdates(Device device,
                                                                       Changed changed,
                                                                       Registration& callbacks) {
-  callbacks = powerNews_.add(std::move(changed));
+  callbacks = powerObservers_.add(std::move(changed));
   return refusal(device);
 }
 

@@ -66,8 +66,8 @@ class LinuxBluetoothServer : public BluetoothServer {
   BluezController controller_;
   Session lastSession_ = 0;
   Clients clients_;
-  Observers<> deviceNews_;
-  Observers<> powerNews_;
+  Observers<> deviceObservers_;
+  Observers<> powerObservers_;
   CoalescedCall update_;
   std::vector<Registration> registrations_;
 };

@@ -88,13 +88,13 @@ BluetoothServer::Status SimBluetoothServer::attachSession(const std::string&,
   const auto client = std::make_shared<Client>();
   callbacks = client->events.add(std::move(handler));
   clients_.push_back(client);
-  if (running_) answerLater(client);
+  if (running_) replyLater(client);
   return 0;
 }
 
-void SimBluetoothServer::answerLater(const std::shared_ptr<Client>& client) {
+void SimBluetoothServer::replyLater(const std::shared_ptr<Client>& client) {
   client->turn = runLoop_.startTimer(0.0, [this, weak = std::weak_ptr(client)] {
-    if (const auto asker = weak.lock()) answer(asker);
+    if (const auto requester = weak.lock()) answer(requester);
   });
 }
 
@@ -150,14 +150,14 @@ BluetoothServer::Status SimBluetoothServer::refusal(Device device, SimFaultPoint
 BluetoothServer::Status SimBluetoothServer::addLocalDeviceCallbacks(Device device, Changed changed,
                                                                     Registration& callbacks) {
   const Status refused = refusal(device, addLocalDeviceCallbacksFault_);
-  if (refused == 0) callbacks = deviceNews_.add(std::move(changed));
+  if (refused == 0) callbacks = deviceObservers_.add(std::move(changed));
   return refused;
 }
 
 BluetoothServer::Status SimBluetoothServer::registerForPowerUpdates(Device device, Changed changed,
                                                                     Registration& callbacks) {
   const Status refused = refusal(device, registerForPowerUpdatesFault_);
-  if (refused == 0) callbacks = powerNews_.add(std::move(changed));
+  if (refused == 0) callbacks = powerObservers_.add(std::move(changed));
   return refused;
 }
 
@@ -196,7 +196,7 @@ void SimBluetoothServer::setRunning(bool running) {
   running_ = running;
   // A callback may change the list.
   for (const auto& client : std::vector(clients_)) {
-    if (running && client->session == 0) answerLater(client);
+    if (running && client->session == 0) replyLater(client);
     if (running) continue;
     client->turn.reset();
     if (client->session == 0) continue;  // waits
@@ -213,7 +213,7 @@ void SimBluetoothServer::sendEvent(std::int32_t event) {
 
 void SimBluetoothServer::set(std::uint32_t& held, std::uint32_t state) {
   held = state;
-  deviceNews_.notify();
+  deviceObservers_.notify();
 }
 
 void SimBluetoothServer::setModulePower(Module module, std::uint32_t state) {
@@ -234,7 +234,7 @@ void SimBluetoothServer::setConnectionStatus(std::uint32_t state) {
 
 void SimBluetoothServer::usePower(std::uint32_t amount) {
   used_ += amount;
-  powerNews_.notify();
+  powerObservers_.notify();
 }
 
 }  // namespace zorva

@@ -48,7 +48,7 @@ class SimBluetoothServer : public BluetoothServer {
  private:
   struct Client;
 
-  void answerLater(const std::shared_ptr<Client>& client);
+  void replyLater(const std::shared_ptr<Client>& client);
   void answer(const std::shared_ptr<Client>& client);
   std::shared_ptr<Client> clientOf(Session session) const;
   Status refusal(Device device, SimFaultPoint& fault) const;
@@ -77,8 +77,8 @@ class SimBluetoothServer : public BluetoothServer {
   std::uint32_t used_ = 0;
   Session lastSession_ = 0;
   std::vector<std::shared_ptr<Client>> clients_;
-  Observers<> deviceNews_;
-  Observers<> powerNews_;
+  Observers<> deviceObservers_;
+  Observers<> powerObservers_;
 };
 
 }  // namespace zorva

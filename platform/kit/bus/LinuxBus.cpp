@@ -12,9 +12,9 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::chrono::hours kMaxReconnectDelay{1};
-// A socket exists a moment before it accepts connections, and no event reports when it does. So a
-// socket that has just changed and refuses the connection is tried again a few times.
+constexpr std::chrono::hours kMaxBetweenEnds{1};
+// A socket is there a moment before it can be connected to, and that moment's end is no event. So
+// a socket that has just changed and refuses is tried again, a few times.
 constexpr int kMaxRefusals = 4;
 constexpr std::chrono::milliseconds kAfterRefusal{20};
 
@@ -82,20 +82,20 @@ std::string LinuxBus::systemAddress() {
 }
 
 LinuxBus::LinuxBus(sd_event* event, std::string address, std::chrono::microseconds timeLimit,
-                   std::chrono::microseconds reconnectDelay)
+                   std::chrono::microseconds betweenEnds)
     : event_(event),
       address_(std::move(address)),
       timeLimit_(timeLimit),
-      initialReconnectDelay_(reconnectDelay),
+      firstBetweenEnds_(betweenEnds),
       subscriptions_(std::make_shared<Subscriptions>()),
       ended_(event, [this] { ended(); }),
-      reconnectDelay_(reconnectDelay) {
+      betweenEnds_(betweenEnds) {
   connect();
   if (bus_) waitUntilReady();
 }
 
 LinuxBus::~LinuxBus() {
-  sd_bus_close(bus_.get());  // or each match would be removed by a call
+  sd_bus_close(bus_.get());  // or each match would be taken back by a call
   for (const auto& match : subscriptions_->matches) {
     match->removed = true;
     match->slot.reset();
@@ -106,8 +106,8 @@ bool LinuxBus::connected() const {
   return bus_ && sd_bus_is_ready(bus_.get()) > 0;
 }
 
-// Opens a connection; the event loop continues it. Negative on failure: -ENOENT and -ECONNREFUSED
-// if no process listens at the address, -EAGAIN if its queue is full.
+// Opens a connection; what follows comes from the loop. Negative when that fails: -ENOENT and
+// -ECONNREFUSED when no process listens at the address, -EAGAIN when too many wait there.
 int LinuxBus::start() {
   sd_bus* bus = nullptr;
   if (const int made = sd_bus_new(&bus); made < 0) return made;
@@ -130,7 +130,8 @@ int LinuxBus::start() {
   return 0;
 }
 
-// Before the loop runs, so that the first snapshot can use the bus. A slow bus is left to the loop.
+// Before the loop runs, so that a first snapshot sees the bus. A bus that takes its time is left to
+// the loop.
 void LinuxBus::waitUntilReady() {
   const auto deadline = steady_clock::now() + timeLimit_;
   for (;;) {
@@ -155,7 +156,7 @@ void LinuxBus::connect() {
     if (!path) return;
     socketWatch_.emplace(event_, *path, LinuxPathWatch::Of::Entry, [this] { socketChanged(); });
     refusals_ = 0;
-    result = start();  // it may have been created before the watch
+    result = start();  // it may have come before the watch
   }
   if (bus_) {
     socketWatch_.reset();
@@ -163,18 +164,18 @@ void LinuxBus::connect() {
     connectLater(kAfterRefusal * (1 << (2 * refusals_)));
     ++refusals_;
   } else if (result == -EAGAIN) {
-    backOff();  // no event reports that there is room again
+    backOff();  // that there is room again is no event
   }
 }
 
 void LinuxBus::backOff() {
-  connectLater(reconnectDelay_);
-  reconnectDelay_ = std::min<std::chrono::microseconds>(2 * reconnectDelay_, kMaxReconnectDelay);
+  connectLater(betweenEnds_);
+  betweenEnds_ = std::min<std::chrono::microseconds>(2 * betweenEnds_, kMaxBetweenEnds);
 }
 
 void LinuxBus::socketChanged() {
   refusals_ = 1;
-  reconnectDelay_ = initialReconnectDelay_;
+  betweenEnds_ = firstBetweenEnds_;
   connect();
 }
 
@@ -201,7 +202,7 @@ int LinuxBus::onConnected(sd_bus_message*, void* self, sd_bus_error*) {
 }
 
 int LinuxBus::onDisconnected(sd_bus_message*, void* self, sd_bus_error*) {
-  // The connection is still being processed by the library.
+  // The connection is still in the middle of its own work.
   static_cast<LinuxBus*>(self)->ended_.request();
   return 0;
 }
@@ -211,21 +212,21 @@ void LinuxBus::ended() {
   bus_.reset();
   hangs_ = false;
   const auto now = steady_clock::now();
-  const bool lasted = readySince_ && now - *readySince_ >= initialReconnectDelay_;
-  const bool soonAfterLastEnd = lastEnd_ && now - *lastEnd_ < 2 * reconnectDelay_;
+  const bool lasted = readySince_ && now - *readySince_ >= firstBetweenEnds_;
+  const bool soonAfterTheLast = lastEnd_ && now - *lastEnd_ < 2 * betweenEnds_;
   lastEnd_ = now;
   readySince_.reset();
-  if (soonAfterLastEnd && !lasted) {
+  if (soonAfterTheLast && !lasted) {
     backOff();
   } else {
-    reconnectDelay_ = initialReconnectDelay_;
+    betweenEnds_ = firstBetweenEnds_;
     connect();
   }
   observers_.notify();
 }
 
 void LinuxBus::install(Match& match) {
-  // Without a reply handler, a refused match would end the connection.
+  // Without a handler for the answer a refused match would end the connection.
   const auto ignore = [](sd_bus_message*, void*, sd_bus_error*) { return 0; };
   sd_bus_slot* slot = nullptr;
   if (sd_bus_add_match_async(bus_.get(), &slot, match.rule.c_str(), Match::received, ignore,
@@ -234,7 +235,7 @@ void LinuxBus::install(Match& match) {
   }
 }
 
-// A message ready to be sent, or null.
+// Ready to be sent, or none.
 BusMessage LinuxBus::makeCall(const char* service, const char* path, const char* interface,
                               const char* member, const Arguments& arguments) {
   sd_bus_message* message = nullptr;
@@ -256,8 +257,9 @@ void LinuxBus::send(const char* service, const char* path, const char* interface
   sd_bus_send(bus_.get(), call.get(), nullptr);
 }
 
-// After a call that timed out: did this service time out, or is the whole bus stuck? A snapshot
-// queries many services, whose timeouts together would block the loop far longer than one.
+// After a call that took too long: did this service time out, or is the whole bus stuck? Each entry
+// of a snapshot asks another service, and all of them together would hold the loop up for far
+// longer than one.
 void LinuxBus::checkForHang() {
   const auto question = [this] { return makeCall(kDriver, kDriverPath, kDriver, "GetId", {}); };
   if (const BusMessage first = question();
@@ -266,12 +268,12 @@ void LinuxBus::checkForHang() {
   }
   const BusMessage second = question();
   hangs_ = second &&
-           sd_bus_call_async(bus_.get(), nullptr, second.get(), onReply, this, UINT64_MAX) >= 0;
+           sd_bus_call_async(bus_.get(), nullptr, second.get(), onAnswer, this, UINT64_MAX) >= 0;
 }
 
-int LinuxBus::onReply(sd_bus_message*, void* self, sd_bus_error*) {
+int LinuxBus::onAnswer(sd_bus_message*, void* self, sd_bus_error*) {
   auto* bus = static_cast<LinuxBus*>(self);
-  // Also called when the connection ends, which is reported separately.
+  // Also called when the connection ends, which has its own news.
   if (std::exchange(bus->hangs_, false) && bus->connected()) bus->observers_.notify();
   return 0;
 }

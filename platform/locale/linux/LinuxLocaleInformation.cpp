@@ -61,7 +61,7 @@ Registration LinuxLocaleInformation::observe(Change change, std::function<void()
 
 void LinuxLocaleInformation::filesChanged() {
   readSettings();
-  const Told before =
+  const Reported before =
       std::exchange(reported_, {settings_.locale, settings_.zone, timeZoneMark(paths_)});
   const bool locale = before.locale != reported_.locale;
   const bool zone = before.zone != reported_.zone || before.zoneMark != reported_.zoneMark;

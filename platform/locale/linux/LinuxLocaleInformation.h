@@ -46,7 +46,7 @@ class LinuxLocaleInformation : public LocaleInformation {
 
  private:
   /// The values last reported to the observers, which may be older than those read for a snapshot.
-  struct Told {
+  struct Reported {
     std::string locale;
     std::string zone;
     std::string zoneMark;
@@ -59,7 +59,7 @@ class LinuxLocaleInformation : public LocaleInformation {
   const Clock& clock_;
   LocalePaths paths_;
   DateSettings settings_;
-  Told reported_;
+  Reported reported_;
   std::map<Change, Observers<>> observers_;
   CoalescedCall filesChanged_;
   std::list<LinuxPathWatch> fileWatches_;

@@ -21,7 +21,7 @@ bool isAlphanumeric(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
-bool isMadeOf(std::string_view text, std::string_view punctuation) {
+bool consistsOf(std::string_view text, std::string_view punctuation) {
   return !text.empty() && text.size() <= kMaxNameLength &&
          std::all_of(text.begin(), text.end(), [&](char c) {
            return isAlphanumeric(c) || punctuation.find(c) != punctuation.npos;
@@ -29,14 +29,14 @@ bool isMadeOf(std::string_view text, std::string_view punctuation) {
 }
 
 bool isZoneName(std::string_view name) {
-  return isMadeOf(name, "_+-/") && name.front() != '/' && name.back() != '/';
+  return consistsOf(name, "_+-/") && name.front() != '/' && name.back() != '/';
 }
 
 // The language, script and country of "en_US.UTF-8@euro"; empty if they are not an identifier.
 std::string identifierOf(std::string_view locale) {
   locale = locale.substr(0, locale.find_first_of(".@"));
   if (locale == "C" || locale == "POSIX") return kPosixLocale;
-  return isMadeOf(locale, "_-") ? std::string(locale) : std::string();
+  return consistsOf(locale, "_-") ? std::string(locale) : std::string();
 }
 
 std::string environment(const char* name) {

@@ -38,7 +38,7 @@ bool LinuxSystemNotifications::listen() {
   socket_.reset();
   // Reports it once, not for each of a start's dozen subscriptions.
   if (problem != lastProblem_) {
-    systemLog_.write("No system notifications are heard: " + problem);
+    systemLog_.write("No system notifications are received: " + problem);
     lastProblem_ = problem;
   }
   return false;

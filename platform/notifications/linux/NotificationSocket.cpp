@@ -144,7 +144,7 @@ std::unique_ptr<NotificationSocket> NotificationSocket::make(const std::string& 
       if (errno != EEXIST) break;
     }
   }
-  problem = formatText("Cannot make a socket in '%s': %s", path.c_str(), std::strerror(errno));
+  problem = formatText("Cannot create a socket in '%s': %s", path.c_str(), std::strerror(errno));
   ::unlinkat(directory.get(), hidden.c_str(), 0);
   return nullptr;
 }
@@ -180,7 +180,7 @@ PostResult postNotification(const NotificationDirectories& directories, const st
   PostResult result;
   const std::string datagram = std::string(kMark) + name;
   if (!isNotificationName(name)) {
-    result.problem = "'" + safeText(name) + "' is no name of a notification";
+    result.problem = "'" + safeText(name) + "' is not a valid notification name";
     return result;
   }
   const Descriptor own = openRunDirectory(directories.own, MissingDirectory::Fail, result.problem);

@@ -50,7 +50,7 @@ std::optional<CommandEnd> parse(const std::vector<std::string>& arguments,
     request.state = stateIn(number);
     return request.state ? std::string()
                          : "the state '" + safeText(number) +
-                               "' is no number from 0 to 18446744073709551615 (decimal, or "
+                               "' is not a number from 0 to 18446744073709551615 (decimal, or "
                                "hexadecimal after 0x).";
   };
   std::vector<std::string> names;
