@@ -101,8 +101,8 @@ void traffic(const LaneEntry& entry, Curve curve, std::string_view text) {
 }
 
 void network(const LaneEntry& entry) {
-  // The first entry has no check before it. If an interface has gone, the figures are negative, and
-  // the traffic is not known.
+  // The first entry has no check before it. If an interface has been removed, the figures are
+  // negative, and the traffic is unknown.
   if (entry.integer("TimeSinceLastCheck") <= 0) return;
   const std::string_view total = entry.value("TotalSinceLastCheck");
   const std::size_t slash = total.find('/');

@@ -92,7 +92,7 @@ class LogSummarizer::Sink : public LogHistorySink {
  public:
   explicit Sink(const LogWindow& window) : window_(window) {}
 
-  // To be called after what the entry says has been reported.
+  // To be called after the entry's contents have been reported.
   void entry(LogTime time) {
     if (!stretch_ && time >= window_.since) {
       const LogTime begin = previous_ ? std::max(*previous_, window_.since) : time;

@@ -28,7 +28,7 @@ struct GenericFamily {
 };
 /// Nothing if the message does not describe a family.
 std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message);
-/// Queries the kernel. Refused: it does not have the family. GoesOn: it did not reply.
+/// Queries the kernel. Refused: it does not have the family. Incomplete: it did not reply.
 NetlinkAnswer findGenericFamily(const std::string& name, std::optional<GenericFamily>& family);
 
 /// A generic netlink request, built attribute by attribute.

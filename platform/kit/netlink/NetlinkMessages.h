@@ -34,7 +34,7 @@ std::optional<NetlinkAttributes> attributesAfter(const nlmsghdr& message, std::s
 
 /// The state of a reply after a datagram.
 enum class NetlinkAnswer {
-  GoesOn,  ///< its end has not arrived
+  Incomplete,  ///< its end has not arrived
   Done,
   Interrupted,  ///< complete, but the listed objects changed while the kernel listed them
   Refused,      ///< the kernel refused the request, or its reply is malformed

@@ -23,11 +23,12 @@ class NetlinkSocket {
   /// and calls back with each message of the kernel's reply. A request that is not a dump must
   /// request an acknowledgement (NLM_F_ACK).
   ///
-  /// GoesOn: the reply did not end within a second, or a system call failed; the messages received
-  /// until then were delivered. The second begins when the kernel has accepted the request. That
-  /// may take longer: while another process changes many links, the kernel's routing and wireless
-  /// sockets wait inside the system call, where the limit does not apply. Code that must be quick,
-  /// such as the path to sleep, uses only NETLINK_SOCK_DIAG, which does not wait for them.
+  /// Incomplete: the reply did not end within a second, or a system call failed; the messages
+  /// received until then were delivered. The second begins when the kernel has accepted the
+  /// request. That may take longer: while another process changes many links, the kernel's routing
+  /// and wireless sockets wait inside the system call, where the limit does not apply. Code that
+  /// must be quick, such as the path to sleep, uses only NETLINK_SOCK_DIAG, which does not wait for
+  /// them.
   ///
   /// If the listed objects changed during a dump and there is an `again`, which discards the
   /// messages delivered so far, the dump is requested once more.

@@ -52,15 +52,15 @@ TEST(NetlinkReader, RejectsIncompleteReplies) {
   const auto end = [](std::uint16_t type, std::uint16_t flags, std::uint32_t sequence, int error) {
     return message(type, flags, sequence, &error, sizeof error);
   };
-  EXPECT_EQ(read(one, one), std::pair(NetlinkAnswer::GoesOn, std::size_t{2}));
+  EXPECT_EQ(read(one, one), std::pair(NetlinkAnswer::Incomplete, std::size_t{2}));
   const std::pair<Bytes, NetlinkAnswer> cases[] = {
-      {{}, NetlinkAnswer::GoesOn},
+      {{}, NetlinkAnswer::Incomplete},
       {end(NLMSG_DONE, 0, 5, 0), NetlinkAnswer::Done},
       {end(NLMSG_DONE, NLM_F_DUMP_INTR, 5, 0), NetlinkAnswer::Interrupted},
       {end(NLMSG_DONE, 0, 5, -ENOENT), NetlinkAnswer::Refused},
       {end(NLMSG_ERROR, 0, 5, -ENOENT), NetlinkAnswer::Refused},
-      {end(NLMSG_ERROR, 0, 4, -ENOENT), NetlinkAnswer::GoesOn},  // of another request
-      {Bytes(NLMSG_HDRLEN), NetlinkAnswer::Refused},             // a message of length 0
+      {end(NLMSG_ERROR, 0, 4, -ENOENT), NetlinkAnswer::Incomplete},  // of another request
+      {Bytes(NLMSG_HDRLEN), NetlinkAnswer::Refused},                 // a message of length 0
   };
   for (const auto& [more, answer] : cases) {
     EXPECT_EQ(read(one, more), std::pair(answer, std::size_t{1})) << more.size();
@@ -84,7 +84,7 @@ TEST(GenericFamily, IsMissingOnlyWhereTheKernelReportsIt) {
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   const rlimit none{0, before.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-  EXPECT_EQ(findGenericFamily("nlctrl", family), NetlinkAnswer::GoesOn) << "no socket for it";
+  EXPECT_EQ(findGenericFamily("nlctrl", family), NetlinkAnswer::Incomplete) << "no socket for it";
   ::setrlimit(RLIMIT_NOFILE, &before);
 }
 

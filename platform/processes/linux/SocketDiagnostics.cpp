@@ -180,7 +180,8 @@ void SocketDiagnostics::take() {
       const NetlinkAnswer answer =
           answers ? dump(netlink, protocol, ipv6 ? AF_INET6 : AF_INET) : NetlinkAnswer::Refused;
       if (answer == NetlinkAnswer::Done) continue;
-      if (answer == NetlinkAnswer::GoesOn) answers = false;  // repeating the request would not help
+      if (answer == NetlinkAnswer::Incomplete)
+        answers = false;  // repeating the request would not help
       readTable(protocol, ipv6);
     }
   }
@@ -230,7 +231,7 @@ NetlinkAnswer SocketDiagnostics::dump(NetlinkSocket& netlink, SocketProtocol pro
     return NetlinkAnswer::Done;
   }
   sockets_.resize(before);
-  return answer == NetlinkAnswer::GoesOn ? answer : NetlinkAnswer::Refused;
+  return answer == NetlinkAnswer::Incomplete ? answer : NetlinkAnswer::Refused;
 }
 
 void SocketDiagnostics::readTable(SocketProtocol protocol, bool ipv6) {

@@ -99,7 +99,7 @@ class Device : public WiFiDevice {
       auto found = wirelessInterfaceIn(message);
       if (found && found->type == NL80211_IFTYPE_STATION) station = std::move(found);
     });
-    if (answer == NetlinkAnswer::GoesOn) return false;
+    if (answer == NetlinkAnswer::Incomplete) return false;
     interface_ = std::move(station);
     return true;
   }
@@ -171,7 +171,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   bool find() {
     // Queried each time: after cfg80211 has been reloaded, its ids differ.
     std::optional<GenericFamily> family;
-    if (findGenericFamily(NL80211_GENL_NAME, family) == NetlinkAnswer::GoesOn) return false;
+    if (findGenericFamily(NL80211_GENL_NAME, family) == NetlinkAnswer::Incomplete) return false;
     if (family != family_) {
       family_ = std::move(family);
       wirelessReadable_.reset();
