@@ -38,12 +38,12 @@ void printUsage() {
   std::fprintf(stderr, "    -p    Log power assertions (disables default logging)\n");
 }
 
-// Creates the row's logger and appends it to the list, unless its initialisation fails.
+// Makes the row's logger and appends it to the list; one whose initialisation fails stays out.
 void appendLogger(const LoggerRow& row, const LoggerParts& parts) {
   if (auto logger = row.make(parts)) sZorvaState.loggers.push_back(std::move(logger));
 }
 
-// The loggers that options have selected, in the order of the command line.
+// The loggers that options have asked for, in the order of the command line.
 void appendNamedLoggers(const std::string& options, const LoggerTable& table,
                         const LoggerParts& parts) {
   for (const char option : options) {

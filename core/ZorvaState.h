@@ -21,7 +21,7 @@ inline constexpr const char* kLogDirectory = "/Library/Logs/Faultbox";
 struct ZorvaState {
   bool exitAfterInitialLogging = false;
   bool runAsDaemon = false;
-  std::vector<std::unique_ptr<ZVLogger>> loggers;  ///< in the order of creation
+  std::vector<std::unique_ptr<ZVLogger>> loggers;  ///< in the order in which they were made
   SharedConnection telephonyConnection;
   std::unique_ptr<LogStream> logFile;  ///< where every entry goes
   std::string logFilePath;             ///< path of the current log file; empty: none
