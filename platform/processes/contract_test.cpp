@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the kernel's records of processes, on the
-// simulated handset and on this machine.
+// SPDX-License-Identifier: Apache-2.0
+// What the kernel's records of processes promise, on the simulated handset and on this machine.
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -16,8 +16,8 @@
 namespace zorva {
 namespace {
 
-// Each platform starts a process with a file and three sockets, the first two with ports on the
-// loopback. It runs, ends, and is reaped.
+// Each world starts a process with a file and three sockets, the first two with ports on the
+// loopback. It works, ends, and is reaped.
 struct Sockets {
   std::int32_t file, listener, datagram, other;
   std::uint16_t port;
@@ -73,7 +73,7 @@ struct LinuxWorld {
   pid_t start(const std::string& name) {
     char own[16];
     prctl(PR_GET_NAME, own);
-    prctl(PR_SET_NAME, name.c_str());  // a child inherits it
+    prctl(PR_SET_NAME, name.c_str());  // a child is born with it
     child.emplace([] {
       while (getppid() > 0) continue;
       return 0;
@@ -104,7 +104,7 @@ class ProcessesContract : public testing::Test {
 using Worlds = testing::Types<SimWorld, LinuxWorld>;
 TYPED_TEST_SUITE(ProcessesContract, Worlds);
 
-TYPED_TEST(ProcessesContract, ResultsAreAscendingTruncatedAndCountTheirBytes) {
+TYPED_TEST(ProcessesContract, AnswersFillWhatFitsInAscendingOrderAndCountItsBytes) {
   TypeParam& world = this->world_;
   ProcessInformation& information = world.information;
   const pid_t pid = world.start("a (b) c");
@@ -160,7 +160,7 @@ TYPED_TEST(ProcessesContract, ResultsAreAscendingTruncatedAndCountTheirBytes) {
   EXPECT_EQ(text, world.path);
 }
 
-TYPED_TEST(ProcessesContract, AnEndedProcessIsAFailureWithoutFigures) {
+TYPED_TEST(ProcessesContract, AProcessThatHasGoneIsAFailureAndNoFigure) {
   TypeParam& world = this->world_;
   const pid_t pid = world.start("");
   EXPECT_EQ(world.table.commandName(pid), "") << "a process without a name is a process";
@@ -199,7 +199,7 @@ TYPED_TEST(ProcessesContract, AnEndedProcessIsAFailureWithoutFigures) {
   EXPECT_EQ(regions.size() + length, 6u) << "left as they were";
 }
 
-TYPED_TEST(ProcessesContract, ASampleHasTheRequestedDetailsAndItsTimeNeverDecreases) {
+TYPED_TEST(ProcessesContract, ASampleHasWhatWasAskedForAndItsTimeNeverGoesBack) {
   TypeParam& world = this->world_;
   SystemStatistics& statistics = world.statistics;
   const pid_t pid = world.start("worker");
@@ -239,7 +239,7 @@ TYPED_TEST(ProcessesContract, ASampleHasTheRequestedDetailsAndItsTimeNeverDecrea
   EXPECT_GT(whole, length);
 }
 
-TYPED_TEST(ProcessesContract, HostFiguresReplaceTheListsAndNeverDecrease) {
+TYPED_TEST(ProcessesContract, FiguresOfTheHostReplaceTheListsAndNeverGoBack) {
   SystemStatistics& statistics = this->world_.statistics;
   HostCpuLoad load, later;
   EXPECT_TRUE(statistics.cpuLoad(load).ok() && statistics.cpuLoad(later).ok());

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of network reachability, on the simulated
-// handset and in a network namespace.
+// SPDX-License-Identifier: Apache-2.0
+// What the reachability of the network promises, on the simulated handset and in a network
+// namespace.
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -19,7 +20,7 @@ enum class Way { None, Cable, Mobile };
 constexpr std::uint32_t kCable = reachability::kReachable;
 constexpr std::uint32_t kMobile = reachability::kReachable | reachability::kIsWWAN;
 
-// At first neither platform has a route to the network.
+// Each world has no way to the network at first.
 struct SimWorld {
   SimHandset handset;
   Reachability& service = handset.reachability();
@@ -53,7 +54,7 @@ struct LinuxWorld {
                    : way == Way::Cable ? "route replace default via 10.9.2.2"
                                        : "route replace default via 10.9.1.2"));
   }
-  // The kernel's messages are readable when the command has ended.
+  // What the kernel announced is ready to be read when the command has ended.
   void deliver() { loop.drain(); }
   static bool ip(const std::string& command) {
     return std::system(("ip " + command + " 2>/dev/null").c_str()) == 0;

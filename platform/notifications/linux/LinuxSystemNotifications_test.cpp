@@ -42,13 +42,13 @@ class LinuxSystemNotificationsTest : public testing::Test {
       if (heard == "end") loop_.stop();
     });
   }
-  // The posts that a daemon which observes "end" has received so far.
+  // What is heard of the posts so far, by a daemon that listens to "end".
   std::string heard() {
     heard_.clear();
     if (post("end").delivered > 0) loop_.run();
     return heard_;
   }
-  // The exit status and output of a command.
+  // The exit status of a command, and what it says.
   std::string run(const std::vector<std::string>& arguments) {
     char said[1000] = {};
     std::FILE* stream = ::fmemopen(said, sizeof said, "w");
@@ -68,7 +68,7 @@ class LinuxSystemNotificationsTest : public testing::Test {
     EXPECT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     return socket;
   }
-  // Sends the daemon raw bytes and a descriptor.
+  // Sends the daemon raw bytes, with a descriptor along.
   bool sendRaw(std::string bytes) const {
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_un address =
@@ -109,7 +109,7 @@ TEST_F(LinuxSystemNotificationsTest, GarbageChangesNothing) {
   EXPECT_EQ(descriptors(), before) << "descriptors sent along are closed";
 }
 
-TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndFollowsNoLink) {
+TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndIsLedNowhere) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   const Registration a = listen("a");
   directories_.users = top_ / "users";
@@ -123,7 +123,7 @@ TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndFollowsNoLink) {
     const auto socket = becomeStranger() ? NotificationSocket::make(users, problem) : nullptr;
     if (::write(ready[1], "r", 1) != 1 || !socket) return 1;
     pollfd readable{socket->descriptor(), POLLIN, 0};
-    if (::poll(&readable, 1, 20000) != 1) return 2;  // only a failing test reaches the limit
+    if (::poll(&readable, 1, 20000) != 1) return 2;  // the limit is for a test that fails
     return socket->takePosts() == std::vector<std::string>{"a"} ? 0 : 3;
   });
   char byte;
@@ -132,7 +132,7 @@ TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndFollowsNoLink) {
   EXPECT_EQ(post("a").delivered, 2) << "both root's and the user's daemon";
   EXPECT_EQ(daemon.status(), 0);
 
-  // Root follows none of the user's links.
+  // What the user plants leads root nowhere.
   const Descriptor victim = bound(top_ / "victim");
   const Descriptor stream = bound(users + "/stream.socket", SOCK_STREAM);
   fs::create_symlink(top_ / "victim", users + "/link.socket");
@@ -147,7 +147,7 @@ TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndFollowsNoLink) {
   EXPECT_TRUE(fs::exists(top_ / "victim"));
 }
 
-TEST_F(LinuxSystemNotificationsTest, UnsafeDirectoryIsRefusedAndReported) {
+TEST_F(LinuxSystemNotificationsTest, UnsafeDirectoryIsRefusedAndTold) {
   fs::create_directory(top_ / "real");
   fs::create_symlink(top_ / "real", directories_.own);
   EXPECT_FALSE(listen("a") || listen("b"));
@@ -172,7 +172,7 @@ TEST_F(LinuxSystemNotificationsTest, StatesPersist) {
   EXPECT_EQ(centre_.state("../a"), std::nullopt);
   EXPECT_TRUE(set(directories_, 5));
 
-  // Of the user's and root's states, the later one applies.
+  // Of the user's state and root's, the later one holds.
   const NotificationDirectories both{directories_.own, top_ / "shared", {}};
   EXPECT_TRUE(set({both.shared, {}, {}}, 6));
   int later = 0;

@@ -21,10 +21,10 @@ bool ip(const std::string& command) {
   return std::system(("ip " + command + " 2>/dev/null").c_str()) == 0;
 }
 
-TEST(LinuxReachability, FollowsDefaultRoutes) {
+TEST(LinuxReachability, FollowsDefaultRoutesInANetworkOfItsOwn) {
   ChildForTest child([] {
     if (unshare(CLONE_NEWNET) != 0) return kSkipped;
-    // Two veth pairs, with both ends in this namespace.
+    // Two cables, both of whose ends are here.
     for (const char* name : {"wwan7", "lan0"}) {
       const std::string link = name;
       if (!ip("link add name " + link + " type veth peer name " + link + "p")) return kSkipped;
@@ -57,7 +57,7 @@ TEST(LinuxReachability, FollowsDefaultRoutes) {
 
     const std::pair<const char*, std::uint32_t> steps[] = {
         {"route add default via 10.9.1.2 metric 50", 0x40002},
-        {"route add default via 10.9.2.2 metric 70", 0x40002},  // the other one is used
+        {"route add default via 10.9.2.2 metric 70", 0x40002},  // the other one is taken
         {"route add 10.20.0.0/16 via 10.9.2.2", 0x40002},
         {"link set wwan7 down", 0x2},
         {"route del default via 10.9.2.2", 0x0},
@@ -69,14 +69,14 @@ TEST(LinuxReachability, FollowsDefaultRoutes) {
         {"route del unreachable default metric 1", 0x2},
         {"link set wwan7 up", 0x2},
         {"route del default metric 9", 0x0},
-        // A VPN over the modem: two half routes, with the default route unchanged.
+        // A virtual private network over the modem: halves, with the default route left as it was.
         {"link set tun5 up", 0x0},
         {"route add 0.0.0.0/1 dev tun5", 0x0},
         {"route add 128.0.0.0/1 dev tun5", 0x2},
         {"route add default via 10.9.1.2", 0x40002},
         {"route del default via 10.9.1.2", 0x2},
-        {"route add 192.0.2.1 via 10.9.1.2", 0x40002},  // only its server through the modem
-        {"route add default dev br5", 0x2},  // its ports carry it, regardless of other routes
+        {"route add 192.0.2.1 via 10.9.1.2", 0x40002},  // only its server by the modem
+        {"route add default dev br5", 0x2},  // its ports carry it, whatever other ways there are
         {"link del tun5", 0x2},
         {"route replace default dev br6", 0x40002},
         {"route del default", 0x0},
