@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the accessory manager, on the simulated
-// handset and on a mock kernel.
+// SPDX-License-Identifier: Apache-2.0
+// What the accessory manager promises, on the simulated handset and over a mock kernel.
 
 #include <algorithm>
 #include <gtest/gtest.h>

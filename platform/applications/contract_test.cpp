@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of application states, on the simulated handset
-// and on control groups.
+// SPDX-License-Identifier: Apache-2.0
+// What the states of applications promise, on the simulated handset and over control groups.
 
 #include <algorithm>
 #include <filesystem>

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the audio system controller, on the simulated
-// handset and with a mock sound card.
+// SPDX-License-Identifier: Apache-2.0
+// What the audio system controller promises, on the simulated handset and with a sound card that a
+// test plays.
 
 #include <gtest/gtest.h>
 

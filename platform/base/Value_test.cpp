@@ -53,7 +53,7 @@ TEST(Value, ConversionsNeverFail) {
   EXPECT_EQ(Value(3).text(), std::nullopt);
 }
 
-TEST(Value, HasAHumanReadableDescription) {
+TEST(Value, DescribesItselfForPeople) {
   using namespace std::chrono;
   const Date date = sys_days(year(2026) / 11 / 16) + 14h + 7min + 16s + 999ms;
   const Value all(Value::List{Value(), true, 12, 1800.0, 0.1, "text", date, Value::Data{0x0A, 0x1B},
@@ -62,7 +62,7 @@ TEST(Value, HasAHumanReadableDescription) {
             "((null), 1, 12, 1800, 0.1, text, 2026-11-16 14:07:16 +0000, <0a1b>, {b = 2; a = x;})");
 }
 
-TEST(SafeText, ReturnsOneLineOfWellFormedText) {
+TEST(SafeText, LeavesOneLineOfWellFormedText) {
   const struct {
     std::string bytes;
     const char* text;
@@ -76,12 +76,12 @@ TEST(SafeText, ReturnsOneLineOfWellFormedText) {
       {"\xc0\x80", "\uFFFD\uFFFD"},                      // overlong
       {"\xed\xa0\x80", "\uFFFD\uFFFD\uFFFD"},            // surrogate
       {"\xf4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
-      {"\xe2\x82", "\uFFFD\uFFFD"},                      // truncated
+      {"\xe2\x82", "\uFFFD\uFFFD"},                      // cut off
   };
   for (const auto& [bytes, text] : cases) EXPECT_EQ(safeText(bytes), text);
 }
 
-TEST(FormatText, WritesTextsOfAnyLength) {
+TEST(FormatText, HoldsTextsOfAnyLength) {
   EXPECT_EQ(formatText("%s|%d", std::string(5000, 'x').c_str(), 7), std::string(5000, 'x') + "|7");
   EXPECT_EQ(textOrNull(std::nullopt), "(null)");
 }

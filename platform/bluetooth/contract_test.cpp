@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the Bluetooth server, on the simulated
-// handset and with a mock BlueZ.
+// SPDX-License-Identifier: Apache-2.0
+// What the Bluetooth server promises, on the simulated handset and with a mocked BlueZ.
 
 #include <gtest/gtest.h>
 

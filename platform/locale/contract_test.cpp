@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the locale and the time zone, on the
-// simulated handset and on the files of /etc.
+// SPDX-License-Identifier: Apache-2.0
+// What the locale and the time zone promise, on the simulated handset and over the files of etc.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the location service, on the simulated
-// handset and with a mock GeoClue.
+// SPDX-License-Identifier: Apache-2.0
+// What the location service promises, on the simulated handset and with a mocked GeoClue.
 
 #include <gtest/gtest.h>
 #include <set>

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the notification centre, on the simulated
-// handset and on a run directory.
+// SPDX-License-Identifier: Apache-2.0
+// What the notification centre promises, on the simulated handset and over a run directory.
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 using State = std::optional<std::uint64_t>;
 
-// Other processes post and set states; an empty value makes a state unreadable.
+// Other processes post, and set states; nothing makes one unreadable.
 struct SimWorld {
   SimHandset handset;
   SimSystemNotifications& centre = handset.notifications();
@@ -68,7 +68,7 @@ TYPED_TEST(NotificationsContract, EveryPostReachesItsObserversUntilTheyEnd) {
   world.post({"a", "A", "b", "c", "a", "a"});
   EXPECT_EQ(std::exchange(heard, ""), "1a own 2b 1a 1a ") << "none posted before";
 
-  // An observer is removed by a callback while further posts wait; a callback posts.
+  // Dropped by a callback while further posts wait; and a post from inside one.
   const Registration last = centre.observe("a", [&](std::string_view) {
     other.reset();
     centre.post("d");
@@ -81,7 +81,7 @@ TYPED_TEST(NotificationsContract, EveryPostReachesItsObserversUntilTheyEnd) {
   EXPECT_EQ(heard, "3d ") << "before it returns";
 }
 
-TYPED_TEST(NotificationsContract, AStateIsTheLastOneSet) {
+TYPED_TEST(NotificationsContract, AStateIsWhatWasSetLast) {
   NotificationCentre& centre = this->world_.centre;
   EXPECT_EQ(centre.state("a"), 0u);
   for (const State state : {State(~std::uint64_t{0}), State(0), State(), State(6)}) {

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the list of scheduled power events, on the
-// simulated handset and on this machine.
+// SPDX-License-Identifier: Apache-2.0
+// What the list of planned power events promises, on the simulated handset and on this machine.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of queries of the system log, on the simulated
-// handset and on journal files.
+// SPDX-License-Identifier: Apache-2.0
+// What queries of the system log promise, on the simulated handset and over journal files.
 
 #include <gtest/gtest.h>
 #include <vector>

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0 The contract of the Wi-Fi manager and driver without a radio,
-// on the simulated handset and in a network namespace, which has none.
+// SPDX-License-Identifier: Apache-2.0
+// What the Wi-Fi manager and driver answer where there is no radio, on the simulated handset and in
+// a network namespace, which has none.
 
 #include <cerrno>
 #include <gtest/gtest.h>

@@ -25,7 +25,7 @@ class LinuxAudioSystemTest : public testing::Test {
           audio_->observe(change, [this, word = word] { reported_ += std::string(" ") + word; }));
     }
   }
-  // The changes reported since the last call, and how the log would show them.
+  // What was told since the last call, and how the log would show it.
   std::string now() {
     loop_.drain();
     std::string line = std::exchange(reported_, "") + ":";
@@ -50,7 +50,7 @@ class LinuxAudioSystemTest : public testing::Test {
   std::vector<Registration> observations_;
 };
 
-TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatIsAddedAndRemoved) {
+TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatComesAndGoes) {
   makeAudio();
   EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
   cards_.plug(3, {"Laptop",
@@ -73,14 +73,14 @@ TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatIsAddedAndRemoved) {
   card.set("Master Playback Volume", {90, 0});
   card.set("Master Playback Switch", {0, 0});
   EXPECT_EQ(now(), " volume: 0 Headphone 1 1 1 Master 100");
-  card.elements.push_back(jack("Headset Mic Jack", false));  // takes precedence over the other one
+  card.elements.push_back(jack("Headset Mic Jack", false));  // knows better than the other one
   card.send(card.elements.size(), SNDRV_CTL_EVENT_MASK_ADD);
   EXPECT_EQ(now(), " input: 0 Headphone 1 1 0 Master 100");
   card.elements.pop_back();
   card.send(card.elements.size() + 1, SNDRV_CTL_EVENT_MASK_REMOVE);
   EXPECT_EQ(now(), " input: 0 Headphone 1 1 1 Master 100");
   for (int more = 0; more < 300; ++more) card.send(1, SNDRV_CTL_EVENT_MASK_VALUE);
-  card.set("Mic Jack", {0});  // too many events for one read
+  card.set("Mic Jack", {0});  // too many events for one turn
   EXPECT_EQ(now(), " input: 0 Headphone 1 1 0 Master 100");
 
   root_.write("asound/card3/pcm0c/sub0/status", "state: RUNNING\n");
@@ -99,7 +99,7 @@ TEST_F(LinuxAudioSystemTest, FollowsTheControlsOfACardThatIsAddedAndRemoved) {
   EXPECT_EQ(now(), " jack input route: 1 Other (null) 0 0 -");
 }
 
-TEST_F(LinuxAudioSystemTest, RetriesARefusedCardWhenItsPermissionsChange) {
+TEST_F(LinuxAudioSystemTest, TriesARefusedCardAgainWhenItsPermissionsChange) {
   root_.write("snd/controlC0", "");
   root_.write("snd/controlCx", "");
   root_.write("snd/pcmC1D0p", "");
@@ -109,7 +109,7 @@ TEST_F(LinuxAudioSystemTest, RetriesARefusedCardWhenItsPermissionsChange) {
   cards_.plug(0, {"Phone",
                   {volume("Headphone Playback Volume", {3}, 0, 10),
                    volume("Speaker Playback Volume", {-30}, -40, 0), jack("Headset Jack", false)},
-                  SNDRV_PROTOCOL_VERSION(3, 0, 0)});  // about which nothing is known
+                  SNDRV_PROTOCOL_VERSION(3, 0, 0)});  // of which nothing is known
   chmod((root_ / "snd/controlC0").c_str(), 0600);
   loop_.runUntil([&] { return opened_.size() > 2; });
   EXPECT_EQ(now(), ": (null) (null) (null) (null) (null) -");
@@ -121,7 +121,7 @@ TEST_F(LinuxAudioSystemTest, RetriesARefusedCardWhenItsPermissionsChange) {
   EXPECT_EQ(now(), " jack input route volume: 0 Headphone (null) 1 1 Headphone 30");
 }
 
-TEST_F(LinuxAudioSystemTest, OpensACardWhosePermissionsAreSetRightAfterTheRefusal) {
+TEST_F(LinuxAudioSystemTest, OpensACardWhosePermissionComesRightAfterTheRefusal) {
   root_.write("snd/controlC0", "");
   cards_.afterOpen = [this] {
     cards_.plug(0, {"Phone", {jack("Headset Jack", true)}});
@@ -131,7 +131,7 @@ TEST_F(LinuxAudioSystemTest, OpensACardWhosePermissionsAreSetRightAfterTheRefusa
   EXPECT_EQ(now(), ": 0 Headphone (null) 1 1 -");
 }
 
-TEST_F(LinuxAudioSystemTest, LimitsACardToTheSizeOfItsStructures) {
+TEST_F(LinuxAudioSystemTest, HoldsACardToWhatItsStructuresHaveRoomFor) {
   using Long = std::numeric_limits<long>;
   cards_.plug(0, {std::string(50, 'N'),
                   {jack("Headphone of a name which fills a field Jack", true)},

@@ -22,7 +22,7 @@ class LinuxLocaleInformationTest : public testing::Test {
   static void clearEnvironment() {
     for (const char* name : {"LC_ALL", "LANG", "TZ"}) unsetenv(name);
   }
-  // Like administration tools: a temporary file that is renamed.
+  // As administration tools do it: written aside and renamed.
   void replace(const std::string& path, const std::string& text) {
     root_.write(path + ".new", text);
     fs::rename(root_ / (path + ".new"), root_ / path);
@@ -53,7 +53,7 @@ TEST_F(LinuxLocaleInformationTest, ChoosesTheLocale) {
   EXPECT_EQ(readLocaleIdentifier(paths_), "en_US_POSIX");
   setenv("LC_ALL", "sv_SE", 1);
   EXPECT_EQ(readLocaleIdentifier(paths_), "sv_SE");
-  // Texts that cannot be an identifier are skipped.
+  // What can't be an identifier is passed over.
   setenv("LC_ALL", "en/../US", 1);
   root_.write("etc/locale.conf", "LANG=" + std::string(10'000, 'a') + "\nLC_ALL\n=\nLANG");
   EXPECT_EQ(readLocaleIdentifier(paths_), "fr_FR");
@@ -81,7 +81,7 @@ TEST_F(LinuxLocaleInformationTest, ChoosesTheTimeZone) {
       {"Asia/Tokyo", "Asia/Tokyo"},
       {"", "UTC"},
       {":/usr/share/zoneinfo/Asia/Tokyo", "Asia/Tokyo"},
-      // With a rule, or a zone that does not exist, the system's zone is used.
+      // A rule, and zones that do not exist, leave the system's.
       {"CET-1CEST,M3.5.0,M10.5.0/3", "Asia/Kolkata"},
       {"Mars/Olympus", "Asia/Kolkata"},
       {"Europe", "Asia/Kolkata"}};
@@ -91,14 +91,14 @@ TEST_F(LinuxLocaleInformationTest, ChoosesTheTimeZone) {
   }
 }
 
-TEST_F(LinuxLocaleInformationTest, ReportsOnlyRealChanges) {
+TEST_F(LinuxLocaleInformationTest, TellsOfRealChangesOnly) {
   fs::create_directories(root_ / "etc/writable");
   LinuxLocaleInformation locale(loop_.event(), clock_, paths_);
   int locales = 0, zones = 0;
   using Change = LocaleInformation::Change;
   Registration localeChanges = locale.observe(Change::Locale, [&] { ++locales; });
   const Registration zoneChanges = locale.observe(Change::TimeZone, [&] { ++zones; });
-  // The settings, and how often a change of each has been reported.
+  // The settings, and how often each has been told to have changed.
   const auto state = [&] {
     loop_.drain();
     const auto now = locale.settings();
@@ -115,12 +115,12 @@ TEST_F(LinuxLocaleInformationTest, ReportsOnlyRealChanges) {
   link("etc/localtime", zones_ + "Europe/Berlin");
   EXPECT_EQ(state(), "de_CH 2 Europe/Berlin 1");
 
-  // A snapshot is right immediately, and does not suppress the notification.
+  // A snapshot is right at once, and does not swallow the news.
   fs::remove(root_ / "etc/locale.conf");
   EXPECT_EQ(locale.identifier(), "en_US_POSIX");
   EXPECT_EQ(state(), "en_US_POSIX 3 Europe/Berlin 1");
 
-  // A copied file has no zone name, but another copy counts as another zone.
+  // A copy instead of a link has no name, but another copy is another zone.
   fs::remove(root_ / "etc/localtime");
   fs::copy_file(zones_ + "Asia/Tokyo", root_ / "etc/localtime");
   EXPECT_EQ(state(), "en_US_POSIX 3 UTC 2");
@@ -128,7 +128,7 @@ TEST_F(LinuxLocaleInformationTest, ReportsOnlyRealChanges) {
   fs::rename(root_ / "etc/other", root_ / "etc/localtime");
   EXPECT_EQ(state(), "en_US_POSIX 3 UTC 3");
 
-  // A setting in the environment does not change with the files.
+  // A setting of the environment's own does not follow the files.
   setenv("TZ", "Asia/Kolkata", 1);
   replace("etc/timezone", "Europe/Berlin\n");
   EXPECT_EQ(state(), "en_US_POSIX 3 Asia/Kolkata 4");

@@ -19,10 +19,10 @@ double secondsOf(const TimeValue& user, const TimeValue& system) {
   return user.seconds + system.seconds + (user.microseconds + system.microseconds) / 1e6;
 }
 
-TEST(LinuxSystemStatisticsTest, ReportsAProcessLikeTheKernel) {
+TEST(LinuxSystemStatisticsTest, TellsOfAProcessWhatTheKernelTells) {
   LinuxSystemStatistics statistics;
   const bool root = geteuid() == 0;
-  // Uses CPU time, partly in a thread that ends, and more than a coarse clock could miss.
+  // Works partly in a thread that ends, and more than a coarse clock could miss.
   const ChildForTest child([&] {
     for (int i = 0; i < 20; ++i) [[maybe_unused]] const int copy = dup(0);
     [[maybe_unused]] const int set = root ? seteuid(12345) : 0;
@@ -63,7 +63,7 @@ TEST(LinuxSystemStatisticsTest, ReportsAProcessLikeTheKernel) {
   EXPECT_TRUE(std::ranges::any_of(regions, &MemoryRegion::residentSize));
 }
 
-TEST(LinuxSystemStatisticsTest, MissingOrGarbledFilesAreFailures) {
+TEST(LinuxSystemStatisticsTest, FilesThatAreMissingOrGarbledAreFailures) {
   const DirectoryForTest root;  // in place of the kernel's files
   LinuxSystemStatistics nowhere(root / "none", root / "none");
   std::vector<std::int32_t> processes{5};
@@ -108,7 +108,7 @@ TEST(LinuxSystemStatisticsTest, MissingOrGarbledFilesAreFailures) {
   EXPECT_EQ(sample.process.command, "kthread/0:1-name");
   EXPECT_EQ(sample.basic.systemTime, timeOfTicks(250, sysconf(_SC_CLK_TCK)));
 
-  // As if the process ended while it was sampled.
+  // As when the process ends in the middle of the look.
   EXPECT_EQ(statistics.sampleTask(3, TaskDetail::Identity, sample).code, ENOENT);
   root.write("proc/3/task/x", "");
   for (const TaskDetail detail : {TaskDetail::Threads, TaskDetail::Events}) {
