@@ -19,8 +19,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
   ScenarioNode takeRoot() { return std::move(root_.at(0)); }
 
   void OnDocumentStart(const YAML::Mark& mark) override {
-    if (!root_.empty())
-      at(mark).refuse("a scenario is one document; remove the one that starts here");
+    if (!root_.empty()) at(mark).refuse("a scenario is one document; remove this one");
   }
   void OnDocumentEnd() override {}
 

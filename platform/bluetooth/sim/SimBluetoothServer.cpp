@@ -25,8 +25,8 @@ std::uint32_t stateIn(const ScenarioNode& node) {
 struct SimBluetoothServer::Client {
   Session session = 0;  ///< 0 until it is attached
   Observers<Session, std::int32_t, Status> events;
-  Registration
-      turn;  ///< set while an event is to be delivered in the next iteration of the run loop
+  // Set while an event is to be delivered in the next iteration of the run loop.
+  Registration turn;
 };
 
 SimBluetoothServer::SimBluetoothServer(SimParts& parts, RunLoop& runLoop)

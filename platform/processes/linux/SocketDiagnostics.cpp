@@ -180,8 +180,8 @@ void SocketDiagnostics::take() {
       const NetlinkAnswer answer =
           answers ? dump(netlink, protocol, ipv6 ? AF_INET6 : AF_INET) : NetlinkAnswer::Refused;
       if (answer == NetlinkAnswer::Done) continue;
-      if (answer == NetlinkAnswer::Incomplete)
-        answers = false;  // repeating the request would not help
+      // Repeating the request would not help.
+      if (answer == NetlinkAnswer::Incomplete) answers = false;
       readTable(protocol, ipv6);
     }
   }
