@@ -36,7 +36,7 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       {"steps: [1\n", "2:1: this is not valid YAML: "},
       {"---\nsteps: []\n---\nend: 5\n", "3:1: a scenario is one document"},
       {"description: &a text\nend: *a\n", "2:6: aliases are not supported; write the value out"},
-      {"end: !odd 5\n", "1:6: the tag \"!odd\" is not known"},
+      {"end: !odd 5\n", "1:6: the tag \"!odd\" is unknown"},
       {"? [a, b]\n: c\n", "1:3: a key must be a text"},
       {"end: " + std::string(40, '[') + std::string(40, ']'), "1:37: too deeply nested"},
       {std::string(2 << 20, '#'), "1:1: the scenario is too large; at most 1 MiB is read"},
@@ -52,7 +52,7 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       {"steps:\n  - notify: x\n", "2:5: a step begins with \"at: \""},
       {"steps:\n  - at: 1\n", "2:5: nothing happens in this step"},
       {"steps:\n  - at: 10s\n    stop: true\n  - at: 9s\n    stop: true\n",
-       "4:9: this step comes before the one above it"},
+       "4:9: this step is earlier than the one above it"},
       {"steps: [{at: 10s, stop: true}]\nend: 9s\n", "2:6: the end is earlier than the last step"},
       // kinds and ranges
       {"end: -1", "1:6: write a duration here"},
@@ -75,7 +75,7 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       // what would not be there by then
       {step("fault: {point: battery.propertys}"),
        "3:20: there is no such fault point; use one of: a"},
-      {step("fault: {point: files.makeEventQueue, result: 5}"), "3:50: this operation answers no"},
+      {step("fault: {point: files.makeEventQueue, result: 5}"), "3:50: this operation returns no"},
       {step("fault: {point: registry.addInterest, result: 0}"), "3:50: 0 is success here; give"},
       {step("fault: {point: processInformation.socketBytes, result: 792}"),
        "3:60: write a whole number from 1 to 791 here"},
