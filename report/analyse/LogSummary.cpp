@@ -118,7 +118,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     ++tally.count;
     tally.seconds += seconds;
     tally.longest = std::max(tally.longest, seconds);
-    tally.ongoing = !span.endKnown || end != span.end;
+    tally.goesOn = !span.endKnown || end != span.end;
   }
 
   void sample(Curve curve, LogTime time, double value, LogPosition) override {

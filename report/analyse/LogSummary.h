@@ -24,7 +24,7 @@ struct LogSummary {
     std::uint64_t count = 0;
     LogTime seconds = 0;
     LogTime longest = 0;
-    bool ongoing = false;  ///< it lasted when the log or the window ended
+    bool goesOn = false;  ///< it lasted when the log or the window ended
   };
   /// How the charge changed over some time.
   struct Charge {
@@ -37,7 +37,7 @@ struct LogSummary {
     LogTime begin;
     LogTime end;
     bool endKnown;
-    bool ongoing;         ///< after the end of the window
+    bool goesOn;         ///< after the end of the window
     std::string reason;   ///< of the wake; empty where it was not seen
     std::string decoded;  ///< as in LogWake
     std::string owner;    ///< as in LogWake

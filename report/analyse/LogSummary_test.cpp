@@ -35,7 +35,7 @@ std::string text(const std::vector<LogSummary::Tally>& tallies, bool times) {
     all += tally.name + (tally.detail.empty() ? "" : " " + tally.detail) + ":" +
            std::to_string(tally.count);
     if (times) all += formatText("/%lld/%lld", (long long)tally.seconds, (long long)tally.longest);
-    all += tally.ongoing ? "+; " : "; ";
+    all += tally.goesOn ? "+; " : "; ";
   }
   return all;
 }
@@ -131,7 +131,7 @@ TEST(LogSummary, OfAWindowCountsWhatIsInIt) {
   const LogSummary window = summaryOf("night", {from, *logTimeFrom("11/17/26 01:00:00", false)});
   EXPECT_EQ(window.covered, 9000);
   EXPECT_EQ(window.first, from);
-  EXPECT_TRUE(window.longestSleeps.back().ongoing);
+  EXPECT_TRUE(window.longestSleeps.back().goesOn);
   const LogSummary asleep = summaryOf("night", {from, from + 60});
   EXPECT_EQ(formatText("%d %lld", asleep.isEmpty(), (long long)asleep.asleepSeconds), "0 60");
   EXPECT_EQ(sleeps(window), "1032 exton2(bb); 5058 exton2(bb); 2860 ; ");

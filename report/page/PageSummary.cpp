@@ -91,7 +91,7 @@ class Writer {
                                             {"Times", Kind::Count},
                                             {"Longest", Kind::Seconds}});
     for (const Tally& holder : summary_.lane(Lane::Assertion)) {
-      to.rows.push_back({holder.name, holder.detail + (holder.ongoing ? " (still)" : ""),
+      to.rows.push_back({holder.name, holder.detail + (holder.goesOn ? " (still)" : ""),
                          number(holder.seconds), share(holder.seconds, summary_.covered),
                          number(holder.count), number(holder.longest)});
     }

@@ -55,8 +55,8 @@ bool isPlainKey(std::string_view key) {
          });
 }
 
-// Addresses that every device has.
-bool isImpersonalAddress(std::string_view address) {
+// Addresses that identify no host: unspecified, loopback, broadcast.
+bool isGenericAddress(std::string_view address) {
   return address == "0.0.0.0" || address == "::" || address == "::1" || address == "*" ||
          address == "255.255.255.255" ||
          (address.starts_with("127.") && address.find_first_not_of("0123456789.") == address.npos);
@@ -217,7 +217,7 @@ void Redaction::appendAddress(std::string_view address, std::string& to) {
     port = address.substr(colon);
     address.remove_suffix(port.size());
   }
-  if (isImpersonalAddress(address)) {
+  if (isGenericAddress(address)) {
     to += address;
   } else {
     to += name("ip", address);

@@ -152,7 +152,7 @@ class Writer {
       if (rows.size() == kMaxRows) break;
       rows.push_back({duration(holder.seconds), share(holder.seconds, summary_.covered),
                       grouped(holder.count), duration(holder.longest), holder.name,
-                      holder.detail + (holder.ongoing ? " (still)" : "")});
+                      holder.detail + (holder.goesOn ? " (still)" : "")});
     }
     page_.table({{"held", Align::Right},
                  {"", Align::Right},
@@ -293,7 +293,7 @@ void LogReading::note(const LogRecord& record, const std::string& file) {
 }
 
 std::string endOfSleep(const LogSummary::Sleep& sleep) {
-  if (sleep.ongoing) return "continues";
+  if (sleep.goesOn) return "continues";
   if (!sleep.endKnown) return "its end is not in the log";
   return sleep.reason + (sleep.decoded.empty() ? "" : ": " + sleep.decoded);
 }
