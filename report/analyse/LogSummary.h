@@ -37,7 +37,7 @@ struct LogSummary {
     LogTime begin;
     LogTime end;
     bool endKnown;
-    bool goesOn;         ///< after the end of the window
+    bool goesOn;          ///< after the end of the window
     std::string reason;   ///< of the wake; empty where it was not seen
     std::string decoded;  ///< as in LogWake
     std::string owner;    ///< as in LogWake
