@@ -22,7 +22,7 @@ TEST_F(ZVReachabilityLoggerTest, WritesNewFlagsExceptThoseWithoutAKey) {
   EXPECT_EQ(log.takeEntries(), Lines{});
 }
 
-TEST_F(ZVReachabilityLoggerTest, IsNotCreatedIfChangesCannotBeObserved) {
+TEST_F(ZVReachabilityLoggerTest, DoesWithoutWhenChangesCannotBeHeardOf) {
   for (const char* point : {"reachability.createTarget", "reachability.setCallback"}) {
     handset.faults().fail(point);
     EXPECT_EQ(ZVReachabilityLogger::logger(services(), handset.reachability()), nullptr) << point;

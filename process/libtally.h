@@ -113,7 +113,7 @@ struct LibtallyProcess {
   std::int32_t pgrp = 0;  ///< process group id
   std::string command;    ///< short name, any bytes
   LibtallyPair<std::uint32_t>
-      seq;  ///< number of the last sample that included it, and of the previous one
+      seq;                        ///< numbers of the last sample that saw it and of the one before
   std::int64_t startSeconds = 0;  ///< start, since 1970-01-01 UTC
   std::int32_t startMicroseconds = 0;
   std::uint32_t flags = 0;
@@ -213,14 +213,14 @@ const LibtallyProcess* libtally_piterate();
 /// The system's record; null if the library is not initialised.
 const LibtallySystem* libtally_tsamp();
 
-/// Sets when a known process's memory regions are walked: 0 in samples with the register flag, 1
-/// never, 2 always. A new process is always walked; one that has since executed another program, or
-/// was missed by a sample, is walked again. Returns -1 if there is no record of the process, and
-/// for any other preference.
+/// Sets how often a known process's memory regions are walked: 0 in samples with the register flag,
+/// 1 never, 2 always. A new process is always walked, and one that has since executed another
+/// program, or was missed by a sample, is walked again. -1 when there is no record of the process,
+/// and for any other preference.
 int libtally_preg(std::int32_t pid, std::uint32_t preference);
 
-/// Gathers the framework memory only in every interval-th sample; 0 means every sample, as 1 does.
-/// Above 100, and without a round, returns -1 and changes nothing.
+/// Lets the framework memory be gathered in every interval-th sample only. 0 means every sample, as
+/// 1 does. -1 above 100, and without a round; nothing is changed then.
 int libtally_set_interval(std::uint32_t interval);
 
 /// "zombie", "running", "stuck", "sleeping", "idle", "stopped", "halted", "unknown". `state` must

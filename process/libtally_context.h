@@ -78,11 +78,11 @@ struct Context {
 /// The context; null outside a round.
 Context* context();
 
-/// Updates the record of one process.
+/// Brings the record of one process up to date.
 void updateTask(Context& context, std::int32_t process, bool registerRegions);
 
-/// Walks the memory of a process whose record has details. If the walk fails, its figures stay
-/// unchanged.
+/// Walks the memory of a process whose record has details. Its figures stay as they were when the
+/// walk fails.
 void walkMemory(Context& context, Record& record);
 /// Releases the record's references to shared objects before it is freed or walked.
 void releaseSharedObjects(Context& context, Record& record);

@@ -68,8 +68,8 @@ class ZVPacketTracker {
   /// Lists all processes into Pids, which grows as needed. Returns their number, or -1.
   int getPids();
 
-  /// Lists the process's descriptors into Fds, which then has room for at least its number of open
-  /// files. Returns their number, or -1, also for a process that has none.
+  /// Lists the process's descriptors into Fds, which holds at least its number of open files
+  /// afterwards: their number, or -1, also for a process that has none.
   int getFdsWithPid(proc_taskallinfo information, std::int32_t process);
 
   /// The packet of a Wi-Fi wake text in hexadecimal digits, or nothing.
@@ -124,7 +124,7 @@ class ZVPacketTracker {
   };
 
   bool growPids(std::int64_t bytes);
-  // Returns false to end the whole snapshot.
+  // False ends the whole snapshot.
   bool addProcess(std::int32_t process);
   bool addSocket(std::int32_t process, std::int32_t descriptor, const std::string& owner);
   std::optional<std::string> checkedPacket(std::string packet);

@@ -182,7 +182,7 @@ int ZVPacketTracker::getFdsWithPid(proc_taskallinfo information, std::int32_t pr
   const std::int64_t needed = std::int64_t{information.openFiles} * kDescriptorSize;
   if (Fds_.absent() || NbFds_ < needed) {
     if (!fits(needed) || !Fds_.grow(static_cast<std::int32_t>(needed))) {
-      // NbFds keeps the size of the existing buffer.
+      // NbFds stays what there is room for.
       systemLog_.write(formatText("[PacketTracker] PID %d: can't allocate space for %u FDs",
                                   process, information.openFiles));
       return -1;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kSkipped = 77;
 
-// Each platform has the loopback, a link with an address, and a tunnel without a hardware address.
+// Each world has the loopback, a link with an address, and a tunnel without a hardware address.
 struct SimWorld {
   SimHandset handset;
   NetworkInterfaces& interfaces = handset.interfaces();

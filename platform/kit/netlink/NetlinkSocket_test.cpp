@@ -117,10 +117,10 @@ TEST(NetlinkSocket, AcceptsOnlyTheKernel) {
   EXPECT_GT(links, 0);
 }
 
-TEST(NetlinkSocket, RepeatsAnInterruptedDump) {
+TEST(NetlinkSocket, BeginsAnInterruptedDumpAnew) {
   constexpr int kSkipped = 77;
   ChildForTest child([] {
-    // So many addresses that the kernel lists them in several messages.
+    // So many addresses that the kernel lists them in several steps.
     if (::unshare(CLONE_NEWNET) != 0 ||
         std::system("for a in 1 2 3 4; do for b in $(seq 250); do echo addr add 10.$a.$b.1/32 dev "
                     "lo; done; done | ip -batch - 2>/dev/null") != 0) {

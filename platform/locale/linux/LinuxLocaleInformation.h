@@ -45,7 +45,7 @@ class LinuxLocaleInformation : public LocaleInformation {
   const DateSettings& settings() const { return settings_; }
 
  private:
-  /// The values last reported to the observers, which may be older than those read for a snapshot.
+  /// What the observers know, which may be older than what was read for a snapshot.
   struct Reported {
     std::string locale;
     std::string zone;

@@ -66,7 +66,7 @@ struct Known {
 // Sockets of every kind in this process.
 std::vector<Known> knownSockets() {
   std::vector<Known> known;
-  // `local` is the expected kind, state and address, or empty if the socket does not carry IPv4.
+  // `local` is the kind, the state and the host that are told of it, or nothing for no IPv4.
   const auto add = [&](const char* what, Descriptor socket, const std::string& local = "",
                        const std::string& foreign = "0.0.0.0:0") {
     if (!socket) return;
@@ -137,7 +137,7 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
   SocketDiagnostics tables;
   tables.readTables();
   for (const Known& socket : known) {
-    if (std::string_view(socket.what).starts_with("IPv6-only")) continue;  // not reported there
+    if (std::string_view(socket.what).starts_with("IPv6-only")) continue;  // not told there
     struct stat status {};
     ASSERT_EQ(fstat(socket.socket.get(), &status), 0);
     const socket_fdinfo* const found = tables.find(static_cast<std::uint32_t>(status.st_ino));
