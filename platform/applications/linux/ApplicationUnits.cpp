@@ -20,7 +20,7 @@ bool dropEnd(std::string_view& text, std::string_view end) {
   return true;
 }
 
-// "\x2d" is the byte with that code.
+// "\x2d" is the byte of that number.
 std::string unescaped(std::string_view text) {
   std::string result;
   while (!text.empty()) {
@@ -37,7 +37,7 @@ std::string unescaped(std::string_view text) {
   return result;
 }
 
-// Removes the last part of a name, but keeps at least "app-X".
+// Takes the last part off a name, which keeps at least "app-X".
 void dropPart(std::string_view& name) {
   const std::size_t dash = name.rfind('-');
   if (dash != name.npos && name.find('-') != dash) name = name.substr(0, dash);
@@ -116,7 +116,7 @@ std::optional<std::string> applicationOfUnit(std::string_view unit) {
     if (at != unit.npos) {
       unit = unit.substr(0, at);
     } else if (isRandom(unit.substr(unit.rfind('-') + 1))) {
-      dropPart(unit);  // written so by some desktops
+      dropPart(unit);  // as some desktops write it
     }
   } else {
     return std::nullopt;

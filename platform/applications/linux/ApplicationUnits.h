@@ -11,12 +11,12 @@
 
 namespace zorva {
 
-/// The application that a unit is named after, with escapes decoded:
+/// The application that a desktop names in a unit of its own, with escapes undone:
 /// "app[-LAUNCHER]-APPLICATION-RANDOM.scope" or "app[-LAUNCHER]-APPLICATION[@RANDOM].service".
 /// Nothing for any other name.
 std::optional<std::string> applicationOfUnit(std::string_view unit);
 
-/// A control group that contains an application's processes.
+/// A control group that holds an application's processes.
 struct ApplicationUnit {
   std::string application;
   bool frozen = false;
