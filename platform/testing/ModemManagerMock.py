@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A mock ModemManager: python3 ModemManagerMock.py
+"""A ModemManager of a test's own: python3 ModemManagerMock_test.py
 
-Owns the service's name on the system bus and runs the Python code that its driver sends: Do("...") at
-the service's path, interface org.zorva.Mock. As in the real service the object manager reports
-only modems; bearers and calls have properties of their own.
+Takes the service's name on the system bus and does what its driver says, in Python: Do("...") at
+the service's path, interface org.zorva.Mock. As in the real service the object manager tells of
+modems only; bearers and calls have properties of their own.
 """
 
 import dbus
