@@ -8,7 +8,7 @@ namespace {
 
 class ZVReachabilityLoggerTest : public LoggerTest {};
 
-TEST_F(ZVReachabilityLoggerTest, WritesNewFlagsWithoutThoseThatHaveNoKey) {
+TEST_F(ZVReachabilityLoggerTest, WritesNewFlagsExceptThoseWithoutAKey) {
   SimReachability& service = handset.reachability();
   auto logger = ZVReachabilityLogger::logger(services(), service);
   attach(*logger);

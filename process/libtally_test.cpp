@@ -115,7 +115,7 @@ TEST_F(LibtallyTest, FailuresAreReportedAndTheTicksKept) {
   }
 }
 
-TEST_F(LibtallyTest, OnlyASampleThatFindsNoMemoryIsGivenUp) {
+TEST_F(LibtallyTest, OnlyASampleWithoutMemoryFails) {
   struct : SimSystemStatistics {
     using SimSystemStatistics::SimSystemStatistics;
     bool noTask = true;
@@ -134,7 +134,7 @@ TEST_F(LibtallyTest, OnlyASampleThatFindsNoMemoryIsGivenUp) {
   EXPECT_EXIT(libtally_sample(false, false), testing::ExitedWithCode(1), "");
 }
 
-// In whole steps of 128 MiB, as the start of the round found them.
+// In multiples of 128 MiB, as at the start of the round.
 TEST_F(LibtallyTest, ReservedPagesAreReadAtTheStart) {
   statistics.system.reservedMemory = {0x8000000, 0x7FFFFFF, 0x8000001};
   ASSERT_EQ(init(), 0);
@@ -175,7 +175,7 @@ TEST_F(LibtallyTest, RecordsFollowTheirProcesses) {
   EXPECT_EQ(libtally_preg(40, 0), -1) << "no information, no record";
 }
 
-TEST_F(LibtallyTest, AddsThreadTimesAndTellsTheStateOfTheBusiestThread) {
+TEST_F(LibtallyTest, AddsThreadTimesAndReportsTheStateOfTheBusiestThread) {
   TaskSample& added = add(5);
   added.basic.userTime = {10, 0};
   added.basic.systemTime = {0, 999999};
@@ -220,7 +220,7 @@ TEST_F(LibtallyTest, CountsProcessesByState) {
   EXPECT_EQ(libtally_tsamp()->threads, 8u);
 }
 
-TEST_F(LibtallyTest, SortPlacesEqualsByProcessIdWhateverTheComparatorSays) {
+TEST_F(LibtallyTest, SortsEqualsByProcessIdForAnyComparator) {
   const std::int32_t kSeconds[] = {4, 9, 4, 0, 9};
   for (std::int32_t i = 0; i < 5; ++i) statistics.setTask(10 + i, "p", {kSeconds[i], 0});
   start();
@@ -234,7 +234,7 @@ TEST_F(LibtallyTest, SortPlacesEqualsByProcessIdWhateverTheComparatorSays) {
   EXPECT_TRUE(std::ranges::is_sorted(pids)) << "a new sample forgets the sort";
 }
 
-TEST_F(LibtallyTest, CountersAreFollowedThroughTheirWraps) {
+TEST_F(LibtallyTest, CountersContinueAcrossWraps) {
   libtally_i64 counter;
   libtally_i64_init(counter, 0, 0xFFFFFFF0);
   EXPECT_EQ(libtally_i64_update(counter, 0x10), 32);
@@ -286,7 +286,7 @@ TEST_F(LibtallyTest, SystemFiguresMoveFromSampleToSample) {
   EXPECT_EQ(tsamp.disk.previous, (DiskTotals{2, 513, 3, 1025}));
 }
 
-TEST_F(LibtallyTest, WalksTheMemoryAsThePreferenceSays) {
+TEST_F(LibtallyTest, WalksTheMemoryAccordingToThePreference) {
   add(1);
   start();
   EXPECT_EQ(statistics.calls(MemoryRegions), 1) << "a new process";

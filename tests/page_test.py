@@ -155,7 +155,7 @@ class PageTest(unittest.TestCase):
 
     def test_tables_sort_and_the_filter_leaves_what_is_of_a_process(self):
         self.open(NIGHT)
-        holders = 'Who kept it awake'
+        holders = 'Kept awake by'
         self.assertEqual(self.column(holders, 1)[0], 'Homescreen')
         header = self.browser.find_element(By.XPATH, f'//table[caption="{holders}"]//th[5]/button')
         for order in 'descending', 'ascending':

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""zorva-sim on the scenarios of the tree: the same bytes every time, and those that are expected."""
+"""zorva-sim on the scenarios of the tree: the same bytes every time, and the expected ones."""
 import pathlib
 import tempfile
 import unittest
@@ -44,7 +44,7 @@ class SimulationTest(unittest.TestCase):
                 ([], 'no scenario is given'), ([good, good], 'more than one scenario'),
                 ([good, '-B'], 'unknown option -B'), ([good, '--root'], '--root needs'),
                 ([good, '--root='], '--root needs'),
-                ([good, '--root', good], "the handset's files have no place: "),
+                ([good, '--root', good], "there is no directory for the handset's files: "),
                 ([ROOT / 'no.yaml'], f'{ROOT}/no.yaml: cannot be read: No such'),
                 ([ROOT], f'{ROOT}: cannot be read: Is a directory')):
             refused = run(program('zorva-sim'), *arguments)

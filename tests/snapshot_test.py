@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""zorva on this machine as it is: usage, and snapshots that agree with the system's own tools."""
+"""zorva on this machine: usage, and snapshots that agree with the system's own tools."""
 import os
 import pathlib
 import pty

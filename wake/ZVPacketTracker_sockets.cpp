@@ -15,7 +15,7 @@ namespace {
 constexpr std::int64_t kStep = 128;  // bytes by which Pids grows
 constexpr int kIdSize = sizeof(std::int32_t);
 constexpr int kDescriptorSize = sizeof(proc_fdinfo);
-// The longest name and path that are asked for, in bytes.
+// The maximum length of a name and of a path, in bytes.
 constexpr std::size_t kMaxNameLength = 64;
 constexpr std::size_t kMaxPathLength = 1024;
 
@@ -105,7 +105,7 @@ bool ZVPacketTracker::addSocket(pid_t pid, std::int32_t descriptor, const std::s
   }
   if (si_.soi_kind != kSocketKindIPv4 && si_.soi_kind != kSocketKindTCP) return true;
 
-  // Sleep waits for this: but for the stored texts, nothing is allocated.
+  // Sleep waits for this: nothing is allocated except the stored texts.
   std::array<char, 64> status{};
   if (si_.soi_kind == kSocketKindTCP) {
     const char* known = nullptr;
@@ -148,7 +148,7 @@ bool ZVPacketTracker::growPids(std::int64_t bytes) {
     NbPids_ = static_cast<std::int32_t>(bytes);
     return true;
   }
-  // NbPids stays what there is room for.
+  // NbPids keeps the size of the existing buffer.
   systemLog_.write(formatText("[PacketTracker] Can't allocate space for %d PIDs",
                               static_cast<int>(bytes / kIdSize)));
   return false;
@@ -170,7 +170,7 @@ int ZVPacketTracker::getPids() {
       systemLog_.write(formatText("[PacketTracker] Can't get list of PIDs: %d", filled.error));
       return -1;
     }
-    // With no room left for one more, the list may have been cut.
+    // If the buffer is full, the list may have been truncated.
     if (std::int64_t{filled.bytes} + kIdSize < NbPids_) return filled.bytes / kIdSize;
     if (!growPids(NbPids_ + kStep)) return -1;
   }

@@ -63,7 +63,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   const Platform& platform() const override { return platform_; }
 
  private:
-  // Each service after what it uses, so that it is destroyed before.
+  // Each service follows those that it uses, so that it is destroyed before them.
   LinuxRunLoop runLoop_;
   LinuxClock clock_;
   LinuxSystemLog systemLog_{runLoop_};

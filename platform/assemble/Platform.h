@@ -42,8 +42,8 @@ class Thermal;
 class WiFiDriver;
 class WiFiManager;
 
-/// Every service of the platform. Made whole by makeLinuxPlatform() or by SimHandset, which own
-/// what it refers to.
+/// Every service of the platform. Created by makeLinuxPlatform() or SimHandset, which own the
+/// services.
 struct Platform {
   RunLoop& runLoop;
   Clock& clock;

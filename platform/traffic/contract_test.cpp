@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// What the list of interface addresses promises, on the simulated handset and in a network
-// namespace.
+// SPDX-License-Identifier: Apache-2.0 The contract of the list of interface addresses, on the
+// simulated handset and in a network namespace.
 
 #include <cstdlib>
 #include <gtest/gtest.h>

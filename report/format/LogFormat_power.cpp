@@ -100,8 +100,8 @@ constexpr FieldFormat kConfig[] = {
     {"boot_args", Text, "", "The arguments with which the kernel was started.",
      "The kernel's command line, which can contain names of disks and serial numbers.", Content},
     {"auto_lock", Integer, "",
-     "The seconds without use after which the device locks itself; 0 if unknown.",
-     "IdleActionSec= of the login manager; a desktop's own screen lock is not known."},
+     "The seconds of inactivity after which the device locks itself; 0 if unknown.",
+     "IdleActionSec= of the login manager; a desktop's own screen lock is not read."},
     {"backlight", Real, "", "The brightness that the user has chosen, from 0 to 1.",
      "0.500 unless LBBacklightLevel2 is set in the preferences (com.vennor.lumbrel.plist)."},
     {"als", Word, "", "Whether the ambient light sensor sets the brightness.",
@@ -119,8 +119,8 @@ constexpr FieldFormat kDisplay[] = {
     {"brightness", Integer, "",
      "The backlight's brightness between min and max, in the backlight's own units.",
      "actual_brightness, otherwise brightness, of the backlight class; 0 while it is off."},
-    {"min", Integer, "", "The least brightness.", "Always 0."},
-    {"max", Integer, "", "The greatest brightness.", "max_brightness; 0 if it cannot be read."},
+    {"min", Integer, "", "The lowest brightness.", "Always 0."},
+    {"max", Integer, "", "The highest brightness.", "max_brightness; 0 if it cannot be read."},
     {"active", Word, "", "Whether the backlight is lit.",
      "The brightness is not 0. If the desktop blanks the display without the backlight, the "
      "display still counts as lit.",
@@ -143,7 +143,7 @@ constexpr WordFormat kScheduled[] = {
     {"Scheduled Restart", "It will be restarted"}};
 constexpr FieldFormat kSchedule[] = {
     {"event", Text, "", "What will happen; other texts are the system's own.",
-     "Wakes and the login manager's planned shutdowns and restarts only.", Harmless, kScheduled},
+     "Wakes and the login manager's scheduled shutdowns and restarts only.", Harmless, kScheduled},
     {"id", Text, "", "What has scheduled it.",
      "\"logind\" for shutdown and restart, the unit's name for timers with WakeSystem=yes, the "
      "clock's name for alarms of a real-time clock, because the kernel does not report which "
@@ -169,7 +169,7 @@ constexpr FieldFormat kThermal[] = {
     {"*", Real, "",
      "A sensor's temperature in degrees Celsius; the key is \"s\", the number of its group of "
      "four, \".\" and its number there.",
-     "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type says what it "
+     "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type shows what it "
      "measures. Temperatures that are not above 1 and below 320 degrees are left out."}};
 
 constexpr WordFormat kNoInfo[] = {{"<none>", "The modem did not wake the device"}};

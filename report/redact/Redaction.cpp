@@ -9,8 +9,8 @@ namespace {
 
 constexpr std::size_t kHexDigitsOfAddress = 12;  // of a network card
 
-// What fields name. Names of one kind share their tokens, so that a process has the same token in
-// every entry. Tokens of other fields are named after their keys.
+// The kinds of names in fields. Names of one kind share their tokens, so that a process has the
+// same token in every entry. Tokens of other fields are named after their keys.
 struct Kind {
   std::string_view category;
   std::string_view key;
@@ -170,7 +170,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   const FieldFormat& format = *field.format;
   const Privacy privacy = format.privacy;
   const std::string_view kind = kindOf(category, format);
-  // What a key from the device reveals. Its value is then a figure.
+  // What a key from the device can reveal. Its value is then a figure.
   const bool anyKey = format.key == "*";
   const bool keyIsName = anyKey && privacy == Privacy::Name;
   to += ' ';

@@ -15,7 +15,7 @@ class LogNews : public LogHistorySink {
   using Print = std::function<void(const std::string& line)>;
 
   /// An assertion that was held for less than this is not reported.
-  static constexpr LogTime kShortestAssertion = 60;
+  static constexpr LogTime kMinAssertionDuration = 60;
 
   explicit LogNews(Print print) : print_(std::move(print)) {}
 

@@ -1,7 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0
-// Procfs, sysfs and the system's small files may hold anything: names that processes gave
-// themselves, a driver's nonsense. For any contents, figures are in range, texts can be shown, and
-// truncated data are rejected.
+// SPDX-License-Identifier: Apache-2.0 Procfs, sysfs and the system's small files may hold anything:
+// names that processes gave themselves, a driver's invalid figures. For any contents, figures are
+// in range, texts can be shown, and truncated data are rejected.
 //
 // An input is a byte for the group of files and their contents, divided by NUL bytes.
 

@@ -12,10 +12,10 @@
 
 namespace zorva {
 
-/// Calls back with the name of every entry but "." and "..", from where the directory was read to
-/// up to its end; returns 0 or an error number. The buffer must be aligned as dirent64 is.
+/// Calls back with the name of every entry except "." and "..", from the directory's current read
+/// position to its end. Returns 0 or an error number. The buffer must be aligned like dirent64.
 ///
-/// Only an empty reply is the end: where a signal is pending, the kernel returns fewer entries than
+/// Only an empty result is the end: if a signal is pending, the kernel returns fewer entries than
 /// fit, or none with EINTR.
 template <typename Visit>
 int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
@@ -32,8 +32,8 @@ int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
   }
 }
 
-/// The same for the entries that are named by a number, as procfs names processes, threads and
-/// descriptors: with the number and the name.
+/// The same for entries whose name is a number, such as processes, threads and descriptors in
+/// procfs: with the number and the name.
 template <typename Visit>
 int forEachNumberedEntry(int directory, std::span<char> buffer, Visit visit) {
   return forEachEntry(directory, buffer, [&](const char* name) {

@@ -19,7 +19,7 @@ LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clo
     fileWatches_.emplace_back(event, path, LinuxPathWatch::Of::Entry,
                               [this] { filesChanged_.request(); });
   }
-  // After the watches are laid, so that no change is missed.
+  // After the watches are added, so that no change is missed.
   readSettings();
   reported_ = {settings_.locale, settings_.zone, timeZoneMark(paths_)};
 }

@@ -21,11 +21,11 @@
 
 namespace zorva {
 
-/// The locale and time zone that the system's files set (docs/linux-locale.md), followed as the
-/// files change.
+/// The locale and time zone according to the system's files (docs/linux-locale.md), updated when
+/// they change.
 class LinuxLocaleInformation : public LocaleInformation {
  public:
-  /// The event loop and the clock outlive this.
+  /// The event loop and the clock must outlive this object.
   LinuxLocaleInformation(sd_event* event, const Clock& clock, LocalePaths paths = {});
 
   /// The locale's identifier, read now.
@@ -40,8 +40,8 @@ class LinuxLocaleInformation : public LocaleInformation {
   /// The name of the time zone ("Europe/Berlin"), read now.
   std::string zoneId();
 
-  /// identifier() and zoneId() without any system call: as last read, which happened after the last
-  /// change that the event loop has delivered. For every entry of the log.
+  /// identifier() and zoneId() as last read, without a system call; they are read after each change
+  /// that the event loop delivers. Used for every entry of the log.
   const DateSettings& settings() const { return settings_; }
 
  private:

@@ -45,14 +45,14 @@ std::optional<std::uint64_t> stateIn(std::string_view text) {
   return parseNumber<std::uint64_t>(text, hexadecimal ? 16 : 10);
 }
 
-// Reads the arguments; the end of the program when there is nothing to post.
+// Reads the arguments; ends the program if there is nothing to post.
 std::optional<CommandEnd> parse(const std::vector<std::string>& arguments,
                                 const std::string& directory, Request& request) {
   const auto setState = [&request](const std::string& number) {
     request.state = stateIn(number);
     return request.state ? std::string()
                          : "the state '" + safeText(number) +
-                               "' is no number from 0 to 18446744073709551615 (decimal, or "
+                               "' is not a number from 0 to 18446744073709551615 (decimal, or "
                                "hexadecimal after 0x).";
   };
   std::vector<std::string> names;
