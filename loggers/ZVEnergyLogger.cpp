@@ -83,7 +83,7 @@ ZVEnergyLogger::News ZVEnergyLogger::take(const EnergyCounters::Reading& reading
       continue;
     }
     account.used += used;
-    if (counter.range > 0 &&
+    if (counter.range > 0 && used > 0 &&
         static_cast<double>(used) + static_cast<double>(counter.range) <= most) {
       news.atLeast.push_back(counter.name);
     }

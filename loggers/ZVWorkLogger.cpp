@@ -24,7 +24,8 @@ void ZVWorkLogger::log() {
     logError("Work: The units cannot be read");
     return;
   }
-  logEntryWithBody("Work", bodyOf(std::move(*units)));
+  const std::string body = bodyOf(std::move(*units));
+  if (!body.empty()) logEntryWithBody("Work", body);
 }
 
 std::string ZVWorkLogger::bodyOf(std::vector<WorkUnits::Unit> units) {

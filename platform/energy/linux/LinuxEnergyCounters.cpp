@@ -84,7 +84,8 @@ void LinuxEnergyCounters::readZones(std::vector<Found>& found) {
   for (const std::string& zone : entryNames(powercap_)) {
     if (zone.starts_with(kSecondView) || found.size() == kMaxCounters) continue;
     const std::string directory = powercap_ + "/" + zone;
-    Counter counter{zone, readAttribute(directory + "/name").value_or(zone), {}, 0};
+    Counter counter{zone, readAttribute(directory + "/name").value_or(""), {}, 0};
+    if (counter.name.empty()) counter.name = zone;
     names[zone] = counter.name;
     if (!readInto(counter, directory + "/energy_uj")) continue;
     const auto range = readNumber(directory + "/max_energy_range_uj");

@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kDeepest = 16;  // groups that are looked into, one in the other
 constexpr const char* kRoot = "-.slice";
+constexpr std::int64_t kMaxUsed = std::int64_t{1} << 53;  // microseconds: 285 years
 constexpr std::string_view kUsed = "usage_usec ";
 
 // The user whose service manager the group is: "1000" of "user@1000.service".
@@ -108,7 +109,8 @@ std::optional<LinuxWorkUnits::Microseconds> LinuxWorkUnits::readUsed(int directo
   if (!text.starts_with(kUsed)) return std::nullopt;
   text = text.substr(kUsed.size());
   const auto number = parseNumber<std::int64_t>(text.substr(0, text.find('\n')));
-  return number ? std::optional(Microseconds(*number)) : std::nullopt;
+  if (!number || *number < 0 || *number > kMaxUsed) return std::nullopt;
+  return Microseconds(*number);
 }
 
 }  // namespace zorva
