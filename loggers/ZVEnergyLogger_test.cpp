@@ -74,7 +74,7 @@ TEST_F(ZVEnergyLoggerTest, TellsTheEndOfTheRangeFromARestart) {
   set("package-0", 999);
   set("core", 700);
   set("board", 6999, 0);
-  EXPECT_EQ(after(600), "[Energy] package-0=100000.0 J; core=201.0 J" + others +
+  EXPECT_EQ(after(690), "[Energy] package-0=100000.0 J; core=201.0 J" + others +
                             " restarted=package-0,core,board;");
   // From there on as before. At 145 W, 1,000 s are 145 kJ.
   set("package-0", 1009);
