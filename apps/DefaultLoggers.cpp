@@ -2,9 +2,12 @@
 #include "apps/DefaultLoggers.h"
 
 #include <array>
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "core/Preferences.h"
+#include "core/ZorvaState.h"
 #include "loggers/ZVAccessoryLogger.h"
 #include "loggers/ZVApplicationLogger.h"
 #include "loggers/ZVAudioLogger.h"
@@ -42,6 +45,14 @@ using Made = std::unique_ptr<ZVLogger>;
 
 std::shared_ptr<ZVTelephonyConnection> connection(const LoggerParts& parts) {
   return std::static_pointer_cast<ZVTelephonyConnection>(parts.telephonyConnection);
+}
+
+// The device's answers about its battery are asked anew then.
+Registration observeBattery(const Platform& platform, std::function<void()> appeared) {
+  return platform.registry.observeFirstPowerSource([appeared = std::move(appeared)] {
+    sZorvaContext.gasGaugeEnabled.reset();
+    appeared();
+  });
 }
 
 // clang-format off
@@ -88,7 +99,7 @@ constexpr std::array<LoggerRow, 28> kRows{{
     {[](const LoggerParts& p) -> Made {
        return ZVBatteryLogger::logger(p.services, {p.platform.registry, p.platform.device, p.platform.systemLog},
                                       p.platform.batteryUsage, p.platform.preferences); },
-     'B'},
+     'B', nullptr, observeBattery},
     {[](const LoggerParts& p) -> Made {
        return ZVKeeplineLogger::logger(p.services, p.platform.persistentConnections,
                                        p.platform.identity, p.platform.accounts); }},

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 
 #include "core/ZVLogger.h"
 #include "platform/assemble/Platform.h"
+#include "platform/base/Registration.h"
 
 namespace zorva {
 
@@ -27,6 +29,9 @@ struct LoggerRow {
   char option = 0;
   /// The key of the preference without which it is no default logger, or none.
   const char* preference = nullptr;
+  /// Calls back from the run loop when a logger that could not be made, for want of its source, can
+  /// be made now. None for a logger that is made at the start or not at all.
+  Registration (*observeSource)(const Platform& platform, std::function<void()> appeared) = nullptr;
 };
 
 /// What start-up makes: the default loggers in their order, and the connection that some of them

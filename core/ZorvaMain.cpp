@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #include "core/DirectoryWatch.h"
 #include "core/Logging.h"
@@ -38,9 +39,21 @@ void printUsage() {
   std::fprintf(stderr, "    -p    Log power assertions (disables default logging)\n");
 }
 
-// Makes the row's logger and appends it to the list; one whose initialisation fails stays out.
+// Makes the row's logger and appends it to the list. One whose initialisation fails stays out, at
+// least until its source appears; it then logs from there on.
 void appendLogger(const LoggerRow& row, const LoggerParts& parts) {
-  if (auto logger = row.make(parts)) sZorvaState.loggers.push_back(std::move(logger));
+  if (auto logger = row.make(parts)) {
+    sZorvaState.loggers.push_back(std::move(logger));
+    return;
+  }
+  if (row.observeSource == nullptr) return;
+  std::vector<Registration>& awaited = sZorvaState.awaitedSources;
+  awaited.push_back(row.observeSource(parts.platform, [&, index = awaited.size()] {
+    auto logger = row.make(parts);
+    if (!logger) return;
+    StartLogger(*sZorvaState.loggers.emplace_back(std::move(logger)));
+    awaited[index].reset();
+  }));
 }
 
 // The loggers that options have asked for, in the order of the command line.
@@ -64,6 +77,7 @@ void appendDefaultLoggers(const LoggerTable& table, const LoggerParts& parts) {
 }
 
 void releaseEverything() {
+  sZorvaState.awaitedSources.clear();
   sZorvaState.loggers.clear();
   sZorvaState.telephonyConnection.reset();
   sZorvaState.logFilePath.clear();
@@ -155,7 +169,10 @@ int ZorvaMain(int argc, char* const argv[], const ZorvaHost& host, const LoggerT
     return EXIT_FAILURE;
   }
   RegisterPreferenceDefaults(platform.preferences);
-  if (sZorvaState.loggers.empty()) appendDefaultLoggers(table, parts);
+  if (sZorvaState.loggers.empty()) {
+    sZorvaState.awaitedSources.clear();
+    appendDefaultLoggers(table, parts);
+  }
 
   StartLogging();
   const bool ended = runUntilExit(host, platform);

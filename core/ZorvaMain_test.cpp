@@ -44,7 +44,10 @@ std::unique_ptr<ZVLogger> make(const LoggerParts& parts) {
 constexpr LoggerRow kRows[] = {
     {make<'N'>},
     {make<'A'>, 'p'},
-    {make<'B'>, 'B'},
+    {make<'B'>, 'B', nullptr,
+     [](const Platform& platform, std::function<void()> appeared) {
+       return platform.registry.observeFirstPowerSource(std::move(appeared));
+     }},
     {make<'S'>, 0, kRecordSyslog},
 };
 
@@ -114,6 +117,19 @@ TEST_F(ZorvaMainTest, DefaultLoggersAreThoseOfTheTableThatArePreferredAndCanBeHa
   EXPECT_EQ(run({"-pq", "-BB"}), 0);
   EXPECT_EQ(output, (Lines{"11/16/26 14:00:00 [A] snapshot;", "11/16/26 14:00:00 [B] snapshot;",
                            "11/16/26 14:00:00 [B] snapshot;"}));
+}
+
+TEST_F(ZorvaMainTest, ALoggerWhoseSourceAppearsLaterLogsFromThereOn) {
+  handset.battery().setPresent(false);
+  for (const bool present : {true, false, true}) {
+    handset.runLoop().schedule(std::chrono::seconds(60),
+                               [this, present] { handset.battery().setPresent(present); });
+  }
+  handset.runLoop().schedule(std::chrono::seconds(120),
+                             [this] { handset.notifications().post("com.vennor.zorva.exit"); });
+  EXPECT_EQ(run({"-B"}), 0);
+  EXPECT_EQ(output, (Lines{"11/16/26 14:00:00 [N] snapshot;", "11/16/26 14:00:00 [A] snapshot;",
+                           "11/16/26 14:00:00 [S] snapshot;", "11/16/26 14:01:00 [B] snapshot;"}));
 }
 
 TEST_F(ZorvaMainTest, TheUsageTextNeedsNoService) {

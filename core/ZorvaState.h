@@ -22,6 +22,7 @@ struct ZorvaState {
   bool exitAfterInitialLogging = false;
   bool runAsDaemon = false;
   std::vector<std::unique_ptr<ZVLogger>> loggers;  ///< in the order in which they were made
+  std::vector<Registration> awaitedSources;        ///< of loggers that could not be made yet
   SharedConnection telephonyConnection;
   std::unique_ptr<LogStream> logFile;  ///< where every entry goes
   std::string logFilePath;             ///< path of the current log file; empty: none

@@ -40,7 +40,8 @@ class ReportTest(unittest.TestCase):
         damaged.write_bytes(b'\0\xff\xc3\r\n\n11/16/26 10:00:00 [WiFi] status=on; ap=\xff\xe2\x82\xac\\"\x7f;\r\n'
                             b'cut\n11/16/26 10:00:00 [Later] a=1; b=x;\n11/16/26 10:00:00 [Zorva]{\n    a = 1;\n}\n'
                             b'11/16/26 10:00:01 [PacketDecoder] length=46; protocol=UDP; length=26;\n'
-                            b'11/16/26 10:00:01 [Battery] level=nan%; voltage=-1 mV; added=7; current=<unknown>;\nend')
+                            b'11/16/26 10:00:01 [Battery] level=nan%; voltage=-1 mV; added=7; current=<unknown>;'
+                            b' charging_current=0 mA; battery_temp=0.00 C;\nend')
         types = {}
         for log in [damaged, *LOGS.values()]:
             records = pieces(log)
@@ -58,7 +59,8 @@ class ReportTest(unittest.TestCase):
         self.assertEqual(records['Zorva']['text'], '{\n    a = 1;\n}')
         self.assertEqual(records['PacketDecoder']['packetdecoder'], {'length': 46, 'protocol': 'UDP', 'length_2': 26})
         self.assertEqual((records['Battery']['battery'], records['Battery']['other']),
-                         ({'level': None, 'voltage': -1, 'current': None}, [{'key': 'added', 'value': '7'}]))
+                         ({'level': None, 'voltage': None, 'current': None, 'charging_current': None,
+                           'battery_temp': None}, [{'key': 'added', 'value': '7'}]))
         held = next(piece for piece in pieces(LOGS['day']) if piece.get('category') == 'Assertion')
         self.assertEqual((held['time'], held['assertion']['held_for'], held['line']), ('2026-11-17T06:28:00', 25200, 7))
 

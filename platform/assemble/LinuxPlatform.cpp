@@ -73,13 +73,13 @@ class WholeLinuxPlatform : public LinuxPlatform {
   PosixFileSystem files_;
   LinuxAccountDatabase accounts_;
   PropertyListPreferences preferences_{files_, accounts_, systemLog_};
-  LinuxDeviceRegistry registry_{runLoop_.event()};
+  LinuxBus bus_{runLoop_.event()};
+  LinuxDeviceRegistry registry_{runLoop_.event(), &bus_};
   LinuxDeviceInformation device_{[this] { return Value(registry_.hasGasGauge()); }};
   LinuxLocaleInformation locale_{runLoop_.event(), clock_};
   LocalDateFormatting dates_{[this]() -> const DateSettings& { return locale_.settings(); },
                              localTime};
   LinuxBatteryUsage batteryUsage_;
-  LinuxBus bus_{runLoop_.event()};
   LinuxPowerManagement powerManagement_{runLoop_.event(), bus_, clock_,
                                         [this] { systemNotifications_.post(kAssertionsChanged); }};
   LinuxProcessTable processes_;
@@ -88,15 +88,25 @@ class WholeLinuxPlatform : public LinuxPlatform {
   ModemManagerClient modemManager_{runLoop_.event(), bus_};
   LinuxKernelValues kernel_{[this] { return modemManager_.modemDevices(); }};
   WakeTexts wakeTexts_{runLoop_, runLoop_.event()};
-  LinuxSystemPower systemPower_{bus_,
-                                {[this] {
-                                   kernel_.systemWillSleep();
-                                   wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
-                                 },
-                                 [this](std::function<void()> proceed) {
-                                   wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
-                                 },
-                                 [this] { wakeTexts_.reset(); }}};
+  bool modemWoke_ = false;
+  LinuxSystemPower systemPower_{
+      runLoop_.event(),
+      bus_,
+      {[this] {
+         registry_.systemWillSleep();
+         kernel_.systemWillSleep();
+         wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
+       },
+       [this](bool prepared) {
+         modemWoke_ = kernel_.systemDidWake(prepared);
+         // What the modem reports from now on can still be heard.
+         if (!prepared) wakeTexts_.sleepBegins({});
+       },
+       [this](std::function<void()> proceed) { wakeTexts_.awake(modemWoke_, std::move(proceed)); },
+       [this] {
+         wakeTexts_.reset();
+         registry_.systemDidWake();
+       }}};
   SignalPause signalPause_{runLoop_.event(), systemPower_, modemManager_};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;

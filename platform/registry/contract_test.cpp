@@ -161,6 +161,11 @@ TYPED_TEST(RegistryContract, ABatteryPublishesItsFiguresWhileItIsThere) {
   EXPECT_EQ(battery->readProperties(all), kRegistryNoDevice);
   EXPECT_EQ(all["Voltage"], Value(3921)) << "left alone";
   EXPECT_TRUE(battery->readProperty("Voltage").isNothing());
+  int appeared = 0;
+  const Registration late = this->registry.observeFirstPowerSource([&] { ++appeared; });
+  this->putBattery(true);
+  EXPECT_EQ(appeared, 1);
+  EXPECT_EQ(battery->readProperty("Voltage"), Value(3921));
 }
 
 TYPED_TEST(RegistryContract, MessagesComeOnTheRunLoopUntilTheirInterestEnds) {

@@ -24,7 +24,7 @@ void sample(const LaneEntry& entry, Curve curve, std::string_view key) {
   for (const LogField& field : entry.fields) {
     if (field.key != key) continue;
     const auto number = field.real();
-    if (number && std::isfinite(*number)) {
+    if (number && std::isfinite(*number) && !field.absent) {
       entry.sink.sample(curve, entry.now.time, *number, entry.now.position);
     }
     return;

@@ -32,6 +32,14 @@ struct WordFormat {
   std::string_view meaning;
 };
 
+/// A number that stands in the log where the source reports none.
+struct AbsentFormat {
+  std::string_view value;  ///< without the unit; empty if there is no such number
+  /// The key of a field of the same entry: the number means nothing only where that is "<unknown>".
+  /// Empty if it never means anything.
+  std::string_view besideUnknown = {};
+};
+
 /// One field of an entry: " key=value;". If there is a unit, it follows the value.
 struct FieldFormat {
   /// As it stands in the log. "*" if the key itself is a name or a state from the device (an
@@ -43,6 +51,7 @@ struct FieldFormat {
   std::string_view onLinux;  ///< its source on Linux, or the value where there is no source
   Privacy privacy = Privacy::Harmless;
   std::span<const WordFormat> words = {};
+  AbsentFormat absent = {};
 };
 
 /// How the body of an entry is written.

@@ -36,8 +36,14 @@ constexpr FieldFormat kBattery[] = {
      "The charge of the battery, in percent of its present capacity; nan while no capacity is "
      "known.",
      "charge_now of charge_full, otherwise energy_now of energy_full, otherwise capacity."},
-    {"voltage", Integer, " mV", "The battery's voltage in millivolts; -1 if it cannot be read.",
-     "voltage_now."},
+    {"voltage",
+     Integer,
+     " mV",
+     "The battery's voltage in millivolts; -1 if it cannot be read.",
+     "voltage_now.",
+     Harmless,
+     {},
+     {"-1"}},
     {"current", Integer, " mA",
      "The present current in milliamperes; negative while the battery discharges.",
      "current_now, otherwise power_now; <unknown> if the driver reports no current or no full "
@@ -49,11 +55,24 @@ constexpr FieldFormat kBattery[] = {
      "Whether the battery is being charged, and if not, the reason; other texts are the driver's "
      "own.",
      "status and health.", Harmless, kChargingStates},
-    {"charging_current", Integer, " mA",
+    {"charging_current",
+     Integer,
+     " mA",
      "The current as averaged by the battery, in milliamperes; negative while it discharges.",
-     "current_avg, otherwise the same as current; 0 if neither is reported."},
-    {"battery_temp", Real, " C", "The battery's temperature in degrees Celsius.",
-     "temp; 0.00 if the driver reports none."},
+     "current_avg, otherwise the same as current; 0 if neither is reported, which zorva-report "
+     "then "
+     "treats as absent.",
+     Harmless,
+     {},
+     {"0", "current"}},
+    {"battery_temp",
+     Real,
+     " C",
+     "The battery's temperature in degrees Celsius.",
+     "temp; 0.00 if the driver reports none, which zorva-report treats as absent.",
+     Harmless,
+     {},
+     {"0.00"}},
     {"usage", Duration, "", "Time of use since the battery was last full.",
      "Linux does not record it: <unknown>."},
     {"standby", Duration, "", "Time since the battery was last full, in use or not.",
@@ -150,11 +169,13 @@ constexpr FieldFormat kSchedule[] = {
 constexpr WordFormat kSleepEvents[] = {
     {"can_sleep", "The system asks whether it may sleep, and Zorva has allowed it"},
     {"will_sleep", "The system goes to sleep now"},
-    {"will_not_sleep", "Another program has refused, and the device stays awake"}};
-constexpr FieldFormat kSleep[] = {{"event", Word, "", "The step on the way to sleep.",
-                                   "will_sleep only, when the login manager announces it; a sleep "
-                                   "that is not requested from the login manager is not seen.",
-                                   Harmless, kSleepEvents}};
+    {"will_not_sleep", "The device stays awake: the sleep was refused or has failed"}};
+constexpr FieldFormat kSleep[] = {
+    {"event", Word, "", "The step on the way to sleep.",
+     "will_sleep when the login manager announces it, will_not_sleep if the kernel's counts then "
+     "show that the sleep failed. A sleep that is not requested from the login manager has its "
+     "Wake entry only.",
+     Harmless, kSleepEvents}};
 
 constexpr FieldFormat kThermal[] = {
     {"level", Integer, "", "How much the device is throttled because of heat; 0 is not at all.",
@@ -182,8 +203,8 @@ constexpr FieldFormat kWake[] = {
      "The reason of the wake as the kernel reports it; <unknown> if it reports none. A reason that "
      "contains \"baseband\", \"radios\", \"exton(bb)\" or \"exton2(bb)\" means the modem.",
      "The wakeup reasons of Android kernels, otherwise the interrupt (kernels with "
-     "CONFIG_PM_SLEEP_DEBUG), otherwise the wakeup source that was active; if it is the modem's, "
-     "\"baseband\" precedes it."},
+     "CONFIG_PM_SLEEP_DEBUG) with the firmware's event, otherwise the wakeup source that was "
+     "active first; if it is the modem's, \"baseband\" precedes it."},
     {"info", Text, "",
      "The modem's own text about the wake: the packet's bytes, the call or the message; (null) if "
      "it is not available.",

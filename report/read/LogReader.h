@@ -55,6 +55,7 @@ struct LogField {
   std::string_view value;               ///< "62.50": without the unit, where the format has one
   const FieldFormat* format = nullptr;  ///< null for an unknown key
   std::string_view unit;  ///< as it follows the value; empty where a word stands in its place
+  bool absent = false;    ///< the number only says that the source reports none
 
   /// The value by its type; empty if it is a word in the value's place, or damaged.
   std::optional<std::int64_t> integer() const;  ///< of a hexadecimal one, too

@@ -284,7 +284,7 @@ struct PowerClients : Clients {
   LinuxPowerManagement power{loop.event(), bus, clock, [] {}, "/nowhere"};
   LinuxScheduledPowerEvents scheduled{bus, clock, "/nowhere"};
   LinuxProfileSettings profile{bus};
-  LinuxSystemPower systemPower{bus, {}};
+  LinuxSystemPower systemPower{loop.event(), bus};
 };
 
 std::unique_ptr<Clients> chooseClients() {

@@ -14,13 +14,6 @@ namespace {
 
 class LinuxDeviceRegistryTest : public MockKernelTest {
  protected:
-  std::string addBattery(const char* name, const char* scope = "System") {
-    g_free(umockdev_testbed_add_device(kernel_, "power_supply", name, nullptr, "type", "Battery",
-                                       "scope", scope, "status", "Discharging", "charge_now",
-                                       "1234000\n", "charge_full", "1400000\n", "voltage_now",
-                                       "3921000\n", "current_now", "-250000\n", nullptr, nullptr));
-    return std::string("/sys/devices/") + name;
-  }
   std::string addBacklight(const char* name, const char* type) {
     g_free(umockdev_testbed_add_device(kernel_, "backlight", name, nullptr, "type", type,
                                        "brightness", "100\n", "actual_brightness", "90\n",
@@ -31,30 +24,6 @@ class LinuxDeviceRegistryTest : public MockKernelTest {
   LoopForTest loop_;
   LinuxDeviceRegistry registry_{loop_.event()};
 };
-
-TEST_F(LinuxDeviceRegistryTest, FindsTheFirstBatteryOfTheDeviceItself) {
-  if (outside()) return;
-  g_free(umockdev_testbed_add_device(kernel_, "power_supply", "AC", nullptr, "type", "Mains",
-                                     nullptr, nullptr));
-  addBattery("BAT-mouse", "Device");
-  EXPECT_EQ(registry_.firstPowerSource(), nullptr);
-  EXPECT_FALSE(registry_.hasGasGauge());
-
-  const std::string second = addBattery("BAT1");
-  const std::string first = addBattery("BAT0");
-  set(second, "voltage_now", "3700000\n");
-  EXPECT_EQ(registry_.firstPowerSource()->readProperty("Voltage"), Value(3921));
-  EXPECT_TRUE(registry_.hasGasGauge());
-
-  // An empty bay counts only while there is nothing else.
-  set(first, "present", "0\n");
-  EXPECT_EQ(registry_.firstPowerSource()->readProperty("Voltage"), Value(3700));
-  set(second, "present", "0\n");
-  const auto bay = registry_.firstPowerSource();
-  ASSERT_NE(bay, nullptr);
-  EXPECT_TRUE(bay->readProperty("Voltage").isNothing());
-  EXPECT_FALSE(registry_.hasGasGauge());
-}
 
 // What each backlight publishes, by its attributes.
 TEST_F(LinuxDeviceRegistryTest, FindsTheBestBacklightAndHowBrightItShines) {
