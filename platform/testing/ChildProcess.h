@@ -27,6 +27,7 @@ class ChildForTest {
     waitpid(process_, nullptr, 0);
   }
   pid_t pid() const { return process_; }
+  void signal(int number) const { kill(process_, number); }
   /// Waits for its end, and answers its exit status, or -1.
   int status() {
     int status = -1;

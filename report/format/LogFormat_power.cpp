@@ -13,16 +13,21 @@ constexpr WordFormat kAssertionStates[] = {
     {"released", "It has just been released, or its process has ended"}};
 constexpr FieldFormat kAssertion[] = {
     {"state", Word, "", "The state of the assertion.",
-     "The login manager (logind or elogind) reports changes on the system bus.", Harmless,
-     kAssertionStates},
+     "The login manager (logind or elogind) and the users' sessions report changes on their buses.",
+     Harmless, kAssertionStates},
     {"process", Text, "", "The command name of the process that holds it.",
-     "The kernel's name of the process; <unknown> if it has ended.", Name},
-    {"pid", Integer, "", "The process id of the holder.", "As the login manager reports it."},
+     "The kernel's name of the process; <unknown> if it has ended. If an application asked its "
+     "desktop's session, that is the session's process.",
+     Name},
+    {"pid", Integer, "", "The process id of the holder.",
+     "As the login manager or the user's bus reports it; 0 if it is not known."},
     {"name", Text, "", "The purpose of the assertion, as its holder gives it.",
-     "The lock's \"who: why\", as systemd-inhibit --list shows them.", Name},
+     "The lock's \"who: why\", as systemd-inhibit --list shows them, or the same of an application "
+     "that asked its desktop's session.",
+     Name},
     {"held_for", Duration, "", "How long it has been held.",
      "The age of the lock's pipe in /run/systemd/inhibit, which root can read; otherwise the time "
-     "since Zorva first saw the lock."}};
+     "since Zorva first saw the lock, as for all that sessions report."}};
 
 constexpr WordFormat kChargingStates[] = {
     {"Active", "It is being charged"},
@@ -214,7 +219,8 @@ constexpr FieldFormat kWake[] = {
 
 constexpr EntryFormat kEntries[] = {
     {"Assertion", EntryShape::Fields,
-     "What keeps the device awake: a power assertion, on Linux a blocking inhibitor lock.",
+     "What keeps the device awake: a power assertion, on Linux a blocking inhibitor lock, "
+     "or what an application holds with its desktop's session.",
      "In a snapshot and with the level, one for each that is held; whenever one is created or "
      "released.",
      "Which programs are in use, and through the names what for: a call, a film, a download.",

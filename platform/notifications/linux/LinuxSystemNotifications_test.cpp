@@ -129,6 +129,7 @@ TEST_F(LinuxSystemNotificationsTest, RootReachesEveryUserAndIsLedNowhere) {
   char byte;
   ::close(ready[1]);
   ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+  EXPECT_EQ(notifyCommand({"--own", "b"}, directories_, stdout, stderr), 0) << "root's only";
   EXPECT_EQ(post("a").delivered, 2) << "both root's and the user's daemon";
   EXPECT_EQ(daemon.status(), 0);
 
