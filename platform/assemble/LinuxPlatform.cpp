@@ -12,6 +12,7 @@
 #include "platform/assertions/linux/LinuxPowerManagement.h"
 #include "platform/audio/linux/LinuxAudioSystem.h"
 #include "platform/bluetooth/linux/LinuxBluetoothServer.h"
+#include "platform/energy/linux/LinuxEnergyCounters.h"
 #include "platform/kit/bus/LinuxBus.h"
 #include "platform/locale/LocalDateFormatting.h"
 #include "platform/locale/LocalTime.h"
@@ -46,6 +47,7 @@
 #include "platform/traffic/linux/LinuxNetworkInterfaces.h"
 #include "platform/wifi/linux/LinuxWiFiDriver.h"
 #include "platform/wifi/linux/LinuxWiFiManager.h"
+#include "platform/work/linux/LinuxWorkUnits.h"
 
 namespace zorva {
 namespace {
@@ -140,6 +142,8 @@ class WholeLinuxPlatform : public LinuxPlatform {
       systemNotifications_};
   LinuxAccessoryManager accessories_{runLoop_.event()};
   LinuxSystemLogQueries systemLogQueries_;
+  LinuxEnergyCounters energy_{systemLog_};
+  LinuxWorkUnits work_;
   Platform platform_{runLoop_,
                      clock_,
                      systemLog_,
@@ -177,7 +181,9 @@ class WholeLinuxPlatform : public LinuxPlatform {
                      accountSync_,
                      location_,
                      accessories_,
-                     systemLogQueries_};
+                     systemLogQueries_,
+                     energy_,
+                     work_};
 };
 
 }  // namespace

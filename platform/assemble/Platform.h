@@ -14,6 +14,7 @@ class Clock;
 class DateFormatting;
 class DeviceInformation;
 class DeviceRegistry;
+class EnergyCounters;
 class FileSystem;
 class KernelValues;
 class LocaleInformation;
@@ -41,6 +42,7 @@ class TelephonyServer;
 class Thermal;
 class WiFiDriver;
 class WiFiManager;
+class WorkUnits;
 
 /// Every service of the platform. Created by makeLinuxPlatform() or SimHandset, which own the
 /// services.
@@ -83,6 +85,8 @@ struct Platform {
   LocationService& location;
   AccessoryManager& accessories;
   SystemLogQueries& systemLogQueries;
+  EnergyCounters& energy;
+  WorkUnits& work;
 };
 
 }  // namespace zorva

@@ -79,7 +79,9 @@ SimHandset::SimHandset(std::unique_ptr<SimRoot> root)
                 accountSync_,
                 location_,
                 accessories_,
-                systemLogQueries_} {
+                systemLogQueries_,
+                energy_,
+                work_} {
   makeHealthy();
   parts_.addFaultSections();
 }

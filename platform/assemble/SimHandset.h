@@ -11,6 +11,7 @@
 #include "platform/assertions/sim/SimPowerManagement.h"
 #include "platform/audio/sim/SimAudioSystem.h"
 #include "platform/bluetooth/sim/SimBluetoothServer.h"
+#include "platform/energy/sim/SimEnergyCounters.h"
 #include "platform/locale/LocalDateFormatting.h"
 #include "platform/locale/LocalTime.h"
 #include "platform/locale/sim/SimLocaleInformation.h"
@@ -49,6 +50,7 @@
 #include "platform/traffic/sim/SimNetworkInterfaces.h"
 #include "platform/wifi/sim/SimWiFiDriver.h"
 #include "platform/wifi/sim/SimWiFiManager.h"
+#include "platform/work/sim/SimWorkUnits.h"
 
 namespace zorva {
 
@@ -132,6 +134,8 @@ class SimHandset {
   SimLocationService& location() { return location_; }
   SimAccessoryManager& accessories() { return accessories_; }
   SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
+  SimEnergyCounters& energy() { return energy_; }
+  SimWorkUnits& work() { return work_; }
 
  protected:
   /// For a handset with further services.
@@ -194,6 +198,9 @@ class SimHandset {
   SimLocationService location_{parts_, notifications_};
   SimAccessoryManager accessories_{parts_};
   SimSystemLogQueries systemLogQueries_{parts_, clock_};
+  SimEnergyCounters energy_{
+      parts_, [this] { return std::chrono::duration<double>(clock_.elapsed()).count(); }};
+  SimWorkUnits work_{parts_};
   Platform platform_;
 };
 

@@ -126,6 +126,26 @@ constexpr FieldFormat kDisplay[] = {
      "display still counts as lit.",
      Harmless, kYesOrNo}};
 
+constexpr WordFormat kNeverRead[] = {{"<unavailable>", "It could not be read so far"}};
+constexpr FieldFormat kEnergy[] = {
+    {"*", Real, " J",
+     "The energy in joules that a part of the hardware has used since Zorva's start; the key is "
+     "the "
+     "part's name. A part may be in another: core and uncore are in package-0, all are in psys.",
+     "Each zone of /sys/class/powercap (package-0, core, uncore, dram, psys), which only root can "
+     "read, and each energy sensor of /sys/class/hwmon as \"DRIVER.SENSOR\"; that of a suspended "
+     "device keeps its last figure.",
+     Harmless, kNeverRead},
+    {"at_least", Text, "",
+     "The parts, separated by commas, that may have used more since the last entry: at 145 W on "
+     "average, their counters would have passed the end of their range once more than can be seen.",
+     "From max_energy_range_uj and the time awake."},
+    {"restarted", Text, "",
+     "The parts, separated by commas, whose counters started anew since the last entry; what they "
+     "used since then is not in the figure.",
+     "A counter that is less than before has passed the end of its range only if that takes less "
+     "than 145 W, and if other counters have not gone back."}};
+
 constexpr FieldFormat kProcesses[] = {
     {"*", Integer, "",
      "The CPU time of a process since it started, in whole seconds; its key is the process's name "
@@ -172,6 +192,16 @@ constexpr FieldFormat kThermal[] = {
      "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type shows what it "
      "measures. Temperatures that are not above 1 and below 320 degrees are left out."}};
 
+constexpr FieldFormat kWork[] = {
+    {"*", Real, "",
+     "The CPU time in seconds that all processes of a unit have used since the unit was started, "
+     "those that have ended among them; its key is the unit's name. The figure of a unit around "
+     "others is what those do not account for.",
+     "usage_usec of cpu.stat of the unit's control group. Applications are \"app-NAME@INSTANCE\", "
+     "units of a user's service manager end in the user's id in parentheses, -.slice has the "
+     "kernel's threads and what units that have gone had used.",
+     Name}};
+
 constexpr WordFormat kNoInfo[] = {{"<none>", "The modem did not wake the device"}};
 constexpr FieldFormat kWake[] = {
     {"reason", Text, "",
@@ -208,6 +238,10 @@ constexpr EntryFormat kEntries[] = {
      "The display's backlight. On Linux one in /sys/class/backlight, whose files are named below; "
      "a device without a backlight has no such entries.",
      "In a snapshot, and when the brightness changes.", "When the device was in use.", kDisplay},
+    {"Energy", EntryShape::Fields,
+     "The energy that parts of the hardware have used, as their own counters have it; a device "
+     "without such counters has no such entries.",
+     "In a snapshot and with the level.", "How busy the device was.", kEnergy},
     {"ProcessMonitor", EntryShape::Fields,
      "The processes by the CPU time that they have used, busiest first; at most 999.",
      "In a snapshot and with the level.",
@@ -221,7 +255,13 @@ constexpr EntryFormat kEntries[] = {
      "The temperatures of the device and its throttling. On Linux from /sys/class/thermal.",
      "In a snapshot, and when the thermal level changes.", "", kThermal},
     {"Wake", EntryShape::Fields, "The end of a sleep.", "At each wake.",
-     "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake}};
+     "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake},
+    {"Work", EntryShape::Fields,
+     "The units in which services and applications run, by the CPU time that they have used, "
+     "busiest first; at most 100, and none below a tenth of a second. A system without control "
+     "groups (version 2) has no such entries.",
+     "In a snapshot and with the level.",
+     "The names of the applications and services, and how much each one is used.", kWork}};
 
 }  // namespace
 

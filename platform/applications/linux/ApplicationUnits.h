@@ -4,17 +4,12 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-namespace zorva {
+#include "platform/kit/files/UnitNames.h"
 
-/// The application that a desktop names in a unit of its own, with escapes undone:
-/// "app[-LAUNCHER]-APPLICATION-RANDOM.scope" or "app[-LAUNCHER]-APPLICATION[@RANDOM].service".
-/// Nothing for any other name.
-std::optional<std::string> applicationOfUnit(std::string_view unit);
+namespace zorva {
 
 /// A control group that holds an application's processes.
 struct ApplicationUnit {

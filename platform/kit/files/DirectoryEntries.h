@@ -7,6 +7,7 @@
 #include <dirent.h>
 #include <span>
 #include <string_view>
+#include <type_traits>
 
 #include "platform/base/Text.h"
 
@@ -17,6 +18,8 @@ namespace zorva {
 ///
 /// Only an empty result is the end: if a signal is pending, the kernel returns fewer entries than
 /// fit, or none with EINTR.
+///
+/// A callback with a second parameter also gets the entry's type, DT_DIR and the like.
 template <typename Visit>
 int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
   for (;;) {
@@ -26,7 +29,13 @@ int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
     for (ssize_t at = 0; at < length;) {
       const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
       const char* const name = entry->d_name;
-      if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) visit(name);
+      if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) {
+        if constexpr (std::is_invocable_v<Visit, const char*, unsigned char>) {
+          visit(name, entry->d_type);
+        } else {
+          visit(name);
+        }
+      }
       at += entry->d_reclen;
     }
   }
