@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "apps/DefaultLoggers.h"
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "core/Preferences.h"
 #include "loggers/ZVAccessoryLogger.h"
 #include "loggers/ZVApplicationLogger.h"
 #include "loggers/ZVAudioLogger.h"
 #include "loggers/ZVBluetoothLogger.h"
+#include "loggers/ZVEnergyLogger.h"
 #include "loggers/ZVGeodyneLogger.h"
 #include "loggers/ZVKeeplineLogger.h"
 #include "loggers/ZVLocaleLogger.h"
@@ -18,7 +21,9 @@
 #include "loggers/ZVSyncwardLogger.h"
 #include "loggers/ZVSyslogLogger.h"
 #include "loggers/ZVWiFiLogger.h"
+#include "loggers/ZVWorkLogger.h"
 #include "power/ZVBatteryLogger.h"
+#include "power/ZVBatteryProperties.h"
 #include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
 #include "power/ZVPowerAssertionLogger.h"
@@ -39,6 +44,14 @@ using Made = std::unique_ptr<ZVLogger>;
 
 std::shared_ptr<ZVTelephonyConnection> connection(const LoggerParts& parts) {
   return std::static_pointer_cast<ZVTelephonyConnection>(parts.sharedConnection);
+}
+
+// The device's answers about its battery are asked anew then.
+Registration observeBattery(const Platform& platform, std::function<void()> appeared) {
+  return platform.registry.observeFirstPowerSource([appeared = std::move(appeared)] {
+    ZVBatteryProperties::forgetGasGauge();
+    appeared();
+  });
 }
 
 // clang-format off
@@ -85,7 +98,7 @@ constexpr LoggerRow kRows[] = {
     {[](const LoggerParts& p) -> Made {
        return ZVBatteryLogger::logger(p.services, {p.platform.registry, p.platform.device, p.platform.systemLog},
                                       p.platform.batteryUsage, p.platform.preferences); },
-     'B'},
+     'B', nullptr, observeBattery},
     {[](const LoggerParts& p) -> Made {
        return ZVKeeplineLogger::logger(p.services, p.platform.persistentConnections,
                                        p.platform.identity, p.platform.accounts); }},
@@ -109,6 +122,10 @@ constexpr LoggerRow kRows[] = {
                                                          connection(p), p.platform.telephony); }},
     {[](const LoggerParts& p) -> Made {
        return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
+    {[](const LoggerParts& p) -> Made {
+       return ZVEnergyLogger::logger(p.services, p.platform.energy); }},
+    {[](const LoggerParts& p) -> Made {
+       return ZVWorkLogger::logger(p.services, p.platform.work); }},
 };
 // clang-format on
 

@@ -9,11 +9,14 @@ namespace zorva {
 void StartLogging() {
   StopLogging();
   if (!OpenLogFile()) return;
-  for (const auto& logger : sZorvaState.loggers) {
-    logger->setLogFile(sZorvaState.logFile.get());
-    logger->setEnabled(true);
-    logger->log();
-  }
+  for (const auto& logger : sZorvaState.loggers) StartLogger(*logger);
+}
+
+void StartLogger(ZVLogger& logger) {
+  if (!sZorvaState.logFile) return;
+  logger.setLogFile(sZorvaState.logFile.get());
+  logger.setEnabled(true);
+  logger.log();
 }
 
 void StopLogging() {

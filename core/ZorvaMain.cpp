@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #include "core/DirectoryWatch.h"
 #include "core/Logging.h"
@@ -37,9 +38,21 @@ void printUsage() {
   std::fprintf(stderr, "    -p    Log power assertions (disables default logging)\n");
 }
 
-// Makes the row's logger and appends it to the list; one whose initialisation fails stays out.
+// Makes the row's logger and appends it to the list. One whose initialisation fails stays out, at
+// least until its source appears; it then logs from there on.
 void appendLogger(const LoggerRow& row, const LoggerParts& parts) {
-  if (auto logger = row.make(parts)) sZorvaState.loggers.push_back(std::move(logger));
+  if (auto logger = row.make(parts)) {
+    sZorvaState.loggers.push_back(std::move(logger));
+    return;
+  }
+  if (row.observeSource == nullptr) return;
+  std::vector<Registration>& awaited = sZorvaState.awaitedSources;
+  awaited.push_back(row.observeSource(parts.platform, [&, index = awaited.size()] {
+    auto logger = row.make(parts);
+    if (!logger) return;
+    StartLogger(*sZorvaState.loggers.emplace_back(std::move(logger)));
+    awaited[index].reset();
+  }));
 }
 
 // The loggers that options have asked for, in the order of the command line.
@@ -63,6 +76,7 @@ void appendDefaultLoggers(const LoggerTable& table, const LoggerParts& parts) {
 }
 
 void releaseEverything() {
+  sZorvaState.awaitedSources.clear();
   sZorvaState.loggers.clear();
   sZorvaState.telephonyConnection.reset();
   sZorvaState.logFilePath.clear();
@@ -70,11 +84,11 @@ void releaseEverything() {
   sZorvaContext.platform = nullptr;
 }
 
-// Sets what the options say. Answers those that name a logger, in their order, or nothing when the
-// usage text is asked for.
+// Applies the options. Returns those that select a logger, in their order, or nothing if the usage
+// text is requested.
 std::optional<std::string> parseOptions(int argc, char* const argv[]) {
   std::string named;
-  ::optind = 0;  // starts anew, also when this process has parsed options before
+  ::optind = 0;  // resets getopt, in case this process has parsed options before
   ::opterr = 0;  // the usage text says it all
   for (int option = 0; (option = ::getopt(argc, argv, "+Bdhpq")) != -1;) {
     switch (option) {
@@ -99,8 +113,8 @@ void ExitNotificationCallback() {
   sZorvaContext.platform->runLoop.stop();
 }
 
-// A reader that goes away while nothing is written is noticed, too. Only of pipes, and not of one
-// that is open for reading as well: its own contents would look like news.
+// Notices a reader that closes the pipe while nothing is being written. Only for pipes, and not for
+// one that is also open for reading: its own contents would count as events.
 Registration watchReader(RunLoop& loop) {
   struct stat status;
   if (sZorvaState.runAsDaemon || ::fstat(STDOUT_FILENO, &status) != 0 ||
@@ -110,7 +124,7 @@ Registration watchReader(RunLoop& loop) {
   return loop.watchDescriptor(STDOUT_FILENO, ReaderIsGone);
 }
 
-// False when the run loop has failed.
+// Returns false if the run loop failed.
 bool runUntilExit(const ZorvaHost& host, const Platform& platform) {
   const Registration exitRegistration = platform.systemNotifications.observe(
       kExitNotification, [](std::string_view) { ExitNotificationCallback(); });
@@ -154,7 +168,10 @@ int ZorvaMain(int argc, char* const argv[], const ZorvaHost& host, const LoggerT
     return EXIT_FAILURE;
   }
   RegisterPreferenceDefaults(platform.preferences);
-  if (sZorvaState.loggers.empty()) appendDefaultLoggers(table, parts);
+  if (sZorvaState.loggers.empty()) {
+    sZorvaState.awaitedSources.clear();
+    appendDefaultLoggers(table, parts);
+  }
 
   StartLogging();
   const bool ended = runUntilExit(host, platform);

@@ -44,7 +44,10 @@ std::unique_ptr<ZVLogger> make(const LoggerParts& parts) {
 constexpr LoggerRow kRows[] = {
     {make<'N'>},
     {make<'A'>, 'p'},
-    {make<'B'>, 'B'},
+    {make<'B'>, 'B', nullptr,
+     [](const Platform& platform, std::function<void()> appeared) {
+       return platform.registry.observeFirstPowerSource(std::move(appeared));
+     }},
     {make<'S'>, 0, kRecordSyslog},
 };
 
@@ -73,7 +76,7 @@ class ZorvaMainTest : public ::testing::Test {
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     const int status = ZorvaMain(static_cast<int>(arguments.size()), argv.data(),
-                                 {[this] { return ++platformsMade, &handset.platform(); }}, table);
+                                 {[this] { return &handset.platform(); }}, table);
     errorText = ::testing::internal::GetCapturedStderr();
     output = linesOf(std::istringstream(::testing::internal::GetCapturedStdout()));
     return status;
@@ -95,7 +98,6 @@ class ZorvaMainTest : public ::testing::Test {
   }
 
   SimHandset handset;
-  int platformsMade = 0;
   Lines output;
   std::string errorText;
 };
@@ -116,13 +118,17 @@ TEST_F(ZorvaMainTest, DefaultLoggersAreThoseOfTheTableThatArePreferredAndCanBeHa
                            "11/16/26 14:00:00 [B] snapshot;"}));
 }
 
-TEST_F(ZorvaMainTest, TheUsageTextNeedsNoService) {
-  for (const char* option : {"-h", "-x", "-Bh"}) {
-    EXPECT_EQ(run({option}), 0);
-    EXPECT_EQ(errorText.substr(0, 23), "Usage: zorva [-Bdhpq]\nH");
-    EXPECT_EQ(output, Lines{});
+TEST_F(ZorvaMainTest, ALoggerWhoseSourceAppearsLaterLogsFromThereOn) {
+  handset.battery().setPresent(false);
+  for (const bool present : {true, false, true}) {
+    handset.runLoop().schedule(std::chrono::seconds(60),
+                               [this, present] { handset.battery().setPresent(present); });
   }
-  EXPECT_EQ(platformsMade, 0);
+  handset.runLoop().schedule(std::chrono::seconds(120),
+                             [this] { handset.notifications().post("com.vennor.zorva.exit"); });
+  EXPECT_EQ(run({"-B"}), 0);
+  EXPECT_EQ(output, (Lines{"11/16/26 14:00:00 [N] snapshot;", "11/16/26 14:00:00 [A] snapshot;",
+                           "11/16/26 14:00:00 [S] snapshot;", "11/16/26 14:01:00 [B] snapshot;"}));
 }
 
 TEST_F(ZorvaMainTest, TheTenthNameOfASecondIsAppendedTo) {

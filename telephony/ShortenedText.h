@@ -8,8 +8,7 @@
 
 namespace zorva {
 
-/// The UTF-8 text without its first `count` characters, of whatever length each; empty when it has
-/// no more than these.
+/// The UTF-8 text without its first `count` characters; empty if it has no more than these.
 inline std::string_view withoutFirstCharacters(std::string_view text, std::size_t count) {
   for (; count > 0 && !text.empty(); --count) {
     text.remove_prefix(firstCharacter(text).bytes.size());

@@ -58,7 +58,7 @@ modem = add('/Modem/0',
                Revision='1.2', Physdev='/sys/devices/none', Sim=dbus.ObjectPath(ROOT + '/SIM/0'),
                Bearers=paths('/Bearer/0')),
     Modem_Modem3gpp=dict(RegistrationState=dbus.UInt32(1), OperatorName='Home'),
-    Modem_Signal=dict(Rate=dbus.UInt32(5), RssiThreshold=dbus.UInt32(0),
+    Modem_Signal=dict(Rate=dbus.UInt32(0), RssiThreshold=dbus.UInt32(0),
                       Lte=dbus.Dictionary({'rssi': -70.0}, signature='sv')),
     Modem_Voice=dict(Calls=paths()), Modem_Messaging=dict())
 '''
@@ -113,6 +113,12 @@ class ModemTest(unittest.TestCase):
         self.read = len(self.log())
         return [re.sub(r'^\S+ \S+ ', '', line) for line in lines]
 
+    def threshold(self):
+        """From how many dBm on the modem reports its strength; 0 while nobody asked for that."""
+        modem = self.bus.get_object('org.freedesktop.ModemManager1', '/org/freedesktop/ModemManager1/Modem/0')
+        return modem.GetAll('org.freedesktop.ModemManager1.Modem.Signal',
+                            dbus_interface='org.freedesktop.DBus.Properties')['RssiThreshold']
+
     def sleep(self, asleep):
         self.login.Sleep(asleep, dbus_interface='org.freedesktop.login1.Manager')
 
@@ -137,6 +143,9 @@ class ModemTest(unittest.TestCase):
         reasons = pathlib.Path('/sys/kernel/wakeup_reasons')
         reasons.mkdir()
         reason = reasons / 'last_resume_reason'
+        self.assertIn('[Telephony]', run(program('zorva'), '-q').stdout)
+        self.assertEqual(self.threshold(), 0)
+        wait_for(lambda: locks.read_text() == 'taken\ndropped\n', 'the lock of the snapshot')
         self.start_zorva()
         self.read = len(self.log())
 
@@ -148,9 +157,11 @@ class ModemTest(unittest.TestCase):
         reason.write_text('57 modem\n')
         send('SOCK_DGRAM', 4712, 'nothing is captured while awake')
         def fall_asleep():
+            wait_for(lambda: self.threshold() == 2, 'the threshold')
             self.sleep(True)
             self.assertEqual(self.new_lines('event=will_sleep')[-1], '[Sleep] event=will_sleep;')
             wait_for(lambda: locks.read_text().endswith('dropped\n'), 'the lock')
+            self.assertEqual(self.threshold(), 0)
 
         fall_asleep()
         send('SOCK_STREAM', 4711, 'hello')
@@ -178,7 +189,8 @@ class ModemTest(unittest.TestCase):
         send('SOCK_DGRAM', 4712, 'noise')
         self.sleep(False)
         self.assertRegex(self.new_lines('[Wake]')[0], r'^\[Wake\] reason=.*rtc0.*; info=<none>;$')
-        self.assertEqual(locks.read_text().split(), ['taken'] + ['sleep', 'dropped', 'awake', 'taken'] * 4)
+        self.assertEqual(locks.read_text().split(),
+                         ['taken', 'dropped', 'taken'] + ['sleep', 'dropped', 'awake', 'taken'] * 4)
 
 
 programs.enter_device(network=True)

@@ -12,6 +12,7 @@
 #include "platform/assertions/linux/LinuxPowerManagement.h"
 #include "platform/audio/linux/LinuxAudioSystem.h"
 #include "platform/bluetooth/linux/LinuxBluetoothServer.h"
+#include "platform/energy/linux/LinuxEnergyCounters.h"
 #include "platform/kit/bus/LinuxBus.h"
 #include "platform/locale/LocalDateFormatting.h"
 #include "platform/locale/LocalTime.h"
@@ -41,10 +42,12 @@
 #include "platform/telephony/linux/LinuxTelephonyNotifications.h"
 #include "platform/telephony/linux/LinuxTelephonyServer.h"
 #include "platform/telephony/linux/ModemManagerClient.h"
+#include "platform/telephony/linux/SignalPause.h"
 #include "platform/thermal/linux/LinuxThermal.h"
 #include "platform/traffic/linux/LinuxNetworkInterfaces.h"
 #include "platform/wifi/linux/LinuxWiFiDriver.h"
 #include "platform/wifi/linux/LinuxWiFiManager.h"
+#include "platform/work/linux/LinuxWorkUnits.h"
 
 namespace zorva {
 namespace {
@@ -60,7 +63,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   const Platform& platform() const override { return platform_; }
 
  private:
-  // Each service after what it uses, so that it is destroyed before.
+  // Each service follows those that it uses, so that it is destroyed before them.
   LinuxRunLoop runLoop_;
   LinuxClock clock_;
   LinuxSystemLog systemLog_{runLoop_};
@@ -68,13 +71,13 @@ class WholeLinuxPlatform : public LinuxPlatform {
   PosixFileSystem files_;
   LinuxAccountDatabase accounts_;
   PropertyListPreferences preferences_{files_, accounts_, systemLog_};
-  LinuxDeviceRegistry registry_{runLoop_.event()};
+  LinuxBus bus_{runLoop_.event()};
+  LinuxDeviceRegistry registry_{runLoop_.event(), &bus_};
   LinuxDeviceInformation device_{[this] { return Value(registry_.hasGasGauge()); }};
   LinuxLocaleInformation locale_{runLoop_.event(), clock_};
   LocalDateFormatting dates_{[this]() -> const DateSettings& { return locale_.settings(); },
                              localTime};
   LinuxBatteryUsage batteryUsage_;
-  LinuxBus bus_{runLoop_.event()};
   LinuxPowerManagement powerManagement_{runLoop_.event(), bus_, clock_,
                                         [this] { systemNotifications_.post(kAssertionsChanged); }};
   LinuxProcessTable processes_;
@@ -83,15 +86,26 @@ class WholeLinuxPlatform : public LinuxPlatform {
   ModemManagerClient modemManager_{runLoop_.event(), bus_};
   LinuxKernelValues kernel_{[this] { return modemManager_.modemDevices(); }};
   WakeTexts wakeTexts_{runLoop_, runLoop_.event()};
-  LinuxSystemPower systemPower_{bus_,
-                                {[this] {
-                                   kernel_.systemWillSleep();
-                                   wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
-                                 },
-                                 [this](std::function<void()> proceed) {
-                                   wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
-                                 },
-                                 [this] { wakeTexts_.reset(); }}};
+  bool modemWoke_ = false;
+  LinuxSystemPower systemPower_{
+      runLoop_.event(),
+      bus_,
+      {[this] {
+         registry_.systemWillSleep();
+         kernel_.systemWillSleep();
+         wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
+       },
+       [this](bool prepared) {
+         modemWoke_ = kernel_.systemDidWake(prepared);
+         // What the modem reports from now on can still be heard.
+         if (!prepared) wakeTexts_.sleepBegins({});
+       },
+       [this](std::function<void()> proceed) { wakeTexts_.awake(modemWoke_, std::move(proceed)); },
+       [this] {
+         wakeTexts_.reset();
+         registry_.systemDidWake();
+       }}};
+  SignalPause signalPause_{runLoop_.event(), systemPower_, modemManager_};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
   LinuxThermal thermal_{
@@ -126,6 +140,8 @@ class WholeLinuxPlatform : public LinuxPlatform {
       systemNotifications_};
   LinuxAccessoryManager accessories_{runLoop_.event()};
   LinuxSystemLogQueries systemLogQueries_;
+  LinuxEnergyCounters energy_{systemLog_};
+  LinuxWorkUnits work_;
   Platform platform_{runLoop_,
                      clock_,
                      systemLog_,
@@ -163,7 +179,9 @@ class WholeLinuxPlatform : public LinuxPlatform {
                      accountSync_,
                      location_,
                      accessories_,
-                     systemLogQueries_};
+                     systemLogQueries_,
+                     energy_,
+                     work_};
 };
 
 }  // namespace

@@ -76,13 +76,18 @@ class DeviceRegistry {
  public:
   virtual ~DeviceRegistry() = default;
 
-  /// The first service of the power-source class, or none.
+  /// The first service of the power-source class, or none. Where the device has several batteries
+  /// it stands for all of them.
   virtual std::shared_ptr<RegistryEntry> firstPowerSource() = 0;
 
   /// The first service whose property of the key is true, or none.
   virtual std::shared_ptr<RegistryEntry> firstServiceWith(const std::string& property) = 0;
 
   virtual std::unique_ptr<RegistryNotificationPort> makeNotificationPort() = 0;
+
+  /// Calls back from the run loop when a device that had no power source has got one, such as a
+  /// gauge whose driver started late. Never calls back for one that is there already.
+  virtual Registration observeFirstPowerSource(std::function<void()> appeared) = 0;
 };
 
 }  // namespace zorva

@@ -86,7 +86,8 @@ TEST(LogHistory, ANewFileContinuesTheStatesThatItsSnapshotConfirms) {
       "00:00:00 [Bluetooth] state=on; connected=no;\n"
       "00:00:00 [ProcessMonitor] a(1)=10; b (x) (2)=5; c;d=e(3)=4;\n"
       "00:10:00 [Application] id=game; pid=7; mode=foreground; reason=<unknown>;\n"
-      "00:20:00 [Battery] level=nan%; voltage=-1 mV; current=<unknown> mA; charging_state=Full;\n";
+      "00:20:00 [Battery] level=nan%; voltage=-1 mV; current=<unknown> mA; charging_state=Full; "
+      "battery_temp=0.00 C;\n";
   const HistoryText on = reported(std::string(kBefore) +
                                   "Zorva Version: 5\n"
                                   "00:40:00 [Config] version=5;\n"

@@ -83,7 +83,7 @@ bool isSwitch(const FieldFormat& format) {
 
 void appendValue(const LogField& field, std::string& to) {
   const std::string_view value = field.value;
-  if (value == "<unknown>" || value == "(null)" || value == "<unavailable>") {
+  if (field.absent || value == "<unknown>" || value == "(null)" || value == "<unavailable>") {
     to += "null";
     return;
   }

@@ -146,6 +146,22 @@ bool isDate(std::string_view text) {
 
 }  // namespace
 
+namespace {
+
+void markAbsent(std::vector<LogField>& fields) {
+  for (LogField& field : fields) {
+    if (field.format == nullptr || field.format->absent.value.empty()) continue;
+    const auto& [value, besideUnknown] = field.format->absent;
+    field.absent =
+        field.value == value &&
+        (besideUnknown.empty() || std::ranges::any_of(fields, [&](const LogField& other) {
+           return other.key == besideUnknown && other.value == "<unknown>";
+         }));
+  }
+}
+
+}  // namespace
+
 void splitFields(const LogRecord& entry, std::vector<LogField>& fields) {
   fields.clear();
   if (entry.body.empty()) return;
@@ -160,6 +176,7 @@ void splitFields(const LogRecord& entry, std::vector<LogField>& fields) {
   Splitter(entry.body,
            entry.format != nullptr ? entry.format->fields : std::span<const FieldFormat>())
       .split(fields);
+  markAbsent(fields);
   if (entry.format == nullptr &&
       !std::all_of(fields.begin(), fields.end(), [](const LogField& field) {
         return field.raw.starts_with(' ') && field.raw.ends_with(';') && isPlainKey(field.key);

@@ -39,8 +39,9 @@ using zorva::Descriptor;
 
 // The entries that follow each battery notification, and the others about its health.
 const std::set<std::string> kOnBatteryNews{
-    "Battery",   "Bluetooth", "Network", "ProcessMonitor",           "WiFi",  "Assertion",
-    "Telephony", "Syncward",  "Syslog",  "Baseband State Durations", "Config"};
+    "Battery",   "Bluetooth", "Network",  "ProcessMonitor", "WiFi",
+    "Assertion", "Telephony", "Syncward", "Syslog",         "Baseband State Durations",
+    "Config",    "Energy",    "Work"};
 
 // For services whose failure may change any entry: only crashes and hangs are found then.
 const std::set<std::string> kAnyEntry{"*"};
@@ -57,6 +58,7 @@ const std::map<std::string, std::set<std::string>> kDependents{
     {"batteryUsage", {"Battery"}},
     {"bluetooth", {"Bluetooth"}},
     {"device", kAnyEntry},
+    {"energy", {"Energy"}},
     {"files", kAnyEntry},
     {"identity", {"Keepline", "KL Client"}},
     {"interfaces", {"Network"}},
@@ -85,6 +87,7 @@ const std::map<std::string, std::set<std::string>> kDependents{
       "PacketTracker"}},
     {"wifi", {"WiFi"}},
     {"wifiDriver", {"WiFi"}},
+    {"work", {"Work"}},
 };
 
 std::string serviceOf(const std::string& point) {

@@ -14,7 +14,7 @@
 namespace zorva {
 namespace {
 
-// Held to what the kernel can count.
+// Clamped to the kernel's range.
 TimeValue timeValueOf(double seconds) {
   seconds = std::min(seconds, static_cast<double>(std::numeric_limits<std::int32_t>::max()));
   const auto microseconds = static_cast<std::int64_t>(std::llround(seconds * 1e6));
@@ -66,11 +66,11 @@ socket_fdinfo socketOf(std::int32_t kind, const std::string& local, const std::s
 }
 
 std::string readAddress(const ScenarioNode& node) {
-  if (!addressOf(node.text())) node.refuse("this is no address and port, such as 10.2.3.4:49152");
+  if (!addressOf(node.text())) node.refuse("write an address and port, such as 10.2.3.4:49152");
   return node.text();
 }
 
-// How a scenario distinguishes the sockets of one process.
+// Identifies a socket among those of one process in a scenario.
 std::string nameOf(const socket_fdinfo& socket) {
   const auto& host = socket.insi_laddr;
   const char* kind = socket.soi_kind == kSocketKindTCP    ? "tcp"
@@ -105,7 +105,7 @@ socket_fdinfo readSocket(const ScenarioNode& node, const ScenarioNode::Keys& key
       std::string names;
       for (const StateName& each : kStates)
         names += std::string(names.empty() ? "" : ", ") + each.name;
-      state->refuse("this is no state of a tcp socket; use one of: " + names);
+      state->refuse("a tcp socket has no such state; use one of: " + names);
     }
     number = known->state;
   }
@@ -197,7 +197,7 @@ ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
   const auto* files = keys.find("open_files");
   const auto* sockets = keys.find("sockets");
   const auto [plan, isNew] = planned().try_emplace(pid);
-  if (!isNew) keys.require("id").refuse("there is a process of this id already");
+  if (!isNew) keys.require("id").refuse("a process has this id already");
   std::vector<std::optional<socket_fdinfo>> descriptors(
       static_cast<std::size_t>(files ? files->integer(0, 1024) : 0));
   if (sockets) {
@@ -218,7 +218,7 @@ ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
 
 std::int32_t SimProcessTable::readId(const ScenarioNode& node) {
   const auto pid = static_cast<std::int32_t>(node.integer(0, INT32_MAX));
-  if (!planned().contains(pid)) node.refuse("there is no process of this id then");
+  if (!planned().contains(pid)) node.refuse("no process has this id at that time");
   return pid;
 }
 
@@ -245,7 +245,7 @@ ScenarioAction SimProcessTable::readClose(const ScenarioNode& node) {
   const std::string socket = nameOf(readSocket(node, keys));
   PlannedSockets& sockets = planned().at(pid);
   const auto found = sockets.find(socket);
-  if (found == sockets.end()) node.refuse("the process has no such socket then");
+  if (found == sockets.end()) node.refuse("the process has no such socket at that time");
   sockets.erase(found);
   return [this, pid, socket] { close(pid, socket); };
 }

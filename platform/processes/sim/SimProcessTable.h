@@ -17,9 +17,9 @@ namespace zorva {
 
 /// A process of the handset.
 struct SimProcess {
-  std::string name;  ///< as the kernel keeps it
-  std::string path;  ///< of the executable; empty when it may not be read
-  /// By number. What holds no socket is an open file.
+  std::string name;  ///< as stored by the kernel
+  std::string path;  ///< of the executable; empty if it cannot be read
+  /// By number. A descriptor without a socket is an open file.
   std::map<std::int32_t, std::optional<socket_fdinfo>> descriptors;
 };
 
@@ -28,7 +28,7 @@ struct SimProcess {
 socket_fdinfo simTcpSocket(const std::string& local, const std::string& remote, std::int32_t state);
 socket_fdinfo simUdpSocket(const std::string& local, const std::string& remote = "0.0.0.0:0");
 
-/// The handset's processes, which the kernel's figures cover, too.
+/// The handset's processes, which the kernel's statistics also include.
 class SimProcessTable : public ProcessTable {
  public:
   SimProcessTable(SimParts& parts, SimSystemStatistics& statistics);
@@ -43,15 +43,14 @@ class SimProcessTable : public ProcessTable {
   void setProcess(pid_t pid, const std::string& name, double cpuSeconds = 0);
   void setPath(pid_t pid, const std::string& path);
   void endProcess(pid_t pid);
-  /// Opens a socket, or a file, in a process that is there, under the lowest number that is free
-  /// there.
+  /// Opens a socket, or a file, in an existing process, under its lowest free number.
   void open(pid_t pid, const std::optional<socket_fdinfo>& socket);
-  /// Lets a process that is there use the processor for so long.
+  /// Adds CPU time to an existing process.
   void addCpuTime(pid_t pid, double seconds);
 
   /// By id.
   const std::map<std::int32_t, SimProcess>& all() const { return processes_; }
-  /// The process, or nothing when it is not there.
+  /// The process, or null if it does not exist.
   const SimProcess* find(pid_t pid) const {
     const auto found = processes_.find(pid);
     return found == processes_.end() ? nullptr : &found->second;
@@ -66,7 +65,7 @@ class SimProcessTable : public ProcessTable {
   ScenarioAction readSockets(const ScenarioNode& node);
   ScenarioAction readClose(const ScenarioNode& node);
   void close(pid_t pid, const std::string& socket);
-  /// The processes that will be there when the step that is being read happens.
+  /// The processes that will exist when the step being read is executed.
   std::map<std::int32_t, PlannedSockets>& planned();
   void clear();
 

@@ -25,6 +25,10 @@ void SimRegistryEntry::setProperty(const std::string& key, Value value) {
   }
 }
 
+void SimRegistryEntry::setPresent(bool present) {
+  if (!std::exchange(present_, present) && present) putIn_.notify();
+}
+
 void SimRegistryEntry::send(std::uint32_t messageType, const Value& argument) {
   interested_.notify(messageType, argument);
 }
@@ -88,6 +92,10 @@ std::shared_ptr<RegistryEntry> SimDeviceRegistry::firstServiceWith(const std::st
 
 std::unique_ptr<RegistryNotificationPort> SimDeviceRegistry::makeNotificationPort() {
   return std::make_unique<SimRegistryNotificationPort>(addToRunLoopFault_, addInterestFault_);
+}
+
+Registration SimDeviceRegistry::observeFirstPowerSource(std::function<void()> appeared) {
+  return powerSource_->observePutIn(std::move(appeared));
 }
 
 }  // namespace zorva

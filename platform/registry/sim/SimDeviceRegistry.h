@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/base/Observers.h"
 #include "platform/registry/DeviceRegistry.h"
@@ -30,7 +31,9 @@ class SimRegistryEntry : public RegistryEntry,
   /// Whether the device is there. Without it, its properties are missing and the registry does not
   /// find it.
   bool present() const { return present_; }
-  void setPresent(bool present) { present_ = present; }
+  void setPresent(bool present);
+  /// Calls back when the device is put in.
+  Registration observePutIn(std::function<void()> putIn) { return putIn_.add(std::move(putIn)); }
 
   /// Sends a message of any type to everyone who is interested in this entry.
   void send(std::uint32_t messageType, const Value& argument = {});
@@ -41,6 +44,7 @@ class SimRegistryEntry : public RegistryEntry,
   SimFaultPoint propertyFault_;
   Dictionary properties_;
   bool present_ = true;
+  Observers<> putIn_;
   Observers<std::uint32_t, const Value&> interested_;
 };
 
@@ -51,6 +55,7 @@ class SimDeviceRegistry : public DeviceRegistry {
   std::shared_ptr<RegistryEntry> firstPowerSource() override;
   std::shared_ptr<RegistryEntry> firstServiceWith(const std::string& property) override;
   std::unique_ptr<RegistryNotificationPort> makeNotificationPort() override;
+  Registration observeFirstPowerSource(std::function<void()> appeared) override;
 
   SimRegistryEntry& powerSource() { return *powerSource_; }
   SimRegistryEntry& backlight() { return *backlight_; }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/assemble/SimHandset.h"
+#include "platform/telephony/linux/SignalPause.h"
 #include "platform/testing/ModemManager.h"
 
 namespace zorva {
@@ -169,6 +171,10 @@ TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
     other.reset();
     reportedAfter(is + atTheEnd);
   }
+  // Also by one that ends before the modem has answered it.
+  reportedAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
+  ModemManagerClient(loop_.event(), bus_).modem();
+  reportedAfter(is + "0");
   // Switched off.
   EXPECT_FALSE(telephony_.airplaneMode());
   EXPECT_EQ(reportedAfter("modem.set('Modem', State=dbus.Int32(3), PowerState=dbus.UInt32(2))"),
@@ -180,6 +186,56 @@ TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
   reportedAfter(is + "0");
   reportedAfter("modem.set('Modem', State=dbus.Int32(8), PowerState=dbus.UInt32(3))");
   reportedAfter(is + "2");
+}
+
+TEST_F(LinuxTelephonyTest, LetsNoSignalWakeTheDevice) {
+  SimHandset handset;
+  SimSystemPower& power = handset.systemPower();
+  Lines operations;
+  power.setWitness([&](const std::string& operation) { operations.push_back(operation); });
+  const auto operationsAfter = [&](PowerMessage message) {
+    power.send(static_cast<std::uint32_t>(message));
+    return std::exchange(operations, {});
+  };
+  std::optional<SignalPause> pause(std::in_place, loop_.event(), power, client_, 3'600'000'000);
+  EXPECT_EQ(operationsAfter(PowerMessage::WillSleep), Lines()) << "no modem, no part in it";
+  startWithModem();
+  reportedNow();
+  const std::string is = "assert modem.properties[full('Modem.Signal')]['RssiThreshold'] == ";
+  for (const auto ending : {PowerMessage::HasPoweredOn, PowerMessage::WillNotSleep}) {
+    reportedAfter(is + "2");
+    EXPECT_EQ(operationsAfter(PowerMessage::WillSleep), Lines()) << "waits for the modem";
+    loop_.runUntil([&] { return !operations.empty(); });
+    EXPECT_EQ(operations.size(), 1u);
+    reportedAfter(is + "0");
+    reportedAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(51), True))");
+    reportedAfter(is + "0");
+    operationsAfter(ending);
+    reportedNow();
+  }
+  // Called off before the modem has answered.
+  operationsAfter(PowerMessage::WillSleep);
+  operationsAfter(PowerMessage::WillNotSleep);
+  reportedNow();
+  reportedAfter(is + "2");
+  // A modem that does not respond holds nothing up for long.
+  reportedAfter("Object.set, answers = lambda *a, **b: None, Object.set");
+  pause.emplace(loop_.event(), power, client_, 1000);
+  operations.clear();
+  EXPECT_EQ(operationsAfter(PowerMessage::WillSleep), Lines());
+  loop_.runUntil([&] { return !operations.empty(); });
+  operationsAfter(PowerMessage::HasPoweredOn);
+  // Nor is it forgotten what it was asked for.
+  reportedAfter("Object.set = answers");
+  operationsAfter(PowerMessage::WillSleep);
+  reportedNow();
+  reportedAfter(is + "0");
+  operationsAfter(PowerMessage::HasPoweredOn);
+  reportedNow();
+  // Another client's threshold is left alone.
+  reportedAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(5))");
+  EXPECT_EQ(operationsAfter(PowerMessage::WillSleep).size(), 1u) << "at once";
+  reportedAfter(is + "5");
 }
 
 TEST_F(LinuxTelephonyTest, KnowsAirplaneModeByTheSwitches) {

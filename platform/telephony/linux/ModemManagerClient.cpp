@@ -57,14 +57,7 @@ ModemManagerClient::ModemManagerClient(sd_event* event, LinuxBus& bus)
 }
 
 ModemManagerClient::~ModemManagerClient() {
-  for (const std::string& path : askedForSignal_) {
-    // Another client may have set a different one since.
-    if (property(objects_, path, mm::kSignal, "RssiThreshold").integer() != kSignalThreshold) {
-      continue;
-    }
-    bus_.send(mm::kService, path.c_str(), mm::kSignal, "SetupThresholds",
-              [](sd_bus_message* call) { return appendThreshold(call, 0); });
-  }
+  takeBackSignal();
 }
 
 void ModemManagerClient::objectAdded(sd_bus_message* signal) {
@@ -164,10 +157,13 @@ void ModemManagerClient::askForSignal() {
   std::erase_if(askedForSignal_, [&](const std::string& path) {
     return property(objects_, path, mm::kModem, "State").integer32() < kStateEnabled;
   });
+  if (signalPaused_) return;
   const std::string& path = record_.path;
   const Value& threshold = property(objects_, path, mm::kSignal, "RssiThreshold");
+  // What was taken back may still show for a moment.
+  const bool ours = threshold.integer() == kSignalThreshold && takenBack_.count(path) > 0;
   if (threshold.isNothing() ||
-      threshold.integer() != 0 ||  // too old, or another client asked already
+      (threshold.integer() != 0 && !ours) ||  // too old, or another client asked already
       property(objects_, path, mm::kSignal, "Rate").integer() != 0 ||
       property(objects_, path, mm::kModem, "State").integer32() < kStateEnabled ||
       !askedForSignal_.insert(path).second) {
@@ -175,6 +171,39 @@ void ModemManagerClient::askForSignal() {
   }
   bus_.send(mm::kService, path.c_str(), mm::kSignal, "SetupThresholds",
             [](sd_bus_message* call) { return appendThreshold(call, kSignalThreshold); });
+}
+
+std::int64_t ModemManagerClient::signalThreshold(const std::string& modem) const {
+  return property(objects_, modem, mm::kSignal, "RssiThreshold").integer();
+}
+
+// Where the threshold does not show yet, the request for it is still on its way to the modem.
+void ModemManagerClient::takeBackSignal() {
+  for (const std::string& path : askedForSignal_) {
+    const std::int64_t threshold = signalThreshold(path);
+    // Another client may have set a different one since.
+    if (threshold != kSignalThreshold && threshold != 0) continue;
+    bus_.send(mm::kService, path.c_str(), mm::kSignal, "SetupThresholds",
+              [](sd_bus_message* call) { return appendThreshold(call, 0); });
+  }
+}
+
+void ModemManagerClient::pauseSignal() {
+  if (std::exchange(signalPaused_, true)) return;
+  takeBackSignal();
+  takenBack_ = std::exchange(askedForSignal_, {});
+}
+
+bool ModemManagerClient::takingBackSignal() const {
+  return std::any_of(takenBack_.begin(), takenBack_.end(), [this](const std::string& modem) {
+    return signalThreshold(modem) == kSignalThreshold;
+  });
+}
+
+void ModemManagerClient::resumeSignal() {
+  if (!std::exchange(signalPaused_, false)) return;
+  askForSignal();
+  takenBack_.clear();
 }
 
 void ModemManagerClient::update() {

@@ -46,6 +46,15 @@ class ModemManagerClient {
   /// The location sources that are switched on in any modem, by the service's bits.
   std::uint32_t enabledLocationSources() const { return readEnabledLocationSources(objects_); }
 
+  /// A modem that reports its strength wakes a sleeping device for it. Takes back what was asked of
+  /// the modems, and asks for no more until resumeSignal().
+  void pauseSignal();
+  void resumeSignal();
+  /// Whether a modem was asked for its strength.
+  bool askedForSignal() const { return !askedForSignal_.empty(); }
+  /// Whether a modem still has the threshold that pauseSignal() took back.
+  bool takingBackSignal() const;
+
   /// The rest calls back from the event loop.
 
   /// After the record may have changed, once for what came at a time.
@@ -68,6 +77,8 @@ class ModemManagerClient {
   void readAgain();
   void readListed();
   void askForSignal();
+  void takeBackSignal();
+  std::int64_t signalThreshold(const std::string& modem) const;
   void update();
   void objectAdded(sd_bus_message* signal);
   void objectRemoved(sd_bus_message* signal);
@@ -84,6 +95,8 @@ class ModemManagerClient {
   ModemRecord record_;
   std::vector<std::string> ringing_;
   std::set<std::string> askedForSignal_;  ///< modems
+  std::set<std::string> takenBack_;       ///< of them, those of the pause
+  bool signalPaused_ = false;
   Observers<> changed_;
   Observers<> restarted_;
   Observers<Incoming> incoming_;

@@ -14,12 +14,14 @@
 #include "platform/notifications/NotificationCentre.h"
 #include "platform/thermal/Thermal.h"
 #include "platform/thermal/linux/ThermalEvents.h"
+#include "platform/thermal/linux/Throttling.h"
 
 namespace zorva {
 
 /// The kernel's thermal class: the zones' temperatures as the states of the sensors' notifications,
 /// and the throttling of the cooling devices as the level. docs/linux-display-thermal.md says what
-/// each figure means. Everything is read from the kernel at the moment of the call.
+/// each figure means. Everything is read from the kernel at the moment of the call; between calls
+/// its events say what has changed.
 class LinuxThermal : public Thermal {
  public:
   static constexpr const char* kThermalClass = "/sys/class/thermal";
@@ -39,23 +41,34 @@ class LinuxThermal : public Thermal {
   /// never asks.
   std::int32_t level() override;
 
+  /// Whether it receives the kernel's events of throttling. Where nothing throttles it does not: on
+  /// some processors the kernel has their firmware measure for whoever receives them. What comes
+  /// later is announced by the device manager.
+  bool receivesEvents() const { return events_ && events_->descriptor() >= 0; }
+
  private:
   struct MonitorRelease {
     void operator()(sd_device_monitor* monitor) const { sd_device_monitor_unref(monitor); }
   };
 
-  std::int32_t readLevel() const;
   std::uint64_t sensorState(std::size_t index) const;
+  void readAll();
   void listen();
+  void eventsCame(const ThermalChanges& changes);
+  void deviceChanged(sd_device* device);
   void reportChange();
 
   sd_event* event_;
   NotificationCentre& notifications_;
   std::string directory_;
   std::vector<Registration> states_;
+  Throttling throttling_;
+  ThermalChanges pending_;     ///< what the events said that came at a time
   std::int32_t reported_ = 0;  ///< the last level that anyone was answered, or heard of
+  bool posting_ = false;       ///< it is being heard of, and nothing has changed since
   CoalescedCall changed_;
   std::optional<ThermalEvents> events_;
+  bool listening_ = false;
   std::unique_ptr<sd_device_monitor, MonitorRelease> monitor_;
 };
 

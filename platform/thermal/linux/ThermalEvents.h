@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <set>
 #include <span>
 #include <systemd/sd-event.h>
 
@@ -11,22 +13,36 @@
 
 namespace zorva {
 
-/// Whether one of the generic netlink messages in the buffer is an event after which the thermal
-/// level may be another one: a cooling device changed its state, a trip point was crossed, a zone
-/// came, went or was switched. `family` is the number of the kernel's thermal family. The buffer is
-/// aligned as messages are; anything else it holds, cut off or not, is no event.
-bool thermalLevelMayHaveChanged(std::span<const std::uint8_t> messages, int family);
+/// What the kernel's events say of the throttling.
+struct ThermalChanges {
+  bool anything = false;                        ///< zones or devices came or went, or it is unknown
+  std::set<std::int32_t> zones;                 ///< whose devices may have another state
+  std::map<std::int32_t, std::int64_t> states;  ///< of cooling devices, by their number
+  bool any() const { return anything || !zones.empty() || !states.empty(); }
+};
+
+/// Adds what the generic netlink messages in the buffer say. `family` is the number of the kernel's
+/// thermal family. The buffer is aligned as messages are; anything else it holds, cut off or not,
+/// says nothing.
+void readThermalEvents(std::span<const std::uint8_t> messages, int family, ThermalChanges& changes);
+
+/// Lets the kernel drop the messages that say nothing of the throttling before they wake the
+/// process: temperatures, capabilities of processors, which come every second under load. A netlink
+/// socket without it receives them all.
+bool dropOtherThermalEvents(int socket);
 
 /// The events of the kernel's thermal subsystem.
 ///
 /// Only the kernel and a process with the right to administer the network can send to its socket,
-/// and all that a message does is to have the level read again.
+/// and all that a message does is to change the level until it is read again.
 class ThermalEvents {
  public:
-  /// Calls back from the loop when the level may have changed; also when events were lost. On a
+  using Handler = std::function<void(const ThermalChanges& changes)>;
+
+  /// Calls back from the loop with what came at a time. Lost events may have been anything. On a
   /// kernel without such events (before 5.9, or in another network namespace than the first) it
   /// never does.
-  ThermalEvents(sd_event* event, std::function<void()> mayHaveChanged);
+  ThermalEvents(sd_event* event, Handler changed);
   ThermalEvents(const ThermalEvents&) = delete;  // the loop holds its address
   ThermalEvents& operator=(const ThermalEvents&) = delete;
 
@@ -38,7 +54,7 @@ class ThermalEvents {
  private:
   void receive();
 
-  std::function<void()> mayHaveChanged_;
+  Handler changed_;
   Descriptor socket_;
   int family_ = 0;
   EventSource readable_;  // goes before its socket

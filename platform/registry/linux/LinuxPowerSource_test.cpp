@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/registry/linux/LinuxPowerSource.h"
+
+#include <cctype>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "platform/registry/linux/LinuxDeviceRegistry.h"
+#include "platform/registry/linux/LinuxNotificationPort.h"
+#include "platform/registry/linux/PowerSourceNews.h"
+#include "platform/testing/MockKernel.h"
+#include "platform/testing/PrivateBus.h"
+#include "platform/testing/TemporaryDirectory.h"
+#include "platform/testing/TestLoop.h"
+
+namespace zorva {
+namespace {
+
+using Levels = std::vector<int>;
+using namespace std::chrono_literals;
+
+// Batteries whose drivers report the same in sysfs and in their events, as the kernel's class does.
+class LinuxPowerSourceTest : public MockKernelTest {
+ protected:
+  std::string add(const char* name, const char* type = "Battery", const char* scope = "System") {
+    g_free(umockdev_testbed_add_device(kernel_, "power_supply", name, nullptr, "type", type,
+                                       "scope", scope, nullptr, "POWER_SUPPLY_NAME", name,
+                                       nullptr));
+    return std::string("/sys/devices/") + name;
+  }
+  std::string addBattery(const char* name, int level) {
+    const std::string device = add(name);
+    report(device, "status", "Discharging");
+    report(device, "charge_full", "1000000");
+    report(device, "voltage_now", "4000000");
+    report(device, "current_now", "-250000");
+    report(device, "charge_now", std::to_string(level * 10'000));
+    return device;
+  }
+  void report(const std::string& device, std::string attribute, const std::string& value) {
+    set(device, attribute.c_str(), (value + "\n").c_str());
+    for (char& c : attribute) c = static_cast<char>(std::toupper(c));
+    const std::string variable = "POWER_SUPPLY_" + attribute;
+    umockdev_testbed_set_property(kernel_, device.c_str(), variable.c_str(), value.c_str());
+  }
+  void level(const std::string& device, int percent, const char* event = nullptr) {
+    report(device, "charge_now", std::to_string(percent * 10'000));
+    if (event) announce(device, event);
+  }
+  void announce(const std::string& device, const char* event = "change") {
+    send(device, event);
+    loop_.drain();
+  }
+  int shown(RegistryEntry& entry) const {
+    const Value now = entry.readProperty("CurrentCapacity");
+    if (now.isNothing()) return -1;
+    return static_cast<int>(now.real() * 100.0 / entry.readProperty("MaxCapacity").real());
+  }
+  // From here on every message adds the level.
+  void watch(const std::shared_ptr<LinuxPowerSource>& source) {
+    ASSERT_TRUE(port_.addToRunLoop());
+    ASSERT_EQ(port_.addInterest(
+                  source,
+                  [&](const auto& entry, auto, const Value&) { levels_.push_back(shown(*entry)); },
+                  interest_),
+              kRegistrySuccess);
+  }
+
+  LoopForTest loop_;
+  LinuxNotificationPort port_{loop_.event()};
+  Registration interest_;
+  Levels levels_;
+};
+
+TEST_F(LinuxPowerSourceTest, CountsTheBatteriesOfTheDevice) {
+  if (outside()) return;
+  LinuxDeviceRegistry registry(loop_.event());
+  int appeared = 0;
+  const Registration late = registry.observeFirstPowerSource([&] { ++appeared; });
+  add("AC", "Mains");
+  report(add("mouse", "Battery", "Device"), "capacity", "50");
+  report(add("bq24190-battery"), "status", "Charging");
+  announce("/sys/devices/bq24190-battery", "add");
+  EXPECT_EQ(registry.firstPowerSource(), nullptr);
+  EXPECT_FALSE(registry.hasGasGauge());
+  EXPECT_EQ(appeared, 0);
+
+  const std::string first = addBattery("BAT0", 90);
+  announce(first, "add");
+  EXPECT_EQ(appeared, 1);
+  const auto source = registry.firstPowerSource();
+  EXPECT_EQ(shown(*source), 90);
+  EXPECT_TRUE(registry.hasGasGauge());
+  const std::string second = addBattery("BAT1", 10);
+  loop_.drain();
+  EXPECT_EQ(shown(*source), 50);
+  EXPECT_EQ(source->readProperty("InstantAmperage"), Value(-500));
+  report(second, "present", "0");
+  loop_.drain();
+  EXPECT_EQ(shown(*source), 90);
+  report(first, "present", "0");
+  loop_.drain();
+  EXPECT_NE(registry.firstPowerSource(), nullptr) << "bays";
+  Dictionary none;
+  EXPECT_EQ(source->readProperties(none), kRegistryNoDevice);
+}
+
+// Firmware's gauges answer each attribute with a request of their own.
+TEST_F(LinuxPowerSourceTest, AnEventBringsTheState) {
+  if (outside()) return;
+  const std::string device = addBattery("BAT0", 50);
+  const auto source = std::make_shared<LinuxPowerSource>(
+      loop_.event(), LinuxDeviceRegistry::kPowerSupplies, nullptr);
+  watch(source);
+  umockdev_testbed_set_property(kernel_, device.c_str(), "POWER_SUPPLY_CHARGE_NOW", "480000");
+  set(device, "charge_now", "10000\n");
+  announce(device);
+  EXPECT_EQ(levels_, Levels{48});
+  // Nothing in the event: a gauge that failed while it was asked for one of its figures.
+  for (const char* name : {"STATUS", "CHARGE_NOW", "CHARGE_FULL", "VOLTAGE_NOW", "CURRENT_NOW"}) {
+    const std::string variable = std::string("POWER_SUPPLY_") + name;
+    umockdev_testbed_set_property(kernel_, device.c_str(), variable.c_str(), "");
+  }
+  std::ofstream("/sys/class/power_supply/BAT0/uevent", std::ios::trunc).flush();
+  level(device, 30, "change");
+  EXPECT_EQ(levels_, (Levels{48, 30}));
+}
+
+TEST_F(LinuxPowerSourceTest, ASilentDriverIsLookedAt) {
+  if (outside()) return;
+  PrivateBusForTest bus;
+  bus.start();
+  constexpr const char* kService = "org.freedesktop.UPower";
+  constexpr const char* kObject = "/org/freedesktop/UPower/devices/battery_axp20x";
+  constexpr const char* kDevice = "org.freedesktop.UPower.Device";
+  const auto upower = bus.startService(kService, kObject, kDevice);
+  LinuxBus client(loop_.event(), bus.address());
+  const std::string device = addBattery("axp20x-battery", 80);
+  const std::string charger = add("axp20x-usb", "USB");
+  LinuxPowerSource::Pace pace{.settled = 20ms, .coarse = 24h, .slack = 0ms};
+  const auto source = std::make_shared<LinuxPowerSource>(
+      loop_.event(), LinuxDeviceRegistry::kPowerSupplies, &client, pace);
+  watch(source);
+  const auto comes = [&](int percent) {
+    loop_.runUntil([&] { return !levels_.empty() && levels_.back() == percent; });
+  };
+  // The charger's event, before and after the battery has noticed it.
+  level(device, 79);
+  announce(charger);
+  level(device, 78);
+  comes(78);
+  level(device, 70);
+  source->systemWillSleep();
+  level(device, 65);
+  source->systemDidWake();
+  EXPECT_EQ(levels_, (Levels{79, 78, 70, 65}));
+
+  level(device, 64);
+  const std::uint64_t time = 1;
+  bus.call(kService, kObject, PrivateBusForTest::kMock, "AddProperty", "ssv", kDevice, "UpdateTime",
+           "t", time);
+  ASSERT_GE(bus.call(kService, kObject, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}",
+                     kDevice, 1, "UpdateTime", "t", time + 1),
+            0);
+  comes(64);
+}
+
+TEST_F(LinuxPowerSourceTest, ASilentDriverIsReadFromTimeToTime) {
+  if (outside()) return;
+  const std::string device = addBattery("axp20x-battery", 80);
+  const auto source = std::make_shared<LinuxPowerSource>(
+      loop_.event(), LinuxDeviceRegistry::kPowerSupplies, nullptr,
+      LinuxPowerSource::Pace{.settled = 24h, .coarse = 10ms, .slack = 0ms});
+  watch(source);
+  level(device, 79);
+  sd_event_run(loop_.event(), 50'000);
+  EXPECT_EQ(levels_, Levels{}) << "not proven yet";
+  source->systemWillSleep();
+  for (const int percent : {78, 77}) {
+    level(device, percent);
+    loop_.runUntil([&] { return levels_.back() == percent; });
+  }
+  level(device, 76, "change");  // an event of its own after all
+  level(device, 75);
+  sd_event_run(loop_.event(), 50'000);
+  EXPECT_EQ(levels_, (Levels{79, 78, 77, 76}));
+}
+
+TEST(SupplyReader, AGaugeThatTakesSecondsRests) {
+  const DirectoryForTest directory;
+  SupplyReader::Time now{};
+  const auto write = [&](const char* name, const char* text) { directory.write(name, text); };
+  SupplyReader gauge(directory / "", [&] { return now += 2s; });
+  write("uevent", "POWER_SUPPLY_NAME=slow\nPOWER_SUPPLY_CAPACITY=50\n");
+  gauge.read();
+  write("uevent", "POWER_SUPPLY_NAME=slow\nPOWER_SUPPLY_CAPACITY=49\n");
+  gauge.read();
+  EXPECT_EQ(gauge("capacity"), "50");
+  now += 20s;
+  gauge.read();
+  EXPECT_EQ(gauge("capacity"), "49");
+
+  // One by one, which is given up after the first; the others keep what they were.
+  write("uevent", "");
+  write("status", "Charging\n");
+  write("capacity", "10\n");
+  now += 1min;
+  gauge.read();
+  EXPECT_EQ(gauge("capacity"), "49");
+  // Not now, but a moment ago.
+  SupplyReader quick(directory / "");
+  quick.read();
+  EXPECT_EQ(quick("capacity"), "10");
+  write("uevent", "POWER_SUPPLY_NAME=slow\n");
+  quick.read();
+  EXPECT_EQ(quick("capacity"), "10");
+  EXPECT_EQ(quick("status"), std::nullopt);
+  EXPECT_FALSE(quick.hasGasGauge());
+  write("charge_full", "");
+  write("current_now", "");
+  EXPECT_TRUE(quick.hasGasGauge()) << "whether or not they can be read";
+}
+
+// An hour of two events a second, of a driver whose every event has other figures.
+TEST(PowerSourceNews, AStormIsOnceAMinute) {
+  const auto state = [](double level, int voltage, const char* chargeStatus = nullptr) {
+    Dictionary now{{"CurrentCapacity", level}, {"MaxCapacity", 100.0}, {"Voltage", voltage}};
+    if (chargeStatus) now.set("ChargeStatus", chargeStatus);
+    return now;
+  };
+  using Occasion = PowerSourceNews::Occasion;
+  PowerSourceNews news(state(80, 0));
+  PowerSourceNews::Time now{};
+  int reported = 0;
+  Dictionary last;
+  const auto see = [&](Occasion occasion, const Dictionary& seen) {
+    if (news.isNews(occasion, seen, false, now)) {
+      ++reported;
+      last = seen;
+    }
+  };
+  int event = 0;
+  for (; event < 7200; ++event, now += 500ms) {
+    if (news.heldUntil() && now >= *news.heldUntil()) see(Occasion::Held, state(80, event));
+    see(Occasion::OwnEvent, state(80.0 + event / 10'000.0, event));
+  }
+  EXPECT_GE(reported, 59);
+  EXPECT_LE(reported, 70);
+  ASSERT_TRUE(news.heldUntil());
+  now = *news.heldUntil();
+  see(Occasion::Held, state(80, event));
+  EXPECT_EQ(last, state(80, event)) << "the last state is never lost";
+  EXPECT_FALSE(news.heldUntil());
+  // What has a meaning is news at once; what is equal is none.
+  reported = 0;
+  see(Occasion::OwnEvent, state(80, event));
+  EXPECT_EQ(reported, 0);
+  see(Occasion::OwnEvent, state(80, event, "HighTemperature"));
+  see(Occasion::OwnEvent, state(79.99, event, "HighTemperature"));
+  see(Occasion::Look, {});
+  EXPECT_EQ(reported, 3);
+}
+
+TEST(PowerSourceNews, LearnsWhetherTheDriverSendsEvents) {
+  using Occasion = PowerSourceNews::Occasion;
+  using Driver = PowerSourceNews::Driver;
+  const auto state = [](int level, bool charging) {
+    return Dictionary{{"CurrentCapacity", level}, {"MaxCapacity", 100}, {"IsCharging", charging}};
+  };
+  PowerSourceNews news(state(80, false));
+  const struct {
+    const char* what;
+    Occasion occasion;
+    int level;
+    bool charging, slept;
+    Driver driver;
+  } steps[] = {
+      {"a sleep's loss", Occasion::Look, 75, false, true, Driver::Unproven},
+      {"nothing moved", Occasion::Look, 75, false, false, Driver::Unproven},
+      {"firmware that speaks when plugged", Occasion::OwnEvent, 60, true, false, Driver::Silent},
+      {"unplugged", Occasion::OwnEvent, 61, false, false, Driver::Silent},
+      {"a percent", Occasion::OwnEvent, 60, false, false, Driver::Eventful},
+      {"a sleep's loss", Occasion::OwnEvent, 50, false, true, Driver::Eventful},
+      {"seen elsewhere", Occasion::Look, 49, false, false, Driver::Silent},
+  };
+  PowerSourceNews::Time now{};
+  for (const auto& step : steps) {
+    news.isNews(step.occasion, state(step.level, step.charging), step.slept, now += 1min);
+    EXPECT_EQ(news.driver(), step.driver) << step.what;
+  }
+}
+
+}  // namespace
+}  // namespace zorva
