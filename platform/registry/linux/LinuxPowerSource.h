@@ -46,7 +46,7 @@ class LinuxPowerSource : public LinuxRegistryEntry {
   /// Whether the device has a battery, or the bay of one.
   bool exists();
   /// Whether a battery measures its current and its full charge. Decided by the attributes that are
-  /// there, whether or not they can be read now.
+  /// there, whether or not they can be read now; while every battery is out, by those of the bays.
   bool hasGasGauge();
 
   /// Lets the watches look at the batteries around a sleep of the system.
@@ -75,10 +75,10 @@ class LinuxPowerSource : public LinuxRegistryEntry {
   LinuxBus* bus_;
   Pace pace_;
   Observers<> sleeps_;
-  std::map<std::string, std::optional<Member>> supplies_;  // by name; those that do not count: none
-  bool present_ = false;                                   // at least one battery
-  Dictionary properties_;                                  // empty while no battery is present
-  std::optional<std::uint64_t> turn_;                      // of the loop, at the last reading
+  std::map<std::string, Member> members_;  // by name; those that count
+  bool present_ = false;                   // at least one battery
+  Dictionary properties_;                  // empty while no battery is present
+  std::optional<std::uint64_t> turn_;      // of the loop, at the last reading
 };
 
 }  // namespace zorva
