@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "platform/kit/loop/EventSources.h"
-#include "platform/registry/linux/PowerSourceNews.h"
 
 namespace zorva {
 namespace {
@@ -19,9 +18,6 @@ constexpr const char* kUPowerRefreshed =
     "type='signal',sender='org.freedesktop.UPower',"
     "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
     "arg0='org.freedesktop.UPower.Device'";
-
-// Of the other batteries, when one of them sends an event.
-constexpr std::chrono::minutes kStale{1};
 
 std::chrono::nanoseconds timeOf(clockid_t clock) {
   timespec time{};
@@ -76,7 +72,7 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
         settled_(event, [this] { look(); }),
         coarse_(event, [this] { look(); }) {
     source_.read();
-    news_.emplace(source_.properties_);
+    news_.emplace(source_.properties_, source_.pace_.drifts);
     sleep_ = source_.sleeps_.add([this] { look(); });
     prepare();
   }
@@ -131,7 +127,7 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
       held_.stop();
     } else if (!held_.running()) {
       const auto delay = std::chrono::duration_cast<microseconds>(*held - steady_clock::now());
-      held_.start(std::max(delay, microseconds(0)), std::chrono::seconds(10));
+      held_.start(std::max(delay, microseconds(0)), source_.pace_.drifts / 6);
     }
     const bool silent = news_->driver() == Driver::Silent;
     if (!silent || !source_.present_ || source_.properties_["FullyCharged"].boolean()) {
@@ -222,7 +218,7 @@ bool LinuxPowerSource::take(sd_device* device) {
   for (auto& [name, member] : members_) {
     if (name == sysname) continue;
     const auto readAt = member.reader.readAt();
-    if (!readAt || steady_clock::now() - *readAt >= kStale) member.reader.read();
+    if (!readAt || steady_clock::now() - *readAt >= pace_.stale) member.reader.read();
   }
   combine();
   std::uint64_t turn = 0;

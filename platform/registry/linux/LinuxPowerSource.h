@@ -12,6 +12,7 @@
 #include "platform/base/Observers.h"
 #include "platform/kit/bus/LinuxBus.h"
 #include "platform/registry/linux/LinuxRegistryEntry.h"
+#include "platform/registry/linux/PowerSourceNews.h"
 #include "platform/registry/linux/PowerSupply.h"
 #include "platform/registry/linux/SupplyReader.h"
 
@@ -35,6 +36,10 @@ class LinuxPowerSource : public LinuxRegistryEntry {
     /// processor is awake for other timers too.
     std::chrono::microseconds coarse = std::chrono::minutes(5);
     std::chrono::microseconds slack = std::chrono::minutes(3);
+    /// So old are the other batteries' figures at most when one of them sends an event.
+    std::chrono::microseconds stale = std::chrono::minutes(1);
+    /// Between reports of mere drifts.
+    std::chrono::microseconds drifts = PowerSourceNews::kBetweenDrifts;
   };
 
   /// `classDirectory` is the power_supply class's. The event loop must outlive this, and the bus

@@ -53,6 +53,10 @@ class LinuxPowerSourceTest : public MockKernelTest {
     send(device, event);
     loop_.drain();
   }
+  void wait(std::chrono::milliseconds time) const {
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end) sd_event_run(loop_.event(), 10'000);
+  }
   int shown(RegistryEntry& entry) const {
     const Value now = entry.readProperty("CurrentCapacity");
     if (now.isNothing()) return -1;
@@ -116,12 +120,15 @@ TEST_F(LinuxPowerSourceTest, AnEventBringsTheState) {
   if (outside()) return;
   const std::string device = addBattery("BAT0", 50);
   const auto source = std::make_shared<LinuxPowerSource>(
-      loop_.event(), LinuxDeviceRegistry::kPowerSupplies, nullptr);
+      loop_.event(), LinuxDeviceRegistry::kPowerSupplies, nullptr,
+      LinuxPowerSource::Pace{.stale = 0ms, .drifts = 500ms});
   watch(source);
   umockdev_testbed_set_property(kernel_, device.c_str(), "POWER_SUPPLY_CHARGE_NOW", "480000");
+  send(device, "change");
   set(device, "charge_now", "10000\n");
-  announce(device);
-  EXPECT_EQ(levels_, Levels{48});
+  std::ofstream("/sys/class/power_supply/BAT0/uevent", std::ios::trunc).flush();
+  loop_.drain();
+  EXPECT_EQ(levels_, Levels{48}) << "nothing is read";
   // Nothing in the event: a gauge that failed while it was asked for one of its figures.
   for (const char* name : {"STATUS", "CHARGE_NOW", "CHARGE_FULL", "VOLTAGE_NOW", "CURRENT_NOW"}) {
     const std::string variable = std::string("POWER_SUPPLY_") + name;
@@ -130,6 +137,16 @@ TEST_F(LinuxPowerSourceTest, AnEventBringsTheState) {
   std::ofstream("/sys/class/power_supply/BAT0/uevent", std::ios::trunc).flush();
   level(device, 30, "change");
   EXPECT_EQ(levels_, (Levels{48, 30}));
+  // A drift is held back, but not lost.
+  report(device, "current_now", "-300000");
+  announce(device);
+  EXPECT_EQ(levels_.size(), 2);
+  loop_.runUntil([&] { return levels_.size() == 3; });
+  const std::string other = addBattery("BAT1", 90);
+  source->systemDidWake();
+  level(other, 70);
+  announce(device);
+  EXPECT_EQ(levels_, (Levels{48, 30, 30, 60, 50})) << "old figures of the others are read";
 }
 
 TEST_F(LinuxPowerSourceTest, ASilentDriverIsLookedAt) {
@@ -155,15 +172,17 @@ TEST_F(LinuxPowerSourceTest, ASilentDriverIsLookedAt) {
   std::uint64_t time = 1;
   bus.call(kService, kObject, PrivateBusForTest::kMock, "AddProperty", "ssv", kDevice, "UpdateTime",
            "t", time);
-  while (++time < 4) {
-    ASSERT_GE(bus.call(kService, kObject, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}",
-                       kDevice, 1, "UpdateTime", "t", time),
-              0);
-  }
+  const auto refresh = [&] {
+    for (int signal = 0; signal < 2; ++signal) {
+      ASSERT_GE(bus.call(kService, kObject, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}",
+                         kDevice, 1, "UpdateTime", "t", ++time),
+                0);
+    }
+  };
+  refresh();
   comes(79);
   level(device, 78);
-  const auto end = std::chrono::steady_clock::now() + 500ms;
-  while (std::chrono::steady_clock::now() < end) sd_event_run(loop_.event(), 10'000);
+  wait(500ms);
   EXPECT_EQ(levels_, Levels{79});
   // The charger's event, before and after the battery has noticed it.
   announce(charger);
@@ -173,7 +192,12 @@ TEST_F(LinuxPowerSourceTest, ASilentDriverIsLookedAt) {
   source->systemWillSleep();
   level(device, 65);
   source->systemDidWake();
-  EXPECT_EQ(levels_, (Levels{79, 78, 77, 70, 65}));
+  level(device, 64, "change");  // an event of its own after all
+  wait(500ms);
+  level(device, 63);
+  refresh();
+  wait(50ms);
+  EXPECT_EQ(levels_, (Levels{79, 78, 77, 70, 65, 64}));
 }
 
 TEST_F(LinuxPowerSourceTest, ASilentDriverIsReadFromTimeToTime) {
@@ -184,17 +208,32 @@ TEST_F(LinuxPowerSourceTest, ASilentDriverIsReadFromTimeToTime) {
       LinuxPowerSource::Pace{.settled = 24h, .coarse = 10ms, .slack = 0ms});
   watch(source);
   level(device, 79);
-  sd_event_run(loop_.event(), 50'000);
+  wait(50ms);
   EXPECT_EQ(levels_, Levels{}) << "not proven yet";
   source->systemWillSleep();
-  for (const int percent : {78, 77}) {
+  const auto isRead = [&](int percent) {
     level(device, percent);
     loop_.runUntil([&] { return levels_.back() == percent; });
-  }
-  level(device, 76, "change");  // an event of its own after all
+  };
+  isRead(78);
+  isRead(77);
+  report(device, "status", "Full");
+  isRead(76);
   level(device, 75);
-  sd_event_run(loop_.event(), 50'000);
-  EXPECT_EQ(levels_, (Levels{79, 78, 77, 76}));
+  wait(50ms);
+  EXPECT_EQ(levels_.back(), 76) << "not while it is full";
+  report(device, "present", "0");
+  report(device, "status", "Discharging");
+  source->systemDidWake();
+  report(device, "present", "1");
+  wait(50ms);
+  EXPECT_EQ(levels_.back(), -1) << "nor while it is out";
+  source->systemDidWake();
+  isRead(74);
+  level(device, 73, "change");  // an event of its own after all
+  level(device, 72);
+  wait(50ms);
+  EXPECT_EQ(levels_, (Levels{79, 78, 77, 76, -1, 75, 74, 73}));
 }
 
 TEST(SupplyReader, AGaugeThatTakesSecondsRests) {
@@ -226,6 +265,11 @@ TEST(SupplyReader, AGaugeThatTakesSecondsRests) {
   quick.read();
   EXPECT_EQ(quick("capacity"), "10");
   EXPECT_EQ(quick("status"), std::nullopt);
+  write("uevent", "POWER_SUPPLY_PRESENT=0\n");
+  quick.read();
+  write("uevent", "POWER_SUPPLY_PRESENT=1\n");
+  quick.read();
+  EXPECT_EQ(quick("capacity"), std::nullopt) << "of another battery";
   EXPECT_FALSE(quick.hasGasGauge());
   write("charge_full", "");
   write("current_now", "");
@@ -265,6 +309,7 @@ TEST(PowerSourceNews, AStormIsOnceAMinute) {
   // What has a meaning is news at once; what is equal is none.
   reported = 0;
   see(Occasion::OwnEvent, state(80, event));
+  see(Occasion::Look, state(80, event + 1));
   EXPECT_EQ(reported, 0);
   see(Occasion::OwnEvent, state(80, event, "HighTemperature"));
   see(Occasion::OwnEvent, state(79.99, event, "HighTemperature"));

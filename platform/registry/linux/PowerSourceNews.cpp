@@ -5,8 +5,9 @@
 
 namespace zorva {
 
-PowerSourceNews::PowerSourceNews(const Dictionary& state)
-    : reported_(state),
+PowerSourceNews::PowerSourceNews(const Dictionary& state, std::chrono::microseconds betweenDrifts)
+    : betweenDrifts_(betweenDrifts),
+      reported_(state),
       reportedMeaning_(meaningOf(state)),
       seen_(reportedMeaning_),
       announced_(seen_.percent) {}
@@ -25,11 +26,11 @@ bool PowerSourceNews::isNews(Occasion occasion, const Dictionary& state, bool sl
   const Meaning meaning = meaningOf(state);
   if (occasion != Occasion::Held) learn(occasion, meaning, slept);
   seen_ = meaning;
-  const bool soon = reportedAt_ && now - *reportedAt_ < kBetweenDrifts;
+  const bool soon = reportedAt_ && now - *reportedAt_ < betweenDrifts_;
   const bool swinging = occasion != Occasion::Held && soon && swings(meaning);
   bool news = meaning != reportedMeaning_ && !swinging;
   if (swinging) {
-    heldUntil_ = *reportedAt_ + kBetweenDrifts;
+    heldUntil_ = *reportedAt_ + betweenDrifts_;
   } else if (!news && occasion != Occasion::Look) {
     const bool changed = state != reported_;
     if (occasion == Occasion::Held) {
@@ -37,7 +38,7 @@ bool PowerSourceNews::isNews(Occasion occasion, const Dictionary& state, bool sl
     } else if (!soon) {
       news = true;
     } else if (changed) {
-      heldUntil_ = *reportedAt_ + kBetweenDrifts;
+      heldUntil_ = *reportedAt_ + betweenDrifts_;
     }
   }
   if (occasion == Occasion::Held) heldUntil_.reset();

@@ -34,7 +34,8 @@ class PowerSourceNews {
 
   /// `state` is what the power source publishes, empty while there is no battery. It counts as
   /// reported already.
-  explicit PowerSourceNews(const Dictionary& state);
+  explicit PowerSourceNews(const Dictionary& state,
+                           std::chrono::microseconds betweenDrifts = kBetweenDrifts);
 
   /// Whether the state is to be reported. `slept`: the system was asleep since the last call, when
   /// no driver sends events.
@@ -55,6 +56,7 @@ class PowerSourceNews {
   bool swings(const Meaning& meaning) const;
   void learn(Occasion occasion, const Meaning& seen, bool slept);
 
+  std::chrono::microseconds betweenDrifts_;
   Dictionary reported_;
   Meaning reportedMeaning_;
   Meaning seen_;                             // at the last call

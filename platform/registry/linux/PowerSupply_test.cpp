@@ -220,6 +220,10 @@ TEST(PowerSupply, ALossUnderAWeakChargerIsNoGain) {
     }
     EXPECT_EQ(sign.withDirection(c.says, "Charging"), c.underTheCharger) << c.driver;
   }
+  CurrentSign sign;
+  readBattery(attributes("status=Discharging current_now=-200000 current_avg=100000"), sign);
+  const Battery battery = readBattery(attributes("status=Charging current_now=-300000"), sign);
+  EXPECT_EQ(battery.current, -300) << "an average lags behind";
 }
 
 }  // namespace
