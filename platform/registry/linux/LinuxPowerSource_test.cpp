@@ -144,6 +144,7 @@ TEST_F(LinuxPowerSourceTest, AnEventBringsTheState) {
   loop_.runUntil([&] { return levels_.size() == 3; });
   const std::string other = addBattery("BAT1", 90);
   source->systemDidWake();
+  loop_.drain();
   level(other, 70);
   announce(device);
   EXPECT_EQ(levels_, (Levels{48, 30, 30, 60, 50})) << "old figures of the others are read";
@@ -311,6 +312,7 @@ TEST(PowerSourceNews, AStormIsOnceAMinute) {
   see(Occasion::OwnEvent, state(80, event));
   see(Occasion::Look, state(80, event + 1));
   EXPECT_EQ(reported, 0);
+  EXPECT_FALSE(news.heldUntil());
   see(Occasion::OwnEvent, state(80, event, "HighTemperature"));
   see(Occasion::OwnEvent, state(79.99, event, "HighTemperature"));
   see(Occasion::Look, {});
