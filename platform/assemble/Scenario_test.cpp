@@ -46,6 +46,9 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
        "2:24: the key \"volt\" is not known here; use one of: level, max_capacity, current"},
       {"device: {battery: {\"le\\nvel\": 1}}", "1:20: the key \"le\\x0avel\" is not known here"},
       {"device: {users: {a: {user_id: 1}}}", "1:21: the key \"group_id\" is missing here"},
+      {"device: {power_model: {energy: 50, asleep: 1, awake: 2}}",
+       "1:23: the key \"voltage\" is missing here"},
+      {"device: {power_model: {energy: 0, voltage: 11}}", "1:32: write a number from 0.001 to "},
       // steps and their order
       {"steps: {at: 1}", "1:8: a list is wanted here"},
       {"steps: [5]", "1:9: a step is a mapping"},
@@ -82,6 +85,8 @@ TEST(Scenario, WhatIsWrongIsSaidWithItsPlaceAndARemedy) {
       {step("interfaces: {remove: [en0, en0]}"), "3:32: there is no interface of this name then"},
       {step("interfaces: {add: {name: en0}}"), "3:30: there is an interface of this name already"},
       {step("processes: {end: 77}"), "3:22: there is no process of this id then"},
+      {step("processes: {load: {1: 65}}"), "3:27: write a number from 0 to 64 here"},
+      {step("charger: 45"), "3:14: a charger needs a \"power_model\" under \"device\""},
       {step("sockets: {open: {process: 1, tcp: 1.2.3.4}}"),
        "3:39: this is no address and port, such as 10.2.3.4:49152"},
       {step("sockets: {open: {process: 1, remote: \"1.2.3.4:5\"}}"),

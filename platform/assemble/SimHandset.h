@@ -8,6 +8,7 @@
 #include "platform/accessories/sim/SimAccessoryManager.h"
 #include "platform/applications/sim/SimApplicationStates.h"
 #include "platform/assemble/Platform.h"
+#include "platform/assemble/SimPowerModel.h"
 #include "platform/assertions/sim/SimPowerManagement.h"
 #include "platform/audio/sim/SimAudioSystem.h"
 #include "platform/bluetooth/sim/SimBluetoothServer.h"
@@ -132,6 +133,7 @@ class SimHandset {
   SimLocationService& location() { return location_; }
   SimAccessoryManager& accessories() { return accessories_; }
   SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
+  SimPowerModel& powerModel() { return powerModel_; }
 
  protected:
   /// For a handset with further services.
@@ -194,6 +196,9 @@ class SimHandset {
   SimLocationService location_{parts_, notifications_};
   SimAccessoryManager accessories_{parts_};
   SimSystemLogQueries systemLogQueries_{parts_, clock_};
+  SimPowerModel powerModel_{
+      parts_,
+      {runLoop_, battery_, backlight_, processes_, interfaces_, systemPower_, telephony_, audio_}};
   Platform platform_;
 };
 
