@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The short way to everything. `make` alone builds the programs; see README.md.
+# Shortcuts for the common tasks. `make` alone builds the programs; see README.md.
 
 PRESET ?= release
 BUILD = build/$(PRESET)
@@ -11,7 +11,7 @@ CONFIGURE ?=
 build: configure
 	@cmake --build --preset $(PRESET) --target programs
 
-# Each installs the missing Debian packages. If it may not, it says what to do.
+# Each installs the missing Debian packages, or prints what to do if it may not install them.
 setup-build:
 	@mkdir -p build
 	@tools/setup tools/packages-build.txt

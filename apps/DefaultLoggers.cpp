@@ -12,6 +12,7 @@
 #include "loggers/ZVApplicationLogger.h"
 #include "loggers/ZVAudioLogger.h"
 #include "loggers/ZVBluetoothLogger.h"
+#include "loggers/ZVEnergyLogger.h"
 #include "loggers/ZVGeodyneLogger.h"
 #include "loggers/ZVKeeplineLogger.h"
 #include "loggers/ZVLocaleLogger.h"
@@ -22,6 +23,7 @@
 #include "loggers/ZVSyncwardLogger.h"
 #include "loggers/ZVSyslogLogger.h"
 #include "loggers/ZVWiFiLogger.h"
+#include "loggers/ZVWorkLogger.h"
 #include "power/ZVBatteryLogger.h"
 #include "power/ZVDisplayLogger.h"
 #include "power/ZVPowerAssertionChangedLogger.h"
@@ -54,7 +56,7 @@ Registration observeBattery(const Platform& platform, std::function<void()> appe
 }
 
 // clang-format off
-constexpr std::array<LoggerRow, 26> kRows{{
+constexpr std::array<LoggerRow, 28> kRows{{
     {[](const LoggerParts& p) -> Made {
        return ZVConfigLogger::loggerWithConnection(p.services, p.platform.telephonyNotifications, connection(p),
                                                    {{p.platform.registry, p.platform.device, p.platform.systemLog},
@@ -121,6 +123,10 @@ constexpr std::array<LoggerRow, 26> kRows{{
                                                          connection(p), p.platform.telephony); }},
     {[](const LoggerParts& p) -> Made {
        return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
+    {[](const LoggerParts& p) -> Made {
+       return ZVEnergyLogger::logger(p.services, p.platform.energy); }},
+    {[](const LoggerParts& p) -> Made {
+       return ZVWorkLogger::logger(p.services, p.platform.work); }},
 }};
 // clang-format on
 

@@ -19,8 +19,8 @@
 namespace zorva {
 namespace {
 
-// One of the two conditions without which a daemon makes no sense. A person who starts the daemon
-// reads standard error, a service manager's reader the system log.
+// The daemon cannot work without the directory or without its watch. The message goes to standard
+// error for a person who starts the daemon in a terminal, and to the system log for a service.
 bool check(bool condition, const char* text) {
   if (condition) return true;
   const std::string message =
@@ -31,9 +31,8 @@ bool check(bool condition, const char* text) {
   return false;
 }
 
-// If no log could be opened, the file that has its name is left alone. In place of one that is
-// written, an editor or another user of the directory may have put another file or a link: then the
-// log is gone.
+// If no log could be opened, the file that has its name is left alone. An editor or another user of
+// the directory may have replaced the current log by another file or a link: then the log is gone.
 bool currentLogFileExists() {
   if (sZorvaState.logFilePath.empty()) return false;
   const std::string path = sZorvaContext.platform->files.hostPath(sZorvaState.logFilePath);
@@ -59,7 +58,7 @@ bool WatchCrashReportDirectory() {
     sZorvaState.watchDescriptorObject =
         Registration([] { ::close(std::exchange(sZorvaState.kqueue, -1)); });
   }
-  // Without the watch the daemon continues with the file that it has.
+  // If the watch fails, the daemon continues with its current file.
   const bool watched =
       platform.files.watchDirectory(sZorvaState.kqueue, sZorvaState.crashReportDirectoryDescriptor);
   sZorvaState.watchSource =
@@ -81,7 +80,7 @@ void UnwatchCrashReportDirectory() {
 }
 
 void CrashReportDirectoryCallback() {
-  // Taken before the file is checked: what happens from here on makes the queue readable again.
+  // Read the event before checking the file: any later change makes the queue readable again.
   sZorvaContext.platform->files.takeEvents(sZorvaState.kqueue);
   if (currentLogFileExists()) return;
   sZorvaContext.platform->systemLog.write("creating new log");

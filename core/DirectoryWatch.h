@@ -3,16 +3,15 @@
 
 namespace zorva {
 
-/// Watches the log directory from now on: when the current log file has disappeared from its path,
-/// logging starts anew in a new file. Returns false, with a message that names the failed check on
-/// standard error and on the system log, when the directory cannot be opened or no event queue is
-/// to be had.
+/// Starts watching the log directory: when the current log file has disappeared from its path,
+/// logging restarts in a new file. If the directory cannot be opened or no event queue can be
+/// created, returns false and reports the failed check on standard error and in the system log.
 bool WatchCrashReportDirectory();
 
-/// Ends the watch. Does nothing when it was never set up.
+/// Stops the watch. Does nothing if it was never set up.
 void UnwatchCrashReportDirectory();
 
-/// The watch's answer to an event in the directory.
+/// Handles an event in the directory.
 void CrashReportDirectoryCallback();
 
 }  // namespace zorva

@@ -24,31 +24,32 @@ namespace {
 constexpr const char* kFileDatePattern = "YYYY-MM-dd-HHmmss";
 constexpr int kLastAttempt = 9;
 
-// The file must be a new one: a name that is taken, by a link too, is not opened.
+// The file must be new: a name that exists already, even as a link, is not opened.
 int createFile(const std::string& hostPath) {
   return ::open(hostPath.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_NOCTTY | O_CLOEXEC,
                 0644);
 }
 
-// Opens a file that is there, if it can be one that an earlier start has left: plain, with no other
-// name, and with the owner that we give ours. Without O_NONBLOCK a planted pipe would hold the
-// daemon up; regular files do not mind it.
-int openOldFile(const std::string& hostPath, const std::optional<AccountDatabase::Ids>& mobile) {
+// Opens an existing file if it can be one that an earlier start left: a regular file with a single
+// link and the owner of our log files. O_NONBLOCK keeps a planted pipe from blocking the daemon; it
+// has no effect on regular files.
+int openExistingFile(const std::string& hostPath,
+                     const std::optional<AccountDatabase::Ids>& mobile) {
   const int descriptor = ::open(
       hostPath.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (descriptor < 0) return -1;
-  const bool givesAway = ::geteuid() == 0 && mobile.has_value();
+  const bool changesOwner = ::geteuid() == 0 && mobile.has_value();
   struct stat status;
   if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
-      status.st_uid == (givesAway ? mobile->user : ::geteuid())) {
+      status.st_uid == (changesOwner ? mobile->user : ::geteuid())) {
     return descriptor;
   }
   ::close(descriptor);
   return -1;
 }
 
-// Makes a file under the first free name of this moment, or appends to the last one tried. Leaves
-// the path in sZorvaState.logFilePath, empty when none could be made.
+// Creates a file under the first free name for this second, or appends to the last name tried.
+// Stores the path in sZorvaState.logFilePath; it is empty if no file could be opened.
 int openNextFile(const std::optional<AccountDatabase::Ids>& mobile) {
   const Platform& platform = *sZorvaContext.platform;
   const auto formatter = platform.dates.makeFormatter(kFileDatePattern);
@@ -64,12 +65,12 @@ int openNextFile(const std::optional<AccountDatabase::Ids>& mobile) {
     const std::string hostPath = platform.files.hostPath(path);
     const int descriptor = createFile(hostPath);
     if (descriptor >= 0) {
-      // Where it cannot be given away the file stays the daemon's own.
+      // If the owner cannot be changed, the file stays the daemon's own.
       if (mobile.has_value() && ::fchown(descriptor, mobile->user, mobile->group) != 0) errno = 0;
       return descriptor;
     }
     if (errno != EEXIST) return -1;
-    if (attempt == kLastAttempt) return openOldFile(hostPath, mobile);
+    if (attempt == kLastAttempt) return openExistingFile(hostPath, mobile);
   }
   return -1;
 }

@@ -6,13 +6,15 @@ namespace zorva {
 /// The number on the version line of every log file.
 inline constexpr int kLogVersion = 5;
 
-/// Opens the output into sZorvaState.logFile: standard output, or in daemon mode a new log file
-/// whose path goes to sZorvaState.logFilePath, given to the user "mobile" and headed by the version
-/// line. Returns false, with the reason on the system log, when no file can be opened.
+/// Opens the output sZorvaState.logFile: standard output, or in daemon mode a new log file. The
+/// file belongs to the user "mobile" and begins with the version line; its path is stored in
+/// sZorvaState.logFilePath. If no file can be opened, returns false and reports the reason to the
+/// system log.
 ///
-/// The directory may be writable for others: a planted link is neither followed nor replaced, only
-/// a file that we have just made is given away, and one that is there already is appended to only
-/// when it can be ours: a regular file with our files' owner and no other link.
+/// Other users may be able to write to the directory. A planted link is therefore neither followed
+/// nor replaced, and only a file that we have just created changes its owner. An existing file is
+/// appended to only if it can be ours: a regular file with the owner of our files and a single
+/// link.
 bool OpenLogFile();
 
 }  // namespace zorva

@@ -8,17 +8,17 @@
 
 namespace zorva {
 
-/// An output stream on a descriptor: what is written waits until flush() hands it over in one
-/// write(2), however long it is.
+/// An output stream on a descriptor: text is buffered until flush() writes it in one write(2),
+/// whatever its length.
 ///
-/// What cannot be written is lost, and nothing else: after a write that stopped short, the next one
-/// starts on a line of its own. Write errors are not reported.
+/// Text that cannot be written is lost. After a partial write, the next one starts on a new line.
+/// Write errors are not reported.
 class LogStream {
  public:
   enum class Ownership { Borrowed, Owned };
 
-  /// An owned descriptor is closed with the stream.
-  /// `broken` is called at each write to a pipe that no process reads any more.
+  /// An owned descriptor is closed with the stream. `broken` is called at each write to a pipe that
+  /// has no reader any more.
   LogStream(int descriptor, Ownership ownership, std::function<void()> broken = nullptr)
       : descriptor_(descriptor),
         owned_(ownership == Ownership::Owned),
@@ -36,7 +36,7 @@ class LogStream {
   int descriptor_;
   bool owned_;
   std::function<void()> broken_;
-  bool lineCut_ = false;
+  bool lineIncomplete_ = false;
   std::string pending_;
 };
 

@@ -12,7 +12,7 @@
 namespace zorva {
 namespace {
 
-TEST(LogStream, LosesOnlyWhatCannotBeWritten) {
+TEST(LogStream, LosesOnlyTextThatCannotBeWritten) {
   char name[] = "/tmp/zorva-stream-XXXXXX";
   const int file = ::mkstemp(name);
   ASSERT_GE(file, 0);
@@ -42,7 +42,7 @@ TEST(LogStream, WaitsForTheReaderOfANonBlockingPipe) {
   int ends[2];
   ASSERT_EQ(::pipe(ends), 0);
   ASSERT_EQ(::fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
-  const std::string text(4 << 20, 'x');  // many times what a pipe holds
+  const std::string text(4 << 20, 'x');  // many times the capacity of a pipe
   const pid_t writer = ::fork();
   if (writer == 0) {
     LogStream stream(ends[1], LogStream::Ownership::Borrowed);
@@ -59,7 +59,9 @@ TEST(LogStream, WaitsForTheReaderOfANonBlockingPipe) {
   }
   EXPECT_EQ(length, text.size());
   ::close(ends[0]);
-  ::waitpid(writer, nullptr, 0);
+  rusage used{};
+  ::wait4(writer, nullptr, 0, &used);
+  EXPECT_GT(used.ru_nvcsw, 10) << "it slept while the pipe was full";
 }
 
 }  // namespace

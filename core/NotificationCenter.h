@@ -12,10 +12,10 @@
 
 namespace zorva {
 
-/// What a post carries beside the name, by key.
+/// The data that a post carries in addition to its name, by key.
 using UserInformation = std::map<std::string, std::any, std::less<>>;
 
-/// One post, as an observer sees it.
+/// One post, as an observer receives it.
 struct Notification {
   std::string_view name;
   const void* sender;  ///< the object that posted it, for comparison only
@@ -23,13 +23,13 @@ struct Notification {
 };
 
 /// The notification centre of this process. A post calls every observer of the name before it
-/// returns, in the order in which they came. Observers says what may happen inside a post.
+/// returns, in the order of registration. Observers describes what a callback may do during a post.
 class NotificationCenter {
  public:
   using Callback = std::function<void(const Notification&)>;
 
-  /// Calls back for posts of the name, by the sender only when one is given. The registration may
-  /// outlive the centre.
+  /// Calls back for posts of the name; if a sender is given, only for its posts. The registration
+  /// may outlive the centre.
   Registration observe(const std::string& name, Callback callback, const void* sender = nullptr);
 
   void post(std::string_view name, const void* sender = nullptr,

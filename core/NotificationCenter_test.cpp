@@ -22,12 +22,12 @@ TEST(NotificationCenter, CallsObserversOfTheNameAndSenderInOrder) {
   const auto filtered = centre.observe(
       "a", [&](const Notification&) { calls.push_back("mine"); }, &mine);
   centre.post("a", &mine);
-  centre.post("a", &other, {{"key", "told"}});
+  centre.post("a", &other, {{"key", "other"}});
   centre.post("c");
-  EXPECT_EQ(calls, (Calls{"any", "mine", "told"}));
+  EXPECT_EQ(calls, (Calls{"any", "mine", "other"}));
 }
 
-TEST(NotificationCenter, ObserversMayComeAndGoDuringAPost) {
+TEST(NotificationCenter, ObserversCanBeAddedAndRemovedDuringAPost) {
   NotificationCenter centre;
   Calls calls;
   Registration first;
@@ -35,8 +35,8 @@ TEST(NotificationCenter, ObserversMayComeAndGoDuringAPost) {
   Registration added;
   first = centre.observe("a", [&](const Notification&) {
     calls.push_back("first");
-    first.reset();   // itself, while it runs
-    second.reset();  // one that has not had its turn
+    first.reset();   // itself, while it is being called
+    second.reset();  // one that has not been called yet
     added = centre.observe("a", [&](const Notification&) { calls.push_back("added"); });
   });
   second = centre.observe("a", [&](const Notification&) { calls.push_back("second"); });

@@ -3,8 +3,8 @@
 
 namespace zorva {
 
-/// Posted in this process by the sleep/wake logger when the system says that it will sleep, before
-/// the entry and before sleep is allowed.
+/// Posted in this process by the sleep/wake logger when the system announces that it will sleep,
+/// before the entry and before sleep is allowed.
 inline constexpr const char* kDeviceWillSleep = "ZVDeviceWillSleepNotification";
 
 /// Posted after the entries of a wake.

@@ -15,7 +15,7 @@ namespace zorva {
 namespace {
 
 template <typename Integer>
-Integer heldTo(double number) {
+Integer clampedTo(double number) {
   if (std::isnan(number)) return 0;
   if (number >= static_cast<double>(std::numeric_limits<Integer>::max())) {
     return std::numeric_limits<Integer>::max();
@@ -44,7 +44,7 @@ void ZVLogger::logEntryWithBodyForDate(std::string_view category, std::string_vi
         formatText("No file available to add %s log entry", std::string(category).c_str()));
     return;
   }
-  // "%s [%s]%s\n": put together by hand, so that a body may hold any byte.
+  // "%s [%s]%s\n", but concatenated, so that a body may contain any byte.
   logFile_->write(services_.entryDates.format(date));
   logFile_->write(" [");
   logFile_->write(category);
@@ -68,8 +68,8 @@ void ZVLogger::logSeparator() {
 }
 
 std::string ZVLogger::formatTimeInSeconds(double seconds) {
-  const auto minutes = heldTo<std::int32_t>(seconds / 60.0);
-  const auto wholeSeconds = heldTo<std::int64_t>(std::round(seconds));
+  const auto minutes = clampedTo<std::int32_t>(seconds / 60.0);
+  const auto wholeSeconds = clampedTo<std::int64_t>(std::round(seconds));
   return formatText("%02d:%02d:%02d", minutes / 60, minutes % 60,
                     static_cast<int>(wholeSeconds % 60));
 }

@@ -15,16 +15,16 @@
 
 namespace zorva {
 
-/// Base class of every logger: the output, the enabled flag, and the one format of everything that
-/// is recorded, the log entry:
+/// Base class of every logger: the output, the enabled flag, and the log entry, the one format of
+/// everything that is recorded:
 ///
 ///     11/16/26 14:07:16 [Battery] level=87.00%; voltage=3921 mV;
 ///
 /// A logger is created disabled and without output. Start-up sets its output, enables it and calls
-/// log() for a snapshot; entries asked for while it is disabled are dropped.
+/// log() for a snapshot; entries written while it is disabled are dropped.
 class ZVLogger {
  public:
-  /// What every logger needs. The caller keeps it alive as long as any logger.
+  /// The services that every logger needs. The caller keeps them alive as long as any logger.
   struct Services {
     const Clock& clock;
     DateFormatter& entryDates;  ///< formats with kEntryDatePattern; one for all loggers
@@ -33,7 +33,8 @@ class ZVLogger {
     NotificationCenter& notifications;
   };
 
-  /// Of the date in front of every entry. "YY" is the year of the week, not of the calendar.
+  /// The pattern of the date at the start of every entry. "YY" is the year of the week, not of the
+  /// calendar.
   static constexpr const char* kEntryDatePattern = "MM/dd/YY HH:mm:ss";
 
   explicit ZVLogger(const Services& services) : services_(services) {}
@@ -49,37 +50,37 @@ class ZVLogger {
   /// Writes the snapshot: the entries for the current state of the logger's source.
   virtual void log() {}
 
-  /// Calls log() while enabled: what notifications and timers call.
+  /// Calls log() if enabled; notifications and timers call this.
   void logIfEnabled();
 
-  /// Writes one entry of the category with the body, which brings its own leading blank.
+  /// Writes one entry of the category. The body includes its leading blank.
   void logEntryWithBody(std::string_view category, std::string_view body);
-  /// The same, stamped with a date of its own.
+  /// The same, with the given date.
   void logEntryWithBodyForDate(std::string_view category, std::string_view body, Date date);
 
-  /// Writes an error entry (category "Zorva") and the line "Error: ..." on the system log.
+  /// Writes an error entry (category "Zorva") and the line "Error: ..." to the system log.
   void logError(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
   /// Writes two empty lines, unflushed.
   void logSeparator();
 
-  /// "hh:mm:ss". Minutes are truncated and seconds rounded, each from the whole span: 59.6 is
-  /// "00:00:00". Hours are not wrapped. A span beyond 32 bits of minutes is held to that range;
-  /// not-a-number is 0.
+  /// "hh:mm:ss". Minutes are truncated and seconds rounded, each from the whole duration: 59.6 is
+  /// "00:00:00". Hours are not wrapped. A duration beyond 32 bits of minutes is clamped; NaN is 0.
   static std::string formatTimeInSeconds(double seconds);
 
   using Callback = void (*)(ZVLogger& observer, std::string_view name);
 
   /// Subscribes the callback to the system notification, with this logger as observer. Returns
-  /// whether the name can be listened to.
+  /// whether the subscription succeeded.
   bool registerCallbackForOstrelNotification(Callback callback, const std::string& name);
   /// Removes every system-notification subscription of this logger.
   void deregisterForAllOstrelNotifications();
 
  protected:
-  /// Lets logIfEnabled() run on every post of the name in this process.
+  /// Calls logIfEnabled() on every post of the name in this process.
   void logOnNotification(const std::string& name);
-  /// The same for both news of the battery level: it changed, or has not for a significant time.
+  /// The same for both battery-level notifications: the level changed, or has not changed for a
+  /// significant time.
   void logOnBatteryLevel();
 
   const Services& services() const { return services_; }
@@ -98,8 +99,8 @@ class ZVLogger {
   std::vector<Registration> kept_;
 };
 
-/// The callback of loggers that answer a system notification with a new snapshot: calls the
-/// observer's log() while it is enabled.
+/// The callback of loggers that take a new snapshot on a system notification: calls the observer's
+/// log() if it is enabled.
 void ZVLoggerLogCallback(ZVLogger& observer, std::string_view name);
 
 }  // namespace zorva

@@ -30,26 +30,6 @@ TEST_F(ZVLoggerTest, WritesWholeLinesOnlyWhileEnabledAndAttached) {
   EXPECT_EQ(takeSystemLog(), Lines{"No file available to add Battery log entry"});
 }
 
-TEST_F(ZVLoggerTest, StampsWithTheYearOfTheWeekInTheCurrentZone) {
-  using namespace std::chrono;
-  ZVLogger logger(services());
-  attach(logger);
-  logger.logEntryWithBodyForDate("Test", " a;", sys_days(year(2026) / 12 / 31));
-  handset.locale().setTimeZone("America/New_York");
-  logger.logEntryWithBodyForDate("Test", " b;", sys_days(year(2027) / 1 / 1) + 1h);
-  EXPECT_EQ(log.takeLines(), (Lines{"12/31/27 00:00:00 [Test] a;", "12/31/27 20:00:00 [Test] b;"}));
-}
-
-TEST_F(ZVLoggerTest, ErrorsReachSystemLogAlwaysAndLogWhileEnabled) {
-  ZVLogger logger(services());
-  logger.logError("Could not attach session. (error: %d)", 5);
-  EXPECT_EQ(takeSystemLog(), Lines{"Error: Could not attach session. (error: 5)"});
-  attach(logger);
-  logger.logError("%s\n", "ends in a newline");
-  EXPECT_EQ(takeSystemLog(), Lines{"Error: ends in a newline\n"});
-  EXPECT_EQ(log.takeLines(), (Lines{"11/16/26 14:00:00 [Zorva] ends in a newline", ""}));
-}
-
 TEST_F(ZVLoggerTest, SystemNotificationsAreHeardWhileRegisteredAndEnabled) {
   class Counting : public ZVLogger {
    public:

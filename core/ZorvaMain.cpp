@@ -85,11 +85,11 @@ void releaseEverything() {
   sZorvaContext.platform = nullptr;
 }
 
-// Sets what the options say. Answers those that name a logger, in their order, or nothing when the
-// usage text is asked for.
+// Applies the options. Returns those that select a logger, in their order, or nothing if the usage
+// text is requested.
 std::optional<std::string> parseOptions(int argc, char* const argv[]) {
   std::string named;
-  ::optind = 0;  // starts anew, also when this process has parsed options before
+  ::optind = 0;  // resets getopt, in case this process has parsed options before
   ::opterr = 0;  // the usage text says it all
   for (int option = 0; (option = ::getopt(argc, argv, "+Bdhpq")) != -1;) {
     switch (option) {
@@ -114,8 +114,8 @@ void ExitNotificationCallback() {
   sZorvaContext.platform->runLoop.stop();
 }
 
-// A reader that goes away while nothing is written is noticed, too. Only of pipes, and not of one
-// that is open for reading as well: its own contents would look like news.
+// Notices a reader that closes the pipe while nothing is being written. Only for pipes, and not for
+// one that is also open for reading: its own contents would count as events.
 Registration watchReader(RunLoop& loop) {
   struct stat status;
   if (sZorvaState.runAsDaemon || ::fstat(STDOUT_FILENO, &status) != 0 ||
@@ -125,7 +125,7 @@ Registration watchReader(RunLoop& loop) {
   return loop.watchDescriptor(STDOUT_FILENO, ReaderIsGone);
 }
 
-// False when the run loop has failed.
+// Returns false if the run loop failed.
 bool runUntilExit(const ZorvaHost& host, const Platform& platform) {
   const Registration exitRegistration = platform.systemNotifications.observe(
       kExitNotification, [](std::string_view) { ExitNotificationCallback(); });

@@ -8,22 +8,23 @@
 
 namespace zorva {
 
-/// What the program around ZorvaMain() does for it.
+/// What the calling program provides to ZorvaMain().
 struct ZorvaHost {
-  /// Makes the services, once the options are known to be good; they outlive the run. None: they
-  /// cannot be had, which was reported.
+  /// Creates the services, once the options are known to be valid; they outlive the run. Returns
+  /// null if they are not available, which has then been reported.
   std::function<const Platform*()> makePlatform;
-  /// The first snapshot is written, and the run loop is about to run. May be empty.
+  /// Called when the first snapshot has been written and the run loop is about to run. May be
+  /// empty.
   std::function<void()> ready = nullptr;
 };
 
-/// The program: parses `zorva [-Bdhpq]`, makes the loggers of the table, logs until the exit
-/// notification "com.vennor.zorva.exit" arrives (with -q and without -d: just the first snapshot)
-/// and takes everything down again. Without -d, a standard output that no process reads any more
-/// ends the run, too: sZorvaContext.readerIsGone says so.
+/// The program: parses `zorva [-Bdhpq]`, creates the loggers of the table, logs until the exit
+/// notification "com.vennor.zorva.exit" arrives (with -q and without -d: only the first snapshot)
+/// and releases everything. Without -d, the run also ends when standard output has no reader any
+/// more; sZorvaContext.readerIsGone is then set.
 ///
-/// Returns the exit status: 0, but for services that cannot be had, a daemon whose log directory
-/// cannot be watched, and a run loop that fails.
+/// Returns the exit status: 0, unless the services are not available, a daemon's log directory
+/// cannot be watched, or the run loop fails.
 int ZorvaMain(int argc, char* const argv[], const ZorvaHost& host, const LoggerTable& table);
 
 }  // namespace zorva

@@ -14,10 +14,10 @@
 
 namespace zorva {
 
-/// Where crash reports and our log files go.
+/// The directory of crash reports and of our log files.
 inline constexpr const char* kLogDirectory = "/Library/Logs/Faultbox";
 
-/// Everything that the entry point, StartLogging and StopLogging, and the directory watch share.
+/// The state shared by the entry point, StartLogging, StopLogging and the directory watch.
 struct ZorvaState {
   bool exitAfterInitialLogging = false;
   bool runAsDaemon = false;
@@ -28,22 +28,23 @@ struct ZorvaState {
   std::string logFilePath;             ///< path of the current log file; empty: none
   int kqueue = -1;                     ///< queue of events of the log directory
   int crashReportDirectoryDescriptor = -1;
-  Registration watchSource;            ///< delivers the queue's readiness to the run loop
-  Registration watchDescriptorObject;  ///< the queue as the run loop's; its end closes the queue
+  Registration watchSource;            ///< reports to the run loop that the queue is readable
+  Registration watchDescriptorObject;  ///< the queue's source in the run loop; destroying it closes
+                                       ///< the queue
 };
 
 extern ZorvaState sZorvaState;
 
-/// What else lasts as long as the run or the process.
+/// Other state that lasts as long as the run or the process.
 struct ZorvaContext {
   const Platform* platform = nullptr;   ///< of the run, not owned
-  std::optional<bool> gasGaugeEnabled;  ///< the device's answer, asked once per process
+  std::optional<bool> gasGaugeEnabled;  ///< read from the device once per process
   bool readerIsGone = false;            ///< no process reads our standard output any more
 };
 
 extern ZorvaContext sZorvaContext;
 
-/// Ends the run: nothing that is written to standard output arrives any more.
+/// Ends the run because standard output has no reader any more.
 void ReaderIsGone();
 
 }  // namespace zorva

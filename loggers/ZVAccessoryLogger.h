@@ -8,12 +8,12 @@
 
 namespace zorva {
 
-/// Logs each accessory that connects or disconnects, and at a snapshot all that are connected:
+/// Logs each accessory that is connected or disconnected, and at a snapshot all connected ones:
 ///
 ///     11/16/26 14:07:16 [Accessory] connected=yes; connection_id=bee; mfg=Example; name=Dock;
 ///     model=D1; serial=0042; firmware=1.0; hardware=2.1; protocols=alpha beta;
 ///
-/// A text that is empty is "<unknown>", one that the accessory does not have "(null)".
+/// An empty text is shown as "<unknown>", a missing one as "(null)".
 class ZVAccessoryLogger : public ZVLogger {
  public:
   static std::unique_ptr<ZVAccessoryLogger> logger(const Services& services,

@@ -38,7 +38,7 @@ void ZVApplicationLogger::appStateChanged(const ApplicationStateChange& change) 
 void ZVApplicationLogger::logStateForDisplayIDPidStringAndStateWithReasons(
     const std::optional<std::string>& displayID, const std::optional<std::string>& pidString,
     std::optional<std::int32_t> state, const std::optional<std::vector<std::int32_t>>& reasons) {
-  // A missing one is asked for as the application without a name, which does not exist.
+  // A missing id is queried as the empty id, which no application has.
   const std::string asked = displayID.value_or("");
   std::string body = formatText(" id=%s;", safeText(textOrNull(displayID)).c_str());
 

@@ -28,7 +28,7 @@ class ZVApplicationLogger : public ZVLogger {
 
   void appStateChanged(const ApplicationStateChange& change);
 
-  /// Asks the home-screen process for a process or state that is not given.
+  /// Queries the home-screen process for a process id or state that is not given.
   void logStateForDisplayIDPidStringAndStateWithReasons(
       const std::optional<std::string>& displayID, const std::optional<std::string>& pidString,
       std::optional<std::int32_t> state, const std::optional<std::vector<std::int32_t>>& reasons);

@@ -23,7 +23,7 @@ class ZVAudioLogger : public ZVLogger {
 
   void log() override;
 
-  // Each is read from the controller; one that is missing is false.
+  // Each is read from the controller; a missing value is false.
   bool active() const { return isTrue(audio::kPlaying); }
   std::optional<std::string> activeRoute() const;
   bool muted() const { return isTrue(audio::kFullMute); }

@@ -35,7 +35,7 @@ std::int32_t ZVBluetoothLogger::time() const {
 void ZVBluetoothLogger::log() {
   if (session_ == 0) return;
   const std::int32_t nowTime = time();
-  // Over the end of 32-bit time, too.
+  // Unsigned, so that the difference is right when 32-bit time wraps.
   const auto elapsed = static_cast<std::int32_t>(static_cast<std::uint32_t>(nowTime) -
                                                  static_cast<std::uint32_t>(lastLogTime_));
   if (elapsed < kMinInterval) return;
@@ -71,7 +71,7 @@ void ZVBluetoothLogger::attachSession() {
     logError("Could not attach the Bluetooth session. (error: %d)", status);
     return;
   }
-  // A second subscription could write nothing that the first has not: once is enough.
+  // A second subscription would write nothing new, so subscribe only once.
   if (observesBatteryLevel_) return;
   observesBatteryLevel_ = true;
   logOnBatteryLevel();

@@ -11,15 +11,15 @@
 
 namespace zorva {
 
-/// Logs the power-relevant state of the Bluetooth controller and what it has used since the entry
-/// before, in the server's own unit, at most once a minute:
+/// Logs the power-relevant state of the Bluetooth controller and the energy that it has used since
+/// the previous entry, in the server's own unit, at most once a minute:
 ///
 ///     11/16/26 14:07:16 [Bluetooth] state=on; runvo=off; fm=off; discoverable=no; connectable=yes;
 ///     connected=no; power_consumption=120; power_err=0; power_time=60; power_consumption_rate=2;
 ///
-/// A session that the server ends is asked for again half a minute later; one that it refuses is
-/// not. The error messages of the queries bring a newline of their own, so an empty line stands
-/// below each of those entries.
+/// If the server ends a session, it is requested again half a minute later; if it refuses one, it
+/// is not. The error messages of the queries end in a newline of their own, so an empty line
+/// follows each of those entries.
 class ZVBluetoothLogger : public ZVLogger {
  public:
   static constexpr int kReconnectDelay = 30;  ///< seconds
@@ -28,7 +28,8 @@ class ZVBluetoothLogger : public ZVLogger {
                                                    BluetoothServer& server, RunLoop& runLoop);
   ~ZVBluetoothLogger() override;
 
-  /// Nothing without a session, nor within 60 seconds of the attachment or the entry before.
+  /// Writes nothing without a session, or within 60 seconds of the attachment or the previous
+  /// entry.
   void log() override;
 
   void attachSession();
@@ -37,11 +38,11 @@ class ZVBluetoothLogger : public ZVLogger {
   void sessionTerminatedWithResult(BluetoothServer::Session session,
                                    BluetoothServer::Status result);
 
-  /// The controller, asked for until the server has one; 0 when there is none.
+  /// The controller, queried until the server has one; 0 if there is none.
   BluetoothServer::Device localBluetoothDevice();
 
-  /// Each costs an error entry when the server answers with an error, and is then false. Without a
-  /// controller looking for it costs another one.
+  /// If the server replies with an error, each writes an error entry and returns false. If there is
+  /// no controller, the lookup writes another one.
   bool bluetoothPresent() { return localBluetoothDevice() != 0; }
   bool modulePowered() { return powered(BluetoothServer::Module::Controller); }
   bool runvoPowered() { return powered(BluetoothServer::Module::Runvo); }

@@ -18,7 +18,7 @@ void logChange(ZVLogger& observer, std::string_view name) {
   }
 }
 
-// A value that is no number compares with nothing.
+// A value that is not a number never compares as greater or less.
 double timeOf(const Value& value) {
   const bool comparable =
       value.isNothing() || value.isInteger() || value.isReal() || value.isBoolean();

@@ -12,16 +12,16 @@
 
 namespace zorva {
 
-/// Logs which positioning technologies are in use, when that has changed, and the location
-/// service's clients, at each snapshot and when the service announces a change:
+/// Logs the positioning technologies in use, when they have changed, and the location service's
+/// clients, at each snapshot and when the service announces a change:
 ///
 ///     11/16/26 14:07:16 [Geodyne] gps=on; nmea=off; accessory=off; wifi=on; skyhook=off; cell=on;
 ///     lac=off; mcc=off; gps_coarse=off;
 ///     11/16/26 14:07:16 [Geodyne Client] id=com.example.maps; accuracy=10.0; filter=0.0;
 ///     location=active; monitoring=inactive;
 ///
-/// Codes that have no name are not written, and the order in which the service lists the codes
-/// counts: either changing is a change.
+/// Codes without a name are not written, but they count as a change, as does a different order of
+/// the codes.
 class ZVGeodyneLogger : public ZVLogger {
  public:
   static std::unique_ptr<ZVGeodyneLogger> logger(const Services& services,
@@ -32,7 +32,7 @@ class ZVGeodyneLogger : public ZVLogger {
   void logTechnologies();
   void logClients();
 
-  /// None before the first entry.
+  /// Empty before the first entry.
   const std::optional<std::vector<std::int64_t>>& lastTechnologiesInUse() const {
     return lastTechnologiesInUse_;
   }
@@ -41,8 +41,8 @@ class ZVGeodyneLogger : public ZVLogger {
   }
 
   static const char* humanReadableNameForTechnology(std::int64_t technology);
-  /// "active" when the last start came after the last stop, otherwise "inactive"; a time that is
-  /// missing is 0.
+  /// "active" if the last start is later than the last stop, otherwise "inactive"; a missing time
+  /// is 0.
   static const char* humanReadableNameForActivityStartKeyStopKeyInDetails(
       const char* startKey, const char* stopKey, const Dictionary& details);
   static const char* humanReadableNameForLocationActiveInDetails(const Dictionary& details);

@@ -9,7 +9,7 @@ namespace zorva {
 namespace {
 
 constexpr std::int32_t kSettingsClass = 1;
-constexpr std::uint32_t kUsualMobileUserID = 501;
+constexpr std::uint32_t kDefaultMobileUserID = 501;
 
 }  // namespace
 
@@ -26,7 +26,7 @@ ZVKeeplineLogger::ZVKeeplineLogger(const Services& services, PersistentConnectio
     : ZVLogger(services),
       connections_(connections),
       identity_(identity),
-      mobileUserID_(kUsualMobileUserID),
+      mobileUserID_(kDefaultMobileUserID),
       originalUserID_(identity.effectiveUser()) {
   registerCallbackForOstrelNotification(ZVLoggerLogCallback, kIntervalCacheChanged);
   registerCallbackForOstrelNotification(ZVLoggerLogCallback,

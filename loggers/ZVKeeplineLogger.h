@@ -12,13 +12,14 @@
 namespace zorva {
 
 /// Logs the settings of the persistent-connection service and the keep-alive intervals that it has
-/// learned, at each snapshot and whenever the service announces a change of either:
+/// learned, at each snapshot and whenever the service announces a change of the settings or
+/// intervals:
 ///
 ///     11/16/26 14:07:16 [Keepline] push=enabled; polling_interval=<manual>;
 ///     11/16/26 14:07:16 [KL Client] id=mail; interval=1680; cache_age=01:02:05;
 ///
-/// The settings belong to the user "mobile", so the process acts in that user's name while they are
-/// read, and for nothing else.
+/// The settings belong to the user "mobile", so the effective user is changed to "mobile" while
+/// they are read, and for nothing else.
 class ZVKeeplineLogger : public ZVLogger {
  public:
   static std::unique_ptr<ZVKeeplineLogger> logger(const Services& services,
@@ -32,7 +33,7 @@ class ZVKeeplineLogger : public ZVLogger {
   bool pushEnabled() const;
   std::int32_t pollingInterval() const;
 
-  // Without effect, and without a call, where "mobile" is who the process is anyway.
+  // Does nothing, and makes no call, if the process already runs as "mobile".
   void switchProcessToMobileUser();
   void switchProcessToOriginalUser();
 

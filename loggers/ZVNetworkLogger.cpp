@@ -37,7 +37,7 @@ void ZVNetworkLogger::log() {
     out += sent;
   }
   const auto time = static_cast<std::int32_t>(secondsSinceEpoch(now()));
-  // Over the end of 32-bit time, too.
+  // Unsigned, so that the difference is right when 32-bit time wraps.
   const auto elapsed = static_cast<std::int32_t>(static_cast<std::uint32_t>(time) -
                                                  static_cast<std::uint32_t>(prevTime_));
   std::string body =

@@ -9,14 +9,14 @@
 
 namespace zorva {
 
-/// Logs each interface's traffic since it came up, and that of all together since the last entry,
-/// received before sent:
+/// Logs each interface's traffic since it came up, and the total since the last entry, received
+/// before sent:
 ///
 ///     11/16/26 14:07:16 [Network] TotalSinceLastCheck=1.5K/0.5K; TimeSinceLastCheck=60s;
 ///     en0=123456b/7890b;
 ///
-/// The interfaces' counters wrap at 32 bits; a wrap or an interface that went away shows as a
-/// negative total.
+/// The interfaces' counters wrap at 32 bits; if one wraps or an interface disappears, the total is
+/// negative.
 class ZVNetworkLogger : public ZVLogger {
  public:
   static std::unique_ptr<ZVNetworkLogger> logger(const Services& services,

@@ -48,7 +48,7 @@ ZVPushNotificationLogger::ZVPushNotificationLogger(const Services& services, Pus
 }
 
 ZVPushNotificationLogger::~ZVPushNotificationLogger() {
-  // Before the connection goes: what its end may post is no news.
+  // Before the connection is closed: notifications that closing it posts are not logged.
   deregisterForAllOstrelNotifications();
 }
 

@@ -11,12 +11,12 @@
 namespace zorva {
 
 /// Logs the traffic of the push service: its stream's events, and every message with its topic and,
-/// where the preference "ZVShowNMXContents" is set, with its contents. Has no snapshot.
+/// if the preference "ZVShowNMXContents" is set, with its contents. Has no snapshot.
 ///
 ///     11/16/26 14:07:16 [NMX Event] type=received_message_message;
 ///     11/16/26 14:07:16 [NMXN] topic=news; alert=Hi; badge=3; sound=(null);
 ///
-/// Without a push service there are no messages; stream events are heard all the same.
+/// Without a push service there are no messages; stream events are still logged.
 class ZVPushNotificationLogger : public ZVLogger {
  public:
   static std::unique_ptr<ZVPushNotificationLogger> logger(const Services& services,
@@ -31,7 +31,7 @@ class ZVPushNotificationLogger : public ZVLogger {
   /// The fields of a payload's part for the service.
   static std::string formatNMXUserInfo(const Dictionary& userInfo);
 
-  /// Read anew on every call.
+  /// Read on every call.
   bool shouldShowNMXContents() const;
 
  private:

@@ -52,7 +52,7 @@ void ZVSyncwardLogger::log() {
     for (const auto& [key, value] : report) {
       const std::string name = safeText(humanReadableSWKey(key));
       if (value.isInteger() || value.isReal() || value.isBoolean()) {
-        // A whole number straight from its 64 bits: by way of a double it would be rounded twice.
+        // Convert an integer directly from its 64 bits: through a double it would be rounded twice.
         const float number = value.isInteger() ? static_cast<float>(value.integer())
                                                : static_cast<float>(value.real());
         body += formatText(" %s=%.2f;", name.c_str(), static_cast<double>(number));

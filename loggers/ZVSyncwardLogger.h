@@ -9,8 +9,8 @@
 
 namespace zorva {
 
-/// Logs the account-sync service's report of each account, at a snapshot and whenever the battery
-/// level is news, and each ping that the service announces:
+/// Logs the account-sync service's report of each account, at each snapshot and battery-level
+/// notification, and each ping that the service announces:
 ///
 ///     11/16/26 14:07:16 [Syncward] name=Work; time_span=3600.00; network_failures=2.00;
 ///     11/16/26 14:07:16 [Syncward Event] type=ping;
@@ -24,7 +24,7 @@ class ZVSyncwardLogger : public ZVLogger {
   void logDataReceived();
   void logPingSent();
 
-  /// The short name of a report's key; the key itself when there is none.
+  /// The short name of a report's key; the key itself if it has none.
   static std::string humanReadableSWKey(const std::string& key);
 
  private:

@@ -12,14 +12,14 @@
 namespace zorva {
 namespace {
 
-constexpr std::uint32_t kRepeatedAtFirst = 10;
+constexpr std::uint32_t kInitialMessages = 10;
 
 std::uint32_t idOf(const SystemLogMessage& message) {
   const std::string text = message.field("SLQMessageID").value_or("");
   return static_cast<std::uint32_t>(std::strtoll(text.c_str(), nullptr, 10));
 }
 
-// The bytes up to the limit, without a character that reaches beyond it.
+// The bytes up to the limit, without a character that extends beyond it.
 std::string_view cutTo(std::size_t limit, std::string_view text) {
   if (text.size() <= limit) return text;
   for (std::size_t back = 1; back <= 3 && back <= limit; ++back) {
@@ -40,14 +40,14 @@ ZVSyslogLogger::ZVSyslogLogger(const Services& services, SystemLogQueries& facil
   if (const auto everything = facility_.createQuery()) {
     enumerateResultsOfSLQQueryUsingBlock(*everything, nullptr);
   }
-  if (lastMessageID_ > kRepeatedAtFirst) lastMessageID_ -= kRepeatedAtFirst;
+  if (lastMessageID_ > kInitialMessages) lastMessageID_ -= kInitialMessages;
   logOnNotification(kBatteryStatusDidChange);
 }
 
 void ZVSyslogLogger::log() {
   const auto query = facility_.createQuery();
   if (!query) return;
-  // Signed, as a number is written there; the facility takes it as the id that it stands for.
+  // The query takes a signed number; the facility converts it back to the id.
   const std::string last = formatText("%d", static_cast<std::int32_t>(lastMessageID_));
   if (const int error =
           query->set("SLQMessageID", last, SystemLogQuery::kNumeric | SystemLogQuery::kGreater)) {

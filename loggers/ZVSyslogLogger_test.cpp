@@ -78,23 +78,6 @@ TEST_F(ZVSyslogLoggerTest, EndsAFetchAtItsLimit) {
   EXPECT_EQ(fetched(), copied(515, 557));
 }
 
-TEST_F(ZVSyslogLoggerTest, EndsAFetchAtAMessageThatIsNotNewer) {
-  start();
-  const auto appendId = [&](std::uint32_t id) {
-    facility.append({.sender = "mediad", .process = "45", .text = "1", .id = id});
-  };
-  for (const std::uint32_t id : {50u, 40u, 51u}) appendId(id);
-  const std::string duplicate = "[Zorva] Syslog query returned a duplicate result ";
-  EXPECT_EQ(fetched(), copied(1, 1, {duplicate + "(40,50)"}));
-  EXPECT_EQ(fetched(), Lines()) << "passed over by the number";
-  // Beyond the signed numbers, in which ids are written.
-  for (const std::uint32_t id : {0x80000000u, 0x80000001u, 0x80000001u}) appendId(id);
-  EXPECT_EQ(fetched(),
-            copied(1, 1, {"[Syslog] mediad[45]: 1", duplicate + "(-2147483647,-2147483647)"}));
-  appendId(0x80000003);
-  EXPECT_EQ(fetched(), copied(1, 1));
-}
-
 TEST_F(ZVSyslogLoggerTest, WritesAnyBytesOnOneLine) {
   start();
   const std::string x1023(1023, 'x');
@@ -103,8 +86,6 @@ TEST_F(ZVSyslogLoggerTest, WritesAnyBytesOnOneLine) {
     SimSystemLogQueries::Message message;
     std::string body;
   } cases[] = {
-      {{{}, {}, {}}, " (null)[(null)]: (null)"},
-      {{"", "", ""}, " []: "},
       {{"a\nb", "7\x1b", "%s%n\r\n\xff" + euro}, " a\\x0ab[7\\x1b]: %s%n\\x0d\\x0a\uFFFD" + euro},
       {{"d", "1", x1023 + "yz" + x1023}, " d[1]: " + x1023 + "y"},
       // The character over the limit goes as a whole, and an escape is written out.
@@ -120,8 +101,6 @@ TEST_F(ZVSyslogLoggerTest, WritesAnyBytesOnOneLine) {
     facility.append(message);
     EXPECT_EQ(fetched(), Lines({"", "", "11/16/26 14:00:00 [Syslog]" + body, "", ""}));
   }
-  facility.append({"d", "1", "late", SimHandset::kStart - std::chrono::milliseconds(1500)});
-  EXPECT_EQ(fetched(), Lines({"", "", "11/16/26 13:59:58 [Syslog] d[1]: late", "", ""}));
 }
 
 }  // namespace

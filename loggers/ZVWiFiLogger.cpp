@@ -50,8 +50,8 @@ void ZVWiFiLogger::setWifiDevice(std::shared_ptr<WiFiDevice> wifiDevice) {
   if (!wifiDevice_) return;
   power_ = wifiDevice_->observePower([this] { log(); });
   link_ = wifiDevice_->observeLink([this] { log(); });
-  // Once, however many devices follow each other: each notification is to give one entry.
-  if (!std::exchange(followsBattery_, true)) logOnBatteryLevel();
+  // Subscribe only once, even if the device is replaced: each notification must give one entry.
+  if (!std::exchange(observesBatteryLevel_, true)) logOnBatteryLevel();
 }
 
 void ZVWiFiLogger::findWiFiDevice() {

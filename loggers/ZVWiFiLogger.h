@@ -13,16 +13,16 @@
 namespace zorva {
 
 /// Logs the state of the Wi-Fi interface at each snapshot, whenever its power or link changes or a
-/// device is attached, and with each news of the battery level:
+/// device is attached, and at each battery-level notification:
 ///
 ///     11/16/26 14:07:16 [WiFi] status=on; ap=Home; wow=off; pm_dur=1200; mpc_dur=300;
 ///
 /// The two counters are the driver's own. They are read only while the preference
 /// "ZVShouldQueryWiFiPowerUsage" is set and the radio is on, and cleared each time, so that they
-/// are of the time since the previous entry; a negative one is an error.
+/// cover the time since the previous entry; a negative value is an error.
 class ZVWiFiLogger : public ZVLogger {
  public:
-  /// Nothing when the Wi-Fi manager cannot be reached.
+  /// Creates the logger; returns null if the Wi-Fi manager cannot be reached.
   static std::unique_ptr<ZVWiFiLogger> logger(const Services& services, WiFiManager& manager,
                                               WiFiDriver& driver, PreferencesStore& preferences);
   ~ZVWiFiLogger() override;
@@ -34,19 +34,19 @@ class ZVWiFiLogger : public ZVLogger {
   const std::shared_ptr<WiFiDevice>& wifiDevice() const { return wifiDevice_; }
   void setWifiDevice(std::shared_ptr<WiFiDevice> wifiDevice);
 
-  /// Follows the first of the manager's devices; without any, the one before stays.
+  /// Follows the first of the manager's devices; if there is none, the previous one is kept.
   void findWiFiDevice();
 
   bool hasWiFi() const { return wifiManager_ && wifiDevice_; }
   bool isWiFiPowered() const { return hasWiFi() && wifiDevice_->powered(); }
   bool wowSupported() const { return hasWiFi() && wifiManager_->wowCapability(); }
   bool wowEnabled() const { return wowSupported() && wifiManager_->wowState(); }
-  /// As the network gives it, any bytes.
+  /// As the network reports it, any bytes.
   std::string ssidName() const;
 
-  /// Reads the counter of that name, 0 to 4294967295, or clears it, in which case a result that is
-  /// not negative means nothing. Negative for errors: -errno of the request, -(10000 + errno) when
-  /// there is no socket for it.
+  /// Reads the counter of that name, 0 to 4294967295, or clears it; a result of clearing that is
+  /// not negative has no meaning. Negative for errors: -errno of the request, -(10000 + errno) if
+  /// no socket could be opened.
   std::int64_t sendWiFiPowerCommandReset(const std::string& counter, bool reset);
 
  private:
@@ -61,7 +61,7 @@ class ZVWiFiLogger : public ZVLogger {
   Registration attachment_;
   Registration power_;
   Registration link_;
-  bool followsBattery_ = false;
+  bool observesBatteryLevel_ = false;
 };
 
 }  // namespace zorva

@@ -13,12 +13,13 @@
 
 namespace zorva {
 
-/// Logs the battery's state, and is the heartbeat by which other loggers take their snapshots:
+/// Logs the battery's state, and posts the notifications on which other loggers take their
+/// snapshots:
 ///
 ///     11/16/26 14:07:16 [Battery] level=80.00%; voltage=3921 mV; current=-212 mA; ...
 class ZVBatteryLogger : public ZVLogger {
  public:
-  /// The logger, or nothing when the battery's messages cannot be subscribed to.
+  /// Creates the logger; returns null if the subscription to the battery's messages fails.
   static std::unique_ptr<ZVBatteryLogger> logger(const Services& services,
                                                  const ZVBatteryProperties::Sources& sources,
                                                  BatteryUsage& usage,
@@ -27,14 +28,14 @@ class ZVBatteryLogger : public ZVLogger {
   void log() override;
   void logBatteryProperties(ZVBatteryProperties& properties);
 
-  /// Handles one change: notifies the observers, writes the entry, and notifies them again when the
-  /// level moved, or has not for a significant time.
+  /// Handles one change: notifies the observers, writes the entry, and notifies them again if the
+  /// level has changed, or has not changed for a significant time.
   void batteryStatusChanged(const std::shared_ptr<ZVBatteryProperties>& properties);
 
-  /// Seconds in use and on standby since the last full charge; -1.0 where that is not known.
+  /// Seconds in use and on standby since the last full charge; -1.0 if unknown.
   void getUsageAndStandbyTime(float& usage, float& standby);
 
-  /// The preference, read now; 0.0 when it is missing.
+  /// The preference's current value; 0.0 if it is missing.
   double secondsBeforeSignificantTimeTriggered();
 
   Date lastBatteryLevelChangeDate() const { return lastBatteryLevelChangeDate_; }
@@ -50,7 +51,7 @@ class ZVBatteryLogger : public ZVLogger {
   BatteryUsage& usage_;
   PreferencesStore& preferences_;
   std::unique_ptr<RegistryNotificationPort> ioNotifyPort_;
-  Registration notificationRef_;  // goes before its port
+  Registration notificationRef_;  // destroyed before its port
   std::shared_ptr<RegistryEntry> batteryEntry_;
   std::uint32_t lastBatteryLevel_ = 0;
   Date lastBatteryLevelChangeDate_;

@@ -11,8 +11,8 @@
 namespace zorva {
 namespace {
 
-// In double arithmetic. Nothing of nothing is not a number, without the sign that some processors
-// give it: the log shows "nan" everywhere.
+// In double precision. 0/0 is NaN, and some CPUs set its sign bit; clear it so that the log always
+// shows "nan".
 double percentOf(double part, double whole) {
   const double percent = part * 100.0 / whole;
   return std::isnan(percent) ? std::numeric_limits<double>::quiet_NaN() : percent;
@@ -130,8 +130,8 @@ std::string ZVBatteryProperties::humanReadableChargingState() {
 
 std::uint32_t wholePercent(double capacity) {
   if (!std::isfinite(capacity) || capacity < 0.0) return 0;
-  constexpr auto kLargest = std::numeric_limits<std::uint32_t>::max();
-  if (capacity >= static_cast<double>(kLargest)) return kLargest;
+  constexpr auto kMax = std::numeric_limits<std::uint32_t>::max();
+  if (capacity >= static_cast<double>(kMax)) return kMax;
   return static_cast<std::uint32_t>(capacity);
 }
 

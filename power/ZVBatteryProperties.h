@@ -12,10 +12,10 @@
 
 namespace zorva {
 
-/// One reading of the battery's registry entry. The entry is read once, on the first question, so
-/// that all answers belong together; only the voltage is read anew each time.
+/// One reading of the battery's registry entry. The entry is read once, at the first access, so
+/// that all values are consistent; only the voltage is read each time.
 ///
-/// What the entry lacks reads as 0, 0.0 or false.
+/// Properties that the entry lacks are 0, 0.0 or false.
 class ZVBatteryProperties {
  public:
   struct Sources {
@@ -24,14 +24,14 @@ class ZVBatteryProperties {
     SystemLog& systemLog;
   };
 
-  /// A reading of the registry's first power source; without one every property is missing.
+  /// A reading of the registry's first power source; if there is none, every property is missing.
   explicit ZVBatteryProperties(const Sources& sources);
   ZVBatteryProperties(const Sources& sources, std::shared_ptr<RegistryEntry> batteryEntry);
 
-  /// Forgets the reading; the next question reads the entry again.
+  /// Discards the reading; the next access reads the entry again.
   void invalidateCache() { batteryProperties_.reset(); }
 
-  /// The whole reading, or none when the entry cannot be read; the next question then tries again.
+  /// The whole reading, or null if the entry cannot be read; the next access then tries again.
   const Dictionary* batteryProperties();
   /// The value of the key in the reading, or nothing.
   Value propertyForKey(const std::string& key);
@@ -39,35 +39,35 @@ class ZVBatteryProperties {
   bool fullyCharged();
   bool isCharging();
   bool isCritical();
-  /// Neither charging nor full.
+  /// True if the battery is neither charging nor full.
   bool draining();
-  /// mA at this instant, negative while discharging.
+  /// Instantaneous current in mA, negative while discharging.
   std::int32_t current();
-  /// mA, averaged where the gauge does that.
+  /// Current in mA, averaged if the gauge supports that.
   std::int32_t chargingCurrent();
-  /// mAh when new.
+  /// Design capacity in mAh.
   std::int32_t designCapacity();
   std::int32_t cycleCount();
   /// Hundredths of a degree Celsius.
   std::int32_t batteryTemp();
-  /// mAh when full.
+  /// Full-charge capacity in mAh.
   double maxCapacity();
-  /// Charge in percent of the maximum. Without a maximum it is not a number, or infinite when there
-  /// is a charge all the same.
+  /// Charge in percent of the maximum. If the maximum is 0, the result is NaN, or infinite if the
+  /// charge is not 0.
   double capacity();
   /// In raw gauge units.
   std::int32_t rawMaxCapacity();
-  /// Charge in percent of the raw maximum, rounded, halves away from zero; 0 without a raw maximum.
+  /// Charge in percent of the raw maximum, rounded half away from zero; 0 without a raw maximum.
   std::int32_t rawCapacity();
-  /// mV, read now; -1 with a line on the system log when the entry lacks it.
+  /// Voltage in mV, read at each call; -1 with a line in the system log if the entry lacks it.
   std::int32_t voltage();
 
-  /// Whether the battery measures its own current and capacity. Asked of the device once per
+  /// Whether the battery measures its own current and capacity. Read from the device once per
   /// process.
   bool gasGaugeEnabled();
 
-  /// "Active", "Full", "Inactive", or what hinders charging: "OverTemp", "UnderTemp", "Gradient" or
-  /// the registry's own text.
+  /// "Active", "Full", "Inactive", or what prevents charging: "OverTemp", "UnderTemp", "Gradient"
+  /// or the registry's own text.
   std::string humanReadableChargingState();
 
  private:
@@ -76,8 +76,8 @@ class ZVBatteryProperties {
   std::optional<Dictionary> batteryProperties_;
 };
 
-/// A level in percent as a whole number, its fraction dropped. A level that is no finite number, or
-/// below 0, is 0; one that does not fit is the largest that does.
+/// A level in percent as a whole number, its fraction truncated. A level that is not finite, or is
+/// below 0, is 0; one that is too large is clamped.
 std::uint32_t wholePercent(double capacity);
 
 }  // namespace zorva

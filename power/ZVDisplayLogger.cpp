@@ -36,7 +36,7 @@ bool ZVDisplayLogger::subscribe() {
     logError("Error calling IOServiceAddInterestNotification (0x%08x)", result);
     return false;
   }
-  // After the subscription, so that no change falls between the two.
+  // After the subscription, so that no change in between is missed.
   setCurrentBrightness(brightnessParameters().value_or(Dictionary())["value"].integer());
   return true;
 }

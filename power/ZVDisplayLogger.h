@@ -16,7 +16,7 @@ namespace zorva {
 /// The figures are in the backlight's own units.
 class ZVDisplayLogger : public ZVLogger {
  public:
-  /// The logger, or nothing when the backlight's messages cannot be subscribed to.
+  /// Creates the logger; returns null if the subscription to the backlight's messages fails.
   static std::unique_ptr<ZVDisplayLogger> logger(const Services& services,
                                                  DeviceRegistry& registry);
 
@@ -35,7 +35,7 @@ class ZVDisplayLogger : public ZVLogger {
 
   DeviceRegistry& registry_;
   std::unique_ptr<RegistryNotificationPort> ioNotifyPort_;
-  Registration notificationRef_;  // goes before its port
+  Registration notificationRef_;  // destroyed before its port
   std::shared_ptr<RegistryEntry> backlightService_;
   long currentBrightness_ = 0;
 };

@@ -24,8 +24,8 @@ ZVPowerAssertionChangedLogger::ZVPowerAssertionChangedLogger(const Services& ser
 
 std::string ZVPowerAssertionChangedLogger::uniqueKeyForAssertion(
     const Dictionary& assertion) const {
-  // Two starts within one second are two assertions, so the key has microseconds where the
-  // ordinary text of a date does not.
+  // Two starts within one second are two assertions, so the key contains microseconds, unlike the
+  // usual text of a date.
   const auto start = assertion["AssertStartWhen"].date();
   const std::string when = start.has_value() ? std::to_string(start->time_since_epoch().count())
                                              : assertion["AssertStartWhen"].description();
@@ -36,7 +36,7 @@ std::string ZVPowerAssertionChangedLogger::uniqueKeyForAssertion(
 void ZVPowerAssertionChangedLogger::log() {
   std::vector<Dictionary> current = currentAssertions();
 
-  // Keys that were dealt with; of twins only the first counts.
+  // Keys already handled; of assertions with the same key only the first counts.
   std::set<std::string> seen;
   std::set<std::string> previous;
   for (const Dictionary& assertion : previousAssertions_) {

@@ -10,18 +10,18 @@
 
 namespace zorva {
 
-/// Logs the power assertions that came ("created") and went ("released") since it last looked,
-/// which it does whenever the power-management service announces a change.
+/// Logs the power assertions that were created or released since the last query, which it makes
+/// whenever the power-management service announces a change.
 class ZVPowerAssertionChangedLogger : public ZVPowerAssertionLogger {
  public:
   static std::unique_ptr<ZVPowerAssertionChangedLogger> logger(const Services& services,
                                                                PowerManagement& power,
                                                                ProcessTable& processes);
 
-  /// What makes two records the same assertion: process id, name and start.
+  /// The identity of an assertion: process id, name and start.
   std::string uniqueKeyForAssertion(const Dictionary& assertion) const;
 
-  /// Compares with the last look; never writes "held" entries.
+  /// Compares with the last query; never writes "held" entries.
   void log() override;
 
   const std::vector<Dictionary>& previousAssertions() const { return previousAssertions_; }

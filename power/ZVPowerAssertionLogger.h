@@ -13,7 +13,8 @@
 
 namespace zorva {
 
-/// Logs who keeps the device awake: one entry per power assertion held, at each snapshot.
+/// Logs which processes keep the device awake: one entry per power assertion held, at each
+/// snapshot.
 ///
 ///     11/16/26 14:07:16 [Assertion] state=held; process=player; pid=412; name=audio;
 ///     held_for=00:03:10;
@@ -24,8 +25,8 @@ class ZVPowerAssertionLogger : public ZVLogger {
                                                         ProcessTable& processes);
 
   /// The assertions held now, each record with its process's name under
-  /// "ZVAssertionProcessNameKey"; none when there are none or, with an error entry, when the query
-  /// fails.
+  /// "ZVAssertionProcessNameKey". Empty if there are none, or if the query fails, which also writes
+  /// an error entry.
   std::vector<Dictionary> currentAssertions();
 
   /// The short command name of the process, or nothing.

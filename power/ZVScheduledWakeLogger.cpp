@@ -31,7 +31,7 @@ void ZVScheduledWakeLogger::log() {
   if (!events) return;
   for (const Dictionary& event : *events) {
     const auto time = event["time"].date();
-    // What has no time may still come.
+    // An event without a time may still be in the future.
     if (!time || secondsBetween(now(), *time) >= 0.0) logEvent(event);
   }
 }

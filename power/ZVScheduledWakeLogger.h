@@ -9,8 +9,8 @@
 
 namespace zorva {
 
-/// Logs why the device will wake, sleep or shut down by itself: one entry per scheduled power event
-/// that is not past, at each snapshot and whenever the device is about to sleep.
+/// Logs the scheduled power events (wake, sleep, shutdown): one entry per event that is not past,
+/// at each snapshot and whenever the device is about to sleep.
 ///
 ///     11/16/26 14:07:16 [Schedule] event=Scheduled Wake; id=com.example.clock;
 ///     time=2026-11-17 06:30:00 +0000;
@@ -19,7 +19,7 @@ class ZVScheduledWakeLogger : public ZVLogger {
   static std::unique_ptr<ZVScheduledWakeLogger> logger(const Services& services,
                                                        ScheduledPowerEvents& events);
 
-  /// The type as people read it; the type itself when it is none of the known ones.
+  /// The human-readable type; the type itself if it is unknown.
   static std::string humanReadableScheduledWakeString(const std::string& type);
 
   void log() override;

@@ -8,13 +8,13 @@
 
 namespace zorva {
 
-/// Logs how much the device holds itself back because of its heat, and its temperatures in degrees
-/// Celsius, at each snapshot and whenever the thermal level changes:
+/// Logs how much the device is throttled because of its temperature, and the sensor readings in
+/// degrees Celsius, at each snapshot and whenever the thermal level changes:
 ///
 ///     11/16/26 14:07:16 [Thermal] level=0; s0.0=27.00; s0.1=30.00;
 ///
-/// A sensor's key is the index of its source and its place in that source's state; what is no
-/// plausible temperature is left out.
+/// A sensor's key is the index of its source and its position in that source's state; implausible
+/// temperatures are omitted.
 class ZVThermalLogger : public ZVLogger {
  public:
   static std::unique_ptr<ZVThermalLogger> logger(const Services& services, Thermal& thermal);

@@ -7,7 +7,7 @@
 namespace zorva {
 namespace {
 
-// More than most fields take, so that the body grows once.
+// More than most fields need, so that the body is allocated once.
 constexpr std::size_t kFieldLength = 24;
 
 int busiestFirst(void*, const LibtallyProcess& placed, const LibtallyProcess& other) {
@@ -39,8 +39,8 @@ std::string ZVProcessMonitor::sampleBody(SystemStatistics& statistics, AccountDa
   std::string body;
   libtally_use(statistics, accounts);
   if (libtally_init(nullptr, nullptr) != 0) return body;
-  // Name, process id and CPU time come with every sample of a process; the rest would cost more
-  // than the entry does.
+  // Name, process id and CPU time are part of every sample; gathering more would cost more than the
+  // entry itself.
   libtally_gather({.details = TaskDetail::None, .memoryRegions = false, .systemFigures = false});
   libtally_sample(false, false);
   libtally_psort(busiestFirst, nullptr);

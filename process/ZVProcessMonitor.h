@@ -15,23 +15,22 @@ class SystemStatistics;
 ///
 ///     11/16/26 14:07:16 [ProcessMonitor] alpha(45)=812; beta(17)=95; demo(211)=3;
 ///
-/// The figure is whole seconds of user and system time of all threads, those that have ended among
-/// them. Command names are written fit for a line of text. An entry is written at the snapshot of
-/// start-up, at each change of the whole-percent battery level, and at the first battery status
-/// change after a long time without one. Nothing is kept between entries.
+/// The figure is in whole seconds: user and system time of all threads, including those that have
+/// ended. Command names pass safeText. An entry is written at each snapshot and at each
+/// battery-level notification. Nothing is kept between entries.
 class ZVProcessMonitor : public ZVLogger {
  public:
   static std::unique_ptr<ZVProcessMonitor> logger(const Services& services,
                                                   SystemStatistics& statistics,
                                                   AccountDatabase& accounts);
 
-  /// Most processes in one entry.
+  /// The maximum number of processes in one entry.
   static constexpr int kMaxProcesses = 999;
 
   void log() override;
 
-  /// The body of an entry: a fresh sample, empty when none can be had. Takes the whole of a round
-  /// of libtally, so none may be under way.
+  /// The body of an entry, from a new sample; empty if sampling fails. Uses a whole round of
+  /// libtally, so none may be in progress.
   static std::string sampleBody(SystemStatistics& statistics, AccountDatabase& accounts);
 
  private:

@@ -14,7 +14,7 @@ using Operation = SimSystemStatistics::Operation;
 class ZVProcessMonitorTest : public LoggerTest {
  protected:
   ZVProcessMonitorTest() {
-    for (const std::int32_t pid : {1, 23, 45, 61}) statistics.removeTask(pid);
+    for (const pid_t pid : {1, 23, 45, 61}) statistics.removeTask(pid);
     attach(*monitor);
   }
 
@@ -37,7 +37,7 @@ TEST_F(ZVProcessMonitorTest, ListsTheBusiestFirstAndEqualsByProcessId) {
   EXPECT_EQ(statistics.calls(Operation::MemoryRegions), 0);
 }
 
-TEST_F(ZVProcessMonitorTest, AnEntryHoldsThe999Busiest) {
+TEST_F(ZVProcessMonitorTest, AnEntryListsThe999Busiest) {
   for (std::int32_t i = 1; i <= 1200; ++i) statistics.setTask(i, "p", {i, 0});
   const std::string body = ZVProcessMonitor::sampleBody(statistics, handset.accounts());
   EXPECT_EQ(std::ranges::count(body, ';'), 999);

@@ -12,7 +12,7 @@ namespace zorva {
 namespace libtally {
 namespace {
 
-// The library's whole state.
+// All state of the library.
 struct Library {
   SystemStatistics* statistics = nullptr;
   AccountDatabase* accounts = nullptr;
@@ -20,11 +20,11 @@ struct Library {
 };
 
 Library& library() {
-  static Library theLibrary;
-  return theLibrary;
+  static Library instance;
+  return instance;
 }
 
-// Reserved memory is reported in whole steps of this size.
+// Reserved memory is rounded down to a multiple of this size.
 constexpr std::uint64_t kReservedMemoryStep = 0x8000000;
 
 __attribute__((format(printf, 2, 3))) int dropMessage(void*, const char*, ...) {
@@ -38,7 +38,7 @@ std::uint64_t reservedPages(SystemStatistics& source, std::uint64_t pageSize) {
   return sum / kReservedMemoryStep * kReservedMemoryStep / pageSize;
 }
 
-// Everything of libtally_init that can fail.
+// All parts of libtally_init that can fail.
 int readStartFigures(Context& context) {
   constexpr const char* kSysctlFailed = "%s(): Error in sysctl(): %s";
   LibtallySystem& tsamp = context.tsamp;
@@ -115,7 +115,7 @@ const LibtallySystem* libtally_tsamp() {
   return context() != nullptr ? &context()->tsamp : nullptr;
 }
 
-int libtally_preg(std::int32_t pid, std::uint32_t preference) {
+int libtally_preg(pid_t pid, std::uint32_t preference) {
   if (context() == nullptr || preference > 2) return -1;
   const auto record = context()->registry.find(pid);
   if (record == context()->registry.end()) return -1;

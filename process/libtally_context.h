@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// What the library's own sources share. No other file includes this.
+// Declarations that the library's own sources share. No other file includes this.
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@
 
 #include "process/libtally.h"
 
-// Stops the program in every kind of build: a broken calling order would read freed records.
+// Stops the program in every build type: calls in the wrong order would read freed records.
 #define LIBTALLY_ASSERT(condition) \
   ((condition) ? static_cast<void>(0) : ::zorva::libtally::assertionFailed(#condition))
 
@@ -23,25 +23,25 @@ namespace zorva::libtally {
 
 [[noreturn]] void assertionFailed(const char* condition);
 
-/// A process's record with what only the library needs of it.
+/// A process's record with the library's internal data.
 struct Record {
   LibtallyProcess psamp;
   std::uint32_t regionPreference = 0;
-  std::vector<std::uint64_t> sharedObjects;  ///< those it holds references to
+  std::vector<std::uint64_t> sharedObjects;  ///< those that it references
 };
 
 /// By ascending process id.
 struct RegistryOrder {
   using is_transparent = void;
   bool operator()(const std::unique_ptr<Record>& a, const std::unique_ptr<Record>& b) const;
-  bool operator()(const std::unique_ptr<Record>& a, std::int32_t pid) const;
-  bool operator()(std::int32_t pid, const std::unique_ptr<Record>& b) const;
+  bool operator()(const std::unique_ptr<Record>& a, pid_t pid) const;
+  bool operator()(pid_t pid, const std::unique_ptr<Record>& b) const;
 };
 using Registry = std::set<std::unique_ptr<Record>, RegistryOrder>;
 
 /// A memory object that processes share.
 struct SharedObject {
-  std::uint32_t references = 0;    ///< processes that map it
+  std::uint32_t references = 0;    ///< number of processes that map it
   std::uint64_t residentSize = 0;  ///< the largest that one of them saw since the first mapped it
 };
 
@@ -69,28 +69,28 @@ struct Context {
   std::unique_ptr<char[]> arguments;
   std::size_t argumentLength = 0;
 
-  // Kept from sample to sample, so that their memory is allocated once.
+  // Reused from sample to sample, so that their memory is allocated once.
   std::vector<std::int32_t> processes;
   TaskSample task;
   std::vector<MemoryRegion> regions;
 };
 
-/// The context, nothing outside a round.
+/// The context; null outside a round.
 Context* context();
 
 /// Brings the record of one process up to date.
-void updateTask(Context& context, std::int32_t process, bool registerRegions);
+void updateTask(Context& context, pid_t pid, bool registerRegions);
 
 /// Walks the memory of a process whose record has details. Its figures stay as they were when the
 /// walk fails.
 void walkMemory(Context& context, Record& record);
-/// Gives up the record's shared objects; it is about to be freed or walked.
+/// Releases the record's references to shared objects before it is freed or walked.
 void releaseSharedObjects(Context& context, Record& record);
 
-/// Frees the record and answers the one after it.
+/// Frees the record and returns the next one.
 Registry::iterator removeRecord(Context& context, Registry::iterator record);
 
-/// The last path component of the process's executable, for processes of the launcher.
+/// The last path component of the executable of a launcher's process.
 std::string commandFromArguments(Context& context, const Record* pinfo);
 
 }  // namespace zorva::libtally

@@ -31,7 +31,7 @@ void walkMemory(Context& context, Record& record) {
       memory.sharedVirtual += region.virtualSize;
       memory.sharedResident += region.residentSize;
     } else {
-      // A process may map an object more than once; its pages are there once.
+      // A process may map an object several times; its pages are counted once.
       memory.sharedVirtual += region.virtualSize;
       std::uint64_t& resident = residentOfObjects[region.object];
       resident = std::max(resident, region.residentSize);

@@ -13,8 +13,8 @@ bool comesBefore(const Record* a, const Record* b) {
   return a->psamp.pid < b->psamp.pid;
 }
 
-// Walks on in the registry to the next record of the current sample.
-const LibtallyProcess* nextOfRegistry(Context& context) {
+// Advances in the registry to the next record of the current sample.
+const LibtallyProcess* nextInRegistry(Context& context) {
   Registry& registry = context.registry;
   auto record = context.passed ? registry.upper_bound(*context.passed) : registry.begin();
   while (record != registry.end() && (*record)->psamp.seq.current != context.tsamp.seq) {
@@ -35,12 +35,12 @@ bool RegistryOrder::operator()(const std::unique_ptr<Record>& a,
   return comesBefore(a.get(), b.get());
 }
 
-bool RegistryOrder::operator()(const std::unique_ptr<Record>& a, std::int32_t pid) const {
+bool RegistryOrder::operator()(const std::unique_ptr<Record>& a, pid_t pid) const {
   LIBTALLY_ASSERT(a != NULL);
   return a->psamp.pid < pid;
 }
 
-bool RegistryOrder::operator()(std::int32_t pid, const std::unique_ptr<Record>& b) const {
+bool RegistryOrder::operator()(pid_t pid, const std::unique_ptr<Record>& b) const {
   LIBTALLY_ASSERT(b != NULL);
   return pid < b->psamp.pid;
 }
@@ -71,8 +71,8 @@ void libtally_psort(LibtallyComparator comparator, void* userData) {
       record = removeRecord(*context, record);
       continue;
     }
-    // Placed one by one, each after those it does not come before: the comparator sees records in
-    // the roles that it was promised, and for any answer, every place lies within the list.
+    // Insert one by one, each after the records that it does not precede: the comparator gets its
+    // arguments in their documented roles, and for any result the position is within the list.
     Record* const placed = record->get();
     const auto place = std::ranges::partition_point(order, [&](const Record* other) {
       return comparator(userData, placed->psamp, other->psamp) != -1;
@@ -89,7 +89,7 @@ const LibtallyProcess* libtally_piterate() {
   const LibtallySystem& tsamp = context != nullptr ? context->tsamp : tsampOfNoRound;
   LIBTALLY_ASSERT(tsamp.seq != 0);
 
-  if (!context->sorted) return libtally::nextOfRegistry(*context);
+  if (!context->sorted) return libtally::nextInRegistry(*context);
   if (context->next == context->order.size()) {
     context->next = 0;
     return nullptr;

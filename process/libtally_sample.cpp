@@ -53,11 +53,11 @@ bool updateTasks(Context& context, bool registerRegions) {
     return false;
   }
   try {
-    for (const std::int32_t process : context.processes) {
-      updateTask(context, process, registerRegions);
+    for (const pid_t pid : context.processes) {
+      updateTask(context, pid, registerRegions);
     }
   } catch (const std::bad_alloc&) {
-    return false;  // the records updated so far stay
+    return false;  // the records updated so far are kept
   }
   return true;
 }
@@ -80,7 +80,7 @@ bool sampleCpuLoad(Context& context) {
 
 void sampleMemory(Context& context, bool frameworks) {
   LibtallySystem& tsamp = context.tsamp;
-  // No division by an interval of 0.
+  // The first comparison also prevents a division by 0.
   if (frameworks && (context.interval <= 1 || tsamp.seq % context.interval == 1)) {
     context.source.frameworkMemory(tsamp.frameworkMemory);
   }
@@ -94,7 +94,7 @@ void totalProcesses(Context& context) {
   LibtallySystem& tsamp = context.tsamp;
   for (const auto& record : context.registry) {
     const LibtallyProcess& psamp = record->psamp;
-    // One that has gone holds nothing any more, though its record waits to be freed.
+    // An ended process references nothing, although its record is not freed yet.
     if (psamp.seq.current != tsamp.seq) releaseSharedObjects(context, *record);
     if (psamp.seq.current != tsamp.seq || !psamp.details) continue;
     tsamp.threads += psamp.details->threads.current;
@@ -107,7 +107,7 @@ void totalProcesses(Context& context) {
   }
 }
 
-// False when the system cannot list them.
+// Returns false if the system cannot list them.
 bool listInterfaces(Context& context, std::vector<NetworkTotals>& interfaces) {
   try {
     return context.source.interfaceTraffic(interfaces).ok();
@@ -186,7 +186,7 @@ int libtally_sample(bool registerRegions, bool frameworks) {
   libtally::Context* const context = libtally::context();
   if (context == nullptr) return -1;
   const int result = libtally::takeSample(*context, registerRegions, frameworks);
-  // The next sample measures from the ticks that this one has.
+  // The next sample measures from the ticks of this one.
   if (result != 0) context->tsamp.cpu.previous = context->tsamp.cpu.current;
   return result;
 }

@@ -8,13 +8,13 @@
 namespace zorva::libtally {
 namespace {
 
-// Of a launcher's process whose executable is not known.
+// The name of a launcher's process whose executable is unknown.
 constexpr const char* kUnknownCommand = "unknown";
 
 constexpr const char* kSysctlFailed = "%s(): Error in sysctl(): %s";
 
 void add(TimeValue& total, const TimeValue& part) {
-  // Unsigned, so that nonsense from the kernel wraps.
+  // Unsigned, so that invalid values from the kernel wrap.
   const auto sum = [](std::int32_t a, std::int32_t b) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
   };
@@ -43,7 +43,7 @@ std::uint32_t stateOf(const ThreadInfo& thread) {
   }
 }
 
-void takeTimeAndState(const TaskSample& task, bool isNew, LibtallyProcess& psamp) {
+void updateTimeAndState(const TaskSample& task, bool isNew, LibtallyProcess& psamp) {
   TimeValue total = task.basic.userTime;
   add(total, task.basic.systemTime);
   std::uint32_t state = task.process.zombie ? kLibtallyZombie : kLibtallyUnknown;
@@ -60,7 +60,7 @@ void takeTimeAndState(const TaskSample& task, bool isNew, LibtallyProcess& psamp
   if (isNew) psamp.totalTime.first = total;
 }
 
-void takeCounter(std::uint32_t counter, bool isNew, LibtallyEvents& events) {
+void updateCounter(std::uint32_t counter, bool isNew, LibtallyEvents& events) {
   events.previous = events.current;
   events.current = counter;
   if (isNew) {
@@ -70,18 +70,18 @@ void takeCounter(std::uint32_t counter, bool isNew, LibtallyEvents& events) {
   }
 }
 
-void takeEvents(const TaskEvents& events, bool isNew, LibtallyDetails& details) {
-  takeCounter(events.faults, isNew, details.faults);
-  takeCounter(events.pageIns, isNew, details.pageIns);
-  takeCounter(events.copyOnWriteFaults, isNew, details.copyOnWriteFaults);
-  takeCounter(events.messagesSent, isNew, details.messagesSent);
-  takeCounter(events.messagesReceived, isNew, details.messagesReceived);
-  takeCounter(events.machSystemCalls, isNew, details.machSystemCalls);
-  takeCounter(events.unixSystemCalls, isNew, details.unixSystemCalls);
-  takeCounter(events.contextSwitches, isNew, details.contextSwitches);
+void updateEvents(const TaskEvents& events, bool isNew, LibtallyDetails& details) {
+  updateCounter(events.faults, isNew, details.faults);
+  updateCounter(events.pageIns, isNew, details.pageIns);
+  updateCounter(events.copyOnWriteFaults, isNew, details.copyOnWriteFaults);
+  updateCounter(events.messagesSent, isNew, details.messagesSent);
+  updateCounter(events.messagesReceived, isNew, details.messagesReceived);
+  updateCounter(events.machSystemCalls, isNew, details.machSystemCalls);
+  updateCounter(events.unixSystemCalls, isNew, details.unixSystemCalls);
+  updateCounter(events.contextSwitches, isNew, details.contextSwitches);
 }
 
-void takeDetails(const TaskSample& task, bool isNew, bool firstSample, LibtallyDetails& details) {
+void updateDetails(const TaskSample& task, bool isNew, bool firstSample, LibtallyDetails& details) {
   details.basic.previous = std::exchange(details.basic.current, task.basic);
   const auto running = std::ranges::count(task.threads, kThreadRunning, &ThreadInfo::runState);
   details.threads.previous =
@@ -89,12 +89,12 @@ void takeDetails(const TaskSample& task, bool isNew, bool firstSample, LibtallyD
   details.runningThreads.previous =
       std::exchange(details.runningThreads.current, static_cast<std::uint32_t>(running));
   details.ports.previous = std::exchange(details.ports.current, task.ports);
-  takeEvents(task.events, isNew, details);
+  updateEvents(task.events, isNew, details);
   if (!firstSample) details.workQueue.previous = details.workQueue.current;
   details.workQueue.current = task.workQueue;
 }
 
-bool wantsWalk(const Record& record, bool isNew, bool replaced, bool registerRegions) {
+bool needsWalk(const Record& record, bool isNew, bool replaced, bool registerRegions) {
   if (isNew || replaced) return true;
   return record.regionPreference == 2 || (record.regionPreference == 0 && registerRegions);
 }
@@ -116,11 +116,10 @@ std::string commandFromArguments(Context& context, const Record* pinfo) {
   return name.empty() ? kUnknownCommand : std::string(name);
 }
 
-void updateTask(Context& context, std::int32_t process, bool registerRegions) {
+void updateTask(Context& context, pid_t pid, bool registerRegions) {
   TaskSample& task = context.task;
-  const TaskSampleResult result =
-      context.source.sampleTask(process, context.gathering.details, task);
-  auto found = context.registry.find(process);
+  const TaskSampleResult result = context.source.sampleTask(pid, context.gathering.details, task);
+  auto found = context.registry.find(pid);
   if (!result.ok()) {
     if (result.failed == TaskSampleStep::KernelProcess) {
       context.message(context.userData, kSysctlFailed, "kinfo_for_pid", result.text.c_str());
@@ -132,20 +131,20 @@ void updateTask(Context& context, std::int32_t process, bool registerRegions) {
 
   const bool isNew = found == context.registry.end();
   if (isNew) {
-    // A sort cannot fail, so it finds its room ready.
+    // Reserve space now, because a sort cannot fail.
     if (context.order.capacity() <= context.registry.size()) {
       context.order.reserve(2 * context.registry.size() + 64);
     }
     auto made = std::make_unique<Record>();
-    made->psamp.pid = process;
+    made->psamp.pid = pid;
     found = context.registry.insert(std::move(made)).first;
   }
   Record& record = **found;
   LibtallyProcess& psamp = record.psamp;
   const std::string_view launcher = context.source.launcherCommand();
-  // Another program in the same process has another layout of its memory.
+  // Another program in the same process has another memory layout.
   bool replaced = psamp.cpuType != task.process.cpuType;
-  // Missed by a sample, it has given up its shared objects.
+  // A process that a sample missed has released its shared objects.
   if (!isNew && psamp.seq.current != context.tsamp.seq - 1) replaced = true;
   if (!launcher.empty() && task.process.command == launcher) {
     psamp.command = commandFromArguments(context, &record);
@@ -161,17 +160,17 @@ void updateTask(Context& context, std::int32_t process, bool registerRegions) {
   psamp.startSeconds = task.process.startSeconds;
   psamp.startMicroseconds = task.process.startMicroseconds;
   psamp.seq.previous = std::exchange(psamp.seq.current, context.tsamp.seq);
-  takeTimeAndState(task, isNew, psamp);
+  updateTimeAndState(task, isNew, psamp);
   const LibtallyGathering& gathering = context.gathering;
   if (gathering.details != TaskDetail::None || gathering.memoryRegions) {
     const bool firstDetails = psamp.details == nullptr;
     if (firstDetails) psamp.details = std::make_unique<LibtallyDetails>();
     auto& memory = psamp.details->memory;
     memory.previous = memory.current;
-    if (gathering.memoryRegions && wantsWalk(record, firstDetails, replaced, registerRegions)) {
+    if (gathering.memoryRegions && needsWalk(record, firstDetails, replaced, registerRegions)) {
       walkMemory(context, record);
     }
-    takeDetails(task, firstDetails, context.tsamp.seq == 1, *psamp.details);
+    updateDetails(task, firstDetails, context.tsamp.seq == 1, *psamp.details);
   }
   ++context.tsamp.processesInState[psamp.state];
 }

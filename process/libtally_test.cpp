@@ -19,7 +19,7 @@ namespace {
 using Operation = SimSystemStatistics::Operation;
 using enum SimSystemStatistics::Operation;
 using Messages = std::vector<std::string>;
-using Pids = std::vector<std::int32_t>;
+using Pids = std::vector<pid_t>;
 
 __attribute__((format(printf, 2, 3))) int collect(void* messages, const char* format, ...) {
   va_list arguments;
@@ -33,7 +33,7 @@ class LibtallyTest : public testing::Test {
  protected:
   LibtallyTest() {
     libtally_use(statistics, handset.accounts());
-    for (const std::int32_t pid : {1, 23, 45, 61}) statistics.removeTask(pid);
+    for (const pid_t pid : {1, 23, 45, 61}) statistics.removeTask(pid);
   }
   ~LibtallyTest() override {
     libtally_fini();
@@ -51,18 +51,18 @@ class LibtallyTest : public testing::Test {
   Messages takeMessages() { return std::exchange(messages, {}); }
 
   // A task with one thread.
-  TaskSample& add(std::int32_t pid, std::int32_t runState = kThreadWaiting) {
+  TaskSample& add(pid_t pid, std::int32_t runState = kThreadWaiting) {
     statistics.setTask(pid, "p" + std::to_string(pid), {});
     task(pid).threads[0].runState = runState;
     return task(pid);
   }
-  TaskSample& task(std::int32_t pid) { return statistics.task(pid).sample; }
+  TaskSample& task(pid_t pid) { return statistics.task(pid).sample; }
   Pids iterate() {
     Pids pids;
     while (const LibtallyProcess* process = libtally_piterate()) pids.push_back(process->pid);
     return pids;
   }
-  const LibtallyProcess* record(std::int32_t pid) {
+  const LibtallyProcess* record(pid_t pid) {
     const LibtallyProcess* found = nullptr;
     while (const LibtallyProcess* process = libtally_piterate()) {
       if (process->pid == pid) found = process;
@@ -80,7 +80,7 @@ int bySecondsDescending(void*, const LibtallyProcess& a, const LibtallyProcess& 
   return x > y ? -1 : x < y ? 1 : 0;
 }
 
-TEST_F(LibtallyTest, FailuresAreToldAndTheTicksKept) {
+TEST_F(LibtallyTest, FailuresAreReportedAndTheTicksKept) {
   const struct {
     bool atInit;
     Operation operation;
@@ -115,17 +115,17 @@ TEST_F(LibtallyTest, FailuresAreToldAndTheTicksKept) {
   }
 }
 
-TEST_F(LibtallyTest, OnlyASampleThatFindsNoMemoryIsGivenUp) {
+TEST_F(LibtallyTest, OnlyASampleWithoutMemoryFails) {
   struct : SimSystemStatistics {
     using SimSystemStatistics::SimSystemStatistics;
     bool noTask = true;
-    TaskSampleResult sampleTask(std::int32_t process, TaskDetail detail, TaskSample& to) override {
-      if (noTask && process == 2) throw std::bad_alloc();
-      return SimSystemStatistics::sampleTask(process, detail, to);
+    TaskSampleResult sampleTask(pid_t pid, TaskDetail detail, TaskSample& to) override {
+      if (noTask && pid == 2) throw std::bad_alloc();
+      return SimSystemStatistics::sampleTask(pid, detail, to);
     }
     KernelResult interfaceTraffic(std::vector<NetworkTotals>&) override { throw std::bad_alloc(); }
   } exhausted{handset.clock()};
-  for (const std::int32_t pid : {1, 2}) exhausted.setTask(pid, "p", {});
+  for (const pid_t pid : {1, 2}) exhausted.setTask(pid, "p", {});
   libtally_use(exhausted, handset.accounts());
   ASSERT_EQ(init(), 0);
   EXPECT_EQ(libtally_sample(false, false), -1);
@@ -134,7 +134,7 @@ TEST_F(LibtallyTest, OnlyASampleThatFindsNoMemoryIsGivenUp) {
   EXPECT_EXIT(libtally_sample(false, false), testing::ExitedWithCode(1), "");
 }
 
-// In whole steps of 128 MiB, as the start of the round found them.
+// In multiples of 128 MiB, as at the start of the round.
 TEST_F(LibtallyTest, ReservedPagesAreReadAtTheStart) {
   statistics.system.reservedMemory = {0x8000000, 0x7FFFFFF, 0x8000001};
   ASSERT_EQ(init(), 0);
@@ -175,7 +175,7 @@ TEST_F(LibtallyTest, RecordsFollowTheirProcesses) {
   EXPECT_EQ(libtally_preg(40, 0), -1) << "no information, no record";
 }
 
-TEST_F(LibtallyTest, AddsThreadTimesAndTellsTheStateOfTheBusiestThread) {
+TEST_F(LibtallyTest, AddsThreadTimesAndReportsTheStateOfTheBusiestThread) {
   TaskSample& added = add(5);
   added.basic.userTime = {10, 0};
   added.basic.systemTime = {0, 999999};
@@ -212,7 +212,7 @@ TEST_F(LibtallyTest, CountsProcessesByState) {
   start();
   const char* const kTexts[] = {"running", "stopped", "sleeping", "stuck",  "halted",
                                 "unknown", "idle",    "zombie",   "unknown"};
-  for (std::int32_t pid = 1; pid <= 9; ++pid) {
+  for (pid_t pid = 1; pid <= 9; ++pid) {
     EXPECT_STREQ(libtally_state_str(record(pid)->state), kTexts[pid - 1]) << pid;
   }
   EXPECT_EQ(libtally_tsamp()->processesInState,
@@ -220,7 +220,7 @@ TEST_F(LibtallyTest, CountsProcessesByState) {
   EXPECT_EQ(libtally_tsamp()->threads, 8u);
 }
 
-TEST_F(LibtallyTest, SortPlacesEqualsByProcessIdWhateverTheComparatorSays) {
+TEST_F(LibtallyTest, SortsEqualsByProcessIdForAnyComparator) {
   const std::int32_t kSeconds[] = {4, 9, 4, 0, 9};
   for (std::int32_t i = 0; i < 5; ++i) statistics.setTask(10 + i, "p", {kSeconds[i], 0});
   start();
@@ -228,13 +228,13 @@ TEST_F(LibtallyTest, SortPlacesEqualsByProcessIdWhateverTheComparatorSays) {
   EXPECT_EQ(iterate(), (Pids{11, 14, 10, 12, 13}));
   EXPECT_EQ(iterate(), (Pids{11, 14, 10, 12, 13})) << "starts again";
 
-  for (std::int32_t pid = 20; pid < 200; ++pid) add(pid);
+  for (pid_t pid = 20; pid < 200; ++pid) add(pid);
   sample();
   const Pids pids = iterate();
   EXPECT_TRUE(std::ranges::is_sorted(pids)) << "a new sample forgets the sort";
 }
 
-TEST_F(LibtallyTest, CountersAreFollowedThroughTheirWraps) {
+TEST_F(LibtallyTest, CountersContinueAcrossWraps) {
   libtally_i64 counter;
   libtally_i64_init(counter, 0, 0xFFFFFFF0);
   EXPECT_EQ(libtally_i64_update(counter, 0x10), 32);
@@ -286,7 +286,7 @@ TEST_F(LibtallyTest, SystemFiguresMoveFromSampleToSample) {
   EXPECT_EQ(tsamp.disk.previous, (DiskTotals{2, 513, 3, 1025}));
 }
 
-TEST_F(LibtallyTest, WalksTheMemoryAsThePreferenceSays) {
+TEST_F(LibtallyTest, WalksTheMemoryAccordingToThePreference) {
   add(1);
   start();
   EXPECT_EQ(statistics.calls(MemoryRegions), 1) << "a new process";

@@ -3,8 +3,8 @@
 
 namespace zorva {
 
-/// Posted in this process by the telephony logger when the state of the radio's transmitter
-/// arrives, before its entry.
+/// Posted in this process by the telephony logger when the state of the radio's transmitter is
+/// reported, before its entry.
 inline constexpr const char* kRadioTransmitStatusDidChange =
     "ZVRadioTransmitStatusDidChangeNotification";
 

@@ -6,8 +6,7 @@
 
 namespace zorva {
 
-/// The UTF-8 text without its first `count` characters, of whatever length each; empty when it has
-/// no more than these.
+/// The UTF-8 text without its first `count` characters; empty if it has no more than these.
 inline std::string_view withoutFirstCharacters(std::string_view text, std::size_t count) {
   const auto continues = [&](std::size_t i) {
     return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U;

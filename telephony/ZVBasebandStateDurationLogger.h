@@ -7,9 +7,9 @@
 
 namespace zorva {
 
-/// Logs how long the baseband has spent in each of its power states. A snapshot, a wake, news of
-/// the battery level and of the radio's transmitter only ask for a report; the entry is written
-/// when it arrives.
+/// Logs how long the baseband has spent in each of its power states. A snapshot, a wake, a
+/// battery-level notification or a change of the radio's transmitter only requests a report; the
+/// entry is written when the report arrives.
 ///
 ///     11/16/26 14:07:16 [Baseband State Durations] Sleep=3540000 ms; Idle=45000 ms;
 class ZVBasebandStateDurationLogger : public ZVTelephonyConnectedLogger {
@@ -18,10 +18,10 @@ class ZVBasebandStateDurationLogger : public ZVTelephonyConnectedLogger {
       const Services& services, TelephonyNotifications& notifications,
       const Connection& connection);
 
-  /// Asks for a report.
+  /// Requests a report.
   void log() override;
 
-  /// Writes the entry: milliseconds by state, in the report's order.
+  /// Writes the entry: milliseconds per state, in the report's order.
   void logReport(const Dictionary& report);
 
  private:

@@ -12,7 +12,7 @@ namespace zorva {
 namespace {
 
 constexpr double kDefaultBacklightLevel = 0.5;
-// Where the display's settings are kept.
+// The preferences domain of the display's settings.
 constexpr const char* kDisplayDomain = "com.vennor.lumbrel";
 
 std::string safeOrNull(const std::optional<std::string>& text) {

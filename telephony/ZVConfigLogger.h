@@ -14,13 +14,13 @@
 
 namespace zorva {
 
-/// Logs how the device is set up: one entry at each snapshot.
+/// Logs the configuration of the device: one entry at each snapshot.
 ///
 ///     11/16/26 14:07:16 [Config] version=5; build=5C104; device=LB20; fb_key=3d5f1b60c8e2497a;
 ///     boot_args=; auto_lock=60; backlight=0.500; als=enabled; baseband=07.11.00; cycle_count=52;
 ///     max_capacity=1400; design_capacity=1420;
 ///
-/// Every question reads its source anew.
+/// Values are not cached: every call reads its source.
 class ZVConfigLogger : public ZVTelephonyConnectedLogger {
  public:
   struct Sources {
@@ -40,17 +40,16 @@ class ZVConfigLogger : public ZVTelephonyConnectedLogger {
   std::optional<std::string> buildVersion() const;
   std::optional<std::string> faultboxKey() const;
   std::optional<std::string> hardwareModel() const;
-  /// Without the blanks around them; nothing, with an error entry, when the kernel does not report
-  /// them.
+  /// Without surrounding blanks; nothing, with an error entry, if the kernel does not report them.
   std::optional<std::string> bootArgs();
-  /// In the unit of the profile settings; 0 when the setting has no value.
+  /// In the unit of the profile settings; 0 if the setting has no value.
   std::int32_t autolockTime() const;
-  /// The display's brightness as its owner chose it, from 0.0 to 1.0; 0.5, with an error entry,
-  /// when that is not known.
+  /// The display's brightness as the user has set it, from 0.0 to 1.0; 0.5, with an error entry, if
+  /// it is unknown.
   double backlightLevel();
-  /// Whether the brightness follows the ambient light, as it does unless that is switched off.
+  /// Whether the brightness follows the ambient light: true unless that is switched off.
   bool alsEnabled() const;
-  /// "<none>" when the telephony server does not report it.
+  /// "<none>" if the telephony server does not report it.
   std::string basebandFirmware() const;
 
  private:

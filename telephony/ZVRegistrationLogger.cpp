@@ -7,11 +7,11 @@
 namespace zorva {
 namespace {
 
-std::optional<std::int64_t> numberOf(const Value& value) {
+std::optional<std::int64_t> optionalInteger(const Value& value) {
   return value.isNothing() ? std::nullopt : std::optional(value.integer());
 }
 
-std::optional<bool> booleanOf(const Value& value) {
+std::optional<bool> optionalBoolean(const Value& value) {
   return value.isNothing() ? std::nullopt : std::optional(value.boolean());
 }
 
@@ -88,14 +88,14 @@ std::string ZVRegistrationLogger::humanReadableRegistrationStatus(
 void ZVRegistrationLogger::handleNotification(std::string_view name,
                                               const Dictionary& information) {
   if (name == telephony::kCellChanged) {
-    setCellID(numberOf(information[telephony::kCellID]));
-    setLac(numberOf(information[telephony::kLocationAreaCode]));
+    setCellID(optionalInteger(information[telephony::kCellID]));
+    setLac(optionalInteger(information[telephony::kLocationAreaCode]));
   } else if (name == telephony::kRegistrationStatusChanged) {
     setRegistrationStatus(information[telephony::kRegistrationStatus].text());
-    setHomeNetwork(booleanOf(information[telephony::kInHomeCountry]));
+    setHomeNetwork(optionalBoolean(information[telephony::kInHomeCountry]));
   } else if (name == telephony::kDataStatusChanged) {
-    setDataAttached(booleanOf(information[telephony::kDataAttached]));
-    setDataActive(booleanOf(information[telephony::kDataActive]));
+    setDataAttached(optionalBoolean(information[telephony::kDataAttached]));
+    setDataActive(optionalBoolean(information[telephony::kDataActive]));
     setDataIndicator(information[telephony::kDataIndicator].text());
   } else if (name == telephony::kOperatorNameChanged) {
     setOperatorName(information[telephony::kOperatorName].text());

@@ -13,7 +13,7 @@
 namespace zorva {
 
 /// Logs the registration on the cellular network: at each snapshot, and when a notification changes
-/// any item. Cell, area and home are not known before the first notification that has them.
+/// any item. Cell, area and home are unknown until the first notification that contains them.
 ///
 ///     11/16/26 14:07:16 [Registration] operator=Sim Mobile; lac=35; cell_id=4711; home=yes;
 ///     data_attached=yes; data_active=no; data_indicator=3G; status=RegisteredHome;
@@ -42,8 +42,8 @@ class ZVRegistrationLogger : public ZVTelephonyConnectedLogger {
   Optional<std::string> registrationStatus() const { return registrationStatus_; }
   Optional<std::string> operatorName() const { return operatorName_; }
 
-  // An item that is set to another value has changed, and so has one that was not there, even when
-  // it still is not.
+  // Setting an item to another value counts as a change; so does setting one that has no value,
+  // even to no value again.
   void setCellID(Optional<std::int64_t> cellID) { set(cellID_, cellID); }
   void setLac(Optional<std::int64_t> lac) { set(lac_, lac); }
   void setDataAttached(Optional<bool> attached) { set(dataAttached_, attached); }

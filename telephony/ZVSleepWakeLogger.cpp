@@ -60,7 +60,7 @@ void ZVSleepWakeLogger::handlePowerMessage(std::uint32_t type, std::intptr_t arg
       sources_.power.allowPowerChange(rootDomainConnect_, argument);
       break;
     case PowerMessage::WillSleep:
-      // What has to be seen before the sleep is seen during the post.
+      // Observers that must act before the sleep do so during the post.
       notifications().post(kDeviceWillSleep, this);
       logEntryWithBody("Sleep", " event=will_sleep;");
       sources_.power.allowPowerChange(rootDomainConnect_, argument);

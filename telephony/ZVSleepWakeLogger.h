@@ -13,16 +13,16 @@
 
 namespace zorva {
 
-/// Logs when the system falls asleep and why it wakes, and for a wake by the baseband what had
-/// arrived and for which process.
+/// Logs when the system goes to sleep and why it wakes, and for a wake by the baseband what arrived
+/// and for which process.
 ///
 ///     11/16/26 23:07:16 [Sleep] event=can_sleep;
 ///     11/16/26 23:07:16 [Sleep] event=will_sleep;
 ///     11/17/26 02:41:09 [Wake] reason=baseband; info=Dlci 3 [pdp_0]: 45 00 00 3c;
 ///
-/// It posts "ZVDeviceWillSleepNotification" before the entry of a sleep, and
-/// "ZVDeviceDidWakeNotification" after those of a wake; both also while it is disabled, and then it
-/// allows the sleep all the same: the system waits for that.
+/// Posts "ZVDeviceWillSleepNotification" before the entry of a sleep, and
+/// "ZVDeviceDidWakeNotification" after those of a wake. It posts both, and allows the sleep, even
+/// while it is disabled: the system waits for that.
 class ZVSleepWakeLogger : public ZVTelephonyConnectedLogger {
  public:
   struct Sources {
@@ -36,13 +36,13 @@ class ZVSleepWakeLogger : public ZVTelephonyConnectedLogger {
       const Sources& sources);
   ~ZVSleepWakeLogger() override;
 
-  /// Sleep and wake have no state that a snapshot could show.
+  /// Writes nothing: sleep and wake have no state that a snapshot could show.
   void log() override {}
   /// Writes the entries of a wake.
   void logWake();
 
-  /// The kernel's reason for the last wake, of which it keeps 256 bytes; "<unknown>", with an error
-  /// entry, when it reports none.
+  /// The kernel's reason for the last wake, at most 256 bytes; "<unknown>", with an error entry, if
+  /// it reports none.
   std::string wakeReason();
   /// Whether the reason names the baseband.
   static bool isBasebandWakeup(const std::string& reason);

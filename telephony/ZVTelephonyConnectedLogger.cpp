@@ -22,7 +22,7 @@ void ZVTelephonyConnectedLogger::deregisterForAllTelephonyNotifications() {
 }
 
 void ZVTelephonyConnectedLogger::logMissingConnection(const Services& services) {
-  // A logger that is not enabled: the line goes to the system log alone.
+  // The logger is not enabled, so the line goes to the system log only.
   ZVLogger(services).logError("ZVTelephonyConnectedLogger must be created with a valid connection");
 }
 

@@ -12,7 +12,8 @@
 
 namespace zorva {
 
-/// Base of the loggers that share the connection to the telephony server. None exists without one.
+/// Base of the loggers that share the connection to the telephony server. None is created without
+/// one.
 class ZVTelephonyConnectedLogger : public ZVLogger {
  public:
   using Connection = std::shared_ptr<ZVTelephonyConnection>;
@@ -29,8 +30,8 @@ class ZVTelephonyConnectedLogger : public ZVLogger {
   void deregisterForAllTelephonyNotifications();
 
  protected:
-  /// What a subclass's loggerWithConnection() does: makes the logger, or reports that there is no
-  /// connection and makes none. `make` is called with no arguments.
+  /// Implements a subclass's loggerWithConnection(): creates the logger, or, if there is no
+  /// connection, reports that and returns null. `make` is called with no arguments.
   template <typename Make>
   static auto initWithConnection(const Services& services, const Connection& connection,
                                  const Make& make) -> decltype(make()) {

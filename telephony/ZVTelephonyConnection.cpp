@@ -22,7 +22,7 @@ TelephonyServer::Connection* ZVTelephonyConnection::connection() {
 
   TelephonyServer& server = sources_.server;
   connection_ = server.createConnection([&systemLog = sources_.systemLog](std::string_view name) {
-    // What the loggers want to hear comes through the telephony notification centre.
+    // The loggers' notifications come through the telephony notification centre.
     systemLog.write(formatText("received unexpected notification: %s", safeText(name).c_str()));
   });
   if (!connection_) {

@@ -16,9 +16,9 @@ namespace zorva {
 
 /// The one shared handle on the telephony server. It exists as long as the program runs, in every
 /// mode, and connects when a query first needs it. A restart of the server, or a request that it
-/// refuses, tears the connection down; the next query makes a new one.
+/// refuses, tears the connection down; the next query reconnects.
 ///
-/// Its failures are lines on the system log, never entries.
+/// Its failures are reported to the system log, never as entries.
 class ZVTelephonyConnection {
  public:
   struct Sources {
@@ -33,15 +33,15 @@ class ZVTelephonyConnection {
   ZVTelephonyConnection& operator=(const ZVTelephonyConnection&) = delete;
   ~ZVTelephonyConnection();
 
-  /// The connection, made now when there is none. Nothing when that fails; what was made up to
-  /// there stays, and counts as connected until the next tear-down.
+  /// The connection; if there is none, connects first. Returns nothing if that fails; the parts
+  /// created until then are kept, and count as connected until the next teardown.
   TelephonyServer::Connection* connection();
   void teardownConnection();
   void daemonRestartNotification() { teardownConnection(); }
 
-  /// Always "<unknown>": the server does not report it.
+  /// Always "<unknown>", because the server does not report it.
   std::string activeBand() const { return "<unknown>"; }
-  /// The selected radio access technology as people call it, or nothing.
+  /// The human-readable name of the selected radio access technology, or nothing.
   std::optional<std::string> currentRAT();
   static std::string humanReadableRATName(const std::optional<std::string>& value);
 
@@ -51,16 +51,16 @@ class ZVTelephonyConnection {
   std::string currentCallStatus();
   static std::string humanReadableCallStatus(std::int32_t status);
 
-  /// In dBm, percent and bars; -1 for what is not known.
+  /// In dBm, percent and bars; -1 for unknown values.
   void getSignalStrengthAsPercentageWithBars(std::int32_t& raw, std::int32_t& percentage,
                                              std::int32_t& bars);
 
   std::optional<std::string> basebandFirmwareVersion();
-  /// The text that says what the baseband woke the device for, without blanks and line ends
-  /// around it.
+  /// The baseband's text that describes what woke the device, without surrounding blanks and line
+  /// ends.
   std::optional<std::string> wakeCommand();
 
-  /// The report comes later, as a telephony notification.
+  /// The report arrives later, as a telephony notification.
   void requestBasebandStateDurationReport();
   void requestBasebandStateDump(const Value& argument);
 

@@ -32,52 +32,6 @@ class TelephonyConnectionTest : public LoggerTest {
   std::shared_ptr<ZVTelephonyConnection> connection = make();
 };
 
-TEST_F(TelephonyConnectionTest, ConnectsWhenItIsFirstNeeded) {
-  fail("createConnection");
-  EXPECT_EQ(connection->activeBand(), "<unknown>");
-  EXPECT_EQ(connection->currentCallStatus(), "Inactive");
-  EXPECT_EQ(takeSystemLog(), Lines{}) << "the fault is still armed: nothing has connected";
-  EXPECT_EQ(connection->currentRAT(), std::nullopt);
-  EXPECT_EQ(takeSystemLog(), (Lines{"Failed to allocate a CTServer connection",
-                                    "Could not get the selected radio mode. (domain: 1 error: "
-                                    "22)"}));
-  EXPECT_EQ(connection->currentRAT(), "UMTS") << "the next use tries again";
-  const auto* first = connection->connection();
-  EXPECT_EQ(connection->connection(), first);
-  connection->requestBasebandStateDurationReport();
-  EXPECT_EQ(reports, 0) << "it comes with a turn of the run loop";
-  handset.runLoop().advance(0);
-  EXPECT_EQ(reports, 1);
-}
-
-// What stands after a step that failed counts as the connection until it is torn down.
-TEST_F(TelephonyConnectionTest, KeepsWhatWasMadeBeforeAStepFailed) {
-  const std::pair<const char*, const char*> kCases[] = {
-      {"makePort", "Could not allocate mach port to CTServer"},
-      {"makeSource", "Could not allocate run loop source for the BasebandLogger"},
-      {"setStateDurationReporting",
-       "Failed to enable baseband power state reporting (domain=1, error=7)"},
-  };
-  for (const auto& [operation, line] : kCases) {
-    SCOPED_TRACE(operation);
-    const bool reportingFails = std::string_view(operation) == "setStateDurationReporting";
-    fail(operation, reportingFails ? 7 : 0);
-    EXPECT_EQ(connection->connection(), nullptr);
-    EXPECT_EQ(takeSystemLog(), Lines{line});
-    EXPECT_NE(connection->connection(), nullptr);
-    EXPECT_EQ(connection->currentRAT(), "UMTS");
-    reports = 0;
-    requestAndTurn();
-    EXPECT_EQ(reports, 0);
-    // Reporting was never switched on, so the request is refused; the next one connects anew.
-    EXPECT_EQ(takeSystemLog(),
-              Lines{"Failed to get a baseband power state report (domain=1, error=1)"});
-    requestAndTurn();
-    EXPECT_EQ(reports, 1);
-    connection->teardownConnection();
-  }
-}
-
 TEST_F(TelephonyConnectionTest, ARestartOrARefusedRequestMakesAnotherConnection) {
   connection->requestBasebandStateDurationReport();
   server.restart();
@@ -108,15 +62,7 @@ TEST_F(TelephonyConnectionTest, ARestartOrARefusedRequestMakesAnotherConnection)
   EXPECT_EQ(reports, 3);
 }
 
-TEST_F(TelephonyConnectionTest, WakeCommandFirmwareAndTraces) {
-  EXPECT_EQ(connection->wakeCommand(), std::nullopt);
-  EXPECT_EQ(takeSystemLog(), Lines{"Could not copy the AT wake command. (domain: 0 error: 0)"});
-  server.setWakeCommand(" \t+CRING: VOICE \r\n");
-  EXPECT_EQ(connection->wakeCommand(), "+CRING: VOICE");
-  fail("copyWakeCommand", 9);
-  EXPECT_EQ(connection->wakeCommand(), std::nullopt);
-  EXPECT_EQ(takeSystemLog(), Lines{"Could not copy the AT wake command. (domain: 1 error: 9)"});
-
+TEST_F(TelephonyConnectionTest, FirmwareAndTraces) {
   EXPECT_EQ(connection->basebandFirmwareVersion(), "1.0.0");
   fail("copyFirmwareVersion");
   EXPECT_EQ(connection->basebandFirmwareVersion(), std::nullopt);
@@ -134,47 +80,6 @@ TEST_F(TelephonyConnectionTest, WakeCommandFirmwareAndTraces) {
                                     "Heliant (domain=0, error=0)",
                                     "Unable to retrieve property enabled from telephony trace "
                                     "Probecraft (domain=1, error=4)"}));
-}
-
-TEST_F(TelephonyConnectionTest, RadioCallsAndSignal) {
-  const std::pair<std::optional<std::string>, std::string> kTechnologies[] = {
-      {std::nullopt, "None"},
-      {"selection-0", "GSM"},
-      {"technology-gsm-compact", "GSM"},
-      {"selection-1", "UMTS"},
-      {"technology-utran", "UMTS"},
-      {"selection-unknown", "Unknown"},
-      {"Selection-2", "Selection-2"}};
-  for (const auto& [selection, name] : kTechnologies) {
-    server.setRatSelection(selection);
-    EXPECT_EQ(connection->currentRAT(), name);
-  }
-  const std::pair<std::int32_t, const char*> kStatuses[] = {{0, "Idle"},
-                                                            {1, "Active"},
-                                                            {2, "Held"},
-                                                            {3, "Sending"},
-                                                            {4, "Ringing"},
-                                                            {5, "Disconnected"},
-                                                            {6, "<unknown status: 6>"},
-                                                            {-1, "<unknown status: -1>"}};
-  for (const auto& [status, name] : kStatuses) {
-    handset.telephony().setCalls({{8, status}});
-    EXPECT_EQ(connection->currentCallStatus(), name);
-  }
-  handset.telephony().setCalls({{9, 1}});
-  EXPECT_EQ(connection->currentCallStatus(), "Multiple");
-  EXPECT_TRUE(connection->callActive());
-  ASSERT_EQ(handset.faults().fail("telephony.copyCurrentCalls"), SimFaults::Outcome::Armed);
-  EXPECT_EQ(connection->currentCallStatus(), "Inactive");
-  handset.telephony().setCalls({{8, std::nullopt}, {9, std::nullopt}});
-  EXPECT_FALSE(connection->callActive());
-
-  std::int32_t raw = 1, percent = 1, bars = 1;
-  connection->getSignalStrengthAsPercentageWithBars(raw, percent, bars);
-  EXPECT_EQ(std::tie(raw, percent, bars), std::make_tuple(-85, 60, 3));
-  handset.telephony().setSignal({std::nullopt, 20, std::nullopt});
-  connection->getSignalStrengthAsPercentageWithBars(raw, percent, bars);
-  EXPECT_EQ(std::tie(raw, percent, bars), std::make_tuple(-1, 20, -1));
 }
 
 TEST_F(TelephonyConnectionTest, LoggersShareAConnectionAndNeedOne) {

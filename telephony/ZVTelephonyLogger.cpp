@@ -11,8 +11,8 @@
 namespace zorva {
 namespace {
 
-// A signal that has moved by no more than this since the last entry is no news.
-constexpr std::int64_t kQuietBandInDBm = 5;
+// A signal that differs by no more than this from the last entry does not count as changed.
+constexpr std::int64_t kSignalThresholdInDBm = 5;
 
 std::optional<bool> booleanIn(const Value& value) {
   if (value.isNothing()) return std::nullopt;
@@ -91,7 +91,7 @@ void ZVTelephonyLogger::setSimStatus(std::optional<std::string> simStatus) {
 void ZVTelephonyLogger::handleNotification(std::string_view name, const Dictionary& information) {
   if (name == telephony::kSignalStrength) {
     const std::int64_t raw = information[telephony::kRawSignalStrength].integer32();
-    if (std::abs(lastReportedSignal_ - raw) <= kQuietBandInDBm) return;
+    if (std::abs(lastReportedSignal_ - raw) <= kSignalThresholdInDBm) return;
     changed_ = true;
   } else if (name == telephony::kRadioTransmit) {
     takeRadioTransmit(information);
@@ -111,7 +111,7 @@ void ZVTelephonyLogger::takeRadioTransmit(const Dictionary& information) {
     if (key == telephony::kDCHStatus) setInDCH(booleanIn(value));
     if (key == telephony::kUTBFStatus) setInUTBF(booleanIn(value));
   }
-  // Before the entry, so that what the observers write stands above it.
+  // Before the entry, so that entries of the observers precede it.
   notifications().post(kRadioTransmitStatusDidChange, this);
   changed_ = true;
 }

@@ -12,9 +12,9 @@
 
 namespace zorva {
 
-/// Logs the cellular radio: at each snapshot, at each news of the battery level, and when the
-/// telephony service reports a change. A signal counts as changed when it is more than 5 dBm away
-/// from the strength in the entry before.
+/// Logs the cellular radio: at each snapshot, at each battery-level notification, and when the
+/// telephony service reports a change. The signal counts as changed if it differs by more than 5
+/// dBm from that in the previous entry.
 ///
 ///     11/16/26 14:07:16 [Telephony] band=<unknown>; data=DCH; rat=UMTS; call_status=Inactive;
 ///     airplane_mode=off; sim=Ready; signal=-85 dBm; bars=3;
@@ -27,22 +27,22 @@ class ZVTelephonyLogger : public ZVTelephonyConnectedLogger {
   /// Writes one entry. It does not clear `changed`: only a telephony notification does.
   void log() override;
 
-  /// "DCH/UTBF", "DCH", "UTBF", "inactive", or "<unknown>" when neither is known.
+  /// "DCH/UTBF", "DCH", "UTBF", "inactive", or "<unknown>" if neither is known.
   std::string humanReadableDataActiveString() const;
   std::string humanReadableSimStatusString() const;
 
-  /// In dBm, as the last entry has it; 0 before the first.
+  /// In dBm, as in the last entry; 0 before the first.
   std::int32_t lastReportedSignal() const { return lastReportedSignal_; }
   void setLastReportedSignal(std::int32_t signal) { lastReportedSignal_ = signal; }
-  /// Nothing until the transmitter's state is reported, and when it is reported as unknown.
+  /// Empty until the transmitter's state is reported, or if it is reported as unknown.
   std::optional<bool> inDCH() const { return inDCH_; }
   void setInDCH(std::optional<bool> inDCH) { inDCH_ = inDCH; }
   std::optional<bool> inUTBF() const { return inUTBF_; }
   void setInUTBF(std::optional<bool> inUTBF) { inUTBF_ = inUTBF; }
   const std::optional<std::string>& simStatus() const { return simStatus_; }
-  /// A status other than the one stored counts as a change.
+  /// A status different from the stored one counts as a change.
   void setSimStatus(std::optional<std::string> simStatus);
-  /// Whether anything worth an entry has come since a telephony notification last wrote one.
+  /// Whether anything has changed since a telephony notification last wrote an entry.
   bool isChanged() const { return changed_; }
   void setChanged(bool changed) { changed_ = changed; }
 

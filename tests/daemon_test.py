@@ -70,9 +70,9 @@ class DaemonTest(unittest.TestCase):
         self.assertEqual(lines[0], 'Zorva Version: 5')
         categories = [re.match(r'\d\d/\d\d/\d\d \d\d:\d\d:\d\d \[(\w+)\] ', line)[1]
                       for line in lines[1:] if line]
-        # Whether these occur depends on the machine: alarms, accessories, the desktop, the battery, the
-        # journal.
-        of_this_machine = {'Accessory', 'Application', 'Battery', 'Schedule', 'Syslog', 'Zorva'}
+        # Whether these occur depends on the machine: alarms, accessories, the desktop, the battery, energy
+        # counters, the journal, control groups.
+        of_this_machine = {'Accessory', 'Application', 'Battery', 'Energy', 'Schedule', 'Syslog', 'Work', 'Zorva'}
         # This is the second file: the location technologies are those of the first, so they have no entry.
         self.assertEqual([category for category in categories if category not in of_this_machine],
                          ['Config', 'Network', 'ProcessMonitor', 'Audio', 'WiFi', 'Telephony', 'Keepline',

@@ -56,7 +56,7 @@ def entries(output, category):
 def enter_device(network=False):
     """Moves this test into a mount namespace with a log directory, an empty /run and /var, and no device name
     but the host's. It has its own user "mobile", even if the machine has one, too. On demand it has a network
-    of its own and an empty /sys/kernel. Needs root; skips otherwise."""
+    of its own, an empty /sys/kernel and an empty /sys/power. Needs root; skips otherwise."""
     if os.environ.get('ZORVA_TEST_DEVICE'):
         return
     if os.geteuid() != 0:
@@ -81,6 +81,7 @@ def enter_device(network=False):
         (sed /^mobile:/d /etc/passwd; echo mobile:x:{MOBILE}:{MOBILE}::/var/mobile:/bin/sh) > /run/passwd
         mount --bind /run/passwd /etc/passwd
         {'ip link set lo up && mount -t tmpfs none /sys/kernel' if network else ''}
+        {'[ ! -e /sys/power ] || mount -t tmpfs none /sys/power' if network else ''}
         [ ! -e /etc/machine-info ] || mount --bind /dev/null /etc/machine-info
         exec "$0" "$@"'''
     try:

@@ -35,6 +35,11 @@ class ReportTest(unittest.TestCase):
         self.addCleanup(directory.cleanup)
         self.directory = pathlib.Path(directory.name)
 
+    def test_the_scenarios_have_their_expected_reports(self):
+        for expected in sorted((ROOT / 'tests/reports').glob('*.txt')):
+            shown = report(f'scenarios/{expected.stem}.log', cwd=ROOT)
+            self.assertEqual((shown.stderr, shown.stdout), ('', expected.read_text()), expected)
+
     def test_the_log_can_be_rebuilt_from_json_and_types_stay(self):
         damaged = self.directory / 'dam"aged\n.log'
         damaged.write_bytes(b'\0\xff\xc3\r\n\n11/16/26 10:00:00 [WiFi] status=on; ap=\xff\xe2\x82\xac\\"\x7f;\r\n'
@@ -73,7 +78,7 @@ class ReportTest(unittest.TestCase):
         self.assertEqual([piece.get('category') for piece in pieces(LOGS['night'], *window)],
                          ['Wake', 'PacketDecoder', 'Baseband State Durations'])
         piped = report('--compare', LOGS['night'], '-', input=LOGS['night'].read_text())
-        self.assertRegex(piped.stdout, r'(?s)to B, per hour\n  Nothing of note.*asleep +0.60 % +0.60 % +same\n')
+        self.assertRegex(piped.stdout, r'(?s)to B, per hour\n  No notable change.*asleep +0.60 % +0.60 % +same\n')
         changed = report('--compare', LOGS['night'], LOGS['day']).stdout
         self.assertRegex(changed, r'\n  Charge used awake +5.0 %  to +7.8 % +\+54 %\n')
         self.assertRegex(changed, r'\n  exton2\(bb\) +0.33 +0.11 +-66 %\n')
@@ -116,7 +121,7 @@ class ReportTest(unittest.TestCase):
                 log.rename(self.directory / 'moved')
                 (self.directory / 'b.zorva').write_bytes(b'Zorva Version: 5\n' + b''.join(lines[90:]))
                 wait_for(lambda: b'for 1 min 10 s: Alarm.' in output.read_bytes(), 'the next log')
-                for line in b'17 Nov 01:06:10  Falls asleep.\n', b'Woke up after 1 h 13 min: <unknown>.\n':
+                for line in b'17 Nov 01:06:10  Goes to sleep.\n', b'Woke up after 1 h 13 min: <unknown>.\n':
                     self.assertIn(line, output.read_bytes())
                 log = self.directory / 'b.zorva'
             else:

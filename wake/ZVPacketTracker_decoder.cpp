@@ -9,7 +9,7 @@
 namespace zorva {
 namespace {
 
-// An IPv4 header with one word of options, which is the most that is decoded before the transport.
+// An IPv4 header with one word of options: no more options are decoded.
 constexpr std::size_t kMinPacket = 48;
 constexpr std::size_t kMinTCP = 32;
 constexpr std::size_t kMinUDP = 16;
@@ -18,7 +18,7 @@ constexpr std::uint32_t kICMP = 1;
 constexpr std::uint32_t kTCP = 6;
 constexpr std::uint32_t kUDP = 17;
 
-// The first characters of a text, at most so many, and how many they are.
+// The first characters of a text, up to a limit, and their number.
 struct Characters {
   std::string_view text;
   std::size_t count;
@@ -62,7 +62,7 @@ bool sameLetter(char one, char other) {
   return lower(one) == lower(other);
 }
 
-// Takes the literal, in any case, off the start of the text.
+// Removes the literal, in upper or lower case, from the start of the text.
 bool consume(std::string_view& text, std::string_view literal) {
   if (text.size() < literal.size() ||
       !std::equal(literal.begin(), literal.end(), text.begin(), sameLetter)) {
@@ -77,7 +77,7 @@ bool contains(std::string_view text, std::string_view literal) {
          text.end();
 }
 
-// Takes a decimal integer off the start of the text; its value is not needed.
+// Removes a decimal integer from the start of the text; its value is not needed.
 bool consumeInteger(std::string_view& text) {
   std::size_t length = text.starts_with('+') || text.starts_with('-') ? 1 : 0;
   const std::size_t sign = length;
@@ -87,7 +87,7 @@ bool consumeInteger(std::string_view& text) {
   return true;
 }
 
-// The text as far as its first two blanks in a row, without the single ones.
+// The text up to the first two consecutive blanks, with single blanks removed.
 std::string upToTwoBlanks(std::string_view text) {
   std::string found(text.size(), ' ');
   std::size_t size = 0;
@@ -107,7 +107,8 @@ std::string upToTwoBlanks(std::string_view text) {
 std::optional<std::string> ZVPacketTracker::getPacketWoW(std::optional<std::string_view> text) {
   constexpr std::string_view kStart = "Wakeup Packet: ";
   constexpr std::size_t kSkipped = 28;
-  constexpr std::size_t kOpenEnded = 52;  // characters of a packet whose end is not marked
+  constexpr std::size_t kUnmarkedPacketLength =
+      52;  // characters used of a packet whose end is not marked
 
   if (!text) {
     systemLog_.write("[PacketDecoder] Wake packet parameter nil");
@@ -125,9 +126,9 @@ std::optional<std::string> ZVPacketTracker::getPacketWoW(std::optional<std::stri
   }
   rest.remove_prefix(skipped.text.size());
   const std::size_t end = rest.find(" (");
-  // What is left of an unmarked packet is used as far as it goes.
-  return checkedPacket(
-      std::string(end == rest.npos ? firstCharacters(rest, kOpenEnded).text : rest.substr(0, end)));
+  // If fewer characters are left, they are all used.
+  return checkedPacket(std::string(
+      end == rest.npos ? firstCharacters(rest, kUnmarkedPacketLength).text : rest.substr(0, end)));
 }
 
 std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
@@ -175,7 +176,7 @@ std::optional<std::string> ZVPacketTracker::getPacketBasebandDlci(
   return std::string();
 }
 
-// The packet, when it is long enough and all of it hexadecimal.
+// The packet, if it is long enough and consists only of hexadecimal digits.
 std::optional<std::string> ZVPacketTracker::checkedPacket(std::string packet) {
   if (packet.size() >= kMinPacket && isHexadecimal(packet)) return packet;
   if (isShorterThan(packet, kMinPacket)) {
@@ -232,7 +233,7 @@ std::uint16_t ZVPacketTracker::tcpParse(std::string_view text) {
   const std::uint32_t offset = read(1) >> 4;
   const std::uint32_t flags = read(1);
   const std::uint32_t window = read(2);
-  // The two high bits are there, but never shown.
+  // The two high bits are decoded, but never shown.
   std::string control = "xxUAPRSF";
   for (std::size_t i = 0; i < control.size(); ++i) {
     if ((flags & 0x3F & (0x80U >> i)) == 0) control[i] = 'x';
@@ -279,7 +280,8 @@ std::uint32_t ZVPacketTracker::hexStrtolOffsetLength(std::optional<std::string_v
   return number;
 }
 
-// Adds the IPv4 and transport fields to packetLog: the local port that the packet is for, or 0.
+// Adds the IPv4 and transport fields to packetLog. Returns the local port to which the packet is
+// addressed, or 0.
 std::uint16_t ZVPacketTracker::decodeHeaders(std::string_view packet) {
   std::uint32_t cursor = 0;
   const auto read = [&](std::uint32_t bytes) {
@@ -300,7 +302,7 @@ std::uint16_t ZVPacketTracker::decodeHeaders(std::string_view packet) {
   read(2);  // checksum
   const auto source = readAddress();
   const auto destination = readAddress();
-  if ((versionAndLength & 0x0F) == 6) read(4);  // one word of options; longer ones are not known
+  if ((versionAndLength & 0x0F) == 6) read(4);  // one word of options; longer ones are not decoded
 
   packetLog_ +=
       formatText(" version=IPv%d; length=%d; ttl=%d;", versionAndLength >> 4, length, timeToLive);

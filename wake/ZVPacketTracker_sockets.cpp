@@ -15,7 +15,7 @@ namespace {
 constexpr std::int64_t kStep = 128;  // bytes by which Pids grows
 constexpr int kIdSize = sizeof(std::int32_t);
 constexpr int kDescriptorSize = sizeof(proc_fdinfo);
-// The longest name and path that are asked for, in bytes.
+// The maximum length of a name and of a path, in bytes.
 constexpr std::size_t kMaxNameLength = 64;
 constexpr std::size_t kMaxPathLength = 1024;
 
@@ -50,18 +50,18 @@ void ZVPacketTracker::buildFDTable(const Notification& /*notification*/) {
   processFDs_.clear();
   const int count = getPids();
   if (count < 0) return;
-  for (const std::int32_t process : Pids_.room(count * kIdSize)) {
-    if (process != 0 && !addProcess(process)) return;
+  for (const pid_t pid : Pids_.room(count * kIdSize)) {
+    if (pid != 0 && !addProcess(pid)) return;
   }
 }
 
-bool ZVPacketTracker::addProcess(std::int32_t process) {
+bool ZVPacketTracker::addProcess(pid_t pid) {
   proc_taskallinfo information;
-  const ProcAnswer answer = processes_.proc_pidinfo(process, information);
+  const ProcAnswer answer = processes_.proc_pidinfo(pid, information);
   if (answer.bytes <= 0) {
     if (answer.error != kNoSuchProcess) {
       systemLog_.write(
-          formatText("[PacketTracker] PID %d information error: %d", process, answer.error));
+          formatText("[PacketTracker] PID %d information error: %d", pid, answer.error));
     }
     return true;
   }
@@ -69,45 +69,43 @@ bool ZVPacketTracker::addProcess(std::int32_t process) {
     systemLog_.write(
         formatText("[PacketTracker] PID %d: proc_pidinfo(PROC_PIDTASKALLINFO) too few bytes; "
                    "expected %ld, got %d",
-                   process, long{kProcTaskAllInfoSize}, answer.bytes));
+                   pid, long{kProcTaskAllInfoSize}, answer.bytes));
     return false;
   }
   std::array<char, kMaxNameLength> name;
   std::array<char, kMaxPathLength> path;
   std::string owner;
-  owner += formatText(" process=%s;", textOf(name, processes_.proc_name(process, name)).c_str());
-  owner += formatText(" path=%s;", textOf(path, processes_.proc_pidpath(process, path)).c_str());
-  owner += formatText(" pid=%d;", process);
+  owner += formatText(" process=%s;", textOf(name, processes_.proc_name(pid, name)).c_str());
+  owner += formatText(" path=%s;", textOf(path, processes_.proc_pidpath(pid, path)).c_str());
+  owner += formatText(" pid=%d;", pid);
 
-  const int count = getFdsWithPid(information, process);
+  const int count = getFdsWithPid(information, pid);
   if (count < 0) return true;
   for (const proc_fdinfo& descriptor : Fds_.room(count * kDescriptorSize)) {
     if (descriptor.proc_fdtype == kDescriptorIsSocket &&
-        !addSocket(process, descriptor.proc_fd, owner)) {
+        !addSocket(pid, descriptor.proc_fd, owner)) {
       return false;
     }
   }
   return true;
 }
 
-bool ZVPacketTracker::addSocket(std::int32_t process, std::int32_t descriptor,
-                                const std::string& owner) {
-  const ProcAnswer answer = processes_.proc_pidfdinfo(process, descriptor, si_);
+bool ZVPacketTracker::addSocket(pid_t pid, std::int32_t descriptor, const std::string& owner) {
+  const ProcAnswer answer = processes_.proc_pidfdinfo(pid, descriptor, si_);
   if (answer.bytes <= 0) {
-    systemLog_.write(
-        formatText("[PacketTracker] PID %d, FD %d: socket error", process, descriptor));
+    systemLog_.write(formatText("[PacketTracker] PID %d, FD %d: socket error", pid, descriptor));
     return true;
   }
   if (answer.bytes < kSocketFdInfoSize) {
     systemLog_.write(formatText(
         "[PacketTracker] PID %d, FD %d: proc_pidfdinfo(PROC_PIDFDSOCKETINFO) too few bytes; "
         "expected %ld, got %d",
-        process, descriptor, long{kSocketFdInfoSize}, answer.bytes));
+        pid, descriptor, long{kSocketFdInfoSize}, answer.bytes));
     return false;
   }
   if (si_.soi_kind != kSocketKindIPv4 && si_.soi_kind != kSocketKindTCP) return true;
 
-  // Sleep waits for this: but for the stored texts, nothing is allocated.
+  // Sleep waits for this: nothing is allocated except the stored texts.
   std::array<char, 64> status{};
   if (si_.soi_kind == kSocketKindTCP) {
     const char* known = nullptr;
@@ -150,7 +148,7 @@ bool ZVPacketTracker::growPids(std::int64_t bytes) {
     NbPids_ = static_cast<std::int32_t>(bytes);
     return true;
   }
-  // NbPids stays what there is room for.
+  // NbPids keeps the size of the existing buffer.
   systemLog_.write(formatText("[PacketTracker] Can't allocate space for %d PIDs",
                               static_cast<int>(bytes / kIdSize)));
   return false;
@@ -172,24 +170,24 @@ int ZVPacketTracker::getPids() {
       systemLog_.write(formatText("[PacketTracker] Can't get list of PIDs: %d", filled.error));
       return -1;
     }
-    // With no room left for one more, the list may have been cut.
+    // If the buffer is full, the list may have been truncated.
     if (std::int64_t{filled.bytes} + kIdSize < NbPids_) return filled.bytes / kIdSize;
     if (!growPids(NbPids_ + kStep)) return -1;
   }
 }
 
-int ZVPacketTracker::getFdsWithPid(proc_taskallinfo information, std::int32_t process) {
+int ZVPacketTracker::getFdsWithPid(proc_taskallinfo information, pid_t pid) {
   const std::int64_t needed = std::int64_t{information.openFiles} * kDescriptorSize;
   if (Fds_.absent() || NbFds_ < needed) {
     if (!fits(needed) || !Fds_.grow(static_cast<std::int32_t>(needed))) {
       // NbFds stays what there is room for.
-      systemLog_.write(formatText("[PacketTracker] PID %d: can't allocate space for %u FDs",
-                                  process, information.openFiles));
+      systemLog_.write(formatText("[PacketTracker] PID %d: can't allocate space for %u FDs", pid,
+                                  information.openFiles));
       return -1;
     }
     NbFds_ = static_cast<std::int32_t>(needed);
   }
-  const ProcAnswer filled = processes_.proc_pidinfo(process, Fds_.room(NbFds_));
+  const ProcAnswer filled = processes_.proc_pidinfo(pid, Fds_.room(NbFds_));
   return filled.bytes > 0 ? filled.bytes / kDescriptorSize : -1;
 }
 

@@ -27,7 +27,7 @@ _zorva_sim() {
 _zorva_notify() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "--state -h --help --version" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "--own --state -h --help --version" -- "$word")) ;;
     *) COMPREPLY=($(compgen -W "com.vennor.zorva.exit" -- "$word")) ;;
   esac
 }

@@ -5,8 +5,8 @@
 
 namespace zorva {
 
-/// There is no such service on Linux, hence no account to report on. What is posted in its name is
-/// heard all the same, as any system notification.
+/// There is no such service on Linux, hence no account to report on. Notifications posted in its
+/// name are delivered like any system notification.
 class LinuxAccountSync : public AccountSync {
  public:
   std::vector<Dictionary> statusReports() override { return {}; }

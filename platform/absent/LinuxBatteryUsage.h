@@ -5,7 +5,7 @@
 
 namespace zorva {
 
-/// Linux keeps no account of use and standby since the last full charge: the service never answers.
+/// Linux does not record use and standby since the last full charge: the service never replies.
 class LinuxBatteryUsage : public BatteryUsage {
  public:
   std::optional<Times> times() override { return std::nullopt; }

@@ -5,8 +5,8 @@
 
 namespace zorva {
 
-/// There is no such service on Linux, so nothing is pushed, nothing polls but who wants to, and no
-/// interval is known. What is posted in its name is heard all the same, as any system notification.
+/// There is no such service on Linux, so push is disabled, polling is manual, and no interval is
+/// known. Notifications posted in its name are delivered like any system notification.
 class LinuxPersistentConnections : public PersistentConnections {
  public:
   bool pushEnabled(std::int32_t) override { return false; }

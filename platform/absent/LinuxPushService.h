@@ -5,8 +5,8 @@
 
 namespace zorva {
 
-/// There is no push service on Linux that hands its messages to others. What is posted in its name
-/// is heard all the same, as any system notification.
+/// There is no push service on Linux that delivers its messages to other programs. Notifications
+/// posted in its name are delivered like any system notification.
 class LinuxPushService : public PushService {
  public:
   std::unique_ptr<PushConnection> createConnection(const std::string&) override { return nullptr; }

@@ -11,7 +11,7 @@
 
 namespace zorva {
 
-/// An external accessory, as it describes itself; texts may be empty or absent.
+/// An external accessory, as described by itself; texts may be empty or absent.
 struct Accessory {
   bool connected = false;
   std::uint32_t connectionIdentifier = 0;
@@ -29,12 +29,11 @@ class AccessoryManager {
  public:
   virtual ~AccessoryManager() = default;
 
-  /// Calls back, on the run loop, when an accessory has connected or disconnected. An empty
-  /// registration says that this cannot be observed.
+  /// Calls back, on the run loop, when an accessory has been connected or disconnected. An empty
+  /// registration means that this cannot be observed.
   virtual Registration observeConnected(std::function<void(const Accessory&)> event) = 0;
   virtual Registration observeDisconnected(std::function<void(const Accessory&)> event) = 0;
-  /// The manager reports events only while a client is registered. Empty when it cannot be
-  /// reached.
+  /// The manager reports events only while a client is registered. Empty if it cannot be reached.
   virtual Registration registerForLocalNotifications() = 0;
   virtual std::vector<Accessory> connectedAccessories() = 0;
 };

@@ -11,27 +11,27 @@
 
 namespace zorva {
 
-/// One change of an application's state, as far as it is known.
+/// One change of an application's state. Unknown members are empty.
 struct ApplicationStateChange {
   std::optional<std::string> displayIdentifier;
   std::optional<pid_t> pid;
   std::optional<std::int32_t> state;
-  std::optional<std::vector<std::int32_t>> reasons;  ///< why it may run: reason codes
+  std::optional<std::vector<std::int32_t>> reasons;  ///< codes of the reasons why it may run
 };
 
-/// What the home-screen process knows of applications.
+/// The home-screen process's information on applications.
 class ApplicationStates {
  public:
   virtual ~ApplicationStates() = default;
 
   /// Calls back, on the run loop, for every change. Changes are reported only between
-  /// beginGenerating() and endGenerating(), which may be nested. An empty registration says that
+  /// beginGenerating() and endGenerating(), which may be nested. An empty registration means that
   /// changes cannot be observed.
   virtual Registration observe(std::function<void(const ApplicationStateChange&)> changed) = 0;
   virtual void beginGenerating() = 0;
   virtual void endGenerating() = 0;
 
-  /// Identifiers of the active, or of all, applications; of the debuggable ones only when asked.
+  /// Identifiers of all applications, or of the active or the debuggable ones only.
   virtual std::vector<std::string> copyDisplayIdentifiers(bool onlyActive, bool onlyDebuggable) = 0;
   virtual std::optional<std::int32_t> processOf(const std::string& displayIdentifier) = 0;
   virtual std::int32_t stateOf(const std::string& displayIdentifier) = 0;

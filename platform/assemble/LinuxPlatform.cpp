@@ -12,6 +12,7 @@
 #include "platform/assertions/linux/LinuxPowerManagement.h"
 #include "platform/audio/linux/LinuxAudioSystem.h"
 #include "platform/bluetooth/linux/LinuxBluetoothServer.h"
+#include "platform/energy/linux/LinuxEnergyCounters.h"
 #include "platform/kit/bus/LinuxBus.h"
 #include "platform/locale/LocalDateFormatting.h"
 #include "platform/locale/LocalTime.h"
@@ -46,6 +47,7 @@
 #include "platform/traffic/linux/LinuxNetworkInterfaces.h"
 #include "platform/wifi/linux/LinuxWiFiDriver.h"
 #include "platform/wifi/linux/LinuxWiFiManager.h"
+#include "platform/work/linux/LinuxWorkUnits.h"
 
 namespace zorva {
 namespace {
@@ -63,7 +65,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
   const Platform& platform() const override { return platform_; }
 
  private:
-  // Each service after what it uses, so that it is destroyed before.
+  // Each service follows those that it uses, so that it is destroyed before them.
   LinuxRunLoop runLoop_;
   LinuxClock clock_;
   LinuxSystemLog systemLog_{runLoop_};
@@ -86,19 +88,25 @@ class WholeLinuxPlatform : public LinuxPlatform {
   ModemManagerClient modemManager_{runLoop_.event(), bus_};
   LinuxKernelValues kernel_{[this] { return modemManager_.modemDevices(); }};
   WakeTexts wakeTexts_{runLoop_, runLoop_.event()};
-  LinuxSystemPower systemPower_{bus_,
-                                {[this] {
-                                   registry_.systemWillSleep();
-                                   kernel_.systemWillSleep();
-                                   wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
-                                 },
-                                 [this](std::function<void()> proceed) {
-                                   wakeTexts_.awake(kernel_.systemDidWake(), std::move(proceed));
-                                 },
-                                 [this] {
-                                   wakeTexts_.reset();
-                                   registry_.systemDidWake();
-                                 }}};
+  bool modemWoke_ = false;
+  LinuxSystemPower systemPower_{
+      runLoop_.event(),
+      bus_,
+      {[this] {
+         registry_.systemWillSleep();
+         kernel_.systemWillSleep();
+         wakeTexts_.sleepBegins(modemManager_.mobileInterfaces());
+       },
+       [this](bool prepared) {
+         modemWoke_ = kernel_.systemDidWake(prepared);
+         // What the modem reports from now on can still be heard.
+         if (!prepared) wakeTexts_.sleepBegins({});
+       },
+       [this](std::function<void()> proceed) { wakeTexts_.awake(modemWoke_, std::move(proceed)); },
+       [this] {
+         wakeTexts_.reset();
+         registry_.systemDidWake();
+       }}};
   SignalPause signalPause_{runLoop_.event(), systemPower_, modemManager_};
   LinuxScheduledPowerEvents scheduledEvents_{bus_, clock_};
   LinuxProcessInformation processInformation_;
@@ -134,6 +142,8 @@ class WholeLinuxPlatform : public LinuxPlatform {
       systemNotifications_};
   LinuxAccessoryManager accessories_{runLoop_.event()};
   LinuxSystemLogQueries systemLogQueries_;
+  LinuxEnergyCounters energy_{systemLog_};
+  LinuxWorkUnits work_;
   Platform platform_{runLoop_,
                      clock_,
                      systemLog_,
@@ -171,7 +181,9 @@ class WholeLinuxPlatform : public LinuxPlatform {
                      accountSync_,
                      location_,
                      accessories_,
-                     systemLogQueries_};
+                     systemLogQueries_,
+                     energy_,
+                     work_};
 };
 
 }  // namespace

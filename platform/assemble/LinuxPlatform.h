@@ -7,19 +7,18 @@
 
 namespace zorva {
 
-/// The services of this machine, and what refers to them.
+/// The services of this machine, and the Platform that refers to them.
 class LinuxPlatform {
  public:
   virtual ~LinuxPlatform() = default;
   virtual const Platform& platform() const = 0;
 };
 
-/// Makes every service. A service that this machine lacks exists all the same and answers that it
-/// has nothing; only a process that cannot have an event loop gets none, with the reason on
-/// standard error.
+/// Creates every service. A service that this machine lacks is created too, and reports that it has
+/// nothing. Only if no event loop can be created, returns null, with the reason on standard error.
 std::unique_ptr<LinuxPlatform> makeLinuxPlatform();
 
-/// Reports to the service manager that started this process, if one did, that it is ready.
+/// Notifies the service manager, if one started this process, that it is ready.
 void reportReady();
 
 }  // namespace zorva

@@ -14,6 +14,7 @@ class Clock;
 class DateFormatting;
 class DeviceInformation;
 class DeviceRegistry;
+class EnergyCounters;
 class FileSystem;
 class KernelValues;
 class LocaleInformation;
@@ -41,9 +42,10 @@ class TelephonyServer;
 class Thermal;
 class WiFiDriver;
 class WiFiManager;
+class WorkUnits;
 
-/// Every service of the platform. Made whole by makeLinuxPlatform() or by SimHandset, which own
-/// what it refers to.
+/// Every service of the platform. Created by makeLinuxPlatform() or SimHandset, which own the
+/// services.
 struct Platform {
   RunLoop& runLoop;
   Clock& clock;
@@ -83,6 +85,8 @@ struct Platform {
   LocationService& location;
   AccessoryManager& accessories;
   SystemLogQueries& systemLogQueries;
+  EnergyCounters& energy;
+  WorkUnits& work;
 };
 
 }  // namespace zorva

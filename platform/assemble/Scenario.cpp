@@ -12,18 +12,18 @@
 namespace zorva {
 namespace {
 
-// How much later than the last step a run without "end" ends: what the step sets off on the further
-// turns of the run loop, such as the answers of services, comes first.
+// The time after the last step at which a run without "end" ends, so that events that the step
+// triggers in later iterations of the run loop, such as replies of services, are delivered first.
 constexpr ScenarioNode::Duration kAfterLastStep(1);
 
-// Of a file that is larger than any scenario, only so much is read that this shows.
+// Reads at most one byte more than the largest scenario, so that a larger file is detected.
 std::string contentsOf(const std::string& path) {
   constexpr std::streamsize kReadAtMost = (std::streamsize{1} << 20) + 1;
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   std::string contents(kReadAtMost, '\0');
   file.read(contents.data(), kReadAtMost);
-  // The end of the file is reached as it should; a directory fails before.
+  // At the end of the file; reading a directory has failed before.
   if (file.bad() || !(file.good() || file.eof())) {
     throw ScenarioError(safeText(path) + ": cannot be read: " + std::strerror(errno));
   }
@@ -31,7 +31,8 @@ std::string contentsOf(const std::string& path) {
   return contents;
 }
 
-// Actions run in the order of the sections, so that a service finds what it builds on set up.
+// Actions run in the order of the sections, so that a service is set up after those that it depends
+// on.
 std::vector<ScenarioAction> readStart(const ScenarioNode& device,
                                       const std::vector<ScenarioSections::Section>& sections) {
   std::vector<ScenarioAction> inOrder(sections.size());
@@ -71,7 +72,7 @@ Scenario Scenario::read(std::string_view yaml, const std::string& name, SimHands
                                            step.at = at.duration();
                                            if (step.at < scenario.end_) {
                                              at.refuse(
-                                                 "this step comes before the one above it; "
+                                                 "this step is earlier than the one above it; "
                                                  "put the steps in the order of time");
                                            }
                                            return ScenarioAction([] {});
@@ -87,7 +88,7 @@ Scenario Scenario::read(std::string_view yaml, const std::string& name, SimHands
     }
   }
   if (const auto* end = keys.find("end")) {
-    if (end->duration() < scenario.end_) end->refuse("the end comes before the last step");
+    if (end->duration() < scenario.end_) end->refuse("the end is earlier than the last step");
     scenario.end_ = end->duration();
   } else {
     scenario.end_ += kAfterLastStep;

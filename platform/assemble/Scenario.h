@@ -13,7 +13,7 @@ namespace zorva {
 
 class SimHandset;
 
-/// A handset's story, read from YAML and checked as a whole before anything of it happens:
+/// A scenario, read from YAML and checked as a whole before any of it is executed:
 ///
 ///     device:
 ///       battery: {level: 88, charging: false}
@@ -23,16 +23,16 @@ class SimHandset;
 ///     end: 01:00:00
 class Scenario {
  public:
-  /// Reads for that handset, and only for it. `name` stands for the text in messages. Throws
+  /// Reads a scenario for that handset only. `name` is the text's name in messages. Throws
   /// ScenarioError.
   static Scenario read(std::string_view yaml, const std::string& name, SimHandset& handset);
   static Scenario readFile(const std::string& path, SimHandset& handset);
 
-  /// Puts the handset into the start state, and plans the steps and, at the end, the exit
+  /// Sets the handset's start state, and schedules the steps and, at the end, the exit
   /// notification. To be called once, before time has passed.
   void begin(SimHandset& handset) const;
 
-  /// Every key that was offered to the text's mappings, known to the reader therefore.
+  /// Every key that the reader accepts in the mappings of the text.
   const std::set<std::string>& offeredKeys() const { return text_->offeredKeys; }
 
  private:

@@ -14,8 +14,8 @@
 namespace zorva {
 namespace {
 
-// The yaml blocks of the page, each after as many empty lines as stand above it, so that errors
-// name the page's lines.
+// The yaml blocks of the page, each preceded by as many empty lines as the page has before it, so
+// that errors give the page's line numbers.
 std::vector<std::string> examplesIn(const std::string& page) {
   std::vector<std::string> examples;
   std::size_t end = 0;
@@ -28,8 +28,8 @@ std::vector<std::string> examplesIn(const std::string& page) {
   return examples;
 }
 
-// The page must be complete, and its examples right: every section of every service is used in one
-// of them, and every key that the reader then offers is named in the text, as is every fault point.
+// The page must be complete and its examples valid: every section of every service is used in an
+// example, and the text names every key that the reader then accepts and every fault point.
 TEST(ScenarioDocs, NameEveryKeyAndFaultPoint) {
   std::ifstream file("docs/scenarios.md");
   const std::string page{std::istreambuf_iterator<char>(file), {}};

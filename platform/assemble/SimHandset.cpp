@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 fs::path makeTemporaryDirectory() {
   std::string name = (fs::temp_directory_path() / "zorva-sim.XXXXXX").string();
   if (::mkdtemp(name.data()) == nullptr) {
-    throw fs::filesystem_error("cannot make a temporary directory", name,
+    throw fs::filesystem_error("cannot create a temporary directory", name,
                                std::error_code(errno, std::generic_category()));
   }
   return name;
@@ -79,7 +79,13 @@ SimHandset::SimHandset(std::unique_ptr<SimRoot> root)
                 accountSync_,
                 location_,
                 accessories_,
-                systemLogQueries_} {
+                systemLogQueries_,
+                energy_,
+                work_} {
+  cpuTimeOfUnits_ = processes_.observeCpuTime(
+      [this](pid_t, const SimProcess& process, std::chrono::microseconds time) {
+        if (!process.unit.empty()) work_.addCpuTime(process.unit, time);
+      });
   makeHealthy();
   parts_.addFaultSections();
 }

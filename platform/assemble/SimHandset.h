@@ -12,6 +12,7 @@
 #include "platform/assertions/sim/SimPowerManagement.h"
 #include "platform/audio/sim/SimAudioSystem.h"
 #include "platform/bluetooth/sim/SimBluetoothServer.h"
+#include "platform/energy/sim/SimEnergyCounters.h"
 #include "platform/locale/LocalDateFormatting.h"
 #include "platform/locale/LocalTime.h"
 #include "platform/locale/sim/SimLocaleInformation.h"
@@ -50,16 +51,17 @@
 #include "platform/traffic/sim/SimNetworkInterfaces.h"
 #include "platform/wifi/sim/SimWiFiDriver.h"
 #include "platform/wifi/sim/SimWiFiManager.h"
+#include "platform/work/sim/SimWorkUnits.h"
 
 namespace zorva {
 
-/// The directory below which a handset keeps its files, with the log directory and the one of the
-/// preferences made in it.
+/// The root directory of a handset's files. The directories of logs and of preferences are created
+/// in it.
 class SimRoot {
  public:
-  /// A temporary one, removed with its contents in the end.
+  /// A temporary directory, removed with its contents at the end.
   SimRoot();
-  /// One that stays. Throws std::filesystem::filesystem_error when it cannot be made.
+  /// A directory that is kept. Throws std::filesystem::filesystem_error if it cannot be created.
   explicit SimRoot(const std::filesystem::path& directory);
   SimRoot(const SimRoot&) = delete;
   SimRoot& operator=(const SimRoot&) = delete;
@@ -76,15 +78,15 @@ class SimRoot {
 
 /// A whole handset in virtual time, healthy at first: a battery at 80 % with a gas gauge, the name
 /// "Sim Phone", locale en_US, zone UTC, 2026-11-16 14:00:00, the user "mobile" with the ids of the
-/// user who runs this, the interfaces lo0, en0 and pdp_ip0, a few processes, no boot arguments, a
-/// display lit at half its brightness, a lock after a minute without use, three thermal sensors,
-/// and a modem that is registered with the operator "Sim Mobile" at home.
+/// user who runs the program, the interfaces lo0, en0 and pdp_ip0, a few processes, no boot
+/// arguments, a display at half brightness, auto-lock after a minute, three thermal sensors, and a
+/// modem that is registered with its home operator "Sim Mobile".
 class SimHandset {
  public:
   static constexpr Date kStart =
       Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 16)) + std::chrono::hours(14);
 
-  /// Files in a temporary directory.
+  /// Keeps its files in a temporary directory.
   SimHandset() : SimHandset(std::make_unique<SimRoot>()) {}
   explicit SimHandset(std::unique_ptr<SimRoot> root);
   ~SimHandset();
@@ -133,6 +135,8 @@ class SimHandset {
   SimLocationService& location() { return location_; }
   SimAccessoryManager& accessories() { return accessories_; }
   SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
+  SimEnergyCounters& energy() { return energy_; }
+  SimWorkUnits& work() { return work_; }
   SimPowerModel& powerModel() { return powerModel_; }
 
  protected:
@@ -143,7 +147,7 @@ class SimHandset {
   void makeHealthy();
   bool actsAsMobile();
 
-  // Each service after what it uses, so that it is destroyed before.
+  // Each service follows those that it uses, so that it is destroyed before them.
   std::unique_ptr<SimRoot> root_;
   SimParts parts_;
   SimClock clock_{kStart};
@@ -196,9 +200,13 @@ class SimHandset {
   SimLocationService location_{parts_, notifications_};
   SimAccessoryManager accessories_{parts_};
   SimSystemLogQueries systemLogQueries_{parts_, clock_};
-  SimPowerModel powerModel_{
-      parts_,
-      {runLoop_, battery_, backlight_, processes_, interfaces_, systemPower_, telephony_, audio_}};
+  SimEnergyCounters energy_{
+      parts_, [this] { return std::chrono::duration<double>(powerModel_.awake()).count(); }};
+  SimWorkUnits work_{parts_};
+  SimPowerModel powerModel_{parts_,
+                            {runLoop_, battery_, backlight_, processes_, interfaces_, systemPower_,
+                             telephony_, audio_, energy_}};
+  Registration cpuTimeOfUnits_;
   Platform platform_;
 };
 

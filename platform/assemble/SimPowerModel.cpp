@@ -47,6 +47,7 @@ void SimPowerModel::begin(const PowerFigures& figures) {
     show();
   });
   observeAmounts();
+  feedCounters();
   show();
 }
 
@@ -67,6 +68,17 @@ void SimPowerModel::observeAmounts() {
       });
 }
 
+// Where there is no counter of the name yet, it is made.
+void SimPowerModel::feedCounters() {
+  for (const auto& [name, kinds] : figures_.counters) services_.energy.addMicrojoules(name, 0);
+  energy_ = account_->observeUse([this](const EnergyCause& cause, std::int64_t microjoules) {
+    for (const auto& [name, kinds] : figures_.counters) {
+      if (!kinds.contains(cause.kind)) continue;
+      services_.energy.addMicrojoules(name, static_cast<std::uint64_t>(microjoules));
+    }
+  });
+}
+
 void SimPowerModel::timeBegins() {
   if (!account_) return;
   account_->settle(charger_, Duration(0));
@@ -78,7 +90,10 @@ void SimPowerModel::timeEnds(Duration passed) {
   if (passed == Duration(0)) return;
   const bool asleep = services_.systemPower.isAsleep();
   const bool still = account_ && standsStill();
-  if (!asleep) services_.processes.compute(passed);
+  if (!asleep) {
+    awake_ += passed;
+    services_.processes.compute(passed);
+  }
   if (!account_) return;
   if (still) {
     account_->draw({Kind::Off}, 0, passed, asleep);

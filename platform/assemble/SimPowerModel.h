@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/audio/sim/SimAudioSystem.h"
+#include "platform/energy/sim/SimEnergyCounters.h"
 #include "platform/loop/sim/SimRunLoop.h"
 #include "platform/processes/sim/SimProcessTable.h"
 #include "platform/registry/sim/SimBacklight.h"
@@ -37,6 +38,7 @@ class SimPowerModel {
     SimSystemPower& systemPower;
     SimTelephony& telephony;
     SimAudioSystem& audio;
+    SimEnergyCounters& energy;
   };
 
   /// Adds "power_model", a start section, and "charger", a step. To be called after the battery's
@@ -45,6 +47,9 @@ class SimPowerModel {
 
   /// Whether the scenario that was read has a power model.
   bool isInScenario() const { return isInScenario_; }
+
+  /// How long the handset has been awake, with or without a model.
+  std::chrono::microseconds awake() const { return awake_; }
 
   /// The account; nothing before the scenario begins, or without a model.
   EnergyAccount* account() { return account_ ? &*account_ : nullptr; }
@@ -58,6 +63,7 @@ class SimPowerModel {
 
   void begin(const PowerFigures& figures);
   void observeAmounts();
+  void feedCounters();
   void timeBegins();
   void timeEnds(Duration passed);
   void setCharger(std::int64_t microwatts);
@@ -69,6 +75,7 @@ class SimPowerModel {
   void plan();
 
   Services services_;
+  Duration awake_{0};
   bool isInScenario_ = false;
   PowerFigures figures_;
   std::int64_t charger_ = 0;  ///< microwatts
@@ -77,6 +84,7 @@ class SimPowerModel {
   Registration levelSet_;
   Registration cpuTime_;
   Registration traffic_;
+  Registration energy_;
   Registration timer_;
 };
 

@@ -20,7 +20,8 @@ using Lines = std::vector<std::string>;
 // The battery is small: one percent is 1000 J.
 constexpr const char* kModel =
     "  power_model: {energy: 27.777777777777779, voltage: 10, asleep: 0.5, awake: 4, "
-    "display: 0.01, cpu: 5, wifi_traffic: 2, modem_traffic: 3, call: 1.5, audio: 0.25}\n";
+    "display: 0.01, cpu: 5, wifi_traffic: 2, modem_traffic: 3, call: 1.5, audio: 0.25, "
+    "counters: {cpu: [process], all: [asleep, awake, display, process, wifi, modem, audio]}}\n";
 
 class SimPowerModelTest : public ::testing::Test {
  protected:
@@ -108,7 +109,7 @@ TEST_F(SimPowerModelTest, ChargesUntilFullAndDrainsUntilEmpty) {
 TEST_F(SimPowerModelTest, AccountsForEachCauseToTheMicrojoule) {
   begin(
       "  battery: {level: 60}\n  backlight: {brightness: 90}\n"
-      "  processes: [{id: 1, name: init}, {id: 7, name: indexer, load: 0.333333}]\n",
+      "  processes: [{id: 1, name: init}, {id: 7, name: indexer, load: 0.333333, unit: app}]\n",
       "steps:\n"
       "  - {at: 100.7s, traffic: {en0: {received: 1000001, sent: 500000}, "
       "pdp_ip0: {sent: 7}, lo0: {sent: 9000000}}}\n"
@@ -139,6 +140,9 @@ TEST_F(SimPowerModelTest, AccountsForEachCauseToTheMicrojoule) {
     sum += microjoules;
   }
   EXPECT_EQ(joules["total"], sum);
+  EXPECT_EQ(handset.energy().counter("all").used, sum);
+  EXPECT_EQ(handset.energy().counter("cpu").used, 499'999'515);
+  EXPECT_EQ(handset.platform().work.units()->at(0).used.count(), 99'999'900);
   EXPECT_EQ(observed, sum);
   EXPECT_EQ(joules["total asleep"], 50'000'000);
   EXPECT_EQ(joules["total awake"], sum - 50'000'000);

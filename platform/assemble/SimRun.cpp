@@ -29,7 +29,7 @@ constexpr const char* kHelp =
     "                  power model\n"
     "    -h, --help    print this help message and exit\n"
     "    --version     print the version and exit\n"
-    "    -- OPTIONS    what follows are options for zorva\n";
+    "    -- OPTIONS    the arguments that follow are for zorva\n";
 
 struct Options {
   std::string scenario;
@@ -38,7 +38,7 @@ struct Options {
   std::vector<std::string> zorva{"zorva"};
 };
 
-// The end of the program when there is nothing to run.
+// Ends the program if there is nothing to run.
 std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Options& options) {
   const auto setRoot = [&options](const std::string& directory) {
     options.root = directory;
@@ -99,7 +99,7 @@ std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], 
       }
     }
     run.handset_->systemLog().setForward([&err](std::string_view message) {
-      // Some messages hold more than one line.
+      // Some messages have more than one line.
       std::string lines;
       for (std::size_t begin = 0, end; begin <= message.size(); begin = end + 1) {
         end = std::min(message.find('\n', begin), message.size());
@@ -112,7 +112,8 @@ std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], 
     err << std::string("zorva-sim: ") + error.what() + "\n";
     return std::nullopt;
   } catch (const std::filesystem::filesystem_error& error) {
-    err << "zorva-sim: the handset's files have no place: " + safeText(error.what()) + "\n";
+    err << "zorva-sim: there is no directory for the handset's files: " + safeText(error.what()) +
+               "\n";
     return std::nullopt;
   }
   run.zorvaArguments_ = options.zorva;

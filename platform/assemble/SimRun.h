@@ -13,22 +13,22 @@
 
 namespace zorva {
 
-/// One run of zorva-sim: a handset in the start state of a scenario, its steps planned, and the
-/// options for the daemon that is to run on it.
+/// One run of zorva-sim: a handset in the start state of a scenario, with its steps scheduled, and
+/// the options of the daemon that is to run on it.
 class SimRun {
  public:
-  /// Reads "zorva-sim SCENARIO [--root DIR] [--truth FILE] [-- ZORVA-OPTIONS]". With nothing to
-  /// run, `status` is the exit status: 0 after --help or --version, 2 after a wrong option or a bad
-  /// scenario, which `err` then explains. From then on the handset's system log goes to `err`,
-  /// which must outlive the run, each line led by "syslog: ".
+  /// Reads "zorva-sim SCENARIO [--root DIR] [--truth FILE] [-- ZORVA-OPTIONS]". If there is nothing
+  /// to run, `status` is the exit status: 0 after --help or --version, 2 after a wrong option or an
+  /// invalid scenario, which is then reported on `err`. From then on the handset's system log goes
+  /// to `err`, which must outlive the run; each line starts with "syslog: ".
   static std::optional<SimRun> fromArguments(int argc, const char* const argv[], int& status,
                                              std::ostream& out, std::ostream& err);
 
   const Platform& platform() const { return handset_->platform(); }
   SimHandset& handset() { return *handset_; }
 
-  /// The command line for the daemon, its name first, ended by a null pointer. Good as long as this
-  /// object stays where it is.
+  /// The daemon's command line: its name, the options, and a null pointer. Valid until this object
+  /// is moved or destroyed.
   int zorvaArgumentCount() const { return static_cast<int>(zorvaArguments_.size()); }
   char* const* zorvaArguments();
 

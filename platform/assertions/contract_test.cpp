@@ -42,7 +42,8 @@ struct LinuxWorld {
   PrivateBusForTest bus;
   int changes = 0;
   LinuxBus client{loop.event(), bus.address(), std::chrono::seconds(5)};
-  LinuxPowerManagement power{loop.event(), client, clock, [this] { ++changes; }, records / ""};
+  LinuxPowerManagement power{loop.event(),          client,       clock,
+                             [this] { ++changes; }, records / "", "/nowhere"};
   std::unique_ptr<ChildForTest> logind;
   std::multimap<std::string, std::string> locks;  // by their entries in the list, with the record
   int lastRecord = 0;

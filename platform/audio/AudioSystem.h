@@ -26,12 +26,12 @@ class AudioSystem {
 
   /// The value of one of the attributes above, or nothing.
   virtual Value attribute(const std::string& key) = 0;
-  /// The active category's volume, from 0 to 1, and its name. False when the controller cannot
-  /// report it.
+  /// The active category's volume, from 0 to 1, and its name. False if the controller cannot report
+  /// it.
   virtual bool activeCategory(float& volume, std::optional<std::string>& name) = 0;
 
   enum class Change { InputDevice, HeadphoneJack, SystemVolume, ActiveRoute };
-  /// Calls back, on the run loop, for every change of that kind that the controller announces.
+  /// Calls back, on the run loop, for every change of that kind that the controller reports.
   virtual Registration observe(Change change, std::function<void()> changed) = 0;
 };
 

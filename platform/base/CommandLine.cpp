@@ -9,20 +9,20 @@
 namespace zorva {
 namespace {
 
-// What getopt_long returns for the options, by their places in the table.
+// The values that getopt_long returns for the options, from this one on in the order of the table.
 constexpr int kFirstOption = 256;
 
 std::string shownName(const CommandOption& option) {
   return option.letter != 0 ? std::string{'-', option.letter} : std::string("--") + option.name;
 }
 
-// What getopt_long is called with.
+// The arguments of getopt_long.
 class OptionTable {
  public:
   OptionTable(const CommandLine& line, const std::vector<std::string>& arguments)
       : arguments_(arguments) {
-    // Operands in their places, whatever the environment says; a missing value is not a wrong
-    // option.
+    // "-": returns operands in order, regardless of POSIXLY_CORRECT; ":": reports a missing value
+    // separately from an unknown option.
     letters_ = "-:";
     for (std::size_t i = 0; i < line.options.size(); ++i) {
       const CommandOption& option = line.options[i];
@@ -35,7 +35,7 @@ class OptionTable {
     pointers_.push_back(const_cast<char*>(line.program));
     for (std::string& argument : arguments_) pointers_.push_back(argument.data());
     pointers_.push_back(nullptr);
-    ::optind = 0;  // starts anew: another command line may have been read before
+    ::optind = 0;  // resets getopt: another command line may have been read before
     ::opterr = 0;
   }
 
@@ -44,7 +44,7 @@ class OptionTable {
                          options_.data(), nullptr);
   }
 
-  // The argument that an unknown or doubtful option came from.
+  // The argument that contains an unknown or ambiguous option.
   std::string last() const { return pointers_[static_cast<std::size_t>(::optind) - 1]; }
 
  private:
@@ -54,7 +54,7 @@ class OptionTable {
   std::vector<char*> pointers_;
 };
 
-// The option that getopt_long means by a letter or a number of its own.
+// The option for a value returned by getopt_long: a letter or a table index.
 const CommandOption* optionFor(const CommandLine& line, int found) {
   if (found >= kFirstOption) return &line.options[static_cast<std::size_t>(found - kFirstOption)];
   for (const CommandOption& option : line.options) {

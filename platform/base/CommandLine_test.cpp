@@ -6,7 +6,7 @@
 namespace zorva {
 namespace {
 
-// What is taken of the arguments, in their order, or how the program ends.
+// The options and operands read, in their order, or how the program ends.
 std::string read(const std::vector<std::string>& arguments, bool hasRest = false) {
   std::string taken;
   bool json = false;
@@ -25,7 +25,7 @@ std::string read(const std::vector<std::string>& arguments, bool hasRest = false
   return taken;
 }
 
-TEST(CommandLine, OptionsStandAnywhereAndTakeTheirValuesInFourWays) {
+TEST(CommandLine, OptionsCanBeAnywhereWithValuesInFourForms) {
   EXPECT_EQ(read({}), "");
   EXPECT_EQ(read({"a", "-o", "1", "-o2", "b", "--output", "-3", "--output=4", "-", "--json"}),
             "out=1 out=2 out=-3 out=4 json a b - ");
@@ -33,7 +33,7 @@ TEST(CommandLine, OptionsStandAnywhereAndTakeTheirValuesInFourWays) {
   EXPECT_EQ(read({"a", "--", "--json", "b"}, true), "a rest:--json rest:b ");
 }
 
-TEST(CommandLine, TheFirstThatIsWrongOrEndsTheProgramCounts) {
+TEST(CommandLine, TheFirstErrorOrEndingOptionCounts) {
   const auto wrong = [](const std::string& what) {
     return "2 p: " + what + " Try 'p --help' for more information.\n";
   };

@@ -6,10 +6,10 @@
 
 namespace zorva {
 
-/// A moment of the wall clock: microseconds since 1970-01-01 00:00:00 UTC.
+/// A wall-clock time: microseconds since 1970-01-01 00:00:00 UTC.
 using Date = std::chrono::sys_time<std::chrono::microseconds>;
 
-/// Seconds from one moment to another, negative when `to` is the earlier one.
+/// Seconds from one time to another, negative if `to` is the earlier one.
 inline double secondsBetween(Date from, Date to) {
   return std::chrono::duration<double>(to - from).count();
 }

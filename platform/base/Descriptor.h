@@ -6,7 +6,7 @@
 
 namespace zorva {
 
-/// Owns one file descriptor and closes it; -1 stands for none.
+/// Owns one file descriptor and closes it; -1 means none.
 class Descriptor {
  public:
   Descriptor() = default;

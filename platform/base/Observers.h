@@ -11,16 +11,17 @@
 
 namespace zorva {
 
-/// The callbacks that wait for one kind of news. News is delivered at once, in the order in which
-/// the observers came. Observers may come and go, and further news be delivered, from inside a
-/// callback: one that was dropped is not called any more, one that came during the delivery is not
-/// called by it. A callback may even destroy this object. Copies share their observers.
-template <typename... News>
+/// The callbacks registered for one kind of event. notify() calls them synchronously, in the order
+/// of registration. From inside a callback, observers may be added and removed and further events
+/// delivered: an observer that was removed is not called any more, one that was added during a
+/// delivery is not called by it. A callback may even destroy this object. Copies share their
+/// observers.
+template <typename... Arguments>
 class Observers {
  public:
-  using Callback = std::function<void(News...)>;
+  using Callback = std::function<void(Arguments...)>;
 
-  /// The registration may outlive the observers' list.
+  /// The registration may outlive this object.
   Registration add(Callback callback) {
     list_->entries.push_back({std::move(callback), ++list_->lastNumber});
     return Registration([weak = std::weak_ptr(list_), number = list_->lastNumber] {
@@ -33,13 +34,13 @@ class Observers {
     });
   }
 
-  void notify(News... news) {
+  void notify(Arguments... arguments) {
     const auto list = list_;  // a callback may destroy this object
     const std::uint64_t last = list->lastNumber;
     ++list->deliveries;
     for (Entry& entry : list->entries) {
       if (entry.number > last) break;
-      if (!entry.removed) entry.callback(news...);
+      if (!entry.removed) entry.callback(arguments...);
     }
     --list->deliveries;
     list->sweep();

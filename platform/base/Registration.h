@@ -6,9 +6,9 @@
 
 namespace zorva {
 
-/// Holds one registration (a subscription, a watch, a timer). Dropping it removes the registration:
-/// from then on the callback is never called again, also when it is dropped inside that callback or
-/// in the middle of a post.
+/// Holds one registration (a subscription, a watch, a timer). Destroying it removes the
+/// registration: from then on the callback is never called again, even if it is destroyed inside
+/// that callback or during a post.
 class [[nodiscard]] Registration {
  public:
   Registration() = default;
@@ -23,7 +23,7 @@ class [[nodiscard]] Registration {
   }
   ~Registration() { reset(); }
 
-  /// Removes the registration now. Does nothing when there is none.
+  /// Removes the registration now. Does nothing if there is none.
   void reset() {
     if (auto remove = std::exchange(remove_, nullptr)) remove();
   }

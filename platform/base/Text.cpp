@@ -11,9 +11,9 @@
 namespace zorva {
 namespace {
 
-// C0 and C1 control characters, DEL, the line and paragraph separators that viewers break at
-// (U+2028, U+2029), and the marks that turn the direction of what follows, so that a line reads
-// other than it is (U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069).
+// C0 and C1 control characters, DEL, the line and paragraph separators at which viewers break lines
+// (U+2028, U+2029), and the marks that change the reading direction, so that a line is displayed in
+// another order (U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069).
 bool isControl(std::string_view sequence) {
   const auto lead = static_cast<std::uint8_t>(sequence[0]);
   if (sequence.size() == 1) return lead < 0x20 || lead == 0x7F;
@@ -25,15 +25,15 @@ bool isControl(std::string_view sequence) {
          (second == 0x81 && third >= 0xA6 && third <= 0xA9);
 }
 
-// The characters that Unicode gives the property White_Space.
+// The characters with the Unicode property White_Space.
 bool isWhiteSpace(char32_t code) {
   return (code >= 0x09 && code <= 0x0D) || code == 0x20 || code == 0x85 || code == 0xA0 ||
          code == 0x1680 || (code >= 0x2000 && code <= 0x200A) || code == 0x2028 || code == 0x2029 ||
          code == 0x202F || code == 0x205F || code == 0x3000;
 }
 
-// Bytes of the white space character that the text ends in, 0 when it ends in none. A lead byte is
-// never inside another sequence, so the end can be read without what stands before it.
+// The number of bytes of the white space character at the text's end, 0 if there is none. A lead
+// byte never occurs inside another sequence, so the end can be read without the preceding bytes.
 std::size_t whiteSpaceAtEnd(std::string_view text) {
   for (std::size_t length = 1; length <= std::min<std::size_t>(3, text.size()); ++length) {
     const Character last = firstCharacter(text.substr(text.size() - length));
@@ -42,7 +42,7 @@ std::size_t whiteSpaceAtEnd(std::string_view text) {
   return 0;
 }
 
-// A piece of memory that is written from its start; nothing more once something did not fit.
+// A buffer that is written from its start. Once something did not fit, nothing more is written.
 class Line {
  public:
   bool add(std::string_view piece) {
@@ -51,7 +51,7 @@ class Line {
     size_ += piece.size();
     return true;
   }
-  // As to_chars has them, which agrees with printf.
+  // Uses to_chars, which agrees with printf.
   template <typename... Number>
   bool addNumber(Number... number) {
     const auto [end, error] = std::to_chars(bytes_ + size_, bytes_ + sizeof bytes_, number...);
@@ -66,8 +66,9 @@ class Line {
   std::size_t size_ = 0;
 };
 
-// Most formats have nothing but %d, %u, %s and the likes of %.2f, which takes a fourth of printf's
-// time. False, with the line as far as it went, when there is anything else or no room.
+// Most formats contain only %d, %u, %s and conversions such as %.2f; handling them here takes a
+// quarter of printf's time. Returns false, with the line incomplete, if there is any other
+// conversion or no space left.
 bool addPlain(Line& line, const char* format, va_list arguments) {
   for (;;) {
     const char* percent = strchrnul(format, '%');
@@ -119,7 +120,7 @@ std::string formatArguments(const char* format, va_list arguments) {
   va_end(again);
   if (plain) return std::string(line.text());
   va_copy(again, arguments);
-  char shorter[256];  // holds nearly all, so that those are formatted once
+  char shorter[256];  // large enough for nearly all texts, so that they are formatted only once
   const int length = std::vsnprintf(shorter, sizeof shorter, format, arguments);
   std::string text;
   if (length > 0) {

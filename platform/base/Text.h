@@ -11,36 +11,36 @@
 
 namespace zorva {
 
-/// printf into a string. The format is always one of our own literals; bytes from elsewhere are
+/// printf into a string. The format is always one of our own literals; untrusted bytes are
 /// arguments.
 std::string formatText(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// The same for a function that takes a format itself.
+/// The same for a function that has a format parameter itself.
 std::string formatArguments(const char* format, va_list arguments)
     __attribute__((format(printf, 1, 0)));
 
-/// Length of the well-formed UTF-8 sequence at the start of the bytes, of which there is at least
-/// one; 0 when there is none. Overlong forms, surrogates and code points above U+10FFFF are none.
+/// Length of the well-formed UTF-8 sequence at the start of the bytes, which are not empty; 0 if
+/// there is none. Overlong forms, surrogates and code points above U+10FFFF are not well-formed.
 std::size_t sequenceLength(std::string_view bytes);
 
 struct Character {
-  char32_t code;           ///< U+FFFD for a byte that is no part of well-formed UTF-8
+  char32_t code;           ///< U+FFFD for a byte that is not part of well-formed UTF-8
   std::string_view bytes;  ///< its sequence, or that byte
 };
 
 /// The character at the start of a text, which is not empty.
 Character firstCharacter(std::string_view text);
 
-/// Bytes from elsewhere, made fit for a line of text: control characters (newlines and marks that
-/// turn the reading direction among them)
-/// become "\xNN" with two lower-case hexadecimal digits, and each byte that is no part of
-/// well-formed UTF-8 becomes U+FFFD. What is well-formed and printable stands as it is.
+/// Untrusted bytes, made safe for a line of text: control characters (including newlines and marks
+/// that change the reading direction) become "\xNN" with two lower-case hexadecimal digits, and
+/// each byte that is not part of well-formed UTF-8 becomes U+FFFD. Well-formed printable text is
+/// unchanged.
 std::string safeText(std::string_view bytes);
 
-/// A text for an object field: "(null)" when it is absent.
+/// The text of an object field: "(null)" if it is absent.
 std::string textOrNull(const std::optional<std::string>& text);
 
-/// Without the white space around it: blanks of any width, tabs and line ends, as Unicode has them.
+/// Without surrounding white space as defined by Unicode: blanks of any width, tabs and line ends.
 std::string_view trimmed(std::string_view text);
 
 /// Whether the byte is one of '0' to '9'.
@@ -48,8 +48,8 @@ constexpr bool isDigit(char byte) {
   return byte >= '0' && byte <= '9';
 }
 
-/// The text as a whole number in the base, without blanks, "0x" or a plus sign; nothing when any of
-/// it is something else, or when the type cannot hold it.
+/// The text as an integer in the base, without blanks, "0x" or a plus sign; nothing if it contains
+/// anything else or is out of the type's range.
 template <typename Number>
 std::optional<Number> parseNumber(std::string_view text, int base = 10) {
   Number number{};

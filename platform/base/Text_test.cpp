@@ -9,8 +9,8 @@
 namespace zorva {
 namespace {
 
-// What formatText writes by itself reads as what printf writes.
-TEST(FormatText, WritesWhatPrintfWrites) {
+// formatText's own conversions give the same text as printf.
+TEST(FormatText, AgreesWithPrintf) {
   const std::string longText(600, 'x');
   char expected[2048];
 #define EXPECT_SAME(...)                                 \
@@ -27,12 +27,12 @@ TEST(FormatText, WritesWhatPrintfWrites) {
 #undef EXPECT_SAME
 }
 
-TEST(Trimmed, TakesAwayAllThatUnicodeCallsWhiteSpace) {
+TEST(Trimmed, RemovesUnicodeWhiteSpace) {
   const std::string everySpace =
       "\t\n\v\f\r \u0085\u00A0\u1680\u2000\u2001\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009"
       "\u200A\u2028\u2029\u202F\u205F\u3000";
   EXPECT_EQ(trimmed(everySpace), "");
-  // What is around white space stays, and so do bytes of it that are no characters.
+  // White space inside the text is kept, and so are parts of its bytes that are not characters.
   for (const char* const text :
        {"rtc", "a\u3000b", "\u200B", "\xC2", "\xA0", "\xE2\x80", "\uFEFF"}) {
     EXPECT_EQ(trimmed(everySpace + text + everySpace), text);

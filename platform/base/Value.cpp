@@ -21,14 +21,14 @@ struct Overloaded : Handlers... {
 template <class... Handlers>
 Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
-// Where the number that the text starts with begins, after blanks and one plus sign; the text's
-// end when it starts with none.
+// The start of the number at the beginning of the text, after blanks and one plus sign; the text's
+// end if there is no number.
 const char* numberStart(const std::string& text) {
   const char* first = text.data();
   const char* end = first + text.size();
   while (first != end && std::isspace(static_cast<unsigned char>(*first)) != 0) ++first;
   if (first != end && *first == '+') ++first;
-  // "nan" and "info" start with no number, although from_chars reads them.
+  // "nan" and "info" do not start with a number, although from_chars accepts them.
   const char* digits = first != end && *first == '-' ? first + 1 : first;
   if (digits != end && *digits == '.') ++digits;
   const bool number = digits != end && std::isdigit(static_cast<unsigned char>(*digits)) != 0;
@@ -48,7 +48,7 @@ double leadingReal(const std::string& text) {
   const char* first = numberStart(text);
   double number = 0.0;
   const auto [stop, error] = std::from_chars(first, text.data() + text.size(), number);
-  // Too large or too small for a double: strtod says which.
+  // Too large or too small for a double: strtod distinguishes the two.
   return error == std::errc::result_out_of_range ? std::strtod(first, nullptr) : number;
 }
 

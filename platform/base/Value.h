@@ -17,11 +17,11 @@ namespace zorva {
 
 class Dictionary;
 
-/// A value as the platform's services hand it over: nothing, boolean, integer, real, text, date,
-/// data, list or dictionary.
+/// A value as the platform's services return it: nothing, boolean, integer, real, text, date, data,
+/// list or dictionary.
 ///
-/// The conversions never fail. What is missing or cannot be converted reads as false, 0 or 0.0, the
-/// way readers of registry and preference values expect.
+/// The conversions never fail. A value that is missing or cannot be converted becomes false, 0 or
+/// 0.0, as readers of registry and preference values expect.
 class Value {
  public:
   using Data = std::vector<std::uint8_t>;
@@ -47,27 +47,27 @@ class Value {
   /// True for true, a number other than 0, and the texts "true", "yes" and "on" in any case, or a
   /// text that starts with a number other than 0.
   bool boolean() const;
-  /// A real drops its fraction and is held to the 64-bit range (not-a-number is 0); a text is read
-  /// as a decimal number up to its first foreign character; booleans are 1 and 0.
+  /// A real is truncated and clamped to the 64-bit range (NaN is 0); a text is read as a decimal
+  /// number up to its first other character; booleans are 1 and 0.
   std::int64_t integer() const;
-  /// The low 32 bits of integer(), as a signed number.
+  /// The low 32 bits of integer() as a signed number.
   std::int32_t integer32() const { return static_cast<std::int32_t>(integer()); }
   /// Integers, booleans and texts that start with a number are converted.
   double real() const;
-  /// Only texts have a text.
+  /// Empty unless the value is a text.
   std::optional<std::string> text() const;
   std::optional<Date> date() const;
   const Data* data() const { return std::get_if<Data>(&content_); }
   const List* list() const { return std::get_if<List>(&content_); }
   const Dictionary* dictionary() const;
 
-  /// The value as people read it: "(null)" for nothing, 1 and 0 for booleans, the shortest decimal
-  /// form that reads back for reals, "2026-11-16 14:07:16 +0000" for dates, <0a1b> for data,
-  /// "(a, b)" for lists, "{a = 1; b = 2;}" for dictionaries. Texts stand as they are.
+  /// The human-readable value: "(null)" for nothing, 1 and 0 for booleans, the shortest decimal
+  /// form that reads back as the same real, "2026-11-16 14:07:16 +0000" for dates, <0a1b> for data,
+  /// "(a, b)" for lists, "{a = 1; b = 2;}" for dictionaries. Texts are unchanged.
   std::string description() const;
-  /// The same for reading at length: each entry of a dictionary and each item of a list on a line
-  /// of its own, indented by four blanks a level. Keys and texts are made safe, so that every
-  /// newline is one of the layout.
+  /// The same over several lines: each entry of a dictionary and each item of a list on its own
+  /// line, indented by four blanks per level. Keys and texts pass safeText, so that every newline
+  /// belongs to the layout.
   std::string dump() const;
 
   bool operator==(const Value& other) const;
@@ -89,7 +89,7 @@ class Dictionary {
   /// The value of the key, or nothing.
   const Value& operator[](std::string_view key) const;
   bool contains(std::string_view key) const;
-  /// Sets or replaces; a replaced key keeps its place.
+  /// Sets or replaces the value; a replaced key keeps its position.
   void set(std::string_view key, Value value);
   void remove(std::string_view key);
 

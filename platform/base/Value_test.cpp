@@ -81,10 +81,5 @@ TEST(SafeText, LeavesOneLineOfWellFormedText) {
   for (const auto& [bytes, text] : cases) EXPECT_EQ(safeText(bytes), text);
 }
 
-TEST(FormatText, HoldsTextsOfAnyLength) {
-  EXPECT_EQ(formatText("%s|%d", std::string(5000, 'x').c_str(), 7), std::string(5000, 'x') + "|7");
-  EXPECT_EQ(textOrNull(std::nullopt), "(null)");
-}
-
 }  // namespace
 }  // namespace zorva

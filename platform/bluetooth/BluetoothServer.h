@@ -9,8 +9,8 @@
 
 namespace zorva {
 
-/// The Bluetooth server. Operations answer 0 or the server's error status. Handles are the
-/// server's: 0 is none, which every operation takes and answers with kNoHandle.
+/// The Bluetooth server. Operations return 0 or the server's error status. Handles are assigned by
+/// the server; 0 means none, for which every operation returns kNoHandle.
 class BluetoothServer {
  public:
   virtual ~BluetoothServer() = default;
@@ -21,10 +21,10 @@ class BluetoothServer {
 
   static constexpr Status kNoHandle = 103;
   static constexpr Status kNoDevice = 104;    ///< the server has no controller
-  static constexpr Status kNotCounted = 105;  ///< what is asked for is not counted
+  static constexpr Status kNotCounted = 105;  ///< the requested figure is not counted
   static constexpr std::int32_t kSessionAttached = 0;
   static constexpr std::int32_t kSessionTerminated = 2;
-  /// A module or a mode that is on or yes; every other state is off or no.
+  /// The state of a module or mode that is on or yes; every other state is off or no.
   static constexpr std::uint32_t kStateOn = 0xFFFFFFFF;
   enum class Module : std::int32_t { Controller = 1, Runvo = 2, FM = 3 };
 
@@ -33,18 +33,18 @@ class BluetoothServer {
   using SessionHandler = std::function<void(Session session, std::int32_t event, Status result)>;
   using Changed = std::function<void()>;
 
-  /// Asks for a session; the answer is an event on the run loop. The handler is called until the
-  /// registration is dropped.
+  /// Requests a session; the reply is an event on the run loop. The handler is called until the
+  /// registration is destroyed.
   virtual Status attachSession(const std::string& name, SessionHandler handler,
                                Registration& callbacks) = 0;
-  /// Asks to end the session and clears the handle.
+  /// Requests the end of the session and clears the handle.
   virtual Status detachSession(Session& session) = 0;
 
   virtual Status defaultLocalDevice(Session session, Device& device) = 0;
-  /// Calls back when the device's modes or its connections change.
+  /// Calls back when the device's modes or connections change.
   virtual Status addLocalDeviceCallbacks(Device device, Changed changed,
                                          Registration& callbacks) = 0;
-  /// Calls back when the device has used power worth reporting.
+  /// Calls back when the server reports the device's power use.
   virtual Status registerForPowerUpdates(Device device, Changed changed,
                                          Registration& callbacks) = 0;
 

@@ -202,5 +202,54 @@ TYPED_TEST(BluetoothContract, DevicesHaveModesAndReportTheirChanges) {
   EXPECT_EQ(this->events, Lines());
 }
 
+using LinuxBluetoothServerTest = BluetoothContract<LinuxWorld>;
+
+TEST_F(LinuxBluetoothServerTest, TheFirstOfSeveralControllersAnswersWithItsOwnDevices) {
+  constexpr const char* kHci0 = "/org/bluez/hci0";
+  constexpr const char* kMock = BluezForTest::kMock;
+  BluezForTest& bluez = world.bluez;
+  const auto session = attach();
+  next();
+  Server::Device device = 0;
+  ASSERT_EQ(server.defaultLocalDevice(attached, device), 0);
+  Registration news, power;
+  server.addLocalDeviceCallbacks(
+      device, [this] { events.push_back("news"); }, news);
+  server.registerForPowerUpdates(
+      device, [this] { events.push_back("power"); }, power);
+  const auto reported = [&] {
+    world.deliver();
+    return std::exchange(events, {});
+  };
+  const Lines both{"power", "news"};
+  bluez.call("/", kMock, "AddAdapter", "ss", "hci10", "another");
+  bluez.call("/", kMock, "AddDevice", "sss", "hci10", "11:22:33:44:55:77", "elsewhere");
+  bluez.call("/org/bluez/hci10/dev_11_22_33_44_55_77", bluez::kDevice, "Connect", "");
+  bluez.set("/org/bluez/hci10", "Powered", false);
+  bluez.set("/org/bluez/hci10", "Discoverable", true);
+  EXPECT_EQ(reported(), Lines());
+  bluez.set(kHci0, "Powered", false);
+  EXPECT_EQ(reported(), both);
+  bluez.set(kHci0, "Powered", true);
+  EXPECT_EQ(reported(), both);
+  // As a newer BlueZ reports it.
+  bluez.call(kHci0, PrivateBusForTest::kMock, "EmitSignal", "sssav",
+             "org.freedesktop.DBus.Properties", "PropertiesChanged", "sa{sv}as", 3, "s",
+             bluez::kAdapter, "a{sv}", 1, "Connectable", "b", 0, "as", 0);
+  EXPECT_EQ(reported(), Lines{"news"});
+  world.connect();
+  EXPECT_EQ(reported(), Lines{"news"});
+  EXPECT_EQ(states(device), "1 0 0 0 0 1 ");
+  bluez.call(kHci0, bluez::kAdapter, "RemoveDevice", "o", "/org/bluez/hci0/dev_11_22_33_44_55_66");
+  EXPECT_EQ(reported(), Lines{"news"});
+  bluez.call("/", kMock, "RemoveAdapter", "s", "hci0");
+  EXPECT_EQ(reported(), both);
+  EXPECT_EQ(states(device), "0 0 0 1 0 1 ") << "the other one's";
+  bluez.call("/", kMock, "RemoveAdapter", "s", "hci10");
+  EXPECT_EQ(reported(), Lines{"news"}) << "it was off";
+  EXPECT_EQ(states(device), "104 104 104 104 104 104 ");
+  EXPECT_EQ(server.defaultLocalDevice(attached, device), Server::kNoDevice);
+}
+
 }  // namespace
 }  // namespace zorva

@@ -13,7 +13,7 @@ bool isCountry(std::string_view part) {
   return (part.size() == 2 && all('A', 'Z')) || (part.size() == 3 && all('0', '9'));
 }
 
-// Takes a part off the start, with the mark that ends it.
+// Removes a part from the start, including its delimiter.
 std::string_view nextPart(std::string_view& rest) {
   const std::size_t end = std::min(rest.find_first_of("_-"), rest.size());
   const std::string_view part = rest.substr(0, end);

@@ -7,16 +7,16 @@
 
 namespace zorva {
 
-/// The parts of a locale identifier: "zh_Hant_TW.UTF-8" is the language "zh", the country "TW", and
-/// nothing more. A missing part is empty.
+/// The parts of a locale identifier: "zh_Hant_TW.UTF-8" has the language "zh", the country "TW" and
+/// no variant. A missing part is empty.
 struct LocaleParts {
   std::string_view language;
   std::string_view country;  ///< two letters, or three digits for a region of the world
-  std::string_view variant;  ///< what follows the country, without an encoding
+  std::string_view variant;  ///< the text after the country, without an encoding
 };
 LocaleParts localeParts(std::string_view locale);
 
-/// The country of a locale identifier, or nothing when it names none.
+/// The country of a locale identifier, or nothing if it has none.
 std::optional<std::string> countryCode(const std::string& locale);
 
 }  // namespace zorva

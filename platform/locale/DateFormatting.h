@@ -8,8 +8,8 @@
 
 namespace zorva {
 
-/// Formats dates with one Unicode date-field pattern (UTS #35) in the device's locale and time zone
-/// at the moment of the call.
+/// Formats dates with one Unicode date-field pattern (UTS #35) in the device's current locale and
+/// time zone.
 class DateFormatter {
  public:
   virtual ~DateFormatter() = default;

@@ -14,7 +14,7 @@
 namespace zorva {
 namespace {
 
-// The functions that are used, by the names that this version of ICU gives them.
+// The functions used, by their names in this version of ICU.
 struct Functions {
   decltype(&udat_open) open = nullptr;
   decltype(&udat_format) format = nullptr;
@@ -31,7 +31,7 @@ struct Functions {
         !find(common, ZORVA_TEXT(uloc_setDefault), setDefault)) {
       return false;
     }
-    // For a language without data ICU would look in the locale of the environment.
+    // For a language without data ICU would use the locale of the environment.
     UErrorCode status = U_ZERO_ERROR;
     setDefault("", &status);
     return U_SUCCESS(status);
@@ -45,14 +45,14 @@ struct Functions {
   }
 };
 
-// Loaded for good, when first asked for; null when that failed.
+// Loaded at the first call and never unloaded; null if that failed.
 const Functions* functions() {
   static Functions loaded;
   static const bool there = loaded.load();
   return there ? &loaded : nullptr;
 }
 
-// What is passed is ASCII: patterns of ours.
+// Only for ASCII: our own patterns.
 std::vector<UChar> wide(const std::string& text) {
   return {text.begin(), text.end()};
 }

@@ -10,15 +10,15 @@
 
 namespace zorva {
 
-/// A date pattern (UTS #35) without a field of the zone, with ICU's calendars and digits, in a
-/// local time that is known: ICU's own zones are not asked. ICU is loaded when the first one is
-/// made: it is large, and few locales need it.
+/// A date pattern (UTS #35) without zone fields, with ICU's calendars and digits, for a given local
+/// time: ICU's own zones are not used. ICU is loaded when the first pattern is created: it is
+/// large, and few locales need it.
 class LoadedIcu {
  public:
-  /// Nothing when ICU is not installed or does not take the pattern.
+  /// Nothing if ICU is not installed or rejects the pattern.
   static std::unique_ptr<LoadedIcu> open(const std::string& pattern, const std::string& locale);
   virtual ~LoadedIcu() = default;
-  /// The text of the date, whose local time is given; nothing when ICU has none.
+  /// The text of the date with the given local time; nothing if ICU fails.
   virtual std::optional<std::string> format(Date date, const std::tm& local) = 0;
 };
 

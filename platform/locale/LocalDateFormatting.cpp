@@ -14,7 +14,7 @@
 namespace zorva {
 namespace {
 
-// A field of a pattern, "YYYY", or a mark between two.
+// A field of a pattern, "YYYY", or a separator.
 struct Piece {
   char letter;
   int width;
@@ -33,7 +33,7 @@ std::vector<Piece> piecesOf(std::string_view pattern) {
   return pieces;
 }
 
-// Whether the pattern has nothing but numbers that are written here.
+// Whether the pattern contains only numeric fields that are formatted here.
 bool isPlain(const std::vector<Piece>& pieces) {
   constexpr std::string_view kNumbers = "yYdHms";
   return std::all_of(pieces.begin(), pieces.end(), [&](const Piece& piece) {

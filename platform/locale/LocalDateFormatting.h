@@ -11,22 +11,22 @@
 
 namespace zorva {
 
-/// What a date's text depends on beside its pattern.
+/// The settings on which a date's text depends besides its pattern.
 struct DateSettings {
   std::string locale;  ///< identifier, for example "en_US"
   std::string zone;    ///< name of the time zone, for example "Europe/Berlin"
   bool operator==(const DateSettings&) const = default;
 };
 
-/// Date patterns (UTS #35) without a field of the zone, in a locale and in local time. "YY" is the
-/// year of the locale's week, so that 31 December 2026 is "27" in en_US and "26" in de_DE.
+/// Date patterns (UTS #35) without zone fields, in a locale and in local time. "YY" is the locale's
+/// week-based year, so that 31 December 2026 is "27" in en_US and "26" in de_DE.
 ///
-/// Numbers by the Gregorian calendar are written here. ICU is loaded for what is left: other
-/// calendars, other digits, names of months. It costs 5 MiB and a third of a snapshot. Where it is
-/// not installed, those locales are written as en_001 is.
+/// Gregorian numeric dates are formatted here. ICU is loaded only for other calendars, other digits
+/// and names of months: it costs 5 MiB and a third of a snapshot's time. Without ICU, those locales
+/// are formatted as en_001.
 class LocalDateFormatting : public DateFormatting {
  public:
-  /// The settings of the moment; asked for every date, and so has to be cheap.
+  /// Returns the current settings. Called for every date, so it must be cheap.
   using Settings = std::function<const DateSettings&()>;
   /// A date in the zone of the settings.
   using LocalTime = std::function<std::tm(Date)>;

@@ -27,7 +27,7 @@ class LocalDateFormattingTest : public testing::Test {
 };  // namespace
 };  // namespace zorva
 
-// What ICU, with its own zones, writes.
+// The text of ICU with its own zones.
 std::string icuText(UDateFormat* format, Date date) {
   UErrorCode status = U_ZERO_ERROR;
   UChar text[128];
@@ -39,18 +39,18 @@ std::string icuText(UDateFormat* format, Date date) {
   return U_SUCCESS(status) ? bytes : u_errorName(status);
 }
 
-// The dates around New Year in every locale, whether written here or by the ICU that was loaded.
-TEST_F(LocalDateFormattingTest, WritesWhatIcuWrites) {
+// The dates around New Year in every locale, whether formatted by our own code or by ICU.
+TEST_F(LocalDateFormattingTest, AgreesWithIcu) {
   std::vector<Date> dates;
   for (int year = 2026; year < 2033; ++year) {
     for (int day = -4; day < 4; ++day) {
       dates.emplace_back(sys_days(std::chrono::year(year) / 1 / 1) + days(day) + 13h + 5min + 9s);
     }
   }
-  dates.emplace_back(sys_days(2026y / 3 / 29) + 1h);  // summer time begins
+  dates.emplace_back(sys_days(2026y / 3 / 29) + 1h);  // daylight-saving time begins
   std::vector<std::string> locales;
   for (std::int32_t i = 0; i < uloc_countAvailable(); ++i) locales.push_back(uloc_getAvailable(i));
-  // Countries with a language that ICU has no data for there.
+  // Countries with a language for which ICU has no data there.
   for (const char* const* country = uloc_getISOCountries(); *country != nullptr; ++country) {
     locales.push_back(std::string("fi_") + *country);
   }
@@ -94,14 +94,14 @@ TEST_F(LocalDateFormattingTest, FollowsSettingsAndSecondsAndFractions) {
   EXPECT_EQ(fractions->format(date), "00.000");
   EXPECT_EQ(fractions->format(date + 250ms), "00.250");
   EXPECT_EQ(fractions->format(Date(-1us)), "59.999");
-  // What is known to nobody.
+  // Unknown locales and zones.
   settings_ = {"xx_YY", "Nowhere/Land"};
   EXPECT_EQ(seconds->format(date - 183 * 24h), "26 12:00:00");
   settings_ = {"", ""};
   EXPECT_EQ(seconds->format(date - 183 * 24h), "26 12:00:00");
 }
 
-TEST_F(LocalDateFormattingTest, AbbreviatesZonesTheSameInBothWorlds) {
+TEST_F(LocalDateFormattingTest, AbbreviatesZonesTheSameOnBothPlatforms) {
   setenv("TZ", "Asia/Tokyo", 1);
   const struct {
     const char* zone;

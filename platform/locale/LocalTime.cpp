@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* kDatabase = "/usr/share/zoneinfo/";
 
-// Makes the zone that of the process, as the C library knows no other way to ask for one.
+// Sets the zone of the process: the C library has no other way to use another zone.
 class ProcessZone {
  public:
   explicit ProcessZone(const std::string& zone) {

@@ -9,7 +9,7 @@
 namespace zorva {
 namespace {
 
-// In the form that the rules have it, which ICU accepts in others, too.
+// In the form used in the rules; ICU also accepts other forms.
 bool isLanguage(std::string_view text) {
   return (text.size() == 2 || text.size() == 3) &&
          std::all_of(text.begin(), text.end(), [](char c) { return c >= 'a' && c <= 'z'; });
@@ -21,7 +21,7 @@ int WeekRule::weekYear(const std::tm& day) const {
   constexpr int kWeek = 7;
   const int year = day.tm_year + 1900;
   const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  // Day of the year on which the week began, below 0 for one of the year before.
+  // Day of the year on which the week began, negative if in the previous year.
   const int begun = day.tm_yday - (day.tm_wday - firstDay + kWeek) % kWeek;
   if (begun < 0) return begun + kWeek >= leastDays ? year : year - 1;
   const int daysOfNext = begun + kWeek - (leap ? 366 : 365);

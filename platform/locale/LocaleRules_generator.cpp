@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: Apache-2.0
-// Run when building: writes what LocaleRules.h declares from the data of the ICU that this is
-// linked with, to the file that is named.
+// SPDX-License-Identifier: Apache-2.0 Runs during the build: writes the tables declared in
+// LocaleRules.h, from the data of the ICU that this program is linked with, to the given file.
 
 #include <cstdio>
 #include <cstdlib>

@@ -54,10 +54,11 @@ struct LinuxWorld {
     private_.call(kService, kPath, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}", kManager,
                   1, "InUse", "b", int{on});
   }
-  void setCell(bool on) {
-    sources = on ? 1 : 0;
+  void setSources(std::uint32_t bits) {
+    sources = bits;
     modems.notify();
   }
+  void setCell(bool on) { setSources(on ? 1 : 0); }
   void removeServices() {
     private_.geoClue.reset();
     setCell(false);
@@ -121,6 +122,25 @@ TYPED_TEST(LocationContract, EveryChangeOfTheTechnologiesIsPostedAndReadable) {
   expect({{}});
   EXPECT_TRUE(this->world.location.copyClients().empty());
   EXPECT_EQ(clientNews, 0);
+}
+
+TEST(LinuxLocationServiceTest, KnowsTheModemsSourcesByTheirBits) {
+  LinuxWorld world;
+  int reported = 0;
+  const auto heard = world.notifications.observe(kLocationTechnologyStatusChanged,
+                                                 [&](std::string_view) { ++reported; });
+  // Raw and managed by others are both GPS; help for GPS is no source, so it is no news.
+  const struct {
+    std::uint32_t bits;
+    std::vector<std::int64_t> codes;
+    int reported;
+  } cases[] = {{0x76, {1, 2}, 1}, {0x16, {1, 2}, 1}, {0x1F, {1, 2, 6}, 2}, {0x08, {6}, 3}};
+  for (const auto& each : cases) {
+    world.setSources(each.bits);
+    world.loop.drain();
+    EXPECT_EQ(world.location.copyTechnologiesInUse(), each.codes) << each.bits;
+    EXPECT_EQ(reported, each.reported) << each.bits;
+  }
 }
 
 }  // namespace

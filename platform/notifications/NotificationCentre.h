@@ -7,10 +7,10 @@
 
 namespace zorva {
 
-/// The notification centre as the platform's own services use it.
+/// The notification centre's interface for the platform's own services.
 class NotificationCentre : public SystemNotifications {
  public:
-  /// Calls the subscribers of the name in this process, before it returns.
+  /// Calls the subscribers of the name in this process before it returns.
   virtual void post(std::string_view name) = 0;
 };
 

@@ -11,7 +11,7 @@
 
 namespace zorva {
 
-/// The device-wide notification centre: names that any process may post and listen to, each with a
+/// The device-wide notification centre: names that any process may post and observe, each with a
 /// 64-bit state.
 class SystemNotifications {
  public:
@@ -19,12 +19,11 @@ class SystemNotifications {
 
   using Callback = std::function<void(std::string_view name)>;
 
-  /// Calls back on the run loop, at once, for every post of the name. An empty registration says
-  /// that the name cannot be listened to.
+  /// Calls back on the run loop, immediately, for every post of the name. An empty registration
+  /// means that the name cannot be observed.
   virtual Registration observe(const std::string& name, Callback callback) = 0;
 
-  /// The state last set for the name (0 while none was set), or nothing when it cannot be
-  /// read.
+  /// The state last set for the name (0 if none was set), or nothing if it cannot be read.
   virtual std::optional<std::uint64_t> state(const std::string& name) = 0;
 };
 

@@ -8,11 +8,11 @@
 
 namespace zorva {
 
-/// Of a process, what is read here of PROC_PIDTASKALLINFO.
+/// The part of PROC_PIDTASKALLINFO that is used here.
 struct proc_taskallinfo {
-  std::uint32_t openFiles = 0;  ///< of its BSD part: the number of open descriptors
+  std::uint32_t openFiles = 0;  ///< from its BSD part: the number of open descriptors
 };
-/// Bytes of the kernel's own record, which a whole answer counts.
+/// Bytes of the kernel's own record, returned as the byte count of a complete result.
 inline constexpr int kProcTaskAllInfoSize = 232;
 
 /// One descriptor of a process.
@@ -50,36 +50,36 @@ struct socket_fdinfo {
   std::array<std::uint8_t, 4> insi_laddr{};  ///< local IPv4 address, first byte first
   std::array<std::uint8_t, 4> insi_faddr{};  ///< foreign IPv4 address
 };
-/// Bytes of the kernel's own record, which a whole answer counts.
+/// Bytes of the kernel's own record, returned as the byte count of a complete result.
 inline constexpr int kSocketFdInfoSize = 792;
 
-/// The answer of a process-information operation: how many bytes were filled or are needed. 0 or
+/// The result of a process-information operation: the number of bytes filled in or needed. 0 or
 /// less is a failure, with its error number.
 struct ProcAnswer {
   int bytes = 0;
   int error = 0;
 };
-inline constexpr int kNoSuchProcess = 3;  ///< the process has gone
+inline constexpr int kNoSuchProcess = 3;  ///< the process has ended
 
-/// The kernel's process-information operations. Listing all processes, or asking for the byte count
-/// of the list, begins a new look: what the operations answer after it about sockets is as of the
-/// first socket that is asked about, so that one look costs the kernel exactly one dump of its
-/// sockets, however often the list is fetched. Processes of other users are seen as far as the
-/// privileges of the caller go.
+/// The kernel's process-information operations. Listing all processes, or querying the byte count
+/// of the list, begins a new walk: all information on sockets is then as of the walk's first socket
+/// query, so that each walk needs exactly one dump of the kernel's sockets, however often the list
+/// is fetched. Processes of other users are visible as far as the caller's privileges allow.
 class ProcessInformation {
  public:
   virtual ~ProcessInformation() = default;
 
-  /// Fills in the ids of all processes, in ascending order, as far as they fit; with an empty
-  /// buffer answers the bytes needed (4 an id).
+  /// Fills in the ids of all processes, in ascending order, as many as fit; with an empty buffer
+  /// returns the bytes needed (4 per id).
   virtual ProcAnswer proc_listpids(std::span<std::int32_t> processes) = 0;
   virtual ProcAnswer proc_pidinfo(pid_t pid, proc_taskallinfo& information) = 0;
-  /// Fills in the process's descriptors in ascending order, as far as they fit (8 bytes each).
+  /// Fills in the process's descriptors in ascending order, as many as fit (8 bytes each).
   virtual ProcAnswer proc_pidinfo(pid_t pid, std::span<proc_fdinfo> descriptors) = 0;
-  /// Answers a socket of any kind; soi_kind is 0 for one that is neither an IPv4 nor a TCP socket.
+  /// Describes a socket of any kind; soi_kind is 0 for one that is neither an IPv4 nor a TCP
+  /// socket.
   virtual ProcAnswer proc_pidfdinfo(pid_t pid, std::int32_t descriptor, socket_fdinfo& socket) = 0;
-  /// The short name, and the path of the executable: any bytes, no more than fit, ended by a NUL
-  /// where there is room. The answer counts the bytes before it.
+  /// The short name, and the path of the executable: any bytes, truncated to the buffer, terminated
+  /// by a NUL if there is room. The result is the number of bytes before the NUL.
   virtual ProcAnswer proc_name(pid_t pid, std::span<char> name) = 0;
   virtual ProcAnswer proc_pidpath(pid_t pid, std::span<char> path) = 0;
 };

@@ -13,8 +13,7 @@ class ProcessTable {
  public:
   virtual ~ProcessTable() = default;
 
-  /// The short command name (at most 16 bytes, any bytes), or nothing when there is no such
-  /// process.
+  /// The short command name (at most 16 bytes, any bytes), or nothing if there is no such process.
   virtual std::optional<std::string> commandName(pid_t pid) = 0;
 };
 

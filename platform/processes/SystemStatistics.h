@@ -14,14 +14,15 @@
 
 namespace zorva {
 
-/// Outcome of a kernel call: 0 is success, anything else a code with the kernel's own text for it.
+/// Result of a kernel call: 0 is success, anything else an error code with the kernel's own text
+/// for it.
 struct KernelResult {
   int code = 0;
   std::string text;
   bool ok() const { return code == 0; }
 };
 
-/// A span of time; microseconds stay below 1000000.
+/// A duration; microseconds are below 1000000.
 struct TimeValue {
   std::int32_t seconds = 0;
   std::int32_t microseconds = 0;
@@ -37,7 +38,7 @@ struct HostCpuLoad {
   bool operator==(const HostCpuLoad&) const = default;
 };
 
-/// Virtual memory of the host: page counts at the moment, then event counts since the boot.
+/// Virtual memory of the host: current page counts, then event counts since boot.
 struct HostVmStatistics {
   std::uint64_t free = 0;
   std::uint64_t active = 0;
@@ -65,7 +66,7 @@ struct SwapUsage {
   bool operator==(const SwapUsage&) const = default;
 };
 
-/// Memory that the firmware keeps from the system, in bytes by kind.
+/// Memory that the firmware reserves, in bytes by kind.
 struct ReservedMemory {
   std::uint64_t reserved = 0;
   std::uint64_t unusable = 0;
@@ -81,7 +82,7 @@ struct NetworkTotals {
   bool operator==(const NetworkTotals&) const = default;
 };
 
-/// Transfers of a block-storage driver since the boot, or of several.
+/// Transfers of a block-storage driver since boot, or of several.
 struct DiskTotals {
   std::uint64_t readOperations = 0;
   std::uint64_t readBytes = 0;
@@ -90,10 +91,10 @@ struct DiskTotals {
   bool operator==(const DiskTotals&) const = default;
 };
 
-/// The most bytes of a command name.
+/// The maximum length of a command name, in bytes.
 inline constexpr std::size_t kCommandLength = 16;
 
-/// What the kernel keeps of a process's identity.
+/// A process's identity in the kernel.
 struct KernelProcess {
   pid_t pid = 0;                  ///< process id
   std::int32_t parent = 0;        ///< process id of its parent
@@ -103,8 +104,8 @@ struct KernelProcess {
   std::int64_t startSeconds = 0;  ///< start, since 1970-01-01 UTC
   std::int32_t startMicroseconds = 0;
   std::uint32_t flags = 0;
-  std::uint32_t cpuType = 0;  ///< 0 where the kernel does not report it
-  bool zombie = false;        ///< has ended, is not yet reaped
+  std::uint32_t cpuType = 0;  ///< 0 if the kernel does not report it
+  bool zombie = false;        ///< has ended but is not reaped yet
 };
 
 /// Basic information on a task. Sizes in bytes.
@@ -112,7 +113,7 @@ struct TaskBasicInfo {
   std::int32_t suspendCount = 0;
   std::uint64_t virtualSize = 0;
   std::uint64_t residentSize = 0;
-  TimeValue userTime;    ///< user time of the threads that are not among TaskSample::threads
+  TimeValue userTime;    ///< user time of the threads that are not in TaskSample::threads
   TimeValue systemTime;  ///< their system time
   std::int32_t policy = 0;
   bool operator==(const TaskBasicInfo&) const = default;
@@ -147,14 +148,14 @@ struct TaskEvents {
   std::uint32_t contextSwitches = 0;
 };
 
-/// A piece of a task's memory. Sizes in bytes.
+/// A memory region of a task. Sizes in bytes.
 struct MemoryRegion {
-  std::uint64_t object = 0;  ///< identity of the memory object behind it, or of the object's part
-                             ///< that starts where the region does; 0: a private one
+  std::uint64_t object = 0;  ///< identity of the memory object that it maps, or of the object's
+                             ///< part that starts at the region's start; 0: a private one
   std::uint64_t virtualSize = 0;
   std::uint64_t residentSize = 0;
-  bool shared = false;           ///< other tasks map the object too
-  bool sharedFramework = false;  ///< lies in the region of the shared frameworks
+  bool shared = false;           ///< other tasks also map the object
+  bool sharedFramework = false;  ///< belongs to a shared framework
 };
 
 /// Threads of a task's work queue.
@@ -164,8 +165,8 @@ struct WorkQueue {
   std::uint32_t blocked = 0;
 };
 
-/// What a caller wants to know of a task beyond its ids, command name, start time, flags, sizes and
-/// CPU time. Each costs more kernel calls per task.
+/// The details of a task that a caller requests beyond its ids, command name, start time, flags,
+/// sizes and CPU time. Each costs more kernel calls per task.
 enum class TaskDetail : std::uint32_t {
   None = 0,
   Identity = 1 << 0,  ///< effective user id
@@ -184,12 +185,12 @@ inline constexpr TaskDetail kEveryTaskDetail = TaskDetail::Identity | TaskDetail
                                                TaskDetail::Ports | TaskDetail::Events |
                                                TaskDetail::WorkQueue;
 
-/// One sample of one task. A caller keeps one and passes it again and again, so that its texts and
-/// lists are allocated once. What was not asked for, or the kernel does not report, is 0 or empty.
+/// One sample of one task. A caller reuses it, so that its texts and lists are allocated once.
+/// Figures that were not requested, or that the kernel does not report, are 0 or empty.
 struct TaskSample {
   KernelProcess process;
   TaskBasicInfo basic;
-  std::vector<ThreadInfo> threads;  ///< empty without TaskDetail::Threads; `basic` then holds the
+  std::vector<ThreadInfo> threads;  ///< empty without TaskDetail::Threads; `basic` then has the
                                     ///< times of all threads
   std::uint32_t ports = 0;
   TaskEvents events;
@@ -199,17 +200,17 @@ struct TaskSample {
 /// The steps of listing the tasks.
 enum class TaskListStep { ProcessorSets, PrivilegedAccess, Tasks };
 struct TaskListResult : KernelResult {
-  TaskListStep failed = TaskListStep::Tasks;  ///< where it failed, when it did
+  TaskListStep failed = TaskListStep::Tasks;  ///< where it failed, if it did
 };
 
-/// The steps of looking at one task.
+/// The steps of sampling one task.
 enum class TaskSampleStep { KernelProcess, TaskInformation };
 struct TaskSampleResult : KernelResult {
-  TaskSampleStep failed = TaskSampleStep::KernelProcess;  ///< where it failed, when it did
+  TaskSampleStep failed = TaskSampleStep::KernelProcess;  ///< where it failed, if it did
 };
 
-/// The kernel's figures for the whole system and every task in it. Every call reads anew; a call
-/// that is not ok leaves its result as it was, unless it says otherwise.
+/// The kernel's figures for the whole system and every task in it. Every call reads them again; a
+/// call that fails leaves its output unchanged, unless stated otherwise.
 class SystemStatistics {
  public:
   virtual ~SystemStatistics() = default;
@@ -217,43 +218,43 @@ class SystemStatistics {
   virtual KernelResult timeOfDay(Date& now) = 0;
   /// Bytes of physical memory.
   virtual KernelResult memorySize(std::uint64_t& bytes) = 0;
-  /// Bytes of a page of memory; never 0.
+  /// Bytes per page of memory; never 0.
   virtual std::uint64_t pageSize() = 0;
-  /// Nothing unless all of its figures are known. They never change while the system runs, so they
-  /// need not be read again.
+  /// Nothing unless all of its figures are known. They never change while the system is running, so
+  /// they need not be read again.
   virtual std::optional<ReservedMemory> reservedMemory() = 0;
-  /// The most bytes that the arguments of a process can take.
+  /// The maximum size of a process's arguments, in bytes.
   virtual KernelResult maximumArgumentLength(std::size_t& bytes) = 0;
   virtual KernelResult cpuLoad(HostCpuLoad& load) = 0;
   /// Averages over 1, 5 and 15 minutes.
   virtual KernelResult loadAverages(double (&averages)[3]) = 0;
   virtual KernelResult vmStatistics(HostVmStatistics& statistics) = 0;
   virtual KernelResult swapUsage(SwapUsage& usage) = 0;
-  /// The traffic of every interface, in a list that is replaced.
+  /// Replaces the list by the traffic of every interface.
   virtual KernelResult interfaceTraffic(std::vector<NetworkTotals>& interfaces) = 0;
   /// Bytes of shared frameworks that the calling process has mapped.
   virtual KernelResult frameworkMemory(std::uint64_t& bytes) = 0;
 
-  /// Makes the device registry ready for the two calls after it.
+  /// Opens the device registry for the next two functions.
   virtual KernelResult openDeviceRegistry() = 0;
-  /// The names of the block-storage drivers, in a list that is replaced.
+  /// Replaces the list by the names of the block-storage drivers.
   virtual KernelResult blockDrivers(std::vector<std::string>& names) = 0;
-  /// What the driver has transferred; figures that it does not report are 0.
+  /// The driver's transfers; figures that it does not report are 0.
   virtual KernelResult blockDriverTransfers(const std::string& name, DiskTotals& transfers) = 0;
 
-  /// The ids of all tasks, ascending, in a list that is replaced.
+  /// Replaces the list by the ids of all tasks, ascending.
   virtual TaskListResult listTasks(std::vector<std::int32_t>& processes) = 0;
-  /// Samples one task. Fails at TaskSampleStep::KernelProcess when it has gone, and at either step
-  /// when it goes in the middle of the look. The sample holds no defined figures after a failure.
+  /// Samples one task. Fails at TaskSampleStep::KernelProcess if it has ended, and at either step
+  /// if it ends meanwhile. The sample is undefined after a failure.
   virtual TaskSampleResult sampleTask(pid_t pid, TaskDetail detail, TaskSample& sample) = 0;
-  /// The memory of one task, in a list that is replaced. The dearest look of all.
+  /// Replaces the list by the memory regions of one task. The most expensive call of all.
   virtual KernelResult memoryRegions(pid_t pid, std::vector<MemoryRegion>& regions) = 0;
 
-  /// Command name of the launcher whose processes are better named after their executables; empty
-  /// where there is no such launcher.
+  /// Command name of the launcher whose processes are named after their executables instead; empty
+  /// if there is no such launcher.
   virtual std::string_view launcherCommand() = 0;
-  /// Copies the path of the executable, as in the process's arguments, into the buffer and
-  /// sets its length. A path that does not fit is cut.
+  /// Copies the path of the executable, as in the process's arguments, into the buffer and sets its
+  /// length. A path that does not fit is truncated.
   virtual KernelResult executablePath(pid_t pid, std::span<char> buffer, std::size_t& length) = 0;
 };
 

@@ -7,11 +7,12 @@
 
 namespace zorva {
 
-/// The account-sync service, by its shared connection. Pings are delivered as system notifications.
+/// The account-sync service, through its shared connection. Pings are delivered as system
+/// notifications.
 class AccountSync {
  public:
   virtual ~AccountSync() = default;
-  /// One report an account, each with the keys below and any others.
+  /// One report per account, each with the keys below and any others.
   virtual std::vector<Dictionary> statusReports() = 0;
 };
 

@@ -12,8 +12,8 @@
 
 namespace zorva {
 
-/// The persistent-connection service, whose settings belong to the user in whose name they are
-/// read. It posts kIntervalCacheChanged and kPersistentConnectionPreferencesChanged as system
+/// The persistent-connection service. Its settings are those of the effective user that reads them.
+/// It posts kIntervalCacheChanged and kPersistentConnectionPreferencesChanged as system
 /// notifications.
 class PersistentConnections {
  public:
@@ -22,7 +22,7 @@ class PersistentConnections {
   static constexpr std::int32_t kManualPolling = -1;
 
   virtual bool pushEnabled(std::int32_t settingsClass) = 0;
-  /// As the service counts it; kManualPolling when there is no polling.
+  /// In the service's unit; kManualPolling if there is no polling.
   virtual std::int32_t pollInterval(std::int32_t settingsClass) = 0;
 
   struct IntervalCache {

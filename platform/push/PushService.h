@@ -11,12 +11,12 @@
 
 namespace zorva {
 
-/// A client's connection to the push service. Dropping it closes it.
+/// A client's connection to the push service. Destroying it closes the connection.
 class PushConnection {
  public:
   virtual ~PushConnection() = default;
 
-  /// What the connection delivers, on the run loop, while it is scheduled there.
+  /// The connection's events, delivered on the run loop while it is scheduled there.
   struct Delegate {
     std::function<void(const std::string& topic, const Dictionary& userInfo)> receivedMessage;
     std::function<void(const Value::Data& token)> receivedPublicToken;
@@ -27,21 +27,21 @@ class PushConnection {
   virtual void setEnabledTopics(const std::vector<std::string>& topics) = 0;
 };
 
-/// The push-notification service. What happens on its own stream it posts as system notifications.
+/// The push-notification service. It posts the events of its own stream as system notifications.
 class PushService {
  public:
   virtual ~PushService() = default;
   static constexpr const char* kProduction = "production";
-  /// A connection in the environment, or nothing when there is no such service.
+  /// A connection in the environment, or null if there is no such service.
   virtual std::unique_ptr<PushConnection> createConnection(const std::string& environment) = 0;
 };
 
-/// The push service's system notifications: what happens on its stream.
+/// The push service's system notifications: the events of its stream.
 inline constexpr const char* kPushStreamOpened = "NMXDidOpenConnectionStream";
 inline constexpr const char* kPushStreamEnded = "NMXDidEncounterStreamEnd";
 inline constexpr const char* kPushStreamError = "NMXDidEncounterStreamError";
 inline constexpr const char* kPushSentFilter = "NMXDidSendFilterMessage";
-// Spelled as the service spells it.
+// Spelled as in the service.
 inline constexpr const char* kPushReceivedMessage = "NMXDidRecieveMessageMessage";
 inline constexpr const char* kPushSentKeepAlive = "NMXDidSendKeepAliveMessage";
 

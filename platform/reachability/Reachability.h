@@ -22,7 +22,7 @@ inline constexpr std::uint32_t kConnectionOnDemand = 0x20;
 inline constexpr std::uint32_t kIsWWAN = 0x40000;
 }  // namespace reachability
 
-/// An IPv4 address and port, network order.
+/// An IPv4 address and port in network byte order.
 struct IPv4SocketAddress {
   std::array<std::uint8_t, 4> address{};
   std::uint16_t port = 0;
@@ -33,10 +33,10 @@ class ReachabilityTarget {
  public:
   virtual ~ReachabilityTarget() = default;
 
-  /// Sets what is called, on the run loop, with the new flags when they change. False when that
-  /// cannot be had.
+  /// Sets the callback for changes, called on the run loop with the new flags. Returns false if
+  /// changes cannot be observed.
   virtual bool setCallback(std::function<void(std::uint32_t flags)> changed) = 0;
-  /// Lets the callback arrive on the run loop until the registration is dropped.
+  /// Delivers the callback on the run loop until the registration is destroyed.
   virtual Registration schedule() = 0;
   virtual std::optional<std::uint32_t> flags() = 0;
 };
@@ -45,7 +45,7 @@ class ReachabilityTarget {
 class Reachability {
  public:
   virtual ~Reachability() = default;
-  /// Nothing when no target can be made.
+  /// Null if no target can be created.
   virtual std::unique_ptr<ReachabilityTarget> createTarget(const IPv4SocketAddress& address) = 0;
 };
 

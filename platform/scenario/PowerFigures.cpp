@@ -2,6 +2,8 @@
 #include "platform/scenario/PowerFigures.h"
 
 #include <cmath>
+#include <string_view>
+#include <utility>
 
 namespace zorva {
 namespace {
@@ -18,11 +20,23 @@ std::int64_t millionths(const ScenarioNode& node, double most) {
   return std::llround(node.number(0, most) * 1e6);
 }
 
+EnergyCause::Kind readKind(const ScenarioNode& node) {
+  using Kind = EnergyCause::Kind;
+  constexpr std::pair<std::string_view, Kind> kKinds[] = {
+      {"asleep", Kind::Asleep},   {"awake", Kind::Awake}, {"display", Kind::Display},
+      {"process", Kind::Process}, {"wifi", Kind::Wifi},   {"modem", Kind::Modem},
+      {"audio", Kind::Audio}};
+  for (const auto& [name, kind] : kKinds) {
+    if (node.text() == name) return kind;
+  }
+  node.refuse("use asleep, awake, display, process, wifi, modem or audio");
+}
+
 }  // namespace
 
 PowerFigures PowerFigures::read(const ScenarioNode& node) {
   const auto keys = node.keys({"energy", "voltage", "asleep", "awake", "display", "cpu", "call",
-                               "audio", "wifi_traffic", "modem_traffic", "charger"});
+                               "audio", "wifi_traffic", "modem_traffic", "charger", "counters"});
   PowerFigures figures;
   // 3600 J/Wh * 10^6 uJ/J / 100
   figures.percent = std::llround(keys.require("energy").number(0.001, kMaxWattHours) * 3.6e7);
@@ -39,6 +53,13 @@ PowerFigures PowerFigures::read(const ScenarioNode& node) {
   take("wifi_traffic", figures.wifiTraffic, kMaxJoulesPerMegabyte);
   take("modem_traffic", figures.modemTraffic, kMaxJoulesPerMegabyte);
   if (const auto* given = keys.find("charger")) figures.charger = readCharger(*given);
+  if (const auto* counters = keys.find("counters")) {
+    for (const auto& [name, causes] : counters->entries()) {
+      for (const ScenarioNode& cause : causes.list()) {
+        figures.counters[name.text()].insert(readKind(cause));
+      }
+    }
+  }
   return figures;
 }
 

@@ -2,7 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <set>
+#include <string>
 
+#include "platform/scenario/EnergyAccount.h"
 #include "platform/scenario/ScenarioNode.h"
 
 namespace zorva {
@@ -25,6 +29,8 @@ struct PowerFigures {
   // Microjoules per million bytes.
   std::int64_t wifiTraffic = 0;
   std::int64_t modemTraffic = 0;
+  /// Counters of energy, and what each of them counts.
+  std::map<std::string, std::set<EnergyCause::Kind>> counters = {};
 };
 
 /// The microwatts of a charger's watts.

@@ -13,7 +13,7 @@ namespace zorva {
 namespace {
 
 template <typename Number>
-std::optional<Number> wholeNumber(std::string_view text) {
+std::optional<Number> parseInteger(std::string_view text) {
   const bool negative = text.starts_with('-');
   std::string_view digits = text.substr(negative || text.starts_with('+') ? 1 : 0);
   int base = 10;
@@ -30,7 +30,7 @@ std::optional<Number> wholeNumber(std::string_view text) {
   return number;
 }
 
-// Digits and a point are asked for, so that texts such as "inf" and "nan" stay texts.
+// Requires digits and a point, so that texts such as "inf" and "nan" remain texts.
 std::optional<double> realNumber(std::string_view text) {
   if (text.find_first_not_of("+-.0123456789eE") != std::string_view::npos) return std::nullopt;
   if (text.find_first_of("0123456789") == std::string_view::npos) return std::nullopt;
@@ -132,7 +132,7 @@ void ScenarioNode::refuse(const std::string& what) const {
 }
 
 const std::string& ScenarioNode::anyText() const {
-  if (!isScalar()) refuse("a text is wanted here");
+  if (!isScalar()) refuse("write a text here");
   return scalar_;
 }
 
@@ -153,7 +153,7 @@ void ScenarioNode::mark() const {
 }
 
 std::int64_t ScenarioNode::integer(std::int64_t least, std::int64_t most) const {
-  const auto value = isScalar() && !quoted_ ? wholeNumber<std::int64_t>(scalar_) : std::nullopt;
+  const auto value = isScalar() && !quoted_ ? parseInteger<std::int64_t>(scalar_) : std::nullopt;
   if (!value || *value < least || *value > most) {
     refuse("write a whole number from " + std::to_string(least) + " to " + std::to_string(most) +
            " here");
@@ -162,7 +162,7 @@ std::int64_t ScenarioNode::integer(std::int64_t least, std::int64_t most) const 
 }
 
 std::uint64_t ScenarioNode::natural() const {
-  const auto value = isScalar() && !quoted_ ? wholeNumber<std::uint64_t>(scalar_) : std::nullopt;
+  const auto value = isScalar() && !quoted_ ? parseInteger<std::uint64_t>(scalar_) : std::nullopt;
   if (!value) refuse("write a whole number from 0 to 18446744073709551615 here");
   return *value;
 }
@@ -186,7 +186,7 @@ ScenarioNode::Duration ScenarioNode::duration() const {
     refuse("write a duration here, such as 00:10:00, 1h30m, 90s or a number of seconds");
   }
   if (*seconds > std::chrono::duration<double>(kMaxLength).count()) {
-    refuse("this is too long; ten years are the most");
+    refuse("this is too long; the maximum is ten years");
   }
   return std::chrono::round<Duration>(std::chrono::duration<double>(*seconds));
 }
@@ -200,7 +200,7 @@ Date ScenarioNode::date() const {
 Value ScenarioNode::plainValue() const {
   if (scalar_ == "true") return true;
   if (scalar_ == "false") return false;
-  if (const auto integer = wholeNumber<std::int64_t>(scalar_)) return *integer;
+  if (const auto integer = parseInteger<std::int64_t>(scalar_)) return *integer;
   if (const auto real = realNumber(scalar_)) return *real;
   if (const auto date = dateFrom(scalar_)) return *date;
   return scalar_;
@@ -231,7 +231,7 @@ Value ScenarioNode::value() const {
 }
 
 const std::vector<ScenarioNode>& ScenarioNode::list() const {
-  if (!isList()) refuse("a list is wanted here: one \"- ...\" for each item");
+  if (!isList()) refuse("write a list here: one \"- ...\" for each item");
   return items_;
 }
 
@@ -240,11 +240,11 @@ std::vector<ScenarioNode> ScenarioNode::oneOrMore() const {
 }
 
 const std::vector<ScenarioNode::Entry>& ScenarioNode::entries() const {
-  if (!isMapping()) refuse("a mapping is wanted here: one \"key: value\" for each entry");
+  if (!isMapping()) refuse("write a mapping here: one \"key: value\" for each entry");
   std::set<std::string_view> seen;
   for (const auto& [key, value] : entries_) {
     if (!seen.insert(key.scalar_).second) {
-      key.refuse("the key " + inQuotes(key.scalar_) + " stands here for the second time");
+      key.refuse("the key " + inQuotes(key.scalar_) + " is repeated here");
     }
   }
   return entries_;

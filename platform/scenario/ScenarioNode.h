@@ -17,31 +17,31 @@
 
 namespace zorva {
 
-/// What is wrong in a scenario, and what to do: "FILE:LINE:COLUMN: ...".
+/// An error in a scenario, with a remedy: "FILE:LINE:COLUMN: ...".
 class ScenarioError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Something that a scenario wants to happen, checked and ready to run.
+/// An action of a scenario, checked and ready to run.
 using ScenarioAction = std::function<void()>;
 
-/// What is known of a scenario's text as a whole.
+/// Data about a scenario's text as a whole.
 struct ScenarioText {
   std::string name;  ///< of the file, for messages
-  /// Every key that the reader offered while it read this text.
+  /// Every key that the reader accepted while it read this text.
   std::set<std::string> offeredKeys;
 };
 
-/// One value of a scenario's text, with where it stands. What it is asked for, it checks: whatever
-/// does not fit ends in a ScenarioError that names the place.
+/// One value of a scenario's text, with its position. The accessors check the value: if it does not
+/// fit, they throw a ScenarioError that gives the position.
 class ScenarioNode {
  public:
   enum class Kind { Nothing, Scalar, List, Mapping };
   using Entry = std::pair<ScenarioNode, ScenarioNode>;
   using Duration = std::chrono::microseconds;
 
-  /// The longest duration that a scenario may name: ten years.
+  /// The longest duration in a scenario: ten years.
   static constexpr Duration kMaxLength = std::chrono::hours(24 * 3652);
 
   /// Reads YAML: one document, at most 1 MiB and 32 levels deep, without aliases.
@@ -52,17 +52,17 @@ class ScenarioNode {
   bool isList() const { return kind_ == Kind::List; }
   bool isMapping() const { return kind_ == Kind::Mapping; }
 
-  /// A text of at least one byte; every scalar is one.
+  /// A text of at least one byte; every scalar is a text.
   const std::string& text() const;
   /// A scalar, which may be empty.
   const std::string& anyText() const;
   /// true or false.
   bool boolean() const;
-  /// Refuses everything but true: for steps that only happen.
+  /// Rejects everything except true: for steps without parameters.
   void mark() const;
   /// A decimal number, or a hexadecimal one that starts with 0x.
   std::int64_t integer(std::int64_t least, std::int64_t most) const;
-  /// The same up to 64 bits without sign.
+  /// The same for unsigned 64-bit numbers.
   std::uint64_t natural() const;
   double number(double least, double most) const;
   /// "01:30:00", "1h30m", "90s", "2d" or a number of seconds; never negative.
@@ -71,21 +71,21 @@ class ScenarioNode {
   double seconds() const { return std::chrono::duration<double>(duration()).count(); }
   /// "2026-11-16 14:00:00", in UTC, of the years 1970 to 2199.
   Date date() const;
-  /// Anything: a quoted scalar is a text, a plain one a boolean, a number, a date or else a text,
-  /// and one tagged !data is hexadecimal bytes.
+  /// A value of any kind: a quoted scalar is a text; a plain one is a boolean, a number, a date or
+  /// otherwise a text; one tagged !data is hexadecimal bytes.
   Value value() const;
 
   const std::vector<ScenarioNode>& list() const;
-  /// The list's items, or this node itself when it is none.
+  /// The list's items, or this node itself if it is not a list.
   std::vector<ScenarioNode> oneOrMore() const;
-  /// A mapping whose keys are names from the device's world, each a text given once.
+  /// A mapping whose keys are the device's names; each key is a text and occurs once.
   const std::vector<Entry>& entries() const;
 
   /// A mapping whose keys are the scenario's own.
   class Keys {
    public:
     const ScenarioNode* find(std::string_view key) const;
-    /// Refuses the mapping when the key is missing.
+    /// Rejects the mapping if the key is missing.
     const ScenarioNode& require(std::string_view key) const;
 
    private:
@@ -93,7 +93,7 @@ class ScenarioNode {
     explicit Keys(const ScenarioNode& mapping) : mapping_(mapping) {}
     const ScenarioNode& mapping_;
   };
-  /// Refuses any key but these. The node must outlive what is returned.
+  /// Rejects any other key. The node must outlive the result.
   Keys keys(std::initializer_list<const char*> allowed) const;
 
   using Reader = std::function<ScenarioAction(const ScenarioNode&)>;
@@ -101,8 +101,8 @@ class ScenarioNode {
     std::string name;
     Reader read;
   };
-  /// Refuses any key but these, and reads each one that is given. The actions run in the order of
-  /// the text.
+  /// Rejects any other key, and reads each one that is present. The actions run in the order of the
+  /// text.
   ScenarioAction actions(const std::vector<Key>& allowed) const;
 
   /// Throws a ScenarioError about this node.
@@ -131,7 +131,7 @@ class ScenarioNode {
 ScenarioAction inTurn(std::vector<ScenarioAction> actions);
 /// Reads each node; the actions run in the nodes' order.
 ScenarioAction eachOf(const std::vector<ScenarioNode>& nodes, const ScenarioNode::Reader& read);
-/// Reads each entry of a mapping whose keys are names from the device's world.
+/// Reads each entry of a mapping whose keys are the device's names.
 ScenarioAction eachEntryOf(
     const ScenarioNode& mapping,
     const std::function<ScenarioAction(const ScenarioNode& name, const ScenarioNode& value)>& read);

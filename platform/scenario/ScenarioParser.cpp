@@ -10,8 +10,8 @@
 
 namespace zorva {
 
-// Builds the tree from the parser's events rather than take the library's own one: this keeps
-// repeated keys and the places of everything, and lets depth and aliases be refused on the way.
+// Builds the tree from the parser's events instead of using the library's own tree: this keeps
+// repeated keys and all positions, and can reject depth and aliases while parsing.
 class ScenarioTreeBuilder : public YAML::EventHandler {
  public:
   explicit ScenarioTreeBuilder(std::shared_ptr<ScenarioText> text) : text_(std::move(text)) {}
@@ -19,12 +19,12 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
   ScenarioNode takeRoot() { return std::move(root_.at(0)); }
 
   void OnDocumentStart(const YAML::Mark& mark) override {
-    if (!root_.empty()) at(mark).refuse("a scenario is one document; remove what starts here");
+    if (!root_.empty()) at(mark).refuse("a scenario is one document; remove this one");
   }
   void OnDocumentEnd() override {}
 
   void OnNull(const YAML::Mark& mark, YAML::anchor_t) override {
-    // A value that is left out stands where the next token is; its key is what people look for.
+    // The parser places an omitted value at the next token; the key's position is more useful.
     if (!open_.empty() && open_.back().key.size() == 1) {
       const ScenarioNode& key = open_.back().key.front();
       add(ScenarioNode(ScenarioNode::Kind::Nothing, key.line_, key.column_, text_));
@@ -34,7 +34,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
   }
 
   void OnAlias(const YAML::Mark& mark, YAML::anchor_t) override {
-    at(mark).refuse("aliases are not read; write the value out");
+    at(mark).refuse("aliases are not supported; write the value out");
   }
 
   void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
@@ -62,7 +62,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
  private:
   static constexpr std::size_t kDeepest = 32;
 
-  // A list or mapping that has not ended yet; `key` holds a mapping's key until its value comes.
+  // A list or mapping that has not ended yet; `key` is a mapping's key until its value follows.
   struct Open {
     ScenarioNode node;
     std::vector<ScenarioNode> key;
@@ -75,7 +75,7 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
 
   static void refuseTag(const ScenarioNode& node, const std::string& tag) {
     if (tag.empty() || tag == "?") return;
-    node.refuse("the tag \"" + safeText(tag) + "\" is not known; only !data and !!str are");
+    node.refuse("the tag \"" + safeText(tag) + "\" is unknown; only !data and !!str are supported");
   }
 
   void open(ScenarioNode node, const std::string& tag) {
@@ -115,20 +115,20 @@ class ScenarioTreeBuilder : public YAML::EventHandler {
 };
 
 ScenarioNode ScenarioNode::parse(std::string_view yaml, const std::shared_ptr<ScenarioText>& text) {
-  constexpr std::size_t kLargest = std::size_t{1} << 20;
+  constexpr std::size_t kMaxSize = std::size_t{1} << 20;
   const ScenarioNode start(Kind::Nothing, 1, 1, text);
-  if (yaml.size() > kLargest) start.refuse("the scenario is too large; at most 1 MiB is read");
+  if (yaml.size() > kMaxSize) start.refuse("the scenario is too large; at most 1 MiB is read");
   std::istringstream stream{std::string(yaml)};
   ScenarioTreeBuilder builder(text);
   try {
     YAML::Parser parser(stream);
     if (!parser.HandleNextDocument(builder)) start.refuse("the scenario is empty");
-    parser.HandleNextDocument(builder);  // the builder refuses a second one
+    parser.HandleNextDocument(builder);  // the builder rejects a second one
   } catch (const YAML::Exception& error) {
     const bool placed = !error.mark.is_null();
     ScenarioNode(Kind::Nothing, placed ? error.mark.line + 1 : 1,
                  placed ? error.mark.column + 1 : 1, text)
-        .refuse("this is no YAML: " + safeText(error.msg));
+        .refuse("this is not valid YAML: " + safeText(error.msg));
   }
   return builder.takeRoot();
 }

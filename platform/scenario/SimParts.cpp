@@ -29,7 +29,7 @@ void SimParts::addFaultSections() {
     if (const auto* code = keys.find("result")) {
       const auto results = faults.results(point);
       if (!results) {
-        code->refuse("this operation answers no result code when it fails; remove the key");
+        code->refuse("this operation returns no result code when it fails; remove the key");
       }
       result = code->integer(results->least, results->most);
       if (results->code && *result == 0) {

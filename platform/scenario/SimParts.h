@@ -9,17 +9,17 @@
 
 namespace zorva {
 
-/// What a scenario can drive: each simulated service adds its keys. A reader checks all that stands
-/// under its key, keeps nothing of it, and returns what to do when the time has come.
+/// The keys of scenarios: each simulated service adds its own. A reader checks everything under its
+/// key, keeps no reference to it, and returns the action to run when the step is due.
 class ScenarioSections {
  public:
   using Reader = ScenarioNode::Reader;
   using Section = ScenarioNode::Key;
 
-  /// A key under "device:". What it sets up happens before anything runs, in the order in which the
+  /// A key under "device:". Its actions run before the daemon starts, in the order in which the
   /// sections were added.
   void addStart(const std::string& key, Reader read) { add(start_, key, std::move(read)); }
-  /// A key of a step. Steps are read in the order in which they happen.
+  /// A key of a step. Steps are read in the order of execution.
   void addStep(const std::string& key, Reader read) { add(step_, key, std::move(read)); }
   /// One key for both.
   void addBoth(const std::string& key, const Reader& read) {
@@ -37,14 +37,14 @@ class ScenarioSections {
   std::vector<Section> step_;
 };
 
-/// What every simulated service is put together with. A new service adds its fault points and its
-/// sections in its constructor; nothing else needs to know it but SimHandset, which owns it.
+/// The objects with which every simulated service is created. A new service adds its fault points
+/// and its sections in its constructor; only SimHandset, which owns it, refers to it.
 struct SimParts {
   SimFaults faults;
   ScenarioSections sections;
 
   /// Adds "faults" and "fault", which arm fault points. To be called last: the faults of the start
-  /// are for the daemon, not for the services that are being set up.
+  /// state are for the daemon, not for the services that are being set up.
   void addFaultSections();
 };
 

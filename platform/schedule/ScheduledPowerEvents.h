@@ -8,14 +8,14 @@
 
 namespace zorva {
 
-/// The power events that are planned: wakes, power-ons, sleeps, shutdowns and restarts.
+/// The scheduled power events: wakes, power-ons, sleeps, shutdowns and restarts.
 class ScheduledPowerEvents {
  public:
   virtual ~ScheduledPowerEvents() = default;
 
-  /// One record an event, the earliest first, or nothing when there is no list. The keys: "time"
+  /// One record per event, the earliest first, or nothing if there is no list. The keys: "time"
   /// (date), "eventtype" (text: "wake", "wakepoweron", "poweron", "sleep", "shutdown", "restart" or
-  /// another word) and "scheduledby" (text: who asked for it).
+  /// another word) and "scheduledby" (text: what scheduled it).
   virtual std::optional<std::vector<Dictionary>> copyScheduledPowerEvents() = 0;
 };
 

@@ -10,6 +10,7 @@
 #include "platform/kit/bus/BusProperties.h"
 #include "platform/sleep/linux/LinuxKernelValues.h"
 #include "platform/sleep/linux/LinuxSystemPower.h"
+#include "platform/testing/ClockJump.h"
 #include "platform/testing/PrivateBus.h"
 #include "platform/testing/TestLoop.h"
 
@@ -22,7 +23,9 @@ struct SimWorld {
   SimHandset handset;
   SimSystemPower& power = handset.systemPower();
   void sleep() { power.sleep(); }
+  void failToSleep() { power.send(static_cast<std::uint32_t>(PowerMessage::WillNotSleep)); }
   void wake() { power.wake(std::nullopt); }
+  void wakeFromUnannouncedSleep() { wake(); }
   // Whether the sleep that was announced last is held up.
   bool waits() {
     handset.systemLog().takeLines();
@@ -35,21 +38,40 @@ struct LinuxWorld {
   PrivateBusForTest bus;
   std::unique_ptr<ChildForTest> logind;
   bool waiting = false, signalled = false;
+  int attempts = 0;
   LinuxBus client{loop.event(), bus.address(), std::chrono::seconds(5)};
-  LinuxSystemPower power{client, {[this] { waiting = false; }, {}, {}}};
+  DirectoryForTest sysfs;
+  std::int64_t slept = 0;
+  LinuxSystemPower power{loop.event(),
+                         client,
+                         {[this] { waiting = false; }, {}, {}, {}},
+                         {sysfs / "", [this] { return slept; }, std::chrono::seconds(1)}};
   Registration signals = client.observeSignals("type='signal',member='PrepareForSleep'",
                                                [this](sd_bus_message*) { signalled = true; });
   LinuxWorld() {
     bus.start();
     loop.runUntil([&] { return client.connected(); });
     logind = bus.startService(kLoginService, kLoginPath, kLoginManager);
+    for (const char* result : {"success", "fail"}) {
+      sysfs.write(std::string("power/suspend_stats/") + result, "0\n");
+    }
     loop.drain();
   }
   void sleep() {
     waiting = true;
     prepare(1);
   }
-  void wake() { prepare(0); }
+  void wake() { end("success"); }
+  void failToSleep() { end("fail"); }
+  void end(const std::string& result) {
+    sysfs.write("power/suspend_stats/" + result, std::to_string(++attempts) + "\n");
+    prepare(0);
+  }
+  void wakeFromUnannouncedSleep() {
+    slept += 1'000'000'000;
+    jumpClock();
+    loop.drain();
+  }
   bool waits() const { return waiting; }
   void prepare(int sleep) {
     ASSERT_GE(bus.call(kLoginService, kLoginPath, bus.kMock, "EmitSignal", "sssav", kLoginManager,
@@ -76,8 +98,10 @@ class SystemPowerContract : public testing::Test {
             return allow(listener, argument);
           }
           const bool sleep = type == static_cast<std::uint32_t>(PowerMessage::WillSleep);
-          EXPECT_TRUE(sleep || type == static_cast<std::uint32_t>(PowerMessage::HasPoweredOn));
-          heard.push_back(name + (sleep ? " sleep" : " wake"));
+          const bool wake = type == static_cast<std::uint32_t>(PowerMessage::HasPoweredOn);
+          EXPECT_TRUE(sleep || wake ||
+                      type == static_cast<std::uint32_t>(PowerMessage::WillNotSleep));
+          heard.push_back(name + (sleep ? " sleep" : wake ? " wake" : " stays awake"));
           if (!sleep) return;
           listener.argument = argument;
           if (listener.slept) listener.slept();
@@ -152,6 +176,19 @@ TYPED_TEST(SystemPowerContract, TheSystemWaitsUntilEveryListenerHasAllowedTheCha
   EXPECT_EQ(this->heard, Lines{"a sleep"});
 }
 
+TYPED_TEST(SystemPowerContract, ASleepThatFailsIsNoWakeAndAWakeNeedsNoAnnouncement) {
+  typename TestFixture::Listener a;
+  a.slept = [&] { this->allow(a, a.argument); };
+  this->listenOnLoop("a", a);
+  this->world.sleep();
+  this->world.failToSleep();
+  EXPECT_FALSE(this->world.waits());
+  this->world.wakeFromUnannouncedSleep();
+  this->world.sleep();
+  this->world.wake();
+  EXPECT_EQ(this->heard, (Lines{"a sleep", "a stays awake", "a wake", "a sleep", "a wake"}));
+}
+
 struct SimKernel {
   SimHandset handset;
   SimKernelValues& values = handset.kernel();
@@ -167,7 +204,7 @@ struct LinuxKernel {
     values.systemWillSleep();
     std::filesystem::remove_all(root / "kernel");
     if (reason) root.write("kernel/wakeup_reasons/last_resume_reason", *reason + "\n");
-    values.systemDidWake();
+    values.systemDidWake(true);
   }
 };
 template <typename Kernel>

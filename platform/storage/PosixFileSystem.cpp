@@ -14,11 +14,11 @@ namespace {
 // Never IN_MODIFY: each entry written to the log would wake the process that wrote it.
 constexpr std::uint32_t kDirectoryEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
                                            IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
-constexpr std::uint32_t kDirectoryLeaves = IN_DELETE | IN_MOVED_FROM | IN_ONLYDIR;
-constexpr std::uint32_t kDirectoryComes =
+constexpr std::uint32_t kDirectoryRemovalEvents = IN_DELETE | IN_MOVED_FROM | IN_ONLYDIR;
+constexpr std::uint32_t kDirectoryCreationEvents =
     IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
-// The path without its last component, "/" at the end of the road.
+// The path without its last component; "/" for the root.
 std::string parentOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
@@ -55,8 +55,8 @@ bool PosixFileSystem::watchDirectory(int queue, int directory) {
 
 void PosixFileSystem::takeEvents(int queue) {
   const auto found = watches_.find(queue);
-  // A changed watch is looked after in a further round: things may have moved on before it was set,
-  // and giving up the old one puts an event of its own on the queue.
+  // After a watch has changed, another round is made: the directory may have changed before the
+  // watch was added, and removing the old one queues an event.
   do {
     char buffer[4096];
     while (::read(queue, buffer, sizeof buffer) > 0) {
@@ -64,16 +64,17 @@ void PosixFileSystem::takeEvents(int queue) {
   } while (found != watches_.end() && refresh(queue, found->second));
 }
 
-// Watches what has to be watched now. Returns whether that is something else than before.
+// Watches the directories to be watched now. Returns whether they differ from before.
 bool PosixFileSystem::refresh(int queue, Watch& watch) {
-  // Watching what is watched already answers the same number again and does nothing.
+  // Adding an existing watch again returns the same number and changes nothing.
   const Watch before = watch;
   watch.directory = ::inotify_add_watch(queue, watch.path.c_str(), kDirectoryEvents);
   watch.ancestor = -1;
   for (std::string path = watch.path; path != "/" && watch.ancestor < 0;) {
     path = parentOf(path);
-    watch.ancestor = ::inotify_add_watch(queue, path.c_str(),
-                                         watch.directory >= 0 ? kDirectoryLeaves : kDirectoryComes);
+    watch.ancestor = ::inotify_add_watch(
+        queue, path.c_str(),
+        watch.directory >= 0 ? kDirectoryRemovalEvents : kDirectoryCreationEvents);
   }
   for (const int old : {before.directory, before.ancestor}) {
     if (old >= 0 && old != watch.directory && old != watch.ancestor) ::inotify_rm_watch(queue, old);

@@ -9,15 +9,15 @@
 
 namespace zorva {
 
-/// The device's files as files of this machine, below a root directory where one is given, with
-/// inotify behind the directory events.
+/// The device's files as files of this machine, below a root directory if one is given. Directory
+/// events come from inotify.
 ///
-/// A directory that is watched stays watched at its path: once it is deleted or moved away, the
-/// nearest ancestor that exists is watched in its stead, the queue is readable when entries appear
-/// there, and as soon as the directory has been made anew it is the one watched.
+/// A directory is watched by its path: once it is deleted or moved away, its nearest existing
+/// ancestor is watched instead, the queue becomes readable when entries appear there, and as soon
+/// as the directory has been created again it is watched.
 class PosixFileSystem : public FileSystem {
  public:
-  /// `root` is put in front of every path of the device; without it these are the machine's own.
+  /// `root` is prepended to every path of the device; without it they are the machine's own paths.
   explicit PosixFileSystem(std::string root = {});
 
   std::string hostPath(const std::string& path) const override { return root_ + path; }
@@ -27,8 +27,8 @@ class PosixFileSystem : public FileSystem {
   void takeEvents(int queue) override;
 
  private:
-  // What a queue watches, with inotify's numbers, -1 for none. The parent reports the directory's
-  // end: the directory itself does not while a process has it open.
+  // The watches of a queue, by inotify's numbers, -1 for none. The parent reports the directory's
+  // deletion: the directory itself does not while a process has it open.
   struct Watch {
     std::string path;
     int directory = -1;

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(PosixFileSystem, NoticesDirectoryMadeAnew) {
+TEST(PosixFileSystem, NoticesARecreatedDirectory) {
   const DirectoryForTest root;
   const std::string logs = root / "Library/Logs/Faultbox";
   root.write("Library/Logs/Faultbox/log", "begun");
@@ -21,7 +21,7 @@ TEST(PosixFileSystem, NoticesDirectoryMadeAnew) {
   const Descriptor directory(files.openForEvents("/Library/Logs/Faultbox"));
   const Descriptor queue(files.makeEventQueue());
   ASSERT_TRUE(files.watchDirectory(queue.get(), directory.get()));
-  // Whether something has happened since the last time.
+  // Whether there was an event since the last call.
   const auto happened = [&] {
     pollfd readable{queue.get(), POLLIN, 0};
     const bool ready = ::poll(&readable, 1, 0) == 1;

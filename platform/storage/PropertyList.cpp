@@ -33,7 +33,7 @@ bool isNamed(pugi::xml_node node, std::string_view name) {
   return node.name() == name;
 }
 
-// Every piece of text in the element: character data may be cut up by comments and CDATA sections.
+// All text in the element: character data may be divided by comments and CDATA sections.
 std::string textOf(pugi::xml_node element) {
   std::string text;
   for (pugi::xml_node child : element.children()) {
@@ -43,8 +43,8 @@ std::string textOf(pugi::xml_node element) {
   return text;
 }
 
-// Line ends as XML wants them read, wherever they stand. From here on a carriage return is one that
-// was written as a reference.
+// Normalises line ends as XML requires. After this, a carriage return is one that was written as a
+// reference.
 std::string withPlainLineEnds(std::string_view text) {
   std::string plain;
   plain.reserve(text.size());
@@ -176,7 +176,7 @@ pugi::xml_node addElement(pugi::xml_node parent, pugi::xml_node after, const cha
   return after ? parent.insert_child_after(name, after) : parent.append_child(name);
 }
 
-// Adds the value as the element following `after`, or as the last one. Nothing has no element.
+// Adds the value as the element after `after`, or as the last one. An empty value has no element.
 pugi::xml_node addValue(pugi::xml_node parent, pugi::xml_node after, const Value& value) {
   const auto add = [&](const char* kind, const std::string& text) {
     pugi::xml_node element = addElement(parent, after, kind);
@@ -209,7 +209,7 @@ pugi::xml_node addValue(pugi::xml_node parent, pugi::xml_node after, const Value
   return element;
 }
 
-// Keys and values by turns, and not so deep that walking it would take much stack.
+// Alternating keys and values, and not nested so deeply that recursion would need much stack.
 bool isWellFormed(pugi::xml_node root) {
   struct DepthWalker : pugi::xml_tree_walker {
     bool for_each(pugi::xml_node&) override { return depth() < kDeepest; }
@@ -227,7 +227,7 @@ pugi::xml_node rootOf(const pugi::xml_document& document) {
   return firstElement(document.child("plist"));
 }
 
-// The element of the key with this name at or after the given one.
+// The first element of the key with this name, from the given one on.
 pugi::xml_node findKey(pugi::xml_node key, std::string_view name) {
   while (key && textOf(key) != name) key = nextElement(nextElement(key));
   return key;
@@ -265,7 +265,7 @@ void PropertyList::set(const std::string& key, const Value& value) {
       place = root.append_child("key");
       place.text().set(key.c_str());
     }
-    // A file edited manually may hold the key again, and to other readers the last one may count.
+    // A file edited manually may contain the key again, and other readers may use the last one.
     stale = findKey(nextElement(addValue(root, place, value)), key);
   }
   while (stale) {

@@ -16,7 +16,7 @@
 namespace zorva {
 namespace {
 
-constexpr std::size_t kLargestFile = std::size_t{1} << 20;
+constexpr std::size_t kMaxFileSize = std::size_t{1} << 20;
 constexpr int kMaxKeptAside = 100;
 constexpr int kMaxTemporaries = 100;
 
@@ -27,12 +27,12 @@ struct Loaded {
 
 Loaded::State stateAfterFailedOpen(int error) {
   if (error == ENOENT) return Loaded::State::Missing;
-  // A link (ELOOP), or a socket (ENXIO), in the file's place.
+  // A link (ELOOP) or a socket (ENXIO) in place of the file.
   return error == ELOOP || error == ENXIO ? Loaded::State::Damaged : Loaded::State::Unreadable;
 }
 
-// Whether the file goes by this name and no other. A user who links a file that only we may read
-// into the directory would otherwise see its content come out in the rewritten one.
+// Whether this is the file's only name. Otherwise a user could link a file that only we may read
+// into the directory, and find its contents in the rewritten file.
 bool isOnlyName(const DirectoryEntry& entry, const struct stat& opened) {
   struct stat named;
   return ::fstatat(entry.directory.get(), entry.name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
@@ -40,7 +40,7 @@ bool isOnlyName(const DirectoryEntry& entry, const struct stat& opened) {
 }
 
 Loaded load(const DirectoryEntry& entry) {
-  // Not blocking, for the case of a named pipe that has no writer.
+  // Non-blocking, in case it is a named pipe without a writer.
   const Descriptor file(::openat(entry.directory.get(), entry.name.c_str(),
                                  O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file) return {stateAfterFailedOpen(errno), {}};
@@ -49,14 +49,14 @@ Loaded load(const DirectoryEntry& entry) {
   if (!S_ISREG(status.st_mode) || !isOnlyName(entry, status)) return {Loaded::State::Damaged, {}};
   std::string text;
   char buffer[4096];
-  while (text.size() <= kLargestFile) {
+  while (text.size() <= kMaxFileSize) {
     const ssize_t count = ::read(file.get(), buffer, sizeof buffer);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return {Loaded::State::Unreadable, {}};
     if (count == 0) break;
     text.append(buffer, static_cast<std::size_t>(count));
   }
-  if (text.size() > kLargestFile) return {Loaded::State::Damaged, {}};
+  if (text.size() > kMaxFileSize) return {Loaded::State::Damaged, {}};
   auto list = PropertyList::parse(text);
   if (!list) return {Loaded::State::Damaged, {}};
   return {Loaded::State::Good, std::move(*list)};
@@ -66,7 +66,7 @@ std::string temporaryStem(const std::string& name) {
   return "." + name + ".new-";
 }
 
-// Removes what earlier processes left when they ended in the middle of writing.
+// Removes the unfinished files of processes that were killed while writing.
 void removeStaleTemporaries(const DirectoryEntry& entry) {
   const int descriptor = ::openat(entry.directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   DIR* directory = descriptor < 0 ? nullptr : ::fdopendir(descriptor);
@@ -96,8 +96,8 @@ bool writeAll(int file, std::string_view text) {
   return true;
 }
 
-// A new file beside the entry with the whole text on disk, which is deleted again unless it takes
-// the entry's place.
+// A new file beside the entry, with the whole text on disk. It is deleted unless it replaces the
+// entry.
 class Replacement {
  public:
   Replacement(const DirectoryEntry& entry, std::string_view text,
@@ -183,7 +183,7 @@ bool PropertyListPreferences::synchronize(const Scope& scope) {
 bool PropertyListPreferences::write(const Scope& scope, const std::string& path,
                                     const Unwritten& unwritten) {
   const auto owner = accounts_.idsOfUser(scope.user);
-  // "mobile", "Library" and "Preferences" are the user's where we are the first to need them.
+  // If we create "mobile", "Library" and "Preferences", they belong to the user.
   const NewDirectories make{owner, 3};
   const auto entry = openDirectoryOf(files_.hostPath(path), &make);
   if (!entry) return false;
@@ -194,7 +194,7 @@ bool PropertyListPreferences::write(const Scope& scope, const std::string& path,
   }
   for (const auto& [key, value] : unwritten.set) loaded.list.set(key, value);
   const std::string text = loaded.list.text();
-  if (text.size() > kLargestFile) return false;
+  if (text.size() > kMaxFileSize) return false;
 
   Replacement replacement(*entry, text, owner);
   if (!replacement.whole()) return false;

@@ -17,14 +17,13 @@ namespace zorva {
 /// Preference domains in XML property lists: domain "com.vennor.zorva" of the user "mobile" is the
 /// device's file "/var/mobile/Library/Preferences/com.vennor.zorva.plist".
 ///
-/// The directory belongs to the user while the process is often root, so the user's links are not
-/// followed, a file that has a second name somewhere is not read, and nothing but new files of our
-/// own is ever written to or given away. Unknown keys, and values of unknown kinds, survive
-/// the rewriting.
+/// The directory belongs to the user, while the process is often root. Therefore the user's links
+/// are not followed, a file with more than one link is not read, and only new files of our own are
+/// written to or change their owner. Unknown keys, and values of unknown kinds, are kept.
 ///
-/// A file of more than 1 MiB, a binary one, and anything but a regular file count as damaged. They
-/// are kept aside as "NAME.damaged-1", "-2" and so on up to 100; after that they stay and nothing
-/// is written any more.
+/// A file of more than 1 MiB, a binary one, and anything except a regular file count as damaged.
+/// They are renamed to "NAME.damaged-1", "-2" and so on up to 100; beyond that they stay, and
+/// nothing is written any more.
 class PropertyListPreferences : public PreferencesStore {
  public:
   PropertyListPreferences(const FileSystem& files, AccountDatabase& accounts, SystemLog& systemLog)
@@ -38,7 +37,7 @@ class PropertyListPreferences : public PreferencesStore {
   std::optional<std::string> pathOf(const Scope& scope) const;
   struct Unwritten {
     Dictionary set;     ///< since the last attempt to write
-    Dictionary failed;  ///< could not be written; counts only where the file has no value
+    Dictionary failed;  ///< could not be written; used only if the file has no value
   };
   bool write(const Scope& scope, const std::string& path, const Unwritten& unwritten);
   bool keepAside(const DirectoryEntry& entry, const std::string& path);

@@ -11,10 +11,10 @@
 namespace zorva {
 namespace {
 
-constexpr int kMaxLinks = 40;  // as many as the kernel follows on one path
+constexpr int kMaxLinks = 40;  // the kernel's own limit per path
 
-// Where the link points, when it is one that may be followed. Opened first and asked afterwards, so
-// that owner and target belong to the same link.
+// The link's target, if it may be followed. The link is opened first and then queried, so that
+// owner and target belong to the same link.
 std::optional<std::string> trustedLink(int directory, const std::string& name) {
   const Descriptor link(::openat(directory, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
@@ -26,7 +26,7 @@ std::optional<std::string> trustedLink(int directory, const std::string& name) {
   return std::string(target, static_cast<std::size_t>(length));
 }
 
-// Puts the path's components in front of those still to walk.
+// Prepends the path's components to those still to be walked.
 void prepend(const std::string& path, std::deque<std::string>& components) {
   auto place = components.begin();
   for (std::size_t start = 0; start < path.size();) {
@@ -49,7 +49,7 @@ Descriptor makeDirectory(int parent, const std::string& name,
   Descriptor directory(
       ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
-  // The owner of the parent may have put another directory in place of the new one.
+  // The owner of the parent may have replaced the new directory by another one.
   if (made && directory && owner && ::fstat(directory.get(), &status) == 0 &&
       status.st_uid == ::geteuid()) {
     (void)::fchown(directory.get(), owner->user, owner->group);

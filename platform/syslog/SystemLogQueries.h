@@ -8,7 +8,7 @@
 
 namespace zorva {
 
-/// A message of the system log, by its keys: "SLQMessageID" (decimal), "Time", "Sender", "PID" and
+/// A message of the system log, by key: "SLQMessageID" (decimal), "Time", "Sender", "PID" and
 /// "Message". Any bytes.
 class SystemLogMessage {
  public:
@@ -20,19 +20,19 @@ class SystemLogMessage {
 class SystemLogResponse {
  public:
   virtual ~SystemLogResponse() = default;
-  /// The next message, good until the next call; nothing at the end.
+  /// The next message, valid until the next call; null at the end.
   virtual const SystemLogMessage* next() = 0;
 };
 
-/// A query, which at first matches every message.
+/// A query, which initially matches every message.
 class SystemLogQuery {
  public:
   virtual ~SystemLogQuery() = default;
 
   static constexpr std::uint32_t kNumeric = 0x80;
   static constexpr std::uint32_t kGreater = 0x02;
-  /// Adds a condition. Answers 0 or the facility's error code. Ids are 32 bits without sign; in a
-  /// numeric comparison a negative value stands for the id with the same bits.
+  /// Adds a condition. Returns 0 or the facility's error code. Ids are unsigned 32-bit numbers; in
+  /// a numeric comparison a negative value means the id with the same bits.
   virtual int set(const std::string& key, const std::string& value, std::uint32_t operation) = 0;
 };
 
@@ -42,11 +42,11 @@ class SystemLogQueries {
   virtual ~SystemLogQueries() = default;
 
   virtual std::unique_ptr<SystemLogQuery> createQuery() = 0;
-  /// Nothing when the facility cannot be searched.
+  /// Null if the facility cannot be searched.
   virtual std::unique_ptr<SystemLogResponse> search(const SystemLogQuery& query) = 0;
   static constexpr std::int64_t kMaxTime = 253'402'300'799;  ///< the last second of the year 9999
-  /// Seconds since 1970-01-01 UTC of a message's "Time", of the years 1970 to 9999; 0 for a text
-  /// that is none.
+  /// Seconds since 1970-01-01 UTC of a message's "Time", in the years 1970 to 9999; 0 for any other
+  /// text.
   virtual std::int64_t parseTime(const std::string& text) = 0;
 };
 

@@ -17,9 +17,9 @@ class AccountDatabase {
     gid_t group;
   };
 
-  /// The ids of the named user, or nothing when there is no such user.
+  /// The ids of the named user, or nothing if there is no such user.
   virtual std::optional<Ids> idsOfUser(const std::string& name) = 0;
-  /// The name of the user, or nothing when the id is unknown.
+  /// The name of the user, or nothing if the id is unknown.
   virtual std::optional<std::string> nameOfUser(uid_t user) = 0;
 };
 

@@ -5,7 +5,7 @@
 
 namespace zorva {
 
-/// The home-screen process's account of how long the device has run since its last full charge.
+/// The home-screen process's record of the time since the last full charge.
 class BatteryUsage {
  public:
   virtual ~BatteryUsage() = default;
@@ -15,7 +15,7 @@ class BatteryUsage {
     float standby;  ///< seconds since the charge, in use or not
   };
 
-  /// Nothing when the service does not answer.
+  /// Nothing if the service does not reply.
   virtual std::optional<Times> times() = 0;
 };
 

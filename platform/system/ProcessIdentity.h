@@ -5,13 +5,13 @@
 
 namespace zorva {
 
-/// In whose name this process acts.
+/// The effective user of this process.
 class ProcessIdentity {
  public:
   virtual ~ProcessIdentity() = default;
 
   virtual std::uint32_t effectiveUser() = 0;
-  /// Answers 0 or the error number; a user who is refused changes nothing.
+  /// Returns 0 or the error number; on failure nothing changes.
   virtual int setEffectiveUser(std::uint32_t user) = 0;
 };
 

@@ -3,12 +3,12 @@
 
 namespace zorva {
 
-/// What a program of ours does before anything else: a reader that goes away and a file that may
-/// not grow make writes fail instead of ending the process, and the three standard descriptors are
-/// open, on /dev/null where they were closed at the start.
+/// To be called first by each of our programs: a closed pipe or the limit of a file's size then
+/// makes writes fail instead of ending the process, and standard descriptors that were closed are
+/// opened on /dev/null.
 void prepareProcess();
 
-/// Ends the process as any filter ends whose reader went away: by SIGPIPE.
+/// Ends the process by SIGPIPE, like any filter whose reader has closed the pipe.
 void endByBrokenPipe();
 
 }  // namespace zorva

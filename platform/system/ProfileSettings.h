@@ -7,16 +7,16 @@
 
 namespace zorva {
 
-/// The settings in force, whether the user chose them or a profile demands them.
+/// The settings in force, whether set by the user or by a profile.
 class ProfileSettings {
  public:
   virtual ~ProfileSettings() = default;
 
-  /// The value in force, or nothing when the setting has none.
+  /// The value in force, or nothing if the setting has none.
   virtual Value effectiveValue(const std::string& setting) = 0;
 };
 
-/// Integer: seconds without use until the device locks itself.
+/// Integer: seconds of inactivity until the device locks itself.
 inline constexpr const char* kAutoLockTime = "auto-lock-time";
 
 }  // namespace zorva

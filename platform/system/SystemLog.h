@@ -5,13 +5,13 @@
 
 namespace zorva {
 
-/// The device's console log: where problems go that are no log entries.
+/// The device's console log, for problems that are not log entries.
 class SystemLog {
  public:
   virtual ~SystemLog() = default;
 
-  /// Writes one line. The bytes are never a format; where the log is kept in lines, those that
-  /// would break one are written escaped. A failure to write is ignored.
+  /// Writes one line. The bytes are never used as a format; if the log consists of lines, those
+  /// that would break a line are escaped. Write errors are ignored.
   virtual void write(std::string_view message) = 0;
 };
 

@@ -11,7 +11,7 @@
 
 namespace zorva {
 
-/// BlueZ as the mock's own template plays it, on a bus of a test's own.
+/// A mock BlueZ from the mock library's own template, on a private bus.
 struct BluezForTest {
   static constexpr const char* kMock = "org.bluez.Mock";
   PrivateBusForTest bus;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/types.h>
@@ -27,6 +28,7 @@ class ChildForTest {
     waitpid(process_, nullptr, 0);
   }
   pid_t pid() const { return process_; }
+  void signal(int number) const { kill(process_, number); }
   /// Waits for its end, and answers its exit status, or -1.
   int status() {
     int status = -1;
@@ -37,5 +39,14 @@ class ChildForTest {
  private:
   pid_t process_;
 };
+
+/// Runs a case in a child, which may enter namespaces. A case that returns false is skipped.
+inline void runInChild(const std::function<bool()>& test) {
+  constexpr int kSkipped = 77;
+  ChildForTest child([&] { return !test() ? kSkipped : testing::Test::HasFailure() ? 1 : 0; });
+  const int status = child.status();
+  if (status == kSkipped) GTEST_SKIP() << "no network namespace, or no such links, for this user";
+  EXPECT_EQ(status, 0);
+}
 
 }  // namespace zorva

@@ -11,7 +11,7 @@
 
 namespace zorva {
 
-/// Journal files in a directory of a test's own, written by the journal's own tool.
+/// Journal files in a temporary directory, written by the journal's own tool.
 class JournalFilesForTest {
  public:
   static constexpr const char* kWriter = "/lib/systemd/systemd-journal-remote";
@@ -20,7 +20,7 @@ class JournalFilesForTest {
   static bool canWrite() { return access(kWriter, X_OK) == 0; }
   std::string directory() const { return directory_ / "journal"; }
 
-  /// One entry in the journal's export form, a second after the one before.
+  /// One entry in the journal's export format, a second after the previous one.
   void entry(const std::string& fields) {
     ++second_;
     unwritten_ += formatText(
@@ -30,7 +30,7 @@ class JournalFilesForTest {
                       kStart + second_, second_) +
                   fields + "\n\n";
   }
-  /// Writes the entries since the last time into a file of their own.
+  /// Writes the entries added since the last call into a file of their own.
   void write() {
     std::filesystem::create_directories(directory());
     const std::string file = directory() + formatText("/%d.journal", ++files_);

@@ -9,8 +9,8 @@
 
 namespace zorva {
 
-/// Runs each of its tests twice: outside it starts this program again with the mock kernel's
-/// library loaded in front of the C library, and inside that it runs the case.
+/// Runs each of its tests twice: the outer process starts this program again with the mock kernel's
+/// library preloaded, and the inner one runs the case.
 class MockKernelTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -18,7 +18,7 @@ class MockKernelTest : public testing::Test {
       kernel_ = umockdev_testbed_new();
       return;
     }
-    // The preloaded library comes before the sanitizer's, which that would refuse.
+    // The sanitizer's runtime would reject a library that is preloaded before it.
     const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
     const std::string again =
         "ZORVA_TEST_IN_MOCK_KERNEL=1 LD_PRELOAD=libumockdev-preload.so.0"
@@ -31,7 +31,7 @@ class MockKernelTest : public testing::Test {
     if (kernel_) g_object_unref(kernel_);
   }
 
-  /// A test has nothing to do there.
+  /// The outer process has nothing to test.
   bool outside() const { return kernel_ == nullptr; }
 
   void set(const std::string& device, const char* attribute, const char* value) {
@@ -41,7 +41,7 @@ class MockKernelTest : public testing::Test {
     umockdev_testbed_uevent(kernel_, device.c_str(), event);
   }
 
-  UMockdevTestbed* kernel_ = nullptr;  // none outside
+  UMockdevTestbed* kernel_ = nullptr;  // null in the outer process
 };
 
 }  // namespace zorva

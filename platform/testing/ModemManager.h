@@ -14,7 +14,7 @@
 namespace zorva {
 
 inline constexpr const char* kDevice = "/sys/devices/usb1/1-1";
-// A modem at home on LTE, connected, that measures nothing but the quality.
+// A connected modem on its home LTE network, which measures only the signal quality.
 inline constexpr const char* kModem = R"(
 bearers = [Object('/Bearer/%d' % i, {'Bearer': dict(Connected=i == 1, Interface='wwan0' if i else '')})
            for i in range(2)]
@@ -33,7 +33,7 @@ modem = add('/Modem/2',
                         Enabled=dbus.UInt32(0x14)),
     Modem_Voice=dict(Calls=paths()), Modem_Messaging=dict()))";
 
-/// The telephony services of this machine, with a mocked ModemManager on a bus of a test's own.
+/// The telephony services of this machine, with a mock ModemManager on a private bus.
 class LinuxTelephonyForTest {
  protected:
   void startService() {
@@ -44,13 +44,13 @@ class LinuxTelephonyForTest {
     service_.reset();
     loop_.runUntil([&] { return !client_.running(); });
   }
-  /// Lets the service do it, in Python.
+  /// Runs Python code in the mock service.
   void act(const std::string& code) {
     EXPECT_GE(private_.call(mm::kService, mm::kPath, "org.zorva.Mock", "Do", "s", code.c_str()), 0)
         << code;
   }
   void deliver() {
-    // What the service sent before stands before its answer.
+    // The service's earlier signals are delivered before its reply.
     bus_.call(mm::kService, mm::kPath, "org.freedesktop.DBus.Peer", "Ping");
     loop_.drain();
   }

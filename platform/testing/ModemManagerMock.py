@@ -22,7 +22,7 @@ def full(interface):
 
 
 class Object(dbus.service.Object):
-    """properties: values by name, by interface without the service's name before it."""
+    """properties: values by name, by interface without the service's name as prefix."""
 
     def __init__(self, path, properties):
         super().__init__(bus, ROOT + path)

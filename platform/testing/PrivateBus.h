@@ -14,7 +14,7 @@
 
 namespace zorva {
 
-/// Runs a program, as long as the result lives.
+/// Runs a program until the result is destroyed.
 inline std::unique_ptr<ChildForTest> runProgram(std::vector<std::string> words) {
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
@@ -22,12 +22,13 @@ inline std::unique_ptr<ChildForTest> runProgram(std::vector<std::string> words) 
   return std::make_unique<ChildForTest>([&] { return execvp(arguments[0], arguments.data()); });
 }
 
-/// A system bus of a test's own, with services mocked on it.
+/// A private system bus with mock services.
 class PrivateBusForTest {
  public:
   static constexpr const char* kMock = "org.freedesktop.DBus.Mock";  ///< of every mocked object
 
-  /// Prepares the bus's place; start() starts it. It is the system bus of this process from now on.
+  /// Prepares the bus's directory; start() starts the bus. From now on it is the system bus of this
+  /// process.
   PrivateBusForTest() {
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address().c_str(), 1);
     directory_.write("bus.conf",
@@ -44,16 +45,16 @@ class PrivateBusForTest {
         {"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + (directory_ / "bus.conf")});
   }
   void stop() { daemon_.reset(); }
-  /// From now on it takes connections and never replies.
+  /// From now on it accepts connections and never replies.
   void halt() { kill(daemon_->pid(), SIGSTOP); }
   void resume() { kill(daemon_->pid(), SIGCONT); }
 
-  /// Starts a service with one object, and waits until it is there.
+  /// Starts a service with one object, and waits until it is on the bus.
   std::unique_ptr<ChildForTest> startService(const std::string& name, const std::string& path,
                                              const std::string& interface) {
     auto service = runProgram({"/usr/bin/python3", "-m", "dbusmock", "--system",
                                "--logfile=/dev/null", name, path, interface});
-    // The first call that the mock answers shows it is up.
+    // The mock is running once it replies to a call.
     for (int tries = 0; tries < 1000; ++tries) {
       if (call(name, path, "org.freedesktop.DBus.Peer", "Ping", "") >= 0) return service;
       usleep(20'000);
@@ -62,7 +63,7 @@ class PrivateBusForTest {
     return service;
   }
 
-  /// Calls a method of a service, as another client of the bus. Negative when that fails.
+  /// Calls a method of a service, as another client of the bus. Negative on failure.
   template <typename... Arguments>
   int call(const std::string& name, const std::string& path, const char* interface,
            const char* member, const char* types, Arguments... arguments) {

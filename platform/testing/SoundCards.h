@@ -38,7 +38,7 @@ inline Element volume(const std::string& name, std::vector<long> values, long le
           std::move(values),          least, most};
 }
 
-/// A card's side of the kernel's interface; its events come through a pipe.
+/// A mock of a card's kernel interface; its events come through a pipe.
 struct CardForTest {
   std::string name;
   std::vector<Element> elements;
@@ -92,17 +92,17 @@ struct CardForTest {
   }
 };
 
-/// The sound cards of a test's own, with their device files in root/snd.
+/// Mock sound cards, with their device files in root/snd.
 struct SoundCardsForTest {
   DirectoryForTest root;
   std::map<int, CardForTest> hardware;
-  std::vector<int> opened;          ///< the cards that were tried, by their numbers
+  std::vector<int> opened;          ///< the cards that were opened, by number
   std::function<void()> afterOpen;  ///< once
 
   SoundCardCalls calls() {
     return {[this](const std::string& device) {
               opened.push_back(std::stoi(device.substr(device.rfind('C') + 1)));
-              // Others get their permissions in the same moment.
+              // Other cards get their permissions at the same moment.
               chmod((root / "snd/pcmC1D0p").c_str(), 0660);
               const auto card = hardware.find(opened.back());
               Descriptor descriptor = card == hardware.end() ? Descriptor() : card->second.open();

@@ -9,7 +9,7 @@
 
 namespace zorva {
 
-/// A directory of a test's own that others may look into, removed with it.
+/// A temporary directory that other users may read, removed with this object.
 class DirectoryForTest {
  public:
   DirectoryForTest() {
@@ -18,13 +18,13 @@ class DirectoryForTest {
     path_ = name;
     std::filesystem::permissions(path_, std::filesystem::perms(0755));
   }
-  DirectoryForTest(DirectoryForTest&&) = delete;  // nor copied
+  DirectoryForTest(DirectoryForTest&&) = delete;  // not copyable
   ~DirectoryForTest() {
     std::error_code error;
     std::filesystem::remove_all(path_, error);
   }
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-  /// Writes a file, and makes the directories that it lies in.
+  /// Writes a file, and creates its parent directories.
   void write(const std::string& name, const std::string& text) const {
     std::filesystem::create_directories((path_ / name).parent_path());
     std::ofstream(path_ / name) << text;

@@ -10,10 +10,10 @@
 
 namespace zorva {
 
-/// An event loop of a test's own.
+/// The event loop of a test.
 class LoopForTest : public LinuxRunLoop {
  public:
-  /// Delivers events until the condition holds. The limit is only reached by a test that fails.
+  /// Delivers events until the condition is true. Only a failing test reaches the limit.
   void runUntil(const std::function<bool()>& condition) const {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!condition()) {
@@ -22,9 +22,9 @@ class LoopForTest : public LinuxRunLoop {
     }
   }
 
-  /// Delivers what is ready now.
+  /// Delivers the events that are ready now.
   void drain() const {
-    // Zero may also mean that a source had been woken for nothing.
+    // Zero may also be returned after a spurious wake-up of a source.
     for (int idle = 0; idle < 3;) {
       const int dispatched = sd_event_run(event(), 0);
       ASSERT_GE(dispatched, 0);

@@ -24,10 +24,10 @@ class NetworkInterfaces {
     std::string interface;             ///< name, any bytes
     bool linkLayer = false;            ///< a link-layer address; each interface has one
     bool loopback = false;             ///< the interface is a loopback interface
-    std::optional<Counters> counters;  ///< only link-layer elements carry them
+    std::optional<Counters> counters;  ///< only link-layer elements have them
   };
 
-  /// The list in the system's own order, or nothing when it cannot be had.
+  /// The list in the system's own order, or nothing if it cannot be read.
   virtual std::optional<std::vector<Address>> addresses() = 0;
 };
 

@@ -6,8 +6,8 @@
 
 namespace zorva {
 
-/// A request to the Wi-Fi driver, as it takes it: 32 bytes, the last four a pointer to the buffer,
-/// which the driver layer fills in.
+/// A request in the Wi-Fi driver's format: 32 bytes, the last four a pointer to the buffer, which
+/// the driver layer fills in.
 struct WiFiDriverRequest {
   std::array<char, 16> interface {};  ///< name, NUL-padded
   std::int32_t type = 0;
@@ -26,9 +26,9 @@ class WiFiDriver {
   static constexpr std::uint32_t kReset = 0x802069C8;
   static constexpr std::uint32_t kQuery = 0xC02069C9;
 
-  /// Opens an IPv4 datagram socket. Answers 0 or the error number.
+  /// Opens an IPv4 datagram socket. Returns 0 or the error number.
   virtual int openSocket(int& socket) = 0;
-  /// Issues the request with the buffer, which the driver reads and may fill. Answers 0 or the
+  /// Issues the request with the buffer, which the driver reads and may fill. Returns 0 or the
   /// error number.
   virtual int request(int socket, std::uint32_t code, const WiFiDriverRequest& request,
                       Buffer& buffer) = 0;

@@ -17,18 +17,18 @@ struct WiFiNetwork {
   std::optional<std::string> ssid;  ///< any bytes, at most 32
 };
 
-/// A client's view of one Wi-Fi device. It stays good when the device goes away: it is then off and
-/// not associated.
+/// A client's view of one Wi-Fi device. It stays valid after the device is removed: it is then off
+/// and not associated.
 class WiFiDevice {
  public:
   virtual ~WiFiDevice() = default;
 
   virtual bool powered() = 0;
-  /// Nothing while it is not associated.
+  /// Nothing if it is not associated.
   virtual std::optional<WiFiNetwork> copyCurrentNetwork() = 0;
 
-  /// Calls back, on the run loop, when the power or the link changed. Where one event changes both,
-  /// only observers of the power are called.
+  /// Calls back, on the run loop, when the power or the link has changed. If one event changes
+  /// both, only observers of the power are called.
   virtual Registration observePower(std::function<void()> changed) = 0;
   virtual Registration observeLink(std::function<void()> changed) = 0;
 };
@@ -38,7 +38,7 @@ class WiFiManagerClient {
  public:
   virtual ~WiFiManagerClient() = default;
 
-  /// Lets callbacks arrive on the run loop until the registration is dropped.
+  /// Delivers callbacks on the run loop until the registration is destroyed.
   virtual Registration schedule() = 0;
   /// Calls back when a device is attached.
   virtual Registration observeAttachment(
@@ -46,7 +46,7 @@ class WiFiManagerClient {
   /// In the manager's order, or nothing. The same device is the same object every time.
   virtual std::optional<std::vector<std::shared_ptr<WiFiDevice>>> copyDevices() = 0;
 
-  /// Whether wake on wireless can be had, and whether it is on.
+  /// Whether wake on wireless is supported, and whether it is on.
   virtual bool wowCapability() = 0;
   virtual bool wowState() = 0;
 };
@@ -54,7 +54,7 @@ class WiFiManagerClient {
 class WiFiManager {
  public:
   virtual ~WiFiManager() = default;
-  /// Nothing when the manager cannot be reached.
+  /// Null if the manager cannot be reached.
   virtual std::shared_ptr<WiFiManagerClient> createClient() = 0;
 };
 

@@ -6,8 +6,8 @@
 namespace zorva {
 namespace {
 
-// If at least this share of a time was spent in one state, all that was used in it counts to that
-// state.
+// If at least this share of an interval was spent in one state, all charge used in it is attributed
+// to that state.
 constexpr double kNearlyAll = 0.9;
 
 void add(LogSummary::Charge& charge, double percent, LogTime seconds) {

@@ -8,16 +8,16 @@
 
 namespace zorva {
 
-/// Separates what was used asleep from what was used awake. The states of a time are known only
-/// when they have ended, which is after its levels.
+/// Separates the charge used asleep from that used awake. The states of an interval are known only
+/// when they have ended, after its levels have been read.
 class ChargeAccount {
  public:
   void addLevel(LogTime time, double percent);
   void addAsleep(LogTime begin, LogTime end) { asleep_.push_back({begin, end}); }
   void addCharging(LogTime begin, LogTime end) { charging_.push_back({begin, end}); }
 
-  /// Adds up what is known, and forgets it. How the charge between the last level and the next one
-  /// was used is then not known.
+  /// Adds up the known intervals, and discards them. The use of the charge between the last level
+  /// and the next one is then unknown.
   void close(LogSummary& to);
 
  private:

@@ -8,7 +8,7 @@
 namespace zorva {
 namespace {
 
-bool isSaid(std::string_view value) {
+bool isReported(std::string_view value) {
   return !value.empty() && value.front() != '<' && value != "(null)";
 }
 
@@ -36,7 +36,8 @@ void battery(const LaneEntry& entry) {
   sample(entry, Curve::Current, "current");
   sample(entry, Curve::Temperature, "battery_temp");
   const std::string_view charging = entry.value("charging_state");
-  setLane(entry, Lane::Charging, isSaid(charging) && charging != "Inactive", {.what = charging});
+  setLane(entry, Lane::Charging, isReported(charging) && charging != "Inactive",
+          {.what = charging});
 }
 
 void display(const LaneEntry& entry) {
@@ -46,9 +47,10 @@ void display(const LaneEntry& entry) {
 
 void telephony(const LaneEntry& entry) {
   const std::string_view call = entry.value("call_status");
-  setLane(entry, Lane::Call, isSaid(call) && call != "Inactive" && call != "Idle", {.what = call});
+  setLane(entry, Lane::Call, isReported(call) && call != "Inactive" && call != "Idle",
+          {.what = call});
   const std::string_view data = entry.value("data");
-  setLane(entry, Lane::Data, isSaid(data) && data != "inactive", {.what = data});
+  setLane(entry, Lane::Data, isReported(data) && data != "inactive", {.what = data});
   if (entry.value("signal") != "-1") sample(entry, Curve::Signal, "signal");
 }
 
@@ -99,8 +101,8 @@ void traffic(const LaneEntry& entry, Curve curve, std::string_view text) {
 }
 
 void network(const LaneEntry& entry) {
-  // The first entry has no check before it. If an interface has gone, the figures are negative, and
-  // the traffic is not known.
+  // The first entry has no check before it. If an interface has been removed, the figures are
+  // negative, and the traffic is unknown.
   if (entry.integer("TimeSinceLastCheck") <= 0) return;
   const std::string_view total = entry.value("TotalSinceLastCheck");
   const std::size_t slash = total.find('/');

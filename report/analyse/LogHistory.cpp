@@ -74,7 +74,7 @@ class LogHistory::Tracker {
  private:
   using Handler = void (Tracker::*)(const LogMark&);
 
-  // The handler of each category. Other categories hold nothing that is kept here.
+  // The handler of each category. Other categories contain nothing that is kept here.
   static std::span<const std::pair<std::string_view, Handler>> handlers() {
     static constexpr std::pair<std::string_view, Handler> kAll[] = {
         {"Accessory", &Tracker::moment},
@@ -110,7 +110,7 @@ class LogHistory::Tracker {
     handler({*fields_, now, spans_, sink_, key_});
   }
 
-  // Decides whether the log continues at this entry or begins anew.
+  // Decides whether the log continues at this entry or starts again.
   void passTo(const LogMark& now) {
     if (!last_) {
       spans_.beginAt(now);
@@ -260,7 +260,7 @@ class LogHistory::Tracker {
   void processes(const LogMark& now) {
     uses_.clear();
     for (const auto& [key, seconds] : processes_.next(record_->body)) {
-      // "name(pid)"; the name may hold parentheses, too.
+      // "name(pid)"; the name may contain parentheses, too.
       const std::size_t open = key.rfind('(');
       if (open == key.npos || !key.ends_with(')')) continue;
       std::int64_t pid = 0;
@@ -285,12 +285,12 @@ class LogHistory::Tracker {
     sink_.moment({now.time, record_->category, trimmed(record_->body), isError, now.position});
   }
 
-  // A push message of unknown shape is not an error.
+  // A push message of unknown format is not an error.
   void complaint(const LogMark& now) {
     reportMoment(now, !record_->body.starts_with('{') && !record_->body.starts_with('('));
   }
 
-  // Each snapshot holds the locale. Only a new one is reported.
+  // Each snapshot contains the locale. Only a new one is reported.
   void locale(const LogMark& now) {
     if (!locale_.empty() && locale_ != record_->body) moment(now);
     locale_ = record_->body;

@@ -35,7 +35,7 @@ using LogPosition = std::uint64_t;
 
 /// A stretch of time in one state. The texts are valid during the call. Where the log's time is set
 /// back, a state that continues is reported as two stretches. None begins before the first entry of
-/// its log, even if the log says that it did ("held_for").
+/// its log, even if the log reports an earlier start ("held_for").
 struct LogSpan {
   Lane lane;
   LogTime begin;
@@ -64,7 +64,7 @@ struct LogWake {
   LogTime time;
   std::optional<LogTime> asleepSince;
   std::string_view reason;   ///< "exton2(bb)"
-  std::string_view decoded;  ///< in one line, what the packet was: "TCP 198.51.100.24:5223 to port
+  std::string_view decoded;  ///< the packet in one line: "TCP 198.51.100.24:5223 to port
                              ///< 49160", "Incoming SMS"; empty when it was not the modem
   std::string_view owner;    ///< the process whose socket it was for; empty when none is known
   std::int64_t ownerPid;     ///< 0 when none is known
@@ -109,13 +109,13 @@ class LogHistorySink {
                          LogPosition) {}
   /// The same for the modem.
   virtual void modem(LogTime /*from*/, LogTime /*to*/, std::span<const ModemUse>, LogPosition) {}
-  /// The log's time went back, or the logging began anew after a time in which it may have been
-  /// stopped. States that lasted are reported before, with their end not known.
+  /// The log's time went back, or logging restarted after a time in which it may have been stopped.
+  /// States that lasted are reported before, with their end not known.
   virtual void interruption(LogTime /*before*/, LogTime /*after*/, LogPosition) {}
 };
 
-/// Turns the pieces of a log into states, values and wakes. Keeps only what lasts: its memory does
-/// not grow with the log.
+/// Turns the pieces of a log into states, values and wakes. Keeps only current states: its memory
+/// does not grow with the log.
 class LogHistory {
  public:
   explicit LogHistory(LogHistorySink& sink);

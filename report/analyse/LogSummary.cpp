@@ -68,7 +68,7 @@ std::string ownerOf(const LogWake& wake) {
   const std::size_t port = wake.decoded.find(" to port ");
   if (port == wake.decoded.npos) return std::string(wake.decoded);
   const std::string_view protocol = wake.decoded.substr(0, wake.decoded.find(' '));
-  return "nobody (" + std::string(protocol) + std::string(wake.decoded.substr(port)) + ")";
+  return "no process (" + std::string(protocol) + std::string(wake.decoded.substr(port)) + ")";
 }
 
 }  // namespace
@@ -92,7 +92,7 @@ class LogSummarizer::Sink : public LogHistorySink {
  public:
   explicit Sink(const LogWindow& window) : window_(window) {}
 
-  // To be called after what the entry says has been reported.
+  // To be called after the entry's contents have been reported.
   void entry(LogTime time) {
     if (!stretch_ && time >= window_.since) {
       const LogTime begin = previous_ ? std::max(*previous_, window_.since) : time;

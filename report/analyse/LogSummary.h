@@ -14,7 +14,7 @@
 
 namespace zorva {
 
-/// What a log, or a window of it, amounts to. Times are in seconds, charge is in percent of a full
+/// The summary of a log, or of a window of it. Times are in seconds, charge is in percent of a full
 /// battery. Lists are in descending order of their figures, unless stated otherwise.
 struct LogSummary {
   /// Something that happens several times.
@@ -58,7 +58,7 @@ struct LogSummary {
   };
 
   std::uint64_t entries = 0;
-  LogTime first = 0;    ///< where what is covered begins; 0 when nothing is
+  LogTime first = 0;    ///< where the covered period begins; 0 if there is none
   LogTime last = 0;     ///< where it ends, in the order of the log
   LogTime covered = 0;  ///< how long that is, without the log's interruptions
 
@@ -85,7 +85,7 @@ struct LogSummary {
 
   std::uint64_t sleeps = 0;
   LogTime asleepSeconds = 0;
-  std::vector<Sleep> longestSleeps;  ///< in their order; at most kMostSleeps
+  std::vector<Sleep> longestSleeps;  ///< in their order; at most kMaxSleeps
   std::uint64_t wakes = 0;
   std::vector<Tally> wakeReasons;  ///< by count
   std::vector<Tally> wakeOwners;   ///< by count: the process, or the packet that none expected
@@ -101,9 +101,9 @@ struct LogSummary {
   std::optional<double> weakestSignal;  ///< dBm
   std::optional<double> strongestSignal;
 
-  std::vector<Error> errors;  ///< of different texts, in their order; at most kMostErrors
+  std::vector<Error> errors;  ///< of different texts, in their order; at most kMaxErrors
   std::uint64_t errorCount = 0;
-  std::vector<Interruption> interruptions;  ///< the first, at most kMostInterruptions
+  std::vector<Interruption> interruptions;  ///< the first, at most kMaxInterruptions
   std::uint64_t interruptionCount = 0;
 
   static constexpr std::size_t kMaxSleeps = 12;

@@ -30,7 +30,7 @@ class OpenSpans {
  public:
   explicit OpenSpans(LogHistorySink& sink) : sink_(sink) {}
 
-  /// The log begins, or begins anew: nothing is known of the time before.
+  /// The log begins or restarts: nothing is known about the time before.
   void beginAt(const LogMark& mark);
 
   /// Another snapshot begins. States that it does not confirm ended at an unknown time after the

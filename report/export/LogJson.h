@@ -14,7 +14,7 @@ namespace zorva {
 /// stands in its place. Concatenated, they are the log to the byte.
 class LogJson {
  public:
-  /// `file` is written as it stands.
+  /// `file` is written unchanged.
   void append(const LogRecord& record, std::string_view file, std::string& to);
 
  private:
@@ -28,7 +28,7 @@ class LogJson {
   std::string timeText_;  // of that time
 };
 
-/// The time as it stands in the JSON: "2026-11-16T21:30:00".
+/// The time as written in the JSON: "2026-11-16T21:30:00".
 std::string isoTime(LogTime time);
 
 }  // namespace zorva

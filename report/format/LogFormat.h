@@ -6,11 +6,11 @@
 
 namespace zorva {
 
-/// The type of a field's value. A value of any type may also be one of the field's words, such as
+/// The type of a field's value. A value of any type can also be one of the field's words, such as
 /// "<unknown>".
 enum class FieldType {
   Word,      ///< one of the field's words and nothing else
-  Text,      ///< any text, which may hold blanks, "=" and ";"
+  Text,      ///< any text, which may contain blanks, "=" and ";"
   Integer,   ///< decimal
   Hex,       ///< hexadecimal without a prefix
   Real,      ///< decimal with a fraction
@@ -28,7 +28,7 @@ enum class Privacy {
 
 /// A value with a meaning of its own.
 struct WordFormat {
-  std::string_view word;  ///< as it stands in the log: "<unknown>", "on"
+  std::string_view word;  ///< as written in the log: "<unknown>", "on"
   std::string_view meaning;
 };
 
@@ -42,7 +42,7 @@ struct AbsentFormat {
 
 /// One field of an entry: " key=value;". If there is a unit, it follows the value.
 struct FieldFormat {
-  /// As it stands in the log. "*" if the key itself is a name or a state from the device (an
+  /// As written in the log. "*" if the key itself is a name or a state from the device (an
   /// interface, a process, a sensor).
   std::string_view key;
   FieldType type;
@@ -62,7 +62,7 @@ enum class EntryShape {
 
 /// One category of entries.
 struct EntryFormat {
-  std::string_view category;  ///< what stands between the brackets
+  std::string_view category;  ///< the text between the brackets
   EntryShape shape;
   std::string_view meaning;  ///< one sentence
   std::string_view written;  ///< when: "snapshot, level, change"

@@ -13,16 +13,21 @@ constexpr WordFormat kAssertionStates[] = {
     {"released", "It has just been released, or its process has ended"}};
 constexpr FieldFormat kAssertion[] = {
     {"state", Word, "", "The state of the assertion.",
-     "The login manager (logind or elogind) reports changes on the system bus.", Harmless,
-     kAssertionStates},
+     "The login manager (logind or elogind) and the users' sessions report changes on their buses.",
+     Harmless, kAssertionStates},
     {"process", Text, "", "The command name of the process that holds it.",
-     "The kernel's name of the process; <unknown> if it has ended.", Name},
-    {"pid", Integer, "", "The process id of the holder.", "As the login manager reports it."},
+     "The kernel's name of the process; <unknown> if it has ended. If an application asked its "
+     "desktop's session, that is the session's process.",
+     Name},
+    {"pid", Integer, "", "The process id of the holder.",
+     "As the login manager or the user's bus reports it; 0 if it is not known."},
     {"name", Text, "", "The purpose of the assertion, as its holder gives it.",
-     "The lock's \"who: why\", as systemd-inhibit --list shows them.", Name},
+     "The lock's \"who: why\", as systemd-inhibit --list shows them, or the same of an application "
+     "that asked its desktop's session.",
+     Name},
     {"held_for", Duration, "", "How long it has been held.",
      "The age of the lock's pipe in /run/systemd/inhibit, which root can read; otherwise the time "
-     "since Zorva first saw the lock."}};
+     "since Zorva first saw the lock, as for all that sessions report."}};
 
 constexpr WordFormat kChargingStates[] = {
     {"Active", "It is being charged"},
@@ -95,8 +100,8 @@ constexpr FieldFormat kConfig[] = {
     {"boot_args", Text, "", "The arguments with which the kernel was started.",
      "The kernel's command line, which can contain names of disks and serial numbers.", Content},
     {"auto_lock", Integer, "",
-     "The seconds without use after which the device locks itself; 0 if unknown.",
-     "IdleActionSec= of the login manager; a desktop's own screen lock is not known."},
+     "The seconds of inactivity after which the device locks itself; 0 if unknown.",
+     "IdleActionSec= of the login manager; a desktop's own screen lock is not read."},
     {"backlight", Real, "", "The brightness that the user has chosen, from 0 to 1.",
      "0.500 unless LBBacklightLevel2 is set in the preferences (com.vennor.lumbrel.plist)."},
     {"als", Word, "", "Whether the ambient light sensor sets the brightness.",
@@ -114,12 +119,32 @@ constexpr FieldFormat kDisplay[] = {
     {"brightness", Integer, "",
      "The backlight's brightness between min and max, in the backlight's own units.",
      "actual_brightness, otherwise brightness, of the backlight class; 0 while it is off."},
-    {"min", Integer, "", "The least brightness.", "Always 0."},
-    {"max", Integer, "", "The greatest brightness.", "max_brightness; 0 if it cannot be read."},
+    {"min", Integer, "", "The lowest brightness.", "Always 0."},
+    {"max", Integer, "", "The highest brightness.", "max_brightness; 0 if it cannot be read."},
     {"active", Word, "", "Whether the backlight is lit.",
      "The brightness is not 0. If the desktop blanks the display without the backlight, the "
      "display still counts as lit.",
      Harmless, kYesOrNo}};
+
+constexpr WordFormat kNeverRead[] = {{"<unavailable>", "It could not be read so far"}};
+constexpr FieldFormat kEnergy[] = {
+    {"*", Real, " J",
+     "The energy in joules that a part of the hardware has used since Zorva's start; the key is "
+     "the "
+     "part's name. A part may be in another: core and uncore are in package-0, all are in psys.",
+     "Each zone of /sys/class/powercap (package-0, core, uncore, dram, psys), which only root can "
+     "read, and each energy sensor of /sys/class/hwmon as \"DRIVER.SENSOR\"; that of a suspended "
+     "device keeps its last figure.",
+     Harmless, kNeverRead},
+    {"at_least", Text, "",
+     "The parts, separated by commas, that may have used more since the last entry: at 145 W on "
+     "average, their counters would have passed the end of their range once more than can be seen.",
+     "From max_energy_range_uj and the time awake."},
+    {"restarted", Text, "",
+     "The parts, separated by commas, whose counters started anew since the last entry; what they "
+     "used since then is not in the figure.",
+     "A counter that is less than before has passed the end of its range only if that takes less "
+     "than 145 W, and if other counters have not gone back."}};
 
 constexpr FieldFormat kProcesses[] = {
     {"*", Integer, "",
@@ -138,7 +163,7 @@ constexpr WordFormat kScheduled[] = {
     {"Scheduled Restart", "It will be restarted"}};
 constexpr FieldFormat kSchedule[] = {
     {"event", Text, "", "What will happen; other texts are the system's own.",
-     "Wakes and the login manager's planned shutdowns and restarts only.", Harmless, kScheduled},
+     "Wakes and the login manager's scheduled shutdowns and restarts only.", Harmless, kScheduled},
     {"id", Text, "", "What has scheduled it.",
      "\"logind\" for shutdown and restart, the unit's name for timers with WakeSystem=yes, the "
      "clock's name for alarms of a real-time clock, because the kernel does not report which "
@@ -149,11 +174,13 @@ constexpr FieldFormat kSchedule[] = {
 constexpr WordFormat kSleepEvents[] = {
     {"can_sleep", "The system asks whether it may sleep, and Zorva has allowed it"},
     {"will_sleep", "The system goes to sleep now"},
-    {"will_not_sleep", "Another program has refused, and the device stays awake"}};
-constexpr FieldFormat kSleep[] = {{"event", Word, "", "The step on the way to sleep.",
-                                   "will_sleep only, when the login manager announces it; a sleep "
-                                   "that is not requested from the login manager is not seen.",
-                                   Harmless, kSleepEvents}};
+    {"will_not_sleep", "The device stays awake: the sleep was refused or has failed"}};
+constexpr FieldFormat kSleep[] = {
+    {"event", Word, "", "The step on the way to sleep.",
+     "will_sleep when the login manager announces it, will_not_sleep if the kernel's counts then "
+     "show that the sleep failed. A sleep that is not requested from the login manager has its "
+     "Wake entry only.",
+     Harmless, kSleepEvents}};
 
 constexpr FieldFormat kThermal[] = {
     {"level", Integer, "", "How much the device is throttled because of heat; 0 is not at all.",
@@ -162,8 +189,18 @@ constexpr FieldFormat kThermal[] = {
     {"*", Real, "",
      "A sensor's temperature in degrees Celsius; the key is \"s\", the number of its group of "
      "four, \".\" and its number there.",
-     "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type says what it "
+     "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type shows what it "
      "measures. Temperatures that are not above 1 and below 320 degrees are left out."}};
+
+constexpr FieldFormat kWork[] = {
+    {"*", Real, "",
+     "The CPU time in seconds that all processes of a unit have used since the unit was started, "
+     "those that have ended among them; its key is the unit's name. The figure of a unit around "
+     "others is what those do not account for.",
+     "usage_usec of cpu.stat of the unit's control group. Applications are \"app-NAME@INSTANCE\", "
+     "units of a user's service manager end in the user's id in parentheses, -.slice has the "
+     "kernel's threads and what units that have gone had used.",
+     Name}};
 
 constexpr WordFormat kNoInfo[] = {{"<none>", "The modem did not wake the device"}};
 constexpr FieldFormat kWake[] = {
@@ -171,8 +208,8 @@ constexpr FieldFormat kWake[] = {
      "The reason of the wake as the kernel reports it; <unknown> if it reports none. A reason that "
      "contains \"baseband\", \"radios\", \"exton(bb)\" or \"exton2(bb)\" means the modem.",
      "The wakeup reasons of Android kernels, otherwise the interrupt (kernels with "
-     "CONFIG_PM_SLEEP_DEBUG), otherwise the wakeup source that was active; if it is the modem's, "
-     "\"baseband\" precedes it."},
+     "CONFIG_PM_SLEEP_DEBUG) with the firmware's event, otherwise the wakeup source that was "
+     "active first; if it is the modem's, \"baseband\" precedes it."},
     {"info", Text, "",
      "The modem's own text about the wake: the packet's bytes, the call or the message; (null) if "
      "it is not available.",
@@ -182,7 +219,8 @@ constexpr FieldFormat kWake[] = {
 
 constexpr EntryFormat kEntries[] = {
     {"Assertion", EntryShape::Fields,
-     "What keeps the device awake: a power assertion, on Linux a blocking inhibitor lock.",
+     "What keeps the device awake: a power assertion, on Linux a blocking inhibitor lock, "
+     "or what an application holds with its desktop's session.",
      "In a snapshot and with the level, one for each that is held; whenever one is created or "
      "released.",
      "Which programs are in use, and through the names what for: a call, a film, a download.",
@@ -200,6 +238,10 @@ constexpr EntryFormat kEntries[] = {
      "The display's backlight. On Linux one in /sys/class/backlight, whose files are named below; "
      "a device without a backlight has no such entries.",
      "In a snapshot, and when the brightness changes.", "When the device was in use.", kDisplay},
+    {"Energy", EntryShape::Fields,
+     "The energy that parts of the hardware have used, as their own counters have it; a device "
+     "without such counters has no such entries.",
+     "In a snapshot and with the level.", "How busy the device was.", kEnergy},
     {"ProcessMonitor", EntryShape::Fields,
      "The processes by the CPU time that they have used, busiest first; at most 999.",
      "In a snapshot and with the level.",
@@ -213,7 +255,13 @@ constexpr EntryFormat kEntries[] = {
      "The temperatures of the device and its throttling. On Linux from /sys/class/thermal.",
      "In a snapshot, and when the thermal level changes.", "", kThermal},
     {"Wake", EntryShape::Fields, "The end of a sleep.", "At each wake.",
-     "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake}};
+     "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake},
+    {"Work", EntryShape::Fields,
+     "The units in which services and applications run, by the CPU time that they have used, "
+     "busiest first; at most 100, and none below a tenth of a second. A system without control "
+     "groups (version 2) has no such entries.",
+     "In a snapshot and with the level.",
+     "The names of the applications and services, and how much each one is used.", kWork}};
 
 }  // namespace
 

@@ -55,7 +55,7 @@ constexpr WordFormat kRoutes[] = {{"Speaker", "The device's loudspeaker"},
                                   {"LineOut", "A dock or another line output"}};
 constexpr WordFormat kConnected[] = {{"connected", ""}, {"disconnected", ""}};
 constexpr FieldFormat kAudio[] = {
-    {"active", Word, "", "Whether audio plays.",
+    {"active", Word, "", "Whether audio is playing.",
      "A playback stream of any sound card is running at the time of the entry; starting and "
      "stopping write no entry.",
      Harmless, kYesOrNo},
@@ -69,7 +69,7 @@ constexpr FieldFormat kAudio[] = {
      Harmless, kYesOrNo},
     {"headphones", Word, "", "Whether something is plugged into the headphone jack.",
      "The jacks of the sound cards that can detect plugs.", Harmless, kConnected},
-    {"headset_input", Word, "", "Whether what is plugged in has a microphone.",
+    {"headset_input", Word, "", "Whether the plugged-in device has a microphone.",
      "The headset's jack, otherwise the jack named Mic.", Harmless, kYesOrNo}};
 
 constexpr WordFormat kBluetoothStates[] = {
@@ -94,8 +94,8 @@ constexpr FieldFormat kBluetooth[] = {
      "Always 105, because it is not counted; 103 and 104 if there is no controller."},
     {"power_time", Integer, "", "The seconds since the last entry, in which the energy was used.",
      "Zorva's own."},
-    {"power_consumption_rate", Integer, "", "Their quotient: energy per second, rounded down.",
-     "Always 0."}};
+    {"power_consumption_rate", Integer, "",
+     "power_consumption divided by power_time, rounded down.", "Always 0."}};
 
 constexpr FieldFormat kGeodyne[] = {
     {"gps", Word, "", "Whether satellites are used.",
@@ -122,7 +122,8 @@ constexpr FieldFormat kGeodyneClient[] = {
      "The client: an application, possibly followed by \"-\" and its role, or a program.", kOwnOnly,
      Name},
     {"accuracy", Real, "", "The accuracy that it requests, in metres.", kOwnOnly},
-    {"filter", Real, "", "The distance in metres after which it wants a new position.", kOwnOnly},
+    {"filter", Real, "", "The distance in metres after which it requests a new position.",
+     kOwnOnly},
     {"location", Word, "", "Whether it receives positions.", kOwnOnly, Harmless, kActiveOrNot},
     {"monitoring", Word, "", "Whether it monitors the crossing of a region's border.", kOwnOnly,
      Harmless, kActiveOrNot}};
@@ -190,7 +191,8 @@ constexpr FieldFormat kReachability[] = {
     {"transient", Word, "", "Whether the path uses a transient connection.", kNotOnDemand, Harmless,
      kYesOrNo},
     {"reachable", Word, "", "Whether there is a path to the network.",
-     "There is an IPv4 default route over a link that is up. Whether packets arrive is not tested.",
+     "The kernel has a route to a public IPv4 or IPv6 address over a link that is up. Whether "
+     "packets arrive is not tested.",
      Harmless, kYesOrNo},
     {"conn_required", Word, "", "Whether a connection must be established first.", kNotOnDemand,
      Harmless, kYesOrNo},
@@ -202,8 +204,8 @@ constexpr FieldFormat kReachability[] = {
     {"on_demand", Word, "", "Whether a program's request establishes that connection.",
      kNotOnDemand, Harmless, kYesOrNo},
     {"wwan", Word, "", "Whether the path uses the mobile network.",
-     "The route's interface is a modem's: the kernel marks it as such, or its type or name says "
-     "so.",
+     "The route's interface is a modem's: the kernel marks it as such, or its type or name shows "
+     "that.",
      Harmless, kYesOrNo}};
 
 constexpr WordFormat kCloudEvents[] = {
@@ -225,7 +227,7 @@ constexpr FieldFormat kSyncward[] = {
     {"successful_requests", Real, "", "The number of successful requests.", kNoService},
     {"network_failures", Real, "", "The number of requests that failed because of the network.",
      kNoService},
-    {"protocol_failures", Real, "", "The number of requests with a wrong reply.", kNoService},
+    {"protocol_failures", Real, "", "The number of requests with an invalid reply.", kNoService},
     {"downloaded_elements", Real, "", "The number of items that were downloaded.", kNoService},
     {"*", Text, "", "Any other figure, under the service's own name.", kNoService, Content}};
 constexpr WordFormat kPings[] = {{"ping", "The device has asked whether there is something new"},
@@ -248,8 +250,8 @@ constexpr FieldFormat kWiFi[] = {
     {"wow", Word, "", "Whether the network can wake the device.",
      "The radio supports it, and a trigger is set (iw phy phy0 wowlan show).", Harmless, kOnOrOff},
     {"pm_dur", Integer, "",
-     "How long the driver has saved power since the last query, in its own unit; negative for an "
-     "error. Only with ZVShouldQueryWiFiPowerUsage.",
+     "How long the driver has saved power since the last query, in its own unit; negative if an "
+     "error occurred. Only with ZVShouldQueryWiFiPowerUsage.",
      "No driver counts it: -25, because there is no such request (ENOTTY).", Harmless,
      kUnavailable},
     {"mpc_dur", Integer, "",
@@ -275,7 +277,7 @@ constexpr EntryFormat kEntries[] = {
     {"Geodyne", EntryShape::Fields, "The technologies that locate the device.",
      "In a snapshot and after a change, but only if it differs from the last entry.",
      "That the device was located, but not where.", kGeodyne},
-    {"Geodyne Client", EntryShape::Fields, "A client that wants to know the device's location.",
+    {"Geodyne Client", EntryShape::Fields, "A client that requests the device's location.",
      "In a snapshot and when one changes, one for each.", "Which applications track the owner.",
      kGeodyneClient},
     {"KL Client", EntryShape::Fields, "A connection that is kept alive.",

@@ -34,8 +34,8 @@ class LogClock {
 };
 
 /// A date and time as people write them: "2026-11-16 22:05:00", also with a "T" between and without
-/// the seconds, or "11/16/26 22:05:00" as it stands in a log. A date alone is its first second, or
-/// its last one. Empty if it is neither.
+/// the seconds, or "11/16/26 22:05:00" as in a log. A date alone is its first second, or its last
+/// one. Empty if it is neither.
 std::optional<LogTime> logTimeFrom(std::string_view text, bool dayEnds);
 
 }  // namespace zorva

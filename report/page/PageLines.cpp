@@ -69,7 +69,7 @@ PageLines::PageLines(std::string& to) : to_(to), deflate_(std::make_unique<Defla
 PageLines::~PageLines() = default;
 
 // In a chunk, a piece is the seconds since the previous one (empty if 0), a tabulator, and its text
-// with carriage returns between its lines. The text from safeText holds neither of the two
+// with carriage returns between its lines. The text from safeText contains neither of the two
 // characters.
 void PageLines::add(std::string_view raw, LogPosition position, AxisTime at) {
   if (position != end_) finish();

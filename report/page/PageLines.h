@@ -13,7 +13,7 @@
 namespace zorva {
 
 /// Puts a log's pieces into a page: chunks of some thousand, deflated and in Base64. Each is in an
-/// element of its own that the page opens on demand. Holds one chunk.
+/// element of its own that the page opens on demand. Keeps one chunk in memory.
 class PageLines {
  public:
   static constexpr std::size_t kPieces = 5000;        ///< of a chunk, at most

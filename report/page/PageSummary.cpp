@@ -78,18 +78,18 @@ class Writer {
     add(table("Wakes by reason",
               {{"Reason", Kind::Text}, {"Wakes", Kind::Count}, {"Share", Kind::Percent}}),
         summary_.wakeReasons);
-    add(table("Wakes over the modem, by whom they were for",
+    add(table("Wakes by the modem, by receiver",
               {{"For", Kind::Process}, {"Wakes", Kind::Count}, {"Share", Kind::Percent}}),
         summary_.wakeOwners);
   }
 
   void holders() {
-    PageTable& to = table("Who kept it awake", {{"Process", Kind::Process},
-                                                {"Assertion", Kind::Text},
-                                                {"Held", Kind::Seconds},
-                                                {"Share", Kind::Percent},
-                                                {"Times", Kind::Count},
-                                                {"Longest", Kind::Seconds}});
+    PageTable& to = table("Kept awake by", {{"Process", Kind::Process},
+                                            {"Assertion", Kind::Text},
+                                            {"Held", Kind::Seconds},
+                                            {"Share", Kind::Percent},
+                                            {"Times", Kind::Count},
+                                            {"Longest", Kind::Seconds}});
     for (const Tally& holder : summary_.lane(Lane::Assertion)) {
       to.rows.push_back({holder.name, holder.detail + (holder.goesOn ? " (still)" : ""),
                          number(holder.seconds), share(holder.seconds, summary_.covered),
@@ -101,7 +101,7 @@ class Writer {
     PageTable& to = table("CPU time", {{"Process", Kind::Process},
                                        {"Used", Kind::Seconds},
                                        {"Share", Kind::Percent},
-                                       {"Of one processor", Kind::Percent}});
+                                       {"Of one CPU", Kind::Percent}});
     std::int64_t all = 0;
     for (const auto& [name, seconds] : summary_.processes) all += seconds;
     for (const auto& [name, seconds] : summary_.processes) {
@@ -129,10 +129,11 @@ class Writer {
       const char* name;
     };
     static constexpr Named kStates[] = {
-        {Lane::Display, "Display"},   {Lane::Audio, "Audio"},         {Lane::Call, "Call"},
-        {Lane::Data, "Data"},         {Lane::Registered, "Network"},  {Lane::WiFi, "Wi-Fi"},
-        {Lane::Charging, "Charger"},  {Lane::Bluetooth, "Bluetooth"}, {Lane::Location, "Location"},
-        {Lane::Thermal, "Heat level"}};
+        {Lane::Display, "Display"},    {Lane::Audio, "Audio"},
+        {Lane::Call, "Call"},          {Lane::Data, "Data"},
+        {Lane::Registered, "Network"}, {Lane::WiFi, "Wi-Fi"},
+        {Lane::Charging, "Charger"},   {Lane::Bluetooth, "Bluetooth"},
+        {Lane::Location, "Location"},  {Lane::Thermal, "Thermal level"}};
     PageTable& to = table("Device and radio", {{"What", Kind::Text},
                                                {"State", Kind::Text},
                                                {"Time", Kind::Seconds},

@@ -18,12 +18,12 @@ struct PageTable {
   /// What a column's numbers are, and so how the page writes them.
   enum class Kind {
     Text,
-    Process,  ///< a text that the page's process filter knows
+    Process,  ///< a text to which the page's process filter applies
     Count,
     Seconds,
     Bytes,
     Percent,
-    Time,  ///< seconds, as the log tells them
+    Time,  ///< seconds, as in the log
   };
   struct Column {
     std::string name;
@@ -33,7 +33,7 @@ struct PageTable {
 
   std::string title;
   std::vector<Column> columns;
-  std::vector<std::vector<Cell>> rows;  ///< as the page shows them at first; it has kMostRows
+  std::vector<std::vector<Cell>> rows;  ///< as the page shows them at first; it has kMaxRows
 };
 
 /// The words and figures of a page.

@@ -17,9 +17,9 @@
 namespace zorva {
 
 /// Gathers what a page draws of a log: the lanes of states, the curves, and between samples the
-/// traffic and the processes' work. It holds some MB, however long the log is. Curves are reduced
-/// to the minimum and maximum per bucket of time. Short neighbours in a lane become one span, which
-/// has their number.
+/// traffic and the processes' work. It uses some MB, regardless of the log's length. Curves are
+/// reduced to the minimum and maximum per bucket of time. Short neighbours in a lane become one
+/// span, which has their number.
 class Timeline : public LogHistorySink {
  public:
   explicit Timeline(const LogWindow& window = {}) : window_(window) {}

@@ -13,8 +13,8 @@
 
 #include "report/format/LogTime.h"
 
-// A timeline's storage for a log of any length. Each store has a limit. What exceeds it is merged,
-// and says that it is.
+// A timeline's storage for a log of any length. Each store has a limit. Items beyond it are merged
+// and marked as merged.
 namespace zorva {
 
 /// Seconds on the timeline's axis: they never go back, see TimelineClock.
@@ -46,7 +46,7 @@ class TimelineClock {
 
   AxisTime begin() const { return begin_; }
   AxisTime end() const { return std::max(end_, begin_); }
-  /// The first kMostStretches.
+  /// The first kMaxStretches.
   const std::vector<Stretch>& stretches() const { return stretches_; }
 
  private:
@@ -109,7 +109,7 @@ class SpanStore {
   std::uint64_t merged() const { return merged_; }
 
  private:
-  // What makes two spans alike.
+  // The properties in which like spans agree.
   enum Likeness { AllTexts, Holder, Nothing };
 
   void sort();

@@ -12,8 +12,8 @@ namespace zorva {
 /// A log that is open for reading.
 class LogInput {
  public:
-  /// Opens a file, a pipe, or for "-" standard input. If it cannot be read, returns nothing, and
-  /// says what is wrong and what to do.
+  /// Opens a file, a pipe, or for "-" standard input. If it cannot be read, returns nothing, with
+  /// the reason and a remedy in `problem`.
   static std::optional<LogInput> open(const std::string& path, std::string& problem);
 
   LogInput(LogInput&& other) noexcept

@@ -29,12 +29,12 @@ enum class LogPiece {
 /// One piece of a log. The texts point into the reader and are valid until its next piece.
 struct LogRecord {
   LogPiece piece = LogPiece::Damaged;
-  std::string_view raw;       ///< the line or lines as they stand, with their ends
+  std::string_view raw;       ///< the line or lines unchanged, with their ends
   std::uint64_t line = 0;     ///< number of the first line in its file, from 1
   std::uint64_t lines = 0;    ///< how many lines it has; 0 for the rest of one too long to hold
-  std::string_view date;      ///< entries: as it stands
+  std::string_view date;      ///< entries: as in the log
   LogTime time = 0;           ///< entries: see LogTime.h
-  std::string_view category;  ///< entries: what stands between the brackets
+  std::string_view category;  ///< entries: the text between the brackets
   std::string_view body;      ///< entries: what follows the "]", without the last line's end
   const EntryFormat* format = nullptr;  ///< entries: null for an unknown category
   /// Entries: seconds by which the time is before the previous entry's; 0 if it is not. An entry
@@ -63,7 +63,7 @@ struct LogField {
   std::optional<std::int64_t> seconds() const;  ///< of a duration "hours:minutes:seconds"
   /// Whether the value is one of the field's words, "(null)" or "<unknown>".
   bool isWord() const;
-  /// Whether the value is as its format says: a word, or a value of its type with its unit.
+  /// Whether the value matches its format: a word, or a value of its type with its unit.
   bool isWellFormed() const;
 };
 
@@ -87,7 +87,7 @@ class LogReader {
 
   explicit LogReader(std::span<const EntryFormat> format = logFormat());
 
-  /// Begins with a file. What was not read of the previous one is dropped. The time continues from
+  /// Begins with a file. The unread rest of the previous one is discarded. The time continues from
   /// there: files that follow one another are one log.
   void begin(Read read);
 

@@ -97,7 +97,7 @@ const char* const kLog =
     "\xd9\xa0\xd9\xa7 [Battery] level=5%;\r\n"
     "11/17/26 05:28:08 [Batt";
 
-const char* const kTold =
+const char* const kReported =
     "1 version\n"
     "2 Battery level|62.50|% voltage|3830| mV usage|102:41:00|\n"
     "3 Battery level|nan|% voltage|<unknown>|\n"
@@ -119,8 +119,8 @@ const char* const kTold =
     "24 damaged\n";
 
 TEST(LogReaderTest, FindsTheSamePiecesForAnyReadSize) {
-  EXPECT_EQ(reported(kLog), kTold);
-  EXPECT_EQ(reported(kLog, 1), kTold);
+  EXPECT_EQ(reported(kLog), kReported);
+  EXPECT_EQ(reported(kLog, 1), kReported);
 }
 
 TEST(LogReaderTest, ReportsAFailedReadAndContinuesWithTheNextFile) {

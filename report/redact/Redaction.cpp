@@ -9,8 +9,8 @@ namespace {
 
 constexpr std::size_t kHexDigitsOfAddress = 12;  // of a network card
 
-// What fields name. Names of one kind share their tokens, so that a process has the same token in
-// every entry. Tokens of other fields are named after their keys.
+// The kinds of names in fields. Names of one kind share their tokens, so that a process has the
+// same token in every entry. Tokens of other fields are named after their keys.
 struct Kind {
   std::string_view category;
   std::string_view key;
@@ -18,11 +18,17 @@ struct Kind {
 };
 constexpr std::string_view kProcess = "process";
 constexpr Kind kKinds[] = {
-    {"Accessory", "name", "accessory"}, {"Application", "id", "app"},
-    {"Assertion", "name", "assertion"}, {"Geodyne Client", "id", "app"},
-    {"KL Client", "id", "client"},      {"Network", "*", "interface"},
-    {"NMXN", "topic", "app"},           {"ProcessMonitor", "*", kProcess},
-    {"Schedule", "id", "app"},          {"Syncward", "name", "account"},
+    {"Accessory", "name", "accessory"},
+    {"Application", "id", "app"},
+    {"Assertion", "name", "assertion"},
+    {"Geodyne Client", "id", "app"},
+    {"KL Client", "id", "client"},
+    {"Network", "*", "interface"},
+    {"NMXN", "topic", "app"},
+    {"ProcessMonitor", "*", kProcess},
+    {"Schedule", "id", "app"},
+    {"Syncward", "name", "account"},
+    {"Work", "*", "unit"},
 };
 
 std::string_view kindOf(std::string_view category, const FieldFormat& format) {
@@ -55,8 +61,8 @@ bool isPlainKey(std::string_view key) {
          });
 }
 
-// Addresses that every device has.
-bool isNobodysAddress(std::string_view address) {
+// Addresses that identify no host: unspecified, loopback, broadcast.
+bool isGenericAddress(std::string_view address) {
   return address == "0.0.0.0" || address == "::" || address == "::1" || address == "*" ||
          address == "255.255.255.255" ||
          (address.starts_with("127.") && address.find_first_not_of("0123456789.") == address.npos);
@@ -170,7 +176,7 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
   const FieldFormat& format = *field.format;
   const Privacy privacy = format.privacy;
   const std::string_view kind = kindOf(category, format);
-  // What a key from the device reveals. Its value is then a figure.
+  // What a key from the device can reveal. Its value is then a figure.
   const bool anyKey = format.key == "*";
   const bool keyIsName = anyKey && privacy == Privacy::Name;
   to += ' ';
@@ -217,7 +223,7 @@ void Redaction::appendAddress(std::string_view address, std::string& to) {
     port = address.substr(colon);
     address.remove_suffix(port.size());
   }
-  if (isNobodysAddress(address)) {
+  if (isGenericAddress(address)) {
     to += address;
   } else {
     to += name("ip", address);

@@ -14,10 +14,11 @@ namespace zorva {
 /// Rewrites a log so that it can be shared. Lines, categories, keys, figures and words stay. Names,
 /// addresses and contents become tokens such as "ap-1", "process-3", "ip-2", "content-7", numbered
 /// as they first occur. Equal values have the same token everywhere, and no token leads back to its
-/// value. What is not understood (damaged lines, unknown categories, values that do not match their
-/// field) is treated as content.
+/// value. Text that cannot be parsed (damaged lines, unknown categories, values that do not match
+/// their field) is treated as content.
 ///
-/// What stays reveals something, too: times, figures, lengths of dumps, and which values are equal.
+/// The remaining text still reveals something: times, figures, lengths of dumps, and which values
+/// are equal.
 class Redaction {
  public:
   /// Appends the redacted piece, with the same number of lines and the same line ends.

@@ -139,7 +139,7 @@ void reportChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
   std::ranges::stable_sort(changes, std::greater(), &Change::weight);
   if (changes.size() > kMaxChanges) changes.resize(kMaxChanges);
   if (changes.empty()) {
-    page.sentence("Nothing of note.");
+    page.sentence("No notable change.");
     return;
   }
   std::vector<Row> rows;

@@ -22,7 +22,7 @@ void LogNews::span(const LogSpan& span) {
       if (!span.endKnown) say(span.end, "Slept " + time + "; what ended it is not in the log.");
       break;
     case Lane::Assertion:
-      if (span.end - span.begin >= kShortestAssertion) {
+      if (span.end - span.begin >= kMinAssertionDuration) {
         say(span.end, who + " kept the device awake for " + time + ": " + what + ".");
       }
       break;
@@ -58,7 +58,7 @@ void LogNews::sample(Curve curve, LogTime time, double value, LogPosition) {
 }
 
 void LogNews::fallsAsleep(LogTime time) {
-  say(time, "Falls asleep.");
+  say(time, "Goes to sleep.");
 }
 
 void LogNews::wake(const LogWake& wake) {

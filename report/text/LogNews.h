@@ -12,12 +12,12 @@ namespace zorva {
 /// Reports events as they come, in sentences: one line each, "21:46:40  ...", safe for terminals.
 class LogNews : public LogHistorySink {
  public:
-  using Tell = std::function<void(const std::string& line)>;
+  using Print = std::function<void(const std::string& line)>;
 
   /// An assertion that was held for less than this is not reported.
-  static constexpr LogTime kShortestAssertion = 60;
+  static constexpr LogTime kMinAssertionDuration = 60;
 
-  explicit LogNews(Tell tell) : print_(std::move(tell)) {}
+  explicit LogNews(Print print) : print_(std::move(print)) {}
 
   void span(const LogSpan& span) override;
   void sample(Curve curve, LogTime time, double value, LogPosition position) override;
@@ -31,7 +31,7 @@ class LogNews : public LogHistorySink {
  private:
   void say(LogTime time, const std::string& text);
 
-  Tell print_;
+  Print print_;
   std::optional<double> level_;  // the last one reported
   LogTime levelTime_ = 0;
 };

@@ -44,7 +44,7 @@ std::string readings(const Charge& charge, LogTime whole) {
 
 std::string useSentence(const std::string& text, const Charge& charge, LogTime whole) {
   const auto rate = charge.perHour();
-  if (!rate) return text + "; what that used is not known.";
+  if (!rate) return text + "; the charge used is unknown.";
   return text + ", used " + percent(charge.percent) + ", " + percent(*rate) + " per hour" +
          readings(charge, whole) + ".";
 }
@@ -71,7 +71,7 @@ class Writer {
     page_.heading(names);
     if (summary_.isEmpty()) {
       page_.sentence(std::string("There is no entry") +
-                     (reading_.counts.entries == 0 ? "." : " of that time."));
+                     (reading_.counts.entries == 0 ? "." : " in that period."));
     } else {
       page_.sentence(dayAndTime(summary_.first) + " to " + dayAndTime(summary_.last) + ": " +
                      duration(summary_.covered) + ", " +
@@ -127,7 +127,7 @@ class Writer {
                         ? ", " + figure(static_cast<double>(summary_.wakes) / hours) + " per hour."
                         : "."));
     tallies("reason", summary_.wakeReasons);
-    if (!summary_.wakeOwners.empty()) tallies("over the modem for", summary_.wakeOwners);
+    if (!summary_.wakeOwners.empty()) tallies("by the modem for", summary_.wakeOwners);
   }
 
   void tallies(std::string_view title, const std::vector<Tally>& tallies) {
@@ -146,7 +146,7 @@ class Writer {
   void holders() {
     const auto& holders = summary_.lane(Lane::Assertion);
     if (holders.empty()) return;
-    page_.heading("Who kept it awake");
+    page_.heading("Kept awake by");
     std::vector<Row> rows;
     for (const Tally& holder : holders) {
       if (rows.size() == kMaxRows) break;
@@ -276,7 +276,7 @@ class Writer {
       rows.push_back({line.file + ":" + std::to_string(line.line), line.text});
     }
     page_.table({{"", Align::Left, true}, {"", Align::Left, true}}, rows);
-    if (damaged > reading_.damaged.size()) page_.sentence("And so on.");
+    if (damaged > reading_.damaged.size()) page_.sentence("Further lines are not shown.");
   }
 
   const LogSummary& summary_;
@@ -293,7 +293,7 @@ void LogReading::note(const LogRecord& record, const std::string& file) {
 }
 
 std::string endOfSleep(const LogSummary::Sleep& sleep) {
-  if (sleep.goesOn) return "it goes on";
+  if (sleep.goesOn) return "continues";
   if (!sleep.endKnown) return "its end is not in the log";
   return sleep.reason + (sleep.decoded.empty() ? "" : ": " + sleep.decoded);
 }
@@ -321,14 +321,14 @@ std::vector<std::string> batterySentences(const LogSummary& summary) {
   if (summary.mixed.seconds > 0) {
     sentences.push_back("Awake and asleep in turn: " + percent(summary.mixed.percent) + " in " +
                         duration(summary.mixed.seconds) +
-                        ". The level was read too seldom to tell which of the two used it.");
+                        ". The level was read too rarely to separate the two.");
   }
   if (charged > 0) {
     sentences.push_back(
         "On a charger " + duration(charged) +
         (summary.charging.seconds > 0
              ? ", " + gained(summary.charging.percent) + readings(summary.charging, charged) + "."
-             : "; what that gained is not known."));
+             : "; the charge gained is unknown."));
   }
   if (std::fabs(summary.interrupted) >= 0.05) {
     sentences.push_back("While the log was interrupted: " + gained(-summary.interrupted) + ".");

@@ -23,7 +23,7 @@ struct LogReading {
 
   std::vector<std::string> files;
   LogCounts counts;
-  std::vector<DamagedLine> damaged;  ///< the first, at most kMostDamagedShown
+  std::vector<DamagedLine> damaged;  ///< the first, at most kMaxDamagedShown
 
   /// Keeps a piece if it is one of the first damaged ones.
   void note(const LogRecord& record, const std::string& file);

@@ -10,7 +10,7 @@
 
 namespace zorva {
 
-/// The layout of a page for people.
+/// The layout of a human-readable page.
 struct TextStyle {
   std::size_t width = 80;  ///< characters of a line
   bool colour = false;

@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
 """What the campaigns share: a daemon, the form of its log, a tally."""
-import datetime
 import os
 import pathlib
 import re
@@ -62,11 +61,6 @@ def logs():
 def clear():
     for path in LOG_DIRECTORY.iterdir():
         path.unlink()
-
-
-def week_year(moment):
-    """The year of the current week in American English: that of its Saturday."""
-    return (moment + datetime.timedelta(days=(5 - moment.weekday()) % 7)).year
 
 
 def events_in(text):

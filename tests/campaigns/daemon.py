@@ -6,12 +6,7 @@
 
     kill      killed at 1,000 random moments: whole lines, whole preferences, a clean next start
     move      the log moved away 1,000 times under load: every entry in one file, in order, whole
-    storm     100,000 notifications at once: every one answered, in order
-    disk      the log directory full, read-only, deleted and created again
-    bus       a message bus that hangs, breaks off, answers wrongly or late; services that vanish
-    neighbours  planted files, other users' posts, hostile names
-    clock     clocks set, zones changed, New Year, 2038, 2106; a real clock with user-mode-linux
-    week      a week of a simulated handset: memory and descriptors stay what they were
+    bus       a message bus that hangs, breaks off, answers late; services that vanish
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
 Prints what each tried and what was lost; status 1 when anything was. Needs the system's own Python, run as
@@ -37,11 +32,8 @@ except ImportError:
     sys.exit(f'{sys.executable} has no module dbus: run this with /usr/bin/python3, and install python3-dbus')
 
 from buses import bus
-from campaign import EVENTS, Daemon, Tally, broken_lines, clear, events_in, logs, progress, programs
-from clocks import clock, inside
-from neighbours import neighbours
-from programs import LOG_DIRECTORY, PREFERENCES, run, wait_for
-from week import week
+from campaign import EVENTS, Daemon, broken_lines, clear, events_in, logs, progress, programs
+from programs import LOG_DIRECTORY, PREFERENCES, wait_for
 
 
 def kill(times=1000):
@@ -118,78 +110,6 @@ def move(times=1000):
     return f'{times} moves, {len(sent)} events posted, {len(texts)} files', lost
 
 
-def storm(count=100000):
-    daemon = Daemon()
-    names = list(EVENTS)
-    begun = time.monotonic()
-    for number in range(count):
-        daemon.post(names[number % len(names)])
-    taken = time.monotonic() - begun
-    status = daemon.end()
-    [log] = logs()
-    found = events_in(log.read_text())
-    lost = [] if status == 0 else [f'status {status}']
-    if found != [EVENTS[names[number % len(names)]] for number in range(count)]:
-        lost.append(f'{count} posted, {len(found)} found')
-    clear()
-    return f'{count} notifications in {taken:.1f} s', lost
-
-
-def disk():
-    tally = Tally()
-    directory = str(LOG_DIRECTORY)
-
-    def check(what, condition):
-        tally.tried.append(what)
-        tally.check(condition(), what)
-
-    # Full: entries that do not fit are lost, the others are whole. Once there is room again, new entries are
-    # whole, too.
-    run('mount', '-t', 'tmpfs', '-o', 'size=64k', 'none', directory)
-    daemon = Daemon()
-    [log] = wait_for(logs, 'a log')
-    for number in range(4000):
-        daemon.post('VKSSRPingGoingOut')
-    wait_for(lambda: os.statvfs(directory).f_bavail == 0, 'a full disk')
-    run('mount', '-o', 'remount,size=1m', directory)
-    time.sleep(0.5)
-    daemon.post('VKSSRSyncNotificationReceived')
-    wait_for(lambda: 'type=sync_notification;' in log.read_text(), 'an entry after there was room')
-    lines = log.read_text().splitlines()
-    whole = [line for line in lines if line.endswith(EVENTS['VKSSRPingGoingOut'])]
-    check('full: at most one line cut', lambda: len(broken_lines(log.read_text())) <= 1)
-    check('full: entries before and after stand', lambda: len(whole) > 500)
-    check('full: still running', lambda: daemon.process.poll() is None)
-
-    # Read-only: no new file can be created. The daemon keeps running, and continues when one can.
-    run('mount', '-o', 'remount,ro', directory)
-    daemon.post('VKSSRPingGoingOut')
-    time.sleep(0.3)
-    check('read-only: still running', lambda: daemon.process.poll() is None)
-    run('mount', '-o', 'remount,rw', directory)
-    log.rename(LOG_DIRECTORY / 'moved')
-    wait_for(logs, 'a new file')
-    check('read-only: continues', lambda: len(logs()) == 1)
-    daemon.end()
-    run('umount', directory)
-
-    # Deleted with its contents, and created again.
-    daemon = Daemon()
-    [log] = wait_for(logs, 'a log')
-    log.unlink()
-    LOG_DIRECTORY.rmdir()
-    time.sleep(0.5)
-    check('deleted: still running', lambda: daemon.process.poll() is None)
-    LOG_DIRECTORY.mkdir()
-    daemon.post('VKSSRPingGoingOut')
-    time.sleep(0.5)
-    check('made anew: still running', lambda: daemon.process.poll() is None)
-    tally.tried.append(f'made anew: {"a new file is begun" if logs() else "no file until the next start"}')
-    check('made anew: ends well', lambda: daemon.end() == 0)
-    clear()
-    return tally.result()
-
-
 def soak():
     """Notifications, processes that come and go, and a new log every five minutes."""
     seconds = int(os.environ.get('SOAK_SECONDS', 3600))
@@ -236,7 +156,7 @@ def soak():
 
 
 def main():
-    campaigns = {each.__name__: each for each in (kill, move, storm, disk, bus, neighbours, clock, week, soak)}
+    campaigns = {each.__name__: each for each in (kill, move, bus, soak)}
     failed = False
     for name in sys.argv[2:] or [name for name in campaigns if name != 'soak']:
         tried, lost = campaigns[name]()
@@ -248,7 +168,5 @@ def main():
     sys.exit(1 if failed else 0)
 
 
-if 'inside' in sys.argv:  # the kernel may add words of its own
-    inside()
 programs.enter_device()
 main()

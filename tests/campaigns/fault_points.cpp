@@ -39,8 +39,9 @@ using zorva::Descriptor;
 
 // The entries that follow each battery notification, and the others about its health.
 const std::set<std::string> kOnBatteryNews{
-    "Battery",   "Bluetooth", "Network", "ProcessMonitor",           "WiFi",  "Assertion",
-    "Telephony", "Syncward",  "Syslog",  "Baseband State Durations", "Config"};
+    "Battery",   "Bluetooth", "Network",  "ProcessMonitor", "WiFi",
+    "Assertion", "Telephony", "Syncward", "Syslog",         "Baseband State Durations",
+    "Config",    "Energy",    "Work"};
 
 // The entries that may differ when a service fails, by the first part of the fault point's name. A
 // service that is not listed may change any entry.
@@ -53,6 +54,7 @@ const std::map<std::string, std::set<std::string>> kDependents{
     {"battery", kOnBatteryNews},
     {"batteryUsage", {"Battery"}},
     {"bluetooth", {"Bluetooth"}},
+    {"energy", {"Energy"}},
     {"identity", {"Keepline", "KL Client"}},
     {"interfaces", {"Network"}},
     {"locale", {"Locale"}},
@@ -75,6 +77,7 @@ const std::map<std::string, std::set<std::string>> kDependents{
       "PacketTracker"}},
     {"wifi", {"WiFi"}},
     {"wifiDriver", {"WiFi"}},
+    {"work", {"Work"}},
 };
 
 struct Fault {

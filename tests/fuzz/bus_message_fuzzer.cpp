@@ -106,6 +106,9 @@ void append(sd_bus_message* message, std::string_view types, int depth = 0) {
       case 'o':
         sd_bus_message_append_basic(message, type, kPaths[next() % std::size(kPaths)]);
         break;
+      case 'P':  // a property of PowerDevil
+        contain('v', "a(ssssu)", 1);
+        break;
       case 'g':
         sd_bus_message_append_basic(message, type, "a{sv}");
         break;
@@ -151,6 +154,12 @@ const char* typesOf(std::string_view member) {
       {"PropertiesChanged", "sa{sv}as"},
       {"Added", "ob"},
       {"PrepareForSleep", "b"},
+      {"GetInhibitors", "ao"},
+      {"GetAppId", "s"},
+      {"GetReason", "s"},
+      {"GetFlags", "u"},
+      {"GetConnectionUnixProcessID", "u"},
+      {"ListInhibitions", "a(ss)"},
       {"NameOwnerChanged", "sss"}};
   for (const auto& [name, types] : kMembers) {
     if (member == name) return types;
@@ -159,6 +168,8 @@ const char* typesOf(std::string_view member) {
 }
 
 std::vector<std::pair<std::string, LinuxBus::SignalHandler>> sMatches;  // by the signal's name
+// What awaits an answer, by the method's name; nothing where it is not awaited any more.
+std::vector<std::pair<std::string, std::shared_ptr<LinuxBus::Answered>>> sQuestions;
 
 }  // namespace
 
@@ -167,8 +178,24 @@ struct LinuxBus::Subscriptions {};
 LinuxBus::LinuxBus(sd_event* event, std::string, std::chrono::microseconds,
                    std::chrono::microseconds)
     : event_(event), ended_(event, [] {}) {}
+LinuxBus::LinuxBus(sd_event* event, User, const std::string&, std::chrono::microseconds,
+                   std::chrono::microseconds)
+    : event_(event), ended_(event, [] {}) {}
 LinuxBus::~LinuxBus() {
   sMatches.clear();
+  sQuestions.clear();
+}
+bool LinuxBus::connecting() const {
+  return false;
+}
+void LinuxBus::settle(std::span<LinuxBus* const>, const std::function<bool()>&,
+                      std::chrono::microseconds) {}
+void LinuxBus::leaveMatches() {}
+Registration LinuxBus::ask(const char*, const char*, const char*, const char* member,
+                           Answered answered, const Arguments&) {
+  const auto question = std::make_shared<Answered>(std::move(answered));
+  sQuestions.emplace_back(member, question);
+  return Registration([question] { *question = nullptr; });
 }
 std::string LinuxBus::systemAddress() {
   return {};
@@ -176,11 +203,24 @@ std::string LinuxBus::systemAddress() {
 bool LinuxBus::connected() const {
   return true;
 }
+LinuxBus::Reply answerTo(const char* types) {
+  const std::uint8_t outcome = next();
+  if (outcome >= 0xF0) {
+    return {outcome % 2 ? LinuxBus::Outcome::Absent : LinuxBus::Outcome::Failed, nullptr};
+  }
+  return {LinuxBus::Outcome::Answered, makeMessage(types)};
+}
 LinuxBus::Reply LinuxBus::call(const char*, const char*, const char*, const char* member,
                                const Arguments&) {
-  const std::uint8_t outcome = next();
-  if (outcome >= 0xF0) return {outcome % 2 ? Outcome::Absent : Outcome::Failed, nullptr};
-  return {Outcome::Answered, makeMessage(typesOf(member))};
+  return answerTo(typesOf(member));
+}
+void answerQuestions() {
+  for (int limit = 64; limit > 0 && !sQuestions.empty(); --limit) {
+    const auto [member, question] = sQuestions.front();
+    sQuestions.erase(sQuestions.begin());
+    const LinuxBus::Answered answered = *question;
+    if (answered) answered(answerTo(member == "Get" ? "P" : typesOf(member)));
+  }
 }
 void LinuxBus::send(const char*, const char*, const char*, const char*, const Arguments&) {}
 Registration LinuxBus::observeConnection(std::function<void()> changed) {
@@ -277,14 +317,25 @@ struct PowerClients : Clients {
       last = *event["time"].date();
     }
     REQUIRE(profile.effectiveValue(kAutoLockTime).integer() >= 0);
+    kde.findMirrors({});
+    for (const SessionService* each :
+         {static_cast<SessionService*>(&gnome), static_cast<SessionService*>(&kde)}) {
+      REQUIRE(each->inhibitors().size() <= SessionService::kMaxInhibitors);
+      for (const SessionInhibitor& inhibitor : each->inhibitors()) {
+        REQUIRE(inhibitor.lock.who.size() <= SessionService::kMaxText);
+        REQUIRE(inhibitor.lock.why.size() <= SessionService::kMaxText);
+      }
+    }
   }
 
   using Assertions = std::vector<PowerManagement::ProcessAssertions>;
   using Events = std::vector<Dictionary>;
-  LinuxPowerManagement power{loop.event(), bus, clock, [] {}, "/nowhere"};
+  LinuxPowerManagement power{loop.event(), bus, clock, [] {}, "/nowhere", "/nowhere"};
   LinuxScheduledPowerEvents scheduled{bus, clock, "/nowhere"};
   LinuxProfileSettings profile{bus};
-  LinuxSystemPower systemPower{bus, {}};
+  LinuxSystemPower systemPower{loop.event(), bus};
+  GnomeSessionManager gnome{{loop.event(), bus, 0, clock, [] {}, {}}};
+  KdePolicyAgent kde{{loop.event(), bus, 0, clock, [] {}, {}}};
 };
 
 std::unique_ptr<Clients> chooseClients() {
@@ -307,6 +358,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (int signals = next() % 4; signals >= 0; --signals) {
       const auto& [member, handler] = sMatches[next() % sMatches.size()];
       handler(makeMessage(typesOf(member)).get());
+      answerQuestions();
     }
     while (sd_event_run(Clients::loop.event(), 0) > 0) {
     }

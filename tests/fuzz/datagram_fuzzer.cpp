@@ -44,14 +44,14 @@ void checkPost(Daemon& daemon, std::string_view text) {
 
 void checkNetlink(std::span<std::uint8_t> bytes) {
   std::map<int, NetworkLink> links;
-  std::vector<WayOut> ways;
+  std::vector<CarrierRoute> routes;
   std::size_t messages = 0;
   std::vector<SocketOfInode> sockets;
   NetlinkReader().read(bytes, [&](const nlmsghdr& message) {
     ++messages;
     readSocketMessage(message, SocketProtocol::TCP, sockets);
     readLink(message, links);
-    readWaysOut(message, ways);
+    readCarrierRoutes(message, routes);
     linkOfLookup(message);
     if (const auto interface = wirelessInterfaceIn(message)) {
       REQUIRE(!interface->ssid || (!interface->ssid->empty() && interface->ssid->size() <= 32));

@@ -1,7 +1,6 @@
-// SPDX-License-Identifier: Apache-2.0
-// Procfs, sysfs and the system's small files may hold anything: names that processes gave
-// themselves, a driver's nonsense. For any contents, figures are in range, texts can be shown, and
-// truncated data are rejected.
+// SPDX-License-Identifier: Apache-2.0 Procfs, sysfs and the system's small files may hold anything:
+// names that processes gave themselves, a driver's invalid figures. For any contents, figures are
+// in range, texts can be shown, and truncated data are rejected.
 //
 // An input is a byte for the group of files and their contents, divided by NUL bytes.
 
@@ -12,6 +11,7 @@
 
 #include "platform/applications/linux/ApplicationUnits.h"
 #include "platform/base/Text.h"
+#include "platform/energy/linux/LinuxEnergyCounters.h"
 #include "platform/kit/files/LogindInhibitors.h"
 #include "platform/locale/linux/LocaleSettings.h"
 #include "platform/loop/linux/LinuxRunLoop.h"
@@ -27,6 +27,7 @@
 #include "platform/telephony/linux/LinuxTelephonyServer.h"
 #include "platform/testing/TemporaryDirectory.h"
 #include "platform/thermal/linux/LinuxThermal.h"
+#include "platform/work/linux/LinuxWorkUnits.h"
 #include "tests/fuzz/Require.h"
 
 namespace zorva {
@@ -123,6 +124,7 @@ constexpr std::string_view kWake =
     " sys/kernel/wakeup_reasons/last_resume_reason sys/power/pm_wakeup_irq"
     " sys/kernel/irq/9/actions sys/kernel/irq/9/chip_name sys/class/wakeup/wakeup0/name"
     " sys/class/wakeup/wakeup0/event_count sys/class/wakeup/wakeup0/last_change_ms"
+    " sys/class/wakeup/wakeup0/total_time_ms sys/firmware/acpi/interrupts/gpe17"
     " sys/devices/modem-0/irq proc/cmdline sys/devices/modem-0/power/runtime_status"
     " sys/devices/modem-0/power/runtime_active_time"
     " sys/devices/modem-0/power/runtime_suspended_time";
@@ -130,7 +132,8 @@ constexpr std::string_view kWake =
 void checkWake(Device& device) {
   const std::string sysfs = device.root / "sys";
   const std::string modem = sysfs + "/devices/modem-0";
-  const WakeEvidence evidence = readWakeEvidence(sysfs, WakeupBaseline(), {modem});
+  const WakeEvidence evidence =
+      readWakeEvidence(sysfs, WakeupBaseline{{}, {{"gpe17", 0}}, 0}, {modem});
   if (const auto reason = wakeReason(evidence)) {
     REQUIRE(reason->size() <= 255 && safeText(*reason) == *reason);
     REQUIRE(!modemWoke(evidence) || reason->starts_with("baseband "));
@@ -192,7 +195,12 @@ constexpr std::string_view kSystem =
     " sys/thermal/thermal_zone0/cdev0_trip_point sys/thermal/thermal_zone0/trip_point_0_type"
     " sys/thermal/thermal_zone0/cdev0/cur_state sys/thermal/thermal_zone0/cdev0/max_state"
     " cgroup/user.slice/user-1.slice/user@1.service/app.slice/app-a-b-1.scope/cgroup.events"
-    " cgroup/user.slice/user-1.slice/user@1.service/app.slice/app-a-b-1.scope/cgroup.procs";
+    " cgroup/user.slice/user-1.slice/user@1.service/app.slice/app-a-b-1.scope/cgroup.procs"
+    " cgroup/cpu.stat cgroup/user.slice/user-1.slice/cpu.stat cgroup/a.service/cpu.stat"
+    " powercap/intel-rapl:0/name powercap/intel-rapl:0/energy_uj"
+    " powercap/intel-rapl:0/max_energy_range_uj powercap/intel-rapl:0:0/name"
+    " powercap/intel-rapl:0:0/energy_uj hwmon/hwmon0/name hwmon/hwmon0/energy1_label"
+    " hwmon/hwmon0/energy1_input";
 
 void checkSystem(Device& device) {
   for (const char* key : {"UserAssignedDeviceName", "BuildVersion", "HWModelStr"}) {
@@ -210,6 +218,12 @@ void checkSystem(Device& device) {
   REQUIRE(level >= 0 && level <= 100);
   REQUIRE(device.notifications.state(kThermalSensorValues[0]).value_or(0) <= 0xFFFF);
   readApplicationUnits(device.root / "cgroup", [](const std::string&, bool) {});
+  const auto units = LinuxWorkUnits(device.root / "cgroup").units();
+  for (const auto& unit : units.value_or(std::vector<WorkUnits::Unit>())) {
+    REQUIRE(unit.used.count() >= 0);
+  }
+  LinuxEnergyCounters energy(device, device.root / "powercap", device.root / "hwmon");
+  for (const auto& counter : energy.read().counters) REQUIRE(!counter.name.empty());
 }
 
 }  // namespace

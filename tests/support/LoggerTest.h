@@ -36,7 +36,7 @@ class LoggerTest : public ::testing::Test {
             notifications};
   }
 
-  /// What start-up does to a logger before it asks for the first snapshot.
+  /// What start-up does to a logger before it requests the first snapshot.
   void attach(ZVLogger& logger) {
     logger.setLogFile(&log.stream());
     logger.setEnabled(true);

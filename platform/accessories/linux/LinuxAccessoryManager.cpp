@@ -14,9 +14,9 @@ namespace zorva {
 namespace {
 
 constexpr std::string_view kHubClass = "09";
-constexpr std::size_t kMaxInterfaces = 32;  // a configuration can have no more
+constexpr std::size_t kMaxInterfaces = 32;  // the maximum of a configuration
 
-// The base classes of interfaces, as the kernel writes them.
+// The base classes of interfaces, as written by the kernel.
 constexpr std::array<std::pair<std::string_view, const char*>, 20> kClasses{{
     {"01", "audio"},       {"02", "communication"}, {"03", "input"},       {"05", "physical"},
     {"06", "image"},       {"07", "printer"},       {"08", "storage"},     {"0a", "data"},
@@ -53,7 +53,7 @@ std::optional<std::string> revisionOf(const std::optional<std::string>& decimals
   return (major[0] == '0' ? major.substr(1) : major) + "." + decimals->substr(2);
 }
 
-// Nothing for what is no accessory, or has gone.
+// Nothing if it is not an accessory, or has been removed.
 std::optional<Accessory> accessoryIn(const std::string& directory) {
   const auto attribute = [&](const char* name) { return readAttribute(directory + "/" + name); };
   const auto bus = readNumber(directory + "/busnum");
@@ -134,7 +134,7 @@ bool LinuxAccessoryManager::listen() {
     return false;
   }
   monitor_ = std::move(owned);
-  known_ = accessoriesThere();  // after that, so that none is missed
+  known_ = accessoriesThere();  // after the monitor has started, so that none is missed
   return true;
 }
 
@@ -153,7 +153,7 @@ int LinuxAccessoryManager::deviceChanged(sd_device_monitor*, sd_device* device, 
   return 0;
 }
 
-// A device is added before its interfaces are, and bound after them.
+// The kernel adds a device before its interfaces, and binds it after them.
 void LinuxAccessoryManager::appeared(const std::string& directory, bool configured) {
   auto accessory = accessoryIn(directory);
   if (!accessory || (!configured && accessory->protocols.empty())) return;

@@ -13,18 +13,18 @@
 namespace zorva {
 
 /// Accessories are USB devices that can be unplugged (docs/linux-services.md): neither hubs nor
-/// what the device tree or firmware says is fixed inside. One is reported when its driver has read
-/// its configuration, and as it goes with the texts it had.
+/// devices that the device tree or firmware declares fixed. A device is reported when the kernel
+/// has configured it; a removed device is reported with its last texts.
 class LinuxAccessoryManager : public AccessoryManager {
  public:
-  /// The event loop outlives this, and this the registrations.
+  /// The event loop must outlive this object, which must outlive its registrations.
   explicit LinuxAccessoryManager(sd_event* event) : event_(event) {}
 
   Registration observeConnected(std::function<void(const Accessory&)> event) override;
   Registration observeDisconnected(std::function<void(const Accessory&)> event) override;
-  /// Nothing where the device manager cannot be listened to.
+  /// Empty if the device manager's events cannot be received.
   Registration registerForLocalNotifications() override;
-  /// In the order of their connection identifiers.
+  /// Sorted by connection identifier.
   std::vector<Accessory> connectedAccessories() override;
 
  private:
@@ -41,7 +41,7 @@ class LinuxAccessoryManager : public AccessoryManager {
   sd_event* event_;
   int registrations_ = 0;
   MonitorPointer monitor_;                  ///< while a client is registered
-  std::map<std::string, Accessory> known_;  ///< by their directories, while listening
+  std::map<std::string, Accessory> known_;  ///< by directory, while monitoring
   Observers<const Accessory&> connected_;
   Observers<const Accessory&> disconnected_;
 };

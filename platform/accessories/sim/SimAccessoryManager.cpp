@@ -51,14 +51,14 @@ ScenarioAction SimAccessoryManager::readConnect(const ScenarioNode& node) {
     }
   }
   if (!planned_.insert(accessory.connectionIdentifier).second) {
-    node.refuse("an accessory of this connection is there already");
+    node.refuse("an accessory has this connection already");
   }
   return [this, accessory] { connect(accessory); };
 }
 
 ScenarioAction SimAccessoryManager::readDisconnect(const ScenarioNode& node) {
   const std::uint32_t connection = connectionIn(node);
-  if (planned_.erase(connection) == 0) node.refuse("no accessory of this connection is there then");
+  if (planned_.erase(connection) == 0) node.refuse("no accessory has this connection at that time");
   return [this, connection] { disconnect(connection); };
 }
 

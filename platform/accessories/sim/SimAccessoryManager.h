@@ -9,7 +9,7 @@
 
 namespace zorva {
 
-/// The accessory manager, with nothing connected at first. It must outlive its registrations.
+/// The accessory manager; nothing is connected at first. It must outlive its registrations.
 class SimAccessoryManager : public AccessoryManager {
  public:
   explicit SimAccessoryManager(SimParts& parts);
@@ -19,9 +19,9 @@ class SimAccessoryManager : public AccessoryManager {
   Registration registerForLocalNotifications() override;
   std::vector<Accessory> connectedAccessories() override;
 
-  /// Connects the accessory, whatever its own state says, and reports it.
+  /// Connects the accessory, regardless of its `connected` member, and reports it.
   void connect(Accessory accessory);
-  /// Takes the accessory of the connection away and reports it; does nothing when there is none.
+  /// Disconnects the accessory of the connection and reports it; does nothing if there is none.
   void disconnect(std::uint32_t connectionIdentifier);
   bool registered() const { return registrations_ > 0; }
 
@@ -36,7 +36,7 @@ class SimAccessoryManager : public AccessoryManager {
   std::vector<Accessory> accessories_;
   Observers<const Accessory&> connected_;
   Observers<const Accessory&> disconnected_;
-  /// What will be connected when the step that is being read happens.
+  /// The accessories that will be connected when the step being read is executed.
   std::set<std::uint32_t> planned_;
 };
 

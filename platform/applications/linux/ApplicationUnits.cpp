@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/applications/linux/ApplicationUnits.h"
 
-#include <algorithm>
-#include <charconv>
 #include <fstream>
 #include <sstream>
 
@@ -12,41 +10,6 @@ namespace zorva {
 namespace {
 
 constexpr int kDeepest = 5;  // slices below "app.slice"
-constexpr std::size_t kRandomLength = 32;
-
-bool dropEnd(std::string_view& text, std::string_view end) {
-  if (!text.ends_with(end)) return false;
-  text.remove_suffix(end.size());
-  return true;
-}
-
-// "\x2d" is the byte of that number.
-std::string unescaped(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    std::uint8_t byte = 0;
-    if (text.size() >= 4 && text.starts_with("\\x") &&
-        std::from_chars(text.data() + 2, text.data() + 4, byte, 16).ptr == text.data() + 4) {
-      result += static_cast<char>(byte);
-      text.remove_prefix(4);
-    } else {
-      result += text[0];
-      text.remove_prefix(1);
-    }
-  }
-  return result;
-}
-
-// Takes the last part off a name, which keeps at least "app-X".
-void dropPart(std::string_view& name) {
-  const std::size_t dash = name.rfind('-');
-  if (dash != name.npos && name.find('-') != dash) name = name.substr(0, dash);
-}
-
-bool isRandom(std::string_view text) {
-  return text.size() == kRandomLength &&
-         text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
-}
 
 bool isBetween(std::string_view name, std::string_view start, std::string_view end) {
   return name.starts_with(start) && name.ends_with(end);
@@ -106,25 +69,6 @@ class Search {
 };
 
 }  // namespace
-
-std::optional<std::string> applicationOfUnit(std::string_view unit) {
-  if (!unit.starts_with("app-")) return std::nullopt;
-  if (dropEnd(unit, ".scope")) {
-    dropPart(unit);
-  } else if (dropEnd(unit, ".service")) {
-    const std::size_t at = unit.rfind('@');
-    if (at != unit.npos) {
-      unit = unit.substr(0, at);
-    } else if (isRandom(unit.substr(unit.rfind('-') + 1))) {
-      dropPart(unit);  // as some desktops write it
-    }
-  } else {
-    return std::nullopt;
-  }
-  std::string application = unescaped(unit.substr(unit.rfind('-') + 1));
-  if (application.empty()) return std::nullopt;
-  return application;
-}
 
 std::vector<std::int32_t> readUnitProcesses(const std::string& directory) {
   std::vector<std::int32_t> processes;

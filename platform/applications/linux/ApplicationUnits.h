@@ -4,34 +4,29 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-namespace zorva {
+#include "platform/kit/files/UnitNames.h"
 
-/// The application that a desktop names in a unit of its own, with escapes undone:
-/// "app[-LAUNCHER]-APPLICATION-RANDOM.scope" or "app[-LAUNCHER]-APPLICATION[@RANDOM].service".
-/// Nothing for any other name.
-std::optional<std::string> applicationOfUnit(std::string_view unit);
+namespace zorva {
 
 /// A control group that holds an application's processes.
 struct ApplicationUnit {
   std::string application;
   bool frozen = false;
-  std::vector<std::int32_t> processes;  ///< in the kernel's order; those right in it
+  std::vector<std::int32_t> processes;  ///< in the kernel's order, without those in subgroups
 };
 
-/// The processes of the control group now.
+/// The current processes of the control group.
 std::vector<std::int32_t> readUnitProcesses(const std::string& directory);
 
-/// Those with processes, by their directories.
+/// Units with processes, by directory.
 using ApplicationUnits = std::map<std::string, ApplicationUnit>;
 
-/// Looks for units below the root of the unified hierarchy, in the "app.slice" of every user's
-/// manager. `before` is called with each directory where one may come, and each file that reports
-/// one's state, before it is read.
+/// Searches for units below the root of the unified hierarchy, in the "app.slice" of every user's
+/// manager. `before` is called with each directory in which a unit may appear, and each file that
+/// reports a unit's state, before it is read.
 ApplicationUnits readApplicationUnits(
     const std::string& root,
     const std::function<void(const std::string& path, bool directory)>& before);

@@ -26,7 +26,7 @@ std::string wordOf(const std::array<const char*, Size>& words, std::int32_t code
   return std::to_string(code);
 }
 
-// Of the locks that the processes hold; nothing where the locks cannot be read.
+// The reasons of the locks that the processes hold; nothing if the locks cannot be read.
 std::optional<std::vector<std::int32_t>> reasonsOf(const ApplicationUnit& unit,
                                                    const std::string& inhibitors) {
   std::error_code error;
@@ -74,7 +74,7 @@ ApplicationUnits LinuxApplicationStates::units() {
   return generating_ > 0 ? known_ : readApplicationUnits(root_, [](const auto&, bool) {});
 }
 
-// What is watched before it is read cannot change unnoticed.
+// Each path is watched before it is read, so that no change is missed.
 ApplicationUnits LinuxApplicationStates::readAndWatch() {
   std::map<std::string, std::unique_ptr<Watched>> before = std::exchange(watched_, {});
   return readApplicationUnits(root_, [&](const std::string& path, bool directory) {
@@ -100,7 +100,7 @@ ApplicationUnits LinuxApplicationStates::readAndWatch() {
   });
 }
 
-// A path that is not there is no refusal: it is read again when the directory above changes.
+// A missing path is not a refusal: it is read again when its parent directory changes.
 void LinuxApplicationStates::reportRefusal(const std::string& path, int error) {
   if (error == ENOENT || error == ENOTDIR || std::exchange(refusalReported_, true)) return;
   systemLog_.write(formatText(
@@ -117,8 +117,8 @@ int LinuxApplicationStates::pathChanged(sd_event_source*, const inotify_event* e
   return 0;
 }
 
-// Of a control group that goes the kernel reports only to the one above: the watches in it stay,
-// and never report one that takes its place.
+// The kernel reports the removal of a control group only in its parent: watches inside the group
+// remain, and never report a group that replaces it.
 void LinuxApplicationStates::endBelow(const std::string& path) {
   for (auto at = watched_.lower_bound(path); at != watched_.end(); ++at) {
     if (!at->first.starts_with(path)) break;
@@ -129,7 +129,7 @@ void LinuxApplicationStates::endBelow(const std::string& path) {
 void LinuxApplicationStates::update() {
   if (generating_ == 0) return;
   const ApplicationUnits before = std::exchange(known_, readAndWatch());
-  const ApplicationUnits now = known_;  // an observer may end it all, from there on nothing is news
+  const ApplicationUnits now = known_;  // a copy: an observer may end the generation of events
   for (const auto& [directory, unit] : before) {
     if (now.count(directory) == 0) notify(unit, Gone);
   }
@@ -162,7 +162,7 @@ std::optional<std::int32_t> LinuxApplicationStates::processOf(
     const std::string& displayIdentifier) {
   for (const auto& [directory, unit] : units()) {
     if (unit.application != displayIdentifier) continue;
-    // No event reports processes that come and go.
+    // No event reports that processes start or end.
     const std::vector<std::int32_t> processes = readUnitProcesses(directory);
     if (!processes.empty()) return processes.front();
   }

@@ -16,25 +16,25 @@ namespace zorva {
 
 /// The applications that desktop sessions run in control groups of their own
 /// (docs/linux-services.md). An application that runs in several is reported for each, and is
-/// running when one of them is.
+/// running if any of them is.
 class LinuxApplicationStates : public ApplicationStates {
  public:
   static constexpr const char* kRoot = "/sys/fs/cgroup";
   static constexpr const char* kInhibitors = "/run/systemd/inhibit";
 
   enum State : std::int32_t { Gone, Frozen, Running };
-  /// What a lock of the login manager hinders.
+  /// What a lock of the login manager inhibits.
   enum Reason : std::int32_t { Sleep, Idle, Shutdown, Other };
 
-  /// The event loop and the system log outlive this. The latter gets one line when the kernel
-  /// refuses a watch, so that changes may be missed.
+  /// The event loop and the system log must outlive this object. If the kernel refuses a watch, so
+  /// that changes may be missed, one line goes to the system log.
   LinuxApplicationStates(sd_event* event, SystemLog& systemLog, std::string root = kRoot,
                          std::string inhibitors = kInhibitors);
 
   Registration observe(std::function<void(const ApplicationStateChange&)> changed) override;
   void beginGenerating() override;
   void endGenerating() override;
-  /// Each once, in alphabetical order. All that can be known are active, and none is debuggable.
+  /// Each once, in alphabetical order. All are active, and none is debuggable.
   std::vector<std::string> copyDisplayIdentifiers(bool onlyActive, bool onlyDebuggable) override;
   /// The first process of the application's first control group.
   std::optional<std::int32_t> processOf(const std::string& displayIdentifier) override;
@@ -47,7 +47,7 @@ class LinuxApplicationStates : public ApplicationStates {
     LinuxApplicationStates* owner;
     std::string path;
     EventSource source;
-    bool ended = false;  ///< what it watched has gone
+    bool ended = false;  ///< the watched path has been removed
   };
 
   ApplicationUnits units();

@@ -9,12 +9,12 @@
 
 namespace zorva {
 
-/// The home-screen process's applications, in the order in which they were first seen; none at
+/// The home-screen process's applications, in the order in which they were first set; none at
 /// first.
 class SimApplicationStates : public ApplicationStates {
  public:
-  /// In the words of the log: terminated, suspended, background, foreground. Any other number is a
-  /// state without a name, shown as "state-77".
+  /// Named in the log: terminated, suspended, background, foreground. Any other number is a state
+  /// without a name, shown as "state-77".
   enum class State : std::int32_t { Terminated, Suspended, Background, Foreground };
 
   struct Application {
@@ -30,7 +30,7 @@ class SimApplicationStates : public ApplicationStates {
   void endGenerating() override { --generating_; }
   std::vector<std::string> copyDisplayIdentifiers(bool onlyActive, bool onlyDebuggable) override;
   std::optional<std::int32_t> processOf(const std::string& displayIdentifier) override;
-  /// Of an unknown application: terminated.
+  /// The state of an unknown application is terminated.
   std::int32_t stateOf(const std::string& displayIdentifier) override;
   std::string descriptionOfState(std::int32_t state) override;
   /// Reasons are: 1 activation, 2 audio, 3 location, 4 call, 5 task, 6 accessory, 7 network. Any
@@ -38,7 +38,7 @@ class SimApplicationStates : public ApplicationStates {
   std::string nameOfReason(std::int32_t reason) override;
 
   void setApplication(const std::string& displayIdentifier, Application application);
-  /// Reports a change, independent of the applications that are set.
+  /// Reports a change, independently of the applications that are set.
   void notify(const ApplicationStateChange& change);
   bool generating() const { return generating_ > 0; }
 

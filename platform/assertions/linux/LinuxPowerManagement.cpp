@@ -19,11 +19,12 @@ std::string assertionName(const LogindInhibitor& inhibitor) {
 }
 
 Dictionary record(const LogindInhibitor& inhibitor, Date start) {
-  return {{"AssertPID", std::int64_t{inhibitor.pid}},
-          {"AssertName", assertionName(inhibitor)},
-          {"AssertStartWhen", start},
-          {"AssertType", inhibitor.what},
-          {"AssertUser", std::int64_t{inhibitor.user}}};
+  Dictionary result{{"AssertPID", std::int64_t{inhibitor.pid}},
+                    {"AssertName", assertionName(inhibitor)},
+                    {"AssertStartWhen", start},
+                    {"AssertUser", std::int64_t{inhibitor.user}}};
+  if (!inhibitor.what.empty()) result.set("AssertType", inhibitor.what);
+  return result;
 }
 
 // "BlockInhibited", "DelayInhibited", "NCurrentInhibitors" and everything else about them.
@@ -34,13 +35,16 @@ bool reportsInhibitors(const char* property) {
 }  // namespace
 
 LinuxPowerManagement::LinuxPowerManagement(sd_event* event, LinuxBus& bus, const Clock& clock,
-                                           std::function<void()> changed, std::string records)
+                                           std::function<void()> changed, std::string records,
+                                           std::string users, SessionService::Limits limits)
     : bus_(bus),
       clock_(clock),
       records_(std::move(records)),
       changed_(event, std::move(changed)),
       // The signal does not come when a second lock of the same kind is taken; its record does.
-      recordsWatch_(event, records_, LinuxPathWatch::Of::Contents, [this] { changed_.request(); }) {
+      recordsWatch_(event, records_, LinuxPathWatch::Of::Contents, [this] { changed_.request(); }),
+      sessions_(
+          event, clock, [this] { changed_.request(); }, std::move(users), limits) {
   registrations_.push_back(bus_.observeSignals(
       std::string("type='signal',sender='") + kService + "',path='" + kPath +
           "',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',arg0='" +
@@ -98,6 +102,7 @@ LinuxPowerManagement::copyAssertionsByProcess() {
   std::vector<LogindInhibitor> inhibitors;
   if (listInhibitors(inhibitors) == LinuxBus::Outcome::Failed) return std::nullopt;
 
+  const std::vector<SessionInhibitor> ofApplications = sessions_.replaceLocks(inhibitors);
   std::map<LogindInhibitor, std::size_t> counts;
   for (const LogindInhibitor& inhibitor : inhibitors) ++counts[inhibitor];
 
@@ -124,6 +129,9 @@ LinuxPowerManagement::copyAssertionsByProcess() {
     }
   }
   firstSeen_ = std::move(seen);
+  for (const auto& [lock, start, key] : ofApplications) {
+    byProcess[static_cast<std::int32_t>(lock.pid)].emplace_back(start, record(lock, start));
+  }
 
   std::vector<ProcessAssertions> result;
   for (auto& [pid, records] : byProcess) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/assertions/PowerManagement.h"
+#include "platform/assertions/linux/UserSessions.h"
 #include "platform/base/Registration.h"
 #include "platform/kit/bus/LinuxBus.h"
 #include "platform/kit/files/LogindInhibitors.h"
@@ -16,12 +17,14 @@
 
 namespace zorva {
 
-/// Power assertions are the login manager's inhibitor locks that block sleep or idleness
-/// (docs/linux-assertions.md). Beside the keys of the contract a record has "AssertType", what the
-/// lock hinders ("sleep:idle"), and "AssertUser", the number of the holder's user.
+/// Power assertions are the login manager's inhibitor locks that block sleep or idleness, and what
+/// applications hold with their desktop's session; a session's own lock is left out where its
+/// applications are known (docs/linux-assertions.md). Beside the keys of the contract a record has
+/// "AssertType", what the lock hinders ("sleep:idle"), where that is known, and "AssertUser", the
+/// number of the holder's user.
 ///
-/// Without a bus or a login manager on it no process holds an assertion; a login manager that
-/// answers with an error or not in time is a failed query.
+/// Without a bus or a service on it no process holds an assertion there. A login manager that
+/// answers with an error or not in time is a failed query; a session that does is an absent one.
 class LinuxPowerManagement : public PowerManagement {
  public:
   static constexpr const char* kRecords = "/run/systemd/inhibit";
@@ -30,7 +33,9 @@ class LinuxPowerManagement : public PowerManagement {
   /// happened at a time, and when the login manager came or went. Everything referred to outlives
   /// this.
   LinuxPowerManagement(sd_event* event, LinuxBus& bus, const Clock& clock,
-                       std::function<void()> changed, std::string records = kRecords);
+                       std::function<void()> changed, std::string records = kRecords,
+                       std::string users = UserSessions::kUsers,
+                       SessionService::Limits limits = {});
 
   /// In ascending order of process ids; those of one process from the earliest to the latest.
   std::optional<std::vector<ProcessAssertions>> copyAssertionsByProcess() override;
@@ -46,6 +51,7 @@ class LinuxPowerManagement : public PowerManagement {
   InhibitorStarts firstSeen_;
   CoalescedCall changed_;
   LinuxPathWatch recordsWatch_;
+  UserSessions sessions_;
   std::vector<Registration> registrations_;
 };
 

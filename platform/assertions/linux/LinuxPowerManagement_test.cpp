@@ -80,7 +80,8 @@ class LinuxPowerManagementTest : public testing::Test {
   std::unique_ptr<ChildForTest> logind_;
   int changes_ = 0;
   LinuxBus bus_{loop_.event(), private_.address(), std::chrono::milliseconds(500)};
-  LinuxPowerManagement management_{loop_.event(), bus_, clock_, [this] { ++changes_; }, records_};
+  LinuxPowerManagement management_{loop_.event(),          bus_,     clock_,
+                                   [this] { ++changes_; }, records_, run_ / "user"};
 };
 
 TEST_F(LinuxPowerManagementTest, ListsWhatKeepsTheDeviceAwake) {

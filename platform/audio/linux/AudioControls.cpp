@@ -40,8 +40,8 @@ struct Jacks {
   bool headsetInput = false;
 };
 
-// A socket for headphones may report the microphone of a headset by a jack of its own. Where none
-// does, the one of the plain microphone socket is taken for it.
+// A headphone socket may have a jack control of its own for a headset's microphone. If there is
+// none, the jack of the separate microphone socket is used.
 Jacks readJacks(const AudioCards& cards) {
   Jacks jacks;
   bool detectsHeadsets = false;
@@ -53,7 +53,7 @@ Jacks readJacks(const AudioCards& cards) {
       const bool headsetMicrophone = headset && has(jack.name, "Mic");
       detectsHeadsets = detectsHeadsets || headset;
       if (!isOn(jack)) continue;
-      // "Headphone Mic" is a socket that takes either, and most often headphones.
+      // "Headphone Mic" is a socket for either, most often used for headphones.
       if (has(jack.name, "Headphone") || (headset && !headsetMicrophone)) jacks.headphones = true;
       if (headset) jacks.headsetInput = true;
       if (jack.name == "Mic") microphone = true;
@@ -63,7 +63,7 @@ Jacks readJacks(const AudioCards& cards) {
   return jacks;
 }
 
-// The volume that goes over all that is heard, or the one nearest to that.
+// The volume of all output, or the closest to that.
 const AudioControl* mainVolume(const AudioCard& card, bool headphones) {
   const std::array<const char*, 9> names{"Master",
                                          headphones ? "Headphone" : "Speaker",
@@ -81,11 +81,11 @@ const AudioControl* mainVolume(const AudioCard& card, bool headphones) {
   return nullptr;
 }
 
-// The loudest channel's share of the control's range.
+// The loudest channel's position in the control's range.
 float shareOf(const AudioControl& volume) {
   const long value = std::clamp(*std::max_element(volume.values.begin(), volume.values.end()),
                                 volume.least, volume.most);
-  // Of a range that a card makes up, the width may have no room in a long.
+  // The width of a card's invalid range may overflow a long.
   const auto least = static_cast<double>(volume.least);
   return static_cast<float>((static_cast<double>(value) - least) /
                             (static_cast<double>(volume.most) - least));
@@ -125,7 +125,7 @@ AudioFigures readAudioFigures(const AudioCards& cards) {
   const auto [headphones, headsetInput] = readJacks(cards);
   figures.headphones = headphones;
   figures.headsetInput = headsetInput;
-  // The first card that has a volume; a graphics card's, which often comes first, has none.
+  // The first card that has a volume; a graphics card, which is often the first, has none.
   const AudioCard* card = &cards.begin()->second;
   const AudioControl* volume = nullptr;
   for (auto each = cards.begin(); each != cards.end() && volume == nullptr; ++each) {

@@ -8,16 +8,16 @@
 
 namespace zorva {
 
-/// A control of a sound card that bears on what is heard.
+/// A control of a sound card that affects playback.
 struct AudioControl {
   enum class Kind {
     Jack,    ///< whether something is plugged in
     Volume,  ///< of playback
     Switch,  ///< of playback: off mutes
   };
-  unsigned number = 0;  ///< the card's own, from 1
+  unsigned number = 0;  ///< the card's own number, from 1
   Kind kind = Kind::Jack;
-  std::string name;          ///< without the words that say the kind: "Headphone", "Master"
+  std::string name;          ///< without the words for the kind: "Headphone", "Master"
   std::vector<long> values;  ///< one for each channel
   long least = 0;            ///< of a volume's values
   long most = 1;
@@ -28,15 +28,15 @@ struct AudioCard {
   std::string name;                    ///< "HDA Intel PCH"
   std::vector<AudioControl> controls;  ///< in the card's order
 };
-/// The cards by their numbers.
+/// The cards by number.
 using AudioCards = std::map<int, AudioCard>;
 
-/// What a control is, from its interface (the card itself, or its mixer), whether its values are
-/// yes or no, and its name in the kernel ("Headphone Jack", "Master Playback Volume"). Nothing for
-/// one that does not matter, such as those of recording, and jacks without detection ("Phantom").
+/// Classifies a control by its interface (the card itself, or its mixer), whether its values are
+/// boolean, and its name in the kernel ("Headphone Jack", "Master Playback Volume"). Nothing for
+/// irrelevant controls, such as those of recording, and jacks without detection ("Phantom").
 std::optional<AudioControl> audioControl(bool ofCard, bool yesOrNo, const std::string& name);
 
-/// What the controls of all cards say; with no card, nothing.
+/// The state according to the controls of all cards; nothing if there is no card.
 struct AudioFigures {
   std::optional<std::string> route;     ///< "Headphone", "Speaker" or the card's name
   std::optional<float> volume;          ///< 0 to 1

@@ -29,10 +29,10 @@ std::set<int> cardsIn(const std::string& devices) {
 
 }  // namespace
 
-/// One card that is open.
+/// One open card.
 class LinuxAudioSystem::Card {
  public:
-  /// Calls back when a control has changed, and when the card has gone.
+  /// Calls back when a control has changed, and when the card has been removed.
   Card(sd_event* event, const std::string& device, const SoundCardCalls& calls,
        std::function<void()> changed)
       : controls_(device, calls), changed_(std::move(changed)) {
@@ -63,7 +63,7 @@ class LinuxAudioSystem::Card {
     const auto events = controls_.readEvents();
     gone_ = (ready & (EPOLLERR | EPOLLHUP)) != 0 || !events || (events->list && !readControls());
     if (gone_) {
-      source_.reset();  // or it would be ready for ever
+      source_.reset();  // or it would remain ready forever
     } else if (!events->list) {
       for (AudioControl& control : card_.controls) {
         if (events->values.contains(control.number)) controls_.readValues(control);
@@ -72,7 +72,7 @@ class LinuxAudioSystem::Card {
     changed_();
   }
 
-  // False when the card does not list them.
+  // Returns false if the card does not list them.
   bool readControls() {
     auto controls = controls_.controls();
     if (!controls) return false;
@@ -82,9 +82,9 @@ class LinuxAudioSystem::Card {
 
   SoundCardControls controls_;
   std::function<void()> changed_;
-  EventSource source_;  // before the descriptor is closed
+  EventSource source_;  // destroyed before the descriptor is closed
   AudioCard card_;
-  bool gone_ = true;  ///< or never was there
+  bool gone_ = true;  ///< or could not be opened
 };
 
 LinuxAudioSystem::LinuxAudioSystem(sd_event* event, std::string devices, std::string streams,
@@ -119,7 +119,7 @@ void LinuxAudioSystem::followDevices() {
     if (card->gone() && !refused_.contains(number)) {
       refused_[number] = std::make_unique<LinuxPathWatch>(event_, device, LinuxPathWatch::Of::Entry,
                                                           [this] { devicesChanged(); });
-      card = open();  // its permission may have come before the watch
+      card = open();  // its permissions may have been set before the watch
     }
     if (card->gone()) continue;
     cards_.emplace(number, std::move(card));
@@ -128,7 +128,7 @@ void LinuxAudioSystem::followDevices() {
 }
 
 void LinuxAudioSystem::update() {
-  // One that has gone is not tried again before its device file has, too.
+  // A removed card is not opened again until its device file has been removed, too.
   std::erase_if(cards_, [](const auto& card) { return card.second->gone(); });
   if (std::exchange(devicesChanged_, false)) followDevices();
   AudioCards cards;

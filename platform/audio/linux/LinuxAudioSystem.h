@@ -16,13 +16,13 @@
 
 namespace zorva {
 
-/// The audio system controller is the kernel's sound cards (docs/linux-bluetooth-audio.md). Their
-/// controls are followed by their events, and the cards by their device files: they may come and
-/// go. Whether a process plays has no event, and is read when it is asked for.
+/// The audio system controller represents the kernel's sound cards (docs/linux-bluetooth-audio.md).
+/// Events report changes of their controls, and the device directory is watched for cards that
+/// appear or disappear. There is no event for whether a process plays; that is read on request.
 class LinuxAudioSystem : public AudioSystem {
  public:
-  /// Follows the cards that are there at once. The directories are those of the device files and of
-  /// the streams' states.
+  /// Opens the present cards immediately. The directories are those of the device files and of the
+  /// streams' states.
   explicit LinuxAudioSystem(sd_event* event, std::string devices = "/dev/snd",
                             std::string streams = "/proc/asound",
                             SoundCardCalls calls = SoundCardCalls::ofKernel());
@@ -47,9 +47,10 @@ class LinuxAudioSystem : public AudioSystem {
   SoundCardCalls calls_;
   CoalescedCall update_;
   LinuxPathWatch devicesWatch_;
-  bool devicesChanged_ = true;  ///< since they were read
+  bool devicesChanged_ = true;  ///< since they were last read
   std::map<int, std::unique_ptr<Card>> cards_;
-  /// Cards that cannot be opened, or not yet: a device file gets its permissions after its name.
+  /// Cards that cannot be opened, or not yet: a device file is created before its permissions are
+  /// set.
   std::map<int, std::unique_ptr<LinuxPathWatch>> refused_;
   AudioFigures figures_;
   Observers<Change> changes_;

@@ -14,13 +14,14 @@
 namespace zorva {
 namespace {
 
-// A card's events are taken in turns, so that one that never ends cannot hold up the loop.
+// At most this many of a card's events are read at a time, so that an endless stream cannot block
+// the loop.
 constexpr std::size_t kMaxEventsAtOnce = 256;
-// Older kernels refuse a longer list; no real card comes near it.
+// Older kernels reject a longer list; no real card comes near it.
 constexpr unsigned kMaxControls = 16384;
 constexpr std::size_t kMaxValues = sizeof(snd_ctl_elem_value::value.integer.value) / sizeof(long);
 
-// A text of the kernel's fills its field, or ends before that.
+// The kernel's text fills its field or ends with a NUL.
 template <std::size_t kSize>
 std::string textOf(const unsigned char (&field)[kSize]) {
   const auto* const text = reinterpret_cast<const char*>(field);
@@ -56,13 +57,13 @@ std::optional<std::string> SoundCardControls::cardName() const {
 }
 
 std::optional<std::vector<AudioControl>> SoundCardControls::controls() const {
-  snd_ctl_elem_list list{};  // without space for any, it says how many there are
+  snd_ctl_elem_list list{};  // without space for any, it returns their number
   if (!ask(SNDRV_CTL_IOCTL_ELEM_LIST, list)) return std::nullopt;
   std::vector<snd_ctl_elem_id> ids(std::min(list.count, kMaxControls));
   list.space = static_cast<unsigned>(ids.size());
   list.pids = ids.data();
   if (!ask(SNDRV_CTL_IOCTL_ELEM_LIST, list)) return std::nullopt;
-  // Some may have gone meanwhile. New ones announce themselves by an event.
+  // Some may have been removed meanwhile. New ones are reported by an event.
   ids.resize(std::min<std::size_t>(list.used, ids.size()));
   std::vector<AudioControl> controls;
   for (const snd_ctl_elem_id& id : ids) {
@@ -75,7 +76,7 @@ std::optional<AudioControl> SoundCardControls::readControl(const snd_ctl_elem_id
   const bool ofCard = id.iface == SNDRV_CTL_ELEM_IFACE_CARD;
   if (!ofCard && id.iface != SNDRV_CTL_ELEM_IFACE_MIXER) return std::nullopt;
   const std::string name = textOf(id.name);
-  // Most controls are distinguished by their names, without another call.
+  // Most controls can be ruled out by name, without another call.
   if (!audioControl(ofCard, true, name) && !audioControl(ofCard, false, name)) return std::nullopt;
   snd_ctl_elem_info info{};
   info.id = id;
@@ -104,7 +105,7 @@ bool SoundCardControls::readValues(AudioControl& control) const {
 
 std::optional<SoundCardControls::Events> SoundCardControls::readEvents() const {
   Events events;
-  std::array<snd_ctl_event, kMaxEventsAtOnce> read;  // which the call fills
+  std::array<snd_ctl_event, kMaxEventsAtOnce> read;  // filled by the call
   const ssize_t size = ::read(descriptor_.get(), read.data(), sizeof read);
   if (size < 0 && (errno == EAGAIN || errno == EINTR)) return events;
   if (size <= 0) return std::nullopt;

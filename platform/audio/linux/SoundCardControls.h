@@ -14,42 +14,42 @@ struct snd_ctl_elem_id;
 
 namespace zorva {
 
-/// The two calls by which a card is reached, to open its device and to ask it. Tests play a card.
+/// The two system calls used on a card's device. Tests replace them.
 struct SoundCardCalls {
-  /// None when it is refused.
+  /// Invalid if it fails.
   std::function<Descriptor(const std::string& device)> open;
   /// As ioctl(2).
   std::function<int(int descriptor, unsigned long request, void* argument)> ioctl;
   static SoundCardCalls ofKernel();
 };
 
-/// The controls of a sound card, by the kernel's own interface (<sound/asound.h>). Nothing here
-/// waits. What a card says of itself is not trusted: texts may lack their end, and numbers are held
-/// to what the structures have room for.
+/// The controls of a sound card, through the kernel's own interface (<sound/asound.h>). No call
+/// blocks. A card's data are not trusted: texts may be unterminated, and numbers are clamped to the
+/// size of the structures.
 class SoundCardControls {
  public:
-  /// Opens the card's device for reading, /dev/snd/controlC0, and asks for its events.
+  /// Opens the card's device for reading, /dev/snd/controlC0, and subscribes to its events.
   SoundCardControls(const std::string& device, SoundCardCalls calls);
 
-  /// Ready when events have come; -1 when the card is refused, or speaks another protocol.
+  /// Readable when events have arrived; -1 if the card could not be opened, or has another protocol
+  /// version.
   int descriptor() const { return descriptor_.get(); }
 
-  /// "HDA Intel PCH". Nothing when the card does not say, as for all that follows.
+  /// "HDA Intel PCH". Nothing if the call fails; the same applies to the functions below.
   std::optional<std::string> cardName() const;
 
-  /// Those that matter, with their values, in the card's order; of a card that has more than 16384
-  /// controls, of those.
+  /// The relevant controls among the card's first 16384, with their values, in the card's order.
   std::optional<std::vector<AudioControl>> controls() const;
 
-  /// Reads the control's values, at most 128; what was read before stands when that fails.
+  /// Reads the control's values, at most 128; if that fails, the previous values are kept.
   bool readValues(AudioControl& control) const;
 
   struct Events {
-    bool list = false;          ///< controls have come or gone
-    std::set<unsigned> values;  ///< the numbers of those that have another value
+    bool list = false;          ///< controls have been added or removed
+    std::set<unsigned> values;  ///< the numbers of those whose value has changed
   };
-  /// What has happened since it was asked last, in at most 256 events; the rest waits. Nothing when
-  /// the card has gone.
+  /// Reads at most 256 pending events; the rest is left for the next call. Nothing if the card has
+  /// been removed.
   std::optional<Events> readEvents() const;
 
  private:

@@ -10,8 +10,8 @@
 
 namespace zorva {
 
-/// The audio system controller: at first silent, on the speaker, with half the volume of the
-/// ringtone and nothing in the headphone jack.
+/// The audio system controller: at first nothing plays, the route is the speaker, the ringtone's
+/// volume is 0.5 and the headphone jack is empty.
 class SimAudioSystem : public AudioSystem {
  public:
   explicit SimAudioSystem(SimParts& parts);
@@ -20,10 +20,10 @@ class SimAudioSystem : public AudioSystem {
   bool activeCategory(float& volume, std::optional<std::string>& name) override;
   Registration observe(Change change, std::function<void()> changed) override;
 
-  /// Nothing takes the attribute away. A new route, and what is in the jack, is announced; that
-  /// a process plays or mutes is not.
+  /// An empty value removes the attribute. Changes of the route and of the jack are reported;
+  /// changes of playing and muting are not.
   void setAttribute(const std::string& key, Value value);
-  /// Announced. Nothing: the controller has no volume to report.
+  /// Reported as a change. Empty: the controller has no volume.
   void setVolume(std::optional<float> volume);
   void setCategory(std::optional<std::string> name) { category_ = std::move(name); }
 

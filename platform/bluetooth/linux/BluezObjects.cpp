@@ -10,7 +10,7 @@ bool isWanted(const std::string& interface) {
   return interface == bluez::kAdapter || interface == bluez::kDevice;
 }
 
-// "a{sv}", of which booleans are kept.
+// "a{sv}", of which only booleans are kept.
 bool readFlags(sd_bus_message* message, BluezFlags& flags) {
   if (!enterContainer(message, SD_BUS_TYPE_ARRAY, "{sv}")) return false;
   while (enterContainer(message, SD_BUS_TYPE_DICT_ENTRY, "sv")) {

@@ -17,23 +17,22 @@ inline constexpr const char* kAdapter = "org.bluez.Adapter1";
 inline constexpr const char* kDevice = "org.bluez.Device1";
 }  // namespace bluez
 
-/// The yes-or-no properties of one interface.
+/// The boolean properties of one interface.
 using BluezFlags = std::map<std::string, bool>;
-/// What is known of BlueZ's objects, by path and interface: controllers and devices, "hci2" before
-/// "hci10". Names and addresses that BlueZ sends are passed over unread.
+/// The properties of BlueZ's objects (controllers and devices) by path and interface, "hci2" before
+/// "hci10". Names and addresses that BlueZ sends are skipped unread.
 using BluezObjects = std::map<std::string, std::map<std::string, BluezFlags>, ObjectPathOrder>;
 
-// Readers of the service's messages. What is not of the form ends the reading; what stood before is
-// kept then.
+// Readers of the service's messages. A reader stops at content of another form and keeps what it
+// has read until then.
 
-/// "a{oa{sa{sv}}}", the answer to GetManagedObjects.
+/// "a{oa{sa{sv}}}", the reply to GetManagedObjects.
 void readBluezObjects(sd_bus_message* message, BluezObjects& objects);
 /// "oa{sa{sv}}", the signal InterfacesAdded.
 void readBluezAdded(sd_bus_message* signal, BluezObjects& objects);
 /// "oas", the signal InterfacesRemoved.
 void readBluezRemoved(sd_bus_message* signal, BluezObjects& objects);
-/// "sa{sv}as", the signal PropertiesChanged of one object; of an object that is not known yet
-/// nothing is kept.
+/// "sa{sv}as", the signal PropertiesChanged of one object; ignored if the object is unknown.
 void readBluezChanged(sd_bus_message* signal, BluezObjects& objects);
 
 /// The first controller as the Bluetooth server describes it.
@@ -42,12 +41,12 @@ struct BluezController {
   bool powered = false;
   bool discoverable = false;
   bool connectable = false;
-  bool connected = false;  ///< one of its devices is
+  bool connected = false;  ///< one of its devices is connected
   bool operator==(const BluezController&) const = default;
 };
 
 /// Only newer versions of BlueZ report "Connectable". Without it a powered controller counts as
-/// connectable, which it is by BlueZ's own doing once a device is paired.
+/// connectable, because BlueZ makes it so once a device is paired.
 BluezController readBluezController(const BluezObjects& objects);
 
 }  // namespace zorva

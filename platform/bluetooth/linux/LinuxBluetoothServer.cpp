@@ -29,7 +29,7 @@ LinuxBluetoothServer::LinuxBluetoothServer(sd_event* event, LinuxBus& bus)
     update_.request();
   };
   registrations_.push_back(bus_.observeConnection([this, ownerChanged] {
-    restarted_ = true;  // another bus may give the same name again
+    restarted_ = true;  // another bus may assign the same name again
     ownerChanged();
   }));
   registrations_.push_back(bus_.observeService(bluez::kService, ownerChanged));
@@ -67,13 +67,13 @@ BluetoothServer::Status LinuxBluetoothServer::detachSession(Session& session) {
   return kNoHandle;
 }
 
-// Signals that were sent before the answer may still come after it; the last of them says what the
-// answer says.
+// Signals that were sent before the reply may still be delivered after it; the last of them agrees
+// with the reply.
 void LinuxBluetoothServer::readAll() {
   objects_.clear();
   const LinuxBus::Reply reply =
       bus_.call(bluez::kService, bluez::kManagerPath, kObjectManager, "GetManagedObjects");
-  // One that does not answer is read when it gives another sign of life.
+  // If the service does not reply, it is read at its next signal.
   ownerChanged_ = reply.outcome == LinuxBus::Outcome::Failed;
   std::string owner;
   if (reply.message) {
@@ -97,8 +97,8 @@ void LinuxBluetoothServer::update() {
   if (ownerChanged_) readAll();
   endSessions(std::exchange(restarted_, false));
   const BluezController before = std::exchange(controller_, readBluezController(objects_));
-  if (controller_.powered != before.powered) powerNews_.notify();
-  if (controller_ != before) deviceNews_.notify();
+  if (controller_.powered != before.powered) powerObservers_.notify();
+  if (controller_ != before) deviceObservers_.notify();
   if (!owner_.empty()) {
     for (const auto& client : Clients(clients_)) {
       if (client->session != 0) continue;
@@ -126,14 +126,14 @@ BluetoothServer::Status LinuxBluetoothServer::refusal(Device device) const {
 BluetoothServer::Status LinuxBluetoothServer::addLocalDeviceCallbacks(Device device,
                                                                       Changed changed,
                                                                       Registration& callbacks) {
-  callbacks = deviceNews_.add(std::move(changed));
+  callbacks = deviceObservers_.add(std::move(changed));
   return refusal(device);
 }
 
 BluetoothServer::Status LinuxBluetoothServer::registerForPowerUpdates(Device device,
                                                                       Changed changed,
                                                                       Registration& callbacks) {
-  callbacks = powerNews_.add(std::move(changed));
+  callbacks = powerObservers_.add(std::move(changed));
   return refusal(device);
 }
 

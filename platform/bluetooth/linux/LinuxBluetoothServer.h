@@ -14,17 +14,17 @@
 
 namespace zorva {
 
-/// The Bluetooth server is BlueZ (docs/linux-bluetooth-audio.md), followed by its signals, so that
-/// questions are answered without a call. It has one device, the first controller by its path.
+/// The Bluetooth server represents BlueZ (docs/linux-bluetooth-audio.md). Its state is updated by
+/// BlueZ's signals, so that queries need no call. It has one device, the first controller by path.
 ///
-/// Every request for a session is taken; it is attached as soon as BlueZ is on the bus. When that
-/// BlueZ goes, or another takes its place, the session has ended.
+/// Every request for a session is accepted; the session is attached as soon as BlueZ is on the bus.
+/// It ends when that BlueZ leaves the bus or is replaced.
 ///
-/// Callbacks for a controller that is not there yet are kept for when it is, beside the error that
-/// is answered: BlueZ comes up before its controllers do.
+/// A callback for a controller that does not exist yet returns an error, but is kept for the time
+/// when it does: BlueZ starts before its controllers appear.
 class LinuxBluetoothServer : public BluetoothServer {
  public:
-  /// Both outlive this.
+  /// Both must outlive this object.
   LinuxBluetoothServer(sd_event* event, LinuxBus& bus);
   LinuxBluetoothServer(const LinuxBluetoothServer&) = delete;
   LinuxBluetoothServer& operator=(const LinuxBluetoothServer&) = delete;
@@ -34,9 +34,9 @@ class LinuxBluetoothServer : public BluetoothServer {
   Status detachSession(Session& session) override;
   Status defaultLocalDevice(Session session, Device& device) override;
   Status addLocalDeviceCallbacks(Device device, Changed changed, Registration& callbacks) override;
-  /// Called when the controller is powered or not any more: what it uses is not reported.
+  /// Called when the controller's power changes; BlueZ does not report its energy use.
   Status registerForPowerUpdates(Device device, Changed changed, Registration& callbacks) override;
-  /// There is no other module than the controller; theirs are off.
+  /// Only the controller is a module here; all others are off.
   Status modulePower(Device device, Module module, std::uint32_t& state) override;
   Status discoverable(Device device, std::uint32_t& state) override;
   Status connectable(Device device, std::uint32_t& state) override;
@@ -59,15 +59,15 @@ class LinuxBluetoothServer : public BluetoothServer {
   void endSessions(bool all);
 
   LinuxBus& bus_;
-  std::string owner_;         ///< BlueZ's own name on its bus; empty while it is not there
+  std::string owner_;         ///< BlueZ's unique name on the bus; empty while it is absent
   bool ownerChanged_ = true;  ///< since the objects were read
   bool restarted_ = false;    ///< since the sessions were attached
   BluezObjects objects_;
   BluezController controller_;
   Session lastSession_ = 0;
   Clients clients_;
-  Observers<> deviceNews_;
-  Observers<> powerNews_;
+  Observers<> deviceObservers_;
+  Observers<> powerObservers_;
   CoalescedCall update_;
   std::vector<Registration> registrations_;
 };

@@ -8,10 +8,10 @@ namespace zorva {
 namespace {
 
 constexpr BluetoothServer::Device kController = 1;
-// What a fault answers that names nothing else.
+// The default result of a fault.
 constexpr std::int64_t kUsualError = 1;
 
-// true and false, or a state as the server has it.
+// true and false, or the server's own state as a number.
 std::uint32_t stateIn(const ScenarioNode& node) {
   if (node.text() == "true" || node.text() == "false") {
     return node.boolean() ? BluetoothServer::kStateOn : 0;
@@ -21,11 +21,12 @@ std::uint32_t stateIn(const ScenarioNode& node) {
 
 }  // namespace
 
-/// One who asked for a session.
+/// A client that requested a session.
 struct SimBluetoothServer::Client {
   Session session = 0;  ///< 0 until it is attached
   Observers<Session, std::int32_t, Status> events;
-  Registration turn;  ///< the next turn of the run loop, while something is to be delivered on it
+  // Set while an event is to be delivered in the next iteration of the run loop.
+  Registration turn;
 };
 
 SimBluetoothServer::SimBluetoothServer(SimParts& parts, RunLoop& runLoop)
@@ -87,13 +88,13 @@ BluetoothServer::Status SimBluetoothServer::attachSession(const std::string&,
   const auto client = std::make_shared<Client>();
   callbacks = client->events.add(std::move(handler));
   clients_.push_back(client);
-  if (running_) answerLater(client);
+  if (running_) replyLater(client);
   return 0;
 }
 
-void SimBluetoothServer::answerLater(const std::shared_ptr<Client>& client) {
+void SimBluetoothServer::replyLater(const std::shared_ptr<Client>& client) {
   client->turn = runLoop_.startTimer(0.0, [this, weak = std::weak_ptr(client)] {
-    if (const auto asker = weak.lock()) answer(asker);
+    if (const auto requester = weak.lock()) answer(requester);
   });
 }
 
@@ -113,7 +114,7 @@ BluetoothServer::Status SimBluetoothServer::detachSession(Session& session) {
   const auto client = clientOf(std::exchange(session, 0));
   if (!client) return kNoHandle;
   std::erase(clients_, client);
-  // The turn itself keeps the client until it has been notified.
+  // The timer's callback keeps the client alive until it has been notified.
   client->turn = runLoop_.startTimer(0.0, [client] {
     client->events.notify(client->session, kSessionTerminated, 0);
     client->turn.reset();
@@ -149,14 +150,14 @@ BluetoothServer::Status SimBluetoothServer::refusal(Device device, SimFaultPoint
 BluetoothServer::Status SimBluetoothServer::addLocalDeviceCallbacks(Device device, Changed changed,
                                                                     Registration& callbacks) {
   const Status refused = refusal(device, addLocalDeviceCallbacksFault_);
-  if (refused == 0) callbacks = deviceNews_.add(std::move(changed));
+  if (refused == 0) callbacks = deviceObservers_.add(std::move(changed));
   return refused;
 }
 
 BluetoothServer::Status SimBluetoothServer::registerForPowerUpdates(Device device, Changed changed,
                                                                     Registration& callbacks) {
   const Status refused = refusal(device, registerForPowerUpdatesFault_);
-  if (refused == 0) callbacks = powerNews_.add(std::move(changed));
+  if (refused == 0) callbacks = powerObservers_.add(std::move(changed));
   return refused;
 }
 
@@ -195,7 +196,7 @@ void SimBluetoothServer::setRunning(bool running) {
   running_ = running;
   // A callback may change the list.
   for (const auto& client : std::vector(clients_)) {
-    if (running && client->session == 0) answerLater(client);
+    if (running && client->session == 0) replyLater(client);
     if (running) continue;
     client->turn.reset();
     if (client->session == 0) continue;  // waits
@@ -212,7 +213,7 @@ void SimBluetoothServer::sendEvent(std::int32_t event) {
 
 void SimBluetoothServer::set(std::uint32_t& held, std::uint32_t state) {
   held = state;
-  deviceNews_.notify();
+  deviceObservers_.notify();
 }
 
 void SimBluetoothServer::setModulePower(Module module, std::uint32_t state) {
@@ -233,7 +234,7 @@ void SimBluetoothServer::setConnectionStatus(std::uint32_t state) {
 
 void SimBluetoothServer::usePower(std::uint32_t amount) {
   used_ += amount;
-  powerNews_.notify();
+  powerObservers_.notify();
 }
 
 }  // namespace zorva

@@ -13,8 +13,8 @@
 namespace zorva {
 
 /// The Bluetooth server with one controller: powered and connectable at first, without connections,
-/// its other modules off. A session is attached, or detached, on the next turn of the run loop; one
-/// that is asked for while the server is down is attached when it is back.
+/// its other modules off. A session is attached or detached in the next iteration of the run loop;
+/// one that is requested while the server is down is attached when it is back.
 class SimBluetoothServer : public BluetoothServer {
  public:
   SimBluetoothServer(SimParts& parts, RunLoop& runLoop);
@@ -31,24 +31,24 @@ class SimBluetoothServer : public BluetoothServer {
   Status connectionStatus(Device device, std::uint32_t& state) override;
   Status readPowerConsumption(Device device, std::uint32_t& value) override;
 
-  /// Down, it ends every session.
+  /// Stopping the server ends every session.
   void setRunning(bool running);
   /// Whether it has a controller.
   void setPresent(bool present) { present_ = present; }
   /// Sends an event to every session.
   void sendEvent(std::int32_t event);
-  /// The rest notifies the observers of the controller.
+  /// The functions below notify the observers of the controller.
   void setModulePower(Module module, std::uint32_t state);
   void setDiscoverable(std::uint32_t state);
   void setConnectable(std::uint32_t state);
   void setConnectionStatus(std::uint32_t state);
-  /// So much more power was used since the last reading, which notifies its observers.
+  /// Adds to the power used since the last reading, and notifies its observers.
   void usePower(std::uint32_t amount);
 
  private:
   struct Client;
 
-  void answerLater(const std::shared_ptr<Client>& client);
+  void replyLater(const std::shared_ptr<Client>& client);
   void answer(const std::shared_ptr<Client>& client);
   std::shared_ptr<Client> clientOf(Session session) const;
   Status refusal(Device device, SimFaultPoint& fault) const;
@@ -77,8 +77,8 @@ class SimBluetoothServer : public BluetoothServer {
   std::uint32_t used_ = 0;
   Session lastSession_ = 0;
   std::vector<std::shared_ptr<Client>> clients_;
-  Observers<> deviceNews_;
-  Observers<> powerNews_;
+  Observers<> deviceObservers_;
+  Observers<> powerObservers_;
 };
 
 }  // namespace zorva

@@ -4,7 +4,7 @@
 #include <string>
 #include <systemd/sd-bus.h>
 
-// What the readers of the services' messages share.
+// Helpers of the readers of the services' messages.
 namespace zorva {
 
 /// ".../Modem/2" before ".../Modem/10".
@@ -14,8 +14,8 @@ struct ObjectPathOrder {
   }
 };
 
-/// Enters a container of the message. False when the message has no such container here, or an
-/// array has no further element.
+/// Enters a container of the message. Returns false if there is no such container at this position,
+/// or if an array has no further element.
 inline bool enterContainer(sd_bus_message* message, char type, const char* contents) {
   return sd_bus_message_enter_container(message, type, contents) > 0;
 }

@@ -12,8 +12,8 @@ inline constexpr const char* kLoginService = "org.freedesktop.login1";
 inline constexpr const char* kLoginPath = "/org/freedesktop/login1";
 inline constexpr const char* kLoginManager = "org.freedesktop.login1.Manager";
 
-/// Asks for one property of an object. An answer stands at the property's content, of the D-Bus
-/// type `type`; one of another type is a failure.
+/// Reads one property of an object. The reply is positioned at the property's content, of the D-Bus
+/// type `type`; another type is a failure.
 inline LinuxBus::Reply getProperty(LinuxBus& bus, const char* service, const char* path,
                                    const char* interface, const char* name, const char* type) {
   LinuxBus::Reply reply = bus.call(

@@ -4,8 +4,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <utility>
+
+#include "platform/base/Descriptor.h"
+#include "platform/base/Text.h"
+#include "platform/kit/bus/EffectiveUser.h"
 
 namespace zorva {
 namespace {
@@ -56,6 +63,11 @@ struct SlotRelease {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
 
+bool isAbsence(const sd_bus_error* error) {
+  return sd_bus_error_has_name(error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
+         sd_bus_error_has_name(error, SD_BUS_ERROR_NAME_HAS_NO_OWNER);
+}
+
 }  // namespace
 
 struct LinuxBus::Match : std::enable_shared_from_this<Match> {
@@ -71,8 +83,26 @@ struct LinuxBus::Match : std::enable_shared_from_this<Match> {
   }
 };
 
+struct LinuxBus::Question : std::enable_shared_from_this<Question> {
+  Answered answered;
+  std::unique_ptr<sd_bus_slot, SlotRelease> slot;
+
+  static int received(sd_bus_message* answer, void* self, sd_bus_error*) {
+    const auto question = static_cast<Question*>(self)->shared_from_this();
+    const auto answered = std::exchange(question->answered, nullptr);
+    if (!answered) return 0;
+    if (const sd_bus_error* error = sd_bus_message_get_error(answer)) {
+      answered({isAbsence(error) ? Outcome::Absent : Outcome::Failed, nullptr});
+    } else {
+      answered({Outcome::Answered, BusMessage(sd_bus_message_ref(answer))});
+    }
+    return 0;
+  }
+};
+
 struct LinuxBus::Subscriptions {
   std::vector<std::shared_ptr<Match>> matches;
+  std::vector<std::shared_ptr<Question>> questions;
   bool left = false;  ///< to the end of the connection
 };
 
@@ -91,7 +121,23 @@ LinuxBus::LinuxBus(sd_event* event, std::string address, std::chrono::microsecon
       ended_(event, [this] { ended(); }),
       betweenEnds_(betweenEnds) {
   connect();
-  if (bus_) waitUntilReady();
+  LinuxBus* const self[] = {this};
+  // A bus that takes its time is left to the loop.
+  settle(
+      self, [this] { return !connecting(); }, timeLimit_);
+}
+
+LinuxBus::LinuxBus(sd_event* event, User user, const std::string& socket,
+                   std::chrono::microseconds timeLimit, std::chrono::microseconds betweenEnds)
+    : event_(event),
+      address_("unix:path=" + socket),
+      user_(user),
+      timeLimit_(timeLimit),
+      firstBetweenEnds_(betweenEnds),
+      subscriptions_(std::make_shared<Subscriptions>()),
+      ended_(event, [this] { ended(); }),
+      betweenEnds_(betweenEnds) {
+  connect();
 }
 
 LinuxBus::~LinuxBus() {
@@ -100,10 +146,15 @@ LinuxBus::~LinuxBus() {
     match->removed = true;
     match->slot.reset();
   }
+  for (const auto& question : subscriptions_->questions) question->slot.reset();
 }
 
 bool LinuxBus::connected() const {
   return bus_ && sd_bus_is_ready(bus_.get()) > 0;
+}
+
+bool LinuxBus::connecting() const {
+  return bus_ && sd_bus_is_open(bus_.get()) > 0 && !connected();
 }
 
 // Opens a connection; what follows comes from the loop. Negative when that fails: -ENOENT and
@@ -113,7 +164,7 @@ int LinuxBus::start() {
   if (const int made = sd_bus_new(&bus); made < 0) return made;
   BusPointer owned(bus);
   if (sd_bus_set_address(bus, address_.c_str()) < 0 || sd_bus_set_bus_client(bus, 1) < 0 ||
-      sd_bus_set_connected_signal(bus, 1) < 0 ||
+      (user_ && sd_bus_negotiate_fds(bus, 0) < 0) || sd_bus_set_connected_signal(bus, 1) < 0 ||
       sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(timeLimit_.count())) < 0 ||
       sd_bus_match_signal(bus, nullptr, kLocal, kLocalPath, kLocal, "Connected", onConnected,
                           this) < 0 ||
@@ -121,7 +172,7 @@ int LinuxBus::start() {
                           this) < 0) {
     return -EINVAL;
   }
-  if (const int started = sd_bus_start(bus); started < 0) return started;
+  if (const int started = user_ ? startAsUser(bus) : sd_bus_start(bus); started < 0) return started;
   if (const int attached = sd_bus_attach_event(bus, event_, SD_EVENT_PRIORITY_NORMAL);
       attached < 0) {
     return attached;
@@ -130,20 +181,42 @@ int LinuxBus::start() {
   return 0;
 }
 
-// Before the loop runs, so that a first snapshot sees the bus. A bus that takes its time is left to
-// the loop.
-void LinuxBus::waitUntilReady() {
-  const auto deadline = steady_clock::now() + timeLimit_;
+// The directory is the user's, and what root connects to must not be of the user's choice: so the
+// socket is opened without following a link, and connected to through its descriptor. The kernel
+// notes the caller's user when the connection is made, which happens in here.
+int LinuxBus::startAsUser(sd_bus* bus) {
+  const auto path = socketPath(address_);
+  const Descriptor socket(path ? ::open(path->c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC) : -1);
+  struct stat status;
+  if (!socket || ::fstat(socket.get(), &status) != 0) return -ENOENT;
+  if (!S_ISSOCK(status.st_mode) || status.st_uid != user_->id) return -EACCES;
+  const std::string address = formatText("unix:path=/proc/self/fd/%d", socket.get());
+  if (sd_bus_set_address(bus, address.c_str()) < 0) return -EINVAL;
+  const EffectiveUser user(user_->id);
+  return user.switched() ? sd_bus_start(bus) : -EPERM;
+}
+
+void LinuxBus::settle(std::span<LinuxBus* const> buses, const std::function<bool()>& condition,
+                      std::chrono::microseconds timeLimit) {
+  const auto deadline = steady_clock::now() + timeLimit;
   for (;;) {
-    const int processed = sd_bus_process(bus_.get(), nullptr);
-    if (processed > 0) continue;
-    if (processed < 0) return ended_.request();
+    std::vector<pollfd> descriptors;
+    for (LinuxBus* const each : buses) {
+      sd_bus* const bus = each->bus_.get();
+      int processed = bus != nullptr ? 1 : 0;
+      while (processed > 0 && steady_clock::now() < deadline) {
+        processed = sd_bus_process(bus, nullptr);
+      }
+      if (processed < 0) each->ended_.request();
+      if (bus == nullptr || processed < 0) continue;
+      const int events = sd_bus_get_events(bus);
+      descriptors.push_back({sd_bus_get_fd(bus), static_cast<short>(std::max(events, 0)), 0});
+    }
     const auto left =
         std::chrono::duration_cast<std::chrono::microseconds>(deadline - steady_clock::now());
-    if (connected() || left.count() <= 0 ||
-        sd_bus_wait(bus_.get(), static_cast<std::uint64_t>(left.count())) < 0) {
-      return;
-    }
+    if (condition() || left.count() <= 0 || descriptors.empty()) return;
+    const timespec wait{left.count() / 1'000'000, left.count() % 1'000'000 * 1000};
+    if (::ppoll(descriptors.data(), descriptors.size(), &wait, nullptr) < 0) return;
   }
 }
 
@@ -209,14 +282,17 @@ int LinuxBus::onDisconnected(sd_bus_message*, void* self, sd_bus_error*) {
 
 void LinuxBus::ended() {
   for (const auto& match : subscriptions_->matches) match->slot.reset();
+  for (const auto& question : subscriptions_->questions) question->slot.reset();
+  subscriptions_->questions.clear();
   bus_.reset();
   hangs_ = false;
   const auto now = steady_clock::now();
   const bool lasted = readySince_ && now - *readySince_ >= firstBetweenEnds_;
-  const bool soonAfterTheLast = lastEnd_ && now - *lastEnd_ < 2 * betweenEnds_;
+  // One that takes calls and never answers gives up by itself, but not soon.
+  const bool again = lastEnd_ && (!readySince_ || now - *lastEnd_ < 2 * betweenEnds_);
   lastEnd_ = now;
   readySince_.reset();
-  if (soonAfterTheLast && !lasted) {
+  if (again && !lasted) {
     backOff();
   } else {
     betweenEnds_ = firstBetweenEnds_;
@@ -287,12 +363,32 @@ LinuxBus::Reply LinuxBus::call(const char* service, const char* path, const char
   sd_bus_error error = SD_BUS_ERROR_NULL;
   sd_bus_message* answer = nullptr;
   const int called = sd_bus_call(bus_.get(), call.get(), 0, &error, &answer);
-  const bool absent = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
-                      sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) || !connected();
+  const bool absent = isAbsence(&error) || !connected();
   sd_bus_error_free(&error);
   if (called == -ETIMEDOUT && connected()) checkForHang();
   if (called < 0) return {absent ? Outcome::Absent : Outcome::Failed, nullptr};
   return {Outcome::Answered, BusMessage(answer)};
+}
+
+Registration LinuxBus::ask(const char* service, const char* path, const char* interface,
+                           const char* member, Answered answered, const Arguments& arguments) {
+  if (!connected()) return {};
+  const BusMessage call = makeCall(service, path, interface, member, arguments);
+  const auto question = std::make_shared<Question>();
+  question->answered = std::move(answered);
+  sd_bus_slot* slot = nullptr;
+  if (!call ||
+      sd_bus_call_async(bus_.get(), &slot, call.get(), Question::received, question.get(), 0) < 0) {
+    return {};
+  }
+  question->slot.reset(slot);
+  std::erase_if(subscriptions_->questions, [](const auto& each) { return !each->answered; });
+  subscriptions_->questions.push_back(question);
+  return Registration([subscriptions = subscriptions_, question] {
+    question->answered = nullptr;
+    question->slot.reset();
+    std::erase(subscriptions->questions, question);
+  });
 }
 
 Registration LinuxBus::observeConnection(std::function<void()> changed) {

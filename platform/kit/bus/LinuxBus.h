@@ -5,7 +5,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <sys/types.h>
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 #include <vector>
@@ -22,7 +24,7 @@ struct BusMessageRelease {
 };
 using BusMessage = std::unique_ptr<sd_bus_message, BusMessageRelease>;
 
-/// The process's one connection to the system bus.
+/// The process's one connection to the system bus, or to the bus of one user.
 ///
 /// An absent bus is no failure: calls answer that what they want is absent, and the connection is
 /// made when the bus appears, or appears again. Signal matches and observers last over all of that.
@@ -43,12 +45,25 @@ class LinuxBus {
   explicit LinuxBus(sd_event* event, std::string address = systemAddress(),
                     std::chrono::microseconds timeLimit = kTimeLimit,
                     std::chrono::microseconds betweenEnds = kBetweenEnds);
+
+  struct User {
+    uid_t id;
+  };
+  /// The bus of a user, at the path of its socket. It is connected to as that user, which root may:
+  /// such a bus refuses others. A socket of another owner, or a link to one, is no bus. What the
+  /// user controls may never reply, so the constructor does not wait, and neither should callers:
+  /// see ask() and settle(). File descriptors are not accepted from it.
+  LinuxBus(sd_event* event, User user, const std::string& socket,
+           std::chrono::microseconds timeLimit = kTimeLimit,
+           std::chrono::microseconds betweenEnds = kBetweenEnds);
   LinuxBus(const LinuxBus&) = delete;
   LinuxBus& operator=(const LinuxBus&) = delete;
   ~LinuxBus();
 
   /// Whether calls can be made.
   bool connected() const;
+  /// Whether a connection is being made.
+  bool connecting() const;
 
   enum class Outcome {
     Answered,
@@ -70,6 +85,18 @@ class LinuxBus {
   void send(const char* service, const char* path, const char* interface, const char* member,
             const Arguments& arguments = {});
 
+  using Answered = std::function<void(Reply)>;
+  /// Calls the method and calls back with its answer, once and never from in here, unless the
+  /// registration is dropped before or the connection ends; without a connection the registration
+  /// is empty. Never starts a service that does not run.
+  Registration ask(const char* service, const char* path, const char* interface, const char* member,
+                   Answered answered, const Arguments& arguments = {});
+
+  /// Before the loop runs, so that a first snapshot sees the buses: delivers what comes from them
+  /// until the condition holds, or for the time limit.
+  static void settle(std::span<LinuxBus* const> buses, const std::function<bool()>& condition,
+                     std::chrono::microseconds timeLimit);
+
   /// Calls back from the event loop whenever the connection was made or lost, or answers again
   /// after it did not; not for a connection that stands already. On a new one the matches are in
   /// force by then.
@@ -89,6 +116,7 @@ class LinuxBus {
 
  private:
   struct Match;
+  struct Question;
   // Shared with the registrations, which may be dropped after the bus.
   struct Subscriptions;
   struct BusRelease {
@@ -97,7 +125,7 @@ class LinuxBus {
   using BusPointer = std::unique_ptr<sd_bus, BusRelease>;
 
   int start();
-  void waitUntilReady();
+  int startAsUser(sd_bus* bus);
   void connect();
   void connectLater(std::chrono::microseconds delay);
   void backOff();
@@ -114,6 +142,7 @@ class LinuxBus {
 
   sd_event* event_;
   std::string address_;
+  std::optional<User> user_;
   std::chrono::microseconds timeLimit_;
   std::chrono::microseconds firstBetweenEnds_;
   std::shared_ptr<Subscriptions> subscriptions_;

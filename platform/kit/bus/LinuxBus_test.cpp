@@ -12,7 +12,7 @@
 namespace zorva {
 namespace {
 
-TEST(LinuxBus, OneThatAcceptsAndSaysNothingIsLeftToTheLoop) {
+TEST(LinuxBus, ASilentBusIsLeftToTheLoop) {
   const LoopForTest loop;
   PrivateBusForTest started;
   started.start();
@@ -25,13 +25,13 @@ TEST(LinuxBus, OneThatAcceptsAndSaysNothingIsLeftToTheLoop) {
             LinuxBus::Outcome::Absent);
   loop.drain();
 
-  // It goes away, and a better one takes its place.
+  // It ends, and a working bus replaces it.
   started.stop();
   started.start();
   loop.runUntil([&] { return bus.connected(); });
 }
 
-TEST(LinuxBus, OneThatHangsIsNotWaitedForAgainUntilItAnswers) {
+TEST(LinuxBus, AHangingBusIsNotCalledUntilItReplies) {
   const LoopForTest loop;
   PrivateBusForTest started;
   started.start();
@@ -54,7 +54,7 @@ TEST(LinuxBus, OneThatHangsIsNotWaitedForAgainUntilItAnswers) {
   EXPECT_EQ(ask(), LinuxBus::Outcome::Answered);
 }
 
-TEST(LinuxBus, OneThatDropsItsCallersIsCalledLessAndLessOften) {
+TEST(LinuxBus, ABusThatDropsItsClientsIsCalledLessAndLessOften) {
   using std::chrono::milliseconds;
   LoopForTest loop;
   const DirectoryForTest directory;
@@ -71,7 +71,7 @@ TEST(LinuxBus, OneThatDropsItsCallersIsCalledLessAndLessOften) {
     const Descriptor dropped(accept(listener.get(), nullptr, nullptr));
     ++calls;
   });
-  // Twice at once, then after 250, 500 and 1000 milliseconds; each timer may be 250 late.
+  // Twice immediately, then after 250, 500 and 1000 milliseconds; each timer may fire 250 ms late.
   const auto start = std::chrono::steady_clock::now();
   loop.runUntil([&] { return calls == 5; });
   EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(1700));

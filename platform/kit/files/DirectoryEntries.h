@@ -7,16 +7,19 @@
 #include <dirent.h>
 #include <span>
 #include <string_view>
+#include <type_traits>
 
 #include "platform/base/Text.h"
 
 namespace zorva {
 
-/// Calls back with the name of every entry but "." and "..", from where the directory was read to
-/// up to its end; returns 0 or an error number. The buffer must be aligned as dirent64 is.
+/// Calls back with the name of every entry except "." and "..", from the directory's current read
+/// position to its end. Returns 0 or an error number. The buffer must be aligned like dirent64.
 ///
-/// Only an empty reply is the end: where a signal is pending, the kernel returns fewer entries than
+/// Only an empty result is the end: if a signal is pending, the kernel returns fewer entries than
 /// fit, or none with EINTR.
+///
+/// A callback with a second parameter also gets the entry's type, DT_DIR and the like.
 template <typename Visit>
 int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
   for (;;) {
@@ -26,14 +29,20 @@ int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
     for (ssize_t at = 0; at < length;) {
       const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
       const char* const name = entry->d_name;
-      if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) visit(name);
+      if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) {
+        if constexpr (std::is_invocable_v<Visit, const char*, unsigned char>) {
+          visit(name, entry->d_type);
+        } else {
+          visit(name);
+        }
+      }
       at += entry->d_reclen;
     }
   }
 }
 
-/// The same for the entries that are named by a number, as procfs names processes, threads and
-/// descriptors: with the number and the name.
+/// The same for entries whose name is a number, such as processes, threads and descriptors in
+/// procfs: with the number and the name.
 template <typename Visit>
 int forEachNumberedEntry(int directory, std::span<char> buffer, Visit visit) {
   return forEachEntry(directory, buffer, [&](const char* name) {

@@ -14,8 +14,7 @@ namespace {
 
 constexpr std::string_view kPipeSuffix = ".ref";
 
-// The value of an assignment without its quotes, in which a backslash makes the next byte stand for
-// itself.
+// The value of an assignment without its quotes; inside them, a backslash escapes the next byte.
 std::string unquoted(std::string_view value) {
   if (value.size() < 2 || value.front() != '"' || value.back() != '"') return std::string(value);
   value = value.substr(1, value.size() - 2);
@@ -27,7 +26,7 @@ std::string unquoted(std::string_view value) {
   return text;
 }
 
-// Undoes the escapes of a C string: letters for control characters, three octal digits for bytes.
+// Decodes the escapes of a C string: letters for control characters, three octal digits for bytes.
 std::string unescaped(std::string_view value) {
   constexpr std::string_view kLetters = "abfnrtv";
   constexpr std::string_view kMeanings = "\a\b\f\n\r\t\v";

@@ -16,15 +16,15 @@
 #include "platform/base/Descriptor.h"
 #include "platform/base/Text.h"
 
-// The kernel's attributes: files of one page at most, read anew each time.
+// The kernel's attributes: files of at most one page, read at each call.
 namespace zorva {
 
-/// Reads one attribute of a device by its name; nothing when the device has no such attribute or
+/// Reads one attribute of a device by its name; nothing if the device has no such attribute or
 /// cannot report it now.
 using SysfsAttributes = std::function<std::optional<std::string>(const std::string& name)>;
 
-/// The attribute's bytes, at most a page of them, without the blanks, line ends and NULs around
-/// them; nothing when it cannot be read.
+/// The attribute's bytes, at most a page, without surrounding blanks, line ends and NULs; nothing
+/// if it cannot be read.
 inline std::optional<std::string> readAttribute(const std::string& path) {
   using namespace std::string_view_literals;
   constexpr std::string_view kAround = " \t\r\n\0"sv;
@@ -39,17 +39,17 @@ inline std::optional<std::string> readAttribute(const std::string& path) {
   return text;
 }
 
-/// A whole decimal number of 64 bits, or nothing.
+/// A 64-bit decimal integer, or nothing.
 inline std::optional<std::int64_t> wholeNumber(const std::optional<std::string>& text) {
   return text ? parseNumber<std::int64_t>(*text) : std::nullopt;
 }
 
-/// The attribute as a whole number, nothing when it is none.
+/// The attribute as an integer; nothing if it is not one.
 inline std::optional<std::int64_t> readNumber(const std::string& path) {
   return wholeNumber(readAttribute(path));
 }
 
-/// The names in the directory, sorted; none when it cannot be read.
+/// The names in the directory, sorted; empty if it cannot be read.
 inline std::vector<std::string> entryNames(const std::string& directory) {
   std::vector<std::string> names;
   std::error_code error;

@@ -7,7 +7,7 @@ namespace zorva {
 namespace {
 
 int dispatch(sd_event_source*, void* call) {
-  // A copy, as the call may destroy its owner.
+  // A copy, because the call may destroy its owner.
   const auto copy = *static_cast<std::function<void()>*>(call);
   copy();
   return 0;
@@ -20,7 +20,7 @@ CoalescedCall::CoalescedCall(sd_event* event, std::function<void()> call) : call
   if (sd_event_add_defer(event, &source, dispatch, &call_) < 0) return;
   source_.reset(source);
   sd_event_source_set_enabled(source, SD_EVENT_OFF);
-  // After the sources of ordinary priority, which may ask again.
+  // After the sources of normal priority, which may request the call again.
   sd_event_source_set_priority(source, SD_EVENT_PRIORITY_NORMAL + 1);
 }
 

@@ -11,18 +11,19 @@ struct EventSourceRelease {
   void operator()(sd_event_source* source) const { sd_event_source_disable_unref(source); }
 };
 
-/// Owns a source of the event loop. Dropping it ends the source at once, also from its own handler.
+/// Owns a source of the event loop. Destroying it disables the source at once, even from its own
+/// handler.
 using EventSource = std::unique_ptr<sd_event_source, EventSourceRelease>;
 
-/// One call for any number of requests: it is made when the loop has delivered everything else that
-/// was ready, so that a burst of events is answered once.
+/// Makes one call for any number of requests, after the loop has delivered all other ready events,
+/// so that a burst of events is handled once.
 class CoalescedCall {
  public:
   CoalescedCall(sd_event* event, std::function<void()> call);
-  CoalescedCall(const CoalescedCall&) = delete;  // the loop holds its address
+  CoalescedCall(const CoalescedCall&) = delete;  // the loop keeps its address
   CoalescedCall& operator=(const CoalescedCall&) = delete;
 
-  /// Asks for the call. It comes from the loop, never from in here.
+  /// Requests the call. It is made from the loop, never from inside this function.
   void request();
 
  private:

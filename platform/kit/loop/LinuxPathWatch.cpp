@@ -12,16 +12,16 @@ namespace zorva {
 namespace {
 
 constexpr int kMaxLinks = 40;  // the kernel's own limit
-// The way may change while its watches are laid; then they are laid again.
+// If the path changes while its watches are added, they are added again.
 constexpr int kMaxRounds = 8;
 
 constexpr std::uint32_t kEntryEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
-// Attributes: a socket is given its mode when it is ready for callers.
+// IN_ATTRIB: a socket gets its mode when it is ready for clients.
 constexpr std::uint32_t kWriteEvents = IN_CLOSE_WRITE | IN_ATTRIB;
 constexpr std::uint32_t kSelfEvents = IN_DELETE_SELF | IN_MOVE_SELF;
-// libsystemd before 258 never ends on an event that none of the sources left on a directory asks
-// for: one that was for a source just dropped. So those that ask for less have a queue of their
-// own, which a priority of their own gives them.
+// libsystemd before 258 loops forever on a pending event of a directory if none of its remaining
+// sources subscribes to it, because the source that did was just removed. So sources with fewer
+// events get an inotify queue of their own, by a priority of their own.
 constexpr std::int64_t kContentsPriority = SD_EVENT_PRIORITY_NORMAL - 1;
 
 std::deque<std::string> components(const std::filesystem::path& path) {
@@ -41,7 +41,7 @@ LinuxPathWatch::LinuxPathWatch(sd_event* event, std::string path, Of of,
   follow();
 }
 
-std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOnTheWay() const {
+std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOfPath() const {
   std::vector<Place> places;
   std::deque<std::string> ahead = components(path_);
   std::filesystem::path directory = "/";
@@ -77,7 +77,7 @@ std::vector<LinuxPathWatch::Place> LinuxPathWatch::placesOnTheWay() const {
 
 void LinuxPathWatch::follow() {
   for (int round = 0; round < kMaxRounds; ++round) {
-    const std::vector<Place> wanted = placesOnTheWay();
+    const std::vector<Place> wanted = placesOfPath();
     if (std::equal(
             wanted.begin(), wanted.end(), watched_.begin(), watched_.end(),
             [](const Place& place, const auto& watched) { return place == watched->place; })) {

@@ -12,28 +12,28 @@
 
 namespace zorva {
 
-/// Watches for changes of what a path leads to, also while it leads nowhere yet.
+/// Watches a path for changes of the entry to which it resolves, even if it does not exist yet.
 ///
-/// Every symbolic link on the way is watched where it stands, so that a replaced link counts, as
-/// does a file or directory that is created, replaced by a rename, written and closed, or removed.
-/// Only directories that can change the outcome are watched: the one that holds the last entry, the
-/// ones that hold links, and where the way is broken off, the last one there is. (A directory in
-/// the middle of the way that is renamed as a whole goes unnoticed.)
+/// Every symbolic link on the path is watched in its directory. A change is a link that is
+/// replaced, or a file or directory that is created, replaced by a rename, written and closed, or
+/// removed. Only directories that can change the result are watched: the one that contains the last
+/// entry, those that contain links, and, if the path does not exist, its last existing directory.
+/// (If a directory in the middle of the path is renamed, that is not noticed.)
 class LinuxPathWatch {
  public:
   enum class Of {
-    Entry,     ///< the path's last entry and what is written into it
-    Contents,  ///< entries appearing in the directory at the path, and disappearing
+    Entry,     ///< the path's last entry and writes to it
+    Contents,  ///< entries that appear in or disappear from the directory at the path
   };
 
-  /// Calls back from the event loop, once per event; callers that are slow coalesce. The callback
-  /// may destroy the watch.
+  /// Calls back from the event loop, once per event; slow callers must coalesce. The callback may
+  /// destroy the watch.
   LinuxPathWatch(sd_event* event, std::string path, Of of, std::function<void()> changed);
   LinuxPathWatch(const LinuxPathWatch&) = delete;
   LinuxPathWatch& operator=(const LinuxPathWatch&) = delete;
 
  private:
-  /// A directory and the entry in it that matters; no name: all of them.
+  /// A directory and the relevant entry in it; an empty name means all entries.
   using Place = std::pair<std::string, std::string>;
   struct Watched {
     LinuxPathWatch* owner;
@@ -41,7 +41,7 @@ class LinuxPathWatch {
     EventSource source;
   };
 
-  std::vector<Place> placesOnTheWay() const;
+  std::vector<Place> placesOfPath() const;
   void follow();
   static int placeChanged(sd_event_source*, const struct inotify_event* event, void* watched);
 

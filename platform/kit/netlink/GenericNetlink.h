@@ -17,21 +17,21 @@ struct GenericMessage {
   std::uint8_t command = 0;
   NetlinkAttributes attributes;
 };
-/// Nothing when the message has no room for the header.
+/// Nothing if the message is too short for the header.
 std::optional<GenericMessage> genericMessageIn(const nlmsghdr& message);
 
-/// The kernel's numbers for a family of generic netlink messages, and for its multicast groups.
+/// The kernel's ids of a generic netlink family and of its multicast groups.
 struct GenericFamily {
   std::uint16_t id = 0;
   std::map<std::string, std::uint32_t> groups;
   bool operator==(const GenericFamily&) const = default;
 };
-/// Nothing when the message describes none.
+/// Nothing if the message does not describe a family.
 std::optional<GenericFamily> genericFamilyIn(const nlmsghdr& message);
-/// Asks the kernel. Refused: it does not have the family. GoesOn: it did not answer.
+/// Queries the kernel. Refused: it does not have the family. Incomplete: it did not reply.
 NetlinkAnswer findGenericFamily(const std::string& name, std::optional<GenericFamily>& family);
 
-/// A generic netlink request, put together attribute by attribute.
+/// A generic netlink request, built attribute by attribute.
 class GenericRequest {
  public:
   GenericRequest(std::uint16_t family, std::uint16_t flags, std::uint8_t command);
@@ -40,7 +40,7 @@ class GenericRequest {
   GenericRequest& with(std::uint16_t type, std::uint32_t value) {
     return with(type, &value, sizeof value);
   }
-  /// As NetlinkSocket::request(), on a socket of its own.
+  /// Like NetlinkSocket::request(), on a socket of its own.
   NetlinkAnswer send(const NetlinkReader::Each& each, const std::function<void()>& again = {});
 
  private:

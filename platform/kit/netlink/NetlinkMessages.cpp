@@ -71,7 +71,7 @@ NetlinkAnswer NetlinkReader::read(std::span<const std::uint8_t> datagram, const 
     }
     if (message->nlmsg_type >= NLMSG_MIN_TYPE) each(*message);
   }
-  return NetlinkAnswer::GoesOn;
+  return NetlinkAnswer::Incomplete;
 }
 
 }  // namespace zorva

@@ -10,7 +10,7 @@
 
 namespace zorva {
 
-/// The attributes of a netlink message. One that is cut off ends them.
+/// The attributes of a netlink message. A truncated one ends them.
 class NetlinkAttributes {
  public:
   using Content = std::span<const std::uint8_t>;
@@ -18,9 +18,9 @@ class NetlinkAttributes {
   explicit NetlinkAttributes(Content bytes) : bytes_(bytes) {}
 
   void each(const std::function<void(int type, Content content)>& each) const;
-  /// The last one of the type.
+  /// The last attribute of the type.
   std::optional<Content> find(int type) const;
-  /// The 32-bit number that it begins with.
+  /// The 32-bit number at its start.
   std::optional<std::uint32_t> number(int type) const;
   /// Up to its NUL, if it has one.
   std::optional<std::string> text(int type) const;
@@ -29,28 +29,28 @@ class NetlinkAttributes {
   Content bytes_;
 };
 
-/// What follows the message's own header of that size; nothing when the message has no room for it.
+/// The attributes after the message's own header of that size; empty if the message is too short.
 std::optional<NetlinkAttributes> attributesAfter(const nlmsghdr& message, std::size_t header);
 
-/// How far a datagram brought an answer.
+/// The state of a reply after a datagram.
 enum class NetlinkAnswer {
-  GoesOn,  ///< its end has not come
+  Incomplete,  ///< its end has not arrived
   Done,
-  Interrupted,  ///< whole, but what is listed changed while the kernel listed it
-  Refused,      ///< the kernel refused the request, or what it sent does not read as an answer
+  Interrupted,  ///< complete, but the listed objects changed while the kernel listed them
+  Refused,      ///< the kernel refused the request, or its reply is malformed
 };
 
-/// Reads the datagrams of one answer.
+/// Reads the datagrams of one reply.
 class NetlinkReader {
  public:
   using Each = std::function<void(const nlmsghdr& message)>;
 
-  /// Messages with another sequence number belong to an earlier request and are skipped; 0 takes
+  /// Messages with another sequence number belong to an earlier request and are skipped; 0 accepts
   /// every message.
   explicit NetlinkReader(std::uint32_t sequence = 0) : sequence_(sequence) {}
 
-  /// Hands over each whole message, up to the one that ends the answer. The bytes are aligned as
-  /// messages are.
+  /// Calls back with each complete message, up to the one that ends the reply. The bytes are
+  /// aligned like messages.
   NetlinkAnswer read(std::span<const std::uint8_t> datagram, const Each& each);
 
  private:

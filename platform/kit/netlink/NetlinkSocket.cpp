@@ -43,12 +43,12 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
   kernel.nl_family = AF_NETLINK;
   if (!socket_ || ::sendto(socket_.get(), request.data(), request.size(), 0,
                            reinterpret_cast<sockaddr*>(&kernel), sizeof kernel) < 0) {
-    return NetlinkAnswer::GoesOn;
+    return NetlinkAnswer::Incomplete;
   }
-  // Not cleared: that would cost more than the rest of a request.
+  // Not initialised: that would cost more than the rest of a request.
   if (!buffer_) buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMaxDatagram);
   NetlinkReader reader(sequence_);
-  // An answer that keeps coming ends, too: each datagram within a second is no limit yet.
+  // An endless reply ends, too: a limit of a second per datagram is not enough.
   const auto limit = SteadyClock::now() + kLimit;
   do {
     sockaddr_nl sender{};
@@ -56,7 +56,7 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
     const ssize_t length = ::recvfrom(socket_.get(), buffer_.get(), kMaxDatagram, MSG_TRUNC,
                                       reinterpret_cast<sockaddr*>(&sender), &size);
     if (length < 0 && errno == EINTR) continue;
-    if (length < 0) return NetlinkAnswer::GoesOn;
+    if (length < 0) return NetlinkAnswer::Incomplete;
     if (length == 0 || static_cast<std::size_t>(length) > kMaxDatagram) {
       return NetlinkAnswer::Refused;
     }
@@ -67,9 +67,9 @@ NetlinkAnswer NetlinkSocket::request(std::span<std::uint8_t> request,
       again();
       return this->request(request, each);
     }
-    if (answer != NetlinkAnswer::GoesOn) return answer;
+    if (answer != NetlinkAnswer::Incomplete) return answer;
   } while (SteadyClock::now() < limit);
-  return NetlinkAnswer::GoesOn;
+  return NetlinkAnswer::Incomplete;
 }
 
 Descriptor openNetlink(int protocol, const std::vector<std::uint32_t>& groups) {

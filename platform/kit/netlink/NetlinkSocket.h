@@ -12,25 +12,26 @@
 
 namespace zorva {
 
-/// A socket for requests to the kernel, one after the other.
+/// A socket for requests to the kernel, one at a time.
 class NetlinkSocket {
  public:
-  /// One of the NETLINK_ protocols. Without the protocol, or a descriptor for the socket, no
-  /// request is answered.
+  /// One of the NETLINK_ protocols. If the kernel lacks the protocol, or no descriptor is free,
+  /// every request fails.
   explicit NetlinkSocket(int protocol);
 
-  /// Sends the request, one whole netlink message whose length and sequence number are set here,
-  /// and hands over each message of the kernel's answer up to its end. A request that is no dump
-  /// asks for an acknowledgement (NLM_F_ACK).
+  /// Sends the request, one complete netlink message whose length and sequence number are set here,
+  /// and calls back with each message of the kernel's reply. A request that is not a dump must
+  /// request an acknowledgement (NLM_F_ACK).
   ///
-  /// GoesOn: the answer did not end within a second, or a system call failed; what came until then
-  /// was handed over. The second begins when the kernel has taken the request. That may take
-  /// longer: while another process changes many links, the kernel's routing and wireless sockets
-  /// wait inside the system call, where no limit holds. What must be quick, such as the way to
-  /// sleep, asks only NETLINK_SOCK_DIAG, which waits for none of them.
+  /// Incomplete: the reply did not end within a second, or a system call failed; the messages
+  /// received until then were delivered. The second begins when the kernel has accepted the
+  /// request. That may take longer: while another process changes many links, the kernel's routing
+  /// and wireless sockets wait inside the system call, where the limit does not apply. Code that
+  /// must be quick, such as the path to sleep, uses only NETLINK_SOCK_DIAG, which does not wait for
+  /// them.
   ///
-  /// A dump is requested once more if what it lists changed meanwhile and there is an `again`,
-  /// which drops what was handed over.
+  /// If the listed objects changed during a dump and there is an `again`, which discards the
+  /// messages delivered so far, the dump is requested once more.
   NetlinkAnswer request(std::span<std::uint8_t> request, const NetlinkReader::Each& each,
                         const std::function<void()>& again = {});
 
@@ -42,8 +43,7 @@ class NetlinkSocket {
   std::unique_ptr<std::uint8_t[]> buffer_;  ///< from the first request on
 };
 
-/// A socket that hears the multicast groups, and does not wait; none when there is no such
-/// protocol.
+/// A non-blocking socket that receives the multicast groups; invalid if there is no such protocol.
 Descriptor openNetlink(int protocol, const std::vector<std::uint32_t>& groups);
 
 }  // namespace zorva

@@ -6,7 +6,7 @@
 #include <memory>
 #include <systemd/sd-event.h>
 
-#include "platform/kit/loop/EventSources.h"
+#include "platform/kit/loop/ClockJumps.h"
 
 namespace zorva {
 
@@ -19,17 +19,14 @@ class ClockSetWatch {
   static std::unique_ptr<ClockSetWatch> make(sd_event* event, std::function<void()> set);
   ClockSetWatch(const ClockSetWatch&) = delete;
   ClockSetWatch& operator=(const ClockSetWatch&) = delete;
-  ~ClockSetWatch();
 
  private:
-  ClockSetWatch(int timer, std::function<void()> set);
-  bool arm() const;
-  static int timerChanged(sd_event_source*, int, std::uint32_t, void* self);
+  explicit ClockSetWatch(std::function<void()> set);
+  void clockJumped();
 
-  int timer_;
   std::function<void()> set_;
   std::int64_t offset_;  ///< of the wall clock from the time since boot, in nanoseconds
-  EventSource source_;
+  std::unique_ptr<ClockJumpWatch> jumps_;
 };
 
 }  // namespace zorva

@@ -19,7 +19,7 @@ LinuxLocaleInformation::LinuxLocaleInformation(sd_event* event, const Clock& clo
     fileWatches_.emplace_back(event, path, LinuxPathWatch::Of::Entry,
                               [this] { filesChanged_.request(); });
   }
-  // After the watches are laid, so that no change is missed.
+  // After the watches are added, so that no change is missed.
   readSettings();
   reported_ = {settings_.locale, settings_.zone, timeZoneMark(paths_)};
 }
@@ -61,7 +61,7 @@ Registration LinuxLocaleInformation::observe(Change change, std::function<void()
 
 void LinuxLocaleInformation::filesChanged() {
   readSettings();
-  const Told before =
+  const Reported before =
       std::exchange(reported_, {settings_.locale, settings_.zone, timeZoneMark(paths_)});
   const bool locale = before.locale != reported_.locale;
   const bool zone = before.zone != reported_.zone || before.zoneMark != reported_.zoneMark;

@@ -21,11 +21,11 @@
 
 namespace zorva {
 
-/// The locale and time zone that the system's files set (docs/linux-locale.md), followed as the
-/// files change.
+/// The locale and time zone according to the system's files (docs/linux-locale.md), updated when
+/// they change.
 class LinuxLocaleInformation : public LocaleInformation {
  public:
-  /// The event loop and the clock outlive this.
+  /// The event loop and the clock must outlive this object.
   LinuxLocaleInformation(sd_event* event, const Clock& clock, LocalePaths paths = {});
 
   /// The locale's identifier, read now.
@@ -40,13 +40,13 @@ class LinuxLocaleInformation : public LocaleInformation {
   /// The name of the time zone ("Europe/Berlin"), read now.
   std::string zoneId();
 
-  /// identifier() and zoneId() without any system call: as last read, which happened after the last
-  /// change that the event loop has delivered. For every entry of the log.
+  /// identifier() and zoneId() as last read, without a system call; they are read after each change
+  /// that the event loop delivers. Used for every entry of the log.
   const DateSettings& settings() const { return settings_; }
 
  private:
   /// What the observers know, which may be older than what was read for a snapshot.
-  struct Told {
+  struct Reported {
     std::string locale;
     std::string zone;
     std::string zoneMark;
@@ -59,7 +59,7 @@ class LinuxLocaleInformation : public LocaleInformation {
   const Clock& clock_;
   LocalePaths paths_;
   DateSettings settings_;
-  Told reported_;
+  Reported reported_;
   std::map<Change, Observers<>> observers_;
   CoalescedCall filesChanged_;
   std::list<LinuxPathWatch> fileWatches_;

@@ -21,7 +21,7 @@ bool isAlphanumeric(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
-bool isMadeOf(std::string_view text, std::string_view punctuation) {
+bool consistsOf(std::string_view text, std::string_view punctuation) {
   return !text.empty() && text.size() <= kMaxNameLength &&
          std::all_of(text.begin(), text.end(), [&](char c) {
            return isAlphanumeric(c) || punctuation.find(c) != punctuation.npos;
@@ -29,15 +29,14 @@ bool isMadeOf(std::string_view text, std::string_view punctuation) {
 }
 
 bool isZoneName(std::string_view name) {
-  return isMadeOf(name, "_+-/") && name.front() != '/' && name.back() != '/';
+  return consistsOf(name, "_+-/") && name.front() != '/' && name.back() != '/';
 }
 
-// "en_US.UTF-8@euro" without what follows the language, script and country; empty when that is
-// no identifier.
+// The language, script and country of "en_US.UTF-8@euro"; empty if they are not an identifier.
 std::string identifierOf(std::string_view locale) {
   locale = locale.substr(0, locale.find_first_of(".@"));
   if (locale == "C" || locale == "POSIX") return kPosixLocale;
-  return isMadeOf(locale, "_-") ? std::string(locale) : std::string();
+  return consistsOf(locale, "_-") ? std::string(locale) : std::string();
 }
 
 std::string environment(const char* name) {
@@ -65,7 +64,7 @@ std::string assignedIn(const std::string& path, std::string_view variable) {
   return value;
 }
 
-// The zone that a path lies at, or leads to through links, below a directory "zoneinfo".
+// The zone at a path, or at the target of its links, below a directory "zoneinfo".
 std::string zoneAt(std::filesystem::path path) {
   constexpr std::string_view kDirectory = "zoneinfo/";
   for (int links = 0; links <= kMaxLinks; ++links) {
@@ -85,7 +84,7 @@ std::string zoneAt(std::filesystem::path path) {
   return {};
 }
 
-// What TZ says, if it names a zone and no rule of its own.
+// The value of TZ, if it is a zone's name and not a rule.
 std::string zoneOfEnvironment(const LocalePaths& paths) {
   const char* setting = std::getenv("TZ");
   if (!setting) return {};

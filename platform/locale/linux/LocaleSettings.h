@@ -5,7 +5,7 @@
 
 namespace zorva {
 
-/// The files that say which locale and time zone the system has.
+/// The files that define the system's locale and time zone.
 struct LocalePaths {
   std::string localeConf = "/etc/locale.conf";
   std::string defaultLocale = "/etc/default/locale";
@@ -15,13 +15,13 @@ struct LocalePaths {
 };
 
 /// The locale's identifier without character set and modifier ("en_US"); "en_US_POSIX" is the C
-/// locale. docs/linux-locale.md says which setting counts.
+/// locale. docs/linux-locale.md lists the settings in their order.
 std::string readLocaleIdentifier(const LocalePaths& paths);
 
-/// The name of the system time zone ("Europe/Berlin"); "UTC" when it has none.
+/// The name of the system time zone ("Europe/Berlin"); "UTC" if it has none.
 std::string readTimeZone(const LocalePaths& paths);
 
-/// What differs whenever the system's zone file was replaced, also under the same name.
+/// A value that changes whenever the system's zone file is replaced, even under the same name.
 std::string timeZoneMark(const LocalePaths& paths);
 
 }  // namespace zorva

@@ -13,8 +13,8 @@
 
 namespace zorva {
 
-/// The handset's locale and time zone, which date formatting follows too. Every setter notifies
-/// those who observe the change.
+/// The handset's locale and time zone, which date formatting also uses. Every setter notifies the
+/// observers of that change.
 class SimLocaleInformation : public LocaleInformation {
  public:
   SimLocaleInformation(SimParts& parts, const Clock& clock, std::function<void(Date)> setWallClock);
@@ -29,11 +29,11 @@ class SimLocaleInformation : public LocaleInformation {
 
   /// For example "de_DE".
   void setIdentifier(const std::string& identifier);
-  /// A name of the zone database, for example "Europe/Berlin".
+  /// A name in the tz database, for example "Europe/Berlin".
   void setTimeZone(const std::string& timeZone);
   void setClock(Date date);
 
-  /// Whether this has the shape of a locale identifier: language, script, country.
+  /// Whether the text has the form of a locale identifier: language, script, country.
   static bool isLocale(const std::string& identifier);
 
  private:

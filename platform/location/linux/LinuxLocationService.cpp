@@ -13,10 +13,11 @@ constexpr const char* kGeoClue = "org.freedesktop.GeoClue2";
 constexpr const char* kManagerPath = "/org/freedesktop/GeoClue2/Manager";
 constexpr const char* kManager = "org.freedesktop.GeoClue2.Manager";
 
-// Technologies, by the contract's codes.
+// Codes of technologies, as in LocationService.h.
 enum : std::int64_t { kGps = 1, kNmea = 2, kWiFi = 4, kCell = 6 };
 
-// What the modem's location sources, a set of bits, locate by. The other bits are help for GPS.
+// The technologies of the modem's location sources, a bit mask. The other bits are assistance for
+// GPS.
 constexpr std::pair<std::uint32_t, std::int64_t> kSources[] = {
     {1u << 0, kCell},                    // 3GPP location area and cell
     {1u << 1, kGps},                     // raw

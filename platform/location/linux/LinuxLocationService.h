@@ -13,17 +13,17 @@
 
 namespace zorva {
 
-/// What the modems are set up to locate by.
+/// The location sources that are enabled on the modems.
 struct ModemLocationSources {
-  std::function<std::uint32_t()> enabled;  ///< a set of bits, as ModemManager numbers them
+  std::function<std::uint32_t()> enabled;  ///< a bit mask of ModemManager's location sources
   std::function<Registration(std::function<void()> changed)> observe;
 };
 
-/// Whether GeoClue locates anybody, and what the modems are set up to locate by
-/// (docs/linux-services.md). Neither shows its clients to others: there are none here.
+/// Whether GeoClue is in use, and which location sources are enabled on the modems
+/// (docs/linux-services.md). Neither reveals its clients, so the list of clients is empty.
 class LinuxLocationService : public LocationService {
  public:
-  /// Reads the present state at once; all of them outlive this. A change posts
+  /// Reads the current state immediately. All arguments must outlive this object. A change posts
   /// kLocationTechnologyStatusChanged from the event loop.
   LinuxLocationService(sd_event* event, LinuxBus& bus, ModemLocationSources modems,
                        NotificationCentre& notifications);
@@ -41,7 +41,7 @@ class LinuxLocationService : public LocationService {
   ModemLocationSources modems_;
   NotificationCentre& notifications_;
   bool geoClueInUse_ = false;
-  bool geoClueChanged_ = true;  ///< since it was asked
+  bool geoClueChanged_ = true;  ///< since the last query
   std::vector<std::int64_t> technologies_;
   CoalescedCall update_;
   std::vector<Registration> registrations_;

@@ -7,7 +7,7 @@
 namespace zorva {
 namespace {
 
-// A code from 1 on by its name, any other by its number.
+// A code is written by its name or, if it has none, by its number.
 std::int64_t technologyIn(const ScenarioNode& node) {
   constexpr std::array kNames{"gps",  "nmea", "accessory", "wifi",      "skyhook",
                               "cell", "lac",  "mcc",       "gps_coarse"};

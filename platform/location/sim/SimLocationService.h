@@ -9,7 +9,7 @@
 
 namespace zorva {
 
-/// The location service, at first with cells for its only technology and no clients.
+/// The location service; at first cells are its only technology and there are no clients.
 class SimLocationService : public LocationService {
  public:
   SimLocationService(SimParts& parts, NotificationCentre& notifications);
@@ -17,9 +17,9 @@ class SimLocationService : public LocationService {
   std::vector<std::int64_t> copyTechnologiesInUse() override;
   std::vector<std::pair<std::string, Dictionary>> copyClients() override;
 
-  /// Each reports its change.
+  /// Each setter reports its change.
   void setTechnologies(std::vector<std::int64_t> technologies);
-  /// Nothing takes the client away.
+  /// An empty value removes the client.
   void setClient(const std::string& key, std::optional<Dictionary> record);
 
  private:

@@ -36,9 +36,9 @@ bool LinuxSystemNotifications::listen() {
   if (watch_) return true;
   if (socket_) problem = "The run loop cannot watch the socket of system notifications";
   socket_.reset();
-  // Once for the dozen subscriptions of a start.
+  // Reports it once, not for each of a start's dozen subscriptions.
   if (problem != lastProblem_) {
-    systemLog_.write("No system notifications are heard: " + problem);
+    systemLog_.write("No system notifications are received: " + problem);
     lastProblem_ = problem;
   }
   return false;

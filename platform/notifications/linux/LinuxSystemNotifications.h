@@ -14,11 +14,11 @@
 
 namespace zorva {
 
-/// System notifications without a broker: what zorva-notify sends to the daemon's socket, and what
-/// the platform's own services post in this process.
+/// System notifications without a broker: those that zorva-notify sends to the daemon's socket, and
+/// those that the platform's own services post in this process.
 ///
-/// The socket is made with the first subscription. As long as it cannot be made, subscriptions are
-/// refused and the system log says why.
+/// The socket is created with the first subscription. While it cannot be created, subscriptions are
+/// refused and the system log gives the reason.
 class LinuxSystemNotifications : public NotificationCentre {
  public:
   LinuxSystemNotifications(
@@ -33,9 +33,9 @@ class LinuxSystemNotifications : public NotificationCentre {
 
   using StateSource = std::function<std::optional<std::uint64_t>()>;
 
-  /// For services of this platform: the name's state is asked of the source whenever it is read,
-  /// until the registration is dropped, which must be before this object goes. A later source for
-  /// the same name takes the place of the earlier one.
+  /// For services of this platform: each read of the name's state calls the source, until the
+  /// registration is destroyed, which must be before this object is. A later source for the same
+  /// name replaces the earlier one.
   Registration provideState(const std::string& name, StateSource source);
 
  private:

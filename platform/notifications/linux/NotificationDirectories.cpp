@@ -45,11 +45,12 @@ bool isNotificationName(std::string_view name) {
 
 Descriptor openRunDirectory(const std::string& path, MissingDirectory missing,
                             std::string& problem) {
-  // Users read the states that root sets.
+  // Users may read the states that root sets.
   const mode_t mode = ::geteuid() == 0 ? 0755 : 0700;
   const bool made = missing == MissingDirectory::Make && ::mkdir(path.c_str(), mode) == 0;
   if (missing == MissingDirectory::Make && !made && errno != EEXIST) {
-    problem = formatText("Cannot make the directory '%s': %s", path.c_str(), std::strerror(errno));
+    problem =
+        formatText("Cannot create the directory '%s': %s", path.c_str(), std::strerror(errno));
     return {};
   }
   Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -61,8 +62,9 @@ Descriptor openRunDirectory(const std::string& path, MissingDirectory missing,
   }
   if (made) ::fchmod(directory.get(), mode);
   if (status.st_uid != ::geteuid() || (!made && (status.st_mode & (S_IWGRP | S_IWOTH)) != 0)) {
-    problem = formatText("The directory '%s' must belong to user %u and be writable for no other",
-                         path.c_str(), ::geteuid());
+    problem =
+        formatText("The directory '%s' must belong to user %u and must not be writable by others",
+                   path.c_str(), ::geteuid());
     return {};
   }
   return directory;

@@ -8,19 +8,19 @@
 
 namespace zorva {
 
-/// Where system notifications live: run directories with one datagram socket per daemon and a
-/// directory "states". Empty paths stand for none.
+/// The paths of system notifications: run directories with one datagram socket per daemon and a
+/// directory "states". An empty path means none.
 struct NotificationDirectories {
-  /// Of the process's effective user: its daemons' sockets, and the states it sets.
+  /// Run directory of the effective user: the sockets of its daemons, and the states that it sets.
   std::string own;
-  /// Root's, whose states count for every user; the state that was set last holds.
+  /// Run directory of root, whose states apply to every user; the state that was set last applies.
   std::string shared;
-  /// Parent of the users' runtime directories: what root posts reaches the daemons of all users,
-  /// whose run directories are "USER/zorva" in here.
+  /// Parent of the users' runtime directories: root's posts reach the daemons of all users, whose
+  /// run directories are "USER/zorva" in it.
   std::string users;
 
-  /// "/run/zorva" for root. For others "zorva" in $XDG_RUNTIME_DIR, or in "/run/user/UID" where
-  /// that is not set, or "/tmp/zorva-UID" where neither is a directory of the user.
+  /// "/run/zorva" for root. For others "zorva" in $XDG_RUNTIME_DIR, or in "/run/user/UID" if that
+  /// is not set, or "/tmp/zorva-UID" if neither is a directory of the user.
   static NotificationDirectories ofProcess();
 };
 
@@ -29,9 +29,9 @@ bool isNotificationName(std::string_view name);
 
 enum class MissingDirectory { Fail, Make };
 
-/// Opens a run directory. It has to belong to the effective user, to be no link and to be writable
-/// for no other user. On failure the descriptor is empty and `problem` says why, naming the
-/// path.
+/// Opens a run directory. It must belong to the effective user, must not be a link and must not be
+/// writable for other users. On failure the descriptor is empty and `problem` gives the path and
+/// the reason.
 Descriptor openRunDirectory(const std::string& path, MissingDirectory missing,
                             std::string& problem);
 

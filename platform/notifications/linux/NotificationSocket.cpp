@@ -21,13 +21,13 @@ namespace {
 constexpr std::string_view kMark = "ZVN1";
 constexpr std::string_view kSuffix = ".socket";
 constexpr int kMaxAtOnce = 64;
-constexpr int kMaxDaemons = 1000;  // whose process ids look the same from where each of them is
+constexpr int kMaxDaemons = 1000;  // with the same process id in different PID namespaces
 
 Descriptor newSocket() {
   return Descriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
 }
 
-// Paths by way of a descriptor: they always fit, and what they lead to cannot be exchanged.
+// Paths through a descriptor: they always fit, and their target cannot be replaced.
 sockaddr_un addressOf(int descriptor, const std::string& below = {}) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -41,19 +41,19 @@ bool withAddress(Call call, int socket, const sockaddr_un& address) {
   return call(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-// Reads the directory from its start, also if it was read before.
+// Reads the directory from its start, even if it was read before.
 void forEachName(int directory, const std::function<void(const std::string&)>& visit) {
   alignas(dirent64) char buffer[4096];
   if (::lseek(directory, 0, SEEK_SET) == 0) forEachEntry(directory, buffer, visit);
 }
 
-// A socket connected to the daemon behind the entry; none when there is no daemon. The socket of a
-// dead one is removed.
+// A socket connected to the daemon of the entry; invalid if there is none. The socket of a dead
+// daemon is removed.
 Descriptor connectTo(int directory, const std::string& entry, uid_t owner) {
   if (entry.starts_with('.') || !entry.ends_with(kSuffix)) return {};
   const Descriptor file(::openat(directory, entry.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
-  // A second name of a socket of another user is no daemon of this directory's user.
+  // A hard link to another user's socket is not a daemon of this directory's user.
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISSOCK(status.st_mode) ||
       status.st_uid != owner) {
     return {};
@@ -81,7 +81,7 @@ void postIn(int directory, uid_t owner, const std::string& datagram, PostResult&
   });
 }
 
-// The run directory of a user, who may have put anything there; only one of his own is used.
+// A user's run directory may contain anything; it is used only if it belongs to the user.
 void postToUser(int users, const std::string& user, const std::string& datagram,
                 PostResult& result) {
   constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -94,7 +94,7 @@ void postToUser(int users, const std::string& user, const std::string& datagram,
   }
 }
 
-// Whether the message's sender may be heard. Descriptors that came along are closed.
+// Whether the message's sender is accepted. Descriptors sent along are closed.
 bool acceptSender(msghdr& message) {
   std::optional<uid_t> sender;
   for (cmsghdr* part = CMSG_FIRSTHDR(&message); part != nullptr;
@@ -125,12 +125,12 @@ std::unique_ptr<NotificationSocket> NotificationSocket::make(const std::string& 
 
   Descriptor socket = newSocket();
   const int on = 1;
-  // Bound under a hidden name first: for a moment in bind() the entry exists and no process listens
-  // it, which a poster would take for a dead daemon.
+  // Bound under a hidden name first: for a moment in bind() the entry exists but refuses
+  // connections, and a poster would take it for the socket of a dead daemon.
   const std::string hidden = formatText(".%d-%d.new", ::getpid(), socket.get());
   ::unlinkat(directory.get(), hidden.c_str(), 0);
-  // Credentials are asked for before there is a name: a message that came earlier would bring none.
-  // The mode is the one that the name gets.
+  // SO_PASSCRED is set before the socket has a name: an earlier message would have no credentials.
+  // The mode is that of the socket's entry.
   if (socket && ::setsockopt(socket.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof on) == 0 &&
       ::fchmod(socket.get(), 0600) == 0 &&
       withAddress(::bind, socket.get(), addressOf(directory.get(), "/" + hidden))) {
@@ -144,7 +144,7 @@ std::unique_ptr<NotificationSocket> NotificationSocket::make(const std::string& 
       if (errno != EEXIST) break;
     }
   }
-  problem = formatText("Cannot make a socket in '%s': %s", path.c_str(), std::strerror(errno));
+  problem = formatText("Cannot create a socket in '%s': %s", path.c_str(), std::strerror(errno));
   ::unlinkat(directory.get(), hidden.c_str(), 0);
   return nullptr;
 }
@@ -180,7 +180,7 @@ PostResult postNotification(const NotificationDirectories& directories, const st
   PostResult result;
   const std::string datagram = std::string(kMark) + name;
   if (!isNotificationName(name)) {
-    result.problem = "'" + safeText(name) + "' is no name of a notification";
+    result.problem = "'" + safeText(name) + "' is not a valid notification name";
     return result;
   }
   const Descriptor own = openRunDirectory(directories.own, MissingDirectory::Fail, result.problem);

@@ -9,14 +9,14 @@
 
 namespace zorva {
 
-/// The socket on which one daemon hears what is posted: "PID-NUMBER.socket" in its run directory.
+/// The socket on which one daemon receives posts: "PID-NUMBER.socket" in its run directory.
 ///
-/// A post is one datagram, "ZVN1" and the name. The kernel vouches for the sender: only root and
-/// the effective user of this process are heard.
+/// A post is one datagram, "ZVN1" and the name. The kernel supplies the sender's credentials: only
+/// posts of root and of this process's effective user are accepted.
 class NotificationSocket {
  public:
-  /// Makes the run directory where it is missing, and clears it of the sockets of dead daemons.
-  /// Nothing on failure, with the reason in `problem`.
+  /// Creates the run directory if it is missing, and removes the sockets of dead daemons. Returns
+  /// null on failure, with the reason in `problem`.
   static std::unique_ptr<NotificationSocket> make(const std::string& directory,
                                                   std::string& problem);
   NotificationSocket(const NotificationSocket&) = delete;
@@ -26,8 +26,8 @@ class NotificationSocket {
 
   int descriptor() const { return socket_.get(); }
 
-  /// Takes what has arrived, at most 64 datagrams, and returns the names in order. What comes from
-  /// another user or is no post of a name is dropped. Never blocks.
+  /// Receives at most 64 pending datagrams, and returns their names in order. Datagrams of other
+  /// users, and those that are not posts, are dropped. Never blocks.
   std::vector<std::string> takePosts();
 
  private:
@@ -39,16 +39,16 @@ class NotificationSocket {
   Descriptor socket_;
 };
 
-/// What became of a post.
+/// The result of a post.
 struct PostResult {
-  int delivered = 0;  ///< daemons whose queue took it
-  int full = 0;       ///< daemons of our own user that do not empty their queue
+  int delivered = 0;  ///< daemons whose queue accepted it
+  int full = 0;       ///< daemons of our own user whose queue is full
   std::string
-      problem;  ///< why the own run directory cannot be used; empty when it is fine or missing
+      problem;  ///< why our own run directory cannot be used; empty if it can, or is missing
 };
 
-/// Posts the name to every daemon within reach, and removes the sockets of dead ones. Never blocks,
-/// and a socket of another user gets no more than the datagram.
+/// Posts the name to every reachable daemon, and removes the sockets of dead ones. Never blocks,
+/// and sends nothing but the datagram to another user's socket.
 PostResult postNotification(const NotificationDirectories& directories, const std::string& name);
 
 }  // namespace zorva

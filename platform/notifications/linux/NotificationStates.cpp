@@ -104,7 +104,7 @@ std::optional<std::uint64_t> readNotificationState(const NotificationDirectories
 bool setNotificationState(const NotificationDirectories& directories, const std::string& name,
                           std::uint64_t state, std::string& problem) {
   if (!isNotificationName(name)) {
-    problem = "'" + safeText(name) + "' is no name of a notification";
+    problem = "'" + safeText(name) + "' is not a valid notification name";
     return false;
   }
   if (!openRunDirectory(directories.own, MissingDirectory::Make, problem)) return false;

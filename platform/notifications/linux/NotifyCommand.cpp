@@ -15,10 +15,11 @@ namespace {
 constexpr const char* kProgram = "zorva-notify";
 
 constexpr const char* kHelp =
-    "Usage: zorva-notify NAME [--state N]\n"
+    "Usage: zorva-notify NAME [--own] [--state N]\n"
     "Posts the system notification NAME to the running daemons of this user; root's posts reach\n"
     "the daemons of every user. If no daemon observes it, that is not an error. Prints nothing.\n"
     "\n"
+    "  --own       if you are root, reach root's daemons only\n"
     "  --state N   set the notification's state first: 0 to 18446744073709551615, or 0x...\n"
     "  -h, --help  print this text and exit\n"
     "  --version   print the version and exit\n"
@@ -34,6 +35,7 @@ constexpr const char* kHelp =
 struct Request {
   std::string name;
   std::optional<std::uint64_t> state;
+  bool own = false;
 };
 
 // Decimal, or hexadecimal after "0x".
@@ -43,20 +45,22 @@ std::optional<std::uint64_t> stateIn(std::string_view text) {
   return parseNumber<std::uint64_t>(text, hexadecimal ? 16 : 10);
 }
 
-// Reads the arguments; the end of the program when there is nothing to post.
+// Reads the arguments; ends the program if there is nothing to post.
 std::optional<CommandEnd> parse(const std::vector<std::string>& arguments,
                                 const std::string& directory, Request& request) {
   const auto setState = [&request](const std::string& number) {
     request.state = stateIn(number);
     return request.state ? std::string()
                          : "the state '" + safeText(number) +
-                               "' is no number from 0 to 18446744073709551615 (decimal, or "
+                               "' is not a number from 0 to 18446744073709551615 (decimal, or "
                                "hexadecimal after 0x).";
   };
   std::vector<std::string> names;
-  if (auto end = readCommandLine(
-          {kProgram, formatText(kHelp, directory.c_str()), {{"state", 0, "a number", setState}}},
-          arguments, names)) {
+  if (auto end =
+          readCommandLine({kProgram,
+                           formatText(kHelp, directory.c_str()),
+                           {{"state", 0, "a number", setState}, commandSwitch("own", request.own)}},
+                          arguments, names)) {
     return end;
   }
   if (names.empty()) return badUsage(kProgram, "the NAME to post is missing.");
@@ -85,7 +89,9 @@ int notifyCommand(const std::vector<std::string>& arguments,
                  problem.c_str());
     return 1;
   }
-  const PostResult result = postNotification(directories, request.name);
+  NotificationDirectories reached = directories;
+  if (request.own) reached.users.clear();
+  const PostResult result = postNotification(reached, request.name);
   if (!result.problem.empty()) {
     std::fprintf(errors,
                  "zorva-notify: %s. The notification did not reach the daemons of this user.\n",

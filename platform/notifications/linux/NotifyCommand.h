@@ -9,8 +9,9 @@
 
 namespace zorva {
 
-/// What zorva-notify does with its arguments (without the program's name). Returns the exit status:
-/// 0 when posted, 1 when the state could not be set or a daemon not be reached, 2 for bad usage.
+/// Runs zorva-notify with its arguments (without the program's name). Returns the exit status: 0 if
+/// posted, 1 if the state could not be set or a daemon not be reached, 2 if the command line is
+/// wrong.
 int notifyCommand(const std::vector<std::string>& arguments,
                   const NotificationDirectories& directories, std::FILE* output, std::FILE* errors);
 

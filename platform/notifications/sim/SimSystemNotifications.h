@@ -9,7 +9,7 @@
 
 namespace zorva {
 
-/// The notification centre of the handset. A post reaches its subscribers before it returns.
+/// The notification centre of the handset. A post calls its subscribers before it returns.
 class SimSystemNotifications : public NotificationCentre {
  public:
   static constexpr const char* kExit = "com.vennor.zorva.exit";
@@ -20,14 +20,14 @@ class SimSystemNotifications : public NotificationCentre {
   std::optional<std::uint64_t> state(const std::string& name) override;
 
   void post(std::string_view name) override { observers_[std::string(name)].notify(name); }
-  /// Posts what ends the daemon.
+  /// Posts the notification that ends the daemon.
   void postExit() { post(kExit); }
 
-  /// Sets the name's state, without a post. Nothing makes it unreadable.
+  /// Sets the name's state, without a post. An empty value makes it unreadable.
   void setState(const std::string& name, std::optional<std::uint64_t> state) {
     states_[name] = state;
   }
-  /// The state without a fault: 0 while none was set.
+  /// The state, regardless of faults: 0 if none was set.
   std::optional<std::uint64_t> stateAsSet(const std::string& name) const {
     const auto found = states_.find(name);
     return found == states_.end() ? 0 : found->second;

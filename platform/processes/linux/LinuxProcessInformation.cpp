@@ -21,7 +21,7 @@ static_assert(kNoSuchProcess == ESRCH);
 
 constexpr std::uint32_t kDescriptorIsOther = 1;
 
-// A process that has gone leaves no directory.
+// A process that has ended has no directory.
 int processError(int error) {
   return error == ENOENT ? kNoSuchProcess : error;
 }
@@ -51,7 +51,7 @@ ProcAnswer answerText(std::string_view text, std::span<char> buffer) {
 LinuxProcessInformation::LinuxProcessInformation(const std::string& procRoot)
     : proc_(openDirectory(AT_FDCWD, procRoot.c_str())), sockets_(procRoot) {}
 
-// Answers an error number, or 0.
+// Returns an error number, or 0.
 int LinuxProcessInformation::listProcesses() {
   processes_.clear();
   if (!proc_) return ENOENT;
@@ -67,7 +67,7 @@ int LinuxProcessInformation::listProcesses() {
 }
 
 ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> processes) {
-  socketsAreOld_ = true;
+  socketsStale_ = true;
   process_ = 0;
   if (processes.empty() || !counted_) {
     counted_ = false;
@@ -80,7 +80,7 @@ ProcAnswer LinuxProcessInformation::proc_listpids(std::span<std::int32_t> proces
   return {static_cast<int>(count * sizeof(std::int32_t)), 0};
 }
 
-// Answers an error number, or 0.
+// Returns an error number, or 0.
 int LinuxProcessInformation::readDescriptors(pid_t pid) {
   process_ = 0;
   listed_ = false;
@@ -89,7 +89,7 @@ int LinuxProcessInformation::readDescriptors(pid_t pid) {
   const Descriptor directory(openDirectory(proc_.get(), ProcPath(pid, "fd").text()));
   if (!directory) return processError(errno);
   const auto add = [&](std::int32_t number, const char* name) {
-    // Longer than any link to a socket; what others name does not matter.
+    // Longer than any link to a socket; the targets of other links do not matter.
     char link[32];
     const ssize_t length = ::readlinkat(directory.get(), name, link, sizeof link);
     if (length < 0 && errno == ENOENT) return;  // closed since
@@ -137,9 +137,9 @@ ProcAnswer LinuxProcessInformation::proc_pidfdinfo(pid_t pid, std::int32_t descr
                        [](const auto& a, std::int32_t number) { return a.number < number; });
   if (open == descriptors_.end() || open->number != descriptor) return failed(EBADF);
   if (open->type != kDescriptorIsSocket) return failed(ENOTSOCK);
-  if (socketsAreOld_) {
+  if (socketsStale_) {
     sockets_.take();
-    socketsAreOld_ = false;
+    socketsStale_ = false;
   }
   const socket_fdinfo* const found = sockets_.find(open->inode);
   socket = found != nullptr ? *found : socket_fdinfo{};
@@ -156,7 +156,7 @@ ProcAnswer LinuxProcessInformation::proc_pidpath(pid_t pid, std::span<char> path
   if (pid <= 0) return failed(kNoSuchProcess);
   char link[PATH_MAX];
   const ssize_t length = ::readlinkat(proc_.get(), ProcPath(pid, "exe").text(), link, sizeof link);
-  if (length < 0 && errno == ENOENT) {  // a thread of the kernel has no executable either
+  if (length < 0 && errno == ENOENT) {  // a kernel thread has no executable either
     const bool lives = ::faccessat(proc_.get(), ProcPath(pid, "comm").text(), F_OK, 0) == 0;
     return failed(lives ? ENOENT : kNoSuchProcess);
   }

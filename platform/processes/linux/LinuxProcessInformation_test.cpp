@@ -33,7 +33,7 @@ std::uint16_t portOf(const Descriptor& socket) {
   sockaddr_storage address{};
   socklen_t length = sizeof address;
   getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &length);
-  // The port stands at the same place for both families.
+  // The port is at the same offset for both families.
   return ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
 }
 
@@ -47,7 +47,7 @@ bool with(int (*call)(int, const sockaddr*, socklen_t), const Descriptor& socket
   return done;
 }
 
-// Bound to a port that the kernel chooses; nothing where the host has no such address.
+// Bound to a port that the kernel chooses; invalid if the host has no such address.
 Descriptor bound(int family, int type, const char* host, bool onlyIPv6 = false) {
   Descriptor made(socket(family, type | SOCK_CLOEXEC, 0));
   const int only = onlyIPv6 ? 1 : 0;
@@ -66,7 +66,7 @@ struct Known {
 // Sockets of every kind in this process.
 std::vector<Known> knownSockets() {
   std::vector<Known> known;
-  // `local` is the kind, the state and the host that are told of it, or nothing for no IPv4.
+  // `local` is the kind, the state and the host that are reported of it, or nothing for no IPv4.
   const auto add = [&](const char* what, Descriptor socket, const std::string& local = "",
                        const std::string& foreign = "0.0.0.0:0") {
     if (!socket) return;
@@ -88,7 +88,7 @@ std::vector<Known> knownSockets() {
   auto [left, gone] = connection(listener);
   gone = Descriptor();
   char byte;
-  EXPECT_EQ(read(left.get(), &byte, 1), 0);  // the end has come through
+  EXPECT_EQ(read(left.get(), &byte, 1), 0);  // the end of the stream has arrived
   add("peer has gone", std::move(left), "2/5 127.0.0.1", at(listener));
   add("listener", std::move(listener), "2/1 127.0.0.1");
 
@@ -133,11 +133,11 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
       EXPECT_EQ(textOf(found), socket.text);
     }
   }
-  // Where the kernel has no socket diagnostics.
+  // As on a kernel without socket diagnostics.
   SocketDiagnostics tables;
   tables.readTables();
   for (const Known& socket : known) {
-    if (std::string_view(socket.what).starts_with("IPv6-only")) continue;  // not told there
+    if (std::string_view(socket.what).starts_with("IPv6-only")) continue;  // not listed there
     struct stat status {};
     ASSERT_EQ(fstat(socket.socket.get(), &status), 0);
     const socket_fdinfo* const found = tables.find(static_cast<std::uint32_t>(status.st_ino));
@@ -145,10 +145,10 @@ TEST(LinuxProcessInformation, FindsSocketsWithKindStateAndBothEnds) {
   }
 }
 
-// The kernel ends what it lists early for a signal, which a stop and its end are, too.
+// A pending signal makes the kernel return a partial list, as do stopping and continuing a process.
 TEST(LinuxProcessInformation, ListsEveryDescriptorWhileSignalsArrive) {
   constexpr int kRounds = 100;
-  constexpr std::uint32_t kDescriptors = 900;  // more than two replies hold
+  constexpr std::uint32_t kDescriptors = 900;  // more than fit in two replies
   const ChildForTest child([] {
     LinuxProcessInformation information;
     proc_taskallinfo task;

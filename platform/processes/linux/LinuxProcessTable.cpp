@@ -10,7 +10,7 @@ std::optional<std::string> LinuxProcessTable::commandName(pid_t pid) {
   const Descriptor procfs(openDirectory(AT_FDCWD, "/proc"));
   auto name = procfs ? readProcessName(procfs.get(), pid) : std::nullopt;
   if (!name) return std::nullopt;
-  // The kernel appends to the names of its own workers what they are at.
+  // The kernel appends the current work to its workers' names.
   return name->substr(0, kCommandLength);
 }
 

@@ -30,7 +30,7 @@ ThreadInfo threadOf(const ProcStat& stat, std::uint64_t ticksPerSecond) {
     case 'R':
       thread.runState = kThreadRunning;
       break;
-    case 'I':  // a kernel thread that has nothing to do: for an unknown time
+    case 'I':  // an idle kernel thread; how long is unknown
       thread.sleepSeconds = 1;
       [[fallthrough]];
     case 'S':
@@ -68,7 +68,7 @@ LinuxSystemStatistics::~LinuxSystemStatistics() {
 
 // Reads the whole file into text_.
 KernelResult LinuxSystemStatistics::readText(int directory, const char* path) {
-  constexpr std::size_t kStep = 4096;  // more than most such files
+  constexpr std::size_t kStep = 4096;  // larger than most such files
   const Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
   if (!file) return failure(errno);
   for (std::size_t length = 0;;) {
@@ -90,11 +90,12 @@ KernelResult LinuxSystemStatistics::readHostStat(HostStat& stat) {
   return {};
 }
 
-// The one open, read and close of a look. The name in `stat` stands in line_ until the next call.
+// The one open, read and close of a sample. The name in `stat` points into line_ until the next
+// call.
 KernelResult LinuxSystemStatistics::readStat(const char* path, ProcStat& stat) {
   const int file = ::openat(proc_, path, O_RDONLY | O_CLOEXEC);
   if (file < 0) return failure(errno);
-  // The kernel hands such a line over whole.
+  // The kernel returns such a line as a whole.
   const ssize_t length = ::read(file, line_.data(), line_.size());
   const int error = errno;
   ::close(file);
@@ -114,7 +115,7 @@ KernelResult LinuxSystemStatistics::listNumbers(int directory, std::vector<std::
   return resultOf(error);
 }
 
-// Lists the live threads in numbers_; a failure when the process has gone.
+// Lists the live threads in numbers_; fails if the process has ended.
 KernelResult LinuxSystemStatistics::listThreads(pid_t pid) {
   const Descriptor tasks(openDirectory(proc_, ProcPath(pid, "task").text()));
   if (!tasks) return failure(errno);
@@ -236,8 +237,8 @@ KernelResult LinuxSystemStatistics::blockDrivers(std::vector<std::string>& names
   if (!block) return failure(errno);
   names.clear();
   const int error = forEachEntry(block.get(), entries_, [&](const char* name) {
-    // Only a disk that has a device: loop and mapped disks would count its transfers again, and so
-    // would the hidden paths of a disk that has several.
+    // Only disks with a device: loop and mapped disks would count its transfers twice, and so would
+    // the hidden paths of a multipath disk.
     const std::string disk = name;
     if (::faccessat(block.get(), (disk + "/device").c_str(), F_OK, 0) != 0) return;
     if (readText(block.get(), (disk + "/hidden").c_str()).ok() && text_.starts_with("1")) return;
@@ -267,7 +268,7 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(pid_t pid, TaskDetail detail,
   if (auto result = readStat(ProcPath(pid, "stat").text(), stat); !result.ok()) {
     return {std::move(result), TaskSampleStep::KernelProcess};
   }
-  // The kernel appends to the names of its own workers what they are at.
+  // The kernel appends the current work to its workers' names.
   sample.process.command.assign(stat.command.substr(0, kCommandLength));
   if (!bootSeconds_) {
     HostStat host;
@@ -281,7 +282,7 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(pid_t pid, TaskDetail detail,
   sample.process.startSeconds = *bootSeconds_ + sinceBoot.seconds;
   sample.process.startMicroseconds = sinceBoot.microseconds;
   sample.process.flags = stat.flags;
-  // A process whose first thread has ended shows "Z" while the others live on.
+  // A process whose first thread has ended shows "Z" while others are still alive.
   sample.process.zombie = (stat.state == 'Z' || stat.state == 'X') && stat.threads <= 1;
   sample.basic.suspendCount = stat.state == 'T' || stat.state == 't' ? 1 : 0;
   sample.basic.virtualSize = stat.virtualBytes;
@@ -316,10 +317,10 @@ TaskSampleResult LinuxSystemStatistics::sampleTask(pid_t pid, TaskDetail detail,
   return {};
 }
 
-// Lists the live threads and leaves the times of those that have ended in `basic`. The kernel
-// rounds the times of process and threads each for itself, and threads go on running while they are
-// read: what they have more than the process is taken from the other kind of time, so that the sum
-// of all is the process's own wherever it can be.
+// Lists the live threads and leaves the times of ended threads in `basic`. The kernel rounds the
+// times of processes and threads separately, and threads run while they are read. If their sum
+// exceeds the process's user or system time, the excess is subtracted from the other one, so that
+// the total equals the process's whenever possible.
 KernelResult LinuxSystemStatistics::takeThreads(pid_t pid, TaskSample& sample) {
   if (auto result = listThreads(pid); !result.ok()) return result;
   const auto microseconds = [](const TimeValue& time) {

@@ -15,12 +15,11 @@ namespace zorva {
 
 /// The kernel's figures from procfs and sysfs; docs/process-figures.md names the source of each.
 ///
-/// A sample of a task without details is one open, read and close of a small file, relative to a
-/// descriptor of procfs that is kept, and allocates nothing.
+/// A sample of a task without details takes one open, read and close of a small file, relative to
+/// an open descriptor of procfs, and allocates nothing.
 class LinuxSystemStatistics : public SystemStatistics {
  public:
-  /// The roots are for tests. Where there is no procfs, every figure that comes from it fails when
-  /// it is asked for.
+  /// The roots are for tests. Without procfs, every call that reads it fails.
   explicit LinuxSystemStatistics(const std::string& procRoot = "/proc",
                                  std::string sysRoot = "/sys");
   LinuxSystemStatistics(const LinuxSystemStatistics&) = delete;
@@ -61,10 +60,10 @@ class LinuxSystemStatistics : public SystemStatistics {
   int proc_;  ///< descriptor of procfs, -1 without one
   std::uint64_t pageSize_;
   std::uint64_t ticksPerSecond_;
-  std::optional<ReservedMemory> reservedMemory_;  ///< once it was read
-  std::optional<std::int64_t> bootSeconds_;       ///< as last read with the host's figures
+  std::optional<ReservedMemory> reservedMemory_;  ///< after the first read
+  std::optional<std::int64_t> bootSeconds_;       ///< as last read with the CPU ticks
 
-  // Kept from call to call, so that their memory is allocated once.
+  // Reused from call to call, so that their memory is allocated once.
   std::array<char, 4096> line_;
   alignas(std::uint64_t) std::array<char, 32768> entries_;  ///< entries of a directory
   std::vector<std::int32_t> numbers_;

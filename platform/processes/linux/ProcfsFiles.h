@@ -15,15 +15,15 @@
 #include "platform/base/Descriptor.h"
 #include "platform/processes/SystemStatistics.h"
 
-// How the kernel's small files are named and read.
+// Paths of the kernel's small files, and how to read them.
 namespace zorva {
 
-/// A system call's failure.
+/// The failure of a system call.
 inline KernelResult failure(int error) {
   return {error, std::strerror(error)};
 }
 
-/// What a call that returns 0 or an error number reports.
+/// The result of a call that returns 0 or an error number.
 inline KernelResult resultOf(int error) {
   return error == 0 ? KernelResult{} : failure(error);
 }
@@ -53,7 +53,7 @@ class ProcPath {
   char* end_ = text_;
 };
 
-/// Reads until the buffer is full or the file ends; the number of bytes, or -1 with errno.
+/// Reads until the buffer is full or the file ends. Returns the number of bytes, or -1 with errno.
 inline ssize_t readFully(int file, std::span<char> buffer) {
   std::size_t length = 0;
   while (length < buffer.size()) {
@@ -66,13 +66,13 @@ inline ssize_t readFully(int file, std::span<char> buffer) {
   return static_cast<ssize_t>(length);
 }
 
-/// The short name of a process or of a thread of the kernel, whose names are the longest; nothing,
-/// with errno, when it cannot be read. The directory is the root of procfs.
+/// The short name of a process or of a kernel thread, which has the longest names; nothing, with
+/// errno, if it cannot be read. The directory is the root of procfs.
 inline std::optional<std::string> readProcessName(int procfs, pid_t pid) {
   const Descriptor file(::openat(procfs, ProcPath(pid, "comm").text(), O_RDONLY | O_CLOEXEC));
   char text[128];
   const ssize_t length = file ? ::read(file.get(), text, sizeof text) : -1;
-  if (length == 0) errno = ESRCH;  // also a name without a character has an end of line
+  if (length == 0) errno = ESRCH;  // even an empty name has a line end
   if (length <= 0) return std::nullopt;
   std::string name(text, static_cast<std::size_t>(length));
   if (name.ends_with('\n')) name.pop_back();

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t";
 
-// Cuts the first line off the text.
+// Removes the first line from the text.
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
@@ -21,8 +21,8 @@ std::string_view takeLine(std::string_view& text) {
   return line;
 }
 
-// Cuts the first word off the line; empty at its end. Runs fifty times for every process, so it
-// reads each byte just once.
+// Removes the first word from the line; empty at its end. Runs fifty times per process, so it reads
+// each byte only once.
 std::string_view takeWord(std::string_view& line) {
   std::size_t start = 0;
   while (start < line.size() && (line[start] == ' ' || line[start] == '\t')) ++start;
@@ -33,7 +33,7 @@ std::string_view takeWord(std::string_view& line) {
   return word;
 }
 
-// The whole word as a number, held to the type's range; nothing when it is none.
+// The whole word as a number, clamped to the type's range; nothing if it is not one.
 template <typename Integer>
 std::optional<Integer> number(std::string_view word, int base = 10) {
   Integer value = 0;
@@ -48,7 +48,7 @@ std::optional<Integer> number(std::string_view word, int base = 10) {
   return value;
 }
 
-// Reads words of a line as numbers, one after another. Once one is missing or no number, all
+// Reads words of a line as numbers, one after another. Once a word is missing or not a number, all
 // further ones are 0.
 class Numbers {
  public:
@@ -81,7 +81,7 @@ bool isSharedLibrary(std::string_view path) {
   return name.ends_with(".so") || name.find(".so.") != std::string_view::npos;
 }
 
-// Spreads every bit of the number over the whole result.
+// Mixes every bit of the number into the whole result.
 std::uint64_t mixed(std::uint64_t number) {
   number = (number ^ (number >> 32)) * 0x9E3779B97F4A7C15;
   number = (number ^ (number >> 29)) * 0xD6E8FEB86659FD93;
@@ -120,7 +120,7 @@ std::optional<MemoryRegion> mappingOf(std::string_view line) {
 }  // namespace
 
 bool parseProcStat(std::string_view text, ProcStat& stat) {
-  // The name may hold parentheses, blanks and newlines, what follows it only a letter and numbers.
+  // The name may contain parentheses, blanks and newlines; the rest is only a letter and numbers.
   const std::size_t open = text.find('(');
   if (open == std::string_view::npos) return false;
   const void* const last = ::memrchr(text.data() + open, ')', text.size() - open);
@@ -275,7 +275,8 @@ void parseMappings(std::string_view text, std::vector<MemoryRegion>& regions) {
   regions.clear();
   while (!text.empty()) {
     std::string_view line = takeLine(text);
-    // A mapping starts with its address in small hexadecimal digits, its figures with a capital.
+    // A mapping's line starts with a lower-case hexadecimal address, its figures' lines with a
+    // capital.
     if (line.empty()) continue;
     if (line.front() < 'A' || line.front() > 'Z') {
       if (const auto region = mappingOf(line)) regions.push_back(*region);

@@ -36,7 +36,7 @@ bool isUnset(const Address& address) {
   return address == Address{};
 }
 
-// A socket as the kernel has it, from a dump or a table.
+// A socket in the kernel's representation, from a dump or a table.
 struct KernelSocket {
   std::uint32_t inode = 0;
   unsigned state = 0;
@@ -51,7 +51,7 @@ struct KernelSocket {
 bool carriesIPv4(const KernelSocket& socket) {
   if (!socket.ipv6) return true;
   if (isMapped(socket.local) || isMapped(socket.foreign)) return true;
-  // One that waits for any peer of either family.
+  // A socket that accepts any peer of either family.
   const bool waits = socket.state == kKernelListen || socket.state == kKernelClosed;
   return waits && !socket.onlyIPv6 && isUnset(socket.local) && isUnset(socket.foreign);
 }
@@ -66,13 +66,14 @@ void append(const KernelSocket& socket, SocketProtocol protocol,
   added.socket.tcpsi_state = tcp ? tcpStateOfKernel(socket.state) : 0;
   added.socket.insi_lport = socket.localPort;
   added.socket.insi_fport = socket.foreignPort;
-  // The last four bytes of a v4-mapped address; of one not set they are 0, which is not set too.
+  // The last four bytes of a v4-mapped address; of an unset address they are 0, which is also
+  // unset.
   const std::ptrdiff_t at = socket.ipv6 ? 12 : 0;
   std::copy_n(socket.local.begin() + at, 4, added.socket.insi_laddr.begin());
   std::copy_n(socket.foreign.begin() + at, 4, added.socket.insi_faddr.begin());
 }
 
-// Takes the next word of the line, empty when there is none.
+// Removes the next word of the line; empty if there is none.
 std::string_view nextWord(std::string_view& line) {
   const std::size_t begin = std::min(line.find_first_not_of(' '), line.size());
   const std::size_t end = std::min(line.find(' ', begin), line.size());
@@ -81,7 +82,7 @@ std::string_view nextWord(std::string_view& line) {
   return word;
 }
 
-// "0100007F:0016": the address in words of the machine's own byte order, and the port in plain.
+// "0100007F:0016": the address in words in host byte order, and the port as a plain number.
 bool readEndpoint(std::string_view word, bool ipv6, Address& address, std::uint16_t& port) {
   const std::size_t digits = ipv6 ? 32 : 8;
   if (word.size() <= digits || word[digits] != ':') return false;
@@ -128,7 +129,7 @@ std::int32_t tcpStateOfKernel(unsigned state) {
       tcp::kListen,       // 10: TCP_LISTEN
       tcp::kClosing,      // 11: TCP_CLOSING
       tcp::kSynReceived,  // 12: TCP_NEW_SYN_RECV
-      tcp::kClosed,       // 13: TCP_BOUND_INACTIVE, bound and no more
+      tcp::kClosed,       // 13: TCP_BOUND_INACTIVE, only bound
   };
   return state < std::size(kStates) ? kStates[state] : tcp::kClosed;
 }
@@ -179,7 +180,8 @@ void SocketDiagnostics::take() {
       const NetlinkAnswer answer =
           answers ? dump(netlink, protocol, ipv6 ? AF_INET6 : AF_INET) : NetlinkAnswer::Refused;
       if (answer == NetlinkAnswer::Done) continue;
-      if (answer == NetlinkAnswer::GoesOn) answers = false;  // asking again would be no better
+      // Repeating the request would not help.
+      if (answer == NetlinkAnswer::Incomplete) answers = false;
       readTable(protocol, ipv6);
     }
   }
@@ -224,12 +226,12 @@ NetlinkAnswer SocketDiagnostics::dump(NetlinkSocket& netlink, SocketProtocol pro
       {reinterpret_cast<std::uint8_t*>(&message), sizeof message},
       [&](const nlmsghdr& each) { whole = readSocketMessage(each, protocol, sockets_) && whole; },
       [&] { sockets_.resize(before); });
-  // Of a list that was interrupted again few sockets can be missing.
+  // If the list was interrupted again, only a few sockets can be missing.
   if (whole && (answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted)) {
     return NetlinkAnswer::Done;
   }
   sockets_.resize(before);
-  return answer == NetlinkAnswer::GoesOn ? answer : NetlinkAnswer::Refused;
+  return answer == NetlinkAnswer::Incomplete ? answer : NetlinkAnswer::Refused;
 }
 
 void SocketDiagnostics::readTable(SocketProtocol protocol, bool ipv6) {

@@ -11,7 +11,7 @@
 
 namespace zorva {
 
-/// A socket that carries IPv4, by the inode that descriptors name it with.
+/// A socket that carries IPv4, with the inode by which descriptors refer to it.
 struct SocketOfInode {
   std::uint32_t inode = 0;
   socket_fdinfo socket;
@@ -19,18 +19,17 @@ struct SocketOfInode {
 
 enum class SocketProtocol : std::uint8_t { TCP, UDP };
 
-/// The number in ProcessInformation.h of the kernel's state of a TCP socket; that of a closed one
-/// for numbers that no socket has.
+/// The number in ProcessInformation.h of the kernel's TCP state; that of a closed socket for
+/// unknown states.
 std::int32_t tcpStateOfKernel(unsigned state);
 
-/// Reads one message of a dump's answer and appends its socket, if that is to be listed. False when
-/// the message does not hold a whole record.
+/// Reads one message of a dump's reply and appends its socket, if that is to be listed. Returns
+/// false if the message does not contain a complete record.
 bool readSocketMessage(const nlmsghdr& message, SocketProtocol protocol,
                        std::vector<SocketOfInode>& sockets);
 
-/// Reads a table as "/proc/net/tcp" and its like are; lines that do not read as one are passed
-/// over. Such a table does not show whether an IPv6 listener refuses IPv4: it counts as one that
-/// does not, which is how sockets are born.
+/// Reads a table such as "/proc/net/tcp"; malformed lines are skipped. Such a table does not show
+/// whether an IPv6 listener refuses IPv4: it is assumed to accept IPv4, the default of new sockets.
 void readSocketTable(std::string_view text, SocketProtocol protocol, bool ipv6,
                      std::vector<SocketOfInode>& sockets);
 
@@ -38,20 +37,20 @@ void readSocketTable(std::string_view text, SocketProtocol protocol, bool ipv6,
 /// with v4-mapped addresses, and IPv6 sockets without an address that also take IPv4.
 ///
 /// Sockets without an inode (in TIME_WAIT, or not yet accepted) belong to no descriptor and are not
-/// in it.
+/// included.
 class SocketDiagnostics {
  public:
-  /// The root is for tests.
+  /// `procRoot` is for tests.
   explicit SocketDiagnostics(std::string procRoot = "/proc");
 
-  /// Asks the kernel anew, with one socket-diagnostics dump for each protocol and family. One that
-  /// fails is read from /proc/net instead. Takes at most a second when the kernel does not answer.
+  /// Reads all sockets again, with one socket-diagnostics dump for each protocol and family. If a
+  /// dump fails, /proc/net is read instead. If the kernel does not reply, takes at most a second.
   void take();
-  /// The same from /proc/net alone.
+  /// The same, only from /proc/net.
   void readTables();
 
-  /// Nothing for a socket of another kind, one opened since, or one of another namespace. Valid
-  /// until the sockets are taken again.
+  /// Null for a socket of another kind, one opened since, or one of another namespace. Valid until
+  /// the sockets are read again.
   const socket_fdinfo* find(std::uint32_t inode) const;
 
  private:
@@ -60,7 +59,7 @@ class SocketDiagnostics {
   void sort();
 
   std::string procRoot_;
-  std::vector<SocketOfInode> sockets_;  ///< in the order of their inodes
+  std::vector<SocketOfInode> sockets_;  ///< sorted by inode
   std::vector<char> buffer_;
 };
 

@@ -11,7 +11,7 @@ constexpr int kInputOutputError = 5;  // the kernel's numbers
 constexpr int kBadDescriptor = 9;
 constexpr int kNotPermitted = 1;
 
-// Bytes of a record that was cut: a whole one would have to be filled in.
+// Bytes of a truncated record: a complete one would have to be filled in.
 constexpr SimFaultResults cutRecord(int wholeSize) {
   return {.usual = 100, .least = 1, .most = wholeSize - 1, .code = false};
 }

@@ -7,8 +7,8 @@
 
 namespace zorva {
 
-/// Describes the processes of the table as they are at the call. Nothing happens on the handset
-/// while they are sampled.
+/// Describes the processes of the table at the time of the call. They do not change while they are
+/// sampled.
 class SimProcessInformation : public ProcessInformation {
  public:
   SimProcessInformation(SimFaults& faults, const SimProcessTable& table);
@@ -22,7 +22,7 @@ class SimProcessInformation : public ProcessInformation {
 
  private:
   const SimProcessTable& table_;
-  // Those that end in Fault answer an error number, those that end in Instead that figure.
+  // Those named ...Fault return an error number, those named ...Instead return that figure.
   SimFaultPoint countProcessesFault_;
   SimFaultPoint listProcessesFault_;
   SimFaultPoint taskInformationFault_;

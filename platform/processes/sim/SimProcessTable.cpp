@@ -23,7 +23,7 @@ std::int64_t readLoad(const ScenarioNode& node) {
   return std::llround(node.number(0, kMaxLoad) * 1e6);
 }
 
-// Held to what the kernel can count.
+// Clamped to the kernel's range.
 TimeValue timeValueOf(std::int64_t microseconds) {
   microseconds = std::min(microseconds, std::numeric_limits<std::int32_t>::max() * kMillion);
   return {static_cast<std::int32_t>(microseconds / kMillion),
@@ -74,11 +74,11 @@ socket_fdinfo socketOf(std::int32_t kind, const std::string& local, const std::s
 }
 
 std::string readAddress(const ScenarioNode& node) {
-  if (!addressOf(node.text())) node.refuse("this is no address and port, such as 10.2.3.4:49152");
+  if (!addressOf(node.text())) node.refuse("write an address and port, such as 10.2.3.4:49152");
   return node.text();
 }
 
-// How a scenario distinguishes the sockets of one process.
+// Identifies a socket among those of one process in a scenario.
 std::string nameOf(const socket_fdinfo& socket) {
   const auto& host = socket.insi_laddr;
   const char* kind = socket.soi_kind == kSocketKindTCP    ? "tcp"
@@ -113,7 +113,7 @@ socket_fdinfo readSocket(const ScenarioNode& node, const ScenarioNode::Keys& key
       std::string names;
       for (const StateName& each : kStates)
         names += std::string(names.empty() ? "" : ", ") + each.name;
-      state->refuse("this is no state of a tcp socket; use one of: " + names);
+      state->refuse("a tcp socket has no such state; use one of: " + names);
     }
     number = known->state;
   }
@@ -209,15 +209,17 @@ std::map<std::int32_t, SimProcessTable::PlannedSockets>& SimProcessTable::planne
 }
 
 ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
-  const auto keys = node.keys({"id", "name", "cpu_time", "path", "open_files", "sockets", "load"});
+  const auto keys =
+      node.keys({"id", "name", "cpu_time", "path", "open_files", "sockets", "load", "unit"});
   const auto pid = static_cast<std::int32_t>(keys.require("id").integer(0, INT32_MAX));
   const auto* cpuTime = keys.find("cpu_time");
   const auto* path = keys.find("path");
   const auto* files = keys.find("open_files");
   const auto* sockets = keys.find("sockets");
   const auto* load = keys.find("load");
+  const auto* unit = keys.find("unit");
   const auto [plan, isNew] = planned().try_emplace(pid);
-  if (!isNew) keys.require("id").refuse("there is a process of this id already");
+  if (!isNew) keys.require("id").refuse("a process has this id already");
   std::vector<std::optional<socket_fdinfo>> descriptors(
       static_cast<std::size_t>(files ? files->integer(0, 1024) : 0));
   if (sockets) {
@@ -230,17 +232,18 @@ ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
   return
       [this, pid, name = keys.require("name").text(), seconds = cpuTime ? cpuTime->seconds() : 0.0,
        executable = path ? path->text() : std::string(), share = load ? readLoad(*load) : 0,
-       descriptors] {
+       unitName = unit ? unit->text() : std::string(), descriptors] {
         setProcess(pid, name, seconds);
         if (!executable.empty()) setPath(pid, executable);
         for (const auto& descriptor : descriptors) open(pid, descriptor);
         setLoad(pid, share);
+        setUnit(pid, unitName);
       };
 }
 
 std::int32_t SimProcessTable::readId(const ScenarioNode& node) {
   const auto pid = static_cast<std::int32_t>(node.integer(0, INT32_MAX));
-  if (!planned().contains(pid)) node.refuse("there is no process of this id then");
+  if (!planned().contains(pid)) node.refuse("no process has this id at that time");
   return pid;
 }
 
@@ -267,7 +270,7 @@ ScenarioAction SimProcessTable::readClose(const ScenarioNode& node) {
   const std::string socket = nameOf(readSocket(node, keys));
   PlannedSockets& sockets = planned().at(pid);
   const auto found = sockets.find(socket);
-  if (found == sockets.end()) node.refuse("the process has no such socket then");
+  if (found == sockets.end()) node.refuse("the process has no such socket at that time");
   sockets.erase(found);
   return [this, pid, socket] { close(pid, socket); };
 }

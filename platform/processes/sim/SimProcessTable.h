@@ -21,10 +21,11 @@ namespace zorva {
 
 /// A process of the handset.
 struct SimProcess {
-  std::string name;  ///< as the kernel keeps it
-  std::string path;  ///< of the executable; empty when it may not be read
-  /// By number. What holds no socket is an open file.
+  std::string name;  ///< as stored by the kernel
+  std::string path;  ///< of the executable; empty if it cannot be read
+  /// By number. A descriptor without a socket is an open file.
   std::map<std::int32_t, std::optional<socket_fdinfo>> descriptors;
+  std::string unit = {};      ///< of work, in which its CPU time is counted, if not empty
   std::int64_t load = 0;      ///< millionths of a processor, used all the time
   std::int64_t loadRest = 0;  ///< millionths of a microsecond, computed and not yet counted
 };
@@ -34,7 +35,7 @@ struct SimProcess {
 socket_fdinfo simTcpSocket(const std::string& local, const std::string& remote, std::int32_t state);
 socket_fdinfo simUdpSocket(const std::string& local, const std::string& remote = "0.0.0.0:0");
 
-/// The handset's processes, which the kernel's figures cover, too.
+/// The handset's processes, which the kernel's statistics also include.
 class SimProcessTable : public ProcessTable {
  public:
   SimProcessTable(SimParts& parts, SimSystemStatistics& statistics);
@@ -48,13 +49,13 @@ class SimProcessTable : public ProcessTable {
   /// Starts a process, or replaces the one with that id. The kernel keeps 16 bytes of the name.
   void setProcess(pid_t pid, const std::string& name, double cpuSeconds = 0);
   void setPath(pid_t pid, const std::string& path);
+  void setUnit(pid_t pid, const std::string& unit) { processes_.at(pid).unit = unit; }
   void endProcess(pid_t pid);
-  /// Opens a socket, or a file, in a process that is there, under the lowest number that is free
-  /// there.
+  /// Opens a socket, or a file, in an existing process, under its lowest free number.
   void open(pid_t pid, const std::optional<socket_fdinfo>& socket);
-  /// Lets a process that is there use the processor for so long.
+  /// Adds CPU time to an existing process.
   void addCpuTime(pid_t pid, std::chrono::microseconds time);
-  /// Lets a process that is there use so many millionths of a processor from now on.
+  /// Lets an existing process use so many millionths of a processor from now on.
   void setLoad(pid_t pid, std::int64_t load) { processes_.at(pid).load = load; }
   /// Adds what the processes compute in so much time under their loads.
   void compute(std::chrono::microseconds time);
@@ -66,7 +67,7 @@ class SimProcessTable : public ProcessTable {
 
   /// By id.
   const std::map<std::int32_t, SimProcess>& all() const { return processes_; }
-  /// The process, or nothing when it is not there.
+  /// The process, or null if it does not exist.
   const SimProcess* find(pid_t pid) const {
     const auto found = processes_.find(pid);
     return found == processes_.end() ? nullptr : &found->second;
@@ -81,7 +82,7 @@ class SimProcessTable : public ProcessTable {
   ScenarioAction readSockets(const ScenarioNode& node);
   ScenarioAction readClose(const ScenarioNode& node);
   void close(pid_t pid, const std::string& socket);
-  /// The processes that will be there when the step that is being read happens.
+  /// The processes that will exist when the step being read is executed.
   std::map<std::int32_t, PlannedSockets>& planned();
   void clear();
 

@@ -16,16 +16,16 @@
 
 namespace zorva {
 
-/// The kernel's figures of the simulated handset: as they were set, for the whole system and for
-/// each task of a table that can be changed at any time.
+/// The kernel's figures of the simulated handset: as set, for the whole system and for each task of
+/// a table that can be changed at any time.
 class SimSystemStatistics : public SystemStatistics {
  public:
   /// timeOfDay() returns this clock's time.
   explicit SimSystemStatistics(const Clock& clock) : clock_(clock) {}
-  /// The same with a fault point for each operation, "statistics." and its name.
+  /// The same, with a fault point for each operation: "statistics." and its name.
   SimSystemStatistics(SimFaults& faults, const Clock& clock);
 
-  /// Figures of the system, answered as they stand.
+  /// Figures of the system, returned unchanged.
   struct System {
     std::uint64_t memorySize = 512ULL << 20;
     std::uint64_t pageSize = 4096;
@@ -43,22 +43,22 @@ class SimSystemStatistics : public SystemStatistics {
   System system;
 
   struct Task {
-    /// All of it, also what a caller does not ask for. The times in `basic` are those of the exited
-    /// threads.
+    /// The complete sample, including details that a caller does not request. The times in `basic`
+    /// are those of the exited threads.
     TaskSample sample;
     std::vector<MemoryRegion> regions;
     std::string executablePath;
   };
 
-  /// Puts a task into the table, in the place of the one with the same process id.
+  /// Adds a task to the table; replaces one with the same process id.
   void setTask(Task task);
-  /// The same for one with a name and a CPU time, all of it used by threads that have exited, and
+  /// The same for a task with a name, a CPU time, all of it used by threads that have exited, and
   /// one waiting thread.
   void setTask(pid_t pid, const std::string& command, TimeValue cpuTime);
-  /// The task of the table, for changes; it must be there.
+  /// The task in the table, for changes; it must exist.
   Task& task(pid_t pid) { return tasks_.at(pid); }
   void removeTask(pid_t pid) { tasks_.erase(pid); }
-  /// Lets the task be in the next list and end right after it.
+  /// Ends the task right after the next list, which still includes it.
   void endAfterNextListing(pid_t pid) { ending_ = pid; }
 
   enum class Operation {
@@ -82,14 +82,14 @@ class SimSystemStatistics : public SystemStatistics {
     MemoryRegions,
     ExecutablePath,
   };
-  /// Lets the next call of the operation fail with the result.
+  /// Makes the next call of the operation fail with the result.
   void failNext(Operation operation, KernelResult result) {
     failures_[operation] = std::move(result);
   }
 
-  /// How often the operation was called so far.
+  /// The number of calls of the operation so far.
   int calls(Operation operation) const;
-  /// The details asked for by the last sample of a task.
+  /// The details requested by the last sample of a task.
   TaskDetail lastDetail() const { return lastDetail_; }
 
   KernelResult timeOfDay(Date& now) override;
@@ -113,7 +113,7 @@ class SimSystemStatistics : public SystemStatistics {
   KernelResult executablePath(pid_t pid, std::span<char> buffer, std::size_t& length) override;
 
  private:
-  // Counts the call; the failure that was wanted for it, or ok.
+  // Counts the call. Returns the failure set for it, or ok.
   KernelResult enter(Operation operation);
   template <typename Figure>
   KernelResult answer(Operation operation, const Figure& figure, Figure& result);

@@ -9,7 +9,7 @@
 
 namespace zorva {
 
-/// The account-sync service, without an account at first.
+/// The account-sync service; at first there is no account.
 class SimAccountSync : public AccountSync {
  public:
   SimAccountSync(SimParts& parts, NotificationCentre& notifications);

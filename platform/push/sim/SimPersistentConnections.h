@@ -8,14 +8,14 @@
 
 namespace zorva {
 
-/// The persistent-connection service, which has settings of the user "mobile" only (kUsualOwner
-/// where the handset has no such user): push and manual polling at first. Read in another name
-/// there is nothing set, no push and no caches. It is the same for every settings class.
+/// The persistent-connection service. It has settings only for the user "mobile" (kUsualOwner if
+/// the handset has no such user): push and manual polling at first. For other users nothing is set:
+/// no push and no caches. All settings classes are the same.
 class SimPersistentConnections : public PersistentConnections {
  public:
   static constexpr std::uint32_t kUsualOwner = 501;
 
-  /// `readByOwner` says whether the process acts in the name of "mobile" now.
+  /// `readByOwner` returns whether the effective user is now "mobile".
   SimPersistentConnections(SimParts& parts, const Clock& clock, std::function<bool()> readByOwner,
                            NotificationCentre& notifications);
 
@@ -25,9 +25,9 @@ class SimPersistentConnections : public PersistentConnections {
   }
   std::vector<std::pair<std::string, IntervalCache>> intervalCaches() override;
 
-  /// Sets both and reports the change.
+  /// Sets both settings and reports the change.
   void setPreferences(bool push, std::int32_t polling);
-  /// Sets one cache and reports the change; nothing takes it away.
+  /// Sets one cache and reports the change; an empty value removes it.
   void setCache(const std::string& identifier, std::optional<IntervalCache> cache);
 
  private:

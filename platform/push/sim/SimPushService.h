@@ -15,9 +15,9 @@ namespace zorva {
 /// The push service, with its one stream open at first. It has only the production environment.
 class SimPushService : public PushService {
  public:
-  /// What the service hands its connections.
+  /// An item that the service delivers to its connections.
   struct Delivery {
-    std::optional<std::string> topic;  ///< of a message; without one it is the token
+    std::optional<std::string> topic;  ///< of a message; the token has none
     Dictionary userInfo;
     Value::Data token;
   };
@@ -26,11 +26,11 @@ class SimPushService : public PushService {
 
   std::unique_ptr<PushConnection> createConnection(const std::string& environment) override;
 
-  /// Opens or ends the stream and reports it, unless it is so already.
+  /// Opens or ends the stream and reports that, unless it is in that state already.
   void setConnected(bool connected);
-  /// The stream fails, and is closed thereby.
+  /// The stream fails, which closes it.
   void failStream();
-  /// A message for the device. One that comes while there is no stream waits for it.
+  /// A message for the device. While there is no stream, it is queued.
   void sendMessage(const std::string& topic, Dictionary userInfo);
   void sendPublicToken(Value::Data token);
 

@@ -26,13 +26,12 @@
 namespace zorva {
 namespace {
 
-// Addresses of root name servers: public, and theirs for decades. To look up the way to an address
-// sends nothing.
+// Addresses of root name servers: public, and unchanged for decades. A route lookup sends nothing.
 constexpr std::uint8_t kPublicIPv4[] = {198, 41, 0, 4};
 constexpr std::uint8_t kPublicIPv6[] = {0x20, 0x01, 0x05, 0x03, 0xba, 0x3e, 0, 0,
                                         0,    0,    0,    0,    0,    0x02, 0, 0x30};
 
-// Links stand on each other only so deep.
+// The maximum depth of stacked links.
 constexpr int kMaxStacked = 8;
 
 template <typename Header>
@@ -61,17 +60,17 @@ bool isMobile(const NetworkLink& link, const std::string& directory) {
   return event && ("\n" + *event + "\n").find("\nDEVTYPE=wwan\n") != std::string::npos;
 }
 
-// The kernel's routing as it is at the moment of the call.
+// The kernel's current routing.
 class Routing {
  public:
   explicit Routing(const std::string& directory) : directory_(directory) {}
 
-  /// False when the kernel does not answer.
+  /// Returns false if the kernel does not reply.
   bool readLinks() {
     auto request = requestOf(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{});
     const auto read = [&](const nlmsghdr& each) { readLink(each, links_); };
     const NetlinkAnswer answer = socket_.request(request, read, [&] { links_.clear(); });
-    // Of a list that was interrupted again few links can be missing.
+    // If the list was interrupted again, only a few links can be missing.
     return answer == NetlinkAnswer::Done || answer == NetlinkAnswer::Interrupted;
   }
 
@@ -92,17 +91,17 @@ class Routing {
     return link && links_[*link].up ? link : std::nullopt;
   }
 
-  /// Whether what goes over the link leaves the device over a mobile interface.
+  /// Whether packets sent over the link leave the device through a mobile interface.
   bool goesOverMobile(int link, std::uint8_t family) {
     const auto carrier = isTunnel(link) ? carrierOf(link, family) : link;
-    return carrier && isOrStandsOnMobile(*carrier);
+    return carrier && usesMobile(*carrier);
   }
 
  private:
   std::string pathOf(int link) { return directory_ + "/" + links_[link].name; }
 
-  // The links that it stands on: the ports of a bridge, bond or team, the link below a VLAN.
-  std::vector<int> lowersOf(int link) {
+  // The lower links: the ports of a bridge, bond or team, the link below a VLAN.
+  std::vector<int> lowerLinksOf(int link) {
     std::vector<int> lowers;
     for (const std::string& entry : entryNames(pathOf(link))) {
       for (const auto& [index, other] : links_) {
@@ -113,37 +112,37 @@ class Routing {
     return lowers;
   }
 
-  bool isOrStandsOnMobile(int link, int depth = 0) {
+  bool usesMobile(int link, int depth = 0) {
     if (depth == kMaxStacked || !links_.contains(link)) return false;
     if (isMobile(links_[link], directory_)) return true;
-    const auto lowers = lowersOf(link);
+    const auto lowers = lowerLinksOf(link);
     return std::any_of(lowers.begin(), lowers.end(),
-                       [&](int lower) { return isOrStandsOnMobile(lower, depth + 1); });
+                       [&](int lower) { return usesMobile(lower, depth + 1); });
   }
 
-  // The kernel names nothing that carries it.
+  // The kernel reports no carrier for a tunnel.
   bool isTunnel(int link) {
     return !isMobile(links_[link], directory_) &&
-           !std::filesystem::exists(pathOf(link) + "/device") && lowersOf(link).empty();
+           !std::filesystem::exists(pathOf(link) + "/device") && lowerLinksOf(link).empty();
   }
 
-  // A virtual private network sends by the way that there was before it: by the best default route,
-  // else by a route to a single host, its server, over a link that is no tunnel itself.
+  // A VPN's packets use the route that existed before it: the best default route, otherwise a route
+  // to a single host, its server, over a link that is not a tunnel itself.
   std::optional<int> carrierOf(int tunnel, std::uint8_t family) {
-    std::vector<WayOut> ways;
+    std::vector<CarrierRoute> routes;
     for (const std::uint8_t asked :
          {family, std::uint8_t(family == AF_INET ? AF_INET6 : AF_INET)}) {
-      const std::size_t before = ways.size();
+      const std::size_t before = routes.size();
       rtmsg header{};
       header.rtm_family = asked;
       auto request = requestOf(RTM_GETROUTE, NLM_F_DUMP, header);
-      const auto read = [&](const nlmsghdr& each) { readWaysOut(each, ways); };
-      socket_.request(request, read, [&] { ways.resize(before); });
+      const auto read = [&](const nlmsghdr& each) { readCarrierRoutes(each, routes); };
+      socket_.request(request, read, [&] { routes.resize(before); });
     }
-    const WayOut* best = nullptr;
-    for (const WayOut& way : ways) {
-      if (way.link == tunnel || isTunnel(way.link) || !links_[way.link].up) continue;
-      if (best == nullptr || way < *best) best = &way;
+    const CarrierRoute* best = nullptr;
+    for (const CarrierRoute& route : routes) {
+      if (route.link == tunnel || isTunnel(route.link) || !links_[route.link].up) continue;
+      if (best == nullptr || route < *best) best = &route;
     }
     return best != nullptr ? std::optional(best->link) : std::nullopt;
   }
@@ -177,7 +176,7 @@ class Target : public ReachabilityTarget {
     socket_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE,
                                           RTNLGRP_IPV4_RULE, RTNLGRP_IPV6_RULE});
     if (!socket_) return false;
-    reported_ = flags();  // after the socket hears, so that nothing happens between
+    reported_ = flags();  // after the socket is subscribed, so that no change is missed
     return true;
   }
 
@@ -196,14 +195,14 @@ class Target : public ReachabilityTarget {
   std::optional<std::uint32_t> flags() override { return readFlags(directory_); }
 
  private:
-  /// What the messages say does not matter: any may have changed the flags, also those that were
-  /// lost.
+  /// The contents of the messages do not matter: any of them, even a lost one, may mean a change of
+  /// the flags.
   void receive() {
     std::array<std::uint8_t, 1> rest;
     for (;;) {
       const ssize_t length = ::recv(socket_.get(), rest.data(), rest.size(), MSG_DONTWAIT);
       if (length >= 0 || errno == EINTR || errno == ENOBUFS) continue;
-      if (errno != EAGAIN) readable_.reset();  // rather than being woken for ever
+      if (errno != EAGAIN) readable_.reset();  // or the loop would wake forever
       break;
     }
     changed_.request();
@@ -212,7 +211,7 @@ class Target : public ReachabilityTarget {
   void compare() {
     const auto now = flags();
     if (!readable_ || !now || now == std::exchange(reported_, now)) return;
-    const auto callback = callback_;  // which may destroy this object
+    const auto callback = callback_;  // the callback may destroy this object
     callback(*now);
   }
 
@@ -220,7 +219,7 @@ class Target : public ReachabilityTarget {
   std::string directory_;
   std::function<void(std::uint32_t)> callback_;
   Descriptor socket_;
-  EventSource readable_;  // goes before its socket
+  EventSource readable_;  // destroyed before its socket
   std::optional<std::uint32_t> reported_;
   CoalescedCall changed_;
 };

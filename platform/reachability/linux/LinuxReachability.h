@@ -8,16 +8,16 @@
 
 namespace zorva {
 
-/// Whether there is a way to the network at large: the kernel is asked over which link it would
-/// send to a public address, by IPv4 or else by IPv6. Reachable where it would and the link is up;
-/// over the wide area where what goes over that link leaves the device by a mobile interface, also
-/// from within a virtual private network. docs/linux-connectivity.md says more. The address of a
-/// target is not read: each is watched as the any-address would be.
+/// Whether the network at large is reachable: looks up over which link the kernel would send to a
+/// public address, by IPv4 or otherwise by IPv6. Reachable if there is such a link and it is up;
+/// WWAN if the packets leave the device through a mobile interface, even inside a VPN.
+/// docs/linux-connectivity.md has the details. The address of a target is ignored: each is watched
+/// like the any-address.
 class LinuxReachability : public Reachability {
  public:
   static constexpr const char* kNetworkClass = "/sys/class/net";
 
-  /// The loop must outlive the targets.
+  /// The event loop must outlive the targets.
   explicit LinuxReachability(sd_event* event, std::string directory = kNetworkClass)
       : event_(event), directory_(std::move(directory)) {}
 

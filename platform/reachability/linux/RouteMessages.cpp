@@ -19,7 +19,7 @@ Number numberIn(std::span<const std::uint8_t> bytes) {
   return number;
 }
 
-// The route that the message describes, with its attributes; nothing when it describes none.
+// The route that the message describes, with its attributes; nothing if it describes none.
 struct Route {
   const rtmsg* header;
   NetlinkAttributes attributes;
@@ -46,7 +46,7 @@ void readLink(const nlmsghdr& message, std::map<int, NetworkLink>& links) {
   links[info->ifi_index] = std::move(link);
 }
 
-void readWaysOut(const nlmsghdr& message, std::vector<WayOut>& ways) {
+void readCarrierRoutes(const nlmsghdr& message, std::vector<CarrierRoute>& routes) {
   const auto found = routeIn(message);
   if (!found) return;
   const rtmsg& route = *found->header;
@@ -57,11 +57,11 @@ void readWaysOut(const nlmsghdr& message, std::vector<WayOut>& ways) {
       (route.rtm_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) != 0) {
     return;
   }
-  WayOut way{hostRoute, route.rtm_table != RT_TABLE_MAIN, 0, 0};
+  CarrierRoute candidate{hostRoute, route.rtm_table != RT_TABLE_MAIN, 0, 0};
   std::vector<int> links;
   found->attributes.each([&](int type, auto bytes) {
     if (type == RTA_OIF) links.push_back(numberIn<int>(bytes));
-    if (type == RTA_PRIORITY) way.metric = numberIn<std::uint32_t>(bytes);
+    if (type == RTA_PRIORITY) candidate.metric = numberIn<std::uint32_t>(bytes);
     if (type != RTA_MULTIPATH) return;
     const auto* hop = reinterpret_cast<const rtnexthop*>(bytes.data());
     for (auto left = static_cast<int>(bytes.size());
@@ -74,8 +74,8 @@ void readWaysOut(const nlmsghdr& message, std::vector<WayOut>& ways) {
     }
   });
   for (const int link : links) {
-    way.link = link;
-    ways.push_back(way);
+    candidate.link = link;
+    routes.push_back(candidate);
   }
 }
 

@@ -14,26 +14,24 @@ namespace zorva {
 struct NetworkLink {
   std::string name;
   unsigned type = 0;  ///< ARPHRD_
-  bool up = false;    ///< and has a carrier
-  int lower = 0;      ///< index of the link that it stands on (VLAN, tunnel), or 0, or kElsewhere
+  bool up = false;    ///< up, and has a carrier
+  int lower = 0;      ///< index of the lower link (VLAN, tunnel), or 0, or kElsewhere
   static constexpr int kElsewhere = -1;  ///< in another network namespace
 };
 
-/// A way out that a route offers; the least is the one that is taken first.
-struct WayOut {
-  bool hostRoute;  ///< to a single host by a gateway, else a default route
+/// A route that may carry a tunnel; the least one is preferred.
+struct CarrierRoute {
+  bool hostRoute;  ///< to a single host through a gateway; otherwise a default route
   bool otherTable;
   std::uint32_t metric;
   int link;
-  auto operator<=>(const WayOut&) const = default;
+  auto operator<=>(const CarrierRoute&) const = default;
 };
 
-// What a message of the kernel's routing says; nothing is added for another one, or one that is cut
-// off before it says it.
+// Reads a message of the kernel's routing; adds nothing for another message or a truncated one.
 void readLink(const nlmsghdr& message, std::map<int, NetworkLink>& links);
-void readWaysOut(const nlmsghdr& message, std::vector<WayOut>& ways);
-/// The link over which the kernel would send, from its answer to a look-up; nothing where it would
-/// not send.
+void readCarrierRoutes(const nlmsghdr& message, std::vector<CarrierRoute>& routes);
+/// The link over which the kernel would send, from its reply to a lookup; nothing if there is none.
 std::optional<int> linkOfLookup(const nlmsghdr& message);
 
 }  // namespace zorva

@@ -16,7 +16,7 @@ class SimReachability : public Reachability {
 
   /// Notifies the targets if the flags changed.
   void setFlags(std::uint32_t flags);
-  /// Nothing while they cannot be read.
+  /// Empty: they cannot be read.
   std::optional<std::uint32_t> readFlags();
 
  private:

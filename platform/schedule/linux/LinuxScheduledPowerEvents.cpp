@@ -23,9 +23,9 @@ constexpr const char* kServiceManagerPath = "/org/freedesktop/systemd1";
 constexpr const char* kManager = "org.freedesktop.systemd1.Manager";
 constexpr const char* kTimer = "org.freedesktop.systemd1.Timer";
 
-// What is never, and what is as far off that no machine sees it (a thousand years).
+// Excludes times that mean "never", and those too far in the future (a thousand years).
 constexpr std::uint64_t kForever = 1000ULL * 366 * 86'400 * 1'000'000;
-// Dates beyond the year 9999 cannot be written; what claims one is no date.
+// Dates beyond the year 9999 cannot be written and are rejected.
 constexpr std::int64_t kLatestSecond = 253'402'300'799;
 
 Dictionary event(Date time, const char* type, std::string scheduledBy) {
@@ -41,8 +41,8 @@ Date timeOf(const Dictionary& event) {
   return event["time"].date().value_or(Date());
 }
 
-// The type that is announced for what the login manager is about to do; nothing for a rehearsal. A
-// kexec starts another kernel: for the user it is a restart.
+// The event type of the login manager's scheduled action; nothing for a dry run. A kexec starts
+// another kernel: for the user it is a restart.
 const char* shutdownType(std::string_view type) {
   if (type == "poweroff" || type == "halt") return "shutdown";
   if (type == "reboot" || type == "soft-reboot" || type == "kexec") return "restart";
@@ -51,7 +51,7 @@ const char* shutdownType(std::string_view type) {
 
 struct Timer {
   int wakesSystem = 0;
-  std::uint64_t realtimeUsec = 0;   ///< of its next run, by the wall clock; 0 or huge: none
+  std::uint64_t realtimeUsec = 0;   ///< its next run, by the wall clock; 0 or huge: none
   std::uint64_t monotonicUsec = 0;  ///< the same by CLOCK_MONOTONIC
 };
 
@@ -110,8 +110,8 @@ bool LinuxScheduledPowerEvents::addAlarms(std::vector<Dictionary>& events) const
   for (const std::string& name : clocks) {
     const auto alarm = readNumber(directory + name + "/wakealarm");
     if (!alarm || *alarm <= 0 || *alarm > kLatestSecond) continue;
-    // The alarm is in the clock's own time, which may be local time, or just wrong. What is left
-    // until then is true in any case. Reading takes up to a second of the clock's own.
+    // The alarm is in the clock's own time, which may be local time, or wrong; the remaining time
+    // is right in any case. The clock counts whole seconds, so it is off by up to one.
     Date time{seconds(*alarm)};
     const std::int64_t now = secondsSinceEpoch(clock_.now());
     if (const auto own = readNumber(directory + name + "/since_epoch");
@@ -162,8 +162,8 @@ bool LinuxScheduledPowerEvents::addTimers(std::vector<Dictionary>& events,
   return true;
 }
 
-// Whether the service manager can still be asked. A timer that made itself superfluous since it was
-// listed is an error, which takes no time; what does is for the deadline to end.
+// Whether the service manager can be queried further. A timer that has ended since it was listed
+// causes an error, which takes no time; slow replies are limited by the deadline.
 bool LinuxScheduledPowerEvents::addTimer(std::vector<Dictionary>& events, const std::string& unit,
                                          const std::string& path) const {
   const LinuxBus::Reply reply =

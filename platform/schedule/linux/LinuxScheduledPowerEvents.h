@@ -12,23 +12,23 @@
 
 namespace zorva {
 
-/// What is planned on a Linux machine (docs/linux-sleep.md): real-time clocks' wake alarms, the
-/// shutdown that the login manager was asked to make, and the service manager's timers that wake
-/// the system. "scheduledby" is "rtc0 (rtc_cmos)", "logind", or the timer's name.
+/// The scheduled events of a Linux machine (docs/linux-sleep.md): wake alarms of real-time clocks,
+/// the login manager's scheduled shutdown, and the service manager's timers that wake the system.
+/// "scheduledby" is "rtc0 (rtc_cmos)", "logind", or the timer's name.
 ///
-/// No list when there is none of these three. It is asked for while the system waits to sleep, so
-/// no service is asked once the time limit is over: with the last call's own limit, no more than
+/// There is no list if none of these three exists. It is queried while the system waits to sleep,
+/// so no service is called after the time limit: including the last call's own limit, no more than
 /// three seconds in all.
 class LinuxScheduledPowerEvents : public ScheduledPowerEvents {
  public:
   static constexpr std::chrono::seconds kTimeLimit{1};
-  /// Active timers beyond that are not asked.
+  /// Active timers beyond this number are not queried.
   static constexpr int kMaxTimers = 200;
 
-  /// Microseconds of CLOCK_MONOTONIC, in which the service manager gives some of its times.
+  /// Microseconds of CLOCK_MONOTONIC, in which the service manager reports some times.
   static std::int64_t monotonicUsec();
 
-  /// Everything referred to must outlive this.
+  /// All arguments must outlive this object.
   LinuxScheduledPowerEvents(LinuxBus& bus, const Clock& clock, std::string sysfs = "/sys",
                             std::function<std::int64_t()> monotonic = monotonicUsec);
 
@@ -36,7 +36,7 @@ class LinuxScheduledPowerEvents : public ScheduledPowerEvents {
 
  private:
   using Deadline = std::chrono::steady_clock::time_point;
-  // Each adds its events, and answers whether there is such a source.
+  // Each adds its events, and returns whether there is such a source.
   bool addAlarms(std::vector<Dictionary>& events) const;
   bool addShutdown(std::vector<Dictionary>& events) const;
   bool addTimers(std::vector<Dictionary>& events, Deadline deadline) const;

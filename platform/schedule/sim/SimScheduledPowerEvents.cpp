@@ -44,7 +44,7 @@ ScenarioAction SimScheduledPowerEvents::readEvent(const ScenarioNode& node) {
 
 ScenarioAction SimScheduledPowerEvents::readRemoval(const ScenarioNode& node) {
   const std::string& scheduledBy = node.anyText();
-  if (planned_.erase(scheduledBy) == 0) node.refuse("nothing is scheduled by this one then");
+  if (planned_.erase(scheduledBy) == 0) node.refuse("it has scheduled nothing by then");
   return [this, scheduledBy] { remove(scheduledBy); };
 }
 

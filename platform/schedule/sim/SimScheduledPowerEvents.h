@@ -11,21 +11,21 @@
 
 namespace zorva {
 
-/// The planned power events. One whose time has passed stays in the list until it is removed.
+/// The scheduled power events. One whose time has passed stays in the list until it is removed.
 class SimScheduledPowerEvents : public ScheduledPowerEvents {
  public:
   explicit SimScheduledPowerEvents(SimParts& parts);
 
   std::optional<std::vector<Dictionary>> copyScheduledPowerEvents() override;
 
-  /// Plans an event, after those of the same time. The record may lack any key; one without a time
-  /// comes last.
+  /// Schedules an event, after those of the same time. The record may lack any key; one without a
+  /// time is last in the list.
   void add(Dictionary event);
-  /// Removes everything that one has scheduled.
+  /// Removes every event scheduled by it.
   void remove(const std::string& scheduledBy);
   /// Empties the list.
   void clear() { events_.emplace(); }
-  /// Until the next change there is no list.
+  /// Returns no list until the next change.
   void removeList() { events_.reset(); }
 
  private:
@@ -35,7 +35,7 @@ class SimScheduledPowerEvents : public ScheduledPowerEvents {
 
   SimFaultPoint copyFault_;
   std::optional<std::vector<Dictionary>> events_{std::in_place};
-  /// Who will have scheduled something when the step that is being read happens.
+  /// The schedulers of the events in the list when the step being read is executed.
   std::set<std::string> planned_;
 };
 

@@ -7,17 +7,26 @@
 
 #include "platform/base/Text.h"
 #include "platform/kit/files/SysfsAttributes.h"
+#include "platform/kit/loop/ClockJumps.h"
 
 namespace zorva {
+namespace {
+
+// How long before this process runs again a source may have ended the sleep, in milliseconds:
+// resuming the devices takes some tenths of a second, on slow ones a few seconds.
+constexpr std::int64_t kResumeMs = 5000;
+
+}  // namespace
 
 LinuxKernelValues::LinuxKernelValues(std::function<std::vector<std::string>()> modemDevices,
                                      std::string sysfs, std::string procfs)
     : modemDevices_(std::move(modemDevices)),
       sysfs_(std::move(sysfs)),
-      procfs_(std::move(procfs)) {}
+      procfs_(std::move(procfs)),
+      before_(readWakeupBaseline(sysfs_)) {}
 
 std::optional<std::string> LinuxKernelValues::value(const std::string& name) const {
-  if (name == "kern.wakereason") return awake_ ? reason_ : wakeReason(readEvidence());
+  if (name == "kern.wakereason") return woken_ ? reason_ : wakeReason(readEvidence({}));
   if (name == "kern.bootargs") {
     const auto text = readAttribute(procfs_ + "/cmdline");
     return text ? std::optional(safeText(*text)) : std::nullopt;
@@ -41,23 +50,26 @@ int LinuxKernelValues::read(const std::string& name, std::span<char> buffer, std
 }
 
 void LinuxKernelValues::systemWillSleep() {
-  beforeSleep_ = readWakeupBaseline(sysfs_);
+  before_ = readWakeupBaseline(sysfs_);
   modemsBeforeSleep_ = modems();
-  awake_ = false;
 }
 
-bool LinuxKernelValues::systemDidWake() {
-  const WakeEvidence evidence = readEvidence();
+bool LinuxKernelValues::systemDidWake(bool prepared) {
+  if (!prepared) {
+    before_.firmwareEvents.clear();  // came at any time since the last wake
+    before_.sinceMs = clockTime(CLOCK_MONOTONIC) / 1'000'000 - kResumeMs;
+  }
+  const WakeEvidence evidence = readEvidence(before_);
   reason_ = wakeReason(evidence);
-  awake_ = true;
-  beforeSleep_.reset();
+  woken_ = true;
+  before_ = readWakeupBaseline(sysfs_);
   return modemWoke(evidence);
 }
 
-WakeEvidence LinuxKernelValues::readEvidence() const {
+WakeEvidence LinuxKernelValues::readEvidence(const std::optional<WakeupBaseline>& before) const {
   std::set<std::string> paths = modems();
   paths.insert(modemsBeforeSleep_.begin(), modemsBeforeSleep_.end());
-  return readWakeEvidence(sysfs_, beforeSleep_, paths);
+  return readWakeEvidence(sysfs_, before, paths);
 }
 
 std::set<std::string> LinuxKernelValues::modems() const {

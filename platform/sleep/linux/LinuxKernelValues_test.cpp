@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <map>
 
+#include "platform/kit/loop/ClockJumps.h"
 #include "platform/testing/TemporaryDirectory.h"
 
 namespace zorva {
@@ -82,18 +83,29 @@ class Machine {
                              "5c00000.remoteproc:glink-edge.IPCRTR.-1.-1"}) {
       const std::string entry = "wakeup" + std::to_string(number++);
       write("class/wakeup/" + entry + "/name", std::string(name) + "\n");
-      speak(entry, 5, 0, 100);
+      speak(entry, 5, 0, 100, 40);
     }
+    for (const char* event : {"gpe17", "gpe6E", "gpeFF", "ff_pwr_btn", "ff_gbl_lock"}) {
+      count(event, 7, "  EN     enabled      unmasked");
+    }
+    for (const char* sum : {"gpe_all", "sci", "sci_not", "error"}) count(sum, 20, "");
   }
   void write(const std::string& name, const std::string& text) const {
     directory_.write(name, text);
   }
-  // The source speaks up: its counts and the time of that.
-  void speak(const std::string& entry, int events, int wakeups, int time) const {
+  // The source speaks up: its counts, the time of that or of its silence after it, for how long it
+  // has spoken in all, and now.
+  void speak(const std::string& entry, int events, int wakeups, std::int64_t time, int total = 0,
+             int active = 0) const {
     const std::string directory = "class/wakeup/" + entry;
+    write(directory + "/total_time_ms", std::to_string(total) + "\n");
+    write(directory + "/active_time_ms", std::to_string(active) + "\n");
     write(directory + "/event_count", std::to_string(events) + "\n");
     write(directory + "/wakeup_count", std::to_string(wakeups) + "\n");
     write(directory + "/last_change_ms", std::to_string(time) + "\n");
+  }
+  void count(const std::string& event, int count, const char* state) const {
+    write("firmware/acpi/interrupts/" + event, "       " + std::to_string(count) + state + "\n");
   }
   void wokenBy(int interrupt) const {
     write("power/pm_wakeup_irq", std::to_string(interrupt) + "\n");
@@ -196,6 +208,36 @@ TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
        interrupt(0, {6, 7}),
        "baseband 4080000.remoteproc:glink-edge.IPCRTR.-1.-1 wakeup source"},
       {{}, interrupt(0, {7, 6}), "5c00000.remoteproc:glink-edge.IPCRTR.-1.-1 wakeup source"},
+      // and with the events that have occurred, of which there may be no source.
+      {{},
+       [](const Machine& machine) {
+         machine.wokenBy(9);
+         machine.count("gpe6E", 8, "         enabled      unmasked");
+         machine.count("ff_gbl_lock", 8, "  EN     enabled      unmasked");
+         for (const char* sum : {"gpe_all", "sci", "sci_not", "error"}) machine.count(sum, 21, "");
+       },
+       "acpi irq 9 IO-APIC, gpe6E"},
+      {{},
+       [](const Machine& machine) {
+         machine.wokenBy(9);
+         machine.count("ff_pwr_btn", 8, "  EN     enabled      unmasked");
+         machine.count("gpe17", 9, "  EN STS enabled      unmasked");
+         machine.speak("wakeup3", 6, 0, 200);
+       },
+       "acpi irq 9 IO-APIC, ff_pwr_btn, gpe17, gpio-keys wakeup source"},
+      // Who spoke up first may have fallen silent last, or speak still.
+      {{},
+       [](const Machine& machine) {
+         machine.speak("wakeup2", 6, 0, 180, 40 + 30, 30);
+         machine.speak("wakeup3", 6, 0, 260, 40 + 110);
+       },
+       "gpio-keys wakeup source"},
+      {{},
+       [](const Machine& machine) {
+         machine.speak("wakeup2", 6, 0, 150, 40 + 90, 90);
+         machine.speak("wakeup3", 6, 0, 260, 40 + 100);
+       },
+       "1-4 wakeup source"},
       // Sources alone.
       {{}, interrupt(0, {3, 5}), "00:04 (rtc_cmos) wakeup source"},  // a clock's alarm comes late
       {{},
@@ -236,7 +278,7 @@ TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
     LinuxKernelValues kernel([&] { return std::exchange(modems, {}); }, machine / "");
     kernel.systemWillSleep();
     each.wake(machine);
-    kernel.systemDidWake();
+    kernel.systemDidWake(true);
     machine.speak("wakeup2", 50, 50, 1);  // what comes later counts no more
     std::array<char, 256> buffer;
     std::size_t size = 0, filled = 0;
@@ -259,12 +301,25 @@ TEST(LinuxKernelValues, AreFitForALineOfTextAndNeverGuessed) {
   std::array<char, 64> buffer;
   EXPECT_EQ(kernel.read("kern.bootargs", buffer, filled), 0);
   EXPECT_STREQ(buffer.data(), "quiet\\x09splash\\x01");
-  // Nobody knows how it was before a sleep that was missed, also after one that was not.
+  // A sleep that was not announced may have begun long after the last wake.
   kernel.systemWillSleep();
-  kernel.systemDidWake();
-  machine.speak("wakeup2", 9, 9, 900);
-  kernel.systemDidWake();
+  kernel.systemDidWake(true);
+  const std::int64_t now = clockTime(CLOCK_MONOTONIC) / 1'000'000;
+  machine.speak("wakeup2", 9, 9, now - 60'000);
+  machine.count("gpe17", 12, "  EN     enabled      unmasked");
+  kernel.systemDidWake(false);
   EXPECT_EQ(kernel.sizeOf("kern.wakereason", size), ENOENT);
+  machine.speak("wakeup2", 10, 9, now - 60'000);
+  machine.speak("wakeup3", 7, 0, now - 100);
+  kernel.systemDidWake(false);
+  EXPECT_EQ(kernel.read("kern.wakereason", buffer, filled), 0);
+  EXPECT_STREQ(buffer.data(), "gpio-keys wakeup source");
+  // What woke it once does not stand for the next wake, nor an event at any time since.
+  machine.wokenBy(9);
+  machine.count("gpe17", 13, "  EN     enabled      unmasked");
+  kernel.systemDidWake(false);
+  EXPECT_EQ(kernel.read("kern.wakereason", buffer, filled), 0);
+  EXPECT_STREQ(buffer.data(), "acpi irq 9 IO-APIC");
 }
 
 }  // namespace

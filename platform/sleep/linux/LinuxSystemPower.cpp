@@ -9,6 +9,11 @@
 #include "platform/kit/bus/BusProperties.h"
 
 namespace zorva {
+namespace {
+
+constexpr int kMaxRetries = 4;  // each after twice the time of the one before: 15 seconds in all
+
+}  // namespace
 
 struct LinuxSystemPower::Listener {
   Handler handler;
@@ -46,10 +51,17 @@ class LinuxSystemPower::LinuxPort : public Port {
   std::function<bool(bool listens)> listen_;
 };
 
-LinuxSystemPower::LinuxSystemPower(LinuxBus& bus, Hooks hooks)
-    : bus_(bus),
+LinuxSystemPower::LinuxSystemPower(sd_event* event, LinuxBus& bus, Hooks hooks)
+    : LinuxSystemPower(event, bus, std::move(hooks), Sources()) {}
+
+LinuxSystemPower::LinuxSystemPower(sd_event* event, LinuxBus& bus, Hooks hooks, Sources sources)
+    : event_(event),
+      bus_(bus),
       hooks_(std::move(hooks)),
-      listeners_(std::make_shared<std::map<std::uint32_t, std::shared_ptr<Listener>>>()) {
+      sources_(std::move(sources)),
+      listeners_(std::make_shared<std::map<std::uint32_t, std::shared_ptr<Listener>>>()),
+      before_(record()),
+      clockJumps_(ClockJumpWatch::make(event, [this] { clockJumped(); })) {
   registrations_.push_back(bus_.observeSignals(
       std::string("type='signal',sender='") + kLoginService + "',path='" + kLoginPath +
           "',interface='" + kLoginManager + "',member='PrepareForSleep'",
@@ -73,12 +85,27 @@ SystemPower::Registered LinuxSystemPower::registerForSystemPower(Handler handler
 }
 
 void LinuxSystemPower::takeInhibitor() {
+  refusals_ = 0;
+  tryInhibitor();
+}
+
+void LinuxSystemPower::tryInhibitor() {
+  retry_.reset();
   if (listeners_->empty()) return;
   const LinuxBus::Reply reply =
       bus_.call(kLoginService, kLoginPath, kLoginManager, "Inhibit", [](sd_bus_message* call) {
         return sd_bus_message_append(call, "ssss", "sleep", "Zorva", "Logs the way to sleep",
                                      "delay");
       });
+  if (reply.outcome == LinuxBus::Outcome::Failed && refusals_ < kMaxRetries) {
+    // The login manager refuses every lock while it puts the system to sleep.
+    const auto delay = static_cast<std::uint64_t>(sources_.firstRetry.count()) << refusals_++;
+    sd_event_source* source = nullptr;
+    if (sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC, delay, 0, onRetry, this) >=
+        0) {
+      retry_.reset(source);
+    }
+  }
   if (reply.outcome != LinuxBus::Outcome::Answered) return;
   int lock = -1;  // the message's
   if (sd_bus_message_read(reply.message.get(), "h", &lock) <= 0) return;
@@ -86,7 +113,25 @@ void LinuxSystemPower::takeInhibitor() {
   inhibitor_ = Descriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 3));
 }
 
+int LinuxSystemPower::onRetry(sd_event_source*, std::uint64_t, void* self) {
+  static_cast<LinuxSystemPower*>(self)->tryInhibitor();
+  return 0;
+}
+
+SleepRecord LinuxSystemPower::record() const {
+  return readSleepRecord(sources_.sysfs, sources_.timeSlept());
+}
+
+// The bus may deliver its messages first.
+void LinuxSystemPower::clockJumped() {
+  if (sources_.timeSlept() - before_.slept < kMinSleep) return;  // the clock was set
+  const SleepRecord after = record();
+  if (state_ == State::Waking) deliverWake();  // of the sleep before
+  sleepResult(before_, after) == SleepResult::Failed ? stayAwake(after) : wake(after);
+}
+
 void LinuxSystemPower::managerChanged() {
+  clockJumped();
   if (state_ == State::Awake || state_ == State::Waking) return takeInhibitor();
   // The end of the sleep may not have been announced.
   const LinuxBus::Reply reply =
@@ -94,23 +139,29 @@ void LinuxSystemPower::managerChanged() {
   int sleeps = 1;
   if (reply.outcome == LinuxBus::Outcome::Answered &&
       sd_bus_message_read(reply.message.get(), "b", &sleeps) > 0 && sleeps == 0) {
-    wake();
+    sleepEnded();
   }
 }
 
 void LinuxSystemPower::prepareForSleep(bool sleep) {
+  clockJumped();
   switch (state_) {
     case State::Awake:
-      if (sleep) announceSleep();
+      if (sleep) return announceSleep();
+      // The end was reported already. While the login manager was at it, it refused the lock.
+      if (!inhibitor_) takeInhibitor();
       break;
     case State::Announced:
-      if (!sleep) wake();
+      if (!sleep) sleepEnded();
       break;
     case State::Allowed:
-      sleep ? announceSleep() : wake();
+      sleep ? announceSleep() : sleepEnded();
       break;
     case State::Waking:
-      if (!sleep) break;
+      if (!sleep) {
+        if (!inhibitor_) takeInhibitor();
+        break;
+      }
       deliverWake();  // never after the next sleep's announcement
       announceSleep();
       break;
@@ -119,6 +170,8 @@ void LinuxSystemPower::prepareForSleep(bool sleep) {
 
 void LinuxSystemPower::announceSleep() {
   state_ = State::Announced;
+  before_ = record();
+  retry_.reset();
   ++announcement_;
   for (const auto& [number, listener] : *listeners_) listener->waits = listener->listens;
   deliver(PowerMessage::WillSleep, announcement_);
@@ -143,11 +196,17 @@ void LinuxSystemPower::allowWhenNobodyWaits() {
   inhibitor_ = Descriptor();
 }
 
-void LinuxSystemPower::wake() {
+void LinuxSystemPower::sleepEnded() {
+  const SleepRecord after = record();
+  sleepResult(before_, after) == SleepResult::Failed ? stayAwake(after) : wake(after);
+}
+
+void LinuxSystemPower::wake(const SleepRecord& after) {
+  const bool prepared = state_ == State::Allowed;
   state_ = State::Waking;
-  for (const auto& [number, listener] : *listeners_) listener->waits = false;
-  ++announcement_;  // what is allowed from now on is a sleep of the past
-  takeInhibitor();
+  endAnnouncement(after);
+  if (hooks_.resumed) hooks_.resumed(prepared);
+  if (!inhibitor_) takeInhibitor();
   if (!hooks_.afterWake) return deliverWake();
   hooks_.afterWake([this, weak = std::weak_ptr(listeners_), wake = announcement_] {
     if (weak.lock() && announcement_ == wake) deliverWake();
@@ -158,7 +217,21 @@ void LinuxSystemPower::deliverWake() {
   if (state_ != State::Waking) return;
   state_ = State::Awake;
   deliver(PowerMessage::HasPoweredOn, 0);
-  if (hooks_.wakeTold) hooks_.wakeTold();
+  if (hooks_.sleepOver) hooks_.sleepOver();
+}
+
+void LinuxSystemPower::stayAwake(const SleepRecord& after) {
+  state_ = State::Awake;
+  endAnnouncement(after);
+  if (!inhibitor_) takeInhibitor();
+  if (hooks_.sleepOver) hooks_.sleepOver();
+  deliver(PowerMessage::WillNotSleep, 0);
+}
+
+void LinuxSystemPower::endAnnouncement(const SleepRecord& after) {
+  before_ = after;
+  for (const auto& [number, listener] : *listeners_) listener->waits = false;
+  ++announcement_;  // what is allowed from now on is a sleep of the past
 }
 
 void LinuxSystemPower::deliver(PowerMessage message, std::intptr_t argument) {
@@ -185,7 +258,9 @@ void LinuxSystemPower::remove(std::uint32_t number) {
   found->second->removed = true;
   listeners_->erase(found);
   allowWhenNobodyWaits();
-  if (listeners_->empty()) inhibitor_ = Descriptor();
+  if (!listeners_->empty()) return;
+  inhibitor_ = Descriptor();
+  retry_.reset();
 }
 
 }  // namespace zorva

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include "platform/kit/bus/BusProperties.h"
+#include "platform/testing/ClockJump.h"
 #include "platform/testing/PrivateBus.h"
 #include "platform/testing/TemporaryDirectory.h"
 #include "platform/testing/TestLoop.h"
@@ -86,7 +87,8 @@ def Inhibit(self, what, who, why, mode):
     listener.handles = power_.registerForSystemPower(
         [this, name, &listener](std::uint32_t type, std::intptr_t argument) {
           const bool sleep = type == static_cast<std::uint32_t>(PowerMessage::WillSleep);
-          reported_.push_back(name + (sleep ? " sleep" : " wake"));
+          const bool wake = type == static_cast<std::uint32_t>(PowerMessage::HasPoweredOn);
+          reported_.push_back(name + (sleep ? " sleep" : wake ? " wake" : " stays awake"));
           listener.argument = argument;
           if (sleep && name == "a") allow(listener, argument);
         });
@@ -113,15 +115,22 @@ def Inhibit(self, what, who, why, mode):
   Lines reported_;
   bool hurry_ = true;  ///< the hook on wake proceeds at once
   std::function<void()> proceed_;
+  std::int64_t slept_ = 0;
   LinuxBus bus_{loop_.event(), private_.address(), std::chrono::milliseconds(500)};
-  LinuxSystemPower power_{bus_,
-                          {[this] { reported_.push_back("before sleep, " + locks()); },
-                           [this](std::function<void()> proceed) {
-                             reported_.push_back("after wake, " + locks());
-                             proceed_ = std::move(proceed);
-                             if (hurry_) proceed_();
-                           },
-                           [this] { reported_.push_back("wake told"); }}};
+  LinuxSystemPower power_{
+      loop_.event(),
+      bus_,
+      {[this] { reported_.push_back("before sleep, " + locks()); },
+       [this](bool prepared) {
+         reported_.push_back((prepared ? "resumed, " : "resumed unprepared, ") + locks());
+       },
+       [this](std::function<void()> proceed) {
+         reported_.push_back("after wake, " + locks());
+         proceed_ = std::move(proceed);
+         if (hurry_) proceed_();
+       },
+       [this] { reported_.push_back("over"); }},
+      {directory_ / "sys", [this] { return slept_; }, std::chrono::milliseconds(50)}};
   // Called after the ones of what is tested.
   Registration signals_ = bus_.observeSignals("type='signal',member='PrepareForSleep'",
                                               [this](sd_bus_message*) { signalled_ = true; });
@@ -149,10 +158,10 @@ TEST_F(LinuxSystemPowerTest, HoldsSleepOffUntilEverybodyAllowsIt) {
 
   hurry_ = false;
   send(false);
-  EXPECT_EQ(reported(), Lines({std::string("after wake, held: ") + kLock}));
+  EXPECT_EQ(reported(), Lines({"resumed, ", std::string("after wake, held: ") + kLock}));
   proceed_();
   proceed_();
-  EXPECT_EQ(reported(), Lines({"a wake", "b wake", "wake told"}));
+  EXPECT_EQ(reported(), Lines({"a wake", "b wake", "over"}));
   send(false);
   EXPECT_EQ(reported(), Lines()) << "nobody slept";
 
@@ -162,8 +171,9 @@ TEST_F(LinuxSystemPowerTest, HoldsSleepOffUntilEverybodyAllowsIt) {
   allow(b, b.argument);
   send(false);
   send(true);
-  EXPECT_EQ(reported(), Lines({"before sleep, held: ", std::string("after wake, held: ") + kLock,
-                               "a wake", "b wake", "wake told", "a sleep", "b sleep"}));
+  EXPECT_EQ(reported(),
+            Lines({"before sleep, held: ", "resumed, ", std::string("after wake, held: ") + kLock,
+                   "a wake", "b wake", "over", "a sleep", "b sleep"}));
   proceed_();
   EXPECT_EQ(reported(), Lines());
   EXPECT_EQ(locks(), "held: ");
@@ -180,7 +190,7 @@ TEST_F(LinuxSystemPowerTest, HoldsSleepOffUntilEverybodyAllowsIt) {
   EXPECT_EQ(reported().size(), 1u);
   send(false);
   proceed_();
-  EXPECT_EQ(reported().back(), "wake told");
+  EXPECT_EQ(reported().back(), "over");
   drop(a);
   waitUntilDropped();
   send(true);
@@ -199,7 +209,7 @@ TEST_F(LinuxSystemPowerTest, OutlivesTheLoginManager) {
   send(true);
   send(false);
   EXPECT_EQ(reported(),
-            Lines({"a sleep", "before sleep, ", "after wake, ", "a wake", "wake told"}));
+            Lines({"a sleep", "before sleep, ", "resumed, ", "after wake, ", "a wake", "over"}));
 
   // Its successor is asked anew, and is the one that ends a sleep that it does not know.
   std::filesystem::remove(directory_ / "refuse");
@@ -212,9 +222,85 @@ TEST_F(LinuxSystemPowerTest, OutlivesTheLoginManager) {
   allow(b, b.argument);
   EXPECT_EQ(reported(), Lines({"a sleep", "b sleep", "before sleep, held: "}));
   waitUntilDropped();
-  const Lines woken{std::string("after wake, held: ") + kLock, "a wake", "b wake", "wake told"};
+  const Lines woken{"resumed, ", std::string("after wake, held: ") + kLock, "a wake", "b wake",
+                    "over"};
   startLogind();
   EXPECT_EQ(reported(), woken);
+}
+
+TEST_F(LinuxSystemPowerTest, ReportsEachEndOfASleepOnceAsTheKernelRecordsIt) {
+  private_.start();
+  loop_.runUntil([&] { return bus_.connected(); });
+  startLogind();
+  Listener a;
+  listen("a", a);
+  EXPECT_EQ(locks(), std::string("held: ") + kLock);
+  const auto suspendStats = [&](int successes, int failures) {
+    directory_.write("sys/power/suspend_stats/success", std::to_string(successes) + "\n");
+    directory_.write("sys/power/suspend_stats/fail", std::to_string(failures) + "\n");
+  };
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  // Asked of the kernel itself. A clock that is set is no sleep.
+  const Lines unannounced{"resumed unprepared, held: ", "after wake, held: ", "a wake", "over"};
+  slept_ += kSecond;
+  jumpClock();
+  EXPECT_EQ(reported(), unannounced);
+  jumpClock();
+  send(false);
+  EXPECT_EQ(reported(), Lines());
+
+  // Announced, too: the clock is heard first, while the login manager still refuses its lock.
+  const Lines prepared{"a sleep", "before sleep, held: "};
+  const Lines refused{"resumed, ", "after wake, ", "a wake", "over"};
+  send(true);
+  EXPECT_EQ(reported(), prepared);
+  waitUntilDropped();
+  directory_.write("refuse", "");
+  slept_ += kSecond;
+  jumpClock();
+  EXPECT_EQ(reported(), refused);
+  std::filesystem::remove(directory_ / "refuse");
+  std::string asked;
+  loop_.runUntil([&] { return !(asked += locks()).empty(); });
+  EXPECT_EQ(asked, std::string("held: ") + kLock) << "asked for again";
+  send(false);
+  EXPECT_EQ(reported(), Lines());
+  EXPECT_EQ(locks(), "held: ");
+
+  // The kernel's counts know better than the clock and the login manager.
+  const Lines failed{"over", "a stays awake"};
+  suspendStats(3, 1);
+  send(true);
+  suspendStats(3, 2);
+  reported();
+  waitUntilDropped();
+  send(false);
+  EXPECT_EQ(reported(), failed);
+  send(true);
+  reported();
+  send(false);
+  EXPECT_EQ(reported(), failed) << "the kernel was not asked";
+  send(true);
+  suspendStats(4, 3);
+  reported();
+  send(false);
+  EXPECT_EQ(reported().at(2), "a wake") << "it slept at the second attempt, if not by its clock";
+  send(true);
+  slept_ += kSecond;
+  reported();
+  send(false);
+  EXPECT_EQ(reported().at(2), "a wake") << "a hibernation";
+  slept_ += kSecond / 2;
+  suspendStats(4, 4);
+  jumpClock();
+  EXPECT_EQ(reported(), failed) << "given up at the last step";
+
+  // A sleep without announcement right before one with it, of which both are heard at once.
+  slept_ += 3 * kSecond;
+  send(true);
+  Lines both = unannounced;
+  both.insert(both.end(), prepared.begin(), prepared.end());
+  EXPECT_EQ(reported(), both);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <limits>
 #include <linux/filter.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
@@ -17,31 +16,13 @@
 
 #include "platform/base/Descriptor.h"
 #include "platform/base/Text.h"
+#include "platform/kit/loop/ClockJumps.h"
 #include "platform/kit/loop/EventSources.h"
 
 namespace zorva {
 namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;
-// The two clocks that give the time slept are not read at the same moment.
-constexpr std::int64_t kMinSleep = 1'000'000;
-
-std::int64_t clockTime(clockid_t clock) {
-  timespec time{};
-  clock_gettime(clock, &time);
-  return std::int64_t{time.tv_sec} * kSecond + time.tv_nsec;
-}
-
-// Of several tries the least counts: anything that comes in between adds to it.
-std::int64_t kernelSleepTime() {
-  std::int64_t least = std::numeric_limits<std::int64_t>::max();
-  for (int i = 0; i < 5; ++i) {
-    const std::int64_t awake = clockTime(CLOCK_MONOTONIC);
-    least = std::min(least, clockTime(CLOCK_BOOTTIME) - awake);
-  }
-  return least;
-}
-
 bool attachFilter(int socket) {
   sock_filter program[] = {
       // Addressed to this host: neither broadcast, nor multicast, nor sent by it.
@@ -138,7 +119,7 @@ struct WakePacketCapture::Socket {
 };
 
 WakePacketCapture::WakePacketCapture(sd_event* event, SleepTime sleepTime)
-    : event_(event), sleepTime_(sleepTime ? std::move(sleepTime) : kernelSleepTime) {}
+    : event_(event), sleepTime_(sleepTime ? std::move(sleepTime) : timeSlept) {}
 
 WakePacketCapture::~WakePacketCapture() = default;
 

@@ -26,6 +26,8 @@ constexpr std::string_view kModemDrivers[] = {
     "mtk_t7xx", "t7xx",     "ipa",          "bam-dmux"};
 // Words that name a modem wherever they stand ("smd-modem", "modem_wakeup").
 constexpr std::string_view kModemWords[] = {"modem", "mpss", "baseband"};
+// Events of the firmware's that are no GPE, of those that wake a machine.
+constexpr std::string_view kFixedEvents[] = {"ff_pwr_btn", "ff_slp_btn", "ff_rt_clk"};
 // A device's name in the kernel that is shorter ("1-3") is found in too many places.
 constexpr std::size_t kTellingName = 8;
 
@@ -173,6 +175,24 @@ bool alarmWentOff(const std::string& device) {
   });
 }
 
+// A text that cannot be a time of the kernel's must not make the sums overflow.
+std::int64_t milliseconds(const std::string& path) {
+  constexpr std::int64_t kMost = std::int64_t{1} << 60;
+  return std::clamp<std::int64_t>(readNumber(path).value_or(0), 0, kMost);
+}
+
+std::map<std::string, WakeupCounts> readCounts(const std::string& sysfs) {
+  std::map<std::string, WakeupCounts> counts;
+  const std::string directory = sysfs + "/class/wakeup";
+  for (const std::string& entry : entryNames(directory)) {
+    const std::string source = directory + "/" + entry + "/";
+    counts[entry] = {attribute(source + "name"), readNumber(source + "event_count").value_or(0),
+                     readNumber(source + "wakeup_count").value_or(0),
+                     milliseconds(source + "total_time_ms")};
+  }
+  return counts;
+}
+
 // Those that have spoken up since. What the kernel itself counted as a reason not to sleep comes
 // first, then the one that was first: others are busy a moment later because the system is awake.
 // `clocksFirst`: after a sleep in which the firmware ran the machine the kernel hears late of an
@@ -180,25 +200,62 @@ bool alarmWentOff(const std::string& device) {
 std::vector<WakeupSource> readSources(const std::string& sysfs, const WakeupBaseline& before,
                                       bool clocksFirst) {
   std::vector<WakeupSource> sources;
-  for (const auto& [entry, now] : readWakeupBaseline(sysfs)) {
-    const auto found = before.find(entry);
+  for (const auto& [entry, now] : readCounts(sysfs)) {
+    const auto found = before.sources.find(entry);
     // The entry of a device that went may have been given to another.
-    const WakeupCounts then =
-        found != before.end() && found->second.name == now.name ? found->second : WakeupCounts{};
+    const WakeupCounts then = found != before.sources.end() && found->second.name == now.name
+                                  ? found->second
+                                  : WakeupCounts{};
     if (now.events <= then.events) continue;
     const std::string directory = sysfs + "/class/wakeup/" + entry + "/";
+    const std::int64_t changed = milliseconds(directory + "last_change_ms");
+    if (changed < before.sinceMs) continue;
+    // It last changed when it fell silent, or when it spoke up if it has not yet: the time for
+    // which it has spoken leads back to when it began. With pauses between, it began even earlier.
+    const std::int64_t speaks = milliseconds(directory + "active_time_ms");
+    const std::int64_t spoke =
+        std::max<std::int64_t>(0, now.totalTimeMs - speaks - then.totalTimeMs);
     const std::string device = canonical(directory + "device");
     sources.push_back({now.name, device, device.empty() ? "" : driverOf(device),
-                       now.wakeups > then.wakeups,
-                       readNumber(directory + "last_change_ms").value_or(0)});
+                       now.wakeups > then.wakeups, changed - spoke});
   }
   const auto rank = [&](const WakeupSource& source) {
     const bool first = clocksFirst && alarmWentOff(source.device);
-    return std::tuple(!source.wakeup, !first, source.lastChangeMs);
+    return std::tuple(!source.wakeup, !first, source.spokeUpMs);
   };
   std::stable_sort(sources.begin(), sources.end(),
                    [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
   return sources;
+}
+
+// An interrupt of the firmware's stands for one of many events. The files whose names begin
+// otherwise count errors, interrupts and sums.
+std::map<std::string, std::int64_t> readFirmwareEvents(const std::string& sysfs) {
+  std::map<std::string, std::int64_t> events;
+  const std::string directory = sysfs + "/firmware/acpi/interrupts";
+  for (const std::string& name : entryNames(directory)) {
+    const bool isEvent =
+        (name.starts_with("gpe") && name != "gpe_all") || contains(kFixedEvents, name);
+    if (!isEvent) continue;
+    // "      12  EN     enabled      unmasked"
+    const std::string text = attribute(directory + "/" + name);
+    std::int64_t count = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), count).ec == std::errc{}) {
+      events[name] = count;
+    }
+  }
+  return events;
+}
+
+std::vector<std::string> firmwareEventsSince(const std::string& sysfs,
+                                             const WakeupBaseline& before) {
+  std::vector<std::string> names;
+  if (before.firmwareEvents.empty()) return names;
+  for (const auto& [name, count] : readFirmwareEvents(sysfs)) {
+    const auto found = before.firmwareEvents.find(name);
+    if (found != before.firmwareEvents.end() && count > found->second) names.push_back(name);
+  }
+  return names;
 }
 
 std::string firstSource(const WakeEvidence& evidence) {
@@ -217,14 +274,7 @@ std::string cutToFit(std::string text) {
 }  // namespace
 
 WakeupBaseline readWakeupBaseline(const std::string& sysfs) {
-  WakeupBaseline counts;
-  const std::string directory = sysfs + "/class/wakeup";
-  for (const std::string& entry : entryNames(directory)) {
-    const std::string source = directory + "/" + entry;
-    counts[entry] = {attribute(source + "/name"), readNumber(source + "/event_count").value_or(0),
-                     readNumber(source + "/wakeup_count").value_or(0)};
-  }
-  return counts;
+  return {readCounts(sysfs), readFirmwareEvents(sysfs), 0};
 }
 
 WakeEvidence readWakeEvidence(const std::string& sysfs, const std::optional<WakeupBaseline>& before,
@@ -235,7 +285,12 @@ WakeEvidence readWakeEvidence(const std::string& sysfs, const std::optional<Wake
   if (const auto number = readNumber(sysfs + "/power/pm_wakeup_irq"); number && *number > 0) {
     evidence.interrupt = readInterrupt(sysfs, *number);
   }
-  if (before) evidence.sources = readSources(sysfs, *before, !evidence.interrupt);
+  if (before) {
+    evidence.sources = readSources(sysfs, *before, !evidence.interrupt);
+    if (evidence.interrupt && isOfFirmware(*evidence.interrupt)) {
+      evidence.firmwareEvents = firmwareEventsSince(sysfs, *before);
+    }
+  }
   for (const std::string& path : modemPaths) {
     if (auto modem = readModem(sysfs, path)) evidence.modems.push_back(std::move(*modem));
   }
@@ -274,6 +329,7 @@ std::optional<std::string> wakeReason(const WakeEvidence& evidence) {
     append(" ", evidence.interrupt->name);
     append(" ", "irq " + std::to_string(evidence.interrupt->number));
     append(" ", evidence.interrupt->chip);
+    for (const std::string& event : evidence.firmwareEvents) append(", ", event);
     if (isOfFirmware(*evidence.interrupt) || isProcessorLink(evidence.interrupt->name)) {
       append(", ", firstSource(evidence));
     }

@@ -11,22 +11,31 @@
 // Why the system woke: what the kernel keeps of it, and what it comes to.
 namespace zorva {
 
-/// How often the wakeup sources, the things that can wake the system, have spoken up.
+/// How often a wakeup source, a thing that can wake the system, has spoken up.
 struct WakeupCounts {
   std::string name;
-  std::int64_t events = 0;   ///< signalled since the source was made
-  std::int64_t wakeups = 0;  ///< of them, those that would have kept the system from sleeping
+  std::int64_t events = 0;       ///< signalled since the source was made
+  std::int64_t wakeups = 0;      ///< of them, those that would have kept the system from sleeping
+  std::int64_t totalTimeMs = 0;  ///< for which it has kept the system awake
 };
-/// By the source's entry in the kernel's list ("wakeup7").
-using WakeupBaseline = std::map<std::string, WakeupCounts>;
+struct WakeupBaseline {
+  /// By the source's entry in the kernel's list ("wakeup7").
+  std::map<std::string, WakeupCounts> sources;
+  /// By the event's name in the kernel's list ("gpe6E", "ff_pwr_btn"); empty without ACPI, and when
+  /// they are not known.
+  std::map<std::string, std::int64_t> firmwareEvents;
+  /// A source that last spoke up before that does not count, by the clock that stands still during
+  /// sleep.
+  std::int64_t sinceMs = 0;
+};
 
 /// A wakeup source that has spoken up.
 struct WakeupSource {
   std::string name;
-  std::string device;             ///< canonical path in sysfs; empty for a source without a device
-  std::string driver;             ///< of the device; empty where it has none
-  bool wakeup = false;            ///< the kernel counted it as one that keeps from sleeping
-  std::int64_t lastChangeMs = 0;  ///< of the clock that stands still during sleep
+  std::string device;          ///< canonical path in sysfs; empty for a source without a device
+  std::string driver;          ///< of the device; empty where it has none
+  bool wakeup = false;         ///< the kernel counted it as one that keeps from sleeping
+  std::int64_t spokeUpMs = 0;  ///< by the clock that stands still during sleep
 };
 
 /// An interrupt that woke the system.
@@ -51,11 +60,12 @@ struct WakeEvidence {
   std::string resumeReason;                     ///< the kernel's own text; empty when it has none
   std::vector<WakeInterrupt> resumeInterrupts;  ///< those named in it
   std::optional<WakeInterrupt> interrupt;       ///< the one that ended the sleep
+  std::vector<std::string> firmwareEvents;      ///< that occurred since, if it is the firmware's
   std::vector<WakeupSource> sources;            ///< that signalled since, most likely cause first
   std::vector<ModemDevice> modems;
 };
 
-/// The wakeup sources of the kernel below `sysfs` ("/sys").
+/// The counts of the kernel below `sysfs` ("/sys").
 WakeupBaseline readWakeupBaseline(const std::string& sysfs);
 
 /// Gathers what is to be known right after a wake. `before`: how it was as the system went to
@@ -69,9 +79,10 @@ WakeEvidence readWakeEvidence(const std::string& sysfs, const std::optional<Wake
 /// up. Without an interrupt that source decides alone.
 bool modemWoke(const WakeEvidence& evidence);
 
-/// The reason in words: the kernel's own, else the interrupt ("rtc0 irq 8 IO-APIC"), with the first
-/// source when it is the firmware's ("acpi irq 9 IO-APIC, PNP0C0D:00 (button) wakeup source") or
-/// that of any processor, else the source alone; led by "baseband" when a modem was it. Nothing
+/// The reason in words: the kernel's own, else the interrupt ("rtc0 irq 8 IO-APIC"), with the
+/// events and the first source when it is the firmware's ("acpi irq 9 IO-APIC, gpe17, PNP0C0D:00
+/// (button) wakeup source"), with the first source when it is that of any processor, else the
+/// source alone; led by "baseband" when a modem was it. Nothing
 /// when the kernel does not report it. Fit for a line of text, at most 255 bytes.
 std::optional<std::string> wakeReason(const WakeEvidence& evidence);
 

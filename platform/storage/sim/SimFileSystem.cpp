@@ -101,8 +101,8 @@ void SimFileSystem::removeLog() {
   if (log && !fs::remove(*log, error)) report("cannot remove the log", error);
 }
 
-// The daemon's file is the one that neither was there at the start nor was written by the scenario.
-// Host times would not do: a whole scenario fits into one tick of them.
+// The daemon's file is the one that neither existed at the start nor was written by the scenario.
+// File times cannot be used: a whole scenario may run within one tick of the host's clock.
 std::optional<std::string> SimFileSystem::currentLog() {
   std::error_code error;
   std::string log;

@@ -18,7 +18,7 @@ class SimFileSystem : public FileSystem {
  public:
   static constexpr const char* kLogDirectory = "/Library/Logs/Faultbox";
 
-  /// The root directory must exist. The system log hears what a scenario could not do.
+  /// The root directory must exist. Failed actions of a scenario are reported to the system log.
   SimFileSystem(SimParts& parts, std::string root, SystemLog& systemLog);
 
   std::string hostPath(const std::string& path) const override { return files_.hostPath(path); }
@@ -27,7 +27,7 @@ class SimFileSystem : public FileSystem {
   bool watchDirectory(int queue, int directory) override;
   void takeEvents(int queue) override { files_.takeEvents(queue); }
 
-  /// Writes a whole file, and the directories above it where they are missing.
+  /// Writes a whole file, and creates missing parent directories.
   void writeFile(const std::string& path, const std::string& contents);
   void removeFile(const std::string& path);
   /// Moves the current log, the daemon's own ".zorva" file in the log directory, one directory up.

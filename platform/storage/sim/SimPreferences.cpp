@@ -25,7 +25,7 @@ ScenarioAction SimPreferences::readDomain(const std::string& domain, const Scena
       [this, scope](const ScenarioNode& key, const ScenarioNode& value) -> ScenarioAction {
         return [this, scope, name = key.text(), set = value.value()] {
           factoryValues_.erase({scope.domain, scope.user, name});
-          // Past the fault points, which are for the daemon.
+          // Bypasses the fault points, which are for the daemon.
           store_.setValue(scope, name, set);
           store_.synchronize(scope);
         };

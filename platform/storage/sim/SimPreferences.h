@@ -12,8 +12,7 @@
 
 namespace zorva {
 
-/// The preferences in the handset's files, and those that the handset's other programs would have
-/// stored there at their first start.
+/// The preferences in the handset's files, and the defaults of the handset's other programs.
 class SimPreferences : public PreferencesStore {
  public:
   SimPreferences(SimParts& parts, const FileSystem& files, AccountDatabase& accounts,
@@ -29,7 +28,7 @@ class SimPreferences : public PreferencesStore {
     return !synchronizeFault_.strikes() && store_.synchronize(scope);
   }
 
-  /// What is answered as long as neither the file nor a scenario says anything of the key.
+  /// Returned if neither the file nor the scenario has a value for the key.
   void setFactoryValue(const Scope& scope, const std::string& key, Value value) {
     factoryValues_[{scope.domain, scope.user, key}] = std::move(value);
   }

@@ -20,7 +20,7 @@ Integer numberIn(std::string_view text) {
   return number;
 }
 
-// A field of the entry that the journal stands at.
+// A field of the journal's current entry.
 std::optional<std::string> fieldOf(sd_journal* journal, const char* name) {
   const void* data = nullptr;
   std::size_t size = 0;
@@ -49,7 +49,7 @@ class LinuxSystemLogQueries::Query : public SystemLogQuery {
   std::uint32_t above_ = 0;
 };
 
-// Reads on in the journal when what was read before has been handed out.
+// Continues reading the journal when all messages read before have been returned.
 class LinuxSystemLogQueries::Response : public SystemLogResponse, private SystemLogMessage {
  public:
   Response(LinuxSystemLogQueries& queries, std::shared_ptr<sd_journal> journal, std::uint32_t above)
@@ -89,8 +89,8 @@ std::unique_ptr<SystemLogQuery> LinuxSystemLogQueries::createQuery() {
 }
 
 std::unique_ptr<SystemLogResponse> LinuxSystemLogQueries::search(const SystemLogQuery& query) {
-  // Opened for each search: files that were begun, rotated or removed meanwhile need no watching,
-  // and nothing of the journal stays mapped between searches.
+  // Opened for each search: journal files that were created, rotated or removed need not be
+  // watched, and no journal file stays mapped between searches.
   auto journal = journal_.lock();
   if (!journal) journal_ = journal = openJournal();
   return std::make_unique<Response>(*this, std::move(journal),
@@ -103,29 +103,29 @@ std::shared_ptr<sd_journal> LinuxSystemLogQueries::openJournal() const {
                                         : sd_journal_open_directory(&opened, directory_.c_str(), 0);
   if (result < 0) return nullptr;
   std::shared_ptr<sd_journal> journal(opened, sd_journal_close);
-  // With room for the field's name in front.
+  // Includes room for the field's name.
   sd_journal_set_data_threshold(opened, kMaxTextBytes + 64);
   seekUnread(opened);
   return journal;
 }
 
-// So that the next step forward is to the first entry that was not read.
+// Seeks so that the next step forward reaches the first unread entry.
 void LinuxSystemLogQueries::seekUnread(sd_journal* journal) const {
   if (lastRead_.empty()) {
-    // One step more than wanted; where there are fewer, the step ends at the first of them.
+    // One step more than needed; if there are fewer entries, the skip ends at the first one.
     sd_journal_seek_tail(journal);
     const int steps = sd_journal_previous_skip(journal, kEarlier + 1);
     if (steps >= 0 && static_cast<std::uint64_t>(steps) <= kEarlier) sd_journal_seek_head(journal);
     return;
   }
-  // The last one may have been removed; then the next one after it has not been read.
+  // The last entry may have been removed; then the next one has not been read.
   sd_journal_seek_cursor(journal, lastRead_.c_str());
   if (sd_journal_next(journal) > 0 && sd_journal_test_cursor(journal, lastRead_.c_str()) <= 0) {
     if (sd_journal_previous(journal) <= 0) sd_journal_seek_head(journal);
   }
 }
 
-// Reads one entry, which may be none of the messages. False at the end.
+// Reads one entry, which may not be a message. Returns false at the end.
 bool LinuxSystemLogQueries::readNext(sd_journal* journal) {
   if (sd_journal_next(journal) <= 0) return false;
   char* cursor = nullptr;

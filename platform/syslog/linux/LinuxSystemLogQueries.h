@@ -12,22 +12,22 @@
 
 namespace zorva {
 
-/// The journal (docs/linux-services.md). Entries are numbered from 1 on in the order in which they
-/// are first read here, so that a number stands for the same message as long as this lives; the
+/// The journal (docs/linux-services.md). Entries are numbered from 1 in the order in which they are
+/// first read, so that a number identifies the same message as long as this object exists; the
 /// first search starts kEarlier entries before the journal's end.
 ///
-/// What a Zorva wrote itself is no message: an entry about it would be one again. Without a
-/// journal, or the right to read it, there are no messages; every search looks anew.
+/// Messages of Zorva itself are skipped: an entry about one could become a message again. Without a
+/// journal, or the permission to read it, there are no messages; every search tries again.
 class LinuxSystemLogQueries : public SystemLogQueries {
  public:
-  /// Few enough for the system log logger to see the last of them in its first scan.
+  /// Few enough that the system log logger reaches the last of them in its first scan.
   static constexpr std::uint64_t kEarlier = 256;
-  /// How many of the latest messages can be had again.
+  /// The number of recent messages that can be returned again.
   static constexpr std::size_t kKept = 300;
-  /// Of a longer text only the first bytes are there.
+  /// Longer texts are truncated.
   static constexpr std::size_t kMaxTextBytes = 4096;
 
-  /// Of this machine, or of the journal files in the directory.
+  /// The journal of this machine, or the journal files in the directory.
   explicit LinuxSystemLogQueries(std::string directory = "") : directory_(std::move(directory)) {}
 
   std::unique_ptr<SystemLogQuery> createQuery() override;

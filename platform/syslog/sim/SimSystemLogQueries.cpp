@@ -30,7 +30,7 @@ class SimSystemLogQueries::Query : public SystemLogQuery {
   std::optional<std::uint32_t> above_;
 };
 
-// What matched when it was searched for.
+// The messages that matched at the time of the search.
 class SimSystemLogQueries::Response : public SystemLogResponse, private SystemLogMessage {
  public:
   explicit Response(std::vector<Fields> messages) : messages_(std::move(messages)) {}

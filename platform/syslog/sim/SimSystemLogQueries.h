@@ -12,13 +12,12 @@
 
 namespace zorva {
 
-/// The system log facility. It holds the messages of the device's other processes alone, in the
-/// order in which they were appended: what the daemon itself writes to the system log is left out,
-/// so that an entry about a message never makes a message. A message's time is given as seconds
-/// since 1970.
+/// The system log facility. It contains only the messages of the device's other processes, in the
+/// order in which they were appended: the daemon's own messages are left out, so that an entry
+/// about a message never creates a message. A message's time is in seconds since 1970.
 class SimSystemLogQueries : public SystemLogQueries {
  public:
-  /// A field that is absent the message does not have.
+  /// If a member is empty, the message lacks that field.
   struct Message {
     std::optional<std::string> sender;
     std::optional<std::string> process;

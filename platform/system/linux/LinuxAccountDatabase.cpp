@@ -8,13 +8,13 @@
 namespace zorva {
 namespace {
 
-constexpr std::size_t kLargestRecord = std::size_t{1} << 20;
+constexpr std::size_t kMaxRecordSize = std::size_t{1} << 20;
 
-// Runs one of the look-ups, with more room as long as the record does not fit, and hands what it
-// finds to `read` while the record lives.
+// Runs one of the lookups, with a larger buffer as long as the record does not fit, and calls
+// `read` with the record while it is valid.
 template <class Lookup, class Read>
 auto lookUp(Lookup lookup, Read read) -> std::optional<decltype(read(passwd{}))> {
-  for (std::vector<char> buffer(1024); buffer.size() <= kLargestRecord;
+  for (std::vector<char> buffer(1024); buffer.size() <= kMaxRecordSize;
        buffer.resize(buffer.size() * 2)) {
     passwd record;
     passwd* found = nullptr;

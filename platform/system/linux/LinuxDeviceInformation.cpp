@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kMaxNameLength = 200;
 
-// The value of one assignment as a shell would take it: in quotes, with backslashes, or plain.
+// The value of one assignment as a shell would parse it: in quotes, with backslashes, or plain.
 std::string unquoted(const std::string& text) {
   std::string value;
   char quote = 0;
@@ -37,7 +37,7 @@ std::string unquoted(const std::string& text) {
   return value;
 }
 
-// The value of the last assignment to the name in the file, empty when there is none.
+// The value of the last assignment to the name in the file; empty if there is none.
 std::string assigned(const std::string& path, const std::string& name) {
   std::string value;
   std::ifstream file(path);
@@ -68,8 +68,8 @@ std::string fitForFileName(std::string name) {
   return name.substr(0, end);
 }
 
-// "Debian GNU/Linux 12 (bookworm) 20240101, Linux 6.1.0-18-arm64": what the maker calls the system,
-// its build where the maker counts such, and the kernel that runs, which is updated on its own.
+// "Debian GNU/Linux 12 (bookworm) 20240101, Linux 6.1.0-18-arm64": the system's name, its build
+// number if it has one, and the running kernel, which is updated separately.
 std::string buildVersion(const std::string& root) {
   std::string path = root + "/etc/os-release";
   if (::access(path.c_str(), R_OK) != 0) path = root + "/usr/lib/os-release";
@@ -85,7 +85,7 @@ std::string buildVersion(const std::string& root) {
   return joined(version, ", ", std::string(kernel.sysname) + " " + kernel.release);
 }
 
-// What firmware says whose maker has left the field as it was.
+// Placeholders that vendors leave in the firmware's fields.
 bool placeholder(const std::string& text) {
   static constexpr std::string_view kPlaceholders[] = {"To Be Filled By O.E.M.",
                                                        "To be filled by O.E.M.",
@@ -118,8 +118,8 @@ std::string hardwareModel(const std::string& root) {
   return product.starts_with(vendor) ? product : joined(vendor, " ", product);
 }
 
-// A keyed hash of the machine's id, which cannot be turned back into it, nor compare with the
-// hashes that other programs make.
+// A keyed hash of the machine's id, which can neither be reversed nor be compared with the hashes
+// of other programs.
 std::string crashReportKey() {
   static constexpr sd_id128_t kZorva =
       SD_ID128_MAKE(b4, 6e, 1d, 70, 92, 3f, 4c, 58, 8a, 07, d5, e1, 3b, c9, 64, 2f);

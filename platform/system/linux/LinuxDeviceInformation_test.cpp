@@ -11,7 +11,7 @@
 namespace zorva {
 namespace {
 
-TEST(LinuxDeviceInformation, NamesDeviceFitForFileName) {
+TEST(LinuxDeviceInformation, DeviceNameIsFitForAFileName) {
   const DirectoryForTest root;
   LinuxDeviceInformation device(nullptr, root / "");
   const auto name = [&](const std::string& machineInfo) {
@@ -30,7 +30,7 @@ TEST(LinuxDeviceInformation, NamesDeviceFitForFileName) {
   EXPECT_TRUE(LinuxDeviceInformation().answer("gas-gauge-battery").isNothing());
 }
 
-TEST(LinuxDeviceInformation, TellsSystemAndModel) {
+TEST(LinuxDeviceInformation, ReportsSystemAndModel) {
   const DirectoryForTest root;
   LinuxDeviceInformation device(nullptr, root / "");
   utsname kernel;
@@ -55,7 +55,7 @@ TEST(LinuxDeviceInformation, TellsSystemAndModel) {
   EXPECT_EQ(model("etc/machine-info", "HARDWARE_VENDOR=My\nHARDWARE_MODEL=Own\n"), Value("My Own"));
 }
 
-TEST(LinuxDeviceInformation, KeyDoesNotTellTheMachine) {
+TEST(LinuxDeviceInformation, KeyDoesNotRevealTheMachineId) {
   std::string machine;
   std::getline(std::ifstream("/etc/machine-id"), machine);
   if (machine.size() != 32) GTEST_SKIP() << "this machine has no id";

@@ -6,12 +6,12 @@
 
 namespace zorva {
 
-/// The auto-lock time is the time without use after which the login manager acts (IdleActionSec= of
-/// logind.conf), in whole seconds; nothing while it is to do nothing then, or is not there. What a
-/// desktop's own screen lock is set to is not known here.
+/// The auto-lock time is the time of inactivity after which the login manager acts (IdleActionSec=
+/// of logind.conf), in whole seconds; nothing if no action is set, or if there is no login manager.
+/// The settings of a desktop's own screen lock are not read.
 class LinuxProfileSettings : public ProfileSettings {
  public:
-  /// The bus must outlive this.
+  /// The bus must outlive this object.
   explicit LinuxProfileSettings(LinuxBus& bus) : bus_(bus) {}
 
   Value effectiveValue(const std::string& setting) override;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#define SD_JOURNAL_SUPPRESS_LOCATION  // of this very function: it says nothing
+#define SD_JOURNAL_SUPPRESS_LOCATION  // of this function, where they are useless
 
 #include "platform/system/linux/LinuxSystemLog.h"
 
@@ -17,10 +17,10 @@
 namespace zorva {
 namespace {
 
-// So many bytes of lines wait for standard error; what goes beyond is written at once.
+// The maximum number of bytes buffered for standard error; further lines are written at once.
 constexpr std::size_t kMaxWaiting = 65536;
 
-// Whether a syslog daemon is there: syslog(3) itself does not say whether a line arrived.
+// Whether there is a syslog daemon: syslog(3) itself does not report whether a line was delivered.
 bool syslogIsReachable() {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;

@@ -9,15 +9,15 @@
 
 namespace zorva {
 
-/// The journal, else the system's log socket "/dev/log", whichever exists when a line is written.
-/// Where neither can be reached, lines go to standard error, led by "zorva: ": not at once, which
-/// would be in the middle of the entries of a snapshot, but when the run loop comes to it, or when
-/// this object is destroyed.
+/// The journal, otherwise the system's log socket "/dev/log", whichever exists when a line is
+/// written. If neither can be reached, lines go to standard error, each after "zorva: ": not
+/// immediately, which would be in the middle of the entries of a snapshot, but in the next
+/// iteration of the run loop, or when this object is destroyed.
 ///
-/// Characters that would break a line are written escaped, as safeText() does.
+/// Characters that would break a line are escaped as by safeText().
 class LinuxSystemLog : public SystemLog {
  public:
-  /// The run loop must outlive it.
+  /// The run loop must outlive this object.
   explicit LinuxSystemLog(RunLoop& runLoop) : runLoop_(runLoop) {}
   LinuxSystemLog(const LinuxSystemLog&) = delete;
   LinuxSystemLog& operator=(const LinuxSystemLog&) = delete;
@@ -29,7 +29,7 @@ class LinuxSystemLog : public SystemLog {
   void writeWaiting();
 
   RunLoop& runLoop_;
-  std::string waiting_;  ///< lines for standard error
+  std::string waiting_;  ///< lines buffered for standard error
   Registration timer_;
 };
 

@@ -12,9 +12,9 @@ SimAccountDatabase::SimAccountDatabase(SimParts& parts)
           const std::string name = key.text();
           if (value.isNothing()) return [this, name] { removeUser(name); };
           const auto keys = value.keys({"user_id", "group_id"});
-          constexpr std::int64_t kLargestId = 0xFFFFFFFE;  // the one above means "no id"
-          const Ids ids{static_cast<uid_t>(keys.require("user_id").integer(0, kLargestId)),
-                        static_cast<gid_t>(keys.require("group_id").integer(0, kLargestId))};
+          constexpr std::int64_t kMaxId = 0xFFFFFFFE;  // the one above means "no id"
+          const Ids ids{static_cast<uid_t>(keys.require("user_id").integer(0, kMaxId)),
+                        static_cast<gid_t>(keys.require("group_id").integer(0, kMaxId))};
           return [this, name, ids] { setUser(name, ids); };
         });
   });

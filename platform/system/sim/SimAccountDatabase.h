@@ -17,14 +17,14 @@ class SimAccountDatabase : public AccountDatabase {
   std::optional<Ids> idsOfUser(const std::string& name) override {
     return idsFault_.strikes() ? std::nullopt : idsAsSet(name);
   }
-  /// For the handset's own services, which no fault keeps from it.
+  /// For the handset's own services; not affected by faults.
   std::optional<Ids> idsAsSet(const std::string& name) const {
     const auto user = users_.find(name);
     if (user == users_.end()) return std::nullopt;
     return user->second;
   }
 
-  /// The first of them in alphabetical order when several users share the id.
+  /// If several users share the id, the first in alphabetical order.
   std::optional<std::string> nameOfUser(uid_t id) override {
     if (nameFault_.strikes()) return std::nullopt;
     for (const auto& [name, ids] : users_) {

@@ -15,7 +15,7 @@ class SimBatteryUsage : public BatteryUsage {
     return times_;
   }
 
-  /// Nothing: the service does not answer.
+  /// Empty: the service does not reply.
   void setTimes(std::optional<Times> times) { times_ = times; }
 
  private:

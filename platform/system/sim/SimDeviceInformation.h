@@ -17,7 +17,7 @@ class SimDeviceInformation : public DeviceInformation {
     return answerFault_.strikes() ? Value() : answers_[key];
   }
 
-  /// Nothing takes the answer away.
+  /// An empty value removes the key.
   void setAnswer(const std::string& key, Value answer) { answers_.set(key, std::move(answer)); }
 
  private:

@@ -6,14 +6,14 @@
 namespace zorva {
 namespace {
 
-constexpr std::uint32_t kLargestId = 0xFFFFFFFE;  // the one above means "no id"
+constexpr std::uint32_t kMaxId = 0xFFFFFFFE;  // the one above means "no id"
 
 }  // namespace
 
 SimProcessIdentity::SimProcessIdentity(SimParts& parts)
     : setEffectiveUserFault_(parts.faults, "identity.setEffectiveUser", EPERM) {
   parts.sections.addStart("effective_user", [this](const ScenarioNode& node) -> ScenarioAction {
-    const auto user = static_cast<std::uint32_t>(node.integer(0, kLargestId));
+    const auto user = static_cast<std::uint32_t>(node.integer(0, kMaxId));
     return [this, user] { start(user); };
   });
 }
@@ -21,7 +21,7 @@ SimProcessIdentity::SimProcessIdentity(SimParts& parts)
 int SimProcessIdentity::setEffectiveUser(std::uint32_t user) {
   requests_.push_back(user);
   if (const auto error = setEffectiveUserFault_.struckResult<int>()) return *error;
-  if (user > kLargestId) return EINVAL;
+  if (user > kMaxId) return EINVAL;
   user_ = user;
   return 0;
 }

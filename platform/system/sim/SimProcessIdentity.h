@@ -10,8 +10,8 @@
 
 namespace zorva {
 
-/// In whose name the daemon acts on the handset: at first in that of a user of its own, so that it
-/// is not "mobile", for every user who runs this.
+/// The daemon's effective user on the handset: initially a user of its own, so that it is never
+/// "mobile", regardless of the user who runs this program.
 class SimProcessIdentity : public ProcessIdentity {
  public:
   static constexpr std::uint32_t kDaemon = 4000000000;
@@ -24,7 +24,7 @@ class SimProcessIdentity : public ProcessIdentity {
   /// Before the daemon starts.
   void start(std::uint32_t user) { user_ = user; }
 
-  /// The users that were asked for since the last call, refused ones too.
+  /// The users requested since the last call, including refused ones.
   std::vector<std::uint32_t> takeRequests() { return std::exchange(requests_, {}); }
 
  private:

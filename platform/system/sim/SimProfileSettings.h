@@ -17,7 +17,7 @@ class SimProfileSettings : public ProfileSettings {
     return effectiveValueFault_.strikes() ? Value() : values_[setting];
   }
 
-  /// Nothing takes the value away.
+  /// An empty value removes the setting.
   void setEffectiveValue(const std::string& setting, Value value) {
     values_.set(setting, std::move(value));
   }

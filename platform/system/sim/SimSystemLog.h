@@ -11,7 +11,7 @@
 
 namespace zorva {
 
-/// Keeps the lines that are written to it, or hands them on.
+/// Keeps the lines that are written to it, or passes them on.
 class SimSystemLog : public SystemLog {
  public:
   void write(std::string_view message) override {
@@ -22,7 +22,7 @@ class SimSystemLog : public SystemLog {
     }
   }
 
-  /// From now on, lines go there and are not kept.
+  /// From now on, lines are passed to it and are not kept.
   void setForward(std::function<void(std::string_view)> forward) { forward_ = std::move(forward); }
 
   /// The lines kept since the last call.

@@ -13,7 +13,7 @@
 namespace zorva {
 namespace {
 
-// Only what is needed is read: older kernels give fewer figures than the header has.
+// Reads only the required figures: older kernels report fewer than the header declares.
 std::uint32_t counterAt(const void* statistics, std::size_t offset) {
   std::uint32_t counter = 0;
   std::memcpy(&counter, static_cast<const std::uint8_t*>(statistics) + offset, sizeof counter);
@@ -32,8 +32,8 @@ std::optional<std::vector<NetworkInterfaces::Address>> LinuxNetworkInterfaces::a
   for (const ifaddrs* element = first; element; element = element->ifa_next) {
     Address address;
     address.interface = element->ifa_name;
-    // Of an interface without a hardware address (tun, WireGuard, PPP, a modem's raw IP) the link's
-    // element has counters and no address.
+    // For an interface without a hardware address (tun, WireGuard, PPP, a modem's raw IP) the
+    // link's element has counters but no address.
     address.linkLayer = element->ifa_addr != nullptr ? element->ifa_addr->sa_family == AF_PACKET
                                                      : element->ifa_data != nullptr;
     address.loopback = (element->ifa_flags & IFF_LOOPBACK) != 0;

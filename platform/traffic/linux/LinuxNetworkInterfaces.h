@@ -5,7 +5,7 @@
 
 namespace zorva {
 
-/// The kernel's interfaces and addresses, by getifaddrs(3). An interface has one link-layer
+/// The kernel's interfaces and addresses, from getifaddrs(3). An interface has one link-layer
 /// element; its counters are the low 32 bits of the kernel's.
 class LinuxNetworkInterfaces : public NetworkInterfaces {
  public:

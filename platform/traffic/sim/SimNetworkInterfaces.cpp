@@ -46,7 +46,7 @@ ScenarioAction SimNetworkInterfaces::readInterface(const ScenarioNode& node) {
   }
   if (const auto* counters = keys.find("counters")) interface.hasCounters = counters->boolean();
   if (!planned().insert(interface.name).second) {
-    keys.require("name").refuse("there is an interface of this name already");
+    keys.require("name").refuse("an interface has this name already");
   }
   return [this, interface] { setInterface(interface); };
 }
@@ -61,7 +61,7 @@ ScenarioAction SimNetworkInterfaces::readStep(const ScenarioNode& node) {
        {"remove", [this](const ScenarioNode& removed) {
           return eachOf(removed.oneOrMore(), [this](const ScenarioNode& item) -> ScenarioAction {
             const std::string name = item.text();
-            if (planned().erase(name) == 0) item.refuse("there is no interface of this name then");
+            if (planned().erase(name) == 0) item.refuse("no interface has this name at that time");
             return [this, name] { removeInterface(name); };
           });
         }}});
@@ -70,7 +70,7 @@ ScenarioAction SimNetworkInterfaces::readStep(const ScenarioNode& node) {
 ScenarioAction SimNetworkInterfaces::readTraffic(const ScenarioNode& name,
                                                  const ScenarioNode& bytes) {
   const std::string interface = name.text();
-  if (!planned().contains(interface)) name.refuse("there is no interface of this name then");
+  if (!planned().contains(interface)) name.refuse("no interface has this name at that time");
   const auto keys = bytes.keys({"received", "sent"});
   const auto count = [&](const char* key) -> std::uint32_t {
     const ScenarioNode* node = keys.find(key);

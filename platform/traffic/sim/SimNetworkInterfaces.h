@@ -15,8 +15,8 @@
 
 namespace zorva {
 
-/// The handset's network interfaces. Each has one link-layer address with counters, and as many
-/// further addresses as it is given.
+/// The handset's network interfaces. Each has one link-layer address with counters, and a given
+/// number of further addresses.
 class SimNetworkInterfaces : public NetworkInterfaces {
  public:
   explicit SimNetworkInterfaces(SimParts& parts);
@@ -27,16 +27,17 @@ class SimNetworkInterfaces : public NetworkInterfaces {
     std::string name;
     bool loopback = false;
     Counters counters{0, 0};
-    int networkAddresses = 0;  ///< addresses beside the link-layer one
-    bool hasCounters = true;   ///< the link-layer address carries the counters
+    int networkAddresses = 0;  ///< addresses in addition to the link-layer one
+    bool hasCounters = true;   ///< the link-layer address has the counters
   };
 
   void clear() { interfaces_.clear(); }
-  /// Adds an interface at the end of the list, or replaces the one of that name in its place.
+  /// Adds an interface at the end of the list, or replaces the one of that name.
   void setInterface(Interface interface);
-  /// False when there is none of that name.
+  /// Returns false if there is none of that name.
   bool removeInterface(const std::string& name);
-  /// Lets bytes pass; the counters wrap at 32 bits. False when there is no such interface.
+  /// Adds transferred bytes; the counters wrap at 32 bits. Returns false if there is no such
+  /// interface.
   bool addTraffic(const std::string& name, std::uint32_t received, std::uint32_t sent);
   /// Calls back with the bytes, received and sent, that have passed an interface.
   Registration observeTraffic(std::function<void(const Interface&, std::uint64_t bytes)> passed) {
@@ -45,7 +46,7 @@ class SimNetworkInterfaces : public NetworkInterfaces {
 
  private:
   SimFaultPoint addressesFault_;
-  /// The names that will be there when the step that is being read happens.
+  /// The names that will exist when the step being read is executed.
   std::set<std::string>& planned();
   ScenarioAction readInterface(const ScenarioNode& node);
   ScenarioAction readStep(const ScenarioNode& node);

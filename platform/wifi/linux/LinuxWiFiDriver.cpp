@@ -15,9 +15,9 @@ int LinuxWiFiDriver::openSocket(int& socket) {
 
 int LinuxWiFiDriver::request(int socket, std::uint32_t code, const WiFiDriverRequest& request,
                              Buffer& buffer) {
-  WiFiDriverRequest record = request;  // a query is answered into it
-  // The record has 32 bits for the address. One that does not fit is left out, not cut off: a
-  // driver that did take the request would then find no buffer, rather than a foreign one.
+  WiFiDriverRequest record = request;  // a query's result is written to it
+  // The record has 32 bits for the address. An address that does not fit is left out, not
+  // truncated: a driver that accepted the request would then find no buffer instead of a wrong one.
   const auto address = reinterpret_cast<std::uintptr_t>(buffer.data());
   record.buffer = address > UINT32_MAX ? 0 : static_cast<std::uint32_t>(address);
   return ::ioctl(socket, code, &record) < 0 ? errno : 0;

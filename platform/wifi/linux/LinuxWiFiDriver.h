@@ -5,8 +5,8 @@
 
 namespace zorva {
 
-/// The requests as they are, on a socket of the kernel's. No driver of Linux knows them: the answer
-/// is ENOTTY.
+/// Issues the requests unchanged, as ioctls on a socket. No Linux driver implements them: the
+/// result is ENOTTY.
 class LinuxWiFiDriver : public WiFiDriver {
  public:
   int openSocket(int& socket) override;

@@ -65,15 +65,15 @@ class Device : public WiFiDevice {
     return link_.add(std::move(changed));
   }
 
-  /// As it is now; as it was when the kernel last answered, if it does not. Nothing when it is no
-  /// station any more.
+  /// The current state; if the kernel does not reply, the last one that it reported. Nothing if it
+  /// is not a station any more.
   const std::optional<WirelessInterface>& interface() {
     read();
     return interface_;
   }
 
-  /// Reports what differs from before: one change, of the power first, as its observers read both.
-  /// Nothing when the kernel does not answer.
+  /// Reports one change, that of the power first, because its observers read both. Does nothing if
+  /// the kernel does not reply.
   void compare() {
     if (!read()) return;
     const bool nowPowered = isOn();
@@ -89,17 +89,17 @@ class Device : public WiFiDevice {
   const std::uint32_t index;
 
  private:
-  /// False when the kernel does not answer.
+  /// Returns false if the kernel does not reply.
   bool read() {
     std::optional<WirelessInterface> station;
     GenericRequest request(family_, NLM_F_ACK, NL80211_CMD_GET_INTERFACE);
     request.with(NL80211_ATTR_IFINDEX, index);
     const auto answer = request.send([&](const nlmsghdr& message) {
-      // As an access point it has a name of its own, and no network that it is in.
+      // As an access point it has an SSID of its own, and is not associated.
       auto found = wirelessInterfaceIn(message);
       if (found && found->type == NL80211_IFTYPE_STATION) station = std::move(found);
     });
-    if (answer == NetlinkAnswer::GoesOn) return false;
+    if (answer == NetlinkAnswer::Incomplete) return false;
     interface_ = std::move(station);
     return true;
   }
@@ -109,7 +109,7 @@ class Device : public WiFiDevice {
   std::optional<std::string> ssid() const { return interface_ ? interface_->ssid : std::nullopt; }
 
   std::uint16_t family_;
-  std::optional<WirelessInterface> interface_;  // as the kernel last described it
+  std::optional<WirelessInterface> interface_;  // as last reported by the kernel
   bool poweredBefore_ = isOn();
   std::optional<std::string> networkBefore_ = ssid();
   Observers<> power_;
@@ -125,7 +125,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   Registration schedule() override {
     links_ = openNetlink(NETLINK_ROUTE, {RTNLGRP_LINK});
     linksReadable_ = watch(links_);
-    // The group of generic netlink's controller, which reports families that come and go.
+    // The group of generic netlink's controller, which reports new and removed families.
     families_ = openNetlink(NETLINK_GENERIC, {GENL_ID_CTRL});
     familiesReadable_ = watch(families_);
     listenToWireless();
@@ -150,7 +150,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
     if (!interface) return false;
     bool found = false;
     GenericRequest(family_->id, NLM_F_DUMP, NL80211_CMD_GET_WIPHY)
-        .with(NL80211_ATTR_SPLIT_WIPHY_DUMP)  // without it a description is cut short
+        .with(NL80211_ATTR_SPLIT_WIPHY_DUMP)  // without it the description is truncated
         .with(NL80211_ATTR_WIPHY, interface->wiphy)
         .send([&](const nlmsghdr& message) { found = found || wakesOnWireless(message); });
     return found;
@@ -166,12 +166,12 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   }
 
  private:
-  /// Looks for the first station; the one that is known stays the same object. True when there is
+  /// Searches for the first station; a known one stays the same object. Returns true if it is
   /// another one than before.
   bool find() {
-    // Asked each time: after cfg80211 was unloaded and loaded its numbers differ.
+    // Queried each time: after cfg80211 has been reloaded, its ids differ.
     std::optional<GenericFamily> family;
-    if (findGenericFamily(NL80211_GENL_NAME, family) == NetlinkAnswer::GoesOn) return false;
+    if (findGenericFamily(NL80211_GENL_NAME, family) == NetlinkAnswer::Incomplete) return false;
     if (family != family_) {
       family_ = std::move(family);
       wirelessReadable_.reset();
@@ -185,7 +185,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
         if (found && found->type == NL80211_IFTYPE_STATION && !first) first = std::move(found);
       };
       const auto answer = request.send(take, [&] { first.reset(); });
-      // What could not be listed is not gone.
+      // If the list is incomplete, the device is not assumed to be removed.
       if (answer != NetlinkAnswer::Done && !first) return false;
     }
     if (!first) device_.reset();
@@ -196,11 +196,11 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
 
   EventSource watch(const Descriptor& socket) {
     const auto ready = [](sd_event_source* source, int descriptor, std::uint32_t, void* self) {
-      std::array<std::uint8_t, 1> rest;  // any event may have changed anything, also a lost one
+      std::array<std::uint8_t, 1> rest;  // any event, even a lost one, may mean any change
       for (;;) {
         const ssize_t length = ::recv(descriptor, rest.data(), rest.size(), MSG_DONTWAIT);
         if (length >= 0 || errno == EINTR || errno == ENOBUFS) continue;
-        // Rather than being woken for ever.
+        // Or the loop would wake forever.
         if (errno != EAGAIN) sd_event_source_set_enabled(source, SD_EVENT_OFF);
         break;
       }
@@ -214,7 +214,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
 
   void listenToWireless() {
     if (!family_ || wirelessReadable_) return;
-    // Those that announce interfaces and associations.
+    // The groups that report interfaces and associations.
     std::vector<std::uint32_t> groups;
     for (const char* name : {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_MLME}) {
       const auto found = family_->groups.find(name);
@@ -226,14 +226,14 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
 
   void compare() {
     if (!linksReadable_ && !wirelessReadable_ && !familiesReadable_) return;
-    const auto self = shared_from_this();  // a callback may let go of this client
+    const auto self = shared_from_this();  // a callback may release this client
     const auto before = device_;
     const bool attached = find();
-    listenToWireless();  // the kernel's part may have been loaded with the first device
+    listenToWireless();  // cfg80211 may have been loaded with the first device
     if (attached) {
       attachments_.notify(device_);
     } else if (before) {
-      before->compare();  // one that went away is off
+      before->compare();  // a removed device is off
     }
   }
 
@@ -244,7 +244,7 @@ class Client : public WiFiManagerClient, public std::enable_shared_from_this<Cli
   Descriptor links_;
   Descriptor wireless_;
   Descriptor families_;
-  EventSource linksReadable_;  // these go before their sockets
+  EventSource linksReadable_;  // these are destroyed before their sockets
   EventSource familiesReadable_;
   EventSource wirelessReadable_;
   CoalescedCall changed_;

@@ -7,13 +7,13 @@
 
 namespace zorva {
 
-/// The kernel's first wireless interface in station mode, through nl80211. A machine without has a
-/// client with no devices, and one that appears later is attached. docs/linux-connectivity.md says
-/// what each answer comes from. Everything is read at the moment of the call; if the kernel does
-/// not answer then (platform/kit/netlink/NetlinkSocket.h has the limit), its last answer holds.
+/// The kernel's first wireless interface in station mode, through nl80211. Without one the client
+/// has no devices; an interface that appears later is attached. docs/linux-connectivity.md gives
+/// the source of each figure. Everything is read at the time of the call; if the kernel does not
+/// reply in time (platform/kit/netlink/NetlinkSocket.h has the limit), its last reply is used.
 class LinuxWiFiManager : public WiFiManager {
  public:
-  /// The loop must outlive the clients.
+  /// The event loop must outlive the clients.
   explicit LinuxWiFiManager(sd_event* event) : event_(event) {}
 
   std::shared_ptr<WiFiManagerClient> createClient() override;

@@ -15,7 +15,7 @@ std::optional<NetlinkAttributes> attributesOf(const nlmsghdr& message, std::uint
   return generic->attributes;
 }
 
-/// Whether the attribute holds attributes.
+/// Whether the attribute contains attributes.
 bool holdsAny(const nlmsghdr& message, std::uint8_t command, int type) {
   const auto attributes = attributesOf(message, command);
   const auto content = attributes ? attributes->find(type) : std::nullopt;

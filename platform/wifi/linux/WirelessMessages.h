@@ -17,11 +17,11 @@ struct WirelessInterface {
   std::optional<std::string> ssid;  ///< any bytes, at most 32; only while there is a network
 };
 
-// What an answer of nl80211's says; nothing when it is another message, cut off, or lacks what it
-// must have.
+// The interface in an nl80211 reply; nothing if it is another message, truncated, or lacks a
+// required attribute.
 std::optional<WirelessInterface> wirelessInterfaceIn(const nlmsghdr& message);
-/// Whether the wiphy's description names a trigger that can wake the device. A description may come
-/// in several messages, of which one says so.
+/// Whether the description of a wiphy contains a trigger that can wake the device. A description
+/// may be divided into several messages, one of which contains it.
 bool wakesOnWireless(const nlmsghdr& message);
 /// Whether at least one trigger is set.
 bool wakeOnWirelessIsSet(const nlmsghdr& message);

@@ -11,8 +11,7 @@
 
 namespace zorva {
 
-/// The driver of the interface en0, with all its counters at 0. It takes only requests that are
-/// well formed.
+/// The driver of the interface en0; all counters start at 0. It accepts only well-formed requests.
 class SimWiFiDriver : public WiFiDriver {
  public:
   explicit SimWiFiDriver(SimParts& parts);
@@ -22,9 +21,9 @@ class SimWiFiDriver : public WiFiDriver {
               Buffer& buffer) override;
   void closeSocket(int socket) override;
 
-  /// Lets the counter run on by that much, around the end of its 32 bits.
+  /// Increases the counter, which wraps at 32 bits.
   void count(const std::string& counter, std::uint32_t more) { counters_[counter] += more; }
-  /// What was done since the last call: "query pm_dur", "reset pm_dur".
+  /// The requests since the last call: "query pm_dur", "reset pm_dur".
   std::vector<std::string> takeRequests() { return std::exchange(requests_, {}); }
   int openSockets() const { return static_cast<int>(sockets_.size()); }
 

@@ -22,7 +22,7 @@ std::optional<WiFiNetwork> networkIn(const ScenarioNode& node) {
 
 }  // namespace
 
-/// Each attachment makes another one; one that was detached is off for good.
+/// Each attachment creates another one; a detached one is off forever.
 class SimWiFiManager::Device : public WiFiDevice {
  public:
   explicit Device(std::weak_ptr<State> state) : state_(std::move(state)) {}

@@ -10,16 +10,16 @@
 
 namespace zorva {
 
-/// The Wi-Fi manager with one device: at first it is there, on, and associated with the network
-/// "Sim Network"; it can wake the handset, but is not set to.
+/// The Wi-Fi manager with one device: initially it is attached, on, and associated with the network
+/// "Sim Network"; it supports waking the handset, but that is off.
 class SimWiFiManager : public WiFiManager {
  public:
   explicit SimWiFiManager(SimParts& parts);
 
   std::shared_ptr<WiFiManagerClient> createClient() override;
 
-  /// Each reports its change, where there is one. While there is no device the radio's state and
-  /// the network are those that it will come back with.
+  /// Each reports a change, if there is one. While no device is attached, the radio's state and the
+  /// network are those with which it will return.
   void setAttached(bool attached);
   void setPowered(bool powered);
   void setNetwork(std::optional<WiFiNetwork> network);
@@ -29,7 +29,7 @@ class SimWiFiManager : public WiFiManager {
  private:
   class Device;
   class Client;
-  /// What the clients' objects see, too.
+  /// The state that the clients' objects share.
   struct State {
     State(SimFaults& faults) : copyDevicesFault(faults, "wifi.copyDevices") {}
     SimFaultPoint copyDevicesFault;

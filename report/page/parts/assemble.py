@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Makes one C++ file of the parts of the page: assemble.py LIBRARY.js LIBRARY.css OUT.cpp.
+"""Generates one C++ file from the parts of the page: assemble.py LIBRARY.js LIBRARY.css OUT.cpp.
 
-The page may run and load nothing but the scripts and the style that are in it: its policy names them
-by their hashes.
+The page may run and load only its own scripts and style: its content security policy lists them
+by hash.
 """
 import base64
 import hashlib

@@ -149,7 +149,7 @@ class Lanes {
     context.fillStyle = this.colour('--text');
     const [x, y] = this.plot.narrow ? [6, row.top + 9] : [12, row.top + row.height / 2];
     const room = this.plot.narrow ? this.plot.width : this.plot.left - 20;
-    // The end of an application's id says most.
+    // The end of an application's id is the most informative.
     const fits = context.measureText(row.label).width <= room;
     context.fillText(this.fit(context, fits ? row.label : row.label.split('.').at(-1), room), x, y);
   }

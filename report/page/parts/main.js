@@ -87,9 +87,9 @@ function start() {
   const notes = [];
   if (lanes.absent.length) notes.push(`Not in this log: ${lanes.absent.join(', ')}.`);
   const merged = Object.values(data.merged).reduce((sum, count) => sum + count, 0);
-  if (merged) notes.push(`${several(merged, 'short bar is', 'short bars are')} drawn together with neighbours that say the same; the lines have them all.`);
+  if (merged) notes.push(`${several(merged, 'short bar is', 'short bars are')} merged with neighbours of the same content; the log\u2019s lines contain all of them.`);
   const widest = Math.max(1, ...Object.values(data.curves).map(({width}) => width));
-  if (widest > 1) notes.push(`Of every ${duration(widest)}, the curves show the least and the greatest value.`);
+  if (widest > 1) notes.push(`For every ${duration(widest)}, the curves show the minimum and the maximum.`);
   document.getElementById('absent').textContent = notes.join(' ');
 
   new ResizeObserver(() => view.changed('look')).observe(document.getElementById('stack'));

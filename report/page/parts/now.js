@@ -17,7 +17,7 @@ class Now {
   paint() {
     const at = this.view.cursor;
     if (at === null) {
-      this.place.replaceChildren(element('p', 'dim', 'Point at the timeline, or move along it with the arrow keys, and here is told what was going on. A click keeps the moment and shows the log\u2019s lines.'));
+      this.place.replaceChildren(element('p', 'dim', 'Point at the timeline, or move along it with the arrow keys, to see the state at that moment here. A click pins the moment and shows the log\u2019s lines.'));
       return;
     }
     const head = element('h3', '', this.clock.time(at), element('span', 'dim', ` ${this.clock.day(at)}`));
@@ -136,7 +136,7 @@ class Now {
     } else if (lane === 'work') {
       const uses = this.view.process ? span.uses.filter(({name}) => name === this.view.process) : span.uses;
       const listed = uses.map(({name, pid, amount: seconds}) => `${name} (${pid}) ${duration(seconds)}`).join(', ');
-      words.push(strong('Processor '), `${duration(this.lanes.workOf(span))}${listed ? `: ${listed}` : ''}`);
+      words.push(strong('CPU time '), `${duration(this.lanes.workOf(span))}${listed ? `: ${listed}` : ''}`);
     } else if (lane === 'modem') {
       words.push(strong('Modem '), span.uses.map(({name, amount: time}) => `${name} ${duration(time / 1000)}`).join(', '));
     } else if (lane === 'wakes' || lane === 'awake') {

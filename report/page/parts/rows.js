@@ -1,6 +1,6 @@
 // The rows below the curves: which there are, what is in them, and which process it belongs to.
 
-const kMostRows = 8;  // of one lane that has a row for each holder or application
+const kMaxRows = 8;  // of one lane that has a row for each holder or application
 
 // How the spans of each lane are drawn. A lane has a colour and a pattern, so that either alone
 // identifies it.
@@ -22,7 +22,7 @@ const kLanes = [
   {group: 'Radio', lane: 'traffic', label: 'Traffic', kind: 'bars', colour: '--traffic'},
   {group: 'Kept awake by', lane: 'assertion', each: 'who', colour: '--assertion'},
   {group: 'Applications', lane: 'application', each: 'who', colour: '--application'},
-  {group: 'Work', lane: 'work', label: 'Processor', kind: 'bars', colour: '--work'},
+  {group: 'CPU', lane: 'work', label: 'CPU time', kind: 'bars', colour: '--work'},
   {group: 'Log', lane: 'errors', label: 'Errors', kind: 'marks', colour: '--error'},
   {group: 'Log', lane: 'events', label: 'Events', kind: 'marks', colour: '--event'},
 ];
@@ -71,7 +71,7 @@ function rowsOfEach(lane, spans) {
   const held = new Map();
   for (const span of spans) held.set(span[lane.each], (held.get(span[lane.each]) ?? 0) + span.held);
   const names = [...held.keys()].sort((one, other) => held.get(other) - held.get(one));
-  const own = new Set(names.length > kMostRows ? names.slice(0, kMostRows - 1) : names);
+  const own = new Set(names.length > kMaxRows ? names.slice(0, kMaxRows - 1) : names);
   const merged = spans.some(({who, count}) => !who && count > 1);
   const label = (name) => lane.label ? `${lane.label}: ${name}` : name || (merged ? 'several' : 'unknown');
   const rows = [...own].map((name) => new Row(lane, label(name), spans.filter((span) => span[lane.each] === name)));

@@ -1,6 +1,6 @@
 // Tables that can be sorted by any column and filtered by the chosen process.
 
-const kLongestCell = 200;  // characters; the log's lines show the whole text
+const kMaxCellLength = 200;  // characters; the log's lines show the whole text
 
 class Tables {
   constructor(place, tables, view, processes) {
@@ -109,7 +109,7 @@ class Tables {
       case 'percent': return `${value > 0 && value < 0.05 ? '<0.1' : amount(value)}\u00a0%`;
       case 'count': return amount(value, 0);
       case 'time': return this.time(value);
-      default: return value.length > kLongestCell ? `${value.slice(0, kLongestCell)}\u2026` : value;
+      default: return value.length > kMaxCellLength ? `${value.slice(0, kMaxCellLength)}\u2026` : value;
     }
   }
 }
