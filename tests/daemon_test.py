@@ -11,6 +11,20 @@ import unittest
 import programs
 from programs import LOG_DIRECTORY, MOBILE, PREFERENCES, program, run, wait_for
 
+# A battery whose driver sends an event for each level that this is given.
+KERNEL = '''
+import gi, sys
+gi.require_version('UMockdev', '1.0')
+from gi.repository import UMockdev
+kernel = UMockdev.Testbed.new()
+battery = kernel.add_device('power_supply', 'BAT0', None, ['type', 'Battery', 'capacity', '50'], [])
+print(kernel.get_root_dir(), flush=True)
+kernel.set_property(battery, 'POWER_SUPPLY_STATUS', 'Discharging')
+for level in sys.stdin:
+    kernel.set_property(battery, 'POWER_SUPPLY_CAPACITY', level.strip())
+    kernel.uevent(battery, 'change')
+'''
+
 
 class DaemonTest(unittest.TestCase):
     def setUp(self):
@@ -135,12 +149,27 @@ s.send(b'ZVN1com.vennor.zorva.exit')""", user=MOBILE, group=MOBILE)
 
     def test_idle_it_makes_no_system_call(self):
         daemon = self.start(env={**os.environ, 'ASAN_OPTIONS': 'detect_leaks=0'})
-        trace = run('timeout', '--signal=INT', '2', 'strace', '-f', '-p', daemon.pid)
-        calls = [line for line in trace.stderr.splitlines()
-                 if not re.search(r'attached|detached|resumed|epoll_wait.*unfinished|'
-                                  r'epoll_wait\(.*<detached', line)]
-        self.assertEqual(calls, [])
+        self.assertEqual(self.calls(daemon), [])
         self.assertEqual(self.end(daemon), 0)
+
+    def test_nor_between_the_events_of_a_battery(self):
+        kernel = subprocess.Popen(['umockdev-wrapper', sys.executable, '-c', KERNEL], stdin=subprocess.PIPE,
+                                  stdout=subprocess.PIPE, text=True)
+        self.addCleanup(kernel.communicate)
+        daemon = self.start(env={**os.environ, 'ASAN_OPTIONS': 'detect_leaks=0:verify_asan_link_order=0',
+                                 'LD_PRELOAD': 'libumockdev-preload.so.0',
+                                 'UMOCKDEV_DIR': kernel.stdout.readline().strip()})
+        for level in '49', '48':
+            print(level, file=kernel.stdin, flush=True)
+            wait_for(lambda: any(f'[Battery] level={level}.00%' in log.read_text() for log in self.logs()), level)
+        self.assertEqual(self.calls(daemon), [])
+
+    @staticmethod
+    def calls(daemon):
+        trace = run('timeout', '--signal=INT', '2', 'strace', '-f', '-p', daemon.pid)
+        return [line for line in trace.stderr.splitlines()
+                if not re.search(r'attached|detached|resumed|epoll_wait.*unfinished|'
+                                 r'epoll_wait\(.*<detached', line)]
 
 
 programs.enter_device()

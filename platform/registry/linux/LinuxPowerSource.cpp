@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "platform/kit/loop/EventSources.h"
-#include "platform/registry/linux/PowerSourceNews.h"
 
 namespace zorva {
 namespace {
@@ -19,9 +18,6 @@ constexpr const char* kUPowerRefreshed =
     "type='signal',sender='org.freedesktop.UPower',"
     "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
     "arg0='org.freedesktop.UPower.Device'";
-
-// Of the other batteries, when one of them sends an event.
-constexpr std::chrono::minutes kStale{1};
 
 std::chrono::nanoseconds timeOf(clockid_t clock) {
   timespec time{};
@@ -76,7 +72,7 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
         settled_(event, [this] { look(); }),
         coarse_(event, [this] { look(); }) {
     source_.read();
-    news_.emplace(source_.properties_);
+    news_.emplace(source_.properties_, source_.pace_.drifts);
     sleep_ = source_.sleeps_.add([this] { look(); });
     prepare();
   }
@@ -85,7 +81,7 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
     if (source_.take(device)) return judge(Occasion::OwnEvent);
     sd_device_action_t action = SD_DEVICE_CHANGE;
     sd_device_get_action(device, &action);
-    if (action == SD_DEVICE_CHANGE) return lookSoon(true);  // a charger's
+    if (action == SD_DEVICE_CHANGE) return chargerChanged();
     look();
   }
 
@@ -95,12 +91,17 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
 
   void look() { judge(Occasion::Look); }
 
-  // Looks now unless it has looked a moment ago; and then, or if `again`, a moment later.
-  void lookSoon(bool again) {
-    const bool now = !lookedAt_ || steady_clock::now() - *lookedAt_ >= source_.pace_.settled;
-    if ((!now || again) && !settled_.running())
+  // Looks now unless it has looked a moment ago.
+  void lookNow() {
+    if (!lookedAt_ || steady_clock::now() - *lookedAt_ >= source_.pace_.settled) look();
+  }
+
+  // A charger's event. The batteries notice the change later.
+  void chargerChanged() {
+    if (!settled_.running()) {
       settled_.start(source_.pace_.settled, source_.pace_.settled / 5);
-    if (now) look();
+    }
+    lookNow();
   }
 
   void judge(Occasion occasion) {
@@ -125,8 +126,8 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
     if (!held) {
       held_.stop();
     } else if (!held_.running()) {
-      held_.start(std::chrono::duration_cast<microseconds>(*held - steady_clock::now()),
-                  std::chrono::seconds(10));
+      const auto delay = std::chrono::duration_cast<microseconds>(*held - steady_clock::now());
+      held_.start(std::max(delay, microseconds(0)), source_.pace_.drifts / 6);
     }
     const bool silent = news_->driver() == Driver::Silent;
     if (!silent || !source_.present_ || source_.properties_["FullyCharged"].boolean()) {
@@ -137,8 +138,9 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
     if (news_->driver() == Driver::Eventful) {
       upower_.reset();
     } else if (!upower_ && source_.bus_) {
-      upower_ = source_.bus_->observeSignals(kUPowerRefreshed,
-                                             [this](sd_bus_message*) { lookSoon(false); });
+      // A refresh sends a signal for each of UPower's devices, of which the first is enough.
+      upower_ =
+          source_.bus_->observeSignals(kUPowerRefreshed, [this](sd_bus_message*) { lookNow(); });
     }
   }
 
@@ -155,35 +157,35 @@ LinuxPowerSource::LinuxPowerSource(sd_event* event, std::string classDirectory, 
                                    Pace pace)
     : event_(event), classDirectory_(std::move(classDirectory)), bus_(bus), pace_(pace) {}
 
-// Supplies that have gone are forgotten, and with them what was learnt of them.
+// Supplies that have gone are forgotten, and with them what was learnt of them. The others are
+// judged anew each time: one that is just being registered may lack its attributes.
 void LinuxPowerSource::findMembers() {
   const std::vector<std::string> names = entryNames(classDirectory_);
-  std::erase_if(supplies_, [&](const auto& supply) {
-    return !std::ranges::binary_search(names, supply.first);
+  std::erase_if(members_, [&](const auto& member) {
+    return !std::ranges::binary_search(names, member.first);
   });
   for (const std::string& name : names) {
-    if (supplies_.contains(name)) continue;
+    if (members_.contains(name)) continue;
     const std::string directory = classDirectory_ + "/" + name;
-    std::optional<Member> member;
-    if (readAttribute(directory + "/type") == "Battery" &&
-        readAttribute(directory + "/scope") != "Device") {
-      member.emplace(Member{SupplyReader(directory), {}});
-      if (!member->reader.hasLevel()) member.reset();
+    if (readAttribute(directory + "/type") != "Battery" ||
+        readAttribute(directory + "/scope") == "Device") {
+      continue;
     }
-    supplies_.emplace(name, std::move(member));
+    Member member{SupplyReader(directory), {}};
+    if (member.reader.hasLevel()) members_.emplace(name, std::move(member));
   }
 }
 
 bool LinuxPowerSource::exists() {
   findMembers();
-  return std::ranges::any_of(supplies_,
-                             [](const auto& supply) { return supply.second.has_value(); });
+  return !members_.empty();
 }
 
 bool LinuxPowerSource::hasGasGauge() {
   read();
-  return std::ranges::any_of(supplies_, [](const auto& supply) {
-    return supply.second && supply.second->reader.present() && supply.second->reader.hasGasGauge();
+  return std::ranges::any_of(members_, [this](const auto& member) {
+    const SupplyReader& reader = member.second.reader;
+    return (reader.present() || !present_) && reader.hasGasGauge();
   });
 }
 
@@ -191,9 +193,7 @@ void LinuxPowerSource::read() {
   std::uint64_t turn = 0;
   if (sd_event_get_iteration(event_, &turn) >= 0 && std::exchange(turn_, turn) == turn) return;
   findMembers();
-  for (auto& [name, member] : supplies_) {
-    if (member) member->reader.read();
-  }
+  for (auto& [name, member] : members_) member.reader.read();
   combine();
 }
 
@@ -205,20 +205,20 @@ bool LinuxPowerSource::take(sd_device* device) {
       action == SD_DEVICE_REMOVE) {
     return false;
   }
-  const auto found = supplies_.find(sysname);
-  if (found == supplies_.end() || !found->second) return false;
-  const bool taken = found->second->reader.take([device](const std::string& name) {
+  const auto found = members_.find(sysname);
+  if (found == members_.end()) return false;
+  const bool taken = found->second.reader.take([device](const std::string& name) {
     const char* value = nullptr;
     const std::string variable = "POWER_SUPPLY_" + name;
     return sd_device_get_property_value(device, variable.c_str(), &value) < 0
                ? std::nullopt
                : std::optional<std::string>(value);
   });
-  if (!taken) found->second->reader.read();
-  for (auto& [name, member] : supplies_) {
-    if (!member || name == sysname) continue;
-    const auto readAt = member->reader.readAt();
-    if (!readAt || steady_clock::now() - *readAt >= kStale) member->reader.read();
+  if (!taken) found->second.reader.read();
+  for (auto& [name, member] : members_) {
+    if (name == sysname) continue;
+    const auto readAt = member.reader.readAt();
+    if (!readAt || steady_clock::now() - *readAt >= pace_.stale) member.reader.read();
   }
   combine();
   std::uint64_t turn = 0;
@@ -228,9 +228,9 @@ bool LinuxPowerSource::take(sd_device* device) {
 
 void LinuxPowerSource::combine() {
   std::vector<Battery> batteries;
-  for (auto& [name, member] : supplies_) {
-    if (member && member->reader.present()) {
-      batteries.push_back(readBattery(std::cref(member->reader), member->sign));
+  for (auto& [name, member] : members_) {
+    if (member.reader.present()) {
+      batteries.push_back(readBattery(std::cref(member.reader), member.sign));
     }
   }
   present_ = !batteries.empty();

@@ -12,6 +12,7 @@
 #include "platform/base/Observers.h"
 #include "platform/kit/bus/LinuxBus.h"
 #include "platform/registry/linux/LinuxRegistryEntry.h"
+#include "platform/registry/linux/PowerSourceNews.h"
 #include "platform/registry/linux/PowerSupply.h"
 #include "platform/registry/linux/SupplyReader.h"
 
@@ -35,6 +36,10 @@ class LinuxPowerSource : public LinuxRegistryEntry {
     /// processor is awake for other timers too.
     std::chrono::microseconds coarse = std::chrono::minutes(5);
     std::chrono::microseconds slack = std::chrono::minutes(3);
+    /// So old are the other batteries' figures at most when one of them sends an event.
+    std::chrono::microseconds stale = std::chrono::minutes(1);
+    /// Between reports of mere drifts.
+    std::chrono::microseconds drifts = PowerSourceNews::kBetweenDrifts;
   };
 
   /// `classDirectory` is the power_supply class's. The event loop must outlive this, and the bus
@@ -46,7 +51,7 @@ class LinuxPowerSource : public LinuxRegistryEntry {
   /// Whether the device has a battery, or the bay of one.
   bool exists();
   /// Whether a battery measures its current and its full charge. Decided by the attributes that are
-  /// there, whether or not they can be read now.
+  /// there, whether or not they can be read now; while every battery is out, by those of the bays.
   bool hasGasGauge();
 
   /// Lets the watches look at the batteries around a sleep of the system.
@@ -75,10 +80,10 @@ class LinuxPowerSource : public LinuxRegistryEntry {
   LinuxBus* bus_;
   Pace pace_;
   Observers<> sleeps_;
-  std::map<std::string, std::optional<Member>> supplies_;  // by name; those that do not count: none
-  bool present_ = false;                                   // at least one battery
-  Dictionary properties_;                                  // empty while no battery is present
-  std::optional<std::uint64_t> turn_;                      // of the loop, at the last reading
+  std::map<std::string, Member> members_;  // by name; those that count
+  bool present_ = false;                   // at least one battery
+  Dictionary properties_;                  // empty while no battery is present
+  std::optional<std::uint64_t> turn_;      // of the loop, at the last reading
 };
 
 }  // namespace zorva

@@ -30,8 +30,8 @@ class LinuxPowerSourceTest : public MockKernelTest {
                                        nullptr));
     return std::string("/sys/devices/") + name;
   }
-  std::string addBattery(const char* name, int level) {
-    const std::string device = add(name);
+  std::string addBattery(const char* name, int level, const char* type = "Battery") {
+    const std::string device = add(name, type);
     report(device, "status", "Discharging");
     report(device, "charge_full", "1000000");
     report(device, "voltage_now", "4000000");
@@ -52,6 +52,10 @@ class LinuxPowerSourceTest : public MockKernelTest {
   void announce(const std::string& device, const char* event = "change") {
     send(device, event);
     loop_.drain();
+  }
+  void wait(std::chrono::milliseconds time) const {
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end) sd_event_run(loop_.event(), 10'000);
   }
   int shown(RegistryEntry& entry) const {
     const Value now = entry.readProperty("CurrentCapacity");
@@ -87,8 +91,11 @@ TEST_F(LinuxPowerSourceTest, CountsTheBatteriesOfTheDevice) {
   EXPECT_FALSE(registry.hasGasGauge());
   EXPECT_EQ(appeared, 0);
 
-  const std::string first = addBattery("BAT0", 90);
+  const std::string first = addBattery("BAT0", 90, "");
   announce(first, "add");
+  EXPECT_EQ(appeared, 0) << "seen before its type is there";
+  set(first, "type", "Battery\n");
+  announce(first);
   EXPECT_EQ(appeared, 1);
   const auto source = registry.firstPowerSource();
   EXPECT_EQ(shown(*source), 90);
@@ -103,6 +110,7 @@ TEST_F(LinuxPowerSourceTest, CountsTheBatteriesOfTheDevice) {
   report(first, "present", "0");
   loop_.drain();
   EXPECT_NE(registry.firstPowerSource(), nullptr) << "bays";
+  EXPECT_TRUE(registry.hasGasGauge()) << "asked once, before a battery is put in";
   Dictionary none;
   EXPECT_EQ(source->readProperties(none), kRegistryNoDevice);
 }
@@ -112,12 +120,15 @@ TEST_F(LinuxPowerSourceTest, AnEventBringsTheState) {
   if (outside()) return;
   const std::string device = addBattery("BAT0", 50);
   const auto source = std::make_shared<LinuxPowerSource>(
-      loop_.event(), LinuxDeviceRegistry::kPowerSupplies, nullptr);
+      loop_.event(), LinuxDeviceRegistry::kPowerSupplies, nullptr,
+      LinuxPowerSource::Pace{.stale = 0ms, .drifts = 500ms});
   watch(source);
   umockdev_testbed_set_property(kernel_, device.c_str(), "POWER_SUPPLY_CHARGE_NOW", "480000");
+  send(device, "change");
   set(device, "charge_now", "10000\n");
-  announce(device);
-  EXPECT_EQ(levels_, Levels{48});
+  std::ofstream("/sys/class/power_supply/BAT0/uevent", std::ios::trunc).flush();
+  loop_.drain();
+  EXPECT_EQ(levels_, Levels{48}) << "nothing is read";
   // Nothing in the event: a gauge that failed while it was asked for one of its figures.
   for (const char* name : {"STATUS", "CHARGE_NOW", "CHARGE_FULL", "VOLTAGE_NOW", "CURRENT_NOW"}) {
     const std::string variable = std::string("POWER_SUPPLY_") + name;
@@ -126,6 +137,17 @@ TEST_F(LinuxPowerSourceTest, AnEventBringsTheState) {
   std::ofstream("/sys/class/power_supply/BAT0/uevent", std::ios::trunc).flush();
   level(device, 30, "change");
   EXPECT_EQ(levels_, (Levels{48, 30}));
+  // A drift is held back, but not lost.
+  report(device, "current_now", "-300000");
+  announce(device);
+  EXPECT_EQ(levels_.size(), 2);
+  loop_.runUntil([&] { return levels_.size() == 3; });
+  const std::string other = addBattery("BAT1", 90);
+  source->systemDidWake();
+  loop_.drain();
+  level(other, 70);
+  announce(device);
+  EXPECT_EQ(levels_, (Levels{48, 30, 30, 60, 50})) << "old figures of the others are read";
 }
 
 TEST_F(LinuxPowerSourceTest, ASilentDriverIsLookedAt) {
@@ -139,32 +161,44 @@ TEST_F(LinuxPowerSourceTest, ASilentDriverIsLookedAt) {
   LinuxBus client(loop_.event(), bus.address());
   const std::string device = addBattery("axp20x-battery", 80);
   const std::string charger = add("axp20x-usb", "USB");
-  LinuxPowerSource::Pace pace{.settled = 20ms, .coarse = 24h, .slack = 0ms};
+  LinuxPowerSource::Pace pace{.settled = 400ms, .coarse = 24h, .slack = 0ms};
   const auto source = std::make_shared<LinuxPowerSource>(
       loop_.event(), LinuxDeviceRegistry::kPowerSupplies, &client, pace);
   watch(source);
   const auto comes = [&](int percent) {
     loop_.runUntil([&] { return !levels_.empty() && levels_.back() == percent; });
   };
-  // The charger's event, before and after the battery has noticed it.
+  // UPower's refresh: of its signals the first is enough, and no timer follows.
   level(device, 79);
-  announce(charger);
+  std::uint64_t time = 1;
+  bus.call(kService, kObject, PrivateBusForTest::kMock, "AddProperty", "ssv", kDevice, "UpdateTime",
+           "t", time);
+  const auto refresh = [&] {
+    for (int signal = 0; signal < 2; ++signal) {
+      ASSERT_GE(bus.call(kService, kObject, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}",
+                         kDevice, 1, "UpdateTime", "t", ++time),
+                0);
+    }
+  };
+  refresh();
+  comes(79);
   level(device, 78);
-  comes(78);
+  wait(500ms);
+  EXPECT_EQ(levels_, Levels{79});
+  // The charger's event, before and after the battery has noticed it.
+  announce(charger);
+  level(device, 77);
+  comes(77);
   level(device, 70);
   source->systemWillSleep();
   level(device, 65);
   source->systemDidWake();
-  EXPECT_EQ(levels_, (Levels{79, 78, 70, 65}));
-
-  level(device, 64);
-  const std::uint64_t time = 1;
-  bus.call(kService, kObject, PrivateBusForTest::kMock, "AddProperty", "ssv", kDevice, "UpdateTime",
-           "t", time);
-  ASSERT_GE(bus.call(kService, kObject, PrivateBusForTest::kMock, "UpdateProperties", "sa{sv}",
-                     kDevice, 1, "UpdateTime", "t", time + 1),
-            0);
-  comes(64);
+  level(device, 64, "change");  // an event of its own after all
+  wait(500ms);
+  level(device, 63);
+  refresh();
+  wait(50ms);
+  EXPECT_EQ(levels_, (Levels{79, 78, 77, 70, 65, 64}));
 }
 
 TEST_F(LinuxPowerSourceTest, ASilentDriverIsReadFromTimeToTime) {
@@ -175,17 +209,32 @@ TEST_F(LinuxPowerSourceTest, ASilentDriverIsReadFromTimeToTime) {
       LinuxPowerSource::Pace{.settled = 24h, .coarse = 10ms, .slack = 0ms});
   watch(source);
   level(device, 79);
-  sd_event_run(loop_.event(), 50'000);
+  wait(50ms);
   EXPECT_EQ(levels_, Levels{}) << "not proven yet";
   source->systemWillSleep();
-  for (const int percent : {78, 77}) {
+  const auto isRead = [&](int percent) {
     level(device, percent);
     loop_.runUntil([&] { return levels_.back() == percent; });
-  }
-  level(device, 76, "change");  // an event of its own after all
+  };
+  isRead(78);
+  isRead(77);
+  report(device, "status", "Full");
+  isRead(76);
   level(device, 75);
-  sd_event_run(loop_.event(), 50'000);
-  EXPECT_EQ(levels_, (Levels{79, 78, 77, 76}));
+  wait(50ms);
+  EXPECT_EQ(levels_.back(), 76) << "not while it is full";
+  report(device, "present", "0");
+  report(device, "status", "Discharging");
+  source->systemDidWake();
+  report(device, "present", "1");
+  wait(50ms);
+  EXPECT_EQ(levels_.back(), -1) << "nor while it is out";
+  source->systemDidWake();
+  isRead(74);
+  level(device, 73, "change");  // an event of its own after all
+  level(device, 72);
+  wait(50ms);
+  EXPECT_EQ(levels_, (Levels{79, 78, 77, 76, -1, 75, 74, 73}));
 }
 
 TEST(SupplyReader, AGaugeThatTakesSecondsRests) {
@@ -217,6 +266,11 @@ TEST(SupplyReader, AGaugeThatTakesSecondsRests) {
   quick.read();
   EXPECT_EQ(quick("capacity"), "10");
   EXPECT_EQ(quick("status"), std::nullopt);
+  write("uevent", "POWER_SUPPLY_PRESENT=0\n");
+  quick.read();
+  write("uevent", "POWER_SUPPLY_PRESENT=1\n");
+  quick.read();
+  EXPECT_EQ(quick("capacity"), std::nullopt) << "of another battery";
   EXPECT_FALSE(quick.hasGasGauge());
   write("charge_full", "");
   write("current_now", "");
@@ -256,11 +310,22 @@ TEST(PowerSourceNews, AStormIsOnceAMinute) {
   // What has a meaning is news at once; what is equal is none.
   reported = 0;
   see(Occasion::OwnEvent, state(80, event));
+  see(Occasion::Look, state(80, event + 1));
   EXPECT_EQ(reported, 0);
+  EXPECT_FALSE(news.heldUntil());
   see(Occasion::OwnEvent, state(80, event, "HighTemperature"));
   see(Occasion::OwnEvent, state(79.99, event, "HighTemperature"));
   see(Occasion::Look, {});
   EXPECT_EQ(reported, 3);
+  // On the edge between two percents.
+  reported = 0;
+  now += 1min;
+  for (const int end = event + 7200; event < end; ++event, now += 500ms) {
+    if (news.heldUntil() && now >= *news.heldUntil()) see(Occasion::Held, last);
+    see(Occasion::OwnEvent, state(event % 2 == 0 ? 79.99 : 80.01, event));
+  }
+  EXPECT_GE(reported, 59);
+  EXPECT_LE(reported, 70);
 }
 
 TEST(PowerSourceNews, LearnsWhetherTheDriverSendsEvents) {
@@ -282,8 +347,11 @@ TEST(PowerSourceNews, LearnsWhetherTheDriverSendsEvents) {
       {"firmware that speaks when plugged", Occasion::OwnEvent, 60, true, false, Driver::Silent},
       {"unplugged", Occasion::OwnEvent, 61, false, false, Driver::Silent},
       {"a percent", Occasion::OwnEvent, 60, false, false, Driver::Eventful},
+      {"a look before its event", Occasion::Look, 59, false, false, Driver::Eventful},
+      {"the event", Occasion::OwnEvent, 59, false, false, Driver::Eventful},
       {"a sleep's loss", Occasion::OwnEvent, 50, false, true, Driver::Eventful},
-      {"seen elsewhere", Occasion::Look, 49, false, false, Driver::Silent},
+      {"seen elsewhere", Occasion::Look, 49, false, false, Driver::Eventful},
+      {"and no event for it", Occasion::Look, 48, false, false, Driver::Silent},
   };
   PowerSourceNews::Time now{};
   for (const auto& step : steps) {

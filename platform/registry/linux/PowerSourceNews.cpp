@@ -5,8 +5,12 @@
 
 namespace zorva {
 
-PowerSourceNews::PowerSourceNews(const Dictionary& state)
-    : reported_(state), reportedMeaning_(meaningOf(state)), seen_(reportedMeaning_) {}
+PowerSourceNews::PowerSourceNews(const Dictionary& state, std::chrono::microseconds betweenDrifts)
+    : betweenDrifts_(betweenDrifts),
+      reported_(state),
+      reportedMeaning_(meaningOf(state)),
+      seen_(reportedMeaning_),
+      announced_(seen_.percent) {}
 
 PowerSourceNews::Meaning PowerSourceNews::meaningOf(const Dictionary& state) {
   const double percent = state["CurrentCapacity"].real() * 100.0 / state["MaxCapacity"].real();
@@ -22,20 +26,27 @@ bool PowerSourceNews::isNews(Occasion occasion, const Dictionary& state, bool sl
   const Meaning meaning = meaningOf(state);
   if (occasion != Occasion::Held) learn(occasion, meaning, slept);
   seen_ = meaning;
-  bool news = meaning != reportedMeaning_;
-  if (!news && occasion != Occasion::Look) {
+  const bool soon = reportedAt_ && now - *reportedAt_ < betweenDrifts_;
+  const bool swinging = occasion != Occasion::Held && soon && swings(meaning);
+  bool news = meaning != reportedMeaning_ && !swinging;
+  if (swinging) {
+    heldUntil_ = *reportedAt_ + betweenDrifts_;
+  } else if (!news && occasion != Occasion::Look) {
     const bool changed = state != reported_;
-    const bool soon = reportedAt_ && now - *reportedAt_ < kBetweenDrifts;
     if (occasion == Occasion::Held) {
       news = changed;
     } else if (!soon) {
       news = true;
     } else if (changed) {
-      heldUntil_ = *reportedAt_ + kBetweenDrifts;
+      heldUntil_ = *reportedAt_ + betweenDrifts_;
     }
   }
   if (occasion == Occasion::Held) heldUntil_.reset();
   if (!news) return false;
+  if (meaning.percent != reportedMeaning_.percent) {
+    swings_ = soon && meaning.percent == swingsBack_ ? swings_ + 1 : 0;
+    swingsBack_ = reportedMeaning_.percent;
+  }
   reported_ = state;
   reportedMeaning_ = meaning;
   reportedAt_ = now;
@@ -43,12 +54,29 @@ bool PowerSourceNews::isNews(Occasion occasion, const Dictionary& state, bool sl
   return true;
 }
 
+// Back to the percent before, not for the first time, and nothing else has changed.
+bool PowerSourceNews::swings(const Meaning& meaning) const {
+  if (swings_ == 0 || meaning.percent == reportedMeaning_.percent) return false;
+  Meaning same = meaning;
+  same.percent = reportedMeaning_.percent;
+  return meaning.percent == swingsBack_ && same == reportedMeaning_;
+}
+
 // Firmware that sends an event only when the charger is plugged shows by then many percents at
 // once, and never a single one in an unchanged state.
 void PowerSourceNews::learn(Occasion occasion, const Meaning& seen, bool slept) {
-  if (slept || !seen.present || !seen_.present || seen.percent == seen_.percent) return;
-  const bool oneStep = std::abs(static_cast<double>(seen.percent) - seen_.percent) <= 1;
-  if (occasion != Occasion::OwnEvent || !oneStep) {
+  const auto apart = [&](std::uint32_t percent) {
+    return std::abs(static_cast<double>(seen.percent) - percent);
+  };
+  const bool comparable = !slept && seen.present && seen_.present;
+  if (comparable && occasion != Occasion::OwnEvent) {
+    const bool ahead = driver_ == Driver::Eventful && apart(announced_) <= 1;
+    if (apart(seen_.percent) > 0 && !ahead) driver_ = Driver::Silent;
+    return;
+  }
+  announced_ = seen.percent;
+  if (!comparable || apart(seen_.percent) == 0) return;
+  if (apart(seen_.percent) > 1) {
     driver_ = Driver::Silent;
   } else if (seen.charging == seen_.charging && seen.full == seen_.full) {
     driver_ = Driver::Eventful;

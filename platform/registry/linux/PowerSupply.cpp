@@ -16,6 +16,9 @@ namespace {
 // desktops put the machine to sleep.
 constexpr double kCriticalPercent = 2;
 
+// So often a driver has to contradict the sign that it always gave before.
+constexpr int kSure = 4;
+
 // A supply's attributes as numbers and words.
 class Supply {
  public:
@@ -215,6 +218,13 @@ std::optional<ChargeFigure> chargeNow(const Battery& battery) {
   return ChargeFigure{full->milliampereHours * share, full->raw * share, full->energy};
 }
 
+// In percent, of a battery that reports only its charge the share of its full charge.
+std::optional<double> levelOf(const Battery& battery) {
+  const auto full = battery.full();
+  if (battery.percent || !battery.now || !full) return battery.percent;
+  return battery.now->milliampereHours / full->milliampereHours * 100.0;
+}
+
 // In mW; 0 where the battery reports none.
 double powerOf(const Battery& battery) {
   return battery.current.value_or(0) * battery.voltage.value_or(0) * 1e-3;
@@ -292,12 +302,13 @@ std::string wholeCapacityLevel(Batteries batteries) {
 
 double CurrentSign::withDirection(double current, const std::string& status) {
   if (status == "Discharging") {
-    if (current != 0) negativeWhileDischarging_ = current < 0;
+    const int step = current == 0 ? 0 : (current < 0 ? 1 : -1);
+    negativeWhileDischarging_ = std::clamp(negativeWhileDischarging_ + step, -kSure, kSure);
     return -std::abs(current);
   }
   if (status == "Charging" && current < 0) negativeWhileCharging_ = true;
-  if (!negativeWhileDischarging_) return status == "Charging" ? std::abs(current) : current;
-  if (*negativeWhileDischarging_) return current;
+  if (negativeWhileDischarging_ == 0) return status == "Charging" ? std::abs(current) : current;
+  if (negativeWhileDischarging_ > 0) return current;
   // A positive sign while discharging: the opposite sign, if the other one was ever seen, or none.
   return negativeWhileCharging_ ? -current : current;
 }
@@ -345,7 +356,7 @@ Battery combined(Batteries batteries) {
     now = ChargeFigure{full->milliampereHours * share, full->raw * share, full->energy};
     whole.percent = share * 100.0;
   } else {
-    whole.percent = sum(batteries, [](const Battery& b) { return b.percent; });
+    whole.percent = sum(batteries, levelOf);
     if (whole.percent) *whole.percent /= static_cast<double>(batteries.size());
   }
   whole.now = now;

@@ -19,7 +19,8 @@ struct ChargeFigure {
 
 /// Which sign a battery's driver gives to its currents. The kernel's documentation wants a negative
 /// sign while the battery discharges; many drivers report magnitudes, and some the opposite. Learnt
-/// from what the driver says while the status settles the direction.
+/// from what the driver says while the status settles the direction. Around a plugging the status
+/// lags behind the current, so a sign that was seen several times is not doubted at once.
 class CurrentSign {
  public:
   /// The driver's current as one that is negative while the battery discharges. In the units of
@@ -27,7 +28,7 @@ class CurrentSign {
   double withDirection(double current, const std::string& status);
 
  private:
-  std::optional<bool> negativeWhileDischarging_;
+  int negativeWhileDischarging_ = 0;  // how often it was so, less how often it was not; bounded
   bool negativeWhileCharging_ = false;
 };
 
@@ -56,10 +57,10 @@ struct Battery {
 Battery readBattery(const SysfsAttributes& attributes, CurrentSign& sign);
 
 /// The batteries as one: charges and energies add up, the level is the share of the energy (of the
-/// charge, if no voltages are known; the mean level, if no charges are). The current is that of the
-/// whole power at the voltage of the battery at work, which is the one with the largest power. One
-/// that charges or discharges decides the status, and the weakest decides cycles and health. A
-/// single battery stays as it is. At least one.
+/// charge, if no voltages are known; the mean level, if no full charges are). The current is that
+/// of the whole power at the voltage of the battery at work, which is the one with the largest
+/// power. One that charges or discharges decides the status, and the weakest decides cycles and
+/// health. A single battery stays as it is. At least one.
 Battery combined(std::span<const Battery> batteries);
 
 /// What the power source publishes. Without a battery nothing.

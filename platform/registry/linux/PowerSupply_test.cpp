@@ -166,6 +166,10 @@ TEST(PowerSupply, SeveralBatteriesAreOne) {
        {"status=Not_charging capacity=80 cycle_count=5", "status=Full capacity=100 health=Hot"},
        "{CurrentCapacity = 90; MaxCapacity = 100; CycleCount = 5; IsCharging = 0; FullyCharged = "
        "0; AtCriticalLevel = 0; ChargeStatus = HighTemperature;}"},
+      {"the share of a charge beside a level",
+       {"status=Discharging charge_now=500000 charge_full=2000000", "status=Full capacity=75"},
+       "{CurrentCapacity = 50; MaxCapacity = 100; IsCharging = 0; FullyCharged = 0; "
+       "AtCriticalLevel = 0;}"},
       {"both at their end",
        {"status=Full capacity=2 capacity_level=Critical",
         "status=Full capacity=2 "
@@ -198,6 +202,10 @@ TEST(PowerSupply, ALossUnderAWeakChargerIsNoGain) {
   } cases[] = {
       {"unknown yet: charging is a gain", {}, 300, -300},
       {"as documented", {{"Discharging", -200}}, -300, -300},
+      {"as documented, with a status that lags behind the charger",
+       {{"Charging", -300}, {"Discharging", -200}, {"Discharging", -200}, {"Discharging", 900}},
+       900,
+       900},
       {"magnitudes only", {{"Discharging", 200}}, 300, 300},
       {"the opposite sign", {{"Discharging", 200}, {"Charging", -900}}, -300, 300},
       {"the opposite sign, seen first while charging",
@@ -212,6 +220,10 @@ TEST(PowerSupply, ALossUnderAWeakChargerIsNoGain) {
     }
     EXPECT_EQ(sign.withDirection(c.says, "Charging"), c.underTheCharger) << c.driver;
   }
+  CurrentSign sign;
+  readBattery(attributes("status=Discharging current_now=-200000 current_avg=100000"), sign);
+  const Battery battery = readBattery(attributes("status=Charging current_now=-300000"), sign);
+  EXPECT_EQ(battery.current, -300) << "an average lags behind";
 }
 
 }  // namespace
