@@ -2,6 +2,8 @@
 #include "apps/SimRun.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <ostream>
 #include <string_view>
@@ -17,12 +19,14 @@ namespace {
 constexpr const char* kProgram = "zorva-sim";
 
 constexpr const char* kHelp =
-    "Usage: zorva-sim SCENARIO [--root DIR] [-- -Bdpq]\n"
+    "Usage: zorva-sim SCENARIO [--root DIR] [--truth FILE] [-- -Bdpq]\n"
     "Runs the loggers on a simulated handset, in virtual time.\n"
     "The log goes to standard output, the handset's system log to standard error.\n"
     "Options:\n"
     "    --root DIR    keep the handset's files (log directory, preferences) in DIR;\n"
     "                  without it they are removed at the end\n"
+    "    --truth FILE  write to FILE what each cause really used; the scenario needs a\n"
+    "                  power model\n"
     "    -h, --help    print this help message and exit\n"
     "    --version     print the version and exit\n"
     "    -- OPTIONS    the arguments that follow are for zorva\n";
@@ -30,6 +34,7 @@ constexpr const char* kHelp =
 struct Options {
   std::string scenario;
   std::optional<std::string> root;
+  std::optional<std::string> truth;
   std::vector<std::string> zorva{"zorva"};
 };
 
@@ -39,18 +44,28 @@ std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Optio
     options.root = directory;
     return std::string();
   };
+  const auto setTruth = [&options](const std::string& file) {
+    options.truth = file;
+    return std::string();
+  };
   std::vector<std::string> scenarios;
-  if (auto end = readCommandLine({kProgram,
-                                  kHelp,
-                                  {{"root", 0, "a directory", setRoot}},
-                                  "; options for zorva come after --"},
-                                 arguments, scenarios, &options.zorva)) {
+  if (auto end = readCommandLine(
+          {kProgram,
+           kHelp,
+           {{"root", 0, "a directory", setRoot}, {"truth", 0, "the name of a file", setTruth}},
+           "; options for zorva come after --"},
+          arguments, scenarios, &options.zorva)) {
     return end;
   }
   if (scenarios.empty()) return badUsage(kProgram, "no scenario is given.");
   if (scenarios.size() > 1) return badUsage(kProgram, "more than one scenario is given.");
   options.scenario = scenarios[0];
   return std::nullopt;
+}
+
+void explainTruth(const std::string& name, std::ostream& err) {
+  err << formatText("zorva-sim: %s: cannot be written: %s\n", safeText(name).c_str(),
+                    std::strerror(errno));
 }
 
 }  // namespace
@@ -70,6 +85,19 @@ std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], 
     run.handset_ = std::make_unique<SimHandset>(
         options.root ? std::make_unique<SimRoot>(*options.root) : std::make_unique<SimRoot>());
     const Scenario scenario = Scenario::readFile(options.scenario, *run.handset_);
+    if (options.truth) {
+      if (!run.handset_->powerModel().isInScenario()) {
+        err << "zorva-sim: --truth needs a scenario with a \"power_model\".\n";
+        return std::nullopt;
+      }
+      run.truthName_ = *options.truth;
+      errno = 0;
+      run.truth_.open(run.truthName_, std::ios::binary);
+      if (!run.truth_) {
+        explainTruth(run.truthName_, err);
+        return std::nullopt;
+      }
+    }
     run.handset_->systemLog().setForward([&err](std::string_view message) {
       // Some messages have more than one line.
       std::string lines;
@@ -91,6 +119,14 @@ std::optional<SimRun> SimRun::fromArguments(int argc, const char* const argv[], 
   run.zorvaArguments_ = options.zorva;
   status = 0;
   return run;
+}
+
+bool SimRun::writeTruth(std::ostream& err) {
+  if (truthName_.empty()) return true;
+  errno = 0;
+  if (truth_ << handset_->powerModel().account()->table() << std::flush) return true;
+  explainTruth(truthName_, err);
+  return false;
 }
 
 char* const* SimRun::zorvaArguments() {

@@ -11,6 +11,8 @@ int main(int argc, char* argv[]) {
   int status = 0;
   auto run = zorva::SimRun::fromArguments(argc, argv, status, std::cout, std::cerr);
   if (!run) return status;
-  return zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(),
-                          {[&run] { return &run->platform(); }}, zorva::defaultLoggers());
+  status = zorva::ZorvaMain(run->zorvaArgumentCount(), run->zorvaArguments(),
+                            {[&run] { return &run->platform(); }}, zorva::defaultLoggers());
+  if (!run->writeTruth(std::cerr) && status == 0) status = 1;
+  return status;
 }

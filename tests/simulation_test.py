@@ -16,11 +16,28 @@ class SimulationTest(unittest.TestCase):
         self.assertGreater(len(scenarios), 5)
         for scenario in scenarios:
             with self.subTest(scenario.name):
-                first, second = (run(program('zorva-sim'), scenario) for _ in range(2))
+                expected = scenario.with_suffix('.truth')
+                with tempfile.TemporaryDirectory() as folder:
+                    truths = [pathlib.Path(folder) / name for name in ('first', 'second')]
+                    first, second = (run(program('zorva-sim'), scenario,
+                                         *(['--truth', truth] if expected.exists() else []))
+                                     for truth in truths)
+                    if expected.exists():
+                        self.assertEqual([truth.read_text() for truth in truths], [expected.read_text()] * 2)
                 self.assertEqual(first.returncode, 0, first.stderr)
                 self.assertEqual((first.stdout, first.stderr), (second.stdout, second.stderr))
                 self.assertEqual(first.stdout, scenario.with_suffix('.log').read_text())
                 self.assertEqual(first.stderr, scenario.with_suffix('.syslog').read_text())
+
+    def test_the_page_shows_the_truth_and_what_the_report_makes_of_the_log(self):
+        page = (ROOT / 'docs/scenarios.md').read_text()
+        self.assertIn((ROOT / 'scenarios/laptop.truth').read_text(), page)
+        report = run(program('zorva-report'), ROOT / 'scenarios/laptop.log').stdout.splitlines()
+        shown = [line for line in page.splitlines() if line.startswith('  ') and line.endswith(('%.', ' per hour.'))]
+        self.assertEqual([line for line in shown if line not in report], [])
+        self.assertEqual(len(shown), 3)
+        psys = [line for line in (ROOT / 'scenarios/laptop.log').read_text().split() if line.startswith('psys=')]
+        self.assertIn(f"{psys[-1].removeprefix('psys=')} J", page)
 
     def test_options_after_the_dashes_and_a_separate_root(self):
         scenario = ROOT / 'scenarios' / 'first-hour.yaml'
@@ -46,6 +63,8 @@ class SimulationTest(unittest.TestCase):
                 ([], 'no scenario is given'), ([good, good], 'more than one scenario'),
                 ([good, '-B'], 'unknown option -B'), ([good, '--root'], '--root needs'),
                 ([good, '--root='], '--root needs'),
+                ([good, '--truth', '/dev/null'], '--truth needs a scenario with a "power_model"'),
+                ([ROOT / 'scenarios/laptop.yaml', '--truth', '/no/file'], '/no/file: cannot be written: No such'),
                 ([good, '--root', good], "there is no directory for the handset's files: "),
                 ([ROOT / 'no.yaml'], f'{ROOT}/no.yaml: cannot be read: No such'),
                 ([ROOT], f'{ROOT}: cannot be read: Is a directory')):

@@ -15,8 +15,10 @@ _zorva_sim() {
   done
   if [[ $previous == --root ]]; then
     COMPREPLY=($(compgen -d -- "$word"))
+  elif [[ $previous == --truth ]]; then
+    COMPREPLY=($(compgen -f -- "$word"))
   elif [[ $word == -* ]]; then
-    COMPREPLY=($(compgen -W "--root -h --help --version --" -- "$word"))
+    COMPREPLY=($(compgen -W "--root --truth -h --help --version --" -- "$word"))
   else
     COMPREPLY=($(compgen -f -X '!*.yaml' -- "$word") $(compgen -d -- "$word"))
   fi

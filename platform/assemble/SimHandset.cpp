@@ -82,6 +82,10 @@ SimHandset::SimHandset(std::unique_ptr<SimRoot> root)
                 systemLogQueries_,
                 energy_,
                 work_} {
+  cpuTimeOfUnits_ = processes_.observeCpuTime(
+      [this](pid_t, const SimProcess& process, std::chrono::microseconds time) {
+        if (!process.unit.empty()) work_.addCpuTime(process.unit, time);
+      });
   makeHealthy();
   parts_.addFaultSections();
 }

@@ -8,6 +8,7 @@
 #include "platform/accessories/sim/SimAccessoryManager.h"
 #include "platform/applications/sim/SimApplicationStates.h"
 #include "platform/assemble/Platform.h"
+#include "platform/assemble/SimPowerModel.h"
 #include "platform/assertions/sim/SimPowerManagement.h"
 #include "platform/audio/sim/SimAudioSystem.h"
 #include "platform/bluetooth/sim/SimBluetoothServer.h"
@@ -136,6 +137,7 @@ class SimHandset {
   SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
   SimEnergyCounters& energy() { return energy_; }
   SimWorkUnits& work() { return work_; }
+  SimPowerModel& powerModel() { return powerModel_; }
 
  private:
   void makeHealthy();
@@ -195,8 +197,12 @@ class SimHandset {
   SimAccessoryManager accessories_{parts_};
   SimSystemLogQueries systemLogQueries_{parts_, clock_};
   SimEnergyCounters energy_{
-      parts_, [this] { return std::chrono::duration<double>(clock_.elapsed()).count(); }};
+      parts_, [this] { return std::chrono::duration<double>(powerModel_.awake()).count(); }};
   SimWorkUnits work_{parts_};
+  SimPowerModel powerModel_{parts_,
+                            {runLoop_, battery_, backlight_, processes_, interfaces_, systemPower_,
+                             telephony_, audio_, energy_}};
+  Registration cpuTimeOfUnits_;
   Platform platform_;
 };
 

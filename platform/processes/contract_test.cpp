@@ -32,7 +32,7 @@ struct SimWorld {
     processes.open(kPid, simUdpSocket("127.0.0.1:5353"));
     return kPid;
   }
-  void work() { handset.processes().addCpuTime(kPid, 0.01); }
+  void work() { handset.processes().addCpuTime(kPid, std::chrono::milliseconds(10)); }
   void end() {
     handset.processes().setPath(kPid, "");
     statistics.task(kPid).sample.process.zombie = true;

@@ -60,8 +60,12 @@ EnergyCounters::Counter& SimEnergyCounters::counter(const std::string& name) {
 }
 
 void SimEnergyCounters::addUse(const std::string& name, double joules) {
+  addMicrojoules(name, microjoules(joules));
+}
+
+void SimEnergyCounters::addMicrojoules(const std::string& name, std::uint64_t microjoules) {
   Counter& used = counter(name);
-  used.used = used.used.value_or(0) + microjoules(joules);
+  used.used = used.used.value_or(0) + microjoules;
   if (used.range > 0) *used.used %= used.range;
 }
 

@@ -22,6 +22,7 @@ class SimEnergyCounters : public EnergyCounters {
   Counter& counter(const std::string& name);
   /// Lets the counter's part use energy, over the end of the counter's range.
   void addUse(const std::string& name, double joules);
+  void addMicrojoules(const std::string& name, std::uint64_t microjoules);
   void remove(const std::string& name);
 
  private:

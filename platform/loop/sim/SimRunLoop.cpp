@@ -56,7 +56,13 @@ bool SimRunLoop::run() {
 void SimRunLoop::advance(double seconds) {
   const Duration end = clock_.elapsed_ + durationOf(seconds);
   runUntil(end);
-  if (!stopped_) clock_.elapsed_ = std::max(clock_.elapsed_, end);
+  if (!stopped_) moveClock(end);
+}
+
+void SimRunLoop::moveClock(Duration to) {
+  const Duration passed = std::max(to - clock_.elapsed_, Duration(0));
+  clock_.elapsed_ += passed;
+  passage_.ends(passed);
 }
 
 SimRunLoop::Agenda::key_type SimRunLoop::plan(Duration due, std::function<void()> what) {
@@ -68,10 +74,12 @@ SimRunLoop::Agenda::key_type SimRunLoop::plan(Duration due, std::function<void()
 void SimRunLoop::runUntil(Duration end) {
   stopped_ = false;
   deliverDescriptors();
-  while (!stopped_ && !plans_->agenda.empty() && plans_->agenda.begin()->first.first <= end) {
+  while (!stopped_) {
+    passage_.begins();
+    if (plans_->agenda.empty() || plans_->agenda.begin()->first.first > end) break;
     // Off the agenda before it happens, so that it may drop its own registration.
     const auto next = plans_->agenda.extract(plans_->agenda.begin());
-    clock_.elapsed_ = std::max(clock_.elapsed_, next.key().first);
+    moveClock(next.key().first);
     next.mapped()();
     if (!stopped_) deliverDescriptors();
   }

@@ -31,6 +31,13 @@ class SimRunLoop : public RunLoop {
   bool run() override;
   void stop() override { stopped_ = true; }
 
+  /// What changes by itself as time passes.
+  struct Passage {
+    std::function<void()> begins;               ///< before anything is waited for; may plan steps
+    std::function<void(Duration passed)> ends;  ///< before what is due then happens
+  };
+  void setPassage(Passage passage) { passage_ = std::move(passage); }
+
   /// Plans a step for the moment when `offset` has elapsed since the handset was made; at once when
   /// that is past.
   void schedule(Duration offset, std::function<void()> step);
@@ -56,10 +63,12 @@ class SimRunLoop : public RunLoop {
 
   Agenda::key_type plan(Duration due, std::function<void()> what);
   void runUntil(Duration end);
+  void moveClock(Duration to);
   bool deliverDescriptorsOnce();
 
   SimClock& clock_;
   SimFaultPoint watchFault_;
+  Passage passage_{[] {}, [](Duration) {}};
   std::shared_ptr<Plans> plans_ = std::make_shared<Plans>();
   std::uint64_t lastNumber_ = 0;
   bool stopped_ = false;

@@ -14,12 +14,20 @@
 namespace zorva {
 namespace {
 
+constexpr std::int64_t kMillion = 1000000;
+
+// The most processors that one process may use at once.
+constexpr double kMaxLoad = 64;
+
+std::int64_t readLoad(const ScenarioNode& node) {
+  return std::llround(node.number(0, kMaxLoad) * 1e6);
+}
+
 // Clamped to the kernel's range.
-TimeValue timeValueOf(double seconds) {
-  seconds = std::min(seconds, static_cast<double>(std::numeric_limits<std::int32_t>::max()));
-  const auto microseconds = static_cast<std::int64_t>(std::llround(seconds * 1e6));
-  return {static_cast<std::int32_t>(microseconds / 1000000),
-          static_cast<std::int32_t>(microseconds % 1000000)};
+TimeValue timeValueOf(std::int64_t microseconds) {
+  microseconds = std::min(microseconds, std::numeric_limits<std::int32_t>::max() * kMillion);
+  return {static_cast<std::int32_t>(microseconds / kMillion),
+          static_cast<std::int32_t>(microseconds % kMillion)};
 }
 
 struct StateName {
@@ -138,8 +146,8 @@ SimProcessTable::SimProcessTable(SimParts& parts, SimSystemStatistics& statistic
 }
 
 void SimProcessTable::setProcess(pid_t pid, const std::string& name, double cpuSeconds) {
-  processes_[pid] = {name.substr(0, 16), "", {}};
-  statistics_.setTask(pid, processes_[pid].name, timeValueOf(cpuSeconds));
+  processes_[pid] = {.name = name.substr(0, 16), .path = "", .descriptors = {}};
+  statistics_.setTask(pid, processes_[pid].name, timeValueOf(std::llround(cpuSeconds * 1e6)));
 }
 
 void SimProcessTable::setPath(pid_t pid, const std::string& path) {
@@ -167,9 +175,20 @@ void SimProcessTable::endProcess(pid_t pid) {
   statistics_.removeTask(pid);
 }
 
-void SimProcessTable::addCpuTime(pid_t pid, double seconds) {
-  TimeValue& time = statistics_.task(pid).sample.basic.userTime;
-  time = timeValueOf(time.seconds + time.microseconds * 1e-6 + seconds);
+void SimProcessTable::addCpuTime(pid_t pid, std::chrono::microseconds time) {
+  TimeValue& total = statistics_.task(pid).sample.basic.userTime;
+  total = timeValueOf(total.seconds * kMillion + total.microseconds + time.count());
+  cpuTime_.notify(pid, processes_.at(pid), time);
+}
+
+void SimProcessTable::compute(std::chrono::microseconds time) {
+  for (auto& [pid, process] : processes_) {
+    if (process.load == 0) continue;
+    const std::int64_t fraction = time.count() % kMillion * process.load + process.loadRest;
+    process.loadRest = fraction % kMillion;
+    const std::int64_t used = time.count() / kMillion * process.load + fraction / kMillion;
+    if (used > 0) addCpuTime(pid, std::chrono::microseconds(used));
+  }
 }
 
 void SimProcessTable::clear() {
@@ -190,12 +209,15 @@ std::map<std::int32_t, SimProcessTable::PlannedSockets>& SimProcessTable::planne
 }
 
 ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
-  const auto keys = node.keys({"id", "name", "cpu_time", "path", "open_files", "sockets"});
+  const auto keys =
+      node.keys({"id", "name", "cpu_time", "path", "open_files", "sockets", "load", "unit"});
   const auto pid = static_cast<std::int32_t>(keys.require("id").integer(0, INT32_MAX));
   const auto* cpuTime = keys.find("cpu_time");
   const auto* path = keys.find("path");
   const auto* files = keys.find("open_files");
   const auto* sockets = keys.find("sockets");
+  const auto* load = keys.find("load");
+  const auto* unit = keys.find("unit");
   const auto [plan, isNew] = planned().try_emplace(pid);
   if (!isNew) keys.require("id").refuse("a process has this id already");
   std::vector<std::optional<socket_fdinfo>> descriptors(
@@ -209,10 +231,13 @@ ScenarioAction SimProcessTable::readProcess(const ScenarioNode& node) {
   }
   return
       [this, pid, name = keys.require("name").text(), seconds = cpuTime ? cpuTime->seconds() : 0.0,
-       executable = path ? path->text() : std::string(), descriptors] {
+       executable = path ? path->text() : std::string(), share = load ? readLoad(*load) : 0,
+       unitName = unit ? unit->text() : std::string(), descriptors] {
         setProcess(pid, name, seconds);
         if (!executable.empty()) setPath(pid, executable);
         for (const auto& descriptor : descriptors) open(pid, descriptor);
+        setLoad(pid, share);
+        setUnit(pid, unitName);
       };
 }
 
@@ -266,12 +291,19 @@ ScenarioAction SimProcessTable::readStep(const ScenarioNode& node) {
             return [this, pid] { endProcess(pid); };
           });
         }},
+       {"load",
+        [this, idOf](const ScenarioNode& loads) {
+          return eachEntryOf(
+              loads,
+              [this, idOf](const ScenarioNode& id, const ScenarioNode& share) -> ScenarioAction {
+                return [this, pid = idOf(id), load = readLoad(share)] { setLoad(pid, load); };
+              });
+        }},
        {"add_cpu_time", [this, idOf](const ScenarioNode& times) {
           return eachEntryOf(
               times,
               [this, idOf](const ScenarioNode& id, const ScenarioNode& time) -> ScenarioAction {
-                return
-                    [this, pid = idOf(id), seconds = time.seconds()] { addCpuTime(pid, seconds); };
+                return [this, pid = idOf(id), used = time.duration()] { addCpuTime(pid, used); };
               });
         }}});
 }

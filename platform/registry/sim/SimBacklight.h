@@ -17,6 +17,7 @@ class SimBacklight {
 
   /// In the backlight's own units; 0 is dark.
   void setBrightness(std::int64_t brightness) { set(brightness_, brightness); }
+  std::int64_t brightness() const { return brightness_; }
   void setMinimum(std::int64_t minimum) { set(minimum_, minimum); }
   void setMaximum(std::int64_t maximum) { set(maximum_, maximum); }
 

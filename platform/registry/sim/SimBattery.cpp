@@ -85,7 +85,7 @@ ScenarioAction SimBattery::readStep(const ScenarioNode& node) {
   };
 }
 
-void SimBattery::setLevel(double percent) {
+void SimBattery::showLevel(double percent) {
   level_ = percent;
   const double maximum = entry_.properties()["MaxCapacity"].real();
   const double rawMaximum = entry_.properties()["VennorRawMaxCapacity"].real();
@@ -102,7 +102,7 @@ void SimBattery::setLevel(double percent) {
 
 void SimBattery::setMaxCapacity(std::int64_t capacity) {
   set("MaxCapacity", capacity);
-  setLevel(level_);
+  showLevel(level_);
 }
 
 void SimBattery::setVoltage(std::int64_t voltage) {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/registry/sim/SimDeviceRegistry.h"
@@ -19,7 +21,17 @@ class SimBattery {
   SimBattery(SimParts& parts, SimRegistryEntry& entry);
 
   /// In percent of the maximum capacity; the capacities follow.
-  void setLevel(double percent);
+  void setLevel(double percent) {
+    showLevel(percent);
+    levelSet_.notify(percent);
+  }
+  /// The same for the level that a power model has computed; it is reported to no observer.
+  void showLevel(double percent);
+  double level() const { return level_; }
+  /// Calls back at each setLevel().
+  Registration observeLevelSet(std::function<void(double percent)> set) {
+    return levelSet_.add(std::move(set));
+  }
   /// In mAh; the level stays.
   void setMaxCapacity(std::int64_t capacity);
   /// In mA, negative while discharging.
@@ -51,6 +63,7 @@ class SimBattery {
 
   SimRegistryEntry& entry_;
   double level_ = 80.0;
+  Observers<double> levelSet_;
 };
 
 }  // namespace zorva

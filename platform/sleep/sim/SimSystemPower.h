@@ -38,6 +38,9 @@ class SimSystemPower : public SystemPower {
   /// Says that the handset has powered on, for that reason; nothing takes the kernel's reason away.
   void wake(const std::optional<std::string>& reason);
 
+  /// From the message that it will sleep to the one that it has powered on.
+  bool isAsleep() const { return asleep_; }
+
   using Witness = std::function<void(const std::string& operation)>;
   /// From now on reports each operation as it is asked for, with its number: "allow 1", "remove
   /// source", "deregister 1001", "destroy port", "close 1". A change counts as allowed only by the
@@ -73,6 +76,7 @@ class SimSystemPower : public SystemPower {
   std::vector<std::shared_ptr<Listener>> listeners_;
   std::uint32_t lastConnection_ = 0;
   std::intptr_t lastArgument_ = 0;
+  bool asleep_ = false;
   Registration limit_;
 };
 

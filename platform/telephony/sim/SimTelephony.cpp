@@ -69,6 +69,12 @@ void SimTelephony::setCalls(const CallChanges& changes) {
   notifications_.post(telephony::kCallStatusChange);
 }
 
+bool SimTelephony::hasActiveCall() const {
+  return std::any_of(calls_.begin(), calls_.end(), [](const auto& call) {
+    return call.second == static_cast<std::int32_t>(CallStatus::Active);
+  });
+}
+
 void SimTelephony::setSignal(const Signal& signal) {
   signal_ = signal;
   Dictionary information;

@@ -54,6 +54,7 @@ class SimTelephony : public Telephony {
   /// Sets the statuses of calls by their ids; nothing ends a call. A new id is a new call.
   using CallChanges = std::vector<std::pair<std::int32_t, std::optional<std::int32_t>>>;
   void setCalls(const CallChanges& changes);
+  bool hasActiveCall() const;
   const Signal& signal() const { return signal_; }
   void setSignal(const Signal& signal);
   void setSimStatus(std::optional<std::string> status);

@@ -203,6 +203,7 @@ SimTelephonySection::Keys SimTelephonySection::serverKeys() {
              });
            }},
           {"state_durations", [this](const ScenarioNode& node) -> ScenarioAction {
+             if (node.isNothing()) return [this] { server_.removeStateDurations(); };
              Dictionary durations;
              for (const auto& [state, milliseconds] : node.entries()) {
                durations.set(std::string(telephony::kBasebandStatePrefix) + state.text(),

@@ -190,9 +190,11 @@ ServerResult SimTelephonyServer::setStateDurationReporting(Connection* connectio
 ServerResult SimTelephonyServer::requestStateDurationReport(Connection* connection) {
   if (const auto refused = refusal(connection, reportFault_)) return *refused;
   if (!clientOf(connection)->reporting) return kReportingIsOff;
-  exchange_->send(
-      portOfConnection(*connection),
-      Dictionary{{kNews, telephony::kStateDurationReport}, {kInformation, stateDurations_}});
+  if (stateDurations_) {
+    exchange_->send(
+        portOfConnection(*connection),
+        Dictionary{{kNews, telephony::kStateDurationReport}, {kInformation, *stateDurations_}});
+  }
   return {};
 }
 

@@ -57,6 +57,8 @@ class SimTelephonyServer : public TelephonyServer {
                         const std::optional<std::string>& value);
   /// In milliseconds by whole names, in the order in which a report lists them.
   void setStateDurations(Dictionary durations) { stateDurations_ = std::move(durations); }
+  /// From now on no report comes, as from a device without a modem.
+  void removeStateDurations() { stateDurations_.reset(); }
   /// The argument of the last dump that succeeded.
   const Value& lastDump() const { return lastDump_; }
 
@@ -89,7 +91,7 @@ class SimTelephonyServer : public TelephonyServer {
   std::optional<std::string> rat_;
   std::optional<std::string> firmware_;
   std::map<std::pair<std::string, std::string>, std::string> traces_;
-  Dictionary stateDurations_;
+  std::optional<Dictionary> stateDurations_ = Dictionary();
   Value lastDump_;
 };
 

@@ -114,6 +114,7 @@ bool SimNetworkInterfaces::addTraffic(const std::string& name, std::uint32_t rec
   if (found == interfaces_.end()) return false;
   found->counters.received += received;
   found->counters.sent += sent;
+  traffic_.notify(*found, std::uint64_t{received} + sent);
   return true;
 }
 

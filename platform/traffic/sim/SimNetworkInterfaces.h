@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "platform/base/Observers.h"
 #include "platform/scenario/SimParts.h"
 #include "platform/traffic/NetworkInterfaces.h"
 
@@ -35,6 +39,10 @@ class SimNetworkInterfaces : public NetworkInterfaces {
   /// Adds transferred bytes; the counters wrap at 32 bits. Returns false if there is no such
   /// interface.
   bool addTraffic(const std::string& name, std::uint32_t received, std::uint32_t sent);
+  /// Calls back with the bytes, received and sent, that have passed an interface.
+  Registration observeTraffic(std::function<void(const Interface&, std::uint64_t bytes)> passed) {
+    return traffic_.add(std::move(passed));
+  }
 
  private:
   SimFaultPoint addressesFault_;
@@ -45,6 +53,7 @@ class SimNetworkInterfaces : public NetworkInterfaces {
   ScenarioAction readTraffic(const ScenarioNode& name, const ScenarioNode& bytes);
 
   std::vector<Interface> interfaces_;
+  Observers<const Interface&, std::uint64_t> traffic_;
   std::optional<std::set<std::string>> planned_;
 };
 

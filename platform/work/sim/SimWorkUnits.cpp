@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/work/sim/SimWorkUnits.h"
 
-#include <cmath>
-
 namespace zorva {
 
 SimWorkUnits::SimWorkUnits(SimParts& parts) : unitsFault_(parts.faults, "work.units") {
@@ -13,7 +11,7 @@ SimWorkUnits::SimWorkUnits(SimParts& parts) : unitsFault_(parts.faults, "work.un
 ScenarioAction SimWorkUnits::readTimes(const ScenarioNode& node) {
   return eachEntryOf(
       node, [this](const ScenarioNode& name, const ScenarioNode& time) -> ScenarioAction {
-        return [this, unit = name.text(), seconds = time.seconds()] { addCpuTime(unit, seconds); };
+        return [this, unit = name.text(), used = time.duration()] { addCpuTime(unit, used); };
       });
 }
 
@@ -32,10 +30,6 @@ std::optional<std::vector<WorkUnits::Unit>> SimWorkUnits::units() {
   std::vector<Unit> units;
   for (const auto& [name, used] : units_) units.push_back({name, used});
   return units;
-}
-
-void SimWorkUnits::addCpuTime(const std::string& name, double seconds) {
-  units_[name] += std::chrono::microseconds(std::llround(seconds * 1e6));
 }
 
 void SimWorkUnits::end(const std::string& name) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <string>
 
@@ -20,7 +21,11 @@ class SimWorkUnits : public WorkUnits {
   std::optional<std::vector<Unit>> units() override;
 
   /// Lets a unit, which is started where there is none of the name, use the processor.
-  void addCpuTime(const std::string& name, double seconds);
+  void addCpuTime(const std::string& name, double seconds) {
+    addCpuTime(name, std::chrono::round<std::chrono::microseconds>(
+                         std::chrono::duration<double>(seconds)));
+  }
+  void addCpuTime(const std::string& name, std::chrono::microseconds time) { units_[name] += time; }
   /// What it has used stays, in the unit around it.
   void end(const std::string& name);
 
