@@ -6,6 +6,7 @@ import signal
 import socket
 import subprocess
 import sys
+import time
 import unittest
 
 import programs
@@ -162,6 +163,10 @@ s.send(b'ZVN1com.vennor.zorva.exit')""", user=MOBILE, group=MOBILE)
         for level in '49', '48':
             print(level, file=kernel.stdin, flush=True)
             wait_for(lambda: any(f'[Battery] level={level}.00%' in log.read_text() for log in self.logs()), level)
+        before = None  # the entries that follow the level's
+        while before != (now := [log.stat().st_size for log in self.logs()]):
+            before = now
+            time.sleep(1)
         self.assertEqual(self.calls(daemon), [])
 
     @staticmethod
