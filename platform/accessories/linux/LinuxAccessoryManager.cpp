@@ -106,11 +106,11 @@ Registration LinuxAccessoryManager::observeDisconnected(
 }
 
 Registration LinuxAccessoryManager::registerForLocalNotifications() {
-  if (!monitor_ && !listen()) return {};
+  if (!events_ && !listen()) return {};
   ++registrations_;
   return Registration([this] {
     if (--registrations_ > 0) return;
-    monitor_.reset();
+    events_.reset();
     known_.clear();
   });
 }
@@ -125,32 +125,25 @@ std::vector<Accessory> LinuxAccessoryManager::connectedAccessories() {
 }
 
 bool LinuxAccessoryManager::listen() {
-  sd_device_monitor* monitor = nullptr;
-  if (sd_device_monitor_new(&monitor) < 0) return false;
-  MonitorPointer owned(monitor);
-  if (sd_device_monitor_filter_add_match_subsystem_devtype(monitor, "usb", "usb_device") < 0 ||
-      sd_device_monitor_attach_event(monitor, event_) < 0 ||
-      sd_device_monitor_start(monitor, deviceChanged, this) < 0) {
-    return false;
-  }
-  monitor_ = std::move(owned);
-  known_ = accessoriesThere();  // after the monitor has started, so that none is missed
+  auto events = std::make_unique<DeviceEvents>(
+      [this](const std::string&, sd_device* device) { deviceChanged(device); });
+  if (!events->listen("usb", "usb_device") || !events->attach(event_)) return false;
+  events_ = std::move(events);
+  known_ = accessoriesThere();  // after the events have begun, so that none is missed
   return true;
 }
 
-int LinuxAccessoryManager::deviceChanged(sd_device_monitor*, sd_device* device, void* userdata) {
-  auto* self = static_cast<LinuxAccessoryManager*>(userdata);
+void LinuxAccessoryManager::deviceChanged(sd_device* device) {
   const char* directory = nullptr;
   sd_device_action_t action;
   if (sd_device_get_syspath(device, &directory) < 0 || sd_device_get_action(device, &action) < 0) {
-    return 0;
+    return;
   }
   if (action == SD_DEVICE_REMOVE) {
-    self->vanished(directory);
+    vanished(directory);
   } else if (action != SD_DEVICE_UNBIND) {
-    self->appeared(directory, action == SD_DEVICE_BIND);
+    appeared(directory, action == SD_DEVICE_BIND);
   }
-  return 0;
 }
 
 // The kernel adds a device before its interfaces, and binds it after them.

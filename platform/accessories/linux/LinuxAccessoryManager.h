@@ -9,6 +9,7 @@
 
 #include "platform/accessories/AccessoryManager.h"
 #include "platform/base/Observers.h"
+#include "platform/kit/loop/DeviceEvents.h"
 
 namespace zorva {
 
@@ -28,19 +29,14 @@ class LinuxAccessoryManager : public AccessoryManager {
   std::vector<Accessory> connectedAccessories() override;
 
  private:
-  struct MonitorRelease {
-    void operator()(sd_device_monitor* monitor) const { sd_device_monitor_unref(monitor); }
-  };
-  using MonitorPointer = std::unique_ptr<sd_device_monitor, MonitorRelease>;
-
   bool listen();
-  static int deviceChanged(sd_device_monitor*, sd_device* device, void* self);
+  void deviceChanged(sd_device* device);
   void appeared(const std::string& directory, bool configured);
   void vanished(const std::string& directory);
 
   sd_event* event_;
   int registrations_ = 0;
-  MonitorPointer monitor_;                  ///< while a client is registered
+  std::unique_ptr<DeviceEvents> events_;    ///< while a client is registered
   std::map<std::string, Accessory> known_;  ///< by directory, while monitoring
   Observers<const Accessory&> connected_;
   Observers<const Accessory&> disconnected_;

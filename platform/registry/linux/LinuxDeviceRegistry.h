@@ -7,7 +7,7 @@
 
 #include "platform/base/Observers.h"
 #include "platform/registry/DeviceRegistry.h"
-#include "platform/registry/linux/DeviceEvents.h"
+#include "platform/kit/loop/DeviceEvents.h"
 #include "platform/registry/linux/LinuxPowerSource.h"
 
 namespace zorva {

@@ -24,7 +24,9 @@ LinuxThermal::LinuxThermal(sd_event* event, NotificationCentre& notifications,
       notifications_(notifications),
       directory_(std::move(directory)),
       throttling_(directory_),
-      changed_(event, [this] { reportChange(); }) {
+      changed_(event, [this] { reportChange(); }),
+      deviceEvents_([this](const std::string&, sd_device* device) { deviceChanged(device); }) {
+  deviceEvents_.listen("thermal");
   for (std::size_t index = 0; index < kThermalSensorValues.size(); ++index) {
     states_.push_back(
         provideState(kThermalSensorValues[index], [this, index] { return sensorState(index); }));
@@ -33,7 +35,7 @@ LinuxThermal::LinuxThermal(sd_event* event, NotificationCentre& notifications,
 
 std::int32_t LinuxThermal::level() {
   if (posting_) return reported_;
-  if (!std::exchange(listening_, true)) listen();
+  if (!std::exchange(listening_, true)) deviceEvents_.attach(event_);
   readAll();
   return reported_ = throttling_.level();
 }
@@ -57,21 +59,6 @@ std::uint64_t LinuxThermal::sensorState(std::size_t index) const {
     state |= sensorReading(readNumber(zone + "/temp")) << (16 * reading);
   }
   return state;
-}
-
-void LinuxThermal::listen() {
-  sd_device_monitor* monitor = nullptr;
-  if (sd_device_monitor_new(&monitor) < 0) return;
-  monitor_.reset(monitor);
-  const auto changed = [](sd_device_monitor*, sd_device* device, void* self) {
-    static_cast<LinuxThermal*>(self)->deviceChanged(device);
-    return 0;
-  };
-  if (sd_device_monitor_filter_add_match_subsystem_devtype(monitor, "thermal", nullptr) < 0 ||
-      sd_device_monitor_attach_event(monitor, event_) < 0 ||
-      sd_device_monitor_start(monitor, changed, this) < 0) {
-    monitor_.reset();
-  }
 }
 
 void LinuxThermal::eventsCame(const ThermalChanges& changes) {

@@ -7,9 +7,11 @@
 #include <optional>
 #include <string>
 #include <systemd/sd-device.h>
+#include <systemd/sd-event.h>
 #include <vector>
 
 #include "platform/base/Registration.h"
+#include "platform/kit/loop/DeviceEvents.h"
 #include "platform/kit/loop/EventSources.h"
 #include "platform/notifications/NotificationCentre.h"
 #include "platform/thermal/Thermal.h"
@@ -47,13 +49,8 @@ class LinuxThermal : public Thermal {
   bool receivesEvents() const { return events_ && events_->descriptor() >= 0; }
 
  private:
-  struct MonitorRelease {
-    void operator()(sd_device_monitor* monitor) const { sd_device_monitor_unref(monitor); }
-  };
-
   std::uint64_t sensorState(std::size_t index) const;
   void readAll();
-  void listen();
   void eventsCame(const ThermalChanges& changes);
   void deviceChanged(sd_device* device);
   void reportChange();
@@ -69,7 +66,7 @@ class LinuxThermal : public Thermal {
   CoalescedCall changed_;
   std::optional<ThermalEvents> events_;
   bool listening_ = false;
-  std::unique_ptr<sd_device_monitor, MonitorRelease> monitor_;
+  DeviceEvents deviceEvents_;
 };
 
 }  // namespace zorva

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <systemd/sd-device.h>
 #include <utility>
@@ -22,20 +22,21 @@ class DeviceEvents {
 
   /// Lets the events arrive on the loop. False if there is no source for them.
   bool attach(sd_event* event);
-  /// Chooses a class, before or after the events arrive. False if its events cannot be heard.
-  bool listen(const std::string& subsystem);
+  /// Chooses a class, or its devices of one type, before or after the events arrive. False if its
+  /// events cannot be received.
+  bool listen(const std::string& subsystem, const std::string& deviceType = "");
 
  private:
   struct MonitorRelease {
     void operator()(sd_device_monitor* monitor) const { sd_device_monitor_unref(monitor); }
   };
 
-  bool add(const std::string& subsystem);
+  bool add(const std::string& subsystem, const std::string& deviceType);
   bool start();
   static int onDevice(sd_device_monitor*, sd_device* device, void* self);
 
   Handler handler_;
-  std::set<std::string> subsystems_;
+  std::map<std::string, std::string> types_;  ///< by subsystem; empty: all
   std::unique_ptr<sd_device_monitor, MonitorRelease> monitor_;
   bool started_ = false;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/registry/linux/DeviceEvents.h"
+#include "platform/kit/loop/DeviceEvents.h"
 
 namespace zorva {
 
@@ -9,21 +9,22 @@ bool DeviceEvents::attach(sd_event* event) {
   if (sd_device_monitor_new(&made) < 0) return false;
   monitor_.reset(made);
   bool attached = true;
-  for (const std::string& subsystem : subsystems_) attached = attached && add(subsystem);
-  attached = attached && sd_device_monitor_attach_event(made, event) >= 0 &&
-             (subsystems_.empty() || start());
+  for (const auto& [subsystem, type] : types_) attached = attached && add(subsystem, type);
+  attached =
+      attached && sd_device_monitor_attach_event(made, event) >= 0 && (types_.empty() || start());
   if (!attached) monitor_.reset();
   return attached;
 }
 
-bool DeviceEvents::listen(const std::string& subsystem) {
-  if (!subsystems_.insert(subsystem).second || !monitor_) return true;
-  return add(subsystem) && start();
+bool DeviceEvents::listen(const std::string& subsystem, const std::string& deviceType) {
+  if (!types_.emplace(subsystem, deviceType).second || !monitor_) return true;
+  return add(subsystem, deviceType) && start();
 }
 
-bool DeviceEvents::add(const std::string& subsystem) {
-  return sd_device_monitor_filter_add_match_subsystem_devtype(monitor_.get(), subsystem.c_str(),
-                                                              nullptr) >= 0;
+bool DeviceEvents::add(const std::string& subsystem, const std::string& deviceType) {
+  return sd_device_monitor_filter_add_match_subsystem_devtype(
+             monitor_.get(), subsystem.c_str(),
+             deviceType.empty() ? nullptr : deviceType.c_str()) >= 0;
 }
 
 bool DeviceEvents::start() {
