@@ -144,18 +144,14 @@ bool isDate(std::string_view text) {
   return true;
 }
 
-}  // namespace
-
-namespace {
-
 void markAbsent(std::vector<LogField>& fields) {
   for (LogField& field : fields) {
     if (field.format == nullptr || field.format->absent.value.empty()) continue;
-    const auto& [value, besideUnknown] = field.format->absent;
+    const AbsentFormat& absent = field.format->absent;
     field.absent =
-        field.value == value &&
-        (besideUnknown.empty() || std::ranges::any_of(fields, [&](const LogField& other) {
-           return other.key == besideUnknown && other.value == "<unknown>";
+        field.value == absent.value &&
+        (absent.besideUnknown.empty() || std::ranges::any_of(fields, [&](const LogField& other) {
+           return other.key == absent.besideUnknown && other.value == "<unknown>";
          }));
   }
 }

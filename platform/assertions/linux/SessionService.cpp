@@ -183,7 +183,7 @@ SessionInhibitor SessionService::inhibitor(std::string what, const std::string& 
   return result;
 }
 
-GnomeSessionManager::GnomeSessionManager(Parts parts)
+GnomeSessionManager::GnomeSessionManager(const Parts& parts)
     : SessionService(parts, kGnome), user_(parts.user) {
   observe(kGnomePath, kGnome, "InhibitorAdded");
   observe(kGnomePath, kGnome, "InhibitorRemoved");
@@ -236,7 +236,7 @@ void GnomeSessionManager::askFor(const std::string& path) {
     found_.push_back(inhibitor(sleep ? idle ? "sleep:idle" : "sleep" : "idle", details->application,
                                details->reason, details->path));
   };
-  const auto text = [answered](std::shared_ptr<std::string> into) {
+  const auto text = [answered](const std::shared_ptr<std::string>& into) {
     return [answered, into](LinuxBus::Outcome outcome, sd_bus_message* answer) {
       const char* value = nullptr;
       if (outcome != LinuxBus::Outcome::Answered) return;

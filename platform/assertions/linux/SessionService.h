@@ -115,7 +115,7 @@ class SessionService {
 /// GNOME's session manager, which Phosh and others have too.
 class GnomeSessionManager : public SessionService {
  public:
-  explicit GnomeSessionManager(Parts parts);
+  explicit GnomeSessionManager(const Parts& parts);
 
   /// Whether the lock is the one that this session manager holds with the login manager for its
   /// applications.
