@@ -226,9 +226,10 @@ constexpr EntryFormat kEntries[] = {
      "Which programs are in use, and through the names what for: a call, a film, a download.",
      kAssertion},
     {"Battery", EntryShape::Fields,
-     "The battery's state. On Linux that of the first battery in /sys/class/power_supply, whose "
-     "files are named below; a device without a battery has no such entries.",
-     "In a snapshot, and whenever the battery's driver reports a change.",
+     "The battery's state. On Linux that of all batteries in /sys/class/power_supply together, "
+     "whose files are named below; a device without a battery has no such entries.",
+     "In a snapshot, and when the state or a whole percent changes; other figures once a minute at "
+     "most.",
      "When the device was charged, and so the habits of its owner.", kBattery},
     {"Config", EntryShape::Fields, "The device and its set-up.", "In a snapshot.",
      "The model and system of the device, a key that never changes for the device, and the "

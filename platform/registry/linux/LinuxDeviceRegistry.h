@@ -6,8 +6,8 @@
 #include <systemd/sd-event.h>
 
 #include "platform/base/Observers.h"
-#include "platform/registry/DeviceRegistry.h"
 #include "platform/kit/loop/DeviceEvents.h"
+#include "platform/registry/DeviceRegistry.h"
 #include "platform/registry/linux/LinuxPowerSource.h"
 
 namespace zorva {

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "platform/base/Observers.h"
-#include "platform/registry/DeviceRegistry.h"
 #include "platform/kit/loop/DeviceEvents.h"
+#include "platform/registry/DeviceRegistry.h"
 
 namespace zorva {
 
