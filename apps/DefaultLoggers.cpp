@@ -18,6 +18,7 @@
 #include "loggers/ZVPushNotificationLogger.h"
 #include "loggers/ZVReachabilityLogger.h"
 #include "loggers/ZVSkyvaultLogger.h"
+#include "loggers/ZVSuspendLogger.h"
 #include "loggers/ZVSyncwardLogger.h"
 #include "loggers/ZVSyslogLogger.h"
 #include "loggers/ZVWiFiLogger.h"
@@ -122,6 +123,8 @@ constexpr LoggerRow kRows[] = {
                                                          connection(p), p.platform.telephony); }},
     {[](const LoggerParts& p) -> Made {
        return ZVLocaleLogger::logger(p.services, p.platform.locale); }},
+    {[](const LoggerParts& p) -> Made {
+       return ZVSuspendLogger::logger(p.services, p.platform.suspendRecords, p.platform.systemPower); }},
     {[](const LoggerParts& p) -> Made {
        return ZVEnergyLogger::logger(p.services, p.platform.energy); }},
     {[](const LoggerParts& p) -> Made {

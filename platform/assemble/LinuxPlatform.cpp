@@ -28,6 +28,7 @@
 #include "platform/registry/linux/LinuxDeviceRegistry.h"
 #include "platform/schedule/linux/LinuxScheduledPowerEvents.h"
 #include "platform/sleep/linux/LinuxKernelValues.h"
+#include "platform/sleep/linux/LinuxSuspendRecords.h"
 #include "platform/sleep/linux/LinuxSystemPower.h"
 #include "platform/sleep/linux/WakeTexts.h"
 #include "platform/storage/PosixFileSystem.h"
@@ -140,6 +141,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
       systemNotifications_};
   LinuxAccessoryManager accessories_{runLoop_.event()};
   LinuxSystemLogQueries systemLogQueries_;
+  LinuxSuspendRecords suspendRecords_;
   LinuxEnergyCounters energy_{systemLog_};
   LinuxWorkUnits work_;
   Platform platform_{runLoop_,
@@ -180,6 +182,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
                      location_,
                      accessories_,
                      systemLogQueries_,
+                     suspendRecords_,
                      energy_,
                      work_};
 };

@@ -31,6 +31,7 @@ class PushService;
 class Reachability;
 class RunLoop;
 class ScheduledPowerEvents;
+class SuspendRecords;
 class SystemLog;
 class SystemLogQueries;
 class SystemNotifications;
@@ -85,6 +86,7 @@ struct Platform {
   LocationService& location;
   AccessoryManager& accessories;
   SystemLogQueries& systemLogQueries;
+  SuspendRecords& suspendRecords;
   EnergyCounters& energy;
   WorkUnits& work;
 };

@@ -80,6 +80,7 @@ SimHandset::SimHandset(std::unique_ptr<SimRoot> root)
                 location_,
                 accessories_,
                 systemLogQueries_,
+                suspendRecords_,
                 energy_,
                 work_} {
   cpuTimeOfUnits_ = processes_.observeCpuTime(

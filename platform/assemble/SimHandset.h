@@ -33,6 +33,7 @@
 #include "platform/scenario/SimFaults.h"
 #include "platform/schedule/sim/SimScheduledPowerEvents.h"
 #include "platform/sleep/sim/SimKernelValues.h"
+#include "platform/sleep/sim/SimSuspendRecords.h"
 #include "platform/sleep/sim/SimSystemPower.h"
 #include "platform/storage/sim/SimFileSystem.h"
 #include "platform/storage/sim/SimPreferences.h"
@@ -135,6 +136,7 @@ class SimHandset {
   SimLocationService& location() { return location_; }
   SimAccessoryManager& accessories() { return accessories_; }
   SimSystemLogQueries& systemLogQueries() { return systemLogQueries_; }
+  SimSuspendRecords& suspendRecords() { return suspendRecords_; }
   SimEnergyCounters& energy() { return energy_; }
   SimWorkUnits& work() { return work_; }
   SimPowerModel& powerModel() { return powerModel_; }
@@ -196,6 +198,8 @@ class SimHandset {
   SimLocationService location_{parts_, notifications_};
   SimAccessoryManager accessories_{parts_};
   SimSystemLogQueries systemLogQueries_{parts_, clock_};
+  SimSuspendRecords suspendRecords_{parts_,
+                                    [this] { return clock_.elapsed() - powerModel_.awake(); }};
   SimEnergyCounters energy_{
       parts_, [this] { return std::chrono::duration<double>(powerModel_.awake()).count(); }};
   SimWorkUnits work_{parts_};

@@ -9,6 +9,7 @@
 #include "platform/assemble/SimHandset.h"
 #include "platform/kit/bus/BusProperties.h"
 #include "platform/sleep/linux/LinuxKernelValues.h"
+#include "platform/sleep/linux/LinuxSuspendRecords.h"
 #include "platform/sleep/linux/LinuxSystemPower.h"
 #include "platform/testing/ClockJump.h"
 #include "platform/testing/PrivateBus.h"
@@ -240,6 +241,67 @@ TYPED_TEST(KernelValuesContract, ATextFillsNoMoreThanTheBuffer) {
   EXPECT_EQ(read("kern.bootargs", 0), "###############");
   kernel.wakeFor(std::nullopt);
   EXPECT_EQ(kernel.values.sizeOf("kern.wakereason", size), ENOENT);
+}
+
+// The records of sleeps: in each world the same totals.
+struct SimRecords {
+  SimHandset handset;
+  SuspendRecords& records = handset.suspendRecords();
+  void set(bool hardwareAddsUp) {
+    SuspendTotals& totals = handset.suspendRecords().totals.emplace();
+    totals.mode = "s2idle";
+    (hardwareAddsUp ? totals.inHardware : totals.lastInHardware) = std::chrono::microseconds(75);
+    handset.suspendRecords().fail("freeze", "usb1", 16);
+    handset.suspendRecords().source("rtc") = {"rtc", 3, std::chrono::milliseconds(1200)};
+  }
+};
+struct LinuxRecords {
+  DirectoryForTest sysfs;
+  LinuxSuspendRecords records{sysfs / "", [] { return 5'999'999; }};
+  void set(bool hardwareAddsUp) {
+    const std::string power = "power/", stats = power + "suspend_stats/";
+    if (hardwareAddsUp) {
+      sysfs.write("devices/system/cpu/cpuidle/low_power_idle_system_residency_us", "75\n");
+    }
+    sysfs.write(stats + "last_hw_sleep", hardwareAddsUp ? "3\n" : "75\n");
+    sysfs.write(power + "mem_sleep", "[s2idle] deep\n");
+    for (const auto& [name, text] : {std::pair("fail", "1\n"),
+                                     {"last_failed_step", "freeze\n"},
+                                     {"last_failed_dev", "usb1\n"},
+                                     {"last_failed_errno", "-16\n"}}) {
+      sysfs.write(stats + name, text);
+    }
+    sysfs.write("class/wakeup/wakeup3/name", "rtc\n");
+    sysfs.write("class/wakeup/wakeup3/event_count", "3\n");
+    sysfs.write("class/wakeup/wakeup3/prevent_suspend_time_ms", "1200\n");
+  }
+};
+
+template <typename World>
+class SuspendRecordsContract : public testing::Test {};
+using RecordWorlds = testing::Types<SimRecords, LinuxRecords>;
+TYPED_TEST_SUITE(SuspendRecordsContract, RecordWorlds);
+
+TYPED_TEST(SuspendRecordsContract, TotalsAreWhatTheKernelKeeps) {
+  for (const bool hardwareAddsUp : {false, true}) {
+    TypeParam world;
+    EXPECT_FALSE(world.records.read());
+    world.set(hardwareAddsUp);
+    const auto totals = world.records.read();
+    ASSERT_TRUE(totals);
+    const std::chrono::microseconds time(75);
+    EXPECT_EQ(totals->inHardware == time, hardwareAddsUp);
+    EXPECT_EQ(totals->lastInHardware == time, !hardwareAddsUp);
+    EXPECT_LE(totals->asleep, std::chrono::milliseconds(5));
+    EXPECT_EQ(totals->mode, "s2idle");
+    EXPECT_EQ(totals->failures, 1);
+    EXPECT_EQ(totals->failedStep + " " + totals->failedDevice, "freeze usb1");
+    EXPECT_EQ(totals->failedError, 16);
+    ASSERT_EQ(totals->sources.size(), 1u);
+    EXPECT_EQ(totals->sources[0].name, "rtc");
+    EXPECT_EQ(totals->sources[0].events, 3);
+    EXPECT_EQ(totals->sources[0].blocked, std::chrono::milliseconds(1200));
+  }
 }
 
 }  // namespace

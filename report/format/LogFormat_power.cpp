@@ -192,6 +192,37 @@ constexpr FieldFormat kThermal[] = {
      "s0.0 is thermal zone 0, s1.3 zone 7, up to s5.3, zone 23; the zone's type shows what it "
      "measures. Temperatures that are not above 1 and below 320 degrees are left out."}};
 
+constexpr WordFormat kSleepResults[] = {{"slept", "The system slept and woke"},
+                                        {"failed", "The attempt to sleep failed"}};
+constexpr WordFormat kNothing[] = {{"<none>", "Nothing"}};
+constexpr FieldFormat kSuspend[] = {
+    {"asleep", Duration, "", "How long the system slept since the entry before.",
+     "The difference between CLOCK_BOOTTIME and CLOCK_MONOTONIC."},
+    {"hardware", Duration, "",
+     "How long of it the hardware was in its deepest state; <unknown> if it does not count that.",
+     "cpuidle/low_power_idle_system_residency_us (Intel), otherwise suspend_stats/last_hw_sleep, "
+     "that of the last sleep alone (AMD and others). Sleeps in the mode \"deep\" have none."},
+    {"mode", Text, "", "How the system sleeps; <unknown> if the kernel does not say.",
+     "The selected one of /sys/power/mem_sleep: s2idle, deep."},
+    {"result", Word, "", "Whether the system slept.", "As in Wake and Sleep.", Harmless,
+     kSleepResults},
+    {"failed_step", Text, "", "The step at which an attempt failed since the entry before.",
+     "suspend_stats/last_failed_step, if suspend_stats/fail has grown.", Harmless, kNothing},
+    {"failed_device", Text, "", "The device that made it fail.", "suspend_stats/last_failed_dev.",
+     Harmless, kNothing},
+    {"failed_error", Integer, "", "Its error number; 0 if no attempt failed.",
+     "suspend_stats/last_failed_errno."},
+    {"blocked_by", Text, "",
+     "What has kept the system from sleeping since the entry before, and for how long, longest "
+     "first; at most five.",
+     "prevent_suspend_time_ms of /sys/class/wakeup, which only grows where the system sleeps by "
+     "itself (autosleep).",
+     Harmless, kNothing}};
+constexpr FieldFormat kWakeupSources[] = {
+    {"*", Integer, "",
+     "How often a wakeup source was active since the entry before; the key is its name.",
+     "event_count of /sys/class/wakeup. Sources of the same name are added up."}};
+
 constexpr FieldFormat kWork[] = {
     {"*", Real, "",
      "The CPU time in seconds that all processes of a unit have used since the unit was started, "
@@ -252,11 +283,18 @@ constexpr EntryFormat kEntries[] = {
      "When the owner gets up, and which program wakes the device.", kSchedule},
     {"Sleep", EntryShape::Fields, "The steps on the way to sleep.", "At each step.",
      "When the device was not in use.", kSleep},
+    {"Suspend", EntryShape::Fields,
+     "What a sleep was, by the kernel's records; a system that keeps none has no such entries.",
+     "After each wake, and after each sleep that failed.", "When the device was not in use.",
+     kSuspend},
     {"Thermal", EntryShape::Fields,
      "The temperatures of the device and its throttling. On Linux from /sys/class/thermal.",
      "In a snapshot, and when the thermal level changes.", "", kThermal},
     {"Wake", EntryShape::Fields, "The end of a sleep.", "At each wake.",
      "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake},
+    {"Wakeup Sources", EntryShape::Fields,
+     "What can wake the device, by how often it was active, most often first; at most 20.",
+     "With Suspend, if any was active.", "", kWakeupSources},
     {"Work", EntryShape::Fields,
      "The units in which services and applications run, by the CPU time that they have used, "
      "busiest first; at most 100, and none below a tenth of a second. A system without control "

@@ -59,6 +59,7 @@ const std::map<std::string, std::set<std::string>> kDependents{
     {"bluetooth", {"Bluetooth"}},
     {"device", kAnyEntry},
     {"energy", {"Energy"}},
+    {"suspend", {"Suspend", "Wakeup Sources"}},
     {"files", kAnyEntry},
     {"identity", {"Keepline", "KL Client"}},
     {"interfaces", {"Network"}},

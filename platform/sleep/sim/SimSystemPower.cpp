@@ -123,7 +123,10 @@ void SimSystemPower::closeConnection(std::uint32_t connection) {
 
 void SimSystemPower::send(std::uint32_t type) {
   if (type == static_cast<std::uint32_t>(PowerMessage::WillSleep)) asleep_ = true;
-  if (type == static_cast<std::uint32_t>(PowerMessage::HasPoweredOn)) asleep_ = false;
+  if (type == static_cast<std::uint32_t>(PowerMessage::HasPoweredOn) ||
+      type == static_cast<std::uint32_t>(PowerMessage::WillNotSleep)) {
+    asleep_ = false;
+  }
   const auto listeners = listeners_;  // they may come and go meanwhile
   for (const auto& listener : listeners) {
     if (!listener->hasSource) continue;

@@ -38,7 +38,7 @@ class SimSystemPower : public SystemPower {
   /// Says that the handset has powered on, for that reason; nothing takes the kernel's reason away.
   void wake(const std::optional<std::string>& reason);
 
-  /// From the message that it will sleep to the one that it has powered on.
+  /// From the message that it will sleep to the one that it has powered on, or will not sleep.
   bool isAsleep() const { return asleep_; }
 
   using Witness = std::function<void(const std::string& operation)>;
