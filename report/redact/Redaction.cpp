@@ -30,6 +30,7 @@ constexpr Kind kKinds[] = {
     {"ProcessMonitor", "*", kProcess},
     {"Schedule", "id", "app"},
     {"Syncward", "name", "account"},
+    {"Wakeup Sources", "*", "source"},
     {"Work", "*", "unit"},
 };
 
