@@ -13,24 +13,49 @@ namespace {
 
 using Growth = std::vector<std::pair<std::string, std::int64_t>>;
 
-// By how much a figure of each source has grown, largest first. One that is less than before has
-// begun anew.
+// Each source by its id and name. An id may be another source's by now.
+using Sources = std::map<std::pair<std::string, std::string>, const SuspendTotals::Source*>;
+
+Sources sourcesOf(const SuspendTotals& totals) {
+  Sources sources;
+  for (const auto& source : totals.sources) sources[{source.id, source.name}] = &source;
+  return sources;
+}
+
+// By how much a figure has grown, by the sources' names, largest first.
 template <typename Figure>
 Growth growth(const SuspendTotals& before, const SuspendTotals& now, Figure figure,
               std::size_t most) {
-  std::map<std::string, std::int64_t> was, is;
-  for (const auto& source : before.sources) was[source.name] += figure(source);
-  for (const auto& source : now.sources) is[source.name] += figure(source);
+  const Sources known = sourcesOf(before);
+  std::map<std::string, std::int64_t> byName;
+  for (const auto& source : now.sources) {
+    const auto then = known.find({source.id, source.name});
+    const std::int64_t was = then == known.end() ? 0 : figure(*then->second);
+    const std::int64_t is = figure(source);
+    byName[source.name] += is < was ? is : is - was;  // one that began anew
+  }
   Growth grown;
-  for (const auto& [name, total] : is) {
-    const auto then = was.find(name);
-    const bool begunAnew = then == was.end() || total < then->second;
-    const std::int64_t more = begunAnew ? total : total - then->second;
+  for (const auto& [name, more] : byName) {
     if (more > 0) grown.emplace_back(name, more);
   }
   std::ranges::stable_sort(grown, std::ranges::greater(), &Growth::value_type::second);
   if (grown.size() > most) grown.resize(most);
   return grown;
+}
+
+// The names of the counters that have begun anew, with commas between.
+std::string restarted(const SuspendTotals& before, const SuspendTotals& now) {
+  std::string names;
+  const auto add = [&](const std::string& name) {
+    names += (names.empty() ? "" : ",") + safeText(name);
+  };
+  if (before.inHardware && now.inHardware && *now.inHardware < *before.inHardware) add("hardware");
+  const Sources known = sourcesOf(before);
+  for (const auto& source : now.sources) {
+    const auto then = known.find({source.id, source.name});
+    if (then != known.end() && source.events < then->second->events) add(source.name);
+  }
+  return names;
 }
 
 // "hh:mm:ss", without the rest of a second.
@@ -40,12 +65,29 @@ std::string timeOf(Duration duration) {
   return ZVLogger::formatTimeInSeconds(static_cast<double>(whole.count()));
 }
 
-std::string timeInHardware(const SuspendTotals& before, const SuspendTotals& now, bool slept) {
-  if (!now.inHardware) {
-    return slept && now.lastInHardware ? timeOf(*now.lastInHardware) : "<unknown>";
+// "deep" sleep is the firmware's, in which the hardware counts nothing.
+std::string timeInHardware(const SuspendTotals& before, const SuspendTotals& now,
+                           const std::string& mode) {
+  if (mode.empty() || mode == "deep" || !now.inHardware || !before.inHardware ||
+      *now.inHardware < *before.inHardware || now.asleep - before.asleep > now.maxInHardware) {
+    return "<unknown>";
   }
-  if (!before.inHardware || *now.inHardware < *before.inHardware) return "<unknown>";
   return timeOf(*now.inHardware - *before.inHardware);
+}
+
+bool hasFailed(const SuspendTotals& before, const SuspendTotals& now, const std::string& step) {
+  const auto count = [&](const SuspendTotals& totals) {
+    const auto found = totals.failedSteps.find(step);
+    return found == totals.failedSteps.end() ? 0 : found->second;
+  };
+  return count(now) > count(before);
+}
+
+// Only steps in which devices take part name one.
+bool hasDeviceFailed(const SuspendTotals& before, const SuspendTotals& now) {
+  return std::ranges::any_of(now.failedSteps, [&](const auto& step) {
+    return step.first != "freeze" && hasFailed(before, now, step.first);
+  });
 }
 
 std::string textOrNone(const std::string& text) {
@@ -108,16 +150,24 @@ void ZVSuspendLogger::logSleep(bool slept) {
     if (!blockers.empty()) blockers += ", ";
     blockers += safeText(name) + " (" + timeOf(std::chrono::milliseconds(milliseconds)) + ")";
   }
-  const bool failed = now.failures > before.failures;
+  // A hibernation is no sleep of that mode, and not counted.
+  const bool counted = !slept || !now.successes || now.successes > before.successes;
+  const std::string mode = counted ? now.mode : "";
+  const std::string step = hasFailed(before, now, now.lastFailedStep) ? now.lastFailedStep : "";
+  const std::string device = hasDeviceFailed(before, now) ? now.lastFailedDevice : "";
+  const int error = now.failures > before.failures ? now.lastFailedError : 0;
   const auto asleep = std::max(now.asleep - before.asleep, std::chrono::milliseconds(0));
   std::string body = formatText(" asleep=%s;", timeOf(asleep).c_str());
-  body += formatText(" hardware=%s;", timeInHardware(before, now, slept).c_str());
-  body += formatText(" mode=%s;", now.mode.empty() ? "<unknown>" : safeText(now.mode).c_str());
+  body += formatText(" hardware=%s;", timeInHardware(before, now, mode).c_str());
+  body += formatText(" mode=%s;", mode.empty() ? "<unknown>" : safeText(mode).c_str());
   body += formatText(" result=%s;", slept ? "slept" : "failed");
-  body += formatText(" failed_step=%s;", textOrNone(failed ? now.failedStep : "").c_str());
-  body += formatText(" failed_device=%s;", textOrNone(failed ? now.failedDevice : "").c_str());
-  body += formatText(" failed_error=%d;", failed ? now.failedError : 0);
+  body += formatText(" failed_step=%s;", textOrNone(step).c_str());
+  body += formatText(" failed_device=%s;", textOrNone(device).c_str());
+  body += formatText(" failed_error=%d;", error);
   body += formatText(" blocked_by=%s;", blockers.empty() ? "<none>" : blockers.c_str());
+  if (const std::string names = restarted(before, now); !names.empty()) {
+    body += formatText(" restarted=%s;", names.c_str());
+  }
   logEntryWithBody("Suspend", body);
 
   std::string sources;

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,21 +15,26 @@ namespace zorva {
 struct SuspendTotals {
   /// Something that can wake the system, or keep it from sleeping.
   struct Source {
+    std::string id;                       ///< unique among those of one reading; may be reused
     std::string name;                     ///< any bytes; several may have the same
     std::int64_t events = 0;              ///< signalled
     std::chrono::milliseconds blocked{};  ///< for which it has kept the system from sleeping
   };
 
   std::chrono::milliseconds asleep{};
-  /// In the hardware's deepest state, if the hardware adds it up.
+  /// In the hardware's deepest state; nothing if the hardware does not report it.
   std::optional<std::chrono::microseconds> inHardware;
-  /// In it during the last sleep alone, if only that is known.
-  std::optional<std::chrono::microseconds> lastInHardware;
-  std::string mode;           ///< how the system sleeps: "s2idle", "deep"; empty if not known
-  std::int64_t failures = 0;  ///< attempts to sleep that failed
-  std::string failedStep;     ///< of the last failed attempt: "suspend"; empty if not known
-  std::string failedDevice;   ///< of the last failed attempt; empty if none or not known
-  int failedError = 0;        ///< errno value of the last failed attempt
+  /// A longer sleep is not added up right.
+  std::chrono::microseconds maxInHardware = std::chrono::microseconds::max();
+  std::string mode;  ///< how the system is to sleep: "s2idle", "deep"; empty if not known
+  std::optional<std::int64_t> successes;  ///< sleeps, without hibernations
+  std::int64_t failures = 0;              ///< attempts to sleep that failed
+  /// Failures by the step, of attempts and of wakes: "freeze", "suspend", "resume".
+  std::map<std::string, std::int64_t> failedSteps;
+  // Of the last failures. The kernel keeps each by itself, so they may be of different ones.
+  std::string lastFailedStep;
+  std::string lastFailedDevice;
+  int lastFailedError = 0;  ///< errno value
   std::vector<Source> sources;
 };
 

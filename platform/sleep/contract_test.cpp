@@ -247,26 +247,29 @@ TYPED_TEST(KernelValuesContract, ATextFillsNoMoreThanTheBuffer) {
 struct SimRecords {
   SimHandset handset;
   SuspendRecords& records = handset.suspendRecords();
-  void set(bool hardwareAddsUp) {
+  void set(bool) {
     SuspendTotals& totals = handset.suspendRecords().totals.emplace();
     totals.mode = "s2idle";
-    (hardwareAddsUp ? totals.inHardware : totals.lastInHardware) = std::chrono::microseconds(75);
-    handset.suspendRecords().fail("freeze", "usb1", 16);
-    handset.suspendRecords().source("rtc") = {"rtc", 3, std::chrono::milliseconds(1200)};
+    totals.inHardware = std::chrono::microseconds(34'293'000'000);
+    handset.suspendRecords().fail("suspend", "usb1", 16);
+    handset.suspendRecords().source("rtc") = {"rtc", "rtc", 3, std::chrono::milliseconds(1200)};
   }
 };
 struct LinuxRecords {
   DirectoryForTest sysfs;
   LinuxSuspendRecords records{sysfs / "", [] { return 5'999'999; }};
-  void set(bool hardwareAddsUp) {
+  // A sleep of 9.5 hours, which the kernel's own sum on Intel's processors has cut to 32 bits.
+  void set(bool intel) {
     const std::string power = "power/", stats = power + "suspend_stats/";
-    if (hardwareAddsUp) {
-      sysfs.write("devices/system/cpu/cpuidle/low_power_idle_system_residency_us", "75\n");
+    if (intel) {
+      sysfs.write("devices/system/cpu/cpuidle/low_power_idle_system_residency_us", "34293000000\n");
     }
-    sysfs.write(stats + "last_hw_sleep", hardwareAddsUp ? "3\n" : "75\n");
+    sysfs.write(stats + "max_hw_sleep", intel ? "4294967295\n" : "18446744073709551615\n");
+    sysfs.write(stats + "total_hw_sleep", intel ? "4228261632\n" : "34293000000\n");
     sysfs.write(power + "mem_sleep", "[s2idle] deep\n");
     for (const auto& [name, text] : {std::pair("fail", "1\n"),
-                                     {"last_failed_step", "freeze\n"},
+                                     {"failed_suspend", "1\n"},
+                                     {"last_failed_step", "suspend\n"},
                                      {"last_failed_dev", "usb1\n"},
                                      {"last_failed_errno", "-16\n"}}) {
       sysfs.write(stats + name, text);
@@ -283,25 +286,36 @@ using RecordWorlds = testing::Types<SimRecords, LinuxRecords>;
 TYPED_TEST_SUITE(SuspendRecordsContract, RecordWorlds);
 
 TYPED_TEST(SuspendRecordsContract, TotalsAreWhatTheKernelKeeps) {
-  for (const bool hardwareAddsUp : {false, true}) {
+  for (const bool intel : {false, true}) {
     TypeParam world;
     EXPECT_FALSE(world.records.read());
-    world.set(hardwareAddsUp);
+    world.set(intel);
     const auto totals = world.records.read();
     ASSERT_TRUE(totals);
-    const std::chrono::microseconds time(75);
-    EXPECT_EQ(totals->inHardware == time, hardwareAddsUp);
-    EXPECT_EQ(totals->lastInHardware == time, !hardwareAddsUp);
+    EXPECT_EQ(totals->inHardware, std::chrono::microseconds(34'293'000'000));
+    EXPECT_EQ(totals->maxInHardware, std::chrono::microseconds::max());
     EXPECT_LE(totals->asleep, std::chrono::milliseconds(5));
     EXPECT_EQ(totals->mode, "s2idle");
     EXPECT_EQ(totals->failures, 1);
-    EXPECT_EQ(totals->failedStep + " " + totals->failedDevice, "freeze usb1");
-    EXPECT_EQ(totals->failedError, 16);
+    EXPECT_EQ(totals->failedSteps.at("suspend"), 1);
+    EXPECT_EQ(totals->lastFailedStep + " " + totals->lastFailedDevice, "suspend usb1");
+    EXPECT_EQ(totals->lastFailedError, 16);
     ASSERT_EQ(totals->sources.size(), 1u);
     EXPECT_EQ(totals->sources[0].name, "rtc");
     EXPECT_EQ(totals->sources[0].events, 3);
     EXPECT_EQ(totals->sources[0].blocked, std::chrono::milliseconds(1200));
   }
+}
+
+TEST(LinuxSuspendRecords, HardwareThatNobodyReportsIsUnknownAndALimitStays) {
+  LinuxRecords world;
+  world.set(false);
+  world.sysfs.write("power/suspend_stats/max_hw_sleep", "4294967295\n");
+  EXPECT_EQ(world.records.read()->maxInHardware, std::chrono::microseconds(4294967295));
+  world.sysfs.write("power/suspend_stats/max_hw_sleep", "0\n");
+  EXPECT_FALSE(world.records.read()->inHardware);
+  world.sysfs.write("class/wakeup/wakeup4/name", "half gone\n");
+  EXPECT_EQ(world.records.read()->sources.size(), 1u);
 }
 
 }  // namespace

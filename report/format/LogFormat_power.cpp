@@ -200,28 +200,33 @@ constexpr FieldFormat kSuspend[] = {
      "The difference between CLOCK_BOOTTIME and CLOCK_MONOTONIC."},
     {"hardware", Duration, "",
      "How long of it the hardware was in its deepest state; <unknown> if it does not count that.",
-     "cpuidle/low_power_idle_system_residency_us (Intel), otherwise suspend_stats/last_hw_sleep, "
-     "that of the last sleep alone (AMD and others). Sleeps in the mode \"deep\" have none."},
+     "cpuidle/low_power_idle_system_residency_us (Intel), otherwise suspend_stats/total_hw_sleep "
+     "(AMD and others). Sleeps in the mode \"deep\" have none."},
     {"mode", Text, "", "How the system sleeps; <unknown> if the kernel does not say.",
-     "The selected one of /sys/power/mem_sleep: s2idle, deep."},
+     "The selected one of /sys/power/mem_sleep: s2idle, deep; <unknown> after a hibernation."},
     {"result", Word, "", "Whether the system slept.", "As in Wake and Sleep.", Harmless,
      kSleepResults},
-    {"failed_step", Text, "", "The step at which an attempt failed since the entry before.",
-     "suspend_stats/last_failed_step, if suspend_stats/fail has grown.", Harmless, kNothing},
-    {"failed_device", Text, "", "The device that made it fail.", "suspend_stats/last_failed_dev.",
-     Harmless, kNothing},
-    {"failed_error", Integer, "", "Its error number; 0 if no attempt failed.",
-     "suspend_stats/last_failed_errno."},
+    {"failed_step", Text, "",
+     "The step that failed last since the entry before, of an attempt or of a wake.",
+     "suspend_stats/last_failed_step, if that step's own counter has grown.", Harmless, kNothing},
+    {"failed_device", Text, "", "The device that failed last.",
+     "suspend_stats/last_failed_dev, if the counter of a step with devices has grown.", Harmless,
+     kNothing},
+    {"failed_error", Integer, "", "The error number of the last attempt; 0 if none failed.",
+     "suspend_stats/last_failed_errno, if suspend_stats/fail has grown."},
     {"blocked_by", Text, "",
      "What has kept the system from sleeping since the entry before, and for how long, longest "
      "first; at most five.",
      "prevent_suspend_time_ms of /sys/class/wakeup, which only grows where the system sleeps by "
      "itself (autosleep).",
-     Harmless, kNothing}};
+     Name, kNothing},
+    {"restarted", Text, "",
+     "The counters that have begun anew since the entry before; only if there are any.",
+     "Counts that are less than before: a driver was loaded again.", Name}};
 constexpr FieldFormat kWakeupSources[] = {
     {"*", Integer, "",
      "How often a wakeup source was active since the entry before; the key is its name.",
-     "event_count of /sys/class/wakeup. Sources of the same name are added up."}};
+     "event_count of /sys/class/wakeup. Sources of the same name are added up.", Name}};
 
 constexpr FieldFormat kWork[] = {
     {"*", Real, "",
@@ -294,7 +299,8 @@ constexpr EntryFormat kEntries[] = {
      "The raw bytes of the packet that woke the device, with the addresses of both ends.", kWake},
     {"Wakeup Sources", EntryShape::Fields,
      "What can wake the device, by how often it was active, most often first; at most 20.",
-     "With Suspend, if any was active.", "", kWakeupSources},
+     "With Suspend, if any was active.", "Which devices and programs wake the device.",
+     kWakeupSources},
     {"Work", EntryShape::Fields,
      "The units in which services and applications run, by the CPU time that they have used, "
      "busiest first; at most 100, and none below a tenth of a second. A system without control "

@@ -20,17 +20,12 @@ struct Kind {
 };
 constexpr std::string_view kProcess = "process";
 constexpr Kind kKinds[] = {
-    {"Accessory", "name", "accessory"},
-    {"Application", "id", "app"},
-    {"Assertion", "name", "assertion"},
-    {"Geodyne Client", "id", "app"},
-    {"KL Client", "id", "client"},
-    {"Network", "*", "interface"},
-    {"NMXN", "topic", "app"},
-    {"ProcessMonitor", "*", kProcess},
-    {"Schedule", "id", "app"},
-    {"Syncward", "name", "account"},
-    {"Work", "*", "unit"},
+    {"Accessory", "name", "accessory"}, {"Application", "id", "app"},
+    {"Assertion", "name", "assertion"}, {"Geodyne Client", "id", "app"},
+    {"KL Client", "id", "client"},      {"Network", "*", "interface"},
+    {"NMXN", "topic", "app"},           {"ProcessMonitor", "*", kProcess},
+    {"Schedule", "id", "app"},          {"Syncward", "name", "account"},
+    {"Wakeup Sources", "*", "source"},  {"Work", "*", "unit"},
 };
 
 std::string_view kindOf(std::string_view category, const FieldFormat& format) {

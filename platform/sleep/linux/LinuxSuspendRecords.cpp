@@ -2,6 +2,7 @@
 #include "platform/sleep/linux/LinuxSuspendRecords.h"
 
 #include <cstdlib>
+#include <unistd.h>
 #include <utility>
 
 #include "platform/kit/files/SysfsAttributes.h"
@@ -36,24 +37,48 @@ std::optional<SuspendTotals> LinuxSuspendRecords::read() {
   totals.asleep = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::nanoseconds(nanosecondsSlept_()));
   totals.mode = selectedIn(modes.value_or(""));
-  totals.inHardware =
-      microsecondsIn(sysfs_ + "/devices/system/cpu/cpuidle/low_power_idle_system_residency_us");
-  // Where both exist this one is 32 bits wide, which wrap after 72 minutes.
-  if (!totals.inHardware) totals.lastInHardware = microsecondsIn(stats + "last_hw_sleep");
+  readHardware(totals);
+  totals.successes = readNumber(stats + "success");
   totals.failures = failures.value_or(0);
-  totals.failedStep = readAttribute(stats + "last_failed_step").value_or("");
-  totals.failedDevice = readAttribute(stats + "last_failed_dev").value_or("");
-  totals.failedError =
+  for (const char* step : {"freeze", "prepare", "suspend", "suspend_late", "suspend_noirq",
+                           "resume_noirq", "resume_early", "resume"}) {
+    totals.failedSteps[step] = readNumber(stats + "failed_" + step).value_or(0);
+  }
+  totals.lastFailedStep = readAttribute(stats + "last_failed_step").value_or("");
+  totals.lastFailedDevice = readAttribute(stats + "last_failed_dev").value_or("");
+  totals.lastFailedError =
       std::abs(static_cast<int>(readNumber(stats + "last_failed_errno").value_or(0)));
   const std::string sources = sysfs_ + "/class/wakeup";
   for (const std::string& entry : entryNames(sources)) {
     const std::string source = sources + "/" + entry + "/";
+    auto name = readAttribute(source + "name");
+    const auto events = readNumber(source + "event_count");
+    if (!name || !events) continue;  // gone while they were listed
+    const auto blocked = readNumber(source + "prevent_suspend_time_ms").value_or(0);
     totals.sources.push_back(
-        {readAttribute(source + "name").value_or(entry),
-         readNumber(source + "event_count").value_or(0),
-         std::chrono::milliseconds(readNumber(source + "prevent_suspend_time_ms").value_or(0))});
+        {entry, std::move(*name), *events, std::chrono::milliseconds(blocked)});
   }
   return totals;
+}
+
+// Intel's own counter where there is one, readable or not: what the kernel adds up by itself there
+// has 32 bits for each sleep, which wrap after 72 minutes.
+void LinuxSuspendRecords::readHardware(SuspendTotals& totals) const {
+  const std::string residency =
+      sysfs_ + "/devices/system/cpu/cpuidle/low_power_idle_system_residency_us";
+  if (::access(residency.c_str(), F_OK) == 0) {
+    totals.inHardware = microsecondsIn(residency);
+    return;
+  }
+  const std::string stats = sysfs_ + "/power/suspend_stats/";
+  // The longest sleep that can be counted; 0 as long as no driver reports any, all ones without a
+  // limit.
+  const auto longest = readAttribute(stats + "max_hw_sleep");
+  if (!longest || *longest == "0") return;
+  totals.inHardware = microsecondsIn(stats + "total_hw_sleep");
+  if (const auto limit = wholeNumber(longest)) {
+    totals.maxInHardware = std::chrono::microseconds(*limit);
+  }
 }
 
 }  // namespace zorva

@@ -20,6 +20,8 @@ class LinuxSuspendRecords : public SuspendRecords {
   std::optional<SuspendTotals> read() override;
 
  private:
+  void readHardware(SuspendTotals& totals) const;
+
   std::string sysfs_;
   std::function<std::int64_t()> nanosecondsSlept_;
 };

@@ -20,13 +20,12 @@ ScenarioAction SimSuspendRecords::readTotals(const ScenarioNode& node) {
         }},
        {"hardware",
         [this](const ScenarioNode& given) -> ScenarioAction {
+          if (given.isNothing()) {
+            return [this] { totals->inHardware = std::chrono::microseconds(0); };
+          }
           return [this, more = given.duration()] {
             totals->inHardware = totals->inHardware.value_or(std::chrono::microseconds(0)) + more;
           };
-        }},
-       {"last_hardware",
-        [this](const ScenarioNode& given) -> ScenarioAction {
-          return [this, last = given.duration()] { totals->lastInHardware = last; };
         }},
        {"failed",
         [this](const ScenarioNode& given) -> ScenarioAction {
@@ -50,8 +49,18 @@ ScenarioAction SimSuspendRecords::readTotals(const ScenarioNode& node) {
 }
 
 ScenarioAction SimSuspendRecords::readSource(const ScenarioNode& name, const ScenarioNode& node) {
+  if (node.isNothing()) {
+    return [this, key = name.text()] {
+      source(key).events = 0;
+      source(key).blocked = {};
+    };
+  }
   return node.actions(
-      {{"events",
+      {{"name",
+        [this, key = name.text()](const ScenarioNode& given) -> ScenarioAction {
+          return [this, key, text = given.text()] { source(key).name = text; };
+        }},
+       {"events",
         [this, key = name.text()](const ScenarioNode& given) -> ScenarioAction {
           return [this, key, more = given.integer(0, INT32_MAX)] { source(key).events += more; };
         }},
@@ -68,17 +77,18 @@ std::optional<SuspendTotals> SimSuspendRecords::read() {
   return totals;
 }
 
-SuspendTotals::Source& SimSuspendRecords::source(const std::string& name) {
+SuspendTotals::Source& SimSuspendRecords::source(const std::string& id) {
   auto& sources = totals->sources;
-  const auto found = std::ranges::find(sources, name, &SuspendTotals::Source::name);
-  return found != sources.end() ? *found : sources.emplace_back(SuspendTotals::Source{name});
+  const auto found = std::ranges::find(sources, id, &SuspendTotals::Source::id);
+  return found != sources.end() ? *found : sources.emplace_back(SuspendTotals::Source{id, id});
 }
 
 void SimSuspendRecords::fail(const std::string& step, const std::string& device, int error) {
   ++totals->failures;
-  totals->failedStep = step;
-  totals->failedDevice = device;
-  totals->failedError = error;
+  ++totals->failedSteps[step];
+  totals->lastFailedStep = step;
+  if (!device.empty()) totals->lastFailedDevice = device;
+  totals->lastFailedError = error;
 }
 
 }  // namespace zorva

@@ -21,7 +21,8 @@ class SimSuspendRecords : public SuspendRecords {
 
   /// What is read from now on, but for the time asleep; nothing: no records.
   std::optional<SuspendTotals> totals;
-  SuspendTotals::Source& source(const std::string& name);
+  /// A source by its id, which is its name at first; made if there is none.
+  SuspendTotals::Source& source(const std::string& id);
   void fail(const std::string& step, const std::string& device, int error);
 
  private:
