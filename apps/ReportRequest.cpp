@@ -28,6 +28,7 @@ constexpr const char* kHelp =
     "      --json        write every piece of the log as one line of JSON\n"
     "      --follow      print new events as the last log, or the one after it, grows\n"
     "      --compare     show the logs side by side, in the order given, and what changed\n"
+    "      --why         show what each finding is concluded from\n"
     "  -h, --help        print this text and exit\n"
     "      --version     print the version and exit\n"
     "\n"
@@ -67,7 +68,8 @@ std::optional<CommandEnd> readReportRequest(const std::vector<std::string>& argu
       kHelp,
       {outputOption(request.output), commandSwitch("force", request.force),
        commandSwitch("json", request.json), commandSwitch("follow", request.follow),
-       commandSwitch("compare", request.compare), timeOption("since", false, request.window.since),
+       commandSwitch("compare", request.compare), commandSwitch("why", request.why),
+       timeOption("since", false, request.window.since),
        timeOption("until", true, request.window.until)}};
   if (auto end = readCommandLine(line, arguments, request.logs)) return end;
   if (request.logs.empty()) request.logs.emplace_back("-");

@@ -15,6 +15,7 @@ struct ReportRequest {
   bool json = false;
   bool follow = false;
   bool compare = false;
+  bool why = false;  ///< with what each finding is concluded from
   LogWindow window;
   std::optional<std::string> output;  ///< the file of the page
   bool force = false;                 ///< replace that file if it exists

@@ -99,7 +99,8 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   }
   reading.counts = reader.counts();
   OutputFile output = OutputFile::standardOutput();
-  output.pending() = summaryText(summarizer.finish(), reading, styleOfOutput());
+  const LogSummary summary = summarizer.finish();
+  output.pending() = summaryText(summary, Answer(summary), reading, styleOfOutput(), request.why);
   return finish(output);
 }
 
@@ -131,7 +132,8 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
     }
   }
   reading.counts = reader.counts();
-  page.finish(pageSummary(summarizer.finish(), reading));
+  const LogSummary summary = summarizer.finish();
+  page.finish(pageSummary(summary, Answer(summary), reading));
   return finish(*output);
 }
 
@@ -150,7 +152,7 @@ int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs)
           });
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
       before += reader.counts().bytes;
-      compared.push_back({input.name(), summarizer.finish()});
+      compared.emplace_back(input.name(), summarizer.finish());
     }
   }
   OutputFile output = OutputFile::standardOutput();

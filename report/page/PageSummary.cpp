@@ -24,8 +24,8 @@ Cell share(std::integral auto part, std::integral auto whole) {
 
 class Writer {
  public:
-  Writer(const LogSummary& summary, const LogReading& reading)
-      : summary_(summary), reading_(reading) {}
+  Writer(const LogSummary& summary, const Answer& answer, const LogReading& reading)
+      : summary_(summary), answer_(answer), reading_(reading) {}
 
   PageSummary write() {
     for (const std::string& file : reading_.files) {
@@ -45,7 +45,7 @@ class Writer {
 
  private:
   void facts() {
-    page_.facts = batterySentences(summary_);
+    page_.facts = batterySentences(summary_, answer_);
     if (summary_.isEmpty()) page_.facts.emplace_back("There is no entry.");
     if (summary_.wakes > 0) {
       const double hours = static_cast<double>(summary_.covered) / 3600;
@@ -195,14 +195,16 @@ class Writer {
   }
 
   const LogSummary& summary_;
+  const Answer& answer_;
   const LogReading& reading_;
   PageSummary page_;
 };
 
 }  // namespace
 
-PageSummary pageSummary(const LogSummary& summary, const LogReading& reading) {
-  return Writer(summary, reading).write();
+PageSummary pageSummary(const LogSummary& summary, const Answer& answer,
+                        const LogReading& reading) {
+  return Writer(summary, answer, reading).write();
 }
 
 }  // namespace zorva

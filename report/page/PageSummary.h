@@ -8,6 +8,6 @@
 namespace zorva {
 
 /// A log's summary as the page shows it.
-PageSummary pageSummary(const LogSummary& summary, const LogReading& reading);
+PageSummary pageSummary(const LogSummary& summary, const Answer& answer, const LogReading& reading);
 
 }  // namespace zorva
