@@ -16,8 +16,10 @@ struct ReportRequest {
   bool follow = false;
   bool compare = false;
   LogWindow window;
-  std::optional<std::string> output;  ///< the file of the page
-  bool force = false;                 ///< replace that file if it exists
+  std::optional<std::string> output;   ///< the file of the page
+  std::optional<std::string> trace;    ///< the file of the trace; "-" is standard output
+  std::optional<std::string> metrics;  ///< the file of the metrics; "-" is standard output
+  bool force = false;                  ///< replace that file if it exists
   std::vector<std::string> logs;
 };
 
