@@ -2,9 +2,9 @@
 #include "report/export/Trace.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <tuple>
+#include <utility>
 
 #include "platform/base/Text.h"
 #include "report/export/JsonText.h"

@@ -40,7 +40,6 @@ class Trace : private LogHistorySink {
     LogTime end;
     int thread;
   };
-  using Argument = std::pair<std::string_view, std::string_view>;
 
   void span(const LogSpan& span) override;
   void sample(Curve curve, LogTime time, double value, LogPosition) override;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 #include "platform/base/Text.h"
 #include "report/redact/OwnMessages.h"

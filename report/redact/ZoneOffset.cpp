@@ -2,6 +2,7 @@
 #include "report/redact/ZoneOffset.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/base/Text.h"
 #include "report/format/LogTime.h"
