@@ -18,6 +18,8 @@
 #include "apps/ReportRequest.h"
 #include "platform/base/Text.h"
 #include "report/export/LogJson.h"
+#include "report/export/Metrics.h"
+#include "report/export/Trace.h"
 #include "report/page/PageSummary.h"
 #include "report/read/LogInput.h"
 #include "report/read/LogReader.h"
@@ -104,15 +106,22 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   return finish(output);
 }
 
-int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
+// The file at this path; "-" is standard output, but not for a page. If it cannot be written:
+// nothing, and `problem` says why.
+std::optional<OutputFile> openOutput(const std::string& path, const ReportRequest& request,
+                                     const std::vector<LogInput>& inputs, std::string& problem) {
+  if (path == "-" && !request.output) return OutputFile::standardOutput();
   for (const LogInput& input : inputs) {
-    if (!input.isFileAt(*request.output)) continue;
-    return complain(kReportProgram,
-                    input.name() + ": would be replaced by the page; choose another name for -o",
-                    kFailed);
+    if (!input.isFileAt(path)) continue;
+    problem = input.name() + ": would be replaced by the output; choose another name for that";
+    return std::nullopt;
   }
+  return OutputFile::make(path, request.force, problem);
+}
+
+int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   std::string problem;
-  auto output = OutputFile::make(*request.output, request.force, problem);
+  auto output = openOutput(*request.output, request, inputs, problem);
   if (!output) return complain(kReportProgram, problem, kFailed);
   LogReader reader;
   LogSummarizer summarizer(request.window);
@@ -134,6 +143,48 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   reading.counts = reader.counts();
   const LogSummary summary = summarizer.finish();
   page.finish(pageSummary(summary, Answer(summary), reading));
+  return finish(*output);
+}
+
+int writeTrace(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  std::string problem;
+  auto output = openOutput(*request.trace, request, inputs, problem);
+  if (!output) return complain(kReportProgram, problem, kFailed);
+  LogReader reader;
+  Trace trace(output->pending(), request.window);
+  {
+    Progress progress(kReportProgram, inputs);
+    for (LogInput& input : inputs) {
+      bool written = true;
+      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+        trace.add(record);
+        return written = output->flushIfMuch();
+      });
+      if (!written) return complain(kReportProgram, output->problem(), kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+    }
+  }
+  trace.finish();
+  return finish(*output);
+}
+
+int writeMetrics(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  std::string problem;
+  auto output = openOutput(*request.metrics, request, inputs, problem);
+  if (!output) return complain(kReportProgram, problem, kFailed);
+  LogReader reader;
+  LogSummarizer summarizer(request.window);
+  {
+    Progress progress(kReportProgram, inputs);
+    for (LogInput& input : inputs) {
+      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+        summarizer.add(record);
+        return true;
+      });
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+    }
+  }
+  output->pending() = metricsText(summarizer.finish());
   return finish(*output);
 }
 
@@ -247,6 +298,8 @@ int run(const std::vector<std::string>& arguments) {
   }
   if (request.follow) return follow(request, inputs);
   if (request.output) return writePage(request, inputs);
+  if (request.trace) return writeTrace(request, inputs);
+  if (request.metrics) return writeMetrics(request, inputs);
   if (request.compare) return printComparison(request, inputs);
   return request.json ? printJson(request, inputs) : printSummary(request, inputs);
 }
