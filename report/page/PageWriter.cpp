@@ -24,6 +24,10 @@ std::string_view nameOf(PageTable::Kind kind) {
       return "bytes";
     case PageTable::Kind::Percent:
       return "percent";
+    case PageTable::Kind::WattHours:
+      return "wattHours";
+    case PageTable::Kind::Watts:
+      return "watts";
     case PageTable::Kind::Time:
       return "time";
   }
@@ -55,6 +59,8 @@ void appendTable(std::string& to, const PageTable& table) {
     to += '}';
   });
   const std::size_t shown = std::min(table.rows.size(), PageWriter::kMaxRows);
+  to += ",\"inView\":";
+  appendPageText(to, table.inView);
   to += ",\"left\":" + std::to_string(table.rows.size() - shown) + ",\"rows\":";
   appendList(to, std::span(table.rows).first(shown), [&](const auto& row) {
     appendList(to, row, [&](const PageTable::Cell& cell) {
@@ -68,6 +74,80 @@ void appendTable(std::string& to, const PageTable& table) {
     });
   });
   to += '}';
+}
+
+void appendOptional(std::string& to, const std::optional<double>& number) {
+  if (number) {
+    appendPageNumber(to, *number);
+  } else {
+    to += "null";
+  }
+}
+
+// Neighbours become one if there are too many intervals for a page.
+std::vector<PageSummary::Account::Interval> bounded(
+    std::vector<PageSummary::Account::Interval> intervals) {
+  while (intervals.size() > PageWriter::kMaxIntervals) {
+    for (std::size_t i = 0; i < intervals.size(); i += 2) {
+      PageSummary::Account::Interval& to = intervals[i / 2];
+      if (i > 0) to = std::move(intervals[i]);
+      if (i + 1 == intervals.size()) continue;
+      const PageSummary::Account::Interval& more = intervals[i + 1];
+      to.end = more.end;
+      to.used += more.used;
+      for (const auto& [part, percent] : more.parts) {
+        const auto same =
+            std::ranges::find(to.parts, part, [](const auto& one) { return one.first; });
+        if (same == to.parts.end()) {
+          to.parts.emplace_back(part, percent);
+        } else {
+          same->second += percent;
+        }
+      }
+    }
+    intervals.resize((intervals.size() + 1) / 2);
+  }
+  return intervals;
+}
+
+void appendAccount(std::string& to, const PageSummary::Account& account) {
+  if (account.intervals.empty()) return;
+  to += ",\n\"account\":{\"wattHours\":";
+  appendPageNumber(to, account.wattHoursPerPercent);
+  to += ",\"parts\":";
+  appendList(to, account.parts, [&](const PageSummary::Account::Part& part) {
+    to += "{\"what\":";
+    appendPageText(to, part.what);
+    to += ",\"name\":";
+    appendPageText(to, part.name);
+    to += formatText(",\"measured\":%s,\"uncertain\":%s}", part.measured ? "true" : "false",
+                     part.uncertain ? "true" : "false");
+  });
+  to += ",\"intervals\":";
+  appendList(to, bounded(account.intervals), [&](const auto& interval) {
+    to += formatText("[%lld,%lld,", static_cast<long long>(interval.begin),
+                     static_cast<long long>(interval.end));
+    appendPageNumber(to, interval.used);
+    for (const auto& [part, percent] : interval.parts) {
+      to += ',' + std::to_string(part) + ',';
+      appendPageNumber(to, percent);
+    }
+    to += ']';
+  });
+  to += '}';
+}
+
+void appendSleeps(std::string& to, const std::vector<PageSummary::SleepEnergy>& sleeps) {
+  to += ",\"sleeps\":";
+  appendList(to, std::span(sleeps).first(std::min(sleeps.size(), SpanStore::kMaximum)),
+             [&](const PageSummary::SleepEnergy& sleep) {
+               to += '[' + std::to_string(sleep.begin);
+               for (const auto& figure : {sleep.used, sleep.wattHours, sleep.deepShare}) {
+                 to += ',';
+                 appendOptional(to, figure);
+               }
+               to += ']';
+             });
 }
 
 }  // namespace
@@ -98,8 +178,24 @@ void PageWriter::finish(const PageSummary& summary) {
   lines_.finish();
   to_ += "<script type=\"application/json\" id=\"summary\">{\"title\":";
   appendPageText(to_, summary.title);
+  const auto appendTexts = [&](const std::vector<std::string>& texts) {
+    appendList(to_, texts, [&](const std::string& text) { appendPageText(to_, text); });
+  };
+  to_ += ",\"verdict\":";
+  appendTexts(summary.verdict);
+  to_ += ",\"findings\":";
+  appendList(to_, summary.findings, [&](const PageSummary::Finding& finding) {
+    to_ += "{\"sentence\":";
+    appendPageText(to_, finding.sentence);
+    to_ += ",\"figures\":";
+    appendTexts(finding.figures);
+    to_ += formatText(",\"from\":%lld,\"to\":%lld}", static_cast<long long>(finding.from),
+                      static_cast<long long>(finding.to));
+  });
+  appendAccount(to_, summary.account);
+  appendSleeps(to_, summary.sleeps);
   to_ += ",\"facts\":";
-  appendList(to_, summary.facts, [&](const std::string& fact) { appendPageText(to_, fact); });
+  appendTexts(summary.facts);
   to_ += ",\"tables\":";
   appendList(to_, summary.tables, [&](const PageTable& table) { appendTable(to_, table); });
   to_ += ",\"lines\":";
