@@ -19,6 +19,7 @@
 #include "platform/base/Text.h"
 #include "report/export/LogJson.h"
 #include "report/page/PageSummary.h"
+#include "report/page/PageWriter.h"
 #include "report/read/LogInput.h"
 #include "report/read/LogReader.h"
 #include "report/text/Comparison.h"
