@@ -14,7 +14,7 @@ constexpr const char* kWhen = "a date such as 2026-11-16 or \"2026-11-16 22:05:0
 constexpr const char* kHelp =
     "Usage: zorva-report [LOG...] [--since WHEN] [--until WHEN] [--json] [--follow]\n"
     "       zorva-report [LOG...] -o FILE.html [--force] [--since WHEN] [--until WHEN]\n"
-    "       zorva-report --compare LOG LOG... [--since WHEN] [--until WHEN]\n"
+    "       zorva-report --compare LOG LOG... [-o FILE.html] [--since WHEN] [--until WHEN]\n"
     "Shows from logs what used the battery, and when: sleeps and what ended them, the assertions "
     "that\n"
     "kept the device awake, the busiest processes, and errors. Several logs are read as one, in "
@@ -47,8 +47,8 @@ std::string contradiction(const ReportRequest& request) {
   if (request.compare && (request.json || request.follow)) {
     return "--compare cannot be combined with --json or --follow.";
   }
-  if (request.output && (request.compare || request.json || request.follow)) {
-    return "-o cannot be combined with --json, --follow or --compare.";
+  if (request.output && (request.json || request.follow)) {
+    return "-o cannot be combined with --json or --follow.";
   }
   if (request.force && !request.output) return "--force needs -o.";
   if (request.window.since > request.window.until) return "--since is later than --until.";

@@ -18,6 +18,7 @@
 #include "apps/ReportRequest.h"
 #include "platform/base/Text.h"
 #include "report/export/LogJson.h"
+#include "report/page/PageDifferences.h"
 #include "report/page/PageSummary.h"
 #include "report/page/PageWriter.h"
 #include "report/read/LogInput.h"
@@ -104,6 +105,33 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   return finish(output);
 }
 
+int writeComparisonPage(const ReportRequest& request, std::vector<LogInput>& inputs,
+                        PageWriter& page, OutputFile& output) {
+  std::vector<ComparedLog> compared;
+  {
+    Progress progress(kReportProgram, inputs);
+    std::uint64_t before = 0;
+    for (LogInput& input : inputs) {
+      LogReader reader;
+      LogSummarizer summarizer(request.window);
+      bool written = true;
+      const std::string problem =
+          readLog(reader, input, progress, before, [&](const LogRecord& record, const auto&) {
+            summarizer.add(record);
+            page.add(record);
+            return written = output.flushIfMuch();
+          });
+      if (!written) return complain(kReportProgram, output.problem(), kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+      before += reader.counts().bytes;
+      compared.push_back({input.name(), summarizer.finish()});
+      page.finishLog(pageSummary(compared.back().summary, {{input.name()}, reader.counts(), {}}));
+    }
+  }
+  page.finishComparison(pageComparison(compared));
+  return finish(output);
+}
+
 int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   for (const LogInput& input : inputs) {
     if (!input.isFileAt(*request.output)) continue;
@@ -114,10 +142,11 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   std::string problem;
   auto output = OutputFile::make(*request.output, request.force, problem);
   if (!output) return complain(kReportProgram, problem, kFailed);
+  PageWriter page(output->pending(), request.window);
+  if (request.compare) return writeComparisonPage(request, inputs, page, *output);
   LogReader reader;
   LogSummarizer summarizer(request.window);
   LogReading reading{request.logs, {}, {}};
-  PageWriter page(output->pending(), request.window);
   {
     Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {

@@ -47,6 +47,10 @@ void appendList(std::string& to, const Items& items, Append append) {
   to += ']';
 }
 
+void appendTexts(std::string& to, const std::vector<std::string>& texts) {
+  appendList(to, texts, [&](const std::string& text) { appendPageText(to, text); });
+}
+
 void appendTable(std::string& to, const PageTable& table) {
   to += "\n{\"title\":";
   appendPageText(to, table.title);
@@ -153,61 +157,86 @@ void appendSleeps(std::string& to, const std::vector<PageSummary::SleepEnergy>& 
 }  // namespace
 
 PageWriter::PageWriter(std::string& to, const LogWindow& window)
-    : to_(to), filter_(window), timeline_(window), history_(timeline_), lines_(to) {
+    : to_(to), window_(window), log_(std::make_unique<Log>(to, window, 0)) {
   to_ += pageHead();
 }
 
 void PageWriter::add(const LogRecord& record) {
-  const bool inside = filter_.takes(record);
+  if (!log_) log_ = std::make_unique<Log>(to_, window_, logs_);
+  Log& log = *log_;
+  const bool inside = log.filter.takes(record);
   const bool timed = inside && record.isTimed();
-  if (timed) timeline_.advance(record.time);
-  history_.add(record);
+  if (timed) log.timeline.advance(record.time);
+  log.history.add(record);
   if (timed) {
-    time_ = record.time;
-    at_ = timeline_.at(time_);
+    log.time = record.time;
+    log.at = log.timeline.at(log.time);
   }
   if (inside && record.piece == LogPiece::Damaged && record.lines > 0) {
-    timeline_.moment({time_, "damaged line", trimmed(record.raw), true, position_});
+    log.timeline.moment({log.time, "damaged line", trimmed(record.raw), true, log.position});
   }
-  if (inside) lines_.add(record.raw, position_, at_);
-  ++position_;
+  if (inside) log.lines.add(record.raw, log.position, log.at);
+  ++log.position;
 }
 
-void PageWriter::finish(const PageSummary& summary) {
-  history_.finish();
-  lines_.finish();
-  to_ += "<script type=\"application/json\" id=\"summary\">{\"title\":";
+void PageWriter::finishLog(const PageSummary& summary) {
+  if (!log_) log_ = std::make_unique<Log>(to_, window_, logs_);
+  log_->history.finish();
+  log_->lines.finish();
+  const std::string number = std::to_string(logs_);
+  to_ += "<script type=\"application/json\" id=\"summary-" + number + "\">{\"title\":";
   appendPageText(to_, summary.title);
-  const auto appendTexts = [&](const std::vector<std::string>& texts) {
-    appendList(to_, texts, [&](const std::string& text) { appendPageText(to_, text); });
-  };
   to_ += ",\"verdict\":";
-  appendTexts(summary.verdict);
+  appendTexts(to_, summary.verdict);
   to_ += ",\"findings\":";
   appendList(to_, summary.findings, [&](const PageSummary::Finding& finding) {
     to_ += "{\"sentence\":";
     appendPageText(to_, finding.sentence);
     to_ += ",\"figures\":";
-    appendTexts(finding.figures);
+    appendTexts(to_, finding.figures);
     to_ += formatText(",\"from\":%lld,\"to\":%lld}", static_cast<long long>(finding.from),
                       static_cast<long long>(finding.to));
   });
   appendAccount(to_, summary.account);
   appendSleeps(to_, summary.sleeps);
   to_ += ",\"facts\":";
-  appendTexts(summary.facts);
+  appendTexts(to_, summary.facts);
   to_ += ",\"tables\":";
   appendList(to_, summary.tables, [&](const PageTable& table) { appendTable(to_, table); });
   to_ += ",\"lines\":";
-  appendList(to_, lines_.chunks(), [&](const PageLines::Chunk& chunk) {
+  appendList(to_, log_->lines.chunks(), [&](const PageLines::Chunk& chunk) {
     to_ += formatText("%llu,%lld", static_cast<unsigned long long>(chunk.first),
                       static_cast<long long>(chunk.at));
   });
-  to_ += ",\"end\":" + std::to_string(lines_.end());
-  to_ += "}</script>\n<script type=\"application/json\" id=\"timeline\">";
-  timeline_.appendJson(to_);
+  to_ += ",\"end\":" + std::to_string(log_->lines.end());
+  to_ += "}</script>\n<script type=\"application/json\" id=\"timeline-" + number + "\">";
+  log_->timeline.appendJson(to_);
   to_ += "</script>\n";
+  log_.reset();
+  ++logs_;
+}
+
+void PageWriter::appendEnd(const std::string& title, const std::vector<std::string>& verdict,
+                           const PageTable* differences) {
+  to_ += "<script type=\"application/json\" id=\"page\">{\"title\":";
+  appendPageText(to_, title);
+  to_ += ",\"logs\":" + std::to_string(logs_) + ",\"verdict\":";
+  appendTexts(to_, verdict);
+  if (differences != nullptr) {
+    to_ += ",\"differences\":";
+    appendTable(to_, *differences);
+  }
+  to_ += "}</script>\n";
   to_ += pageTail();
+}
+
+void PageWriter::finish(const PageSummary& summary) {
+  finishLog(summary);
+  appendEnd(summary.title, {}, nullptr);
+}
+
+void PageWriter::finishComparison(const PageComparison& comparison) {
+  appendEnd(comparison.title, comparison.verdict, &comparison.differences);
 }
 
 }  // namespace zorva

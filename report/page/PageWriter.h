@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "report/analyse/LogHistory.h"
 #include "report/page/PageLines.h"
@@ -11,9 +13,16 @@
 
 namespace zorva {
 
-/// Writes a log as one page, which needs neither other files nor a network. The log's pieces are
-/// appended as they are read and the drawn data follow them, so the memory needed does not grow
-/// with the log.
+/// What a page says of several logs, above each of them.
+struct PageComparison {
+  std::string title;
+  std::vector<std::string> verdict;  ///< sentences, drawn first
+  PageTable differences;
+};
+
+/// Writes a log, or several to be compared, as one page, which needs neither other files nor a
+/// network. A log's pieces are appended as they are read and the drawn data follow them, so the
+/// memory needed does not grow with the log.
 class PageWriter {
  public:
   static constexpr std::size_t kMaxRows = 500;
@@ -29,15 +38,33 @@ class PageWriter {
   /// The log is over: appends the rest of the page.
   void finish(const PageSummary& summary);
 
+  /// The log is over, and the next piece begins another, which is shown below it.
+  void finishLog(const PageSummary& summary);
+  /// The last of several logs is over.
+  void finishComparison(const PageComparison& comparison);
+
  private:
+  // The log that is being read.
+  struct Log {
+    Log(std::string& to, const LogWindow& window, std::size_t number)
+        : filter(window), timeline(window), history(timeline), lines(to, number) {}
+
+    WindowFilter filter;
+    Timeline timeline;
+    LogHistory history;
+    PageLines lines;
+    LogPosition position = 0;
+    LogTime time = 0;  // of the previous entry, with its position
+    AxisTime at = 0;
+  };
+
+  void appendEnd(const std::string& title, const std::vector<std::string>& verdict,
+                 const PageTable* differences);
+
   std::string& to_;
-  WindowFilter filter_;
-  Timeline timeline_;
-  LogHistory history_;
-  PageLines lines_;
-  LogPosition position_ = 0;
-  LogTime time_ = 0;  // of the previous entry, with its position
-  AxisTime at_ = 0;
+  LogWindow window_;
+  std::unique_ptr<Log> log_;
+  std::size_t logs_ = 0;  // those that are over
 };
 
 }  // namespace zorva
