@@ -16,7 +16,7 @@ constexpr const char* kHelp =
     "       zorva-report [LOG...] -o FILE.html [--force] [--since WHEN] [--until WHEN]\n"
     "       zorva-report [LOG...] --trace FILE | --metrics FILE [--force] [--since WHEN] [--until "
     "WHEN]\n"
-    "       zorva-report --compare LOG LOG... [--since WHEN] [--until WHEN]\n"
+    "       zorva-report --compare LOG LOG... [-o FILE.html] [--since WHEN] [--until WHEN]\n"
     "Shows from logs what used the battery, and when: sleeps and what ended them, the assertions "
     "that\n"
     "kept the device awake, the busiest processes, and errors. Several logs are read as one, in "
@@ -60,8 +60,8 @@ std::string contradiction(const ReportRequest& request) {
   if (request.compare && (request.json || request.follow)) {
     return "--compare cannot be combined with --json or --follow.";
   }
-  if (request.output && (request.compare || request.json || request.follow)) {
-    return "-o cannot be combined with --json, --follow or --compare.";
+  if (request.output && (request.json || request.follow)) {
+    return "-o cannot be combined with --json or --follow.";
   }
   const bool exports = request.trace || request.metrics;
   if ((request.trace && request.metrics) ||

@@ -17,10 +17,13 @@
 #include "apps/ReadLog.h"
 #include "apps/ReportRequest.h"
 #include "platform/base/Text.h"
+#include "report/export/AnswerJson.h"
 #include "report/export/LogJson.h"
 #include "report/export/Metrics.h"
 #include "report/export/Trace.h"
+#include "report/page/PageDifferences.h"
 #include "report/page/PageSummary.h"
+#include "report/page/PageWriter.h"
 #include "report/read/LogInput.h"
 #include "report/read/LogReader.h"
 #include "report/text/Comparison.h"
@@ -119,14 +122,42 @@ std::optional<OutputFile> openOutput(const std::string& path, const ReportReques
   return OutputFile::make(path, request.force, problem);
 }
 
+int writeComparisonPage(const ReportRequest& request, std::vector<LogInput>& inputs,
+                        PageWriter& page, OutputFile& output) {
+  std::vector<ComparedLog> compared;
+  {
+    Progress progress(kReportProgram, inputs);
+    std::uint64_t before = 0;
+    for (LogInput& input : inputs) {
+      LogReader reader;
+      LogSummarizer summarizer(request.window);
+      bool written = true;
+      const std::string problem =
+          readLog(reader, input, progress, before, [&](const LogRecord& record, const auto&) {
+            summarizer.add(record);
+            page.add(record);
+            return written = output.flushIfMuch();
+          });
+      if (!written) return complain(kReportProgram, output.problem(), kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+      before += reader.counts().bytes;
+      const ComparedLog& log = compared.emplace_back(input.name(), summarizer.finish());
+      page.finishLog(pageSummary(log.summary, log.answer, {{input.name()}, reader.counts(), {}}));
+    }
+  }
+  page.finishComparison(pageComparison(compared));
+  return finish(output);
+}
+
 int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   std::string problem;
   auto output = openOutput(*request.output, request, inputs, problem);
   if (!output) return complain(kReportProgram, problem, kFailed);
+  PageWriter page(output->pending(), request.window);
+  if (request.compare) return writeComparisonPage(request, inputs, page, *output);
   LogReader reader;
   LogSummarizer summarizer(request.window);
   LogReading reading{request.logs, {}, {}};
-  PageWriter page(output->pending(), request.window);
   {
     Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
@@ -184,7 +215,8 @@ int writeMetrics(const ReportRequest& request, std::vector<LogInput>& inputs) {
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
     }
   }
-  output->pending() = metricsText(summarizer.finish());
+  const LogSummary summary = summarizer.finish();
+  output->pending() = metricsText(summary, Answer(summary));
   return finish(*output);
 }
 
@@ -211,21 +243,53 @@ int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs)
   return finish(output);
 }
 
+// The report as one line, from a first reading of the logs.
+std::string reportLine(const ReportRequest& request, std::string& line) {
+  std::vector<LogInput> inputs;
+  std::string problem = openLogs(request.logs, inputs);
+  LogReader reader;
+  LogSummarizer summarizer(request.window);
+  {
+    Progress progress(kReportProgram, inputs);
+    for (std::size_t i = 0; problem.empty() && i < inputs.size(); ++i) {
+      problem = readLog(reader, inputs[i], progress, 0, [&](const LogRecord& record, const auto&) {
+        summarizer.add(record);
+        return true;
+      });
+    }
+  }
+  const LogSummary summary = summarizer.finish();
+  appendReportJson(summary, Answer(summary), line);
+  return problem;
+}
+
 int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReader reader;
   LogJson json;
   WindowFilter filter(request.window);
   OutputFile output = OutputFile::standardOutput();
   bool written = true;
+  // What can be read only once is summed up meanwhile, and its report comes last.
+  const bool once = std::ranges::any_of(inputs, [](const LogInput& input) { return !input.size(); });
+  LogSummarizer summarizer(request.window);
+  if (!once) {
+    const std::string problem = reportLine(request, output.pending());
+    if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+  }
   Progress progress(kReportProgram, inputs);
   for (LogInput& input : inputs) {
     const std::string problem =
         readLog(reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
+          if (once) summarizer.add(record);
           if (filter.takes(record)) json.append(record, file, output.pending());
           return written = output.flushIfMuch();
         });
     if (!written) return complain(kReportProgram, output.problem(), kFailed);
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+  }
+  if (once) {
+    const LogSummary summary = summarizer.finish();
+    appendReportJson(summary, Answer(summary), output.pending());
   }
   return finish(output);
 }

@@ -438,13 +438,6 @@ std::optional<Finding> weakCharger(const LogSummary& summary, const Answer&) {
   return finding;
 }
 
-std::string capital(std::string text) {
-  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') {
-    text[0] = static_cast<char>(text[0] - 'a' + 'A');
-  }
-  return text;
-}
-
 }  // namespace
 
 std::string_view kindWord(Finding::Kind kind) {
@@ -539,7 +532,7 @@ std::vector<std::string> verdictOf(const LogSummary& summary, const Answer& answ
     verdict.push_back("Also, " + large[1]->sentence + " (" + wholePercent(large[1]->percent) +
                       ").");
   }
-  if (!first.advice.empty()) verdict.push_back(capital(first.advice));
+  if (!first.advice.empty()) verdict.push_back(capitalized(first.advice));
   return verdict;
 }
 

@@ -80,14 +80,16 @@ Named summed(const auto& items, auto nameOf, auto valueOf) {
   return {sums.begin(), sums.end()};
 }
 
-void battery(Families& to, const LogSummary& summary) {
+void battery(Families& to, const LogSummary& summary, const Answer& answer) {
   if (summary.lastLevel && std::isfinite(*summary.lastLevel)) {
     to.single("battery_level_ratio", "The last charge of the battery, of a full one.",
               *summary.lastLevel / 100);
   }
   if (!summary.firstLevel) return;
-  const std::pair<std::string_view, const LogSummary::Charge&> uses[] = {
-      {"asleep", summary.asleep}, {"awake", summary.awake}, {"mixed", summary.mixed}};
+  const std::pair<std::string_view, Account::Charge> uses[] = {
+      {"asleep", answer.account.asleep()},
+      {"awake", answer.account.awake()},
+      {"mixed", answer.account.mixed()}};
   to.begin("battery_used_ratio",
            "The charge used without a charger, of a full battery, by what the device did between "
            "two readings.");
@@ -97,12 +99,35 @@ void battery(Families& to, const LogSummary& summary) {
     to.value(static_cast<double>(charge.seconds), "state", state);
   }
   to.single("battery_charged_ratio", "The charge gained on a charger, of a full battery.",
-            summary.charging.percent / 100);
+            answer.gained / 100);
+  to.single("battery_drained_ratio", "The charge used on battery, of a full battery.",
+            answer.whole.percent / 100);
+  if (answer.wattHoursPerPercent) {
+    to.single("battery_full_joules", "The energy of the full battery.",
+              *answer.wattHoursPerPercent * 100 * 3600);
+  }
+  Named causes;
+  for (const AccountPart& part : answer.whole.parts) {
+    if (part.cause != Cause::Process) {
+      causes.emplace_back(causeWord(part.cause), part.percent / 100);
+    }
+  }
+  list(to, "cause_used_ratio",
+       "The charge used on battery, of a full battery, by cause; processes are apart.", "cause",
+       std::move(causes));
+  Named processes;
+  for (const AccountPart& part : answer.whole.parts) {
+    if (part.cause == Cause::Process) {
+      processes.emplace_back(safeText(part.name), part.percent / 100);
+    }
+  }
+  list(to, "process_used_ratio", "The charge used by processes on battery, of a full battery.",
+       "process", std::move(processes));
 }
 
 }  // namespace
 
-std::string metricsText(const LogSummary& summary) {
+std::string metricsText(const LogSummary& summary, const Answer& answer) {
   constexpr auto name = [](const auto& item) -> const std::string& { return item.name; };
   constexpr auto amount = [](const auto& item) { return item.amount; };
   constexpr auto count = [](const auto& item) { return item.count; };
@@ -114,7 +139,7 @@ std::string metricsText(const LogSummary& summary) {
   to.single("log_interruptions", "The interruptions of the log.",
             static_cast<double>(summary.interruptionCount));
   to.single("errors", "The errors in the log.", static_cast<double>(summary.errorCount));
-  battery(to, summary);
+  battery(to, summary, answer);
   to.single("sleeps", "How often the device slept.", static_cast<double>(summary.sleeps));
   to.single("wakes", "How often the device woke.", static_cast<double>(summary.wakes));
   list(to, "reason_wakes", "How often the device woke, by reason, most often first.", "reason",

@@ -93,6 +93,13 @@ std::string counted(std::uint64_t count, std::string_view one, std::string_view 
   return grouped(count) + " " + std::string(count == 1 ? one : several);
 }
 
+std::string capitalized(std::string text) {
+  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') {
+    text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  }
+  return text;
+}
+
 std::string percentText(double value) {
   return figure(value) + " %";
 }

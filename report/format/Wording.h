@@ -28,4 +28,7 @@ std::string grouped(std::uint64_t count);
 /// "12 %", "0.59 %".
 std::string percentText(double value);
 
+/// With a capital first letter, if that is a letter of ASCII.
+std::string capitalized(std::string text);
+
 }  // namespace zorva

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/page/PageDifferences.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "report/text/TextPage.h"
+
+namespace zorva {
+namespace {
+
+using Cell = PageTable::Cell;
+using Kind = ComparedFigure::Kind;
+
+struct KindTraits {
+  const char* title;
+  double unit;  // what weighs as much as one unit of another kind
+};
+
+KindTraits traitsOf(Kind kind) {
+  switch (kind) {
+    case Kind::Charge:
+      return {"Charge used", 0.2};
+    case Kind::Wakes:
+      return {"Wakes", 0.2};
+    case Kind::Held:
+      return {"Kept awake", 120};
+    case Kind::Cpu:
+      return {"CPU time", 10};
+    case Kind::Bytes:
+      return {"Traffic", 1 << 20};
+    default:
+      return {"", 1};
+  }
+}
+
+Cell text(Kind kind, const std::optional<double>& value) {
+  if (!value) return {};
+  switch (kind) {
+    case Kind::Charge:
+      return figure(*value) + " %";
+    case Kind::Held:
+    case Kind::Cpu:
+      return *value > 0 && *value < 1 ? figure(*value) + " s" : duration(std::llround(*value));
+    case Kind::Bytes:
+      return byteCount(*value);
+    default:
+      return figure(*value);
+  }
+}
+
+// How much a figure changed from the first log to the last, in units of its kind.
+double weightOf(const ComparedFigure& compared) {
+  const auto& before = compared.values.front();
+  const auto& now = compared.values.back();
+  return before && now ? std::fabs(*now - *before) / traitsOf(compared.kind).unit : 0;
+}
+
+// In percent. What was not there before has no percentage.
+Cell changeOf(const ComparedFigure& compared) {
+  const auto& before = compared.values.front();
+  const auto& now = compared.values.back();
+  if (!before || !now || *before <= 0) return {};
+  return 100 * (*now / *before - 1);
+}
+
+}  // namespace
+
+PageComparison pageComparison(const std::vector<ComparedLog>& logs) {
+  PageComparison page;
+  page.differences = {"What changed, per hour",
+                      {{"Figure", PageTable::Kind::Text}, {"Of", PageTable::Kind::Text}},
+                      {}};
+  for (const ComparedLog& log : logs) {
+    const std::string name =
+        log.name == "-" ? "standard input" : log.name.substr(log.name.rfind('/') + 1);
+    page.title += (page.title.empty() ? "" : " and ") + name;
+    page.differences.columns.push_back({name, PageTable::Kind::Text});
+  }
+  page.differences.columns.push_back({"Change", PageTable::Kind::Percent});
+  std::vector<ComparedFigure> figures = compare(logs);
+  std::ranges::stable_sort(figures, std::greater(), weightOf);
+  for (const ComparedFigure& compared : figures) {
+    auto& row = page.differences.rows.emplace_back();
+    row.emplace_back(traitsOf(compared.kind).title);
+    row.emplace_back(compared.name);
+    for (const auto& value : compared.values) row.push_back(text(compared.kind, value));
+    row.push_back(changeOf(compared));
+  }
+  return page;
+}
+
+}  // namespace zorva
