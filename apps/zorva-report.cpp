@@ -270,7 +270,8 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   OutputFile output = OutputFile::standardOutput();
   bool written = true;
   // What can be read only once is summed up meanwhile, and its report comes last.
-  const bool once = std::ranges::any_of(inputs, [](const LogInput& input) { return !input.size(); });
+  const bool once =
+      std::ranges::any_of(inputs, [](const LogInput& input) { return !input.size(); });
   LogSummarizer summarizer(request.window);
   if (!once) {
     const std::string problem = reportLine(request, output.pending());

@@ -116,9 +116,8 @@ class Writer {
     number("percent", percent);
     const auto wh = wattHours(percent);
     number("wh", wh);
-    number("watts", wh && seconds > 0
-                        ? std::optional(*wh * 3600 / static_cast<double>(seconds))
-                        : std::nullopt);
+    number("watts", wh && seconds > 0 ? std::optional(*wh * 3600 / static_cast<double>(seconds))
+                                      : std::nullopt);
   }
 
   void findings() {
@@ -189,9 +188,8 @@ class Writer {
       time("from", sleep.begin);
       number("seconds", static_cast<double>(sleep.end - sleep.begin));
       if (used.seconds * 10 >= (sleep.end - sleep.begin) * 9) energy(used.percent, used.seconds);
-      number("hardware_seconds", sleep.hardware
-                                     ? std::optional(static_cast<double>(*sleep.hardware))
-                                     : std::nullopt);
+      number("hardware_seconds",
+             sleep.hardware ? std::optional(static_cast<double>(*sleep.hardware)) : std::nullopt);
       text("ended_by", sleep.reason);
       text("for", sleep.owner);
       json_.close('}');

@@ -86,10 +86,9 @@ void battery(Families& to, const LogSummary& summary, const Answer& answer) {
               *summary.lastLevel / 100);
   }
   if (!summary.firstLevel) return;
-  const std::pair<std::string_view, Account::Charge> uses[] = {
-      {"asleep", answer.account.asleep()},
-      {"awake", answer.account.awake()},
-      {"mixed", answer.account.mixed()}};
+  const std::pair<std::string_view, Account::Charge> uses[] = {{"asleep", answer.account.asleep()},
+                                                               {"awake", answer.account.awake()},
+                                                               {"mixed", answer.account.mixed()}};
   to.begin("battery_used_ratio",
            "The charge used without a charger, of a full battery, by what the device did between "
            "two readings.");
