@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <utility>
 
+#include "platform/base/Text.h"
 #include "report/text/TextPage.h"
 
 namespace zorva {
@@ -56,12 +59,16 @@ double weightOf(const ComparedFigure& compared) {
   return before && now ? std::fabs(*now - *before) / traitsOf(compared.kind).unit : 0;
 }
 
-// In percent. What was not there before has no percentage.
 Cell changeOf(const ComparedFigure& compared) {
   const auto& before = compared.values.front();
   const auto& now = compared.values.back();
-  if (!before || !now || *before <= 0) return {};
-  return 100 * (*now / *before - 1);
+  if (!before || !now) return {};
+  if (*before <= 0 || *now <= 0)
+    return std::string(*now > *before ? "new" : *now < *before ? "gone" : "same");
+  const double ratio = *now / *before;
+  if (ratio >= 10) return grouped(static_cast<std::uint64_t>(std::llround(ratio))) + " times";
+  return ratio > 1.005 || ratio < 0.995 ? formatText("%+.0f %%", 100 * (ratio - 1))
+                                        : std::string("same");
 }
 
 }  // namespace
@@ -77,9 +84,11 @@ PageComparison pageComparison(const std::vector<ComparedLog>& logs) {
     page.title += (page.title.empty() ? "" : " and ") + name;
     page.differences.columns.push_back({name, PageTable::Kind::Text});
   }
-  page.differences.columns.push_back({"Change", PageTable::Kind::Percent});
+  page.differences.columns.push_back({"Change", PageTable::Kind::Text});
   std::vector<ComparedFigure> figures = compare(logs);
-  std::ranges::stable_sort(figures, std::greater(), weightOf);
+  std::ranges::stable_sort(figures, std::greater(), [](const ComparedFigure& compared) {
+    return std::pair(compared.kind == Kind::Charge, weightOf(compared));
+  });
   for (const ComparedFigure& compared : figures) {
     auto& row = page.differences.rows.emplace_back();
     row.emplace_back(traitsOf(compared.kind).title);

@@ -9,7 +9,7 @@
 namespace zorva {
 
 /// What differs between logs, by the hour, as a page shows it above them. The change is that from
-/// the first log to the last. What changed most comes first.
+/// the first log to the last. The charge comes first, then what changed most.
 PageComparison pageComparison(const std::vector<ComparedLog>& logs);
 
 }  // namespace zorva

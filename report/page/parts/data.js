@@ -89,6 +89,9 @@ function readTimeline(log) {
     const [at, length, received, sent] = stored.traffic.slice(i, i + 4);
     data.traffic.push({begin: begin + at, end: begin + at + length, received, sent});
   }
+  const spans = Object.values(data.lanes).flat();
+  data.first = spans.reduce((first, span) => Math.min(first, span.begin), begin);
+  data.last = spans.reduce((last, span) => Math.max(last, span.end), data.end);
   return data;
 }
 

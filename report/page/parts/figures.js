@@ -57,6 +57,13 @@ class Figures {
     }
   }
 
+  // What is in view. States may begin before the first entry that the page shows, and end after the
+  // last one.
+  range({from, to, begin, end}) {
+    const {first, last} = this.data;
+    return [from === begin ? Math.min(from, first) : Math.round(from), to === end ? Math.max(to, last) : Math.round(to)];
+  }
+
   asleepUntil(time) {
     const {asleep} = this.data.lanes;
     const index = lastBefore(asleep, time);
@@ -98,8 +105,8 @@ class Figures {
 
   // Calculates the named table's rows: values by the names of their columns. A row may have places
   // of the log to which it leads.
-  rows(name, from, to) {
-    return this[`rowsOf${name[0].toUpperCase()}${name.slice(1)}`](from, to);
+  rows(name, from, to, words) {
+    return this[`rowsOf${name[0].toUpperCase()}${name.slice(1)}`](from, to, words);
   }
 
   rowsOfWakeReasons(from, to) {
@@ -227,6 +234,8 @@ class Figures {
         places: [span],
       });
     }
+    // The longest first, if they are too many to read.
+    if (rows.length > kFewRows) rows.sort((one, other) => other.Length - one.Length);
     return {estimated, rows};
   }
 

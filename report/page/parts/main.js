@@ -67,10 +67,13 @@ function makeInView(place, summary, view, clock, processes, figures, onPlace) {
     const account = {title: 'What used the battery', inView: 'account', left: 0, rows: [], columns: columns.map(([name, kind]) => ({name, kind}))};
     tables.push(new Tables(find('account'), [account], view, processes, figures, onPlace));
   }
-  let isWhole = true, waiting = 0;
+  let shown = '', waiting = 0;
   const show = () => {
-    isWhole = view.isWhole;
-    const facts = isWhole ? summary.facts : figures.facts(Math.round(view.from), Math.round(view.to));
+    const wanted = `${view.from} ${view.to} ${view.words}`;
+    if (wanted === shown) return;
+    shown = wanted;
+    const {isWhole} = view;
+    const facts = isWhole ? summary.facts : figures.facts(...figures.range(view));
     find('view-heading').textContent = isWhole ? 'Whole log' : `In view: ${rangeText(view, clock)}`;
     find('facts').replaceChildren(...facts.map((fact) => element('li', '', fact)));
     tables.forEach((one) => one.calculateAll());

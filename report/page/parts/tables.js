@@ -1,6 +1,7 @@
 // Tables that can be sorted by any column and filtered by the chosen process. They show what is in
 // view: those with a calculation in figures.js are calculated again when the view has come to rest.
 
+const kFewRows = 12;  // that a table shows at first
 const kMaxCellLength = 200;  // characters; the log's lines show the whole text
 
 class Tables {
@@ -36,12 +37,12 @@ class Tables {
 
   // Only the whole log has rows that were made with the page: they are exact.
   calculate(table) {
-    const {from, to, isWhole, words} = this.view;
+    const {isWhole, words} = this.view;
     const isMade = table.whole.length > 0 && (isWhole || !table.inView);
     table.rows = table.whole;
     table.estimated = false;
     if (!isMade && table.inView) {
-      const {rows, estimated, footer = []} = this.figures.rows(table.inView, Math.round(from), Math.round(to), words);
+      const {rows, estimated, footer = []} = this.figures.rows(table.inView, ...this.figures.range(this.view), words);
       const inOrder = (row) => Object.assign(table.columns.map(({name}) => row[name] ?? null), {places: row.places, className: row.className});
       Object.assign(table, {rows: rows.map(inOrder), footer: footer.map(inOrder), estimated});
     }
@@ -101,7 +102,7 @@ class Tables {
   }
 
   fill(table) {
-    const few = 12, most = 500;
+    const few = kFewRows, most = 500;
     this.showHead(table);
     const rows = this.rowsOf(table);
     // Magnitudes are shown for the first column of numbers.
@@ -149,7 +150,6 @@ class Tables {
     button.addEventListener('click', () => {
       const {begin, first} = places[next];
       next = (next + 1) % places.length;
-      this.view.go(begin);
       this.onPlace(first, begin);
     });
     return button;
