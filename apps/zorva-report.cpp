@@ -38,8 +38,8 @@ constexpr std::size_t kNarrowest = 60;
 constexpr std::size_t kWidest = 100;
 
 TextStyle styleOfOutput() {
-  TextStyle style{kWidest, false};
-  if (::isatty(STDOUT_FILENO) == 0) return style;
+  TextStyle style{kWidest, false, ::isatty(STDOUT_FILENO) == 0};
+  if (style.whole) return style;
   winsize size{};
   if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
     style.width = std::clamp<std::size_t>(size.ws_col, kNarrowest, kWidest);

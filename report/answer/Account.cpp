@@ -24,11 +24,13 @@ constexpr std::size_t kIntervalsPerColumn = 3;
 constexpr double kJoules = 2;
 // Readings are taken to be at least so much of what they may be off.
 constexpr double kLeastMisfit = 0.25;
+// By what share what a few minutes used may differ from what is learned.
+constexpr double kFewMinutes = 0.25;
 // Two standard errors: 95 of 100 are nearer.
 constexpr double kErrors = 2;
 // What may be off by more than this share and by more than kTiny percent is not told apart from
 // others, or if there is none with which it comes together, marked as uncertain.
-constexpr double kTooUncertain = 0.4;
+constexpr double kTooUncertain = 0.3;
 constexpr double kUncertain = 0.1;
 constexpr double kTiny = 0.5;
 
@@ -163,6 +165,57 @@ void Account::learn() {
   keepApart();
 }
 
+double Account::groupCovariance(const std::vector<double>& sums, std::size_t one,
+                                std::size_t other) const {
+  double sum = 0;
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    for (std::size_t k = 0; k < kColumns; ++k) {
+      if (group_[i] != one || group_[k] != other) continue;
+      sum += fit_.covarianceOf(i, k) * sums[i] * sums[k];
+    }
+  }
+  return sum;
+}
+
+double Account::groupPercent(const std::vector<double>& sums, std::size_t group) const {
+  double percent = 0;
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    if (group_[i] == group) percent += fit_.coefficients[i] * sums[i];
+  }
+  return percent;
+}
+
+// Joins the least certain group with the one that it is hardest to tell from. False if all are
+// certain enough.
+bool Account::joinTwo(const std::vector<double>& sums) {
+  std::size_t worst = kColumns;
+  double most = 2 * kTiny;
+  for (std::size_t g = kAwake; g < kColumns; ++g) {
+    if (!learned_[g] || group_[g] != g) continue;
+    const double error = kErrors * std::sqrt(std::max(0.0, groupCovariance(sums, g, g)));
+    if (error <= most || error <= kTooUncertain * groupPercent(sums, g)) continue;
+    most = error;
+    worst = g;
+  }
+  std::size_t partner = kColumns;
+  double strongest = 0;
+  for (std::size_t g = kAwake; worst < kColumns && g < kColumns; ++g) {
+    if (!learned_[g] || group_[g] != g || g == worst) continue;
+    const double common =
+        groupCovariance(sums, worst, g) / std::sqrt(std::max(1e-12, groupCovariance(sums, g, g)));
+    if (common < strongest) {
+      strongest = common;
+      partner = g;
+    }
+  }
+  if (partner == kColumns) return false;
+  const std::size_t first = std::min(worst, partner);
+  for (std::size_t& of : group_) {
+    if (of == worst || of == partner) of = first;
+  }
+  return true;
+}
+
 // Columns of which only the sum is known become one group.
 void Account::keepApart() {
   std::vector<double> sums(kColumns);
@@ -170,47 +223,14 @@ void Account::keepApart() {
     const std::vector<double> values = valuesOf(*interval);
     for (std::size_t i = 0; i < kColumns; ++i) sums[i] += values[i];
   }
-  const auto covariance = [&](std::size_t one, std::size_t other) {
-    double sum = 0;
-    for (std::size_t i = 0; i < kColumns; ++i) {
-      for (std::size_t k = 0; k < kColumns; ++k) {
-        if (group_[i] != one || group_[k] != other) continue;
-        sum += fit_.covarianceOf(i, k) * sums[i] * sums[k];
-      }
-    }
-    return sum;
-  };
-  for (std::size_t round = 0; round < kColumns; ++round) {
-    std::size_t worst = kColumns;
-    double most = 0;
-    for (std::size_t g = kAwake; g < kColumns; ++g) {
-      if (!learned_[g] || group_[g] != g) continue;
-      double percent = 0;
-      for (std::size_t i = 0; i < kColumns; ++i) {
-        if (group_[i] == g) percent += fit_.coefficients[i] * sums[i];
-      }
-      const double error = kErrors * std::sqrt(std::max(0.0, covariance(g, g)));
-      if (error > most && error > kTooUncertain * percent && error > 2 * kTiny) {
-        most = error;
-        worst = g;
-      }
-    }
-    if (worst == kColumns) return;
-    std::size_t partner = kColumns;
-    double strongest = 0;
-    for (std::size_t g = kAwake; g < kColumns; ++g) {
-      if (!learned_[g] || group_[g] != g || g == worst) continue;
-      const double common = covariance(worst, g) / std::sqrt(std::max(1e-12, covariance(g, g)));
-      if (common < strongest) {
-        strongest = common;
-        partner = g;
-      }
-    }
-    if (partner == kColumns) return;
-    const std::size_t first = std::min(worst, partner);
-    for (std::size_t& of : group_) {
-      if (of == worst || of == partner) of = first;
-    }
+  while (joinTwo(sums)) {
+  }
+  groupErrors_.assign(kColumns, 0);
+  for (std::size_t g = 0; g < kColumns; ++g) {
+    const double percent = groupPercent(sums, g);
+    if (percent <= 0) continue;
+    const double error = kErrors * std::sqrt(std::max(0.0, groupCovariance(sums, g, g)));
+    groupErrors_[g] = std::hypot(error / percent, scatter_);
   }
 }
 
@@ -279,7 +299,10 @@ void Account::makeLines() {
     for (std::size_t i = kAwake; known_ && i < kColumns; ++i) {
       if (!learned_[i] || values[i] <= 0) continue;
       const double percent = fit_.coefficients[i] * values[i];
-      const double error = kErrors * std::sqrt(std::max(0.0, fit_.covarianceOf(i, i))) * values[i];
+      // By the readings, and because no two intervals use quite the same for the same.
+      const double error =
+          std::hypot(kErrors * std::sqrt(std::max(0.0, fit_.covarianceOf(i, i))) * values[i],
+                     scatter_ * percent);
       const LogTime seconds = i == kDisplay ? interval->lit
                               : i == kWifi || i == kModem
                                   ? 0
@@ -316,7 +339,8 @@ void Account::addSleep(const PowerInterval& interval, Line& line, double& readin
   double error = 0;
   if (interval.asleep * 2 >= interval.seconds()) {
     percent = std::clamp(interval.used - others, 0.0, std::max(0.0, interval.used));
-    error = kErrors * scatter_ * others;
+    // The minutes before and after a sleep are few, and may be unlike the others.
+    error = std::max(kErrors * scatter_, kFewMinutes) * others;
     readings += reading_ * reading_;
   } else {
     const auto seconds = static_cast<double>(interval.asleep);

@@ -112,6 +112,9 @@ class Account {
 
   void learn();
   void learnProcessors();
+  double groupCovariance(const std::vector<double>& sums, std::size_t one, std::size_t other) const;
+  double groupPercent(const std::vector<double>& sums, std::size_t group) const;
+  bool joinTwo(const std::vector<double>& sums);
   void keepApart();
   void makeLines();
   void addProcesses(const PowerInterval& interval, double percent, double error, Line& line);
@@ -131,6 +134,7 @@ class Account {
   std::optional<double> percentPerJoule_;
   // The group of columns that each column is told apart from; itself if from all.
   std::vector<std::size_t> group_;
+  std::vector<double> groupErrors_;  // as shares of what the groups used
   std::vector<Name> names_;
   std::vector<Line> lines_;
   Charge asleep_, awake_, mixed_;

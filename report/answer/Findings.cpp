@@ -118,7 +118,15 @@ std::optional<Finding> neverSlept(const LogSummary& summary, const Answer& answe
   Dark longest;
   for (const Dark& dark : darkTimes(summary)) {
     if (dark.dark < kLongAwake) continue;
-    whole.used += dark.used - usuallyAsleep(answer) * static_cast<double>(dark.dark) / kHour;
+    // What other causes used meanwhile is not for being awake.
+    double others = 0;
+    for (const AccountPart& part : answer.account.over(dark.begin, dark.end).parts) {
+      const bool own = part.cause == Cause::Modem || part.cause == Cause::Call ||
+                       part.cause == Cause::Wifi || part.cause == Cause::Audio;
+      if (own) others += part.percent;
+    }
+    whole.used +=
+        dark.used - others - usuallyAsleep(answer) * static_cast<double>(dark.dark) / kHour;
     whole.dark += dark.dark;
     if (dark.dark > longest.dark) longest = dark;
   }

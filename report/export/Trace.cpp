@@ -25,8 +25,9 @@ constexpr int kErrors = (static_cast<int>(kLanes) + 1) * kRows;
 constexpr int kEvents = kErrors + 1;
 
 constexpr std::string_view kLaneNames[kLanes] = {
-    "Asleep", "Display",     "Assertion", "Call",     "Data",     "Wi-Fi",     "Bluetooth",
-    "Audio",  "Application", "Thermal",   "Charging", "Location", "Registered"};
+    "Asleep",   "Display",   "Assertion",  "Call",         "Data",
+    "Wi-Fi",    "Bluetooth", "Audio",      "Application",  "Thermal",
+    "Charging", "Location",  "Registered", "Weak charger", "Not charged"};
 
 struct CurveName {
   std::string_view name;

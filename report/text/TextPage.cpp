@@ -101,7 +101,7 @@ void TextPage::table(const std::vector<Column>& columns, const std::vector<Row>&
   std::size_t whole = kMargin + kGap.size() * (columns.size() - 1);
   for (const std::size_t width : widths) whole += width;
   // Shortens the widest flexible column until the line fits.
-  while (whole > style_.width) {
+  while (!style_.whole && whole > style_.width) {
     std::size_t widest = columns.size();
     for (std::size_t i = 0; i < columns.size(); ++i) {
       if (columns[i].flexible && widths[i] > 8 &&

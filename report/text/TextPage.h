@@ -13,6 +13,7 @@ namespace zorva {
 struct TextStyle {
   std::size_t width = 80;  ///< characters of a line
   bool colour = false;
+  bool whole = false;  ///< names in tables are never cut: for files and other programs
 };
 
 /// A page of sentences and tables. Text from a log is made safe for terminals.

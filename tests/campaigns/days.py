@@ -373,6 +373,9 @@ def causes_of(part, truth, units):
         return ['modem' if part['what'] == 'call' else part['what']]
     causes = []
     for name in part['name'].split(', '):
+        if name == 'processes':  # all of them
+            causes += [cause for cause in truth if cause.startswith('process ')]
+            continue
         name = units.get(name, name)
         cause = 'modem' if name == 'call' else name if name in CAUSES else f'process {name}'
         if cause not in causes:
