@@ -255,7 +255,7 @@ class PageTest(unittest.TestCase):
         self.open(NIGHT, '--compare', LAPTOP)
         self.assertEqual(self.one('h1').text, 'night.log and laptop.log')
         self.assertEqual(self.texts('.log-heading h2'), ['night.log', 'laptop.log'])
-        self.assertIn(['CPU time', 'indexer', '0 s', '2 min 29 s', 'new'], self.tables()['What changed, per hour'])
+        self.assertIn(['Used by', 'indexer', '0.00 %', '0.46 %', 'new'], self.tables()['What changed, per hour'])
         ids = self.browser.execute_script('return [...document.querySelectorAll("[id]")].map(({id}) => id)')
         self.assertEqual(len(ids), len(set(ids)))
         first = self.one('#shown').text

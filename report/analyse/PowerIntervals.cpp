@@ -184,12 +184,12 @@ void PowerIntervals::close() {
   std::size_t firstCpu = 0;
   for (auto& stretches : stretches_) std::ranges::sort(stretches, {}, &Stretch::begin);
   for (std::size_t i = 1; i < levels_.size(); ++i) {
-    const auto& [begin, before] = levels_[i - 1];
-    const auto& [end, now] = levels_[i];
+    const LogTime begin = levels_[i - 1].first;
+    const LogTime end = levels_[i].first;
     PowerInterval interval;
     interval.begin = begin;
     interval.end = end;
-    interval.used = before - now;
+    interval.used = levels_[i - 1].second - levels_[i].second;
     const auto add = [&](Lane lane, LogTime& seconds, double* weighted) {
       const auto& stretches = stretches_[static_cast<std::size_t>(lane)];
       std::size_t& at = first[static_cast<std::size_t>(lane)];

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
-#include <ranges>
 #include <string_view>
 
 namespace zorva {
@@ -143,7 +142,7 @@ void Account::learn() {
   // How well the intervals agree tells how good the readings are, down to a limit.
   const double least = std::max(1.0, kLeastMisfit / std::max(part.misfit, 1e-6));
   fit_.coefficients.assign(kColumns, 0);
-  fit_.covariance.assign(kColumns * kColumns, 0);
+  fit_.covariance.assign(std::size_t{kColumns} * kColumns, 0);
   for (std::size_t i = 0; i < columns.size(); ++i) {
     fit_.coefficients[columns[i]] = part.coefficients[i];
     for (std::size_t k = 0; k < columns.size(); ++k) {
@@ -273,9 +272,11 @@ void Account::makeLines() {
         (text.empty() ? "" : ", ") + std::string(causeWord(kCauses[i])) + (i == kCpu ? "es" : "");
   }
   const auto alone = [&](std::size_t column) {
-    return std::ranges::count_if(
-               std::views::iota(std::size_t{0}, std::size_t{kColumns}),
-               [&](std::size_t i) { return learned_[i] && group_[i] == group_[column]; }) == 1;
+    std::size_t members = 0;
+    for (std::size_t i = 0; i < kColumns; ++i) {
+      members += learned_[i] && group_[i] == group_[column] ? 1 : 0;
+    }
+    return members == 1;
   };
   double readings = 0;
   for (const PowerInterval* interval : onBattery_) {

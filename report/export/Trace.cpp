@@ -126,7 +126,7 @@ int Trace::thread(int process, std::string_view name, int order) {
 void Trace::slice(int process, int thread, std::string_view name, LogTime from, LogTime to) {
   begin("X", name, from);
   to_ += formatText(",\"dur\":%lld,\"pid\":%d,\"tid\":%d",
-                    static_cast<long long>((to - from) * kMicroseconds), process, thread);
+                    static_cast<long long>(to - from) * kMicroseconds, process, thread);
   argument("time", isoTime(from));
 }
 

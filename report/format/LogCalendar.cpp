@@ -42,14 +42,14 @@ std::optional<std::int64_t> dayOfUmmAlQura(int year, int month, int day) {
   std::int64_t days = kFirstDay;
   for (int i = 0; i < index; ++i) days += kMonths * kShortMonth + std::popcount(kLongMonths[i]);
   const unsigned before = kLongMonths[index] & ((1U << (month - 1)) - 1);
-  return days + (month - 1) * kShortMonth + std::popcount(before) + day - 1;
+  return days + std::int64_t{month - 1} * kShortMonth + std::popcount(before) + day - 1;
 }
 
 // Eight leap years in 33 years; six months of 31 days and then months of 30.
 std::int64_t dayOfPersian(int year, int month, int day) {
   constexpr std::int64_t kBefore1970 = 492268;
   const std::int64_t newYear = 365LL * (year - 1) + (8LL * year + 21) / 33 - kBefore1970;
-  return newYear + 30 * (month - 1) + std::min(month - 1, 6) + day - 1;
+  return newYear + std::int64_t{30} * (month - 1) + std::min(month - 1, 6) + day - 1;
 }
 
 std::int64_t dayOfGregorian(int year, int month, int day) {

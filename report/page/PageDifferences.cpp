@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <tuple>
 #include <utility>
 
 #include "platform/base/Text.h"
@@ -24,6 +25,10 @@ KindTraits traitsOf(Kind kind) {
   switch (kind) {
     case Kind::Charge:
       return {"Charge used", 0.2};
+    case Kind::Share:
+      return {"Time", 5};
+    case Kind::Cause:
+      return {"Used by", 0.2};
     case Kind::Wakes:
       return {"Wakes", 0.2};
     case Kind::Held:
@@ -41,6 +46,8 @@ Cell text(Kind kind, const std::optional<double>& value) {
   if (!value) return {};
   switch (kind) {
     case Kind::Charge:
+    case Kind::Share:
+    case Kind::Cause:
       return figure(*value) + " %";
     case Kind::Held:
     case Kind::Cpu:
@@ -83,11 +90,15 @@ PageComparison pageComparison(const std::vector<ComparedLog>& logs) {
         log.name == "-" ? "standard input" : log.name.substr(log.name.rfind('/') + 1);
     page.title += (page.title.empty() ? "" : " and ") + name;
     page.differences.columns.push_back({name, PageTable::Kind::Text});
+    if (!log.answer.verdict.empty()) {
+      page.verdict.push_back(name + ": " + log.answer.verdict.front());
+    }
   }
   page.differences.columns.push_back({"Change", PageTable::Kind::Text});
   std::vector<ComparedFigure> figures = compare(logs);
   std::ranges::stable_sort(figures, std::greater(), [](const ComparedFigure& compared) {
-    return std::pair(compared.kind == Kind::Charge, weightOf(compared));
+    const bool first = compared.kind == Kind::Charge || compared.kind == Kind::Share;
+    return std::tuple(first, compared.kind == Kind::Cause, weightOf(compared));
   });
   for (const ComparedFigure& compared : figures) {
     auto& row = page.differences.rows.emplace_back();
