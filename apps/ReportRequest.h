@@ -15,9 +15,12 @@ struct ReportRequest {
   bool json = false;
   bool follow = false;
   bool compare = false;
+  bool why = false;  ///< with what each finding is concluded from
   LogWindow window;
-  std::optional<std::string> output;  ///< the file of the page
-  bool force = false;                 ///< replace that file if it exists
+  std::optional<std::string> output;   ///< the file of the page
+  std::optional<std::string> trace;    ///< the file of the trace; "-" is standard output
+  std::optional<std::string> metrics;  ///< the file of the metrics; "-" is standard output
+  bool force = false;                  ///< replace that file if it exists
   std::vector<std::string> logs;
 };
 

@@ -18,7 +18,7 @@ namespace {
 constexpr const char* kProgram = "zorva-redact";
 
 constexpr const char* kHelp =
-    "Usage: zorva-redact [LOG...] [-o FILE [--force]]\n"
+    "Usage: zorva-redact [LOG...] [--keep-programs] [-o FILE [--force]]\n"
     "Rewrites logs so that they can be shared: names, addresses and contents become tokens\n"
     "such as ap-1 or process-3, and equal values become equal tokens. Lines, fields and\n"
     "figures are kept. Several logs are rewritten one after the other, with the same tokens.\n"
@@ -26,6 +26,12 @@ constexpr const char* kHelp =
     "\n"
     "  -o, --output FILE  write to FILE instead of standard output; it appears when complete\n"
     "      --force        replace FILE if it exists\n"
+    "      --keep-programs\n"
+    "                     keep the names of processes, applications and units, so that the log\n"
+    "                     still shows what used the battery; all other names still become\n"
+    "                     tokens: what an assertion is for, folders, the instances of units\n"
+    "                     (\"wg-quick@instance-1.service\"), mounts and devices, accounts, "
+    "networks\n"
     "  -h, --help         print this text and exit\n"
     "      --version      print the version and exit\n"
     "\n"
@@ -39,15 +45,19 @@ constexpr std::size_t kMaxDamagedShown = 10;
 
 struct Request {
   bool force = false;
+  bool keepPrograms = false;
   std::vector<std::string> logs;
   std::optional<std::string> output;
 };
 
 // Reads the arguments; the end of the program when there is nothing to rewrite.
 std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Request& request) {
-  if (auto end = readCommandLine(
-          {kProgram, kHelp, {outputOption(request.output), commandSwitch("force", request.force)}},
-          arguments, request.logs)) {
+  if (auto end =
+          readCommandLine({kProgram,
+                           kHelp,
+                           {outputOption(request.output), commandSwitch("force", request.force),
+                            commandSwitch("keep-programs", request.keepPrograms)}},
+                          arguments, request.logs)) {
     return end;
   }
   if (request.force && !request.output) return badUsage(kProgram, "--force needs -o.");
@@ -64,9 +74,9 @@ void reportDamaged(const LogCounts& counts, const std::vector<std::string>& plac
   complain(kProgram, text, 0);
 }
 
-int redact(std::vector<LogInput>& inputs, OutputFile& output) {
+int redact(const Request& request, std::vector<LogInput>& inputs, OutputFile& output) {
   LogReader reader;
-  Redaction redaction;
+  Redaction redaction(request.keepPrograms ? Redaction::Keep::Programs : Redaction::Keep::Nothing);
   std::vector<std::string> damaged;
   {
     Progress progress(kProgram, inputs);
@@ -84,6 +94,7 @@ int redact(std::vector<LogInput>& inputs, OutputFile& output) {
       if (!problem.empty()) return complain(kProgram, problem, kFailed);
     }
   }
+  redaction.finish(output.pending());
   if (!output.finish()) return complain(kProgram, output.problem(), kFailed);
   reportDamaged(reader.counts(), damaged);
   return 0;
@@ -106,7 +117,7 @@ int run(const std::vector<std::string>& arguments) {
   auto output = request.output ? OutputFile::make(*request.output, request.force, problem)
                                : OutputFile::standardOutput();
   if (!output) return complain(kProgram, problem, kFailed);
-  return redact(inputs, *output);
+  return redact(request, inputs, *output);
 }
 
 }  // namespace

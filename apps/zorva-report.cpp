@@ -17,8 +17,13 @@
 #include "apps/ReadLog.h"
 #include "apps/ReportRequest.h"
 #include "platform/base/Text.h"
+#include "report/export/AnswerJson.h"
 #include "report/export/LogJson.h"
+#include "report/export/Metrics.h"
+#include "report/export/Trace.h"
+#include "report/page/PageDifferences.h"
 #include "report/page/PageSummary.h"
+#include "report/page/PageWriter.h"
 #include "report/read/LogInput.h"
 #include "report/read/LogReader.h"
 #include "report/text/Comparison.h"
@@ -33,8 +38,8 @@ constexpr std::size_t kNarrowest = 60;
 constexpr std::size_t kWidest = 100;
 
 TextStyle styleOfOutput() {
-  TextStyle style{kWidest, false};
-  if (::isatty(STDOUT_FILENO) == 0) return style;
+  TextStyle style{kWidest, false, ::isatty(STDOUT_FILENO) == 0};
+  if (style.whole) return style;
   winsize size{};
   if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
     style.width = std::clamp<std::size_t>(size.ws_col, kNarrowest, kWidest);
@@ -99,24 +104,60 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   }
   reading.counts = reader.counts();
   OutputFile output = OutputFile::standardOutput();
-  output.pending() = summaryText(summarizer.finish(), reading, styleOfOutput());
+  const LogSummary summary = summarizer.finish();
+  output.pending() = summaryText(summary, Answer(summary), reading, styleOfOutput(), request.why);
+  return finish(output);
+}
+
+// The file at this path; "-" is standard output, but not for a page. If it cannot be written:
+// nothing, and `problem` says why.
+std::optional<OutputFile> openOutput(const std::string& path, const ReportRequest& request,
+                                     const std::vector<LogInput>& inputs, std::string& problem) {
+  if (path == "-" && !request.output) return OutputFile::standardOutput();
+  for (const LogInput& input : inputs) {
+    if (!input.isFileAt(path)) continue;
+    problem = input.name() + ": would be replaced by the output; choose another name for that";
+    return std::nullopt;
+  }
+  return OutputFile::make(path, request.force, problem);
+}
+
+int writeComparisonPage(const ReportRequest& request, std::vector<LogInput>& inputs,
+                        PageWriter& page, OutputFile& output) {
+  std::vector<ComparedLog> compared;
+  {
+    Progress progress(kReportProgram, inputs);
+    std::uint64_t before = 0;
+    for (LogInput& input : inputs) {
+      LogReader reader;
+      LogSummarizer summarizer(request.window);
+      bool written = true;
+      const std::string problem =
+          readLog(reader, input, progress, before, [&](const LogRecord& record, const auto&) {
+            summarizer.add(record);
+            page.add(record);
+            return written = output.flushIfMuch();
+          });
+      if (!written) return complain(kReportProgram, output.problem(), kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+      before += reader.counts().bytes;
+      const ComparedLog& log = compared.emplace_back(input.name(), summarizer.finish());
+      page.finishLog(pageSummary(log.summary, log.answer, {{input.name()}, reader.counts(), {}}));
+    }
+  }
+  page.finishComparison(pageComparison(compared));
   return finish(output);
 }
 
 int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
-  for (const LogInput& input : inputs) {
-    if (!input.isFileAt(*request.output)) continue;
-    return complain(kReportProgram,
-                    input.name() + ": would be replaced by the page; choose another name for -o",
-                    kFailed);
-  }
   std::string problem;
-  auto output = OutputFile::make(*request.output, request.force, problem);
+  auto output = openOutput(*request.output, request, inputs, problem);
   if (!output) return complain(kReportProgram, problem, kFailed);
+  PageWriter page(output->pending(), request.window);
+  if (request.compare) return writeComparisonPage(request, inputs, page, *output);
   LogReader reader;
   LogSummarizer summarizer(request.window);
   LogReading reading{request.logs, {}, {}};
-  PageWriter page(output->pending(), request.window);
   {
     Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
@@ -131,7 +172,51 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
     }
   }
   reading.counts = reader.counts();
-  page.finish(pageSummary(summarizer.finish(), reading));
+  const LogSummary summary = summarizer.finish();
+  page.finish(pageSummary(summary, Answer(summary), reading));
+  return finish(*output);
+}
+
+int writeTrace(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  std::string problem;
+  auto output = openOutput(*request.trace, request, inputs, problem);
+  if (!output) return complain(kReportProgram, problem, kFailed);
+  LogReader reader;
+  Trace trace(output->pending(), request.window);
+  {
+    Progress progress(kReportProgram, inputs);
+    for (LogInput& input : inputs) {
+      bool written = true;
+      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+        trace.add(record);
+        return written = output->flushIfMuch();
+      });
+      if (!written) return complain(kReportProgram, output->problem(), kFailed);
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+    }
+  }
+  trace.finish();
+  return finish(*output);
+}
+
+int writeMetrics(const ReportRequest& request, std::vector<LogInput>& inputs) {
+  std::string problem;
+  auto output = openOutput(*request.metrics, request, inputs, problem);
+  if (!output) return complain(kReportProgram, problem, kFailed);
+  LogReader reader;
+  LogSummarizer summarizer(request.window);
+  {
+    Progress progress(kReportProgram, inputs);
+    for (LogInput& input : inputs) {
+      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+        summarizer.add(record);
+        return true;
+      });
+      if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+    }
+  }
+  const LogSummary summary = summarizer.finish();
+  output->pending() = metricsText(summary, Answer(summary));
   return finish(*output);
 }
 
@@ -150,12 +235,32 @@ int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs)
           });
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
       before += reader.counts().bytes;
-      compared.push_back({input.name(), summarizer.finish()});
+      compared.emplace_back(input.name(), summarizer.finish());
     }
   }
   OutputFile output = OutputFile::standardOutput();
   output.pending() = comparisonText(compared, styleOfOutput());
   return finish(output);
+}
+
+// The report as one line, from a first reading of the logs.
+std::string reportLine(const ReportRequest& request, std::string& line) {
+  std::vector<LogInput> inputs;
+  std::string problem = openLogs(request.logs, inputs);
+  LogReader reader;
+  LogSummarizer summarizer(request.window);
+  {
+    Progress progress(kReportProgram, inputs);
+    for (std::size_t i = 0; problem.empty() && i < inputs.size(); ++i) {
+      problem = readLog(reader, inputs[i], progress, 0, [&](const LogRecord& record, const auto&) {
+        summarizer.add(record);
+        return true;
+      });
+    }
+  }
+  const LogSummary summary = summarizer.finish();
+  appendReportJson(summary, Answer(summary), line);
+  return problem;
 }
 
 int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
@@ -164,15 +269,28 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   WindowFilter filter(request.window);
   OutputFile output = OutputFile::standardOutput();
   bool written = true;
+  // What can be read only once is summed up meanwhile, and its report comes last.
+  const bool once =
+      std::ranges::any_of(inputs, [](const LogInput& input) { return !input.size(); });
+  LogSummarizer summarizer(request.window);
+  if (!once) {
+    const std::string problem = reportLine(request, output.pending());
+    if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+  }
   Progress progress(kReportProgram, inputs);
   for (LogInput& input : inputs) {
     const std::string problem =
         readLog(reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
+          if (once) summarizer.add(record);
           if (filter.takes(record)) json.append(record, file, output.pending());
           return written = output.flushIfMuch();
         });
     if (!written) return complain(kReportProgram, output.problem(), kFailed);
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+  }
+  if (once) {
+    const LogSummary summary = summarizer.finish();
+    appendReportJson(summary, Answer(summary), output.pending());
   }
   return finish(output);
 }
@@ -245,6 +363,8 @@ int run(const std::vector<std::string>& arguments) {
   }
   if (request.follow) return follow(request, inputs);
   if (request.output) return writePage(request, inputs);
+  if (request.trace) return writeTrace(request, inputs);
+  if (request.metrics) return writeMetrics(request, inputs);
   if (request.compare) return printComparison(request, inputs);
   return request.json ? printJson(request, inputs) : printSummary(request, inputs);
 }

@@ -47,7 +47,7 @@ class Manual(unittest.TestCase):
                 self.assertEqual((shown.returncode, shown.stdout + shown.stderr), (0, ''), page)
 
     def test_options_and_completions_are_those_of_the_help(self):
-        option = re.compile(r'(?<![\w-])--?(?:[A-Za-z][a-z]*\b|(?=\s|$))')
+        option = re.compile(r'(?<![\w-])--?(?:[A-Za-z][a-z-]*\b|(?=\s|$))')
         for name in PROGRAMS:
             shown = run(program(name), '-h')
             self.assertEqual(shown.returncode, 0)

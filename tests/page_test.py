@@ -1,12 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 """The page of zorva-report -o in a browser: what it shows, how it responds, and that the
 contents of a log are only shown."""
+import calendar
 import json
 import pathlib
 import re
 import shutil
 import sys
 import tempfile
+import time
 import unittest
 
 from programs import ROOT, SKIPPED, main, program, run, wait_for
@@ -24,6 +26,7 @@ if not shutil.which('chromium') or not shutil.which('chromedriver'):
     sys.exit(SKIPPED)
 
 NIGHT = ROOT / 'scenarios' / 'night.log'
+LAPTOP = ROOT / 'scenarios' / 'laptop.log'
 HOSTILE = '</script><img src=x onerror=document.title="owned">'
 HOSTILE_LOG = f'''11/16/26 21:30:00 [WiFi] status=on; ap={HOSTILE}; wow=off; pm_dur=0; mpc_dur=0;
 11/16/26 21:30:00 [Assertion] state=created; process=<!--<script>; pid=61; name=a"b\\c\u2028d\x07&lt;; held_for=00:00:00;
@@ -36,6 +39,7 @@ HOSTILE_LOG = f'''11/16/26 21:30:00 [WiFi] status=on; ap={HOSTILE}; wow=off; pm_
 
 
 class PageTest(unittest.TestCase):
+    maxDiff = None
     @classmethod
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
@@ -60,13 +64,18 @@ class PageTest(unittest.TestCase):
         self.assertEqual({url for url in asked if not url.startswith(('data:', 'chrome:'))}, {self.page.as_uri()})
         self.assertEqual(errors, [])
 
-    def open(self, log, *options, dark=False, width=1300):
+    def open(self, log, *options, dark=False, width=1300, summary=None):
+        """The page of a log; some of its summary may be replaced."""
         self.page = pathlib.Path(self.folder.name) / 'page.html'
         made = run(program('zorva-report'), log, '-o', self.page, '--force', *options)
         self.assertEqual((made.returncode, made.stdout, made.stderr), (0, '', ''))
+        if summary:
+            self.page.write_text(re.sub(r'(id="summary-0">)(.*?)(</script>)', lambda found: found[1] + json.dumps(
+                {**json.loads(found[2]), **summary}) + found[3], self.page.read_text(), flags=re.S))
         self.browser.execute_cdp_cmd('Emulation.setEmulatedMedia', {'features': [
             {'name': 'prefers-color-scheme', 'value': 'dark' if dark else 'light'},
             {'name': 'prefers-reduced-motion', 'value': 'reduce'}]})
+        self.browser.execute_cdp_cmd('Emulation.setTouchEmulationEnabled', {'enabled': width < 500})
         self.browser.execute_cdp_cmd('Emulation.setDeviceMetricsOverride', {
             'width': width, 'height': 900, 'deviceScaleFactor': 1, 'mobile': width < 500})
         self.browser.get(self.page.as_uri())
@@ -96,6 +105,9 @@ class PageTest(unittest.TestCase):
     def lines(self):
         wait_for(lambda: self.browser.find_elements(By.CSS_SELECTOR, '#lines .marked'), 'the lines')
         return [line.get_property('textContent') for line in self.browser.find_elements(By.CSS_SELECTOR, '#lines li')]
+
+    def marked(self):
+        return self.browser.execute_script('return document.querySelector("#lines .marked")?.textContent') or ''
 
     def column(self, title, number):
         path = f'//table[caption="{title}"]/tbody/tr/td[{number}]'
@@ -169,6 +181,91 @@ class PageTest(unittest.TestCase):
         wait_for(lambda: set(self.column(holders, 1)) == {'commcenter'}, 'the filtered table')
         wait_for(lambda: 0 < self.pixels('--assertion') < before / 2, 'the others, dimmed')
 
+    def tables(self):
+        """The rows of all tables by their captions."""
+        return self.browser.execute_script('''return Object.fromEntries([...document.querySelectorAll('.card.table')]
+            .filter((card) => !card.hidden).map((card) => [card.querySelector('caption').textContent,
+            [...card.querySelectorAll('tbody tr, tfoot tr')].map((row) => [...row.cells].map((cell) => cell.textContent))]));''')
+
+    def test_zoomed_tables_are_those_of_a_page_of_that_time(self):
+        since, until = '2026-11-18 13:00:00', '2026-11-18 21:30:00'
+        self.open(LAPTOP, '--since', since, '--until', until)
+        alone = self.tables()
+        begin, end = (calendar.timegm(time.strptime(at, '%Y-%m-%d %H:%M:%S')) for at in (since, until))
+        parts = [{'what': what, 'name': name, 'measured': not name, 'uncertain': bool(name)}
+                 for what, name in (('Display', ''), ('Application', 'indexer'))]
+        sentences = ['It fell.', 'It did not sleep.', 'Also this.']
+        self.open(LAPTOP, summary={
+            'verdict': sentences[:2],
+            'findings': [{'sentence': sentences[2], 'figures': [], 'from': 0, 'to': 0},
+                         {'sentence': sentences[1], 'figures': ['11 h', '12 %'], 'from': begin, 'to': end}],
+            'sleeps': [[calendar.timegm((2026, 11, 18, 17, 5, 2)), 2, 0.5, None]],
+            'account': {'wattHours': 0.5, 'parts': parts, 'intervals': [
+                [begin - 3600, begin + 3600, 8, 0, 2, 1, 4], [begin + 3600, end, 6, 1, 1], [end, end + 60, 70]]}})
+        self.assertEqual([text.removesuffix(' Why?') for text in self.texts('.sentence')], sentences)
+        self.assertEqual(self.tables()['What used the battery'][-1][2], '84\u00a0%')
+        self.one('.sentence button').click()
+        self.expect('11 h\n12 %', '.log-verdict')
+        self.expect('In view: Wed 18 Nov 13:00:00 \u2013 Wed 18 Nov 21:30:00', '#view-heading')
+        zoomed = self.tables()
+        self.assertEqual(zoomed.pop('What used the battery'), [
+            ['Application: indexer', 'estimated, uncertain', '3\u00a0%', '1.5\u00a0Wh', '176\u00a0mW', '30\u00a0%'],
+            ['Display', 'measured', '1\u00a0%', '500\u00a0mWh', '59\u00a0mW', '10\u00a0%'],
+            ['Unattributed', 'what is left', '6\u00a0%', '3\u00a0Wh', '353\u00a0mW', '60\u00a0%'],
+            ['Battery', 'measured', '10\u00a0%', '5\u00a0Wh', '588\u00a0mW', '100\u00a0%']])
+        sleeps = zoomed['Sleeps']
+        self.assertEqual(sleeps[1], ['18 Nov 17:05:02', '54\u00a0min 58\u00a0s', '2\u00a0%', '500\u00a0mWh',
+                                     '546\u00a0mW', 'lid'])
+        zoomed['Sleeps'] = [row[:2] + row[5:] for row in sleeps]
+        # What the log itself tells of energy is not in the summary that is shown here.
+        alone.pop('What used the battery')
+        alone['Sleeps'] = [row[:2] + row[-1:] for row in alone['Sleeps']]
+        # Processes and traffic are cut between two samples here, and left out there.
+        for estimated in 'CPU time', 'Traffic of all interfaces':
+            self.assertIn(estimated, zoomed)
+            zoomed.pop(estimated)
+            alone.pop(estimated)
+        self.assertEqual(zoomed, alone)
+        self.assertGreater(len(alone), 4)
+        self.one('.sentence button').click()
+        self.expect('Whole log', '#view-heading')
+
+    def test_events_are_found_by_their_words_and_processes_have_rows(self):
+        log = pathlib.Path(self.folder.name) / 'events.log'
+        log.write_text(NIGHT.read_text() + ''.join(
+            f'11/17/26 06:3{i}:00 [Zorva] {text}\n' for i, text in
+            enumerate(('failed 7 times', 'failed 12 times', 'gone', 'failed 1 times'), 2)))
+        self.open(log)
+        self.assertEqual([row[1:3] for row in self.tables()['Errors']],
+                         [['failed # times', '3'], ['Could not get wake reason (errno: 2)', '1'], ['gone', '1']])
+        jump = self.one('td .jump[title^="Show each"]')
+        for line in 'failed 7', 'failed 12', 'failed 1 ', 'failed 7':
+            jump.click()
+            wait_for(lambda line=line: line in self.marked(), f'the line with {line}')
+        before = self.pixels('--error')
+        self.one('#words').send_keys('TIMES failed')
+        wait_for(lambda: len(self.tables()['Errors']) == 1, 'the filtered table')
+        self.assertLess(self.pixels('--error'), before)
+        self.open(LAPTOP)
+        before = self.pixels('--work')
+        Select(self.one('#process')).select_by_visible_text('indexer')
+        wait_for(lambda: 0 < self.pixels('--work') < before, 'the rows of the others, dimmed')
+
+    def test_two_logs_are_compared_on_one_page(self):
+        self.open(NIGHT, '--compare', LAPTOP)
+        self.assertEqual(self.one('h1').text, 'night.log and laptop.log')
+        self.assertEqual(self.texts('.log-heading h2'), ['night.log', 'laptop.log'])
+        self.assertIn(['Used by', 'indexer', '0.00 %', '0.46 %', 'new'], self.tables()['What changed, per hour'])
+        ids = self.browser.execute_script('return [...document.querySelectorAll("[id]")].map(({id}) => id)')
+        self.assertEqual(len(ids), len(set(ids)))
+        first = self.one('#shown').text
+        self.one('#stack-1').send_keys(webdriver.Keys.HOME, '+', webdriver.Keys.ENTER)
+        wait_for(lambda: '11/18/26 08:00:00' in self.marked(), 'the lines of the second log')
+        self.expect('In view', '#view-heading-1')
+        self.assertEqual((self.one('#shown').text, self.one('#view-heading').text), (first, 'Whole log'))
+        self.one('#stack').send_keys(webdriver.Keys.HOME, webdriver.Keys.ENTER)
+        wait_for(lambda: '11/16/26 21:30:00' in self.marked(), 'the lines of the first log')
+
     def test_contents_of_a_log_are_shown_as_text(self):
         self.open(NIGHT)
         scripts = len(self.texts('script'))
@@ -196,6 +293,9 @@ class PageTest(unittest.TestCase):
         for dark, width in (False, 360), (True, 360), (True, 1300):
             self.open(NIGHT, dark=dark, width=width)
             self.assertLessEqual(self.browser.execute_script('return document.documentElement.scrollWidth'), width)
+            shown = self.one('#now').text + self.one('#timeline-card summary').text
+            self.assertEqual(shown.startswith('Tap the timeline'), width < 500)
+            self.assertEqual('Keys' in shown, width > 500)
             value = 'return getComputedStyle(document.documentElement).getPropertyValue(arguments[0]).trim()'
             light = {}
             for name in '--card', '--back', '--text', '--dim', '--error', '--accent':

@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import pty
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -20,7 +21,9 @@ def report(*arguments, **options):
 def pieces(log, *arguments):
     shown = report('--json', log, *arguments)
     assert (shown.returncode, shown.stderr) == (0, ''), shown.stderr
-    return [json.loads(line) for line in shown.stdout.splitlines()]
+    first, *rest = [json.loads(line) for line in shown.stdout.splitlines()]
+    assert list(first) == ['report'], first
+    return rest
 
 
 def rebuilt(records):
@@ -81,10 +84,80 @@ class ReportTest(unittest.TestCase):
         self.assertEqual([piece.get('category') for piece in pieces(LOGS['night'], *window)],
                          ['Wake', 'PacketDecoder', 'Baseband State Durations'])
         piped = report('--compare', LOGS['night'], '-', input=LOGS['night'].read_text())
-        self.assertRegex(piped.stdout, r'(?s)to B, per hour\n  No notable change.*asleep +0.60 % +0.60 % +same\n')
+        self.assertRegex(piped.stdout, r'(?s)to B, per hour\n  No notable change.*asleep +0.5\d % +0.5\d % +same\n')
         changed = report('--compare', LOGS['night'], LOGS['day']).stdout
-        self.assertRegex(changed, r'\n  Charge used awake +5.0 %  to +7.8 % +\+54 %\n')
+        self.assertRegex(changed, r'\n  Charge used in all +[\d.]+ %  to +[\d.]+ % +\+\d+ %\n  Time asleep ')
         self.assertRegex(changed, r'\n  exton2\(bb\) +0.33 +0.11 +-66 %\n')
+
+    def test_a_trace_follows_its_format_and_the_log(self):
+        """The rules of Chrome's trace events; a thread's slices do not overlap: Perfetto drops those that do."""
+        needed = {'M': {'args'}, 'C': {'args'}, 'X': {'tid', 'dur', 'args'}, 'i': {'tid', 's', 'args'}}
+        for log in [*LOGS.values(), ROOT / 'scenarios/laptop.log', ROOT / 'tests/scenarios/clocks.log']:
+            shown = report(log, '--trace', '-')
+            self.assertEqual((shown.returncode, shown.stderr), (0, ''))
+            events = json.loads(shown.stdout)['traceEvents']
+            threads, ends = {}, {}
+            for event in events:
+                self.assertEqual(set(event), {'ph', 'name', 'ts', 'pid'} | (needed[event['ph']] | (
+                    {'tid'} if event['name'].startswith('thread_') else set())), event)
+                self.assertTrue(all(type(event.get(key, 0)) is int and event.get(key, 0) >= 0
+                                    for key in ('ts', 'dur', 'pid', 'tid')), event)
+                if event['name'] == 'thread_name':
+                    self.assertIsNone(threads.get(event['tid']), event)
+                    threads[event['tid']] = event['args']['name']
+                elif event['ph'] == 'C':
+                    self.assertTrue(all(isinstance(value, (int, float)) for value in event['args'].values()), event)
+            for event in sorted((each for each in events if each['ph'] == 'X'), key=lambda each: each['ts']):
+                self.assertGreaterEqual(event['ts'], ends.get(event['tid'], 0), event)
+                ends[event['tid']] = event['ts'] + event['dur'] + (event['dur'] == 0)
+            self.assertLessEqual({event['tid'] for event in events if event['ph'] in 'Xi'}, set(threads))
+
+            def on(name):
+                return [event for event in events if threads.get(event.get('tid')) == name and event['ph'] != 'M']
+            records = [piece for piece in pieces(log) if piece['kind'] == 'entry']
+            self.assertEqual([event['args']['time'] for event in on('Wakes')],
+                             [piece['time'] for piece in records if piece['category'] == 'Wake'])
+            self.assertEqual([event['args']['%'] for event in events if event['name'] == 'Battery level'],
+                             [piece['battery']['level'] for piece in records if piece['category'] == 'Battery'])
+            busiest = [event['args'] for event in events if event['pid'] == 2 and event['ph'] == 'X']
+            self.assertTrue(all(0 < each['CPU seconds'] for each in busiest))
+            if log == LOGS['night']:
+                self.assertEqual([(event['args']['time'][11:], event['dur'] // 1000000) for event in on('Asleep')][:2],
+                                 [('22:05:00', 2532), ('22:47:45', 5058)])
+        window = report(LOGS['night'], '--trace=-', '--since=2026-11-16 22:10', '--until=2026-11-16 22:20').stdout
+        self.assertEqual([event['dur'] for event in json.loads(window)['traceEvents'] if event['name'] == 'Asleep'],
+                         [600000000])
+
+    def test_metrics_are_read_by_prometheus(self):
+        hostile = self.directory / 'hostile.log'
+        use = ''.join(f' p{number}({number})=%d;' for number in range(30))
+        hostile.write_text('11/16/26 10:00:00 [ProcessMonitor]' + use % (*[0] * 30,) + ' a"b\\(99)=0;\n'
+                           '11/16/26 10:01:00 [ProcessMonitor]' + use % (*range(1, 31),) + ' a"b\\(99)=50;\n')
+        texts = {log: report(log, '--metrics', '-').stdout for log in (hostile, *LOGS.values())}
+        self.assertIn('\nzorva_process_cpu_seconds{process="a\\"b\\\\"} 50\n', texts[hostile])
+        self.assertEqual(texts[hostile].count('\nzorva_process_cpu_seconds{'), 20)
+        self.assertIn('\nzorva_cpu_seconds 515\n', texts[hostile])
+        self.assertIn('\nzorva_state_seconds{state="asleep"} 30130\n', texts[LOGS['night']])
+        output = self.directory / 'zorva.prom'
+        for status, options in (0, []), (1, []), (0, ['--force']):
+            self.assertEqual(report(LOGS['night'], '--metrics', output, *options).returncode, status)
+        self.assertEqual(output.read_text(), texts[LOGS['night']])
+        self.assertEqual(sorted(file.name for file in self.directory.iterdir()), ['hostile.log', 'zorva.prom'])
+        if promtool := shutil.which('promtool'):
+            for text in texts.values():
+                checked = run(promtool, 'check', 'metrics', input=text)
+                self.assertEqual((checked.returncode, checked.stdout + checked.stderr), (0, ''))
+        try:
+            from prometheus_client import openmetrics, parser  # pylint: disable=import-outside-toplevel
+            import prometheus_client.openmetrics.parser
+        except ImportError:
+            self.skipTest('python3-prometheus-client is not installed')
+        for text in texts.values():
+            for read in parser.text_string_to_metric_families, openmetrics.parser.text_string_to_metric_families:
+                families = {family.name: family for family in read(text)}
+                self.assertTrue(all(family.type == 'gauge' and family.documentation and family.samples
+                                    for family in families.values()))
+                self.assertGreater(len(families), 8)
 
     def test_colours_are_for_terminals_and_mistakes_are_reported(self):
         for setting, coloured in ({'TERM': 'xterm'}, True), ({'TERM': 'xterm', 'NO_COLOR': '1'}, False):

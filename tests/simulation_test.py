@@ -33,7 +33,7 @@ class SimulationTest(unittest.TestCase):
         page = (ROOT / 'docs/scenarios.md').read_text()
         self.assertIn((ROOT / 'scenarios/laptop.truth').read_text(), page)
         report = run(program('zorva-report'), ROOT / 'scenarios/laptop.log').stdout.splitlines()
-        shown = [line for line in page.splitlines() if line.startswith('  ') and line.endswith(('%.', ' per hour.'))]
+        shown = [line for line in page.splitlines() if line.startswith('  ') and line.endswith(('%.', ' W).'))]
         self.assertEqual([line for line in shown if line not in report], [])
         self.assertEqual(len(shown), 3)
         psys = [line for line in (ROOT / 'scenarios/laptop.log').read_text().split() if line.startswith('psys=')]

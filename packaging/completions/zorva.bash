@@ -35,7 +35,7 @@ _zorva_notify() {
 _zorva_redact() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "-o --output --force -h --help --version" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "--keep-programs -o --output --force -h --help --version" -- "$word")) ;;
     *) COMPREPLY=($(compgen -f -- "$word")) ;;
   esac
 }
@@ -43,7 +43,7 @@ _zorva_redact() {
 _zorva_report() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "--since --until --json --follow --compare -o --output --force -h --help --version" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "--since --until --json --follow --compare --why -o --output --trace --metrics --force -h --help --version" -- "$word")) ;;
     *) COMPREPLY=($(compgen -f -- "$word")) ;;
   esac
 }

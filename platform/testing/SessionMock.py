@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A desktop session's service of a test's own: SessionMock.py gnome|kde|plasma5 ADDRESS
+"""A desktop session's service of a test's own: its arguments are gnome|kde|plasma5 ADDRESS
 
 On the bus at the address: GNOME's session manager, or KDE's PowerDevil as it is now or as Plasma 5
 had it, each with as much of its published interface as applications need to inhibit sleep. It also

@@ -73,7 +73,13 @@ void CounterList::addParsed(std::string_view item) {
   if (equals == text.npos || equals == 0) return;
   std::int64_t figure = 0;
   const char* const last = text.data() + text.size();
-  const auto [parsed, error] = std::from_chars(text.data() + equals + 1, last, figure);
+  auto [parsed, error] = std::from_chars(text.data() + equals + 1, last, figure);
+  if (tenths_ && last - parsed == 2 && *parsed == '.' && parsed[1] >= '0' && parsed[1] <= '9') {
+    figure = 10 * figure + (parsed[1] - '0');
+    parsed = last;
+  } else if (tenths_) {
+    return;
+  }
   if (error != std::errc() || parsed != last || figure < 0) return;
   const std::string_view key = text.substr(0, equals);
   counters_.push_back({item, key, figure, false});
@@ -86,6 +92,13 @@ void CounterList::addParsed(std::string_view item) {
     amount -= std::min(lowestBefore_, figure);
   }
   if (amount > 0) growths_.push_back({key, amount});
+}
+
+std::int64_t CounterList::gone() const {
+  if (before_.size() >= most_) return 0;
+  std::int64_t sum = 0;
+  for (const Counter& counter : before_) sum += counter.found ? 0 : counter.figure;
+  return sum;
 }
 
 CounterList::Counter* CounterList::before(std::string_view key) {

@@ -20,13 +20,18 @@ class CounterList {
   };
 
   /// `unit` follows each figure. A list of `most` counters may be incomplete: missing counters are
-  /// taken to have been at most as high as the lowest one in it.
-  explicit CounterList(std::string_view unit, std::size_t most = SIZE_MAX)
-      : unit_(unit), most_(most) {}
+  /// taken to have been at most as high as the lowest one in it. Figures with a digit after the
+  /// point ("12.5") are counted in tenths.
+  explicit CounterList(std::string_view unit, std::size_t most = SIZE_MAX, bool tenths = false)
+      : unit_(unit), most_(most), tenths_(tenths) {}
 
   /// Reads the next entry's body. Returns the growths since the previous entry; empty if there was
   /// none. A counter that is new, or lower than before, is counted from 0.
   const std::vector<Growth>& next(std::string_view body);
+
+  /// The sum of the last figures of all counters that the latest entry has no longer; 0 if the list
+  /// before it may have been incomplete.
+  std::int64_t gone() const;
 
   /// Treats the next entry as the first.
   void forget() { known_ = false; }
@@ -46,6 +51,7 @@ class CounterList {
 
   std::string_view unit_;
   std::size_t most_;
+  bool tenths_;
   bool known_ = false;
   std::array<std::string, 2> texts_;  // the counters point into these: not to be moved
   std::size_t now_ = 0;               // the current one of these

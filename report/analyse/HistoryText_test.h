@@ -17,8 +17,9 @@ class HistoryText : public LogHistorySink {
 
   void span(const LogSpan& span) override {
     static constexpr const char* kNames[kLanes] = {
-        "asleep", "display",     "assertion", "call",     "data",     "wifi",      "bluetooth",
-        "audio",  "application", "thermal",   "charging", "location", "registered"};
+        "asleep",   "display",   "assertion",  "call",         "data",
+        "wifi",     "bluetooth", "audio",      "application",  "thermal",
+        "charging", "location",  "registered", "weak charger", "not charged"};
     std::string line = formatText("%s %s%lld-%s%lld", kNames[static_cast<std::size_t>(span.lane)],
                                   span.beginKnown ? "" : "?", at(span.begin),
                                   span.endKnown ? "" : "?", at(span.end));

@@ -3,10 +3,14 @@
 
 #include <charconv>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 namespace zorva {
 namespace {
+
+// Milliamperes below which a battery is being drained. Full batteries on a charger show some.
+constexpr double kDraining = -20;
 
 bool isReported(std::string_view value) {
   return !value.empty() && value.front() != '<' && value != "(null)";
@@ -31,13 +35,44 @@ void sample(const LaneEntry& entry, Curve curve, std::string_view key) {
   }
 }
 
+std::optional<double> realOf(const LaneEntry& entry, std::string_view key) {
+  for (const LogField& field : entry.fields) {
+    if (field.key != key) continue;
+    const auto number = field.real();
+    return number && std::isfinite(*number) && !field.absent ? number : std::nullopt;
+  }
+  return std::nullopt;
+}
+
+// Whether a charger feeds the battery is told by the charging state and the current together: a
+// battery that is too warm to be charged may be on a charger or not, and one that is being charged
+// may be drained all the same, by more than the charger supplies.
 void battery(const LaneEntry& entry) {
   sample(entry, Curve::Level, "level");
   sample(entry, Curve::Current, "current");
   sample(entry, Curve::Temperature, "battery_temp");
-  const std::string_view charging = entry.value("charging_state");
-  setLane(entry, Lane::Charging, isReported(charging) && charging != "Inactive",
-          {.what = charging});
+  const std::string_view state = entry.value("charging_state");
+  const auto current = realOf(entry, "current");
+  const bool says = isReported(state) && state != "Inactive";
+  const bool drains = current && *current < kDraining;
+  const bool feeds = current ? !drains : state == "Active" || state == "Full";
+  setLane(entry, Lane::Charging, says && feeds, {.what = state});
+  setLane(entry, Lane::WeakCharger, drains && state == "Active", {.what = state});
+  setLane(entry, Lane::NotCharged,
+          state == "OverTemp" || state == "UnderTemp" || state == "Gradient", {.what = state});
+  const auto volts = realOf(entry, "voltage");
+  if (const auto level = realOf(entry, "level")) {
+    entry.sink.battery({entry.now.time, *level, volts ? std::optional(*volts / 1000) : std::nullopt,
+                        current, realOf(entry, "max_capacity")});
+  }
+}
+
+void config(const LaneEntry& entry) {
+  const auto known = [](std::optional<double> figure) {
+    return figure && *figure > 0 ? figure : std::nullopt;
+  };
+  entry.sink.batteryLife({entry.integer("cycle_count"), known(realOf(entry, "max_capacity")),
+                          known(realOf(entry, "design_capacity"))});
 }
 
 void display(const LaneEntry& entry) {
@@ -112,17 +147,10 @@ void network(const LaneEntry& entry) {
 }
 
 constexpr std::pair<std::string_view, LaneHandler> kHandlers[] = {
-    {"Application", application},
-    {"Audio", audio},
-    {"Battery", battery},
-    {"Bluetooth", bluetooth},
-    {"Display", display},
-    {"Geodyne", location},
-    {"Network", network},
-    {"Registration", registration},
-    {"Telephony", telephony},
-    {"Thermal", thermal},
-    {"WiFi", wifi},
+    {"Application", application}, {"Audio", audio},     {"Battery", battery},
+    {"Bluetooth", bluetooth},     {"Config", config},   {"Display", display},
+    {"Geodyne", location},        {"Network", network}, {"Registration", registration},
+    {"Telephony", telephony},     {"Thermal", thermal}, {"WiFi", wifi},
 };
 
 }  // namespace

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report/analyse/LogHistory.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
+#include <functional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -24,6 +28,7 @@ constexpr LogTime kSameMoment = 2;
 // A running daemon writes at least every half hour that the device is awake.
 constexpr LogTime kMaxSilence = 31 * LogTime{60};
 constexpr std::size_t kMaxProcesses = 999;
+constexpr std::size_t kMaxUnits = 100;
 
 }  // namespace
 
@@ -50,7 +55,7 @@ class LogHistory::Tracker {
     passTo(now);
     const Handler handler = handlerOf(record);
     if (wake_ && handler != &Tracker::decoded && handler != &Tracker::tracked &&
-        handler != &Tracker::complaint) {
+        handler != &Tracker::complaint && handler != &Tracker::suspended) {
       deliverWake();
     }
     if (asleep() && handler != &Tracker::wakeUp && handler != &Tracker::sleepStep) seenAsleep(now);
@@ -80,16 +85,20 @@ class LogHistory::Tracker {
         {"Accessory", &Tracker::moment},
         {"Assertion", &Tracker::assertion},
         {"Baseband State Durations", &Tracker::modemStates},
+        {"Energy", &Tracker::energy},
         {"Locale", &Tracker::locale},
         {"NMX Event", &Tracker::moment},
         {"NMXN", &Tracker::moment},
+        {"Network", &Tracker::network},
         {"PacketDecoder", &Tracker::decoded},
         {"PacketTracker", &Tracker::tracked},
         {"ProcessMonitor", &Tracker::processes},
         {"Skyvault Event", &Tracker::moment},
         {"Sleep", &Tracker::sleepStep},
+        {"Suspend", &Tracker::suspended},
         {"Syncward Event", &Tracker::moment},
         {"Wake", &Tracker::wakeUp},
+        {"Work", &Tracker::work},
         {"Zorva", &Tracker::complaint},
     };
     return kAll;
@@ -124,8 +133,9 @@ class LogHistory::Tracker {
       sink_.interruption(last.time, now.time, now.position);
       // The counters continue: the time of their last sample is moved into the new time.
       const LogTime leap = now.time - last.time;
-      if (sampled_) *sampled_ += leap;
-      if (modemSampled_) *modemSampled_ += leap;
+      for (auto* const sampled : samples()) {
+        if (*sampled) **sampled += leap;
+      }
     }
     restarted_ = false;
     spans_.passTime(now.time);
@@ -148,10 +158,13 @@ class LogHistory::Tracker {
   }
 
   void forgetSamples() {
-    processes_.forget();
-    modem_.forget();
-    sampled_.reset();
-    modemSampled_.reset();
+    for (CounterList* const counters : {&processes_, &modem_, &energy_, &work_}) counters->forget();
+    interfaces_.clear();
+    for (auto* const sampled : samples()) sampled->reset();
+  }
+
+  std::array<std::optional<LogTime>*, 5> samples() {
+    return {&sampled_, &modemSampled_, &energySampled_, &workSampled_, &trafficSampled_};
   }
 
   bool asleep() const { return spans_.asleepSince().has_value(); }
@@ -216,7 +229,35 @@ class LogHistory::Tracker {
     split();
     stray_.reset();
     wake_.emplace(now.time, spans_.asleepSince(), *fields_, now.position);
+    slept_ = asleep() ? now.time : slept_;
     spans_.off(Lane::Asleep, {}, now);
+  }
+
+  // A sleep that was not announced is known from its record only.
+  void suspended(const LogMark& now) {
+    split();
+    LogField asleep;
+    asleep.value = value("asleep");
+    const LogTime seconds = asleep.seconds().value_or(0);
+    const bool failed = value("result") == "failed";
+    const bool announced = slept_ && now.time - *slept_ <= kWakingUp;
+    if (!failed && seconds > 0 && !announced && !this->asleep()) {
+      const LogTime begin = now.time - seconds;
+      sink_.span(
+          {Lane::Asleep, begin, now.time, true, true, {}, 0, {}, now.position, now.position});
+      if (wake_) wake_->setAsleepSince(begin);
+    }
+    slept_.reset();
+    deliverWake();
+    const auto known = [&](std::string_view key) {
+      const std::string_view text = value(key);
+      return text.starts_with('<') ? std::string_view() : text;
+    };
+    LogField hardware;
+    hardware.value = value("hardware");
+    sink_.suspended({now.time, seconds, hardware.seconds(), known("mode"), failed,
+                     known("failed_step"), known("failed_device"), known("blocked_by"),
+                     now.position});
   }
 
   void decoded(const LogMark& now) {
@@ -271,6 +312,59 @@ class LogHistory::Tracker {
     sampled_ = now.time;
   }
 
+  void energy(const LogMark& now) {
+    grown_.clear();
+    for (const auto& [key, tenths] : energy_.next(record_->body)) {
+      grown_.push_back({key, static_cast<double>(tenths) / 10});
+    }
+    if (energySampled_) sink_.energy(*energySampled_, now.time, grown_);
+    energySampled_ = now.time;
+  }
+
+  // What a unit had used when it went is from then on in the figure of a unit around it, which has
+  // not used it since the sample before.
+  void work(const LogMark& now) {
+    grown_.clear();
+    for (const auto& [key, tenths] : work_.next(record_->body)) {
+      grown_.push_back({key, static_cast<double>(tenths) / 10});
+    }
+    auto gone = static_cast<double>(work_.gone()) / 10;
+    std::ranges::sort(grown_, std::greater(), &Growth::amount);
+    for (Growth& growth : grown_) {
+      if (!growth.name.ends_with(".slice") && !growth.name.starts_with("session")) continue;
+      const double moved = std::min(gone, growth.amount);
+      growth.amount -= moved;
+      gone -= moved;
+    }
+    std::erase_if(grown_, [](const Growth& growth) { return growth.amount < 0.05; });
+    if (workSampled_) sink_.work(*workSampled_, now.time, grown_);
+    workSampled_ = now.time;
+  }
+
+  // Interfaces list what they have received and sent since they exist: "wlan0=512b/64b".
+  void network(const LogMark& now) {
+    TrafficUse use;
+    split();
+    for (const LogField& field : *fields_) {
+      const std::size_t slash = field.value.find("b/");
+      if (field.key.empty() || slash == field.value.npos || !field.value.ends_with('b')) continue;
+      std::int64_t received = 0;
+      std::int64_t sent = 0;
+      const char* const text = field.value.data();
+      std::from_chars(text, text + slash, received);
+      std::from_chars(text + slash + 2, text + field.value.size(), sent);
+      const auto [found, added] = interfaces_.try_emplace(std::string(field.key), 0);
+      const std::int64_t before = std::exchange(found->second, received + sent);
+      const std::int64_t growth = received + sent - before;
+      if (added || growth <= 0 || field.key.starts_with("lo")) continue;
+      const bool modem = field.key.starts_with("pdp_ip") || field.key.starts_with("wwan");
+      (modem ? use.modem : use.others) += static_cast<double>(growth);
+    }
+    if (trafficSampled_) sink_.traffic(*trafficSampled_, now.time, use);
+    trafficSampled_ = now.time;
+    writeLanes(now);
+  }
+
   void modemStates(const LogMark& now) {
     states_.clear();
     for (const auto& [state, amount] : modem_.next(record_->body))
@@ -314,8 +408,16 @@ class LogHistory::Tracker {
   std::optional<LogMark> stray_;  // the first entry that came while asleep
   CounterList processes_{"", kMaxProcesses};
   CounterList modem_{" ms"};
+  CounterList energy_{" J", SIZE_MAX, true};
+  CounterList work_{"", kMaxUnits, true};
+  std::unordered_map<std::string, std::int64_t> interfaces_;  // bytes of each
   std::optional<LogTime> sampled_;
   std::optional<LogTime> modemSampled_;
+  std::optional<LogTime> energySampled_;
+  std::optional<LogTime> workSampled_;
+  std::optional<LogTime> trafficSampled_;
+  std::optional<LogTime> slept_;  // when the last announced sleep ended
+  std::vector<Growth> grown_;
   std::vector<ProcessUse> uses_;
   std::vector<ModemUse> states_;
   std::string locale_;

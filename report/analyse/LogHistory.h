@@ -24,11 +24,13 @@ enum class Lane {
   Audio,        ///< playing; what: the route
   Application,  ///< in the foreground or background; who: its id; what: the mode
   Thermal,      ///< above level 0; what: the level
-  Charging,     ///< what: the charging state
+  Charging,     ///< on a charger that the battery does not feed; what: the charging state
   Location,     ///< a source of positions is in use; what: which
   Registered,   ///< with a mobile network; who: the operator; what: the kind, "3G"
+  WeakCharger,  ///< on a charger, but the battery discharges; what: the charging state
+  NotCharged,   ///< too warm or too cold to be charged; what: the charging state
 };
-inline constexpr std::size_t kLanes = static_cast<std::size_t>(Lane::Registered) + 1;
+inline constexpr std::size_t kLanes = static_cast<std::size_t>(Lane::NotCharged) + 1;
 
 /// A piece of the log: the number of pieces, of all files, before it.
 using LogPosition = std::uint64_t;
@@ -93,6 +95,47 @@ struct ModemUse {
   std::int64_t milliseconds;  ///< positive
 };
 
+/// A reading of the battery.
+struct BatteryReading {
+  LogTime time;
+  double level;  ///< percent
+  std::optional<double> volts;
+  std::optional<double> milliamperes;  ///< negative while it discharges
+  std::optional<double> capacity;      ///< of the full battery, in milliampere hours
+};
+
+/// By how much a counter has grown since the sample before.
+struct Growth {
+  std::string_view name;
+  double amount;  ///< positive
+};
+
+/// Traffic since the sample before, by the interfaces' names: in bytes, both directions.
+struct TrafficUse {
+  double modem = 0;   ///< "pdp_ip...", "wwan..."
+  double others = 0;  ///< all but loopback
+};
+
+/// What the kernel recorded of a sleep.
+struct SleepRecord {
+  LogTime time;
+  LogTime asleep;                   ///< seconds since the record before
+  std::optional<LogTime> hardware;  ///< of these, in the deepest state
+  std::string_view mode;            ///< "s2idle", "deep"
+  bool failed;                      ///< the attempt
+  std::string_view failedStep;      ///< empty if none has failed
+  std::string_view failedDevice;
+  std::string_view blockedBy;  ///< "name (00:00:12), ..."; empty for nothing
+  LogPosition position;
+};
+
+/// What the device says of its battery's life.
+struct BatteryLife {
+  std::int64_t cycles = 0;            ///< 0: not known
+  std::optional<double> capacity;     ///< when full now, in milliampere hours
+  std::optional<double> newCapacity;  ///< when it was new
+};
+
 /// Receives what a log says, in the order of the log. A span is reported when it ends.
 class LogHistorySink {
  public:
@@ -109,6 +152,14 @@ class LogHistorySink {
                          LogPosition) {}
   /// The same for the modem.
   virtual void modem(LogTime /*from*/, LogTime /*to*/, std::span<const ModemUse>, LogPosition) {}
+  virtual void battery(const BatteryReading&) {}
+  virtual void batteryLife(const BatteryLife&) {}
+  /// Joules that each counted part of the hardware used between two samples.
+  virtual void energy(LogTime /*from*/, LogTime /*to*/, std::span<const Growth>) {}
+  /// CPU seconds that each unit of the system used between two samples.
+  virtual void work(LogTime /*from*/, LogTime /*to*/, std::span<const Growth>) {}
+  virtual void traffic(LogTime /*from*/, LogTime /*to*/, const TrafficUse&) {}
+  virtual void suspended(const SleepRecord&) {}
   /// The log's time went back, or logging restarted after a time in which it may have been stopped.
   /// States that lasted are reported before, with their end not known.
   virtual void interruption(LogTime /*before*/, LogTime /*after*/, LogPosition) {}

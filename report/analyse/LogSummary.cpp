@@ -6,8 +6,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include "report/analyse/ChargeAccount.h"
-
 namespace zorva {
 namespace {
 
@@ -17,14 +15,20 @@ using Tally = LogSummary::Tally;
 class Tallies {
  public:
   Tally& at(std::size_t group, std::string_view name, std::string_view detail) {
+    return byIndex(indexOf(group, name, detail));
+  }
+
+  std::size_t indexOf(std::size_t group, std::string_view name, std::string_view detail) {
     key_.assign(1, static_cast<char>(group));
     key_.append(name).append(1, '\0').append(detail);
     const auto [found, added] = index_.emplace(key_, tallies_.size());
     if (added) {
       tallies_.emplace_back(group, Tally{std::string(name), std::string(detail)});
     }
-    return tallies_[found->second].second;
+    return found->second;
   }
+
+  Tally& byIndex(std::size_t index) { return tallies_[index].second; }
 
   std::vector<Tally> take(std::size_t group) {
     std::vector<Tally> taken;
@@ -83,14 +87,14 @@ LogTime LogSummary::awakeOnBattery() const {
   return std::max<LogTime>(0, covered - asleepSeconds - seconds(Lane::Charging) + asleepOnCharger);
 }
 
-std::optional<double> LogSummary::Charge::perHour() const {
-  if (seconds < 60) return std::nullopt;
-  return percent * 3600 / static_cast<double>(seconds);
+std::optional<double> LogSummary::wattHoursPerPercent() const {
+  if (!volts || !capacity || *capacity <= 0) return std::nullopt;
+  return *volts * *capacity / 1000 / 100;
 }
 
 class LogSummarizer::Sink : public LogHistorySink {
  public:
-  explicit Sink(const LogWindow& window) : window_(window) {}
+  explicit Sink(const LogWindow& window) : window_(window), power_(window) {}
 
   // To be called after the entry's contents have been reported.
   void entry(LogTime time) {
@@ -108,17 +112,70 @@ class LogSummarizer::Sink : public LogHistorySink {
     const LogTime end = std::min(span.end, window_.until);
     if (end < begin) return;
     const LogTime seconds = end - begin;
-    if (span.lane == Lane::Asleep) {
-      addSleep(span, begin, end);
-    } else if (span.lane == Lane::Charging) {
-      account_.addCharging(begin, end);
-    }
+    power_.span(span);
+    if (span.lane == Lane::Asleep) addSleep(span, begin, end);
+    if (span.lane == Lane::Charging) charging_.emplace_back(begin, end);
     const std::string_view detail = span.lane == Lane::Display ? "" : span.what;
-    Tally& tally = tallies_.at(static_cast<std::size_t>(span.lane), span.who, detail);
+    const std::size_t index =
+        tallies_.indexOf(static_cast<std::size_t>(span.lane), span.who, detail);
+    Tally& tally = tallies_.byIndex(index);
     ++tally.count;
     tally.seconds += seconds;
     tally.longest = std::max(tally.longest, seconds);
     tally.goesOn = !span.endKnown || end != span.end;
+    if (span.lane == Lane::Assertion) holds_.push_back({begin, end, index});
+  }
+
+  void battery(const BatteryReading& reading) override {
+    power_.battery(reading);
+    if (!window_.holds(reading.time)) return;
+    if (reading.capacity) summary_.capacity = reading.capacity;
+    if (reading.volts) {
+      volts_ += *reading.volts;
+      ++voltsRead_;
+      if (!reading.milliamperes || *reading.milliamperes < 0) {
+        voltsOnBattery_ += *reading.volts;
+        ++voltsReadOnBattery_;
+      }
+    }
+  }
+
+  void batteryLife(const BatteryLife& life) override { summary_.batteryLife = life; }
+
+  void energy(LogTime from, LogTime to, std::span<const Growth> parts) override {
+    power_.energy(from, to, parts);
+  }
+
+  void work(LogTime from, LogTime to, std::span<const Growth> units) override {
+    power_.work(from, to, units);
+  }
+
+  void traffic(LogTime from, LogTime to, const TrafficUse& use) override {
+    power_.traffic(from, to, use);
+  }
+
+  void suspended(const SleepRecord& record) override {
+    if (!window_.holds(record.time)) return;
+    if (record.failed) {
+      if (summary_.refusals.empty() || record.time - summary_.refusals.back().time > kSameAttempt) {
+        refuse(record.time);
+      }
+      if (summary_.refusalCount > LogSummary::kMaxRefusals) return;
+      summary_.refusals.back().step = record.failedStep;
+      summary_.refusals.back().device = record.failedDevice;
+      return;
+    }
+    if (record.hardware && record.asleep > 0) {
+      summary_.recordedAsleep += record.asleep;
+      summary_.hardwareAsleep += std::min(*record.hardware, record.asleep);
+    }
+    for (LogSummary::Sleep& sleep : summary_.longestSleeps) {
+      if (!sleep.endKnown || record.time - sleep.end > kSameAttempt || sleep.end > record.time) {
+        continue;
+      }
+      sleep.hardware = record.hardware;
+      sleep.mode = record.mode;
+    }
   }
 
   void sample(Curve curve, LogTime time, double value, LogPosition) override {
@@ -127,11 +184,12 @@ class LogSummarizer::Sink : public LogHistorySink {
       case Curve::Level:
         if (!summary_.firstLevel) summary_.firstLevel = value;
         summary_.lastLevel = value;
-        account_.addLevel(time, value);
         break;
       case Curve::Signal:
         summary_.weakestSignal = std::min(summary_.weakestSignal.value_or(value), value);
         summary_.strongestSignal = std::max(summary_.strongestSignal.value_or(value), value);
+        passSignal(time);
+        signal_ = {time, value};
         break;
       case Curve::Received:
         summary_.received += value;
@@ -141,8 +199,10 @@ class LogSummarizer::Sink : public LogHistorySink {
         summary_.sent += value;
         summary_.traffic = true;
         break;
-      case Curve::Current:
       case Curve::Temperature:
+        summary_.hottestBattery = std::max(summary_.hottestBattery.value_or(value), value);
+        break;
+      case Curve::Current:
         break;
     }
   }
@@ -166,6 +226,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   }
 
   void moment(const LogMoment& moment) override {
+    if (moment.category == "Sleep" && window_.holds(moment.time)) refuse(moment.time);
     if (!moment.isError || !window_.holds(moment.time)) return;
     ++summary_.errorCount;
     for (LogSummary::Error& error : summary_.errors) {
@@ -180,6 +241,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   }
 
   void processes(LogTime from, LogTime to, std::span<const ProcessUse> uses, LogPosition) override {
+    power_.processes(from, to, uses);
     if (!window_.holds(from) || !window_.holds(to)) return;
     summary_.processSeconds += to - from;
     for (const ProcessUse& use : uses) add(processes_, use.name, use.seconds);
@@ -209,6 +271,14 @@ class LogSummarizer::Sink : public LogHistorySink {
     }
     summary_.processes = sorted(processes_);
     summary_.modem = sorted(modem_);
+    summary_.intervals = power_.take();
+    summary_.names = power_.takeNames();
+    summary_.interrupted = power_.interrupted();
+    if (voltsReadOnBattery_ > 0) {
+      summary_.volts = voltsOnBattery_ / static_cast<double>(voltsReadOnBattery_);
+    } else if (voltsRead_ > 0) {
+      summary_.volts = volts_ / static_cast<double>(voltsRead_);
+    }
     return std::move(summary_);
   }
 
@@ -229,7 +299,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   }
 
   void endStretch(LogTime last) {
-    account_.close(summary_);
+    close();
     if (!stretch_) return;
     summary_.last = std::max(*stretch_, std::min(last, window_.until));
     summary_.covered += summary_.last - *stretch_;
@@ -237,7 +307,6 @@ class LogSummarizer::Sink : public LogHistorySink {
   }
 
   void addSleep(const LogSpan& span, LogTime begin, LogTime end) {
-    account_.addAsleep(begin, end);
     ++summary_.sleeps;
     summary_.asleepSeconds += end - begin;
     auto& longest = summary_.longestSleeps;
@@ -247,12 +316,79 @@ class LogSummarizer::Sink : public LogHistorySink {
         longest, {}, [](const LogSummary::Sleep& sleep) { return sleep.end - sleep.begin; }));
   }
 
+  struct Hold {
+    LogTime begin;
+    LogTime end;
+    std::size_t tally;
+  };
+
+  void refuse(LogTime time) {
+    if (summary_.refusals.size() < LogSummary::kMaxRefusals) {
+      summary_.refusals.push_back({time, {}, {}, {}});
+    }
+    ++summary_.refusalCount;
+  }
+
+  // The signal was what it was at the last reading until now.
+  void passSignal(LogTime now) {
+    if (!signal_) return;
+    const LogTime seconds = std::clamp<LogTime>(now - signal_->first, 0, kMaxSignalAge);
+    summary_.signalSeconds += seconds;
+    if (signal_->second <= LogSummary::kWeakSignal) summary_.weakSignalSeconds += seconds;
+  }
+
+  // The states up to an interruption, or the end, are complete: tells what they were together.
+  void close() {
+    for (const Hold& hold : holds_) {
+      Tally& tally = tallies_.byIndex(hold.tally);
+      const LogTime awake =
+          hold.end - hold.begin - power_.overlap(Lane::Asleep, hold.begin, hold.end);
+      tally.awake += awake;
+      tally.dark +=
+          std::max<LogTime>(0, awake - power_.overlap(Lane::Display, hold.begin, hold.end));
+    }
+    for (; refusalsDone_ < summary_.refusals.size(); ++refusalsDone_) {
+      LogSummary::Refusal& refusal = summary_.refusals[refusalsDone_];
+      const Hold* longest = nullptr;
+      for (const Hold& hold : holds_) {
+        if (hold.begin > refusal.time || hold.end < refusal.time) continue;
+        ++tallies_.byIndex(hold.tally).refused;
+        if (longest == nullptr || hold.end - hold.begin > longest->end - longest->begin) {
+          longest = &hold;
+        }
+      }
+      if (longest == nullptr) continue;
+      const Tally& tally = tallies_.byIndex(longest->tally);
+      refusal.holder = tally.name + ": " + tally.detail;
+    }
+    for (const auto& [begin, end] : charging_) {
+      summary_.asleepOnCharger += power_.overlap(Lane::Asleep, begin, end);
+    }
+    power_.close();
+    signal_.reset();
+    holds_.clear();
+    charging_.clear();
+  }
+
+  // Seconds within which entries are about the same attempt to sleep.
+  static constexpr LogTime kSameAttempt = 3;
+  // Seconds after which a reading of the signal says nothing any more.
+  static constexpr LogTime kMaxSignalAge = 3600;
+
   LogWindow window_;
   LogSummary summary_;
   std::optional<LogTime> stretch_;  // where the part that is summed up began
   bool begun_ = false;              // there is such a part
   std::optional<LogTime> previous_;
-  ChargeAccount account_;
+  PowerIntervals power_;
+  std::vector<Hold> holds_;
+  std::vector<std::pair<LogTime, LogTime>> charging_;
+  std::size_t refusalsDone_ = 0;
+  std::optional<std::pair<LogTime, double>> signal_;
+  double volts_ = 0;
+  double voltsOnBattery_ = 0;
+  std::uint64_t voltsRead_ = 0;
+  std::uint64_t voltsReadOnBattery_ = 0;
   Tallies tallies_;
   Amounts processes_;
   Amounts modem_;

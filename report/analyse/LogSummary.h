@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "report/analyse/LogHistory.h"
+#include "report/analyse/PowerIntervals.h"
 #include "report/read/LogReader.h"
 #include "report/read/LogWindow.h"
 
@@ -25,13 +26,10 @@ struct LogSummary {
     LogTime seconds = 0;
     LogTime longest = 0;
     bool goesOn = false;  ///< it lasted when the log or the window ended
-  };
-  /// How the charge changed over some time.
-  struct Charge {
-    double percent = 0;
-    LogTime seconds = 0;
-    /// Empty for less than a minute.
-    std::optional<double> perHour() const;
+    // Of assertions only:
+    LogTime awake = 0;          ///< held while the device was awake
+    LogTime dark = 0;           ///< of that, while its display was dark
+    std::uint64_t refused = 0;  ///< sleeps that were refused, or failed, while it was held
   };
   struct Sleep {
     LogTime begin;
@@ -42,6 +40,15 @@ struct LogSummary {
     std::string decoded;  ///< as in LogWake
     std::string owner;    ///< as in LogWake
     std::int64_t ownerPid = 0;
+    std::optional<LogTime> hardware = {};  ///< seconds in the deepest state, as the kernel counts
+    std::string mode = {};                 ///< "s2idle", "deep"; empty where it is not known
+  };
+  /// An attempt to sleep that was refused or has failed.
+  struct Refusal {
+    LogTime time;
+    std::string step;    ///< of the kernel, that failed; empty if it is not known
+    std::string device;  ///< that failed
+    std::string holder;  ///< what kept the device awake at that moment: "process: name"
   };
   struct Interruption {
     LogTime before;
@@ -73,19 +80,24 @@ struct LogSummary {
 
   std::optional<double> firstLevel;
   std::optional<double> lastLevel;
-  /// What was used between two samples of the level counts as asleep or awake if nearly all of the
-  /// time between them was, and as mixed otherwise. A level that rises without a charger counts as
-  /// negative.
-  Charge asleep;
-  Charge awake;
-  Charge mixed;
-  Charge charging;         ///< what was gained on a charger
+  /// Between readings of the battery; their names are in `names`.
+  std::vector<PowerInterval> intervals;
+  std::vector<std::string> names;
   double interrupted = 0;  ///< percent used during interruptions of the log
   LogTime asleepOnCharger = 0;
+  std::optional<double> volts;     ///< the mean of all readings on battery, else of all
+  std::optional<double> capacity;  ///< of the full battery in milliampere hours, the latest
+  BatteryLife batteryLife;
+  /// What one percent of the full battery is; empty without a capacity or a voltage.
+  std::optional<double> wattHoursPerPercent() const;
 
   std::uint64_t sleeps = 0;
   LogTime asleepSeconds = 0;
   std::vector<Sleep> longestSleeps;  ///< in their order; at most kMaxSleeps
+  LogTime recordedAsleep = 0;        ///< seconds of sleep of which the hardware's part is counted
+  LogTime hardwareAsleep = 0;        ///< that part
+  std::vector<Refusal> refusals;     ///< the first kMaxRefusals
+  std::uint64_t refusalCount = 0;
   std::uint64_t wakes = 0;
   std::vector<Tally> wakeReasons;  ///< by count
   std::vector<Tally> wakeOwners;   ///< by count: the process, or the packet that none expected
@@ -100,6 +112,9 @@ struct LogSummary {
   double sent = 0;                      ///< bytes
   std::optional<double> weakestSignal;  ///< dBm
   std::optional<double> strongestSignal;
+  LogTime signalSeconds = 0;             ///< for how long the signal was known while awake
+  LogTime weakSignalSeconds = 0;         ///< of these, at or below kWeakSignal
+  std::optional<double> hottestBattery;  ///< degrees Celsius
 
   std::vector<Error> errors;  ///< of different texts, in their order; at most kMaxErrors
   std::uint64_t errorCount = 0;
@@ -107,12 +122,15 @@ struct LogSummary {
   std::uint64_t interruptionCount = 0;
 
   static constexpr std::size_t kMaxSleeps = 12;
+  static constexpr std::size_t kMaxRefusals = 1000;
   static constexpr std::size_t kMaxErrors = 10;
+  /// dBm; below it modems send with far more power, and often lose the network.
+  static constexpr double kWeakSignal = -105;
   static constexpr std::size_t kMaxInterruptions = 5;
 };
 
-/// Sums up a log piece by piece. Its memory grows with the number of different names and of level
-/// samples, but not otherwise with the log.
+/// Sums up a log piece by piece. Its memory grows with the number of different names, and up to an
+/// interruption of the log with that of states, but not otherwise with the log.
 class LogSummarizer {
  public:
   explicit LogSummarizer(const LogWindow& window = {});

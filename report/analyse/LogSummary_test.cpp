@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/base/Text.h"
-#include "report/analyse/ChargeAccount.h"
+#include "report/answer/Answer.h"
 #include "report/text/SummaryText.h"
 
 // The reports of the scenarios are in tests/reports.
@@ -27,7 +27,7 @@ LogSummary summaryOf(const std::string& scenario, const LogWindow& window = {}) 
   return summaryOf(readFrom(log), window);
 }
 
-std::string text(const LogSummary::Charge& charge) {
+std::string text(const Account::Charge& charge) {
   return formatText("%.1f/%lld", charge.percent, (long long)charge.seconds);
 }
 
@@ -39,19 +39,6 @@ std::string sleeps(const LogSummary& summary) {
   return all;
 }
 
-TEST(ChargeAccount, MoreThanATenthOnTheChargerCountsAsCharging) {
-  for (const LogTime seconds : {9, 11, 50}) {
-    ChargeAccount account;
-    account.addLevel(0, 50);
-    account.addLevel(100, 60);
-    account.addCharging(20, 20 + seconds);
-    LogSummary summary;
-    account.close(summary);
-    EXPECT_EQ(text(summary.charging), seconds > 10 ? "10.0/100" : "0.0/0") << seconds;
-    EXPECT_EQ(text(summary.awake), seconds > 10 ? "0.0/0" : "-10.0/100") << seconds;
-  }
-}
-
 TEST(LogSummary, OfAWindowCountsWhatIsInIt) {
   const LogTime from = *logTimeFrom("2026-11-16 22:30", false);
   const LogSummary window = summaryOf("night", {from, *logTimeFrom("11/17/26 01:00:00", false)});
@@ -61,8 +48,8 @@ TEST(LogSummary, OfAWindowCountsWhatIsInIt) {
   const LogSummary asleep = summaryOf("night", {from, from + 60});
   EXPECT_EQ(formatText("%d %lld", asleep.isEmpty(), (long long)asleep.asleepSeconds), "0 60");
   EXPECT_EQ(sleeps(window), "1032 exton2(bb); 5058 exton2(bb); 2860 ; ");
-  EXPECT_EQ(text(window.asleep), "0.9/5083");
-  EXPECT_EQ(text(window.mixed), "0.0/0");
+  EXPECT_EQ(text(Answer(window).account.asleep()), "0.9/5058");
+  EXPECT_EQ(text(Answer(window).account.mixed()), "0.0/0");
   EXPECT_EQ(window.lane(Lane::Assertion).size(), 0U);
   EXPECT_TRUE(window.processes.empty());
   EXPECT_EQ(*logTimeFrom("2026-11-16", true) + 1, *logTimeFrom("2026-11-17T00:00:00", false));
@@ -87,15 +74,16 @@ TEST(SummaryText, KeepsToItsWidthAndLetsNothingReachTheTerminal) {
   reader.begin(readFrom(log));
   while (reader.next(record)) reading.note(record, "a\nb.log");
   reading.counts = reader.counts();
-  const std::string page = summaryText(summaryOf(readFrom(log)), reading, {70, false});
+  const LogSummary summary = summaryOf(readFrom(log));
+  const std::string page = summaryText(summary, Answer(summary), reading, {70, false});
   EXPECT_EQ(page.find_first_of("\033\xff\r"), page.npos);
   for (std::size_t at = 0; at < page.size(); at = page.find('\n', at) + 1) {
     EXPECT_LE(columnsOf(page.substr(at, page.find('\n', at) - at)), 70U) << page.substr(at, 90);
   }
   for (const char* const part :
-       {"a\\x0ab.log\n", "  16 Nov 11:58:00  59 s  r59\n",
-        "  The longest; 38 others took 18 min 3 s", "  And 40 more.\n", "\\x1b[31mRed",
-        "  1 line is damaged or foreign, and left out:\n", "  a\\x0ab.log:3  cut\\x1b[2J li\n"}) {
+       {"a\\x0ab.log\n", "  16 Nov 11:58:00  59 s", "  The longest; 38 others took 18 min 3 s",
+        "  And 40 more.\n", "\\x1b[31mRed", "  1 line is damaged or foreign, and left out:\n",
+        "  a\\x0ab.log:3  cut\\x1b[2J li\n"}) {
     EXPECT_NE(page.find(part), page.npos) << part << page;
   }
 }

@@ -23,6 +23,7 @@ class WakeEntries {
               LogPosition position);
 
   LogTime time() const { return time_; }
+  void setAsleepSince(LogTime time) { asleepSince_ = time; }
   void addDecoded(std::span<const LogField> fields);
   void addTracked(std::span<const LogField> fields);
   void reportTo(LogHistorySink& sink) const;

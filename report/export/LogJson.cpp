@@ -2,53 +2,14 @@
 #include "report/export/LogJson.h"
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 
 #include "platform/base/Text.h"
+#include "report/export/JsonText.h"
 
 namespace zorva {
 namespace {
-
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
-
-// Appends a JSON text. False if bytes had to be replaced: they are not UTF-8, or a character that
-// some programs reject.
-bool appendText(std::string_view text, std::string& to) {
-  bool whole = true;
-  to += '"';
-  std::size_t plain = 0;  // start of what is copied unchanged
-  std::size_t at = 0;
-  const auto copy = [&] { to.append(text, plain, at - plain); };
-  while (at < text.size()) {
-    const auto byte = static_cast<unsigned char>(text[at]);
-    if (byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\') {
-      ++at;
-      continue;
-    }
-    const std::size_t length = byte < 0x80 ? 1 : sequenceLength(text.substr(at));
-    if (length > 1) {
-      at += length;
-      continue;
-    }
-    copy();
-    if (length == 0 || byte == 0) {
-      to += kReplacement;
-      whole = false;
-    } else if (byte == '\n') {
-      to += "\\n";
-    } else if (byte == '"' || byte == '\\') {
-      to.append(1, '\\').append(1, static_cast<char>(byte));
-    } else {
-      to += formatText("\\u%04x", static_cast<unsigned>(byte));
-    }
-    plain = ++at;
-  }
-  copy();
-  to += '"';
-  return whole;
-}
 
 void appendHex(std::string_view bytes, std::string& to) {
   constexpr std::string_view kDigits = "0123456789abcdef";
@@ -60,17 +21,10 @@ void appendHex(std::string_view bytes, std::string& to) {
   to += '"';
 }
 
-template <typename Number>
-void appendNumber(Number number, std::string& to) {
-  char digits[32];
-  const auto result = std::to_chars(digits, digits + sizeof digits, number);
-  to.append(digits, result.ptr);
-}
-
 // With a decimal point, so that a database recognises a column of reals.
 void appendReal(double number, std::string& to) {
   const std::size_t before = to.size();
-  appendNumber(number, to);
+  appendJsonNumber(number, to);
   if (to.find_first_of(".e", before) == to.npos) to += ".0";
 }
 
@@ -92,7 +46,7 @@ void appendValue(const LogField& field, std::string& to) {
       to += "null";
       return;
     }
-    appendNumber(*number, to);
+    appendJsonNumber(*number, to);
   };
   switch (field.format->type) {
     case FieldType::Integer:
@@ -118,7 +72,7 @@ void appendValue(const LogField& field, std::string& to) {
     case FieldType::DateTime:
       break;
   }
-  appendText(value, to);
+  appendJsonText(value, to);
 }
 
 std::string_view nameOf(LogPiece piece) {
@@ -141,12 +95,12 @@ void appendList(std::string_view name, const std::vector<const LogField*>& field
   to.append(to.back() == '{' ? "" : ",").append("\"").append(name).append("\":[");
   for (const LogField* const field : fields) {
     to += field == fields.front() ? R"({"key":)" : R"(,{"key":)";
-    appendText(field->key, to);
+    appendJsonText(field->key, to);
     to += ",\"value\":";
     if (typed) {
       appendValue(*field, to);
     } else {
-      appendText(field->value, to);
+      appendJsonText(field->value, to);
     }
     to += '}';
   }
@@ -168,9 +122,9 @@ std::string isoTime(LogTime time) {
 
 void LogJson::append(const LogRecord& record, std::string_view file, std::string& to) {
   to += "{\"file\":";
-  appendText(file, to);
+  appendJsonText(file, to);
   to += ",\"line\":";
-  appendNumber(record.line, to);
+  appendJsonNumber(record.line, to);
   to.append(",\"kind\":\"").append(nameOf(record.piece)).append("\"");
   if (record.piece == LogPiece::Entry) {
     if (timeText_.empty() || record.time != time_) {
@@ -178,11 +132,11 @@ void LogJson::append(const LogRecord& record, std::string_view file, std::string
       timeText_ = isoTime(time_);
     }
     to.append(",\"time\":\"").append(timeText_).append("\",\"category\":");
-    appendText(record.category, to);
+    appendJsonText(record.category, to);
     appendFields(record, to);
   }
   to += ",\"raw\":";
-  if (!appendText(record.raw, to)) {
+  if (!appendJsonText(record.raw, to)) {
     to += ",\"bytes\":";
     appendHex(record.raw, to);
   }
@@ -224,7 +178,7 @@ void LogJson::appendFields(const LogRecord& record, std::string& to) {
   if (!any && listed_.empty()) to.resize(before);
   if (unknown_.size() == 1 && unknown_.front()->key.empty()) {
     to += ",\"text\":";
-    appendText(trimmed(unknown_.front()->value), to);
+    appendJsonText(trimmed(unknown_.front()->value), to);
   } else {
     appendList("other", unknown_, false, to);
   }

@@ -14,25 +14,9 @@ namespace {
 
 constexpr std::string_view kPattern = "00/00/00 00:00:00";
 
-// The zeros of the digits that locales write dates with: ASCII's, Arabic, its eastern form,
-// Devanagari, Bengali, Tibetan, Burmese, Ol Chiki, Adlam.
-constexpr char32_t kZeros[] = {U'0', 0x660, 0x6F0, 0x966, 0x9E6, 0xF20, 0x1040, 0x1C50, 0x1E950};
-
-// Takes one digit off the text; -1 if there is none.
-int takeDigit(std::string_view& text) {
-  if (text.empty()) return -1;
-  const auto [code, bytes] = firstCharacter(text);
-  for (const char32_t zero : kZeros) {
-    if (code >= zero && code < zero + 10) {
-      text.remove_prefix(bytes.size());
-      return static_cast<int>(code - zero);
-    }
-  }
-  return -1;
-}
-
 struct Fields {
-  int month, day, year, hour, minute, second;
+  int month, day, year, hour, minute, second;  // two digits of the year
+  bool plain;                                  // all digits are 0 to 9
 };
 
 std::optional<Fields> readFields(std::string_view text, std::size_t& length) {
@@ -55,47 +39,23 @@ std::optional<Fields> readFields(std::string_view text, std::size_t& length) {
   if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60) {
     return std::nullopt;
   }
-  return Fields{month, day, 2000 + year, hour, minute, second};
+  return Fields{month, day, year, hour, minute, second, length == kPattern.size()};
 }
 
-LogTime timeOf(const Fields& fields, int year) {
-  using namespace std::chrono;
-  const sys_days day = std::chrono::year(year) / fields.month / 1;
-  return (day.time_since_epoch().count() + fields.day - 1) * LogTime{86400} +
-         fields.hour * LogTime{3600} + fields.minute * LogTime{60} + fields.second;
+LogTime secondsOf(std::int64_t day, int hour, int minute, int second) {
+  return day * LogTime{86400} + hour * LogTime{3600} + minute * LogTime{60} + second;
 }
 
-// 0 is Sunday.
-int weekday(int year, unsigned month, unsigned day) {
-  return static_cast<int>(
-      std::chrono::weekday(std::chrono::sys_days(std::chrono::year(year) / static_cast<int>(month) /
-                                                 static_cast<int>(day)))
-          .c_encoding());
-}
-
-// Whether the date can belong to the week-based year, in a locale whose weeks begin on this weekday
-// and whose first week has at least so many days of its year.
-bool belongs(const Fields& fields, int year, int weekYear, int firstWeekday, int leastDays) {
-  // Days of December in the week of 1 January; 0 if a week begins on that day.
-  const auto daysBefore = [&](int newYear) {
-    return (weekday(newYear, 1, 1) - firstWeekday + 7) % 7;
-  };
-  int belongsTo = year;
-  if (fields.month == 12) {
-    const int before = daysBefore(year + 1);
-    if (fields.day > 31 - before && 7 - before >= leastDays) belongsTo = year + 1;
-  } else if (fields.month == 1) {
-    const int before = daysBefore(year);
-    if (fields.day <= 7 - before && 7 - before < leastDays) belongsTo = year - 1;
-  }
-  return belongsTo == weekYear;
-}
-
-bool belongsSomewhere(const Fields& fields, int year, int weekYear, int leastDays) {
-  for (const int firstWeekday : {0, 1, 6}) {
-    if (belongs(fields, year, weekYear, firstWeekday, leastDays)) return true;
-  }
-  return false;
+// Whether the day of a year can show this week-based year, in some locale with that least number of
+// days in a year's first week. Weeks that begin on a Friday are those of one country, the Maldives.
+bool canShow(int shown, LogCalendar calendar, int year, std::int64_t day, int leastDays,
+             bool orOnFriday = true) {
+  constexpr int kFriday = 5;
+  constexpr int kFirstWeekdays[] = {0, 1, 6, kFriday};
+  return std::ranges::any_of(kFirstWeekdays, [&](int first) {
+    if (first == kFriday && !orOnFriday) return false;
+    return weekYear(calendar, year, day, first, leastDays) == shown;
+  });
 }
 
 // The time of day after a date of plain digits; -1 if there is none.
@@ -132,24 +92,38 @@ std::optional<LogTime> LogClock::read(std::string_view text, std::size_t& length
   }
   const std::optional<Fields> fields = readFields(text, length);
   if (!fields) return std::nullopt;
-  LogTime time = timeOf(*fields, fields->year);
-  const bool lastDays = fields->month == 12 && fields->day > 25;
+  const auto [calendar, year] = choice_.yearOf(fields->year, fields->plain);
+  const auto dayIn = [&, calendar = calendar](int of) {
+    return dayOf(calendar, of, fields->month, fields->day);
+  };
+  auto day = dayIn(year);
+  if (!day) return std::nullopt;
+  const bool lastDays = fields->month == 12 && fields->day > 22;
   if (lastDays || (fields->month == 1 && fields->day < 7)) {
-    const int other = fields->year + (lastDays ? -1 : 1);
-    const LogTime otherTime = timeOf(*fields, other);
-    const auto can = [&](int year) {
-      return belongsSomewhere(*fields, year, fields->year, 1) ||
-             belongsSomewhere(*fields, year, fields->year, 4);
+    const int other = year + (lastDays ? -1 : 1);
+    const auto can = [&, calendar = calendar, year = year](int of, std::int64_t on) {
+      return canShow(year, calendar, of, on, 1) || canShow(year, calendar, of, on, 4);
     };
-    const bool takeOther = nearby_ ? std::abs(otherTime - *nearby_) < std::abs(time - *nearby_)
-                                   : belongsSomewhere(*fields, other, fields->year, 1);
-    if (can(other) && (takeOther || !can(fields->year))) time = otherTime;
+    if (const auto otherDay = dayIn(other); otherDay && can(other, *otherDay)) {
+      const auto distance = [&](std::int64_t from) { return std::abs(from * 86400 - *nearby_); };
+      const bool takeOther = nearby_ ? distance(*otherDay) < distance(*day)
+                                     : canShow(year, calendar, other, *otherDay, 1, false);
+      if (takeOther || !can(year, *day)) day = otherDay;
+    }
   }
+  const LogTime time = secondsOf(*day, fields->hour, fields->minute, fields->second);
   lastText_.assign(text.substr(0, length));
   lastTime_ = time;
   lastDay_ = time - (fields->hour * 3600 + fields->minute * 60 + fields->second);
   nearby_ = time;
   return time;
+}
+
+bool LogClock::setLocale(std::string_view id, std::string_view country) {
+  if (!choice_.setLocale(id, country)) return false;
+  lastText_.clear();
+  nearby_.reset();
+  return true;
 }
 
 std::optional<LogTime> logTimeFrom(std::string_view text, bool dayEnds) {
@@ -175,7 +149,8 @@ std::optional<LogTime> logTimeFrom(std::string_view text, bool dayEnds) {
                                          std::chrono::month(static_cast<unsigned>(month)),
                                          std::chrono::day(static_cast<unsigned>(day))};
   if (!date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
-  const LogTime time = timeOf({month, day, year, hour, minute, second}, year);
+  const LogTime time =
+      secondsOf(std::chrono::sys_days(date).time_since_epoch().count(), hour, minute, second);
   return text.size() == 10 && dayEnds ? time + 86399 : time;
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "report/format/LogCalendar.h"
+
 namespace zorva {
 
 /// Seconds since 1970 of the device's local clock, as if its zone were UTC: the log does not hold
@@ -13,6 +15,9 @@ namespace zorva {
 using LogTime = std::int64_t;
 
 /// Reads the dates of entries, "MM/dd/YY HH:mm:ss", in their order.
+///
+/// The date's digits may be of any script. Its calendar is that of the device's locale: see
+/// CalendarChoice.
 ///
 /// The year is that of the week: the last days of December may show the next year, and the first
 /// days of January the previous one. Which days do depends on the locale. If a date can belong to
@@ -22,11 +27,18 @@ using LogTime = std::int64_t;
 /// first day that fits one year only.
 class LogClock {
  public:
-  /// The date's digits may be of any script that a locale writes. Its calendar is taken as
-  /// Gregorian. Empty if it is not a date. On success `length` is its number of bytes.
+  /// Empty if it is not a date. On success `length` is its number of bytes.
   std::optional<LogTime> read(std::string_view text, std::size_t& length);
 
+  /// The locale of the dates that follow, as a Locale entry shows it. Returns whether they may read
+  /// differently from now on.
+  bool setLocale(std::string_view id, std::string_view country);
+
+  /// As CalendarChoice::unreadable(). The dates are read as Gregorian ones all the same.
+  const std::string& unreadableCalendar() const { return choice_.unreadable(); }
+
  private:
+  CalendarChoice choice_;
   std::string lastText_;
   LogTime lastTime_ = 0;
   LogTime lastDay_ = 0;            // its first second

@@ -64,7 +64,8 @@ class PageLines::Deflate {
   std::string packed_;
 };
 
-PageLines::PageLines(std::string& to) : to_(to), deflate_(std::make_unique<Deflate>()) {}
+PageLines::PageLines(std::string& to, std::size_t log)
+    : to_(to), log_(log), deflate_(std::make_unique<Deflate>()) {}
 
 PageLines::~PageLines() = default;
 
@@ -102,8 +103,8 @@ void PageLines::add(std::string_view raw, LogPosition position, AxisTime at) {
 
 void PageLines::finish() {
   if (pieces_ == 0) return;
-  to_ +=
-      formatText("<script type=\"application/octet-stream\" id=\"lines-%zu\">", chunks_.size() - 1);
+  to_ += formatText("<script type=\"application/octet-stream\" id=\"lines-%zu-%zu\">", log_,
+                    chunks_.size() - 1);
   appendBase64(to_, (*deflate_)(text_));
   to_ += "</script>\n";
   text_.clear();

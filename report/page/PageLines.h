@@ -26,7 +26,8 @@ class PageLines {
     AxisTime at;
   };
 
-  explicit PageLines(std::string& to);
+  /// The log has a number where a page shows several.
+  explicit PageLines(std::string& to, std::size_t log = 0);
   ~PageLines();
 
   /// The next piece, at its position in the log. The time is an entry's own, or that of the entry
@@ -44,6 +45,7 @@ class PageLines {
   class Deflate;
 
   std::string& to_;
+  std::size_t log_;
   std::unique_ptr<Deflate> deflate_;
   std::string text_;
   std::size_t pieces_ = 0;

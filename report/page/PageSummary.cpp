@@ -24,14 +24,16 @@ Cell share(std::integral auto part, std::integral auto whole) {
 
 class Writer {
  public:
-  Writer(const LogSummary& summary, const LogReading& reading)
-      : summary_(summary), reading_(reading) {}
+  Writer(const LogSummary& summary, const Answer& answer, const LogReading& reading)
+      : summary_(summary), answer_(answer), reading_(reading) {}
 
   PageSummary write() {
     for (const std::string& file : reading_.files) {
       const std::string name = file == "-" ? "standard input" : file.substr(file.rfind('/') + 1);
       page_.title += (page_.title.empty() ? "" : ", ") + name;
     }
+    verdict();
+    account();
     facts();
     wakes();
     holders();
@@ -39,13 +41,61 @@ class Writer {
     sleeps();
     states();
     radio();
-    errors();
+    events();
     return std::move(page_);
   }
 
  private:
+  void verdict() {
+    page_.verdict = answer_.verdict;
+    for (const Finding& finding : answer_.findings) {
+      // Of what the verdict tells, it shows the figures.
+      const auto told = std::ranges::find_if(page_.verdict, [&](const std::string& sentence) {
+        return sentence.find(finding.sentence) != sentence.npos;
+      });
+      page_.findings.push_back(
+          {told == page_.verdict.end()
+               ? capitalized(finding.sentence) + " (" + percentText(finding.percent) + ")."
+               : *told,
+           finding.figures, finding.from, finding.to});
+    }
+  }
+
+  void account() {
+    PageSummary::Account& to = page_.account;
+    to.wattHoursPerPercent = answer_.wattHoursPerPercent.value_or(0);
+    for (const Account::Name& part : answer_.account.parts()) {
+      const AccountPart* const whole = answer_.whole.find(part.cause, part.name);
+      const bool named = part.cause == Cause::Process || part.cause == Cause::Together;
+      to.parts.push_back({named ? std::string(part.cause == Cause::Process ? "Process" : "Together")
+                                : capitalized(causeText(part.cause, "")),
+                          named ? part.name : "", part.measured,
+                          whole != nullptr && whole->uncertain});
+    }
+    for (Account::Interval& interval : answer_.account.intervals()) {
+      to.intervals.push_back(
+          {interval.begin, interval.end, interval.used, std::move(interval.parts)});
+    }
+    for (const LogSummary::Sleep& sleep : summary_.longestSleeps) {
+      const Account::Charge used = answer_.account.asleep(sleep.begin, sleep.end);
+      const LogTime seconds = sleep.end - sleep.begin;
+      PageSummary::SleepEnergy& energy = page_.sleeps.emplace_back();
+      energy.begin = sleep.begin;
+      if (used.seconds * 10 >= seconds * 9) {
+        energy.used = used.percent;
+        if (answer_.wattHoursPerPercent) {
+          energy.wattHours = used.percent * *answer_.wattHoursPerPercent;
+        }
+      }
+      if (sleep.hardware && seconds > 0) {
+        energy.deepShare = 100 * static_cast<double>(std::min(*sleep.hardware, seconds)) /
+                           static_cast<double>(seconds);
+      }
+    }
+  }
+
   void facts() {
-    page_.facts = batterySentences(summary_);
+    page_.facts = batterySentences(summary_, answer_);
     if (summary_.isEmpty()) page_.facts.emplace_back("There is no entry.");
     if (summary_.wakes > 0) {
       const double hours = static_cast<double>(summary_.covered) / 3600;
@@ -64,8 +114,9 @@ class Writer {
     }
   }
 
-  PageTable& table(std::string title, std::vector<PageTable::Column> columns) {
-    page_.tables.push_back({std::move(title), std::move(columns), {}});
+  // `inView` names the calculation of its rows for a part of the log.
+  PageTable& table(std::string title, std::string inView, std::vector<PageTable::Column> columns) {
+    page_.tables.push_back({std::move(title), std::move(columns), {}, std::move(inView)});
     return page_.tables.back();
   }
 
@@ -75,21 +126,22 @@ class Writer {
         to.rows.push_back({tally.name, number(tally.count), share(tally.count, summary_.wakes)});
       }
     };
-    add(table("Wakes by reason",
+    add(table("Wakes by reason", "wakeReasons",
               {{"Reason", Kind::Text}, {"Wakes", Kind::Count}, {"Share", Kind::Percent}}),
         summary_.wakeReasons);
-    add(table("Wakes by the modem, by receiver",
+    add(table("Wakes by the modem, by receiver", "wakeOwners",
               {{"For", Kind::Process}, {"Wakes", Kind::Count}, {"Share", Kind::Percent}}),
         summary_.wakeOwners);
   }
 
   void holders() {
-    PageTable& to = table("Kept awake by", {{"Process", Kind::Process},
-                                            {"Assertion", Kind::Text},
-                                            {"Held", Kind::Seconds},
-                                            {"Share", Kind::Percent},
-                                            {"Times", Kind::Count},
-                                            {"Longest", Kind::Seconds}});
+    PageTable& to = table("Kept awake by", "holders",
+                          {{"Process", Kind::Process},
+                           {"Assertion", Kind::Text},
+                           {"Held", Kind::Seconds},
+                           {"Share", Kind::Percent},
+                           {"Times", Kind::Count},
+                           {"Longest", Kind::Seconds}});
     for (const Tally& holder : summary_.lane(Lane::Assertion)) {
       to.rows.push_back({holder.name, holder.detail + (holder.goesOn ? " (still)" : ""),
                          number(holder.seconds), share(holder.seconds, summary_.covered),
@@ -98,10 +150,11 @@ class Writer {
   }
 
   void processes() {
-    PageTable& to = table("CPU time", {{"Process", Kind::Process},
-                                       {"Used", Kind::Seconds},
-                                       {"Share", Kind::Percent},
-                                       {"Of one CPU", Kind::Percent}});
+    PageTable& to = table("CPU time", "processes",
+                          {{"Process", Kind::Process},
+                           {"Used", Kind::Seconds},
+                           {"Share", Kind::Percent},
+                           {"Of one CPU", Kind::Percent}});
     std::int64_t all = 0;
     for (const auto& [name, seconds] : summary_.processes) all += seconds;
     for (const auto& [name, seconds] : summary_.processes) {
@@ -110,17 +163,17 @@ class Writer {
     }
   }
 
+  // The page has every sleep on its timeline, and so calculates these rows for the whole log, too.
   void sleeps() {
-    PageTable& to =
-        table(summary_.sleeps > summary_.longestSleeps.size() ? "The longest sleeps" : "Sleeps",
-              {{"From", Kind::Time},
-               {"Length", Kind::Seconds},
-               {"Ended by", Kind::Text},
-               {"For", Kind::Process}});
-    for (const LogSummary::Sleep& sleep : summary_.longestSleeps) {
-      to.rows.push_back({number(sleep.begin), number(sleep.end - sleep.begin), endOfSleep(sleep),
-                         sleep.owner.empty() ? Cell() : Cell(sleep.owner)});
-    }
+    table("Sleeps", "sleeps",
+          {{"From", Kind::Time},
+           {"Length", Kind::Seconds},
+           {"Used", Kind::Percent},
+           {"Energy", Kind::WattHours},
+           {"Power", Kind::Watts},
+           {"Deep", Kind::Percent},
+           {"Ended by", Kind::Text},
+           {"For", Kind::Process}});
   }
 
   void states() {
@@ -134,11 +187,12 @@ class Writer {
         {Lane::Registered, "Network"}, {Lane::WiFi, "Wi-Fi"},
         {Lane::Charging, "Charger"},   {Lane::Bluetooth, "Bluetooth"},
         {Lane::Location, "Location"},  {Lane::Thermal, "Thermal level"}};
-    PageTable& to = table("Device and radio", {{"What", Kind::Text},
-                                               {"State", Kind::Text},
-                                               {"Time", Kind::Seconds},
-                                               {"Share", Kind::Percent},
-                                               {"Times", Kind::Count}});
+    PageTable& to = table("Device and radio", "states",
+                          {{"What", Kind::Text},
+                           {"State", Kind::Text},
+                           {"Time", Kind::Seconds},
+                           {"Share", Kind::Percent},
+                           {"Times", Kind::Count}});
     const auto add = [&](const std::string& name, const std::string& detail, const Tally& tally) {
       to.rows.push_back({name, detail.empty() ? Cell() : Cell(detail), number(tally.seconds),
                          share(tally.seconds, summary_.covered), number(tally.count)});
@@ -150,11 +204,12 @@ class Writer {
             tally);
       }
     }
-    PageTable& applications = table("Applications", {{"Application", Kind::Process},
-                                                     {"Mode", Kind::Text},
-                                                     {"Time", Kind::Seconds},
-                                                     {"Share", Kind::Percent},
-                                                     {"Times", Kind::Count}});
+    PageTable& applications = table("Applications", "applications",
+                                    {{"Application", Kind::Process},
+                                     {"Mode", Kind::Text},
+                                     {"Time", Kind::Seconds},
+                                     {"Share", Kind::Percent},
+                                     {"Times", Kind::Count}});
     for (const Tally& tally : summary_.lane(Lane::Application)) {
       applications.rows.push_back({tally.name, tally.detail, number(tally.seconds),
                                    share(tally.seconds, summary_.covered), number(tally.count)});
@@ -164,7 +219,7 @@ class Writer {
   void radio() {
     if (summary_.traffic) {
       PageTable& traffic =
-          table("Traffic of all interfaces",
+          table("Traffic of all interfaces", "traffic",
                 {{"Direction", Kind::Text}, {"Amount", Kind::Bytes}, {"Per hour", Kind::Bytes}});
       const double hours = static_cast<double>(summary_.covered) / 3600;
       const auto add = [&](const char* direction, double bytes) {
@@ -174,7 +229,8 @@ class Writer {
       add("sent", summary_.sent);
     }
     PageTable& modem =
-        table("Modem", {{"State", Kind::Text}, {"Time", Kind::Seconds}, {"Share", Kind::Percent}});
+        table("Modem", "modem",
+              {{"State", Kind::Text}, {"Time", Kind::Seconds}, {"Share", Kind::Percent}});
     std::int64_t all = 0;
     for (const auto& [state, milliseconds] : summary_.modem) all += milliseconds;
     for (const auto& [state, milliseconds] : summary_.modem) {
@@ -183,26 +239,33 @@ class Writer {
     }
   }
 
-  void errors() {
-    PageTable& to =
-        table("Errors", {{"Error", Kind::Text}, {"Times", Kind::Count}, {"First", Kind::Time}});
-    std::uint64_t left = summary_.errorCount;
-    for (const LogSummary::Error& error : summary_.errors) {
-      to.rows.push_back({error.text, number(error.count), number(error.first)});
-      left -= std::min(left, error.count);
-    }
-    if (left > 0) to.rows.push_back({"(of other kinds)", number(left), Cell()});
+  // Every error and event is on the timeline.
+  void events() {
+    table("Errors", "errors",
+          {{"Category", Kind::Text},
+           {"Error", Kind::Text},
+           {"Times", Kind::Count},
+           {"First", Kind::Time},
+           {"Last", Kind::Time}});
+    table("Events", "events",
+          {{"Category", Kind::Text},
+           {"Event", Kind::Text},
+           {"Times", Kind::Count},
+           {"First", Kind::Time},
+           {"Last", Kind::Time}});
   }
 
   const LogSummary& summary_;
+  const Answer& answer_;
   const LogReading& reading_;
   PageSummary page_;
 };
 
 }  // namespace
 
-PageSummary pageSummary(const LogSummary& summary, const LogReading& reading) {
-  return Writer(summary, reading).write();
+PageSummary pageSummary(const LogSummary& summary, const Answer& answer,
+                        const LogReading& reading) {
+  return Writer(summary, answer, reading).write();
 }
 
 }  // namespace zorva

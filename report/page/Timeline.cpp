@@ -24,9 +24,10 @@ void appendNumbers(std::string& to, std::initializer_list<std::int64_t> numbers)
 
 std::string_view Timeline::laneName(std::size_t lane) {
   constexpr std::string_view kNames[kAllLanes] = {
-      "asleep",     "display", "assertion",   "call",    "data",     "wifi",
-      "bluetooth",  "audio",   "application", "thermal", "charging", "location",
-      "registered", "wakes",   "errors",      "events",  "silent"};
+      "asleep",   "display",   "assertion",  "call",         "data",
+      "wifi",     "bluetooth", "audio",      "application",  "thermal",
+      "charging", "location",  "registered", "weak_charger", "not_charged",
+      "wakes",    "errors",    "events",     "silent"};
   return kNames[lane];
 }
 

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "report/page/PageLines.h"
+#include "report/page/PageWriter.h"
 
 namespace zorva {
 namespace {
@@ -129,6 +130,25 @@ TEST(PageLines, BeginAChunkWhereThePositionsDo) {
   EXPECT_EQ(lines.chunks()[1].first, 30U);
   EXPECT_EQ(lines.chunks()[1].at, 90);
   EXPECT_EQ(lines.end(), 31U);
+}
+
+TEST(PageWriter, BoundsTheAccountWithoutLosingAnyOfIt) {
+  PageSummary summary;
+  summary.account.parts = {{"Display", "", true, false}, {"Application", "</script>", false, true}};
+  const int count = 3 * static_cast<int>(PageWriter::kMaxIntervals) + 1;
+  for (int i = 0; i < count; ++i) {
+    summary.account.intervals.push_back(
+        {i * 10, i * 10 + 10, 2, {{static_cast<std::uint32_t>(i % 2), 1}}});
+  }
+  summary.sleeps = {{5, 1.5, std::nullopt, 90}};
+  std::string page;
+  PageWriter(page).finish(summary);
+  page.erase(0, page.find("\"account\":"));
+  EXPECT_EQ(page.find("\"uncertain\":true}]") < page.find("</script>"), true);
+  EXPECT_NE(page.find("\"sleeps\":[[5,1.5,null,90]]"), page.npos);
+  // Four of the intervals in each: 8 percent, 2 of it by either part.
+  EXPECT_NE(page.find("\"intervals\":[[0,40,8,0,2,1,2],[40,80,8,0,2,1,2],"), page.npos);
+  EXPECT_NE(page.find(",[120000,120010,2,0,1]]}"), page.npos);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <istream>
+#include <utility>
 
 #include "platform/base/Text.h"
 
@@ -16,6 +17,9 @@ constexpr std::size_t kMaxCategoryLength = 40;
 constexpr std::size_t kDateLength = sizeof "11/16/26 22:05:00" - 1;
 constexpr std::string_view kVersionLine = "Zorva Version: ";
 constexpr std::string_view kDumpMargin = "    ";
+constexpr std::string_view kLocaleCategory = "Locale";
+constexpr std::string_view kLocaleHead = "[Locale] id=";
+constexpr std::string_view kLocaleKey = " id=";
 
 std::string_view withoutLineEnd(std::string_view line) {
   if (line.ends_with('\n')) line.remove_suffix(1);
@@ -60,7 +64,7 @@ LogReader::LogReader(std::span<const EntryFormat> format) : buffer_(kBuffer) {
 void LogReader::begin(Read read) {
   read_ = std::move(read);
   start_ = end_ = 0;
-  ended_ = inLongLine_ = false;
+  ended_ = inLongLine_ = begun_ = false;
   error_ = 0;
   line_ = 1;
 }
@@ -86,7 +90,29 @@ bool LogReader::fill() {
     return false;
   }
   end_ += static_cast<std::size_t>(count);
+  if (!std::exchange(begun_, true)) findLocale();
   return true;
+}
+
+// The locale decides how dates are read, but its entry is the last of a log's first snapshot: it is
+// taken from the bytes that were read first.
+void LogReader::findLocale() {
+  const std::string_view held(buffer_.data() + start_, end_ - start_);
+  const std::size_t at = held.find(kLocaleHead);
+  if (at == held.npos) return;
+  const std::string_view rest = held.substr(at + kLocaleHead.size() - kLocaleKey.size());
+  readLocale(withoutLineEnd(rest.substr(0, std::min(rest.find('\n'), rest.size()))));
+}
+
+// Whether dates may read differently from now on.
+bool LogReader::readLocale(std::string_view body) {
+  if (!body.starts_with(kLocaleKey)) return false;
+  const std::string_view id = body.substr(kLocaleKey.size(), body.find(';') - kLocaleKey.size());
+  constexpr std::string_view kCountry = "; country=";
+  const std::size_t at = body.find(kCountry);
+  if (at == body.npos) return false;
+  const std::string_view rest = body.substr(at + kCountry.size());
+  return clock_.setLocale(id, rest.substr(0, rest.find(';')));
 }
 
 // The offset from start_ after the line that begins at this one. If the line has no end, the end of
@@ -154,6 +180,9 @@ void LogReader::readEntry(LogRecord& record, std::string_view line) {
     readDump(record, record.raw.size());
   } else if (isWhole(record.body, record.format)) {
     record.piece = LogPiece::Entry;
+    if (record.category == kLocaleCategory && readLocale(record.body)) {
+      record.time = clock_.read(line, dateLength).value_or(*time);
+    }
   }
 }
 

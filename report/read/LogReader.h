@@ -97,11 +97,16 @@ class LogReader {
   /// errno of the read that failed, or 0.
   int error() const { return error_; }
 
+  /// As in LogClock.
+  const std::string& unreadableCalendar() const { return clock_.unreadableCalendar(); }
+
   /// Of all files so far.
   const LogCounts& counts() const { return counts_; }
 
  private:
   bool fill();
+  bool readLocale(std::string_view body);
+  void findLocale();
   std::size_t lineEnd(std::size_t from);
   void readLine(LogRecord& record, std::string_view line);
   void readEntry(LogRecord& record, std::string_view line);
@@ -116,6 +121,7 @@ class LogReader {
   std::size_t start_ = 0;  // of what has not been returned yet
   std::size_t end_ = 0;    // of what has been read
   bool ended_ = true;
+  bool begun_ = false;  // something was read of this file
   bool inLongLine_ = false;
   int error_ = 0;
   std::uint64_t line_ = 1;

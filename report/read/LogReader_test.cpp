@@ -160,31 +160,18 @@ TEST(LogReaderTest, ValuesHaveTypes) {
   }
 }
 
-TEST(LogTimeTest, TheWeeksYearIsResolved) {
-  const auto times = [](std::initializer_list<const char*> dates) {
-    LogClock clock;
-    std::vector<LogTime> read;
-    for (const char* date : dates) {
-      std::size_t length = 0;
-      read.push_back(clock.read(date, length).value_or(-1));
-    }
-    for (std::size_t i = read.size(); i-- > 1;) read[i] -= read[i - 1];
-    return read;
-  };
-  constexpr LogTime kDay = 86400;
-  // 11/17/26 is day 20774.
-  EXPECT_EQ(times({"11/17/26 00:00:01"}), (std::vector<LogTime>{20774 * kDay + 1}));
-  // United States: 27 December 2026 is a Sunday, and in the week of New Year.
-  EXPECT_EQ(
-      times({"12/26/26 00:00:00", "12/27/27 00:00:00", "12/31/27 00:00:00", "01/01/27 00:00:00"}),
-      (std::vector<LogTime>{20813 * kDay, kDay, 4 * kDay, kDay}));
-  // The same without anything before it.
-  EXPECT_EQ(times({"12/31/27 00:00:00", "01/01/27 00:00:00"}),
-            (std::vector<LogTime>{20818 * kDay, kDay}));
-  // Germany: 1 to 3 January 2027 are in the last week of 2026.
-  EXPECT_EQ(times({"12/24/26 00:00:00", "12/31/26 00:00:00", "01/01/26 00:00:00",
-                   "01/03/26 00:00:00", "01/04/27 00:00:00"}),
-            (std::vector<LogTime>{20811 * kDay, 7 * kDay, kDay, 2 * kDay, kDay}));
+TEST(LogReaderTest, TheLocaleDecidesHowItsLogIsDated) {
+  LogReader reader;
+  LogRecord record;
+  std::vector<LogTime> times;
+  // Its entry follows those of the snapshot; then the locale changes.
+  reader.begin(
+      readFrom("01/02/00 00:00:00 [Battery] level=5%;\n"
+               "01/02/00 00:00:00 [Locale] id=en_US; country=US; time_zone=UTC; dst=no;\n"
+               "09/04/05 00:00:00 [Locale] id=fi_IR; country=IR; time_zone=UTC; dst=no;\n"
+               "09/04/05 00:00:00 [Battery] level=4%;\n"));
+  while (reader.next(record)) times.push_back(record.time / 86400);
+  EXPECT_EQ(times, (std::vector<LogTime>{10958, 10958, 20782, 20782}));
 }
 
 }  // namespace

@@ -3,13 +3,17 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 #include "platform/base/Text.h"
+#include "report/redact/OwnMessages.h"
+#include "report/redact/ZoneOffset.h"
 
 namespace zorva {
 namespace {
 
 constexpr std::size_t kHexDigitsOfAddress = 12;  // of a network card
+constexpr std::size_t kMostHeld = 1 << 20;       // bytes; a snapshot has a few KiB
 
 // The kinds of names in fields. Names of one kind share their tokens, so that a process has the
 // same token in every entry. Tokens of other fields are named after their keys.
@@ -19,13 +23,15 @@ struct Kind {
   std::string_view kind;
 };
 constexpr std::string_view kProcess = "process";
+constexpr std::string_view kApplication = "app";
+constexpr std::string_view kUnit = "unit";
 constexpr Kind kKinds[] = {
-    {"Accessory", "name", "accessory"}, {"Application", "id", "app"},
-    {"Assertion", "name", "assertion"}, {"Geodyne Client", "id", "app"},
+    {"Accessory", "name", "accessory"}, {"Application", "id", kApplication},
+    {"Assertion", "name", "assertion"}, {"Geodyne Client", "id", kApplication},
     {"KL Client", "id", "client"},      {"Network", "*", "interface"},
-    {"NMXN", "topic", "app"},           {"ProcessMonitor", "*", kProcess},
-    {"Schedule", "id", "app"},          {"Syncward", "name", "account"},
-    {"Wakeup Sources", "*", "source"},  {"Work", "*", "unit"},
+    {"NMXN", "topic", kApplication},    {"ProcessMonitor", "*", kProcess},
+    {"Schedule", "id", kApplication},   {"Syncward", "name", "account"},
+    {"Wakeup Sources", "*", "source"},  {"Work", "*", kUnit},
 };
 
 std::string_view kindOf(std::string_view category, const FieldFormat& format) {
@@ -35,6 +41,8 @@ std::string_view kindOf(std::string_view category, const FieldFormat& format) {
   return format.key == "*" ? "name" : format.key;
 }
 
+constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
+
 bool isDigits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
 }
@@ -43,11 +51,23 @@ bool isDigits(std::string_view text) {
 bool holdsCardAddress(std::string_view text) {
   std::size_t run = 0;
   for (const char byte : text) {
-    run = std::string_view("0123456789abcdefABCDEF").find(byte) == std::string_view::npos ? 0
-                                                                                          : run + 1;
+    run = kHexDigits.find(byte) == kHexDigits.npos ? 0 : run + 1;
     if (run >= kHexDigitsOfAddress) return true;
   }
   return false;
+}
+
+// Units that are named after a path.
+bool isNamedAfterPath(std::string_view unit) {
+  constexpr std::string_view kEnds[] = {".mount", ".automount", ".swap", ".device"};
+  return std::ranges::any_of(kEnds, [&](std::string_view end) { return unit.ends_with(end); });
+}
+
+// Whether a text can be the name of a program. Only processes have names with blanks.
+bool isProgramName(std::string_view kind, std::string_view text) {
+  return !text.empty() && text[0] != '/' && text[0] != '~' && !isNamedAfterPath(text) &&
+         text.find_first_of(kind == kProcess ? ";=" : ";= ") == text.npos &&
+         std::ranges::none_of(text, [](char byte) { return byte >= 0 && byte < ' '; });
 }
 
 bool isPlainKey(std::string_view key) {
@@ -75,6 +95,34 @@ bool isDoubtful(const LogField& field) {
 }  // namespace
 
 void Redaction::append(const LogRecord& record, std::string& to) {
+  if (record.piece == LogPiece::Version) {  // the device may have travelled since the last file
+    release(to);
+    zone_.reset();
+  }
+  const bool waits = !held_.empty() || (!zone_ && record.category == "Schedule");
+  appendPiece(record, waits ? held_ : to);
+  if (held_.size() > kMostHeld) zone_.emplace();
+  if (zone_) release(to);
+}
+
+void Redaction::finish(std::string& to) {
+  release(to);
+}
+
+// Writes what was kept, with its times in the zone that is known now.
+void Redaction::release(std::string& to) {
+  std::size_t written = 0;
+  for (const auto& [place, time] : std::exchange(missing_, {})) {
+    to.append(held_, written, place - written);
+    written = place;
+    const auto local = zone_ && zone_->offset ? localTime(time, *zone_->offset) : std::nullopt;
+    to += local ? *local : name("time", time);
+  }
+  to.append(held_, written);
+  held_.clear();
+}
+
+void Redaction::appendPiece(const LogRecord& record, std::string& to) {
   switch (record.piece) {
     case LogPiece::Version:
     case LogPiece::Separator:
@@ -140,15 +188,21 @@ void Redaction::appendText(const LogRecord& record, std::string& to) {
     text.remove_prefix(1);
   }
   if (text.empty()) return;
+  if (record.category == "Zorva" && isOwnMessage(text)) {
+    to += text;
+    return;
+  }
   // " powerd[31]: external power present"
   if (record.category == LogRecord::kQuotedCategory) {
     const std::size_t open = text.find('[');
     const std::size_t close = text.find("]: ");
     if (open != text.npos && close != text.npos && open < close && open > 0) {
-      const std::string_view process = text.substr(open + 1, close - open - 1);
-      to += name(kProcess, text.substr(0, open));
+      const std::string_view pid = text.substr(open + 1, close - open - 1);
+      const std::string_view process = text.substr(0, open);
+      to +=
+          process.find(' ') == process.npos ? program(kProcess, process) : name(kProcess, process);
       to += '[';
-      to += isDigits(process) || process == "(null)" ? std::string(process) : content(process);
+      to += isDigits(pid) || pid == "(null)" ? std::string(pid) : content(pid);
       to += "]: ";
       to += content(text.substr(close + 3));
       return;
@@ -184,13 +238,17 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
     const std::size_t open = field.key.rfind('(');
     const bool numbered = open != field.key.npos && open > 0 && field.key.ends_with(')') &&
                           isDigits(field.key.substr(open + 1, field.key.size() - open - 2));
-    to += name(kind, field.key.substr(0, numbered ? open : field.key.size()));
+    const std::string_view plain = field.key.substr(0, numbered ? open : field.key.size());
+    to += numbered || kind != kProcess ? program(kind, plain) : name(kind, plain);
     if (numbered) to += field.key.substr(open);
   }
   to += '=';
+  if (category == "Locale" && format.key == "time_zone") zone_ = Zone{zoneOffset(field.value)};
   if (field.isWord() || (!anyKey && field.value.empty())) {
     to += field.value;
     to += field.unit;
+  } else if (format.type == FieldType::DateTime) {
+    appendTime(field, to);
   } else if (keyIsName || privacy == Privacy::Harmless) {
     to += isDoubtful(field) ? content(field.value) : std::string(field.value);
     to += field.unit;
@@ -203,9 +261,9 @@ void Redaction::appendField(std::string_view category, const LogField& field, st
     const std::size_t slash = field.value.rfind('/');
     to += name(kind, field.value.substr(0, slash));
     to += '/';
-    if (slash + 1 < field.value.size()) to += name(kProcess, field.value.substr(slash + 1));
+    if (slash + 1 < field.value.size()) to += program(kProcess, field.value.substr(slash + 1));
   } else {
-    to += name(kind, field.value);
+    to += program(kind, field.value);
   }
   if (field.raw.ends_with(';')) to += ';';
 }
@@ -226,6 +284,67 @@ void Redaction::appendAddress(std::string_view address, std::string& to) {
     to += name("ip", address);
   }
   to += port;
+}
+
+// Without the offset: the time is then taken as local.
+void Redaction::appendTime(const LogField& field, std::string& to) {
+  if (!field.isWellFormed()) {
+    to += content(field.value);
+  } else if (!zone_) {
+    missing_.emplace_back(to.size(), field.value);
+  } else if (const auto local =
+                 zone_->offset ? localTime(field.value, *zone_->offset) : std::nullopt) {
+    to += *local;
+  } else {
+    to += name("time", field.value);
+  }
+}
+
+// A name that stays if it is a program's.
+std::string Redaction::program(std::string_view kind, std::string_view value) {
+  const bool isProgram = kind == kProcess || kind == kApplication || kind == kUnit;
+  if (keep_ != Keep::Programs || !isProgram || !isProgramName(kind, value)) {
+    return name(kind, value);
+  }
+  const std::size_t at = value.find('@');
+  if (at == value.npos) return withoutIds(value);
+  std::size_t end = value.rfind('.');
+  if (end == value.npos || end < at) end = value.size();
+  const std::string_view instance = value.substr(at + 1, end - at - 1);
+  std::string kept = withoutIds(value.substr(0, at + 1));
+  kept += instance.empty() || isDigits(instance) || instance == "autostart"
+              ? std::string(instance)
+              : name("instance", instance);
+  return kept.append(value.substr(end));
+}
+
+// Replaces long hexadecimal numbers, also those that are grouped by hyphens: they are addresses,
+// and identifiers of users, disks and containers.
+std::string Redaction::withoutIds(std::string_view text) {
+  std::string to;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    std::size_t end = at;
+    while (end < text.size() && (kHexDigits.find(text[end]) != kHexDigits.npos ||
+                                 (text[end] == '-' && end > at && text[end - 1] != '-'))) {
+      ++end;
+    }
+    if (end == at) {
+      to += text[at++];
+      continue;
+    }
+    const std::string_view run = text.substr(at, end - at);
+    const auto hyphens = static_cast<std::size_t>(std::ranges::count(run, '-'));
+    if (run.size() - hyphens >= kHexDigitsOfAddress && std::ranges::any_of(run, isDigit)) {
+      const bool hyphen = run.ends_with('-');
+      to += name("id", run.substr(0, run.size() - (hyphen ? 1 : 0)));
+      if (hyphen) to += '-';
+    } else {
+      to += run;
+    }
+    at = end;
+  }
+  return to;
 }
 
 const std::string& Redaction::name(std::string_view kind, std::string_view value) {

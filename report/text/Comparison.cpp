@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <utility>
 
 #include "platform/base/Text.h"
 
@@ -17,6 +18,7 @@ using Values = std::vector<std::optional<double>>;
 
 constexpr std::size_t kMaxRows = 8;
 constexpr std::size_t kMaxChanges = 8;
+constexpr const char* kOverall = "in all";
 constexpr double kMinRatio = 1.25;  // of a change that is reported
 
 struct KindTraits {
@@ -28,6 +30,10 @@ KindTraits traitsOf(Kind kind) {
   switch (kind) {
     case Kind::Charge:
       return {"Charge used per hour", 0.2};
+    case Kind::Share:
+      return {"Share of the time", 5};
+    case Kind::Cause:
+      return {"Charge used per hour on battery, by cause", 0.2};
     case Kind::Wakes:
       return {"Wakes per hour", 0.2};
     case Kind::Held:
@@ -44,6 +50,8 @@ std::string text(Kind kind, const std::optional<double>& value) {
   if (!value) return "-";
   switch (kind) {
     case Kind::Charge:
+    case Kind::Share:
+    case Kind::Cause:
       return figure(*value) + " %";
     case Kind::Wakes:
       return figure(*value);
@@ -107,6 +115,10 @@ std::string subject(const ComparedFigure& figureOf) {
   switch (figureOf.kind) {
     case Kind::Charge:
       return "Charge used " + figureOf.name;
+    case Kind::Share:
+      return "Time " + figureOf.name;
+    case Kind::Cause:
+      return "Used by " + figureOf.name;
     case Kind::Wakes:
       return figureOf.name == "all"              ? "Wakes"
              : figureOf.name.starts_with("for ") ? "Wakes " + figureOf.name
@@ -127,6 +139,13 @@ void reportChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
     const ComparedFigure* of;
   };
   std::vector<Change> changes;
+  // What matters most comes first: overall, asleep or awake, and then what used it.
+  const auto rank = [](const Change& change) {
+    const ComparedFigure& of = *change.of;
+    const bool overall = of.kind == Kind::Charge && of.name == kOverall;
+    const int kind = overall ? 0 : of.kind == Kind::Share ? 1 : of.kind == Kind::Cause ? 2 : 3;
+    return std::pair(kind, -change.weight);
+  };
   for (const ComparedFigure& figureOf : figures) {
     const auto& before = figureOf.values.front();
     const auto& now = figureOf.values.back();
@@ -136,7 +155,7 @@ void reportChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
     if (weight < 1 || std::max(*now, *before) < low * kMinRatio) continue;
     changes.push_back({weight, &figureOf});
   }
-  std::ranges::stable_sort(changes, std::greater(), &Change::weight);
+  std::ranges::stable_sort(changes, {}, rank);
   if (changes.size() > kMaxChanges) changes.resize(kMaxChanges);
   if (changes.empty()) {
     page.sentence("No notable change.");
@@ -153,6 +172,9 @@ void reportChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
 }  // namespace
 
 std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
+  ComparedFigure overall{Kind::Charge, kOverall, {}};
+  ComparedFigure share{Kind::Share, "asleep", {}};
+  Gathered causes(Kind::Cause, logs.size());
   ComparedFigure asleep{Kind::Charge, "asleep", {}};
   ComparedFigure awake{Kind::Charge, "awake", {}};
   ComparedFigure wakes{Kind::Wakes, "all", {}};
@@ -163,8 +185,17 @@ std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
   for (std::size_t i = 0; i < logs.size(); ++i) {
     const LogSummary& summary = logs[i].summary;
     const double hours = hoursOf(summary.covered);
-    asleep.values.push_back(summary.asleep.perHour());
-    awake.values.push_back(summary.awake.perHour());
+    const Answer& answer = logs[i].answer;
+    const double onBattery = hoursOf(answer.whole.seconds);
+    overall.values.push_back(onBattery > 0 ? std::optional(answer.whole.percent / onBattery)
+                                           : std::nullopt);
+    share.values.push_back(hours > 0 ? std::optional(100 * hoursOf(summary.asleepSeconds) / hours)
+                                     : std::nullopt);
+    for (const AccountPart& part : answer.whole.parts) {
+      causes.add(i, causeText(part.cause, part.name), part.percent, onBattery);
+    }
+    asleep.values.push_back(answer.account.asleep().perHour());
+    awake.values.push_back(answer.account.awake().perHour());
     wakes.values.push_back(hours > 0 ? std::optional(static_cast<double>(summary.wakes) / hours)
                                      : std::nullopt);
     for (const auto& tally : summary.wakeReasons) {
@@ -174,7 +205,7 @@ std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
       reasons.add(i, "for " + tally.name, static_cast<double>(tally.count), hours);
     }
     for (const auto& tally : summary.lane(Lane::Assertion)) {
-      holders.add(i, tally.name + ": " + tally.detail, static_cast<double>(tally.seconds), hours);
+      holders.add(i, tally.name + ": " + tally.detail, static_cast<double>(tally.awake), hours);
     }
     for (const auto& [name, seconds] : summary.processes) {
       processes.add(i, name, static_cast<double>(seconds), hoursOf(summary.processSeconds));
@@ -184,7 +215,9 @@ std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
       traffic.add(i, "sent", summary.sent, hours);
     }
   }
-  std::vector<ComparedFigure> figures{asleep, awake, wakes};
+  std::vector<ComparedFigure> figures{overall, asleep, awake, share};
+  causes.moveTo(figures);
+  figures.push_back(wakes);
   reasons.moveTo(figures);
   holders.moveTo(figures);
   processes.moveTo(figures);
@@ -200,13 +233,14 @@ std::string comparisonText(const std::vector<ComparedLog>& logs, const TextStyle
     const LogSummary& summary = logs[i].summary;
     names.push_back({letter(i), logs[i].name,
                      summary.isEmpty() ? "no entry" : "from " + shortTime(summary.first),
-                     duration(summary.covered),
-                     "asleep " + (summary.covered > 0
-                                      ? formatText("%.0f %%", 100 * hoursOf(summary.asleepSeconds) /
-                                                                  hoursOf(summary.covered))
-                                      : "-")});
+                     duration(summary.covered)});
   }
-  page.table({{""}, {"", Align::Left, true}, {""}, {"", Align::Right}, {"", Align::Right}}, names);
+  page.table({{""}, {"", Align::Left, true}, {""}, {"", Align::Right}}, names);
+  for (std::size_t i = 0; i < logs.size(); ++i) {
+    if (logs[i].answer.verdict.empty()) continue;
+    page.heading("Answer, " + letter(i));
+    for (const std::string& sentence : logs[i].answer.verdict) page.sentence(sentence);
+  }
   const std::vector<ComparedFigure> figures = compare(logs);
   page.heading("What changed from " + letter(0) + " to " + letter(logs.size() - 1) + ", per hour");
   reportChanges(figures, page);

@@ -10,7 +10,7 @@ namespace zorva {
 namespace {
 
 using Align = TextPage::Align;
-using Charge = LogSummary::Charge;
+using Charge = Account::Charge;
 using Row = TextPage::Row;
 using Tally = LogSummary::Tally;
 
@@ -18,7 +18,7 @@ constexpr std::size_t kMaxRows = 10;
 constexpr std::size_t kMaxDamagedLength = 100;  // bytes of a damaged line that are shown
 
 std::string percent(double value) {
-  return figure(value) + " %";
+  return percentText(value);
 }
 
 std::string share(double part, double whole) {
@@ -35,18 +35,24 @@ std::string left(std::size_t count) {
   return count > kMaxRows ? "And " + grouped(count - kMaxRows) + " more." : std::string();
 }
 
-// The level is not read exactly when a state begins or ends.
-std::string readings(const Charge& charge, LogTime whole) {
-  return std::llabs(charge.seconds - whole) > whole / 10
-             ? " (by readings over " + duration(charge.seconds) + ")"
-             : "";
+// " (12.3 Wh, 5.2 W)"; empty where the log does not tell what a percent is.
+std::string energy(const Answer& answer, double percent, LogTime seconds) {
+  if (!answer.wattHoursPerPercent) return "";
+  const double wattHours = percent * *answer.wattHoursPerPercent;
+  std::string text = " (" + figure(wattHours) + " Wh";
+  if (seconds >= 60) {
+    text += ", " + figure(wattHours * 3600 / static_cast<double>(seconds)) + " W";
+  }
+  return text + ")";
 }
 
-std::string useSentence(const std::string& text, const Charge& charge, LogTime whole) {
+std::string useSentence(const std::string& text, const Answer& answer, const Charge& charge) {
   const auto rate = charge.perHour();
   if (!rate) return text + "; the charge used is unknown.";
-  return text + ", used " + percent(charge.percent) + ", " + percent(*rate) + " per hour" +
-         readings(charge, whole) + ".";
+  const bool estimated = charge.error >= 0.1;
+  return text + ", used " + (estimated ? "about " : "") + percent(charge.percent) +
+         (estimated ? " (+- " + percent(charge.error) + ")" : "") + ", " + percent(*rate) +
+         " per hour" + energy(answer, charge.percent, charge.seconds) + ".";
 }
 
 std::string gained(double value) {
@@ -59,8 +65,9 @@ const std::vector<TextPage::Column> kTimesAndNames = {
 
 class Writer {
  public:
-  Writer(const LogSummary& summary, const LogReading& reading, const TextStyle& style)
-      : summary_(summary), reading_(reading), page_(style) {}
+  Writer(const LogSummary& summary, const Answer& answer, const LogReading& reading,
+         const TextStyle& style, bool why)
+      : summary_(summary), answer_(answer), reading_(reading), page_(style), why_(why) {}
 
   std::string write() {
     std::string names;
@@ -76,7 +83,11 @@ class Writer {
       page_.sentence(dayAndTime(summary_.first) + " to " + dayAndTime(summary_.last) + ": " +
                      duration(summary_.covered) + ", " +
                      counted(summary_.entries, "entry", "entries") + ".");
+      verdict();
       battery();
+      account();
+      stretches();
+      refusals();
       sleeps();
       wakes();
       holders();
@@ -90,10 +101,98 @@ class Writer {
   }
 
  private:
+  // What is told first, and with --why what it is concluded from.
+  void verdict() {
+    if (answer_.verdict.empty()) return;
+    page_.heading("Answer");
+    for (const std::string& sentence : answer_.verdict) page_.sentence(sentence);
+    if (!why_) return;
+    for (const Finding& finding : answer_.findings) {
+      page_.heading("Why: " + finding.sentence);
+      page_.sentence("It explains " + percent(finding.percent) + ", of which " +
+                     percent(finding.weight) + " are beyond the usual.");
+      for (const std::string& figure : finding.figures) page_.sentence(figure);
+      if (!finding.advice.empty()) page_.sentence(finding.advice);
+    }
+  }
+
   void battery() {
     if (!summary_.firstLevel) return;
     page_.heading("Battery");
-    for (const std::string& sentence : batterySentences(summary_)) page_.sentence(sentence);
+    for (const std::string& sentence : batterySentences(summary_, answer_)) {
+      page_.sentence(sentence);
+    }
+  }
+
+  void account() {
+    const AccountSum& whole = answer_.whole;
+    if (whole.parts.size() < 2 || !(whole.percent > 0)) return;
+    page_.heading("What used it, on battery");
+    std::vector<Row> rows;
+    const auto add = [&](const std::string& name, double used, const std::string& basis) {
+      rows.push_back(
+          {percent(used),
+           answer_.wattHoursPerPercent ? figure(used * *answer_.wattHoursPerPercent) + " Wh" : "",
+           share(used, whole.percent), name, basis});
+    };
+    std::size_t left = 0;
+    double leftPercent = 0;
+    for (const AccountPart& part : whole.parts) {
+      if (part.cause != Cause::Unattributed && (rows.size() == kMaxRows || part.percent < 0.05)) {
+        ++left;
+        leftPercent += part.percent;
+        continue;
+      }
+      if (part.cause == Cause::Unattributed && left > 0) {
+        add(grouped(left) + " more", leftPercent, "");
+      }
+      add(causeText(part.cause, part.name), part.percent, basisText(part));
+    }
+    page_.table({{"used", Align::Right},
+                 {"", Align::Right},
+                 {"", Align::Right},
+                 {"by", Align::Left, true},
+                 {""}},
+                rows);
+  }
+
+  void stretches() {
+    if (answer_.stretches.empty()) return;
+    page_.heading("Faster than usual");
+    std::vector<Row> rows;
+    for (const Stretch& stretch : answer_.stretches) {
+      std::string parts;
+      for (const AccountPart& part : stretch.parts) {
+        if (part.percent < stretch.used / 10) continue;
+        parts += (parts.empty() ? "" : ", ") + causeText(part.cause, part.name) + " " +
+                 percent(part.percent);
+      }
+      rows.push_back(
+          {shortTime(stretch.begin), duration(stretch.end - stretch.begin), percent(stretch.used),
+           "x " + figure(stretch.times),
+           (stretch.asleep * 2 > stretch.end - stretch.begin ? "asleep; " : "") + parts});
+    }
+    page_.table({{"from"},
+                 {"for", Align::Right},
+                 {"used", Align::Right},
+                 {"usual", Align::Right},
+                 {"", Align::Left, true}},
+                rows);
+  }
+
+  void refusals() {
+    if (summary_.refusalCount == 0) return;
+    page_.heading("Sleeps that were refused or failed");
+    std::vector<Row> rows;
+    for (const LogSummary::Refusal& refusal : summary_.refusals) {
+      if (rows.size() == kMaxRows) break;
+      std::string failed = refusal.device;
+      if (!refusal.step.empty()) failed += (failed.empty() ? "" : ", ") + refusal.step;
+      rows.push_back({shortTime(refusal.time),
+                      refusal.holder.empty() ? "" : "held by " + refusal.holder, failed});
+    }
+    page_.table({{""}, {"", Align::Left, true}, {"", Align::Left, true}}, rows);
+    page_.sentence(left(summary_.refusalCount));
   }
 
   void sleeps() {
@@ -109,9 +208,29 @@ class Writer {
         ended +=
             " for " + sleep.owner + formatText(" (%lld)", static_cast<long long>(sleep.ownerPid));
       }
-      rows.push_back({shortTime(sleep.begin), duration(sleep.end - sleep.begin), ended});
+      const Charge used = answer_.account.asleep(sleep.begin, sleep.end);
+      const bool known = used.seconds * 10 >= (sleep.end - sleep.begin) * 9;
+      const auto wattHours = answer_.wattHoursPerPercent;
+      rows.push_back(
+          {shortTime(sleep.begin), duration(sleep.end - sleep.begin),
+           known ? percent(used.percent) : "",
+           known && wattHours ? figure(used.percent * *wattHours) + " Wh" : "",
+           known && wattHours && used.seconds >= 60
+               ? figure(used.percent * *wattHours * 3600 / static_cast<double>(used.seconds)) + " W"
+               : "",
+           sleep.hardware
+               ? share(std::min(*sleep.hardware, sleep.end - sleep.begin), sleep.end - sleep.begin)
+               : "",
+           ended});
     }
-    page_.table({{"from"}, {"for", Align::Right}, {"ended by", Align::Left, true}}, rows);
+    page_.table({{"from"},
+                 {"for", Align::Right},
+                 {"used", Align::Right},
+                 {"", Align::Right},
+                 {"", Align::Right},
+                 {"deep", Align::Right},
+                 {"ended by", Align::Left, true}},
+                rows);
     if (summary_.sleeps > sleeps.size()) {
       page_.sentence("The longest; " + grouped(summary_.sleeps - sleeps.size()) + " others took " +
                      duration(summary_.asleepSeconds - shown) + ".");
@@ -144,20 +263,25 @@ class Writer {
   }
 
   void holders() {
-    const auto& holders = summary_.lane(Lane::Assertion);
+    std::vector<Tally> holders = summary_.lane(Lane::Assertion);
     if (holders.empty()) return;
+    std::ranges::stable_sort(holders, std::greater(), [](const Tally& holder) {
+      return std::pair(holder.awake, holder.refused);
+    });
     page_.heading("Kept awake by");
     std::vector<Row> rows;
     for (const Tally& holder : holders) {
       if (rows.size() == kMaxRows) break;
-      rows.push_back({duration(holder.seconds), share(holder.seconds, summary_.covered),
-                      grouped(holder.count), duration(holder.longest), holder.name,
+      rows.push_back({duration(holder.awake), share(holder.awake, summary_.covered),
+                      duration(holder.seconds), grouped(holder.count),
+                      holder.refused > 0 ? grouped(holder.refused) : "", holder.name,
                       holder.detail + (holder.goesOn ? " (still)" : "")});
     }
-    page_.table({{"held", Align::Right},
+    page_.table({{"awake", Align::Right},
                  {"", Align::Right},
+                 {"held", Align::Right},
                  {"times", Align::Right},
-                 {"longest", Align::Right},
+                 {"refused", Align::Right},
                  {"process", Align::Left, true},
                  {"assertion", Align::Left, true}},
                 rows);
@@ -280,8 +404,10 @@ class Writer {
   }
 
   const LogSummary& summary_;
+  const Answer& answer_;
   const LogReading& reading_;
   TextPage page_;
+  bool why_;
 };
 
 }  // namespace
@@ -298,37 +424,48 @@ std::string endOfSleep(const LogSummary::Sleep& sleep) {
   return sleep.reason + (sleep.decoded.empty() ? "" : ": " + sleep.decoded);
 }
 
-std::vector<std::string> batterySentences(const LogSummary& summary) {
+std::string basisText(const AccountPart& part) {
+  if (part.cause == Cause::Unattributed) return "";
+  std::string text = part.measured ? "measured" : "estimated";
+  if (part.error >= 0.05) text += ", +- " + percent(part.error);
+  return text + (part.uncertain ? ", uncertain" : "");
+}
+
+std::vector<std::string> batterySentences(const LogSummary& summary, const Answer& answer) {
   if (!summary.firstLevel) return {};
-  std::vector<std::string> sentences{"The level went from " + percent(*summary.firstLevel) +
-                                     " to " + percent(*summary.lastLevel) + "."};
+  std::vector<std::string> sentences;
+  const AccountSum& whole = answer.whole;
+  std::string level =
+      "The level went from " + percent(*summary.firstLevel) + " to " + percent(*summary.lastLevel);
+  if (whole.seconds > 0) {
+    level += "; " + percent(whole.percent) + " were used in " + duration(whole.seconds) +
+             " on battery" + energy(answer, whole.percent, whole.seconds);
+  }
+  sentences.push_back(level + ".");
   if (summary.sleeps > 0) {
     std::string slept = "Slept " + duration(summary.asleepSeconds) + " in " +
                         counted(summary.sleeps, "sleep", "sleeps");
     if (summary.asleepOnCharger > 0) {
       slept += " (" + duration(summary.asleepOnCharger) + " on a charger)";
     }
-    sentences.push_back(
-        useSentence(slept, summary.asleep, summary.asleepSeconds - summary.asleepOnCharger));
+    sentences.push_back(useSentence(slept, answer, answer.account.asleep()));
   }
   const LogTime charged = summary.seconds(Lane::Charging);
   const LogTime awake = summary.awakeOnBattery();
   if (awake > 0) {
     sentences.push_back(
-        useSentence((charged > 0 ? "Awake and not charged " : "Awake ") + duration(awake),
-                    summary.awake, awake));
+        useSentence((charged > 0 ? "Awake and not charged " : "Awake ") + duration(awake), answer,
+                    answer.account.awake()));
   }
-  if (summary.mixed.seconds > 0) {
-    sentences.push_back("Awake and asleep in turn: " + percent(summary.mixed.percent) + " in " +
-                        duration(summary.mixed.seconds) +
+  if (const Charge mixed = answer.account.mixed(); mixed.seconds > 0) {
+    sentences.push_back("Awake and asleep in turn: " + percent(mixed.percent) + " in " +
+                        duration(mixed.seconds) +
                         ". The level was read too rarely to separate the two.");
   }
   if (charged > 0) {
-    sentences.push_back(
-        "On a charger " + duration(charged) +
-        (summary.charging.seconds > 0
-             ? ", " + gained(summary.charging.percent) + readings(summary.charging, charged) + "."
-             : "; the charge gained is unknown."));
+    sentences.push_back("On a charger " + duration(charged) +
+                        (answer.charged > 0 ? ", " + gained(answer.gained) + "."
+                                            : "; the charge gained is unknown."));
   }
   if (std::fabs(summary.interrupted) >= 0.05) {
     sentences.push_back("While the log was interrupted: " + gained(-summary.interrupted) + ".");
@@ -336,9 +473,9 @@ std::vector<std::string> batterySentences(const LogSummary& summary) {
   return sentences;
 }
 
-std::string summaryText(const LogSummary& summary, const LogReading& reading,
-                        const TextStyle& style) {
-  return Writer(summary, reading, style).write();
+std::string summaryText(const LogSummary& summary, const Answer& answer, const LogReading& reading,
+                        const TextStyle& style, bool why) {
+  return Writer(summary, answer, reading, style, why).write();
 }
 
 }  // namespace zorva

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "report/analyse/LogSummary.h"
+#include "report/answer/Answer.h"
 #include "report/read/LogReader.h"
 #include "report/text/TextPage.h"
 
@@ -33,10 +34,13 @@ struct LogReading {
 std::string endOfSleep(const LogSummary::Sleep& sleep);
 
 /// What was used asleep, awake and on a charger, in sentences; empty without a level.
-std::vector<std::string> batterySentences(const LogSummary& summary);
+std::vector<std::string> batterySentences(const LogSummary& summary, const Answer& answer);
 
-/// The page for the terminal.
-std::string summaryText(const LogSummary& summary, const LogReading& reading,
-                        const TextStyle& style);
+/// "measured", "estimated, +- 0.4 %", "estimated, +- 3.1 %, uncertain".
+std::string basisText(const AccountPart& part);
+
+/// The page for the terminal; with `why`, also what each finding is concluded from.
+std::string summaryText(const LogSummary& summary, const Answer& answer, const LogReading& reading,
+                        const TextStyle& style, bool why = false);
 
 }  // namespace zorva

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "report/format/LogTime.h"
+#include "report/format/Wording.h"
 
 namespace zorva {
 
@@ -14,6 +13,7 @@ namespace zorva {
 struct TextStyle {
   std::size_t width = 80;  ///< characters of a line
   bool colour = false;
+  bool whole = false;  ///< names in tables are never cut: for files and other programs
 };
 
 /// A page of sentences and tables. Text from a log is made safe for terminals.
@@ -48,19 +48,5 @@ class TextPage {
 std::size_t columnsOf(std::string_view text);
 /// Cut to so many columns. "..." replaces the missing part.
 std::string cutTo(std::string_view text, std::size_t columns);
-
-/// "Mon 16 Nov 2026 21:30:00".
-std::string dayAndTime(LogTime time);
-/// "16 Nov 21:30:00".
-std::string shortTime(LogTime time);
-/// Not negative, in two units: "40 s", "12 min 40 s", "2 h 41 min", "3 d 4 h".
-std::string duration(LogTime seconds);
-/// "512 B", "1.2 MiB".
-std::string byteCount(double bytes);
-/// With two or three significant digits: "0.59", "5.0", "12".
-std::string figure(double value);
-/// "1 sleep", "1,234 sleeps".
-std::string counted(std::uint64_t count, std::string_view one, std::string_view several);
-std::string grouped(std::uint64_t count);
 
 }  // namespace zorva

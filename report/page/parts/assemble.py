@@ -12,7 +12,8 @@ import re
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
-SCRIPTS = ('data', 'time', 'view', 'curves', 'rows', 'lanes', 'now', 'cursor', 'lines', 'tables', 'main')
+SCRIPTS = ('data', 'time', 'view', 'curves', 'rows', 'lanes', 'now', 'cursor', 'lines', 'figures',
+           'tables', 'verdict', 'main')
 LITERAL = 8000  # characters of a piece of a C++ literal
 
 

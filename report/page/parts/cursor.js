@@ -3,9 +3,9 @@
 class Cursor {
   constructor(lanes, now, onLines) {
     Object.assign(this, {lanes, now, onLines, view: lanes.view, stack: lanes.stack});
-    this.line = document.getElementById('cursor');
-    this.pinLine = document.getElementById('pin');
-    this.selection = document.getElementById('selection');
+    this.line = lanes.place.querySelector('.cursor');
+    this.pinLine = lanes.place.querySelector('.pin');
+    this.selection = lanes.place.querySelector('.selection');
     this.announcement = document.getElementById('announcement');
     this.pointers = new Map();
     this.listen();
@@ -171,7 +171,7 @@ class Cursor {
 // A small view of the whole log, in which the visible range is marked.
 class Overview {
   constructor(lanes) {
-    Object.assign(this, {lanes, view: lanes.view, canvas: document.getElementById('overview')});
+    Object.assign(this, {lanes, view: lanes.view, canvas: lanes.place.querySelector('.overview')});
     this.view.on('range look', () => this.paint());
     const drag = (event) => {
       const {left, width} = lanes.plot;

@@ -2,8 +2,8 @@
 // only numbers, because it writes its labels as markup.
 
 const kCurves = [
-  {name: 'level', label: 'Battery', unit: '%', height: 92, colour: '--level', fill: true,
-   least: 0, most: 100, span: 8},
+  {name: 'level', label: 'Battery', unit: '%', height: 100, colour: '--level', fill: true,
+   range: [-7, 107], ticks: [0, 25, 50, 75, 100]},
   {name: 'current', label: 'Current', unit: 'mA', height: 72, colour: '--current', steps: true,
    zero: true, span: 50},
   {name: 'temperature', label: 'Temperature', unit: '\u00b0C', height: 60, colour: '--temperature',
@@ -94,8 +94,8 @@ class Curves {
     const least = values.reduce((one, other) => Math.min(one, other), curve.zero ? 0 : Infinity);
     const most = values.reduce((one, other) => Math.max(one, other), curve.zero ? 0 : -Infinity);
     const margin = Math.max((most - least) * 0.12, (curve.span - (most - least)) / 2);
-    const range = [Math.max(least - margin, curve.least ?? -Infinity),
-                   Math.min(most + margin, curve.most ?? Infinity)];
+    const range = curve.range ?? [least - margin, Math.min(most + margin, curve.most ?? Infinity)];
+    const ticks = curve.ticks?.map((v) => ({v, label: String(v)})) ?? roundValues(range, curve.height);
     // The last value holds until the end of the log.
     const shown = [...points, [Math.max(this.data.end, points.at(-1)[0]), points.at(-1)[1]]];
     const dygraph = new Dygraph(chart, shown, {
@@ -116,7 +116,7 @@ class Curves {
       axisLabelFontSize: 11,
       axes: {
         x: {drawAxis: false, ticker: (from, to) => this.ticks(from, to)},
-        y: {valueRange: range, ticker: () => roundValues(range, curve.height)},
+        y: {valueRange: range, ticker: () => ticks},
       },
       ...this.style(curve, chart),
     });

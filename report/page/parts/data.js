@@ -54,11 +54,23 @@ function readWork(stored, texts, begin) {
   });
 }
 
+// The words and figures of a log. Intervals of its account: a begin, an end, the percent used, then
+// pairs of a part and its percent.
+function readSummary(log) {
+  const summary = readElement(`summary-${log}`);
+  for (const [i, [begin, end, used, ...numbers]] of (summary.account?.intervals ?? []).entries()) {
+    const parts = [];
+    for (let k = 0; k < numbers.length; k += 2) parts.push([numbers[k], numbers[k + 1]]);
+    summary.account.intervals[i] = {begin, end, used, parts};
+  }
+  return summary;
+}
+
 // All times on the axis are in seconds that never go back. `clock` gives the local time: from its
 // first number on, it is the time on the axis minus the second number. The third number is the size
 // of the leap there.
-function readTimeline() {
-  const stored = readElement('timeline');
+function readTimeline(log) {
+  const stored = readElement(`timeline-${log}`);
   const [begin, end] = stored.range;
   const data = {begin, lastEntry: end, end: Math.max(end, begin + 1), clock: [], lanes: {}, merged: {}, curves: {},
                 traffic: [], work: readWork(stored.work, stored.texts, begin),
@@ -77,6 +89,9 @@ function readTimeline() {
     const [at, length, received, sent] = stored.traffic.slice(i, i + 4);
     data.traffic.push({begin: begin + at, end: begin + at + length, received, sent});
   }
+  const spans = Object.values(data.lanes).flat();
+  data.first = spans.reduce((first, span) => Math.min(first, span.begin), begin);
+  data.last = spans.reduce((last, span) => Math.max(last, span.end), data.end);
   return data;
 }
 

@@ -1,20 +1,20 @@
 // Draws the axis, the rows and the overview.
 
 class Lanes {
-  constructor(data, view, clock, processes) {
-    Object.assign(this, {data, view, clock, processes});
+  constructor(place, data, view, clock, processes) {
+    Object.assign(this, {place, data, view, clock, processes});
     const {rows, absent} = makeRows(data);
     this.rows = rows;
     this.absent = absent;
-    this.axis = document.getElementById('axis');
-    this.canvas = document.getElementById('lanes');
-    this.stack = document.getElementById('stack');
+    this.axis = place.querySelector('.axis');
+    this.canvas = place.querySelector('.lanes');
+    this.stack = place.querySelector('.stack');
     this.patterns = new Map();
     this.busiest = {
       traffic: Math.max(1, ...data.traffic.map(({received, sent}) => received + sent)),
     };
     view.on('look', () => this.forgetStyle());
-    view.on('range process look', () => this.paint());
+    view.on('range process words look', () => this.paint());
   }
 
   // Pixels of a moment, and back.
@@ -211,6 +211,8 @@ class Lanes {
   }
 
   isOwn(row, item) {
+    if (row.lane.kind === 'marks' && row.lane.lane !== 'wakes') return !this.view.words || hasWords(item, this.view.words);
+    if (row.process !== undefined) return !this.view.process || this.view.process === row.process;
     const ofProcess = ['assertion', 'application', 'wakes'].includes(row.lane.lane);
     return !ofProcess || !this.view.process || this.processes.owns(this.view.process, item);
   }
@@ -275,11 +277,13 @@ class Lanes {
       const high = share > 0 ? Math.max(1, Math.min(1, share) * height) : 0;
       if (right < drawn + 0.5 && high <= highest) continue;
       if (left > drawn) highest = 0;
+      context.globalAlpha = this.isOwn(row, interval) ? 1 : 0.15;
       context.fillStyle = this.colour(row.lane.colour);
       context.fillRect(left, top + height - high, Math.max(1.5, right - left - (right - left > 3 ? 1 : 0)), high);
       drawn = Math.max(drawn, right);
       highest = Math.max(highest, high);
     }
+    context.globalAlpha = 1;
     context.fillStyle = this.colour('--line');
     context.fillRect(this.plot.left, top + height - 0.5, this.plot.width, 1);
   }
@@ -287,7 +291,7 @@ class Lanes {
   shareOf(row, interval) {
     if (row.lane.lane === 'traffic') return Math.sqrt((interval.received + interval.sent) / this.busiest.traffic);
     if (row.lane.lane === 'modem') return this.modemAwake(interval) / Math.max(1, interval.amount);
-    return this.workOf(interval) / Math.max(1, interval.end - interval.begin);
+    return (row.process === undefined ? this.workOf(interval) : interval.amount) / Math.max(1, interval.end - interval.begin);
   }
 
   workOf(interval) {

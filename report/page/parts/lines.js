@@ -1,14 +1,8 @@
 // The log's own lines. They are in the page in deflated chunks, which are opened on demand.
 
 class Lines {
-  constructor(summary, clock) {
-    this.clock = clock;
-    this.chunks = [];
-    for (let i = 0; i < summary.lines.length; i += 2) {
-      this.chunks.push({first: summary.lines[i], at: summary.lines[i + 1]});
-    }
-    this.begin = this.chunks[0]?.first ?? 0;
-    this.end = summary.end;
+  constructor() {
+    this.logs = [];
     this.opened = new Map();  // the chunks that were read last
     this.turn = Promise.resolve();
     this.section = document.getElementById('lines-section');
@@ -19,9 +13,23 @@ class Lines {
     addEventListener('keydown', ({key}) => { if (key === 'Escape' && !this.section.hidden) this.close(); });
   }
 
+  // Of several logs, one's lines are shown at a time.
+  addLog(summary, stack) {
+    const chunks = [];
+    for (let i = 0; i < summary.lines.length; i += 2) {
+      chunks.push({first: summary.lines[i], at: summary.lines[i + 1]});
+    }
+    this.logs.push({chunks, begin: chunks[0]?.first ?? 0, end: summary.end, stack});
+  }
+
+  choose(log) {
+    this.log = log;
+    Object.assign(this, this.logs[log]);
+  }
+
   close() {
     this.section.hidden = true;
-    document.getElementById('stack').focus({preventScroll: true});
+    this.stack.focus({preventScroll: true});
   }
 
   // Unpacking takes time. Later requests wait, so that the last one determines what is shown.
@@ -32,21 +40,21 @@ class Lines {
   }
 
   async open(index) {
-    if (!this.opened.has(index)) this.opened.set(index, this.unpack(index));
+    const name = `lines-${this.log}-${index}`;
+    if (!this.opened.has(name)) this.opened.set(name, this.unpack(name, this.chunks[index]));
     const kept = 6;
     if (this.opened.size > kept) this.opened.delete(this.opened.keys().next().value);
-    return this.opened.get(index);
+    return this.opened.get(name);
   }
 
-  async unpack(index) {
+  async unpack(name, {first, at}) {
     if (typeof DecompressionStream === 'undefined') {
       throw new Error('This browser cannot unpack the log\u2019s lines (it has no DecompressionStream); any of 2023 or later can.');
     }
-    const text = document.getElementById(`lines-${index}`).textContent;
+    const text = document.getElementById(name).textContent;
     const packed = Uint8Array.from(atob(text), (character) => character.charCodeAt(0));
     const stream = new Blob([packed]).stream().pipeThrough(new DecompressionStream('deflate-raw'));
     const unpacked = await new Response(stream).text();
-    const {first, at} = this.chunks[index];
     let now = at;
     return unpacked.split('\n').slice(0, -1).map((piece, i) => {
       const tab = piece.indexOf('\t');
@@ -74,11 +82,12 @@ class Lines {
     return found.position;
   }
 
-  // Shows the lines around a piece or, if none is given, around a moment.
-  show(position, at) {
-    if (!this.chunks.length) return;
+  // Shows the lines of a log around a piece or, if none is given, around a moment.
+  show(log, position, at) {
+    if (!this.logs[log].chunks.length) return;
     this.section.hidden = false;
     this.inTurn(async () => {
+      this.choose(log);
       const known = position !== null && await this.piece(position);
       this.marked = known ? position : await this.positionAt(at);
       this.from = Math.max(this.begin, this.marked - 12);

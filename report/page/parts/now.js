@@ -8,6 +8,9 @@ function element(name, className, ...content) {
   return made;
 }
 
+// How a pointer is used: with a finger, or with a mouse.
+const byTouch = (touch, mouse) => matchMedia('(pointer: coarse)').matches ? touch : mouse;
+
 class Now {
   constructor(place, lanes, curves, onLines) {
     Object.assign(this, {place, lanes, curves, onLines, view: lanes.view, clock: lanes.clock});
@@ -17,7 +20,8 @@ class Now {
   paint() {
     const at = this.view.cursor;
     if (at === null) {
-      this.place.replaceChildren(element('p', 'dim', 'Point at the timeline, or move along it with the arrow keys, to see the state at that moment here. A click pins the moment and shows the log\u2019s lines.'));
+      this.place.replaceChildren(element('p', 'dim', byTouch('Tap the timeline to see the state at that moment here, and the log\u2019s lines.',
+          'Point at the timeline, or move along it with the arrow keys, to see the state at that moment here. A click pins the moment and shows the log\u2019s lines.')));
       return;
     }
     const head = element('h3', '', this.clock.time(at), element('span', 'dim', ` ${this.clock.day(at)}`));
@@ -59,6 +63,7 @@ class Now {
   itemsAt(at) {
     const items = [];
     for (const row of this.lanes.rows) {
+      if (row.process !== undefined) continue;  // all processes are listed together
       const {lasting, near} = this.found(row, at);
       for (const [spans, most] of [[lasting, 100], [near, row.lane.each ? 5 : 3]]) {
         if (spans.length > most) items.push({row, span: this.together(row, spans)});

@@ -1,6 +1,7 @@
 // The rows below the curves: which there are, what is in them, and which process it belongs to.
 
 const kMaxRows = 8;  // of one lane that has a row for each holder or application
+const kMaxBusy = 6;  // processes that have a row
 
 // How the spans of each lane are drawn. A lane has a colour and a pattern, so that either alone
 // identifies it.
@@ -80,6 +81,26 @@ function rowsOfEach(lane, spans) {
   return rows;
 }
 
+// A row for all processes, and one for each of the busiest. An interval names some processes only.
+function rowsOfWork(lane, intervals) {
+  const used = new Map();
+  for (const {uses} of intervals) {
+    for (const {name, amount: seconds} of uses) used.set(name, (used.get(name) ?? 0) + seconds);
+  }
+  const names = [...used.keys()].sort((one, other) => used.get(other) - used.get(one)).slice(0, kMaxBusy);
+  const rows = [new Row(lane, 'All processes', intervals)];
+  for (const process of names) {
+    const own = intervals.flatMap((interval) => {
+      const uses = interval.uses.filter(({name}) => name === process);
+      return uses.length ? [{...interval, uses, amount: uses.reduce((sum, {amount: seconds}) => sum + seconds, 0)}] : [];
+    });
+    const row = new Row(lane, process || 'unknown', own);
+    row.process = process;
+    rows.push(row);
+  }
+  return rows;
+}
+
 // The rows for which the log has data, and the labels of those without.
 function makeRows(data) {
   const rows = [];
@@ -88,6 +109,7 @@ function makeRows(data) {
     const items = data.lanes[lane.lane] ?? data[lane.lane];
     if (items.length === 0 && lane.lane === 'silent') continue;
     if (items.length === 0) absent.push(lane.label ?? lane.group.toLowerCase());
+    else if (lane.lane === 'work') rows.push(...rowsOfWork(lane, items));
     else if (lane.each) rows.push(...rowsOfEach(lane, items));
     else rows.push(new Row(lane, lane.label, items));
   }

@@ -1,28 +1,22 @@
-// Tables that can be sorted by any column and filtered by the chosen process.
+// Tables that can be sorted by any column and filtered by the chosen process. They show what is in
+// view: those with a calculation in figures.js are calculated again when the view has come to rest.
 
+const kFewRows = 12;  // that a table shows at first
 const kMaxCellLength = 200;  // characters; the log's lines show the whole text
 
 class Tables {
-  constructor(place, tables, view, processes) {
-    Object.assign(this, {view, processes});
-    this.tables = tables.filter(({rows}) => rows.length).map((table) => this.make(place, table));
+  constructor(place, tables, view, processes, figures, onPlace) {
+    Object.assign(this, {place, view, processes, figures, onPlace});
+    this.tables = tables.map((table) => this.make(table));
     view.on('process', () => this.tables.forEach((table) => this.fill(table)));
   }
 
-  make(place, content) {
-    const table = {...content, sorted: null, all: false};
-    const head = element('tr', '');
-    content.columns.forEach((column, i) => {
-      const button = element('button', '', column.name);
-      button.type = 'button';
-      button.addEventListener('click', () => this.sort(table, i));
-      const cell = element('th', this.isNumber(column) ? 'number' : '', button);
-      cell.scope = 'col';
-      cell.setAttribute('aria-sort', 'none');
-      head.append(cell);
-    });
-    table.head = head;
+  // Tables with neither rows nor a calculation are not drawn.
+  make(content) {
+    const table = {...content, whole: content.rows, sorted: null, all: false, estimated: false, footer: []};
+    table.head = element('tr', '');
     table.body = element('tbody', '');
+    table.foot = element('tfoot', '');
     table.more = element('button', 'quiet', '');
     table.more.type = 'button';
     table.more.addEventListener('click', () => {
@@ -30,17 +24,57 @@ class Tables {
       this.fill(table);
     });
     table.note = element('p', 'note', '');
-    // Magnitudes are shown for the first column of numbers.
-    table.measured = content.columns.findIndex((column) => this.isNumber(column));
     const caption = element('caption', '', content.title);
-    const scroll = element('div', 'scroll', element('table', '', caption, element('thead', '', head), table.body));
+    const scroll = element('div', 'scroll', element('table', '', caption, element('thead', '', table.head), table.body, table.foot));
     scroll.tabIndex = 0;
     scroll.setAttribute('role', 'region');
     scroll.setAttribute('aria-label', content.title);
     table.section = element('section', 'card table', scroll, table.more, table.note);
-    place.append(table.section);
-    this.fill(table);
+    this.place.append(table.section);
+    this.calculate(table);
     return table;
+  }
+
+  // Only the whole log has rows that were made with the page: they are exact.
+  calculate(table) {
+    const {isWhole, words} = this.view;
+    const isMade = table.whole.length > 0 && (isWhole || !table.inView);
+    table.rows = table.whole;
+    table.estimated = false;
+    if (!isMade && table.inView) {
+      const {rows, estimated, footer = []} = this.figures.rows(table.inView, ...this.figures.range(this.view), words);
+      const inOrder = (row) => Object.assign(table.columns.map(({name}) => row[name] ?? null), {places: row.places, className: row.className});
+      Object.assign(table, {rows: rows.map(inOrder), footer: footer.map(inOrder), estimated});
+    }
+    table.stays = !isWhole && !table.inView;
+    if (isWhole && !words) table.section.hidden = table.rows.length === 0;
+    this.fill(table);
+  }
+
+  calculateAll() {
+    this.tables.forEach((table) => this.calculate(table));
+  }
+
+  // Columns that are empty throughout are left out.
+  showHead(table) {
+    const has = (i) => [...table.rows, ...table.footer].some((row) => row[i] !== null && row[i] !== undefined);
+    table.shown = table.columns.map((column, i) => i).filter((i) => i === 0 || !table.rows.length || has(i));
+    const buttons = table.shown.map((i) => {
+      const column = table.columns[i];
+      const button = element('button', '', column.name);
+      button.type = 'button';
+      button.addEventListener('click', () => this.sort(table, i));
+      const cell = element('th', this.isNumber(column) ? 'number' : '', button);
+      cell.scope = 'col';
+      cell.setAttribute('aria-sort', table.sorted?.column !== i ? 'none' : table.sorted.descends ? 'descending' : 'ascending');
+      return cell;
+    });
+    const names = [...table.head.children].map((cell) => cell.textContent).join();
+    if (names !== buttons.map((cell) => cell.textContent).join()) {
+      table.head.replaceChildren(...buttons);
+    } else {
+      buttons.forEach((cell, i) => table.head.children[i].setAttribute('aria-sort', cell.getAttribute('aria-sort')));
+    }
   }
 
   isNumber({kind}) {
@@ -52,9 +86,6 @@ class Tables {
     const descends = this.isNumber(table.columns[column]);
     const again = table.sorted?.column === column;
     table.sorted = {column, descends: again ? !table.sorted.descends : descends};
-    [...table.head.children].forEach((cell, i) => {
-      cell.setAttribute('aria-sort', i !== column ? 'none' : table.sorted.descends ? 'descending' : 'ascending');
-    });
     this.fill(table);
   }
 
@@ -71,28 +102,57 @@ class Tables {
   }
 
   fill(table) {
-    const few = 12;
+    const few = kFewRows, most = 500;
+    this.showHead(table);
     const rows = this.rowsOf(table);
-    const most = table.rows.reduce((greatest, row) => Math.max(greatest, row[table.measured] ?? 0), 0);
-    const shown = table.all ? rows : rows.slice(0, few);
-    table.body.replaceChildren(...shown.map((row) => element('tr', '', ...row.map((value, i) => {
-      const column = table.columns[i];
-      const cell = element('td', this.isNumber(column) ? 'number' : '', this.text(column, value));
-      if (i === table.measured && most > 0) {
-        cell.classList.add('measured');
-        cell.style.setProperty('--share', `${100 * value / most}%`);
-      }
-      return cell;
-    }))));
+    // Magnitudes are shown for the first column of numbers.
+    const measured = table.shown.find((i) => this.isNumber(table.columns[i]));
+    const greatest = table.rows.reduce((found, row) => Math.max(found, row[measured] ?? 0), 0);
+    const made = (row) => element('tr', row.className ?? '', ...table.shown.map((i) => this.cell(table, row, i, i === measured ? greatest : 0)));
+    table.body.replaceChildren(...rows.slice(0, table.all ? most : few).map(made));
+    table.foot.replaceChildren(...table.footer.map((row) => element('tr', '', ...table.shown.map((i) => this.cell(table, row, i)))));
     if (!rows.length) {
-      const cell = element('td', 'dim', 'nothing of this process');
-      cell.colSpan = table.columns.length;
+      const cell = element('td', 'dim', !table.rows.length ? 'nothing in view' : 'nothing of this process');
+      cell.colSpan = table.shown.length;
       table.body.append(element('tr', '', cell));
     }
     table.more.hidden = rows.length <= few;
     table.more.textContent = table.all ? 'Show fewer' : `Show all ${rows.length}`;
-    table.note.hidden = !table.left;
-    table.note.textContent = `${several(table.left, 'row more is', 'rows more are')} left out of this page.`;
+    const left = (table.rows === table.whole ? table.left : 0) + (table.all ? Math.max(0, rows.length - most) : 0);
+    const notes = [];
+    if (left > 0) notes.push(`${several(left, 'row more is', 'rows more are')} left out of this page.`);
+    if (table.stays) notes.push('Of the whole log.');
+    if (table.estimated) notes.push('Approximate: what was merged, or was sampled across the edge of the view, counts in proportion.');
+    table.note.textContent = notes.join(' ');
+    table.note.hidden = !notes.length;
+  }
+
+  cell(table, row, i, greatest = 0) {
+    const column = table.columns[i];
+    const value = row[i] ?? null;
+    const text = this.text(column, value);
+    const cell = element('td', this.isNumber(column) ? 'number' : '');
+    const jumps = row.places && (i === table.columns.findIndex(({kind, name}) => kind === 'time' || ['Error', 'Event'].includes(name)));
+    cell.append(jumps ? this.jump(row, text) : text);
+    if (greatest > 0 && value > 0) {
+      cell.classList.add('measured');
+      cell.style.setProperty('--share', `${100 * value / greatest}%`);
+    }
+    return cell;
+  }
+
+  // Leads to a place in the log; once more, to the next one.
+  jump({places}, text) {
+    const button = element('button', 'jump', text);
+    button.type = 'button';
+    button.title = places.length > 1 ? 'Show each of these in the log' : 'Show in the log';
+    let next = 0;
+    button.addEventListener('click', () => {
+      const {begin, first} = places[next];
+      next = (next + 1) % places.length;
+      this.onPlace(first, begin);
+    });
+    return button;
   }
 
   // Local time, as in the log.
@@ -107,6 +167,8 @@ class Tables {
       case 'seconds': return duration(value);
       case 'bytes': return bytes(value);
       case 'percent': return `${value > 0 && value < 0.05 ? '<0.1' : amount(value)}\u00a0%`;
+      case 'wattHours': return energy(value, 'Wh');
+      case 'watts': return energy(value, 'W');
       case 'count': return amount(value, 0);
       case 'time': return this.time(value);
       default: return value.length > kMaxCellLength ? `${value.slice(0, kMaxCellLength)}\u2026` : value;

@@ -21,6 +21,20 @@ class Clock {
     return new Date((Math.round(at) - this.shiftAt(at)) * 1000);
   }
 
+  // The place on the axis of a local time, not before `after` where the log has the time twice.
+  axis(local, after = -Infinity) {
+    let found = null;
+    this.stretches.forEach(({at, shift}, i) => {
+      const begin = i === 0 ? -Infinity : at;
+      const end = this.stretches[i + 1]?.at ?? Infinity;
+      const place = local + shift;
+      if (place < begin || place > end) return;
+      if (found === null || found < after) found = place;
+    });
+    // A time that the clock skipped.
+    return found ?? this.stretches.find(({at, shift}) => at - shift > local)?.at ?? local + this.shiftAt(Infinity);
+  }
+
   time(at, seconds = true) {
     const local = this.local(at);
     const text = `${twoDigits(local.getUTCHours())}:${twoDigits(local.getUTCMinutes())}`;
@@ -75,6 +89,13 @@ function bytes(value) {
   let unit = 0;
   for (; value >= 1024 && unit < 4; ++unit) value /= 1024;
   return `${amount(value, unit && value < 100 ? 1 : 0)}\u00a0${units[unit]}`;
+}
+
+// Three digits are enough of an energy.
+function energy(value, unit) {
+  const size = Math.abs(value);
+  if (size > 0 && size < 1) return `${amount(value * 1000, size < 0.01 ? 1 : 0)}\u00a0m${unit}`;
+  return `${amount(value, size < 10 ? 2 : size < 100 ? 1 : 0)}\u00a0${unit}`;
 }
 
 const several = (count, one, more) => `${count.toLocaleString('en')} ${count === 1 ? one : more}`;

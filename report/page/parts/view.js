@@ -9,12 +9,13 @@ class View {
     this.cursor = null;  // the moment under the cursor
     this.pin = null;     // the moment that stays when the pointer leaves
     this.process = '';
+    this.words = '';     // of the events that are looked for
     this.painters = [];
     this.waiting = new Set();
   }
 
   // The painter is called before the next frame when one of these has changed: "range", "cursor",
-  // "process", "look" (theme or size).
+  // "process", "words", "look" (theme or size).
   on(what, painter) {
     this.painters.push({what: what.split(' '), painter});
   }
@@ -85,6 +86,15 @@ class View {
     this.pin = at === null ? null : Math.round(at);
     this.look(this.pin);
     this.changed('cursor');
+  }
+
+  get isWhole() {
+    return this.from === this.begin && this.to === this.end;
+  }
+
+  find(words) {
+    this.words = words.trim();
+    this.changed('words');
   }
 
   choose(process) {

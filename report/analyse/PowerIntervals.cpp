@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/analyse/PowerIntervals.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+namespace zorva {
+namespace {
+
+// "140/255" as a share of full brightness. Unknown brightness counts as full.
+float brightnessOf(std::string_view text) {
+  double now = 0;
+  double most = 0;
+  const std::size_t slash = text.find('/');
+  if (slash == text.npos) return 1;
+  std::from_chars(text.data(), text.data() + slash, now);
+  std::from_chars(text.data() + slash + 1, text.data() + text.size(), most);
+  return most > 0 ? static_cast<float>(std::clamp(now / most, 0.0, 1.0)) : 1;
+}
+
+void keepBusiest(std::vector<std::pair<std::uint32_t, float>>& uses) {
+  if (uses.size() <= PowerIntervals::kBusiest) return;
+  std::ranges::nth_element(uses, uses.begin() + PowerIntervals::kBusiest, std::greater(),
+                           [](const auto& use) { return use.second; });
+  uses.resize(PowerIntervals::kBusiest);
+  uses.shrink_to_fit();
+}
+
+void addUse(std::vector<std::pair<std::uint32_t, float>>& to, std::uint32_t name, float amount) {
+  for (auto& [known, seconds] : to) {
+    if (known != name) continue;
+    seconds += amount;
+    return;
+  }
+  to.emplace_back(name, amount);
+}
+
+}  // namespace
+
+std::string_view shortUnitName(std::string_view unit) {
+  std::string_view name = unit;
+  if (name.ends_with(')')) name = name.substr(0, name.rfind('('));
+  const bool application = name.starts_with("app-");
+  if (application) name.remove_prefix(4);
+  for (const std::string_view end : {".service", ".scope", ".slice"}) {
+    if (name.ends_with(end)) name.remove_suffix(end.size());
+  }
+  if (application) name = name.substr(0, name.find('@'));
+  return name.empty() || name == "-" ? unit : name;
+}
+
+PowerInterval& PowerInterval::operator+=(const PowerInterval& more) {
+  end = more.end;
+  used += more.used;
+  asleep += more.asleep;
+  charging += more.charging;
+  weakCharger += more.weakCharger;
+  lit += more.lit;
+  brightness += more.brightness;
+  hot += more.hot;
+  audio += more.audio;
+  call += more.call;
+  data += more.data;
+  wifiBytes += more.wifiBytes;
+  modemBytes += more.modemBytes;
+  if (more.joules) joules = joules.value_or(0) + *more.joules;
+  cpuKnown = cpuKnown && more.cpuKnown;
+  cpu += more.cpu;
+  for (const auto& [name, seconds] : more.busiest) addUse(busiest, name, seconds);
+  keepBusiest(busiest);
+  return *this;
+}
+
+void PowerIntervals::span(const LogSpan& span) {
+  switch (span.lane) {
+    case Lane::Asleep:
+    case Lane::Charging:
+    case Lane::WeakCharger:
+    case Lane::Display:
+    case Lane::Audio:
+    case Lane::Call:
+    case Lane::Data:
+    case Lane::Thermal:
+      break;
+    case Lane::NotCharged:
+      if (span.what != "OverTemp") return;
+      break;
+    default:
+      return;
+  }
+  const LogTime begin = std::max(span.begin, window_.since);
+  const LogTime end = std::min(span.end, window_.until);
+  if (end <= begin) return;
+  const float weight = span.lane == Lane::Display ? brightnessOf(span.what) : 1;
+  stretches_[static_cast<std::size_t>(span.lane)].push_back({begin, end, weight});
+}
+
+void PowerIntervals::battery(const BatteryReading& reading) {
+  if (!window_.holds(reading.time)) return;
+  if (!levels_.empty() && levels_.back().first == reading.time) levels_.pop_back();
+  if (before_) interrupted_ += *before_ - reading.level;
+  before_.reset();
+  levels_.emplace_back(reading.time, reading.level);
+}
+
+void PowerIntervals::energy(LogTime from, LogTime to, std::span<const Growth> parts) {
+  double sum = 0;
+  for (const Growth& part : parts) {
+    if (part.name.starts_with("package")) sum += part.amount;
+  }
+  const bool counted = !joules_.empty() || sum > 0;
+  if (counted) joules_.push_back({from, to, sum});
+}
+
+void PowerIntervals::work(LogTime from, LogTime to, std::span<const Growth> units) {
+  CpuSample sample{from, to, 0, {}, true};
+  for (const Growth& unit : units) {
+    sample.all += unit.amount;
+    addUse(sample.busiest, numberOf(shortUnitName(unit.name)), static_cast<float>(unit.amount));
+  }
+  addCpu(std::move(sample));
+}
+
+// Where units are counted, too, they win: they have the processes that ended in between.
+void PowerIntervals::processes(LogTime from, LogTime to, std::span<const ProcessUse> uses) {
+  CpuSample sample{from, to, 0, {}, false};
+  for (const ProcessUse& use : uses) {
+    sample.all += static_cast<double>(use.seconds);
+    addUse(sample.busiest, numberOf(use.name), static_cast<float>(use.seconds));
+  }
+  addCpu(std::move(sample));
+}
+
+void PowerIntervals::addCpu(CpuSample sample) {
+  keepBusiest(sample.busiest);
+  if (!cpu_.empty() && cpu_.back().to == sample.to && cpu_.back().units != sample.units) {
+    if (sample.units) cpu_.back() = std::move(sample);
+    return;
+  }
+  cpu_.push_back(std::move(sample));
+}
+
+void PowerIntervals::traffic(LogTime from, LogTime to, const TrafficUse& use) {
+  if (use.others > 0) wifi_.push_back({from, to, use.others});
+  if (use.modem > 0) modem_.push_back({from, to, use.modem});
+}
+
+std::uint32_t PowerIntervals::numberOf(std::string_view name) {
+  const auto [found, added] =
+      numbers_.try_emplace(std::string(name), static_cast<std::uint32_t>(names_.size()));
+  if (added) names_.emplace_back(name);
+  return found->second;
+}
+
+LogTime PowerIntervals::overlap(Lane lane, LogTime from, LogTime to) const {
+  const auto& stretches = stretches_[static_cast<std::size_t>(lane)];
+  auto at = std::ranges::upper_bound(stretches, from, {}, &Stretch::end);
+  LogTime seconds = 0;
+  for (; at != stretches.end() && at->begin < to; ++at) {
+    seconds += std::max<LogTime>(0, std::min(at->end, to) - std::max(at->begin, from));
+  }
+  return seconds;
+}
+
+// The part of the samples that falls between two times.
+double PowerIntervals::part(const std::vector<Sample>& samples, std::size_t& first, LogTime from,
+                            LogTime to) {
+  while (first < samples.size() && samples[first].to <= from) ++first;
+  double sum = 0;
+  for (std::size_t i = first; i < samples.size() && samples[i].from < to; ++i) {
+    const auto length = static_cast<double>(samples[i].to - samples[i].from);
+    const LogTime common = std::min(samples[i].to, to) - std::max(samples[i].from, from);
+    if (length > 0) sum += samples[i].amount * static_cast<double>(common) / length;
+  }
+  return sum;
+}
+
+void PowerIntervals::close() {
+  std::array<std::size_t, kLanes> first{};
+  std::size_t firstJoules = 0;
+  std::size_t firstWifi = 0;
+  std::size_t firstModem = 0;
+  std::size_t firstCpu = 0;
+  for (auto& stretches : stretches_) std::ranges::sort(stretches, {}, &Stretch::begin);
+  for (std::size_t i = 1; i < levels_.size(); ++i) {
+    const LogTime begin = levels_[i - 1].first;
+    const LogTime end = levels_[i].first;
+    PowerInterval interval;
+    interval.begin = begin;
+    interval.end = end;
+    interval.used = levels_[i - 1].second - levels_[i].second;
+    const auto add = [&](Lane lane, LogTime& seconds, double* weighted) {
+      const auto& stretches = stretches_[static_cast<std::size_t>(lane)];
+      std::size_t& at = first[static_cast<std::size_t>(lane)];
+      while (at < stretches.size() && stretches[at].end <= begin) ++at;
+      for (std::size_t j = at; j < stretches.size() && stretches[j].begin < end; ++j) {
+        const LogTime common =
+            std::min(stretches[j].end, end) - std::max(stretches[j].begin, begin);
+        if (common <= 0) continue;
+        seconds += common;
+        if (weighted != nullptr) {
+          *weighted += static_cast<double>(common) * static_cast<double>(stretches[j].weight);
+        }
+      }
+      seconds = std::min(seconds, end - begin);
+    };
+    add(Lane::Asleep, interval.asleep, nullptr);
+    add(Lane::Charging, interval.charging, nullptr);
+    add(Lane::WeakCharger, interval.weakCharger, nullptr);
+    add(Lane::Display, interval.lit, &interval.brightness);
+    LogTime notCharged = 0;
+    add(Lane::Thermal, interval.hot, nullptr);
+    add(Lane::NotCharged, notCharged, nullptr);
+    interval.hot = std::max(interval.hot, notCharged);
+    add(Lane::Audio, interval.audio, nullptr);
+    add(Lane::Call, interval.call, nullptr);
+    add(Lane::Data, interval.data, nullptr);
+    if (!joules_.empty()) {
+      const double joules = part(joules_, firstJoules, begin, end);
+      if (joules_.front().from <= begin && joules_.back().to >= end) interval.joules = joules;
+    }
+    interval.wifiBytes = part(wifi_, firstWifi, begin, end);
+    interval.modemBytes = part(modem_, firstModem, begin, end);
+    while (firstCpu < cpu_.size() && cpu_[firstCpu].to <= begin) ++firstCpu;
+    LogTime covered = 0;
+    for (std::size_t j = firstCpu; j < cpu_.size() && cpu_[j].from < end; ++j) {
+      const CpuSample& sample = cpu_[j];
+      const LogTime common = std::min(sample.to, end) - std::max(sample.from, begin);
+      if (sample.to <= sample.from || common <= 0) continue;
+      const double share =
+          static_cast<double>(common) / static_cast<double>(sample.to - sample.from);
+      covered += common;
+      interval.cpu += share * sample.all;
+      for (const auto& [name, seconds] : sample.busiest) {
+        addUse(interval.busiest, name, seconds * static_cast<float>(share));
+      }
+    }
+    keepBusiest(interval.busiest);
+    interval.cpuKnown = covered * 10 >= interval.seconds() * 9;
+    intervals_.push_back(std::move(interval));
+    merge();
+  }
+  if (!levels_.empty()) before_ = levels_.back().second;
+  levels_.clear();
+  for (auto& stretches : stretches_) stretches.clear();
+  joules_.clear();
+  wifi_.clear();
+  modem_.clear();
+  cpu_.clear();
+}
+
+// Beyond the limit two neighbours become one, unless the log was interrupted between them or one
+// was on a charger and the other not.
+void PowerIntervals::merge() {
+  if (intervals_.size() < kMaximum) return;
+  std::vector<PowerInterval> merged;
+  bool single = false;  // the last one may get a neighbour
+  for (PowerInterval& interval : intervals_) {
+    single = single && merged.back().end == interval.begin &&
+             merged.back().onBattery() == interval.onBattery();
+    if (single) {
+      merged.back() += interval;
+    } else {
+      merged.push_back(std::move(interval));
+    }
+    single = !single;
+  }
+  intervals_ = std::move(merged);
+}
+
+}  // namespace zorva

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/answer/Answer.h"
+
+#include <cmath>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+#include "platform/base/Text.h"
+#include "report/read/LogReader.h"
+
+// Every figure of a day with a power model, and the rules by small logs written by hand.
+
+namespace zorva {
+namespace {
+
+LogSummary summaryOf(const std::string& log) {
+  LogReader reader;
+  LogRecord record;
+  LogSummarizer summarizer;
+  reader.begin(readFrom(log));
+  while (reader.next(record)) summarizer.add(record);
+  return summarizer.finish();
+}
+
+std::string fileText(const std::string& path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+// A log of "HH:MM text" entries of 11/16/26.
+std::string dated(const std::vector<std::pair<const char*, std::string>>& entries) {
+  std::string log = "Zorva Version: 5\n";
+  for (const auto& [time, text] : entries) {
+    log += std::string("11/16/26 ") + time + ":00 " + text + "\n";
+  }
+  return log;
+}
+
+std::string battery(double level, int current, const char* state = "Inactive") {
+  return formatText(
+      "[Battery] level=%.2f%%; voltage=10000 mV; current=%d mA; max_capacity=5000; "
+      "charging_state=%s; charging_current=0 mA; battery_temp=30.00 C;",
+      level, current, state);
+}
+
+TEST(LeastSquares, FindsCostsAndSaysWhatItCannotTellApart) {
+  std::vector<Observation> apart;
+  std::vector<Observation> alike;
+  for (int i = 0; i < 20; ++i) {
+    const double one = 1 + i % 4;
+    const double other = 1 + i % 5;
+    const double noise = i % 2 == 0 ? 0.01 : -0.01;
+    apart.push_back({{one, other, 1}, 2 * one + 3 * other + noise, 0.01});
+    alike.push_back({{one, one, 1}, 5 * one + noise, 0.01});
+  }
+  const LeastSquares fit = leastSquares(apart, 3);
+  EXPECT_NEAR(fit.coefficients[0], 2, 0.02);
+  EXPECT_NEAR(fit.coefficients[1], 3, 0.02);
+  EXPECT_NEAR(fit.coefficients[2], 0, 0.05);
+  EXPECT_LT(std::sqrt(fit.covarianceOf(0, 0)), 0.01);
+  const LeastSquares both = leastSquares(alike, 3);
+  EXPECT_NEAR(both.coefficients[0] + both.coefficients[1], 5, 0.02);
+  EXPECT_GT(std::sqrt(both.covarianceOf(0, 0)), 1);
+  EXPECT_LT(both.covarianceOf(0, 1), 0);
+  // Nothing costs less than nothing.
+  std::vector<Observation> falling;
+  for (int i = 1; i < 9; ++i) falling.push_back({{1, static_cast<double>(i)}, 9.0 - i, 0.1});
+  EXPECT_EQ(leastSquares(falling, 2).coefficients[1], 0);
+}
+
+// scenarios/laptop.truth less what it has of the time on the charger: there were the same display
+// and processes for 9,000 s.
+TEST(Account, OfTheLaptopsDayHoldsTheTruth) {
+  const Answer answer(summaryOf(fileText("scenarios/laptop.log")));
+  struct Truth {
+    Cause cause;
+    const char* name;
+    double percent;
+  };
+  const double onCharger = 9000 / 1800.0;  // percent per W
+  const Truth truths[] = {
+      {Cause::Asleep, "", 9.4320},
+      {Cause::Awake, "", 75.7020 - 3.1 * onCharger},
+      {Cause::Display, "", 39.8550 - 0.03 * 55 * onCharger},
+      {Cause::Process, "indexer", 10.3133},
+      {Cause::Process, "browser", 15.4326 - 0.09 * 5.2 * onCharger},
+      {Cause::Process, "desktop", 5.0794 - 0.04 * 5.2 * onCharger},
+      {Cause::Process, "conference", 3.2760},
+      {Cause::Audio, "", 2.0},
+  };
+  for (const Truth& truth : truths) {
+    const AccountPart* const part = answer.whole.find(truth.cause, truth.name);
+    ASSERT_NE(part, nullptr) << truth.name;
+    const double most = std::max({0.1 * truth.percent, 1.5 * part->error, 0.5});
+    EXPECT_NEAR(part->percent, truth.percent, most)
+        << causeWord(truth.cause) << " " << truth.name << " +- " << part->error;
+    EXPECT_EQ(part->measured, truth.cause == Cause::Process);
+  }
+  const Account::Charge asleep = answer.account.asleep();
+  EXPECT_NEAR(asleep.percent, 9.4320, asleep.error);
+  EXPECT_LT(asleep.error, 1);
+  EXPECT_NEAR(answer.account.awake().percent, 156.3953 - 27.1414, answer.account.awake().error);
+  EXPECT_NEAR(answer.gained, 111.9802 - 27.1414, 0.05);
+  double sum = 0;
+  for (const AccountPart& part : answer.whole.parts) sum += part.percent;
+  EXPECT_NEAR(sum, answer.whole.percent, 1e-6);
+  // Any part of the day adds up, too, and nothing exceeds its total.
+  const LogTime noon = *logTimeFrom("2026-11-18 12:00:00", false);
+  const AccountSum hour = answer.account.over(noon, noon + 3600);
+  sum = 0;
+  for (const AccountPart& part : hour.parts) {
+    EXPECT_LE(part.percent, hour.percent + 1e-6);
+    sum += part.percent;
+  }
+  EXPECT_NEAR(sum, hour.percent, 1e-6);
+}
+
+TEST(Answer, TellsByCurrentAndWordsWhatAChargerDoes) {
+  // Too hot to be charged, and drained: not on a charger.
+  const std::string hot = dated({{"10:00", battery(80, -900, "OverTemp")},
+                                 {"10:30", battery(72, -900, "OverTemp")},
+                                 {"11:00", battery(65, -900, "OverTemp")}});
+  const Answer drained(summaryOf(hot));
+  EXPECT_NEAR(drained.whole.percent, 15, 1e-6);
+  EXPECT_EQ(drained.charged, 0);
+  ASSERT_FALSE(drained.verdict.empty());
+  EXPECT_NE(drained.verdict[0].find("too hot to be charged for 1 h"), std::string::npos)
+      << drained.verdict[0];
+  // Charged, and drained all the same.
+  const Answer weak(summaryOf(dated({{"10:00", battery(80, -300, "Active")},
+                                     {"10:30", battery(76, -300, "Active")},
+                                     {"11:00", battery(72, -300, "Active")}})));
+  ASSERT_EQ(weak.findings.size(), 1U);
+  EXPECT_EQ(weak.findings[0].kind, Finding::Kind::WeakCharger);
+  EXPECT_NEAR(weak.findings[0].percent, 8, 1e-6);
+  // A full battery on a charger shows some drift.
+  const Answer full(
+      summaryOf(dated({{"10:00", battery(100, -5, "Full")}, {"11:00", battery(100, 0, "Full")}})));
+  EXPECT_EQ(full.whole.seconds, 0);
+  EXPECT_EQ(full.charged, 3600);
+}
+
+TEST(Answer, BlamesHoldersForTimeAwakeAndForRefusedSleeps) {
+  const std::string held = "process=p; pid=7; name=Play; held_for=";
+  const LogSummary slept =
+      summaryOf(dated({{"00:00", battery(80, -100)},
+                       {"00:00", "[Assertion] state=created; " + held + "00:00:00;"},
+                       {"00:30", "[Sleep] event=will_sleep;"},
+                       {"08:30", "[Wake] reason=lid; info=<none>;"},
+                       {"08:30", battery(78, -100)},
+                       {"08:35", "[Sleep] event=will_not_sleep;"},
+                       {"08:35", "[Assertion] state=released; " + held + "08:35:00;"},
+                       {"08:40", battery(77, -100)}}));
+  ASSERT_EQ(slept.lane(Lane::Assertion).size(), 1U);
+  const LogSummary::Tally& holder = slept.lane(Lane::Assertion)[0];
+  EXPECT_EQ(holder.seconds, 30900);
+  EXPECT_EQ(holder.awake, 2100);
+  EXPECT_EQ(holder.refused, 1U);
+  ASSERT_EQ(slept.refusals.size(), 1U);
+  EXPECT_EQ(slept.refusals[0].holder, "p: Play");
+
+  // A night in the dark that never slept.
+  std::vector<std::pair<const char*, std::string>> night = {
+      {"00:00", "[Display] brightness=50; min=0; max=100; active=yes;"},
+      {"00:00", battery(90, -500)},
+      {"00:05", "[Display] brightness=0; min=0; max=100; active=no;"},
+      {"00:06", "[Assertion] state=created; " + held + "00:00:00;"},
+      {"00:10", "[Sleep] event=will_not_sleep;"}};
+  const char* const hours[] = {"01:00", "02:00", "03:00", "04:00", "05:00"};
+  for (int i = 0; i < 5; ++i) night.emplace_back(hours[i], battery(80 - 10 * i, -500));
+  const Answer awake(summaryOf(dated(night)));
+  ASSERT_FALSE(awake.findings.empty());
+  EXPECT_EQ(awake.findings[0].kind, Finding::Kind::NeverSlept);
+  for (const char* const part :
+       {"because the device did not sleep", "p (\"Play\") kept it awake for 4 h 54 min"}) {
+    EXPECT_NE(awake.verdict[0].find(part), std::string::npos) << awake.verdict[0];
+  }
+}
+
+TEST(Answer, KnowsASleepThatOnlyTheKernelRecorded) {
+  const LogSummary summary =
+      summaryOf(dated({{"00:00", battery(80, -100)},
+                       {"02:00", battery(78, -100)},
+                       {"02:00", "[Wake] reason=rtc; info=<none>;"},
+                       {"02:00",
+                        "[Suspend] asleep=01:50:00; hardware=00:11:00; mode=s2idle; result=slept; "
+                        "failed_step=<none>; failed_device=<none>; failed_error=0; "
+                        "blocked_by=<none>;"},
+                       {"02:10",
+                        "[Suspend] asleep=00:00:00; hardware=00:00:00; mode=s2idle; result=failed; "
+                        "failed_step=suspend; failed_device=usb1; failed_error=-16; "
+                        "blocked_by=<none>;"}}));
+  EXPECT_EQ(summary.asleepSeconds, 6600);
+  ASSERT_EQ(summary.longestSleeps.size(), 1U);
+  EXPECT_EQ(summary.longestSleeps[0].reason, "rtc");
+  EXPECT_EQ(summary.longestSleeps[0].hardware, 660);
+  EXPECT_EQ(summary.recordedAsleep, 6600);
+  ASSERT_EQ(summary.refusals.size(), 1U);
+  EXPECT_EQ(summary.refusals[0].device, "usb1");
+}
+
+}  // namespace
+}  // namespace zorva
