@@ -176,7 +176,7 @@ std::string findLogs(std::vector<std::string>& logs, const LogChoice& choice) {
     const bool isDirectory = log == kLogDirectory || (status && S_ISDIR(status->st_mode));
     if (!isDirectory) {
       found.push_back(log);
-    } else if (const std::string problem = newestLogs(log, choice, found); !problem.empty()) {
+    } else if (std::string problem = newestLogs(log, choice, found); !problem.empty()) {
       return problem;
     }
   }
@@ -253,8 +253,8 @@ LogWindow RequestedWindow::seenFrom(LogTime time) const {
   LogWindow window;
   if (lastNight) {
     const LogTime midnight = time - (time % kDay + kDay) % kDay;
-    window.since = midnight - 6 * 3600;
-    window.until = midnight + 10 * 3600;
+    window.since = midnight - 6 * LogTime{3600};
+    window.until = midnight + 10 * LogTime{3600};
   }
   if (since) window.since = since->seenFrom(time);
   if (until)

@@ -2,6 +2,7 @@
 #include "report/read/Decompression.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <lzma.h>
@@ -136,7 +137,7 @@ class Zstandard : public Decompression {
 }  // namespace
 
 bool Decompression::maybe(std::string_view begin) {
-  return std::ranges::any_of(std::initializer_list{kGzip, kXz, kZstandard},
+  return std::ranges::any_of(std::array<std::string_view, 3>{kGzip, kXz, kZstandard},
                              [&](std::string_view magic) { return magic.starts_with(begin); });
 }
 
