@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "apps/ProcessSetUp.h"
+
 namespace zorva {
 namespace {
 
@@ -106,6 +108,8 @@ bool OutputFile::flush() {
   while (!rest.empty()) {
     const ssize_t count = ::write(descriptor_, rest.data(), rest.size());
     if (count < 0 && errno == EINTR) continue;
+    // The reader of standard output has had enough, such as head.
+    if (count < 0 && errno == EPIPE && descriptor_ == STDOUT_FILENO) endByBrokenPipe();
     if (count <= 0) return fail("cannot be written", count < 0 ? errno : EIO);
     rest.remove_prefix(static_cast<std::size_t>(count));
   }

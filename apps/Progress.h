@@ -17,10 +17,12 @@ class Progress {
   Progress(std::string program, const std::vector<LogInput>& inputs);
   ~Progress();
 
-  /// Reports that `bytes` have been read.
+  /// Reports that `bytes`, as they are stored, have been read of the current log.
   void at(std::uint64_t bytes) {
-    if (bytes >= next_) show(bytes);
+    if (finished_ + bytes >= next_) show(finished_ + bytes);
   }
+  /// Reports that the current log, of so many bytes, has been read.
+  void finished(std::uint64_t bytes) { finished_ += bytes; }
 
  private:
   void show(std::uint64_t bytes);
@@ -29,6 +31,7 @@ class Progress {
   bool shown_;
   bool reported_ = false;
   std::uint64_t total_ = 0;
+  std::uint64_t finished_ = 0;
   std::uint64_t next_ = 0;
   std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
 };

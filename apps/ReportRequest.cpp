@@ -9,7 +9,8 @@
 namespace zorva {
 namespace {
 
-constexpr const char* kWhen = "a date such as 2026-11-16 or \"2026-11-16 22:05:00\"";
+constexpr const char* kWhen =
+    "a time such as 23:00, yesterday, -8h, 2026-11-16 or \"2026-11-16 22:05:00\"";
 
 constexpr const char* kHelp =
     "Usage: zorva-report [LOG...] [--since WHEN] [--until WHEN] [--json] [--follow]\n"
@@ -21,10 +22,16 @@ constexpr const char* kHelp =
     "that\n"
     "kept the device awake, the busiest processes, and errors. Several logs are read as one, in "
     "the\n"
-    "order of their first entries. Without LOG, or if LOG is -, standard input is read.\n"
+    "order of their first entries; what two logs both hold from their first line on counts once.\n"
+    "LOG may be compressed with gzip, xz or zstd. If it is a directory, its newest logs are read:\n"
+    "those written to in the three days before the last entry, and since --since. Without LOG,\n"
+    "these are the newest logs of /Library/Logs/Faultbox, unless standard input is a pipe or a\n"
+    "file; that is read then, and if LOG is -.\n"
     "\n"
-    "      --since WHEN  leave out entries before: \"2026-11-16 22:05\", or a date alone\n"
-    "      --until WHEN  leave out entries after; a date alone includes that whole day\n"
+    "      --since WHEN  leave out entries before WHEN: -8h, 23:00, yesterday, \"today 07:30\",\n"
+    "                    2026-11-16, \"2026-11-16 22:05\"\n"
+    "      --until WHEN  leave out entries after WHEN; a day alone includes all of it\n"
+    "      --last-night  from 18:00 to 10:00, up to this morning\n"
     "  -o, --output FILE write a page for a browser, with everything over a time axis\n"
     "      --trace FILE  write a trace for Perfetto and other viewers of Chrome's trace format\n"
     "      --metrics FILE\n"
@@ -39,14 +46,15 @@ constexpr const char* kHelp =
     "  -h, --help        print this text and exit\n"
     "      --version     print the version and exit\n"
     "\n"
-    "Exit status: 0 done; 1 a log could not be read or the output not written; 2 bad usage.\n";
+    "Times such as -8h count from now; from the last log's end if it ends before that.\n"
+    "\n"
+    "Exit status: 0 done; 1 a log could not be read or the output not written; 2 bad usage;\n"
+    "3 nothing to report: no entry in that period.\n";
 
-CommandOption timeOption(const char* name, bool isEnd, LogTime& to) {
+CommandOption timeOption(const char* name, bool isEnd, std::optional<LogWhen>& to) {
   return {name, 0, kWhen, [=, &to](const std::string& text) {
-            const auto time = logTimeFrom(text, isEnd);
-            if (!time) return std::string("--") + name + " needs " + kWhen + ".";
-            to = *time;
-            return std::string();
+            to = LogWhen::parse(text, isEnd);
+            return to ? std::string() : std::string("--") + name + " needs " + kWhen + ".";
           }};
 }
 
@@ -72,7 +80,13 @@ std::string contradiction(const ReportRequest& request) {
   if (request.force && !request.output && !exports) {
     return "--force needs -o, --trace or --metrics.";
   }
-  if (request.window.since > request.window.until) return "--since is later than --until.";
+  if (request.period.lastNight && (request.period.since || request.period.until)) {
+    return "--last-night cannot be combined with --since or --until.";
+  }
+  if (!request.period.isRelative()) {
+    const LogWindow window = request.period.seenFrom(0);
+    if (window.since > window.until) return "--since is later than --until.";
+  }
   std::size_t inputs = 0;
   for (const std::string& log : request.logs) inputs += log == "-" ? 1 : 0;
   if (inputs > 1) return "standard input can be read only once.";
@@ -90,10 +104,10 @@ std::optional<CommandEnd> readReportRequest(const std::vector<std::string>& argu
        exportOption("metrics", request.metrics), commandSwitch("force", request.force),
        commandSwitch("json", request.json), commandSwitch("follow", request.follow),
        commandSwitch("compare", request.compare), commandSwitch("why", request.why),
-       timeOption("since", false, request.window.since),
-       timeOption("until", true, request.window.until)}};
+       timeOption("since", false, request.period.since),
+       timeOption("until", true, request.period.until),
+       commandSwitch("last-night", request.period.lastNight)}};
   if (auto end = readCommandLine(line, arguments, request.logs)) return end;
-  if (request.logs.empty()) request.logs.emplace_back("-");
   const std::string wrong = contradiction(request);
   if (!wrong.empty()) return badUsage(kReportProgram, wrong);
   return std::nullopt;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/CommandLine.h"
+#include "apps/LogFiles.h"
 #include "report/analyse/LogSummary.h"
 
 namespace zorva {
@@ -16,7 +17,8 @@ struct ReportRequest {
   bool follow = false;
   bool compare = false;
   bool why = false;  ///< with what each finding is concluded from
-  LogWindow window;
+  RequestedWindow period;
+  LogWindow window;                    ///< what the period is for these logs
   std::optional<std::string> output;   ///< the file of the page
   std::optional<std::string> trace;    ///< the file of the trace; "-" is standard output
   std::optional<std::string> metrics;  ///< the file of the metrics; "-" is standard output

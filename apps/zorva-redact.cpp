@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/CommandLine.h"
+#include "apps/LogFiles.h"
 #include "apps/OutputFile.h"
 #include "apps/ProcessSetUp.h"
 #include "apps/ReadLog.h"
@@ -22,7 +23,10 @@ constexpr const char* kHelp =
     "Rewrites logs so that they can be shared: names, addresses and contents become tokens\n"
     "such as ap-1 or process-3, and equal values become equal tokens. Lines, fields and\n"
     "figures are kept. Several logs are rewritten one after the other, with the same tokens.\n"
-    "Without LOG, or if LOG is -, standard input is read.\n"
+    "LOG may be compressed with gzip, xz or zstd, or be a directory: then its newest logs are\n"
+    "rewritten, as zorva-report reads them. Without LOG, these are the newest logs of\n"
+    "/Library/Logs/Faultbox, unless standard input is a pipe or a file; that is read then, and\n"
+    "if LOG is -.\n"
     "\n"
     "  -o, --output FILE  write to FILE instead of standard output; it appears when complete\n"
     "      --force        replace FILE if it exists\n"
@@ -61,7 +65,6 @@ std::optional<CommandEnd> parse(const std::vector<std::string>& arguments, Reque
     return end;
   }
   if (request.force && !request.output) return badUsage(kProgram, "--force needs -o.");
-  if (request.logs.empty()) request.logs.emplace_back("-");
   return std::nullopt;
 }
 
@@ -83,13 +86,15 @@ int redact(const Request& request, std::vector<LogInput>& inputs, OutputFile& ou
     for (LogInput& input : inputs) {
       bool written = true;
       const std::string problem = readLog(
-          reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
+          reader, input, progress,
+          [&](const LogRecord& record, const std::string& file) {
             redaction.append(record, output.pending());
             if (record.piece == LogPiece::Damaged && damaged.size() < kMaxDamagedShown) {
               damaged.push_back(file + ":" + std::to_string(record.line));
             }
             return written = output.flushIfMuch();
-          });
+          },
+          Times::Copied);
       if (!written) return complain(kProgram, output.problem(), kFailed);
       if (!problem.empty()) return complain(kProgram, problem, kFailed);
     }
@@ -104,7 +109,10 @@ int run(const std::vector<std::string>& arguments) {
   Request request;
   if (const auto end = parse(arguments, request)) return end->write();
   std::vector<LogInput> inputs;
-  std::string problem = openLogs(request.logs, inputs);
+  const std::vector<std::string> named = request.logs;
+  std::string problem = findLogs(request.logs, {});
+  if (request.logs != named) arrangeLogs(kProgram, request.logs);
+  if (problem.empty()) problem = openLogs(request.logs, inputs);
   if (!problem.empty()) return complain(kProgram, problem, kFailed);
   for (const LogInput& input : inputs) {
     if (request.output && input.isFileAt(*request.output)) {

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <string>
 #include <sys/ioctl.h>
@@ -10,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/LogFiles.h"
 #include "apps/LogFollower.h"
 #include "apps/OutputFile.h"
 #include "apps/ProcessSetUp.h"
@@ -34,6 +36,7 @@ namespace zorva {
 namespace {
 
 constexpr int kFailed = 1;
+constexpr int kNothing = 3;
 constexpr std::size_t kNarrowest = 60;
 constexpr std::size_t kWidest = 100;
 
@@ -51,34 +54,35 @@ TextStyle styleOfOutput() {
   return style;
 }
 
-// The time of the first entry near the beginning of a regular file.
-std::optional<LogTime> firstTime(const std::string& path) {
-  std::string problem;
-  auto input = LogInput::open(path, problem);
-  if (!input || !input->size()) return std::nullopt;
-  LogReader reader;
-  LogRecord record;
-  bool more = true;
-  reader.begin([&](char* to, std::size_t most) {
-    return std::exchange(more, false) ? input->read(to, most) : 0;
-  });
-  while (reader.next(record)) {
-    if (record.isTimed()) return record.time;
-  }
-  return std::nullopt;
+// The exit status after an empty report.
+int nothingToReport(const LogWindow& window) {
+  const bool all = window.since == LogWindow::kAlways && window.until == LogWindow().until;
+  std::string period;
+  if (window.since != LogWindow::kAlways) period += " from " + dayAndTime(window.since);
+  if (window.until != LogWindow().until) period += " until " + dayAndTime(window.until);
+  return complain(kReportProgram, "nothing to report: there is no entry" + (all ? "" : period),
+                  kNothing);
 }
 
-// A shell lists files by name, which may not be their order in time. Input that cannot be read
-// twice is left in the order given.
-void sortByTime(std::vector<std::string>& logs) {
-  std::vector<std::pair<LogTime, std::string>> dated;
-  for (const std::string& log : logs) {
-    const auto time = log == "-" ? std::nullopt : firstTime(log);
-    if (!time) return;
-    dated.emplace_back(*time, log);
+// From when to when logs reach.
+class Reach {
+ public:
+  void add(const LogRecord& record) {
+    if (!record.isTimed()) return;
+    first_ = std::min(first_, record.time);
+    last_ = std::max(last_, record.time);
   }
-  std::ranges::stable_sort(dated, {}, [](const auto& log) { return log.first; });
-  for (std::size_t i = 0; i < logs.size(); ++i) logs[i] = dated[i].second;
+  bool touches(const LogWindow& window) const {
+    return first_ <= window.until && window.since <= last_ && first_ <= last_;
+  }
+
+ private:
+  LogTime first_ = std::numeric_limits<LogTime>::max();
+  LogTime last_ = std::numeric_limits<LogTime>::min();
+};
+
+bool areEmpty(const std::vector<ComparedLog>& compared) {
+  return std::ranges::all_of(compared, [](const auto& log) { return log.summary.isEmpty(); });
 }
 
 int finish(OutputFile& output) {
@@ -93,18 +97,19 @@ int printSummary(const ReportRequest& request, std::vector<LogInput>& inputs) {
   {
     Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
-      const std::string problem = readLog(reader, input, progress, 0,
-                                          [&](const LogRecord& record, const std::string& file) {
-                                            summarizer.add(record);
-                                            reading.note(record, file);
-                                            return true;
-                                          });
+      const std::string problem =
+          readLog(reader, input, progress, [&](const LogRecord& record, const std::string& file) {
+            summarizer.add(record);
+            reading.note(record, file);
+            return true;
+          });
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
     }
   }
   reading.counts = reader.counts();
   OutputFile output = OutputFile::standardOutput();
   const LogSummary summary = summarizer.finish();
+  if (summary.isEmpty()) return nothingToReport(request.window);
   output.pending() = summaryText(summary, Answer(summary), reading, styleOfOutput(), request.why);
   return finish(output);
 }
@@ -127,24 +132,23 @@ int writeComparisonPage(const ReportRequest& request, std::vector<LogInput>& inp
   std::vector<ComparedLog> compared;
   {
     Progress progress(kReportProgram, inputs);
-    std::uint64_t before = 0;
     for (LogInput& input : inputs) {
       LogReader reader;
       LogSummarizer summarizer(request.window);
       bool written = true;
       const std::string problem =
-          readLog(reader, input, progress, before, [&](const LogRecord& record, const auto&) {
+          readLog(reader, input, progress, [&](const LogRecord& record, const auto&) {
             summarizer.add(record);
             page.add(record);
             return written = output.flushIfMuch();
           });
       if (!written) return complain(kReportProgram, output.problem(), kFailed);
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
-      before += reader.counts().bytes;
       const ComparedLog& log = compared.emplace_back(input.name(), summarizer.finish());
       page.finishLog(pageSummary(log.summary, log.answer, {{input.name()}, reader.counts(), {}}));
     }
   }
+  if (areEmpty(compared)) return nothingToReport(request.window);
   page.finishComparison(pageComparison(compared));
   return finish(output);
 }
@@ -162,7 +166,7 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
     Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
       bool written = true;
-      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+      problem = readLog(reader, input, progress, [&](const LogRecord& record, const auto&) {
         summarizer.add(record);
         page.add(record);
         return written = output->flushIfMuch();
@@ -173,6 +177,7 @@ int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
   }
   reading.counts = reader.counts();
   const LogSummary summary = summarizer.finish();
+  if (summary.isEmpty()) return nothingToReport(request.window);
   page.finish(pageSummary(summary, Answer(summary), reading));
   return finish(*output);
 }
@@ -183,18 +188,21 @@ int writeTrace(const ReportRequest& request, std::vector<LogInput>& inputs) {
   if (!output) return complain(kReportProgram, problem, kFailed);
   LogReader reader;
   Trace trace(output->pending(), request.window);
+  Reach reached;
   {
     Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
       bool written = true;
-      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+      problem = readLog(reader, input, progress, [&](const LogRecord& record, const auto&) {
         trace.add(record);
+        reached.add(record);
         return written = output->flushIfMuch();
       });
       if (!written) return complain(kReportProgram, output->problem(), kFailed);
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
     }
   }
+  if (!reached.touches(request.window)) return nothingToReport(request.window);
   trace.finish();
   return finish(*output);
 }
@@ -208,7 +216,7 @@ int writeMetrics(const ReportRequest& request, std::vector<LogInput>& inputs) {
   {
     Progress progress(kReportProgram, inputs);
     for (LogInput& input : inputs) {
-      problem = readLog(reader, input, progress, 0, [&](const LogRecord& record, const auto&) {
+      problem = readLog(reader, input, progress, [&](const LogRecord& record, const auto&) {
         summarizer.add(record);
         return true;
       });
@@ -216,6 +224,7 @@ int writeMetrics(const ReportRequest& request, std::vector<LogInput>& inputs) {
     }
   }
   const LogSummary summary = summarizer.finish();
+  if (summary.isEmpty()) return nothingToReport(request.window);
   output->pending() = metricsText(summary, Answer(summary));
   return finish(*output);
 }
@@ -224,20 +233,19 @@ int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs)
   std::vector<ComparedLog> compared;
   {
     Progress progress(kReportProgram, inputs);
-    std::uint64_t before = 0;
     for (LogInput& input : inputs) {
       LogReader reader;
       LogSummarizer summarizer(request.window);
       const std::string problem =
-          readLog(reader, input, progress, before, [&](const LogRecord& record, const auto&) {
+          readLog(reader, input, progress, [&](const LogRecord& record, const auto&) {
             summarizer.add(record);
             return true;
           });
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
-      before += reader.counts().bytes;
       compared.emplace_back(input.name(), summarizer.finish());
     }
   }
+  if (areEmpty(compared)) return nothingToReport(request.window);
   OutputFile output = OutputFile::standardOutput();
   output.pending() = comparisonText(compared, styleOfOutput());
   return finish(output);
@@ -252,7 +260,7 @@ std::string reportLine(const ReportRequest& request, std::string& line) {
   {
     Progress progress(kReportProgram, inputs);
     for (std::size_t i = 0; problem.empty() && i < inputs.size(); ++i) {
-      problem = readLog(reader, inputs[i], progress, 0, [&](const LogRecord& record, const auto&) {
+      problem = readLog(reader, inputs[i], progress, [&](const LogRecord& record, const auto&) {
         summarizer.add(record);
         return true;
       });
@@ -269,9 +277,10 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   WindowFilter filter(request.window);
   OutputFile output = OutputFile::standardOutput();
   bool written = true;
+  Reach reached;
   // What can be read only once is summed up meanwhile, and its report comes last.
   const bool once =
-      std::ranges::any_of(inputs, [](const LogInput& input) { return !input.size(); });
+      std::ranges::any_of(inputs, [](const LogInput& input) { return !input.canBeReadAgain(); });
   LogSummarizer summarizer(request.window);
   if (!once) {
     const std::string problem = reportLine(request, output.pending());
@@ -280,14 +289,16 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   Progress progress(kReportProgram, inputs);
   for (LogInput& input : inputs) {
     const std::string problem =
-        readLog(reader, input, progress, 0, [&](const LogRecord& record, const std::string& file) {
+        readLog(reader, input, progress, [&](const LogRecord& record, const std::string& file) {
           if (once) summarizer.add(record);
+          reached.add(record);
           if (filter.takes(record)) json.append(record, file, output.pending());
           return written = output.flushIfMuch();
         });
     if (!written) return complain(kReportProgram, output.problem(), kFailed);
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   }
+  if (!reached.touches(request.window)) return nothingToReport(request.window);
   if (once) {
     const LogSummary summary = summarizer.finish();
     appendReportJson(summary, Answer(summary), output.pending());
@@ -320,7 +331,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   {
     Progress progress(kReportProgram, inputs);
     for (std::size_t i = 0; i + 1 < inputs.size(); ++i) {
-      const std::string problem = readLog(reader, inputs[i], progress, 0, take);
+      const std::string problem = readLog(reader, inputs[i], progress, take);
       if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
     }
   }
@@ -342,12 +353,8 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   do {
     reader.begin([&](char* to, std::size_t most) { return follower.read(to, most); });
     while (written && reader.next(record)) written = take(record, follower.input().name());
-    if (reader.error() != 0) {
-      return complain(
-          kReportProgram,
-          follower.input().name() + ": cannot be read further: " + std::strerror(reader.error()),
-          kFailed);
-    }
+    const std::string problem = readProblem(reader, follower.input(), record.line);
+    if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   } while (written && follower.next());
   history.finish();
   return written ? finish(output) : complain(kReportProgram, output.problem(), kFailed);
@@ -356,10 +363,25 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
 int run(const std::vector<std::string>& arguments) {
   ReportRequest request;
   if (const auto end = readReportRequest(arguments, request)) return end->write();
-  if (!request.compare) sortByTime(request.logs);
+  if (!request.compare) {
+    const std::string problem = findLogs(request.logs, {request.period.since, request.follow});
+    if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
+    arrangeLogs(kReportProgram, request.logs);
+  }
+  request.window = request.period.of(request.logs);
+  if (request.window.since > request.window.until) {
+    return badUsage(kReportProgram, "--since is later than --until.").write();
+  }
   std::vector<LogInput> inputs;
   if (const std::string problem = openLogs(request.logs, inputs); !problem.empty()) {
     return complain(kReportProgram, problem, kFailed);
+  }
+  if (request.follow && inputs.back().isCompressed()) {
+    return complain(kReportProgram,
+                    inputs.back().name() +
+                        ": is compressed: it does not grow, so that --follow "
+                        "cannot follow it",
+                    kFailed);
   }
   if (request.follow) return follow(request, inputs);
   if (request.output) return writePage(request, inputs);

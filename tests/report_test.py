@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """zorva-report: what it prints, that its JSON is the log, and that it follows one that grows."""
+import datetime
+import gzip
 import json
+import lzma
 import os
 import pathlib
 import pty
@@ -173,12 +176,93 @@ class ReportTest(unittest.TestCase):
                 pass  # its end
             os.close(master)
             self.assertEqual((process.wait(), b'\033[1mBattery' in shown, b'Battery' in shown), (0, coloured, True))
-        for arguments in (['--nonsense'], ['--since'], ['--since', 'yesterday'], ['-', '-'], ['--compare', LOGS['day']],
+        for arguments in (['--nonsense'], ['--since'], ['--since', 'soon'], ['-', '-'], ['--last-night', '--until', '-8h'], ['--compare', LOGS['day']],
                           ['--compare', '--json', *LOGS.values()], ['--since=2026-11-17', '--until=2026-11-16']):
             self.assertEqual(report(*arguments, input='').returncode, 2, arguments)
         missing = report(self.directory / 'none')
         self.assertEqual((missing.returncode, missing.stdout), (1, ''))
         self.assertIn('/none: cannot be read: No such file', missing.stderr)
+
+    def test_compressed_logs_are_read_and_what_is_no_log_is_named(self):
+        log, whole = self.directory / 'log', LOGS['night'].read_bytes()
+        body = report(LOGS['night']).stdout.split('\n', 1)[1]
+
+        def zstd(data):
+            return run('zstd', '-qc', input=data, text=False).stdout
+        for program_name, pack in ('gzip', gzip.compress), ('xz', lzma.compress), ('zstd', zstd):
+            packed = pack(whole[:5000]) + pack(whole[5000:])
+            log.write_bytes(packed)
+            shown = report(log)
+            self.assertEqual((shown.stderr, shown.stdout.split('\n', 1)[1]), ('', body), program_name)
+            piped = report(input=packed, text=False)
+            self.assertEqual((piped.stderr, piped.stdout.decode().split('\n', 1)[1]), (b'', body), program_name)
+            self.assertEqual(run(program('zorva-redact'), log).stdout,
+                             run(program('zorva-redact'), LOGS['night']).stdout)
+            self.assertIn('is compressed', report('--follow', log).stderr)
+            for wrong, data in ('cut off', packed[:-9]), ('damaged', packed[:900] + b'\x55' * 20 + packed[920:]):
+                log.write_bytes(data)
+                shown = report(log)
+                self.assertEqual((shown.returncode, shown.stdout), (1, ''), program_name)
+                self.assertRegex(shown.stderr, rf"/log: {wrong} .*after byte \d+ .*'{program_name} -dc FILE.*line \d+")
+        for data, kind in ((b'', 'is empty'), ('\ufeffno'.encode('utf-16-le'), 'UTF-16'), (b'a\nb\n', 'text without'),
+                           (b'\0' * 999, 'binary'), (pathlib.Path(program('zorva-redact')).read_bytes(), 'ELF')):
+            log.write_bytes(data)
+            for tool in 'zorva-report', 'zorva-redact':
+                shown = run(program(tool), LOGS['night'], log)
+                self.assertEqual(shown.returncode, 1, kind)
+                self.assertRegex(shown.stderr, f'/log: is .*{kind}|/log: {kind}')
+        log.write_text('06/15/48 01:00:00 [Locale] id=en-IL-u-ca-hebrew; country=IL; time_zone=IST; dst=no;\n')
+        self.assertIn('cannot be read: hebrew', report(log).stderr)
+        reader, writer = os.pipe()
+        os.close(reader)
+        gone = run(program('zorva-report'), LOGS['night'], capture_output=False, stdout=writer, stderr=subprocess.PIPE)
+        os.close(writer)
+        self.assertEqual((gone.stderr, gone.returncode), ('', -13))
+
+    def test_the_newest_logs_of_a_directory_are_read_each_once(self):
+        begin = datetime.datetime(2022, 5, 1)
+
+        def write(name, first, hours):
+            log, end = self.directory / name, first + datetime.timedelta(hours=hours)
+            log.write_text(''.join(f'{first + datetime.timedelta(hours=hour):%m/%d/%y %H:%M:%S} [Battery] level=50.00%;\n'
+                                   for hour in range(hours + 1)))
+            os.utime(log, (end.timestamp(), end.timestamp()))
+            return log
+
+        def times(*arguments):
+            shown = report('--json', *arguments, stdin=subprocess.DEVNULL)
+            self.assertEqual(shown.returncode, 0, shown.stderr)
+            found = [json.loads(line).get('time') for line in shown.stdout.splitlines()]
+            return [time for time in found if time]
+        write('Zorva_1_phone.zorva', begin, 2)
+        log = write('Zorva_2_phone.zorva', begin + datetime.timedelta(days=5), 60)
+        (self.directory / 'other.txt').write_text('no log')
+        everything = times(self.directory)
+        self.assertEqual((len(everything), everything[-1]), (61, '2022-05-08T12:00:00'))
+        self.assertEqual(len(times(self.directory, '--since=2022-05-01 01:00')), 63)
+        copy = self.directory / 'Zorva_2_phone.zorva.1.gz'
+        copy.write_bytes(gzip.compress(log.read_bytes()[:-30]))
+        (self.directory / 'link').symlink_to(log)
+        self.assertEqual(times(self.directory, self.directory / 'link', log), everything)
+        self.assertIn(f'{copy}: not counted, because', report(log, copy).stderr)
+        # Times are seen from the end of an old log, and from now in one that reaches it.
+        for period, hours in (['--since=-8h'], range(4, 13)), (['--since', '23:00'], [23, *range(13)]), (
+                ['--since=yesterday', '--until=yesterday 03:00'], range(4)), (['--last-night'], [*range(18, 24), *range(11)]), (
+                    ['--since=22:00', '--until=01:00'], [22, 23, 0, 1]):
+            self.assertEqual([int(time[11:13]) for time in times(log, *period)], [*hours], period)
+        now = datetime.datetime.now()
+        fresh = write('fresh', now - datetime.timedelta(hours=30.5), 29)
+        self.assertEqual(len(times(fresh, '--since=-8h')), 7)
+        for options in [], ['-o', self.directory / 'page'], ['--metrics=-'], ['--trace=-'], ['--json']:
+            shown = report(log, '--since=2022-06-01', *options)
+            self.assertEqual((shown.returncode, shown.stdout), (3, ''))
+            self.assertIn('no entry from Wed 1 Jun 2022', shown.stderr)
+        self.assertFalse((self.directory / 'page').exists())
+        empty = self.directory / 'empty'
+        empty.mkdir()
+        for nothing in report(empty), report(stdin=subprocess.DEVNULL):
+            self.assertEqual((nothing.returncode, nothing.stdout), (1, ''))
+            self.assertRegex(nothing.stderr, 'holds no log; name one|cannot be read: .*; name a log')
 
     def test_it_follows_a_log_and_the_one_after_it(self):
         lines = LOGS['night'].read_bytes().splitlines(True)

@@ -118,6 +118,23 @@ TEST(Account, OfTheLaptopsDayHoldsTheTruth) {
   EXPECT_NEAR(sum, hour.percent, 1e-6);
 }
 
+TEST(Account, HasNoIntervalOfWhichMoreThanATwentiethWasOnACharger) {
+  // One percent in an hour, of which the charger was there for so many minutes.
+  for (const int minutes : {2, 4, 30}) {
+    const Answer answer(summaryOf(
+        dated({{"10:00", battery(80, -100)},
+               {"10:10",
+                "[Battery] level=<unknown>; voltage=10000 mV; current=500 mA; "
+                "max_capacity=5000; charging_state=Active; charging_current=0 mA;"},
+               {formatText("10:%d", 10 + minutes).c_str(),
+                "[Battery] level=<unknown>; voltage=10000 mV; current=-100 mA; max_capacity=5000; "
+                "charging_state=Inactive; charging_current=0 mA;"},
+               {"11:00", battery(79, -100)}})));
+    EXPECT_EQ(answer.whole.seconds, minutes == 2 ? 3600 : 0) << minutes;
+    EXPECT_EQ(answer.charged, minutes == 2 ? 0 : 3600) << minutes;
+  }
+}
+
 TEST(Answer, TellsByCurrentAndWordsWhatAChargerDoes) {
   // Too hot to be charged, and drained: not on a charger.
   const std::string hot = dated({{"10:00", battery(80, -900, "OverTemp")},
