@@ -12,6 +12,9 @@ namespace {
 // Milliamperes below which a battery is being drained. Full batteries on a charger show some.
 constexpr double kDraining = -20;
 
+// Percent. Some batteries report a little more than all; what is beyond is no reading.
+constexpr double kHighestLevel = 120;
+
 bool isReported(std::string_view value) {
   return !value.empty() && value.front() != '<' && value != "(null)";
 }
@@ -61,7 +64,8 @@ void battery(const LaneEntry& entry) {
   setLane(entry, Lane::NotCharged,
           state == "OverTemp" || state == "UnderTemp" || state == "Gradient", {.what = state});
   const auto volts = realOf(entry, "voltage");
-  if (const auto level = realOf(entry, "level")) {
+  const auto level = realOf(entry, "level");
+  if (level && *level >= 0 && *level <= kHighestLevel) {
     entry.sink.battery({entry.now.time, *level, volts ? std::optional(*volts / 1000) : std::nullopt,
                         current, realOf(entry, "max_capacity")});
   }

@@ -242,7 +242,7 @@ class LogHistory::Tracker {
     const bool failed = value("result") == "failed";
     const bool announced = slept_ && now.time - *slept_ <= kWakingUp;
     if (!failed && seconds > 0 && !announced && !this->asleep()) {
-      const LogTime begin = now.time - seconds;
+      const LogTime begin = now.time - std::min(seconds, now.time - spans_.start());
       sink_.span(
           {Lane::Asleep, begin, now.time, true, true, {}, 0, {}, now.position, now.position});
       if (wake_) wake_->setAsleepSince(begin);

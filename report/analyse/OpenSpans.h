@@ -52,6 +52,9 @@ class OpenSpans {
   void assertionCreated(const LogState& state, const LogMark& now);
   void assertionReleased(const LogState& state, LogTime since, const LogMark& now);
 
+  /// When the log began, or since when its time has not gone back.
+  LogTime start() const { return start_; }
+
   /// When the current sleep began.
   const std::optional<LogTime>& asleepSince() const { return asleepSince_; }
 

@@ -211,6 +211,16 @@ TEST(Answer, KnowsASleepThatOnlyTheKernelRecorded) {
                         "failed_step=suspend; failed_device=usb1; failed_error=-16; "
                         "blocked_by=<none>;"}}));
   EXPECT_EQ(summary.asleepSeconds, 6600);
+  const LogSummary nonsense =
+      summaryOf(dated({{"00:00", battery(80, -100)},
+                       {"01:00", battery(1e300, -100)},
+                       {"02:00", "[Wake] reason=rtc; info=<none>;"},
+                       {"02:00",
+                        "[Suspend] asleep=9999999:00:00; hardware=<unknown>; mode=s2idle; "
+                        "result=slept;"},
+                       {"02:10", battery(79, -100)}}));
+  EXPECT_EQ(nonsense.asleepSeconds, 7200);
+  EXPECT_NEAR(Answer(nonsense).whole.percent, 1, 1e-6);
   ASSERT_EQ(summary.longestSleeps.size(), 1U);
   EXPECT_EQ(summary.longestSleeps[0].reason, "rtc");
   EXPECT_EQ(summary.longestSleeps[0].hardware, 660);
