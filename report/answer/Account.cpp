@@ -464,7 +464,7 @@ std::string causeText(Cause cause, std::string_view name) {
     case Cause::Asleep:
       return "asleep";
     case Cause::Awake:
-      return "awake, with nothing in use";
+      return "being awake, whatever is in use";
     case Cause::Display:
       return "display";
     case Cause::Processor:

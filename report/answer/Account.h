@@ -140,7 +140,7 @@ class Account {
   Charge asleep_, awake_, mixed_;
 };
 
-/// "browser", "the display", "awake with nothing in use".
+/// "browser", "the display", "being awake, whatever is in use".
 std::string causeText(Cause cause, std::string_view name);
 /// "process", "display": for programs.
 std::string_view causeWord(Cause cause);

@@ -194,7 +194,7 @@ std::optional<Finding> wokenOften(const LogSummary& summary, const Answer& answe
   Finding finding{Kind::WokenOften, used, "", "", {}, summary.first, summary.last, used};
   finding.sentence = "it was woken " + counted(summary.wakes, "time", "times") + ", " +
                      figure(static_cast<double>(summary.wakes) / hours) +
-                     " per hour of the time in which it slept";
+                     " per hour of the time in which it was not in use";
   if (!owners.empty() && owners.front().count * 3 >= summary.wakes) {
     finding.sentence += ": " + grouped(owners.front().count) + " for " + owners.front().name;
     finding.advice = "See why " + owners.front().name + " gets so much traffic.";
@@ -329,7 +329,7 @@ std::optional<Finding> brightDisplay(const LogSummary& summary, const Answer& an
                   part->percent * (1 - kModestlyBright / mean)};
   finding.sentence = "the display was lit for " + duration(lit) + " at " + shareText(mean, 1) +
                      " of its brightness on average";
-  finding.advice = "At half the brightness it would have used about " +
+  finding.advice = "At half of full brightness it would have used about " +
                    percentText(part->percent * (1 - 0.5 / mean)) + " less.";
   finding.figures = {"The display used " + percentText(part->percent) + " (+- " +
                      percentText(part->error) +
@@ -535,10 +535,10 @@ std::vector<std::string> verdictOf(const LogSummary& summary, const Answer& answ
   verdict.push_back(
       begin +
       (mostly ? ", mostly because " + first.sentence : ". What stands out: " + first.sentence) +
-      " (" + wholePercent(first.percent) + ").");
+      " (about " + wholePercent(first.percent) + " of the battery).");
   if (large.size() > 1) {
-    verdict.push_back("Also, " + large[1]->sentence + " (" + wholePercent(large[1]->percent) +
-                      ").");
+    verdict.push_back("Also, " + large[1]->sentence + " (about " + wholePercent(large[1]->percent) +
+                      " of the battery).");
   }
   if (!first.advice.empty()) verdict.push_back(capitalized(first.advice));
   return verdict;

@@ -150,7 +150,7 @@ class Writer {
     }
     page_.table({{"used", Align::Right},
                  {"", Align::Right},
-                 {"", Align::Right},
+                 {"share", Align::Right},
                  {"by", Align::Left, true},
                  {""}},
                 rows);
