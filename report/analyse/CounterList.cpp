@@ -12,6 +12,8 @@ namespace {
 // index of all is worth its cost.
 constexpr std::size_t kNear = 32;
 constexpr std::size_t kFew = 8;
+// Higher figures are damage: in milliseconds, these are 278 years. Sums of them do not overflow.
+constexpr std::int64_t kMost = std::int64_t{1} << 43;
 
 }  // namespace
 
@@ -74,13 +76,14 @@ void CounterList::addParsed(std::string_view item) {
   std::int64_t figure = 0;
   const char* const last = text.data() + text.size();
   auto [parsed, error] = std::from_chars(text.data() + equals + 1, last, figure);
+  if (figure > kMost) return;
   if (tenths_ && last - parsed == 2 && *parsed == '.' && parsed[1] >= '0' && parsed[1] <= '9') {
     figure = 10 * figure + (parsed[1] - '0');
     parsed = last;
   } else if (tenths_) {
     return;
   }
-  if (error != std::errc() || parsed != last || figure < 0) return;
+  if (error != std::errc() || parsed != last || figure < 0 || figure > kMost) return;
   const std::string_view key = text.substr(0, equals);
   counters_.push_back({item, key, figure, false});
   if (!known_) return;

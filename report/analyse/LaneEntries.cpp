@@ -47,11 +47,18 @@ std::optional<double> realOf(const LaneEntry& entry, std::string_view key) {
   return std::nullopt;
 }
 
+// Nothing, unless it is a figure above 0.
+std::optional<double> positive(std::optional<double> figure) {
+  return figure && *figure > 0 ? figure : std::nullopt;
+}
+
 // Whether a charger feeds the battery is told by the charging state and the current together: a
 // battery that is too warm to be charged may be on a charger or not, and one that is being charged
 // may be drained all the same, by more than the charger supplies.
 void battery(const LaneEntry& entry) {
-  sample(entry, Curve::Level, "level");
+  const auto level = realOf(entry, "level");
+  const bool isLevel = level && *level >= 0 && *level <= kHighestLevel;
+  if (isLevel) sample(entry, Curve::Level, "level");
   sample(entry, Curve::Current, "current");
   sample(entry, Curve::Temperature, "battery_temp");
   const std::string_view state = entry.value("charging_state");
@@ -63,20 +70,16 @@ void battery(const LaneEntry& entry) {
   setLane(entry, Lane::WeakCharger, drains && state == "Active", {.what = state});
   setLane(entry, Lane::NotCharged,
           state == "OverTemp" || state == "UnderTemp" || state == "Gradient", {.what = state});
-  const auto volts = realOf(entry, "voltage");
-  const auto level = realOf(entry, "level");
-  if (level && *level >= 0 && *level <= kHighestLevel) {
+  const auto volts = positive(realOf(entry, "voltage"));
+  if (isLevel) {
     entry.sink.battery({entry.now.time, *level, volts ? std::optional(*volts / 1000) : std::nullopt,
-                        current, realOf(entry, "max_capacity")});
+                        current, positive(realOf(entry, "max_capacity"))});
   }
 }
 
 void config(const LaneEntry& entry) {
-  const auto known = [](std::optional<double> figure) {
-    return figure && *figure > 0 ? figure : std::nullopt;
-  };
-  entry.sink.batteryLife({entry.integer("cycle_count"), known(realOf(entry, "max_capacity")),
-                          known(realOf(entry, "design_capacity"))});
+  entry.sink.batteryLife({entry.integer("cycle_count"), positive(realOf(entry, "max_capacity")),
+                          positive(realOf(entry, "design_capacity"))});
 }
 
 void display(const LaneEntry& entry) {

@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <functional>
+#include <limits>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -229,7 +230,7 @@ class LogHistory::Tracker {
     split();
     stray_.reset();
     wake_.emplace(now.time, spans_.asleepSince(), *fields_, now.position);
-    slept_ = asleep() ? now.time : slept_;
+    if (asleep()) slept_ = sleepEnd_ = now.time;
     spans_.off(Lane::Asleep, {}, now);
   }
 
@@ -238,11 +239,13 @@ class LogHistory::Tracker {
     split();
     LogField asleep;
     asleep.value = value("asleep");
-    const LogTime seconds = asleep.seconds().value_or(0);
+    const LogTime seconds =
+        std::clamp<LogTime>(asleep.seconds().value_or(0), 0, now.time - spans_.start());
     const bool failed = value("result") == "failed";
     const bool announced = slept_ && now.time - *slept_ <= kWakingUp;
     if (!failed && seconds > 0 && !announced && !this->asleep()) {
-      const LogTime begin = now.time - std::min(seconds, now.time - spans_.start());
+      const LogTime begin = std::max(now.time - seconds, std::min(sleepEnd_, now.time));
+      sleepEnd_ = now.time;
       sink_.span(
           {Lane::Asleep, begin, now.time, true, true, {}, 0, {}, now.position, now.position});
       if (wake_) wake_->setAsleepSince(begin);
@@ -255,9 +258,10 @@ class LogHistory::Tracker {
     };
     LogField hardware;
     hardware.value = value("hardware");
-    sink_.suspended({now.time, seconds, hardware.seconds(), known("mode"), failed,
-                     known("failed_step"), known("failed_device"), known("blocked_by"),
-                     now.position});
+    auto deepest = hardware.seconds();
+    if (deepest) deepest = std::clamp<LogTime>(*deepest, 0, seconds);
+    sink_.suspended({now.time, seconds, deepest, known("mode"), failed, known("failed_step"),
+                     known("failed_device"), known("blocked_by"), now.position});
   }
 
   void decoded(const LogMark& now) {
@@ -353,6 +357,8 @@ class LogHistory::Tracker {
       const char* const text = field.value.data();
       std::from_chars(text, text + slash, received);
       std::from_chars(text + slash + 2, text + field.value.size(), sent);
+      constexpr std::int64_t kMost = std::int64_t{1} << 53;
+      if (received < 0 || received > kMost || sent < 0 || sent > kMost) continue;
       const auto [found, added] = interfaces_.try_emplace(std::string(field.key), 0);
       const std::int64_t before = std::exchange(found->second, received + sent);
       const std::int64_t growth = received + sent - before;
@@ -416,7 +422,8 @@ class LogHistory::Tracker {
   std::optional<LogTime> energySampled_;
   std::optional<LogTime> workSampled_;
   std::optional<LogTime> trafficSampled_;
-  std::optional<LogTime> slept_;  // when the last announced sleep ended
+  std::optional<LogTime> slept_;  // when the last announced sleep ended, until its record
+  LogTime sleepEnd_ = std::numeric_limits<LogTime>::min();  // of any sleep
   std::vector<Growth> grown_;
   std::vector<ProcessUse> uses_;
   std::vector<ModemUse> states_;

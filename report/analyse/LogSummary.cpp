@@ -2,6 +2,7 @@
 #include "report/analyse/LogSummary.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
@@ -157,7 +158,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   void suspended(const SleepRecord& record) override {
     if (!window_.holds(record.time)) return;
     if (record.failed) {
-      if (summary_.refusals.empty() || record.time - summary_.refusals.back().time > kSameAttempt) {
+      if (!lastRefusal_ || std::llabs(record.time - *lastRefusal_) > kSameAttempt) {
         refuse(record.time);
       }
       if (summary_.refusalCount > LogSummary::kMaxRefusals) return;
@@ -167,7 +168,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     }
     if (record.hardware && record.asleep > 0) {
       summary_.recordedAsleep += record.asleep;
-      summary_.hardwareAsleep += std::min(*record.hardware, record.asleep);
+      summary_.hardwareAsleep += *record.hardware;
     }
     for (LogSummary::Sleep& sleep : summary_.longestSleeps) {
       if (!sleep.endKnown || record.time - sleep.end > kSameAttempt || sleep.end > record.time) {
@@ -327,6 +328,23 @@ class LogSummarizer::Sink : public LogHistorySink {
       summary_.refusals.push_back({time, {}, {}, {}});
     }
     ++summary_.refusalCount;
+    lastRefusal_ = time;
+  }
+
+  void addHold(const Hold& hold) {
+    Tally& tally = tallies_.byIndex(hold.tally);
+    const LogTime awake = std::max<LogTime>(
+        0, hold.end - hold.begin - power_.overlap(Lane::Asleep, hold.begin, hold.end));
+    const LogTime dark =
+        std::max<LogTime>(0, awake - power_.overlap(Lane::Display, hold.begin, hold.end));
+    tally.awake += awake;
+    tally.dark += dark;
+    if (dark < LogSummary::kLongDark) return;
+    auto& longest = summary_.darkHolds;
+    longest.push_back({tally.name, tally.detail, hold.begin, hold.end});
+    if (longest.size() <= LogSummary::kMaxDarkHolds) return;
+    longest.erase(std::ranges::min_element(
+        longest, {}, [](const LogSummary::DarkHold& each) { return each.end - each.begin; }));
   }
 
   // The signal was what it was at the last reading until now.
@@ -339,14 +357,20 @@ class LogSummarizer::Sink : public LogHistorySink {
 
   // The states up to an interruption, or the end, are complete: tells what they were together.
   void close() {
+    // Of holds of one name at the same time, the time counts once.
+    std::ranges::sort(holds_, {},
+                      [](const Hold& hold) { return std::pair(hold.tally, hold.begin); });
+    std::size_t kept = 0;
     for (const Hold& hold : holds_) {
-      Tally& tally = tallies_.byIndex(hold.tally);
-      const LogTime awake =
-          hold.end - hold.begin - power_.overlap(Lane::Asleep, hold.begin, hold.end);
-      tally.awake += awake;
-      tally.dark +=
-          std::max<LogTime>(0, awake - power_.overlap(Lane::Display, hold.begin, hold.end));
+      Hold* const last = kept > 0 ? &holds_[kept - 1] : nullptr;
+      if (last != nullptr && last->tally == hold.tally && hold.begin <= last->end) {
+        last->end = std::max(last->end, hold.end);
+      } else {
+        holds_[kept++] = hold;
+      }
     }
+    holds_.resize(kept);
+    for (const Hold& hold : holds_) addHold(hold);
     for (; refusalsDone_ < summary_.refusals.size(); ++refusalsDone_) {
       LogSummary::Refusal& refusal = summary_.refusals[refusalsDone_];
       const Hold* longest = nullptr;
@@ -366,6 +390,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     }
     power_.close();
     signal_.reset();
+    lastRefusal_.reset();
     holds_.clear();
     charging_.clear();
   }
@@ -384,6 +409,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   std::vector<Hold> holds_;
   std::vector<std::pair<LogTime, LogTime>> charging_;
   std::size_t refusalsDone_ = 0;
+  std::optional<LogTime> lastRefusal_;
   std::optional<std::pair<LogTime, double>> signal_;
   double volts_ = 0;
   double voltsOnBattery_ = 0;

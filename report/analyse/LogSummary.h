@@ -50,6 +50,13 @@ struct LogSummary {
     std::string device;  ///< that failed
     std::string holder;  ///< what kept the device awake at that moment: "process: name"
   };
+  /// An assertion that was held for long while the device was awake with a dark display.
+  struct DarkHold {
+    std::string name;
+    std::string detail;
+    LogTime begin;
+    LogTime end;
+  };
   struct Interruption {
     LogTime before;
     LogTime after;
@@ -98,6 +105,7 @@ struct LogSummary {
   LogTime hardwareAsleep = 0;        ///< that part
   std::vector<Refusal> refusals;     ///< the first kMaxRefusals
   std::uint64_t refusalCount = 0;
+  std::vector<DarkHold> darkHolds;  ///< dark for kLongDark at least; the longest kMaxDarkHolds
   std::uint64_t wakes = 0;
   std::vector<Tally> wakeReasons;  ///< by count
   std::vector<Tally> wakeOwners;   ///< by count: the process, or the packet that none expected
@@ -123,6 +131,8 @@ struct LogSummary {
 
   static constexpr std::size_t kMaxSleeps = 12;
   static constexpr std::size_t kMaxRefusals = 1000;
+  static constexpr LogTime kLongDark = 15 * LogTime{60};
+  static constexpr std::size_t kMaxDarkHolds = 200;
   static constexpr std::size_t kMaxErrors = 10;
   /// dBm; below it modems send with far more power, and often lose the network.
   static constexpr double kWeakSignal = -105;

@@ -16,24 +16,29 @@ float brightnessOf(std::string_view text) {
   if (slash == text.npos) return 1;
   std::from_chars(text.data(), text.data() + slash, now);
   std::from_chars(text.data() + slash + 1, text.data() + text.size(), most);
-  return most > 0 ? static_cast<float>(std::clamp(now / most, 0.0, 1.0)) : 1;
+  return most > 0 && std::isfinite(now) ? static_cast<float>(std::clamp(now / most, 0.0, 1.0)) : 1;
 }
 
-void keepBusiest(std::vector<std::pair<std::uint32_t, float>>& uses) {
-  if (uses.size() <= PowerIntervals::kBusiest) return;
-  std::ranges::nth_element(uses, uses.begin() + PowerIntervals::kBusiest, std::greater(),
-                           [](const auto& use) { return use.second; });
-  uses.resize(PowerIntervals::kBusiest);
-  uses.shrink_to_fit();
-}
+using Uses = std::vector<std::pair<std::uint32_t, float>>;
 
-void addUse(std::vector<std::pair<std::uint32_t, float>>& to, std::uint32_t name, float amount) {
-  for (auto& [known, seconds] : to) {
-    if (known != name) continue;
-    seconds += amount;
-    return;
+// Adds up the uses of equal names, and keeps the busiest.
+void tidy(Uses& uses) {
+  std::ranges::sort(uses, {}, &Uses::value_type::first);
+  std::size_t kept = 0;
+  for (const auto& [name, seconds] : uses) {
+    if (kept > 0 && uses[kept - 1].first == name) {
+      uses[kept - 1].second += seconds;
+    } else {
+      uses[kept++] = {name, seconds};
+    }
   }
-  to.emplace_back(name, amount);
+  uses.resize(kept);
+  if (kept > PowerIntervals::kBusiest) {
+    std::ranges::nth_element(uses, uses.begin() + PowerIntervals::kBusiest, std::greater(),
+                             &Uses::value_type::second);
+    uses.resize(PowerIntervals::kBusiest);
+  }
+  uses.shrink_to_fit();
 }
 
 }  // namespace
@@ -67,8 +72,8 @@ PowerInterval& PowerInterval::operator+=(const PowerInterval& more) {
   if (more.joules) joules = joules.value_or(0) + *more.joules;
   cpuKnown = cpuKnown && more.cpuKnown;
   cpu += more.cpu;
-  for (const auto& [name, seconds] : more.busiest) addUse(busiest, name, seconds);
-  keepBusiest(busiest);
+  busiest.insert(busiest.end(), more.busiest.begin(), more.busiest.end());
+  tidy(busiest);
   return *this;
 }
 
@@ -114,31 +119,47 @@ void PowerIntervals::energy(LogTime from, LogTime to, std::span<const Growth> pa
 }
 
 void PowerIntervals::work(LogTime from, LogTime to, std::span<const Growth> units) {
-  CpuSample sample{from, to, 0, {}, true};
+  CpuSample& sample = work_.emplace_back(CpuSample{from, to, 0, {}});
   for (const Growth& unit : units) {
     sample.all += unit.amount;
-    addUse(sample.busiest, numberOf(shortUnitName(unit.name)), static_cast<float>(unit.amount));
+    sample.busiest.emplace_back(numberOf(shortUnitName(unit.name)),
+                                static_cast<float>(unit.amount));
   }
-  addCpu(std::move(sample));
+  tidy(sample.busiest);
 }
 
-// Where units are counted, too, they win: they have the processes that ended in between.
 void PowerIntervals::processes(LogTime from, LogTime to, std::span<const ProcessUse> uses) {
-  CpuSample sample{from, to, 0, {}, false};
+  CpuSample& sample = processes_.emplace_back(CpuSample{from, to, 0, {}});
   for (const ProcessUse& use : uses) {
     sample.all += static_cast<double>(use.seconds);
-    addUse(sample.busiest, numberOf(use.name), static_cast<float>(use.seconds));
+    sample.busiest.emplace_back(numberOf(use.name), static_cast<float>(use.seconds));
   }
-  addCpu(std::move(sample));
+  tidy(sample.busiest);
 }
 
-void PowerIntervals::addCpu(CpuSample sample) {
-  keepBusiest(sample.busiest);
-  if (!cpu_.empty() && cpu_.back().to == sample.to && cpu_.back().units != sample.units) {
-    if (sample.units) cpu_.back() = std::move(sample);
-    return;
+// Adds the part of the samples that falls into an interval. False if they do not cover it.
+bool PowerIntervals::addCpu(const std::vector<CpuSample>& samples, std::size_t& first,
+                            PowerInterval& to) {
+  while (first < samples.size() && samples[first].to <= to.begin) ++first;
+  LogTime covered = 0;
+  double all = 0;
+  Uses busiest;
+  for (std::size_t i = first; i < samples.size() && samples[i].from < to.end; ++i) {
+    const CpuSample& sample = samples[i];
+    const LogTime common = std::min(sample.to, to.end) - std::max(sample.from, to.begin);
+    if (common <= 0) continue;
+    const double share = static_cast<double>(common) / static_cast<double>(sample.to - sample.from);
+    covered += common;
+    all += share * sample.all;
+    for (const auto& [name, seconds] : sample.busiest) {
+      busiest.emplace_back(name, seconds * static_cast<float>(share));
+    }
   }
-  cpu_.push_back(std::move(sample));
+  if (covered * 10 < to.seconds() * 9) return false;
+  tidy(busiest);
+  to.cpu = all;
+  to.busiest = std::move(busiest);
+  return true;
 }
 
 void PowerIntervals::traffic(LogTime from, LogTime to, const TrafficUse& use) {
@@ -181,7 +202,8 @@ void PowerIntervals::close() {
   std::size_t firstJoules = 0;
   std::size_t firstWifi = 0;
   std::size_t firstModem = 0;
-  std::size_t firstCpu = 0;
+  std::size_t firstWork = 0;
+  std::size_t firstProcesses = 0;
   for (auto& stretches : stretches_) std::ranges::sort(stretches, {}, &Stretch::begin);
   for (std::size_t i = 1; i < levels_.size(); ++i) {
     const LogTime begin = levels_[i - 1].first;
@@ -222,22 +244,9 @@ void PowerIntervals::close() {
     }
     interval.wifiBytes = part(wifi_, firstWifi, begin, end);
     interval.modemBytes = part(modem_, firstModem, begin, end);
-    while (firstCpu < cpu_.size() && cpu_[firstCpu].to <= begin) ++firstCpu;
-    LogTime covered = 0;
-    for (std::size_t j = firstCpu; j < cpu_.size() && cpu_[j].from < end; ++j) {
-      const CpuSample& sample = cpu_[j];
-      const LogTime common = std::min(sample.to, end) - std::max(sample.from, begin);
-      if (sample.to <= sample.from || common <= 0) continue;
-      const double share =
-          static_cast<double>(common) / static_cast<double>(sample.to - sample.from);
-      covered += common;
-      interval.cpu += share * sample.all;
-      for (const auto& [name, seconds] : sample.busiest) {
-        addUse(interval.busiest, name, seconds * static_cast<float>(share));
-      }
-    }
-    keepBusiest(interval.busiest);
-    interval.cpuKnown = covered * 10 >= interval.seconds() * 9;
+    // Where units are counted, they have the processes that ended in between.
+    interval.cpuKnown =
+        addCpu(work_, firstWork, interval) || addCpu(processes_, firstProcesses, interval);
     intervals_.push_back(std::move(interval));
     merge();
   }
@@ -247,13 +256,14 @@ void PowerIntervals::close() {
   joules_.clear();
   wifi_.clear();
   modem_.clear();
-  cpu_.clear();
+  work_.clear();
+  processes_.clear();
 }
 
 // Beyond the limit two neighbours become one, unless the log was interrupted between them or one
 // was on a charger and the other not.
 void PowerIntervals::merge() {
-  if (intervals_.size() < kMaximum) return;
+  if (intervals_.size() < limit_) return;
   std::vector<PowerInterval> merged;
   bool single = false;  // the last one may get a neighbour
   for (PowerInterval& interval : intervals_) {
@@ -267,6 +277,7 @@ void PowerIntervals::merge() {
     single = !single;
   }
   intervals_ = std::move(merged);
+  limit_ = std::max(kMaximum, 2 * intervals_.size());
 }
 
 }  // namespace zorva

@@ -49,8 +49,9 @@ struct PowerInterval {
   PowerInterval& operator+=(const PowerInterval& more);
 };
 
-/// Gathers the intervals between a log's readings of the battery. Its memory grows with the number
-/// of readings up to kMaximum, then neighbours are merged.
+/// Gathers the intervals between a log's readings of the battery. From kMaximum on, neighbours are
+/// merged unless only one of them was on a charger. Until the log is interrupted or ends, its
+/// memory also grows with the readings and states.
 class PowerIntervals {
  public:
   static constexpr std::size_t kMaximum = 20000;
@@ -95,11 +96,10 @@ class PowerIntervals {
     LogTime to;
     double all;
     std::vector<std::pair<std::uint32_t, float>> busiest;
-    bool units;
   };
 
   std::uint32_t numberOf(std::string_view name);
-  void addCpu(CpuSample sample);
+  static bool addCpu(const std::vector<CpuSample>& samples, std::size_t& first, PowerInterval& to);
   static double part(const std::vector<Sample>& samples, std::size_t& first, LogTime from,
                      LogTime to);
   void merge();
@@ -110,8 +110,9 @@ class PowerIntervals {
   double interrupted_ = 0;
   std::array<std::vector<Stretch>, kLanes> stretches_;
   std::vector<Sample> joules_, wifi_, modem_;
-  std::vector<CpuSample> cpu_;
+  std::vector<CpuSample> work_, processes_;
   std::vector<PowerInterval> intervals_;
+  std::size_t limit_ = kMaximum;  // more, where neighbours are too unlike to be merged
   std::vector<std::string> names_;
   std::unordered_map<std::string, std::uint32_t> numbers_;
 };

@@ -15,6 +15,8 @@ constexpr double kFineReading = 0.05;   // with a fraction
 constexpr double kWholeReading = 0.15;  // a whole percent, reported when it is reached
 // By what share of what an interval used the learned costs may miss it for no reason that is seen.
 constexpr double kSpread = 0.03;
+// Percent by which readings may go up on battery.
+constexpr double kGained = 2;
 // Shorter intervals teach nothing.
 constexpr LogTime kShortest = 20;
 // For each thing to be learned, so many intervals at least.
@@ -42,9 +44,9 @@ std::optional<double> Account::Charge::perHour() const {
   return percent * 3600 / static_cast<double>(seconds);
 }
 
-const AccountPart* AccountSum::find(Cause cause, std::string_view name) const {
+const AccountPart* AccountSum::find(Cause cause, std::optional<std::string_view> name) const {
   for (const AccountPart& part : parts) {
-    if (part.cause == cause && (name.empty() || part.name == name)) return &part;
+    if (part.cause == cause && (!name || part.name == *name)) return &part;
   }
   return nullptr;
 }
@@ -65,7 +67,9 @@ std::vector<double> Account::valuesOf(const PowerInterval& interval) {
 Account::Account(const LogSummary& summary) : summary_(&summary) {
   bool whole = true;
   for (const PowerInterval& interval : summary.intervals) {
-    if (interval.onBattery() && interval.seconds() > 0) onBattery_.push_back(&interval);
+    // Whole percents gained are from a charger of which the log says nothing.
+    const bool counts = interval.onBattery() && interval.seconds() > 0 && interval.used > -kGained;
+    if (counts) onBattery_.push_back(&interval);
     whole = whole && std::fabs(interval.used - std::round(interval.used)) < 0.005;
   }
   reading_ = std::sqrt(2.0) * (whole ? kWholeReading : kFineReading);
@@ -320,8 +324,18 @@ void Account::makeLines() {
     }
     addSleep(*interval, line, readings);
   }
+  // A sleep uses no less than nothing, but the level may go up in one by what the one before it
+  // seems to have used: in all, sleeps use no more than there was.
+  const double whole = std::max(0.0, asleep_.percent + awake_.percent);
+  if (asleep_.percent > whole) {
+    const double share = whole / asleep_.percent;
+    for (Line& line : lines_) line.asleep.percent *= share;
+    awake_.percent += asleep_.percent - whole;
+    asleep_.error += asleep_.percent - whole;
+    asleep_.percent = whole;
+  }
   asleep_.error = std::hypot(asleep_.error, std::sqrt(readings));
-  asleep_.error = std::min(asleep_.error, std::max(asleep_.percent, kTiny) + awake_.percent);
+  asleep_.error = std::min(asleep_.error, std::max(whole, kTiny));
   awake_.error = asleep_.error;
 }
 

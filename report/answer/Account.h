@@ -44,7 +44,8 @@ struct AccountSum {
   double percent = 0;              ///< used, by the readings of the battery
   std::vector<AccountPart> parts;  ///< the largest first, Unattributed last; together `percent`
 
-  const AccountPart* find(Cause cause, std::string_view name = {}) const;
+  /// Without a name, the largest of that cause.
+  const AccountPart* find(Cause cause, std::optional<std::string_view> name = {}) const;
 };
 
 /// The account of a log: how much of what the battery lost went to what. What a second asleep and

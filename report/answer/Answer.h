@@ -40,7 +40,8 @@ struct Finding {
   std::vector<std::string> figures;  ///< what it is concluded from
   LogTime from;
   LogTime to;
-  double weight;  ///< percent beyond what the device would have used without it: the order
+  double weight;        ///< percent beyond what the device would have used without it: the order
+  bool atMost = false;  ///< the log only tells that it explains no more
 };
 
 /// "worn_battery": for programs.
@@ -64,6 +65,8 @@ struct Answer {
 };
 
 std::vector<Stretch> stretchesOf(const LogSummary& summary, const Account& account);
+/// Percent used on battery, and on chargers that were too weak.
+double usedInAll(const LogSummary& summary, const Answer& answer);
 std::vector<Finding> findingsOf(const LogSummary& summary, const Answer& answer);
 std::vector<std::string> verdictOf(const LogSummary& summary, const Answer& answer);
 

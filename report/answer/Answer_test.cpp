@@ -229,5 +229,61 @@ TEST(Answer, KnowsASleepThatOnlyTheKernelRecorded) {
   EXPECT_EQ(summary.refusals[0].device, "usb1");
 }
 
+TEST(Answer, ClaimsNoMoreThanTheLogHas) {
+  // The level goes up in every second sleep: sleeps used no more than there was.
+  std::vector<std::pair<const char*, std::string>> noise;
+  static const char* const kTimes[] = {"00:00", "01:00", "02:00", "03:00", "04:00", "05:00"};
+  for (int i = 0; i < 6; ++i) {
+    noise.emplace_back(kTimes[i], "[Wake] reason=rtc; info=<none>;");
+    noise.emplace_back(kTimes[i], battery(50 + i % 2, -10));
+    noise.emplace_back(kTimes[i], "[Sleep] event=will_sleep;");
+  }
+  const Answer slept(summaryOf(dated(noise)));
+  EXPECT_LE(slept.account.asleep().percent, 1e-6);
+  EXPECT_GE(slept.account.awake().percent, -1 - 1e-6);
+
+  // What held the device awake on the charger is not to blame for the time on battery, and a holder
+  // counts once, however many assertions it has.
+  const std::string held =
+      "[Assertion] state=created; process=backup; pid=7; name=Copy; held_for=0;";
+  std::string gone = held;
+  gone.replace(gone.find("created"), 7, "released");
+  std::vector<std::pair<const char*, std::string>> day = {
+      {"00:00", "[Display] brightness=9; min=0; max=9; active=yes;"},
+      {"00:00", battery(50, 900, "Active")},
+      {"00:01", "[Display] brightness=0; min=0; max=9; active=no;"},
+      {"00:01", held},
+      {"00:01", held},
+      {"00:05", "[Sleep] event=will_not_sleep;"},
+      {"02:00", gone},
+      {"02:00", gone},
+      {"02:00", battery(90, -900)},
+      {"03:00", battery(85, -900)},
+      {"04:00", battery(80, -900)}};
+  const LogSummary summary = summaryOf(dated(day));
+  EXPECT_EQ(summary.lane(Lane::Assertion)[0].refused, 1U);
+  EXPECT_LE(summary.lane(Lane::Assertion)[0].awake, 7200);
+  const Answer awake(summary);
+  ASSERT_FALSE(awake.findings.empty());
+  EXPECT_EQ(awake.findings[0].kind, Finding::Kind::NeverSlept);
+  EXPECT_EQ(awake.findings[0].sentence.find("backup"), std::string::npos)
+      << awake.findings[0].sentence;
+
+  // A process that always comes with the rest is never the reason by itself.
+  std::vector<std::string> times;
+  for (int i = 0; i < 12; ++i) times.push_back(formatText("%02d:%02d", i / 2, i % 2 * 30));
+  std::vector<std::pair<const char*, std::string>> steady;
+  for (int i = 0; i < 12; ++i) {
+    steady.emplace_back(times[static_cast<std::size_t>(i)].c_str(), battery(90 - 5 * i, -900));
+    steady.emplace_back(times[static_cast<std::size_t>(i)].c_str(),
+                        formatText("[ProcessMonitor] web(9)=%d;", 720 * i));
+  }
+  const Answer busy(summaryOf(dated(steady)));
+  EXPECT_NE(busy.whole.find(Cause::Together), nullptr);
+  EXPECT_EQ(busy.verdict[0].find("mostly because"), std::string::npos) << busy.verdict[0];
+  EXPECT_NE(busy.verdict[0].find("web used 40 % of a processor"), std::string::npos);
+  EXPECT_NE(busy.verdict[0].find("(at most "), std::string::npos) << busy.verdict[0];
+}
+
 }  // namespace
 }  // namespace zorva

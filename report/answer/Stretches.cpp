@@ -46,29 +46,44 @@ std::vector<Stretch> stretchesOf(const LogSummary& summary, const Account& accou
   }
   const double usual[2] = {usualRate(states[0]), usualRate(states[1])};
   std::vector<Stretch> stretches;
-  std::vector<bool> asleep;
+  std::vector<double> usualOf;
+  const PowerInterval* last = nullptr;
+  Stretch between;  // what came since the last stretch, in case that it goes on
   for (const PowerInterval& interval : summary.intervals) {
-    if (!interval.onBattery() || interval.seconds() <= 0) continue;
-    const bool sleeps = isAsleep(interval);
-    const double usualNow = usual[sleeps ? 1 : 0];
-    if (!(usualNow > 0) || rateOf(interval) < kTimesUsual * usualNow) continue;
-    if (stretches.empty() || interval.begin - stretches.back().end > kGap ||
-        asleep.back() != sleeps) {
+    const bool apart = last == nullptr || interval.begin != last->end;
+    last = &interval;
+    if (apart) between.end = -1;
+    if (!interval.onBattery() || interval.seconds() <= 0) {
+      between.end = -1;
+      continue;
+    }
+    const double usualNow = usual[isAsleep(interval) ? 1 : 0];
+    const bool goesOn = !stretches.empty() && between.end >= 0 && usualOf.back() == usualNow &&
+                        interval.begin - stretches.back().end <= kGap;
+    if (!(usualNow > 0) || rateOf(interval) < kTimesUsual * usualNow) {
+      between.used += interval.used;
+      between.asleep += interval.asleep;
+      continue;
+    }
+    if (!goesOn) {
       stretches.push_back({interval.begin, interval.end, 0, 0, 0, {}});
-      asleep.push_back(sleeps);
+      usualOf.push_back(usualNow);
+      between = {};
     }
     Stretch& stretch = stretches.back();
     stretch.end = interval.end;
-    stretch.used += interval.used;
-    stretch.asleep += interval.asleep;
-    stretch.times = usualNow;
+    stretch.used += interval.used + between.used;
+    stretch.asleep += interval.asleep + between.asleep;
+    between = {};
+  }
+  for (std::size_t i = 0; i < stretches.size(); ++i) {
+    Stretch& stretch = stretches[i];
+    stretch.times = stretch.used / (static_cast<double>(stretch.end - stretch.begin) * usualOf[i]);
   }
   std::erase_if(stretches, [](const Stretch& stretch) {
-    return stretch.end - stretch.begin < kShortest || stretch.used < kLeast;
+    return stretch.end - stretch.begin < kShortest || stretch.used < kLeast ||
+           stretch.times < kTimesUsual;
   });
-  for (Stretch& stretch : stretches) {
-    stretch.times = stretch.used / static_cast<double>(stretch.end - stretch.begin) / stretch.times;
-  }
   std::ranges::stable_sort(stretches, std::greater(), [](const Stretch& stretch) {
     return stretch.used * (1 - 1 / stretch.times);
   });

@@ -100,6 +100,10 @@ std::string capitalized(std::string text) {
   return text;
 }
 
+std::string wholePercent(double value) {
+  return value >= 10 ? formatText("%.0f %%", value) : percentText(value);
+}
+
 std::string percentText(double value) {
   return figure(value) + " %";
 }

@@ -28,6 +28,8 @@ std::string grouped(std::uint64_t count);
 /// "12 %", "0.59 %".
 std::string percentText(double value);
 
+/// "84 %", "9.4 %": without a fraction from 10 on.
+std::string wholePercent(double value);
 /// With a capital first letter, if that is a letter of ASCII.
 std::string capitalized(std::string text);
 

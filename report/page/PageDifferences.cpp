@@ -16,54 +16,31 @@ namespace {
 using Cell = PageTable::Cell;
 using Kind = ComparedFigure::Kind;
 
-struct KindTraits {
-  const char* title;
-  double unit;  // what weighs as much as one unit of another kind
-};
-
-KindTraits traitsOf(Kind kind) {
+const char* titleOf(Kind kind) {
   switch (kind) {
     case Kind::Charge:
-      return {"Charge used", 0.2};
+      return "Charge used";
     case Kind::Share:
-      return {"Time", 5};
+      return "Time";
     case Kind::Cause:
-      return {"Used by", 0.2};
+      return "Used by";
     case Kind::Wakes:
-      return {"Wakes", 0.2};
+      return "Wakes";
     case Kind::Held:
-      return {"Kept awake", 120};
+      return "Kept awake";
     case Kind::Cpu:
-      return {"CPU time", 10};
+      return "CPU time";
     case Kind::Bytes:
-      return {"Traffic", 1 << 20};
-    default:
-      return {"", 1};
+      break;
   }
-}
-
-Cell text(Kind kind, const std::optional<double>& value) {
-  if (!value) return {};
-  switch (kind) {
-    case Kind::Charge:
-    case Kind::Share:
-    case Kind::Cause:
-      return figure(*value) + " %";
-    case Kind::Held:
-    case Kind::Cpu:
-      return *value > 0 && *value < 1 ? figure(*value) + " s" : duration(std::llround(*value));
-    case Kind::Bytes:
-      return byteCount(*value);
-    default:
-      return figure(*value);
-  }
+  return "Traffic";
 }
 
 // How much a figure changed from the first log to the last, in units of its kind.
 double weightOf(const ComparedFigure& compared) {
   const auto& before = compared.values.front();
   const auto& now = compared.values.back();
-  return before && now ? std::fabs(*now - *before) / traitsOf(compared.kind).unit : 0;
+  return before && now ? std::fabs(*now - *before) / notableChange(compared.kind) : 0;
 }
 
 Cell changeOf(const ComparedFigure& compared) {
@@ -102,9 +79,10 @@ PageComparison pageComparison(const std::vector<ComparedLog>& logs) {
   });
   for (const ComparedFigure& compared : figures) {
     auto& row = page.differences.rows.emplace_back();
-    row.emplace_back(traitsOf(compared.kind).title);
+    row.emplace_back(titleOf(compared.kind));
     row.emplace_back(compared.name);
-    for (const auto& value : compared.values) row.push_back(text(compared.kind, value));
+    for (const auto& value : compared.values)
+      row.push_back(value ? Cell(comparedText(compared.kind, *value)) : Cell());
     row.push_back(changeOf(compared));
   }
   return page;

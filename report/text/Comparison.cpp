@@ -47,21 +47,7 @@ KindTraits traitsOf(Kind kind) {
 }
 
 std::string text(Kind kind, const std::optional<double>& value) {
-  if (!value) return "-";
-  switch (kind) {
-    case Kind::Charge:
-    case Kind::Share:
-    case Kind::Cause:
-      return figure(*value) + " %";
-    case Kind::Wakes:
-      return figure(*value);
-    case Kind::Held:
-    case Kind::Cpu:
-      return *value > 0 && *value < 1 ? figure(*value) + " s" : duration(std::llround(*value));
-    case Kind::Bytes:
-      break;
-  }
-  return byteCount(*value);
+  return value ? comparedText(kind, *value) : "-";
 }
 
 // The change from the first log to the last.
@@ -170,6 +156,27 @@ void reportChanges(const std::vector<ComparedFigure>& figures, TextPage& page) {
 }
 
 }  // namespace
+
+std::string comparedText(Kind kind, double value) {
+  switch (kind) {
+    case Kind::Charge:
+    case Kind::Share:
+    case Kind::Cause:
+      return figure(value) + " %";
+    case Kind::Wakes:
+      return figure(value);
+    case Kind::Held:
+    case Kind::Cpu:
+      return value > 0 && value < 1 ? figure(value) + " s" : duration(std::llround(value));
+    case Kind::Bytes:
+      break;
+  }
+  return byteCount(value);
+}
+
+double notableChange(Kind kind) {
+  return traitsOf(kind).notable;
+}
 
 std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs) {
   ComparedFigure overall{Kind::Charge, kOverall, {}};

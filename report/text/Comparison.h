@@ -37,6 +37,11 @@ struct ComparedFigure {
   std::vector<std::optional<double>> values;  ///< one for each log; nothing where it is not known
 };
 
+/// A figure with its unit: "0.60 %", "12 min 40 s".
+std::string comparedText(ComparedFigure::Kind kind, double value);
+/// The smallest difference that is worth reporting, in the figure's unit.
+double notableChange(ComparedFigure::Kind kind);
+
 /// All that can be compared: charge, the share of sleep, causes, then wakes, holders, processes and
 /// traffic. Within a kind, those that are highest in any log come first.
 std::vector<ComparedFigure> compare(const std::vector<ComparedLog>& logs);
