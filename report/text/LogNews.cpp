@@ -87,7 +87,7 @@ class LogNews::Sink : public LogHistorySink {
         if (!span.endKnown) say(span.end, "Slept " + time + "; what ended it is not in the log.");
         break;
       case Lane::Assertion:
-        tellRelease(span, time);
+        tellRelease(span);
         break;
       case Lane::Display:
         if (span.endKnown) say(span.end, "The display was at " + what + " for " + time + ".");
@@ -294,14 +294,14 @@ class LogNews::Sink : public LogHistorySink {
     }
   }
 
-  void tellRelease(const LogSpan& span, const std::string& time) {
-    if (span.end - span.begin < kMinAssertionDuration) return;
+  void tellRelease(const LogSpan& span) {
     const Hold* const hold = findIn(holds_, span);
-    const LogTime asleep = hold == nullptr ? 0 : std::min(hold->asleep, span.end - span.begin);
-    say(span.end, std::string(span.who) +
-                      (asleep > 0 ? " held an assertion for " : " kept the device awake for ") +
-                      time +
-                      (asleep > 0 ? ", while it slept for " + duration(asleep) + " of it" : "") +
+    const LogTime held = span.end - span.begin;
+    const LogTime awake = std::max<LogTime>(0, held - (hold == nullptr ? 0 : hold->asleep));
+    if (awake < kMinAssertionDuration) return;
+    const std::string least = span.beginKnown ? "" : "at least ";
+    say(span.end, std::string(span.who) + " kept the device awake for " + least + duration(awake) +
+                      (awake < held ? ", held for " + least + duration(held) : std::string()) +
                       ": " + std::string(span.what) + ".");
   }
 

@@ -17,7 +17,7 @@ class LogNews {
  public:
   using Print = std::function<void(const std::string& line)>;
 
-  /// An assertion that was held for less than this is not reported.
+  /// An assertion that kept the device awake for less than this is not reported.
   static constexpr LogTime kMinAssertionDuration = 60;
   /// One that still keeps the device awake is reported after this time with a dark display, then
   /// after twice that time, and so on.

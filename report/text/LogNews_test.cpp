@@ -60,8 +60,7 @@ TEST_F(LogNewsTest, HoldersAreNamedWhileTheyHoldInTheDarkAndAtTwiceThatTime) {
   EXPECT_EQ(printed(),
             (Lines{"23:35:00  a has kept the device awake for 31 min, 10 min of it with a dark "
                    "display: Update.",
-                   "23:36:00  a held an assertion for 1 h 32 min, while it slept for 1 h of it: "
-                   "Update."}));
+                   "23:36:00  a kept the device awake for 32 min, held for 1 h 32 min: Update."}));
 }
 
 TEST_F(LogNewsTest, HoldersOfOldEntriesAreNamedOnceAtTheBeginning) {
@@ -88,12 +87,16 @@ TEST_F(LogNewsTest, APercentComesWithTheBusiestProcessSinceTheOneBefore) {
       "22:20:01 [Work] a.service=130.0; b.service=95.0;\n"
       "22:30:00 [Battery] level=48.00%;\n"
       "22:30:00 [Work] a.service=131.0; b.service=95.0;\n"
-      "22:40:00 [Battery] level=49.00%;\n");
+      "22:40:00 [Battery] level=49.00%;\n"
+      "22:50:00 [Battery] level=48.00%;\n"
+      "22:51:00 [Thermal] level=0;\n");
   EXPECT_EQ(printed(), (Lines{"22:00:00  The battery is at 50.0 %.",
                               "22:20:00  The battery is at 49.0 %, -1.0 % in 20 min; busiest: a, "
                               "2 min of CPU time.",
                               "22:30:00  The battery is at 48.0 %, -1.0 % in 10 min.",
-                              "22:40:00  The battery is at 49.0 %, +1.0 % in 10 min."}));
+                              "22:40:00  The battery is at 49.0 %, +1.0 % in 10 min.",
+                              "22:50:00  The battery is at 48.0 %, -1.0 % in 10 min.",
+                              "22:51:00  Thermal level 1 for at least 31 min."}));
 }
 
 TEST_F(LogNewsTest, RefusedSleepsNameTheHoldersOfThatMoment) {
