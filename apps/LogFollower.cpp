@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "apps/LogFollower.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -11,11 +12,13 @@
 namespace zorva {
 namespace {
 
-constexpr int kAWhile = 1000;  // ms
+using Milliseconds = std::chrono::milliseconds;
+
+constexpr Milliseconds kLongest = std::chrono::hours(24);  // that one call waits
 
 }  // namespace
 
-LogFollower::LogFollower(LogInput input, std::function<bool(bool)> quiet)
+LogFollower::LogFollower(LogInput input, Quiet quiet)
     : input_(std::move(input)), quiet_(std::move(quiet)) {
   const std::filesystem::path path(input_->name());
   first_ = path.filename().string();
@@ -47,16 +50,18 @@ std::ptrdiff_t LogFollower::read(char* to, std::size_t most) {
 }
 
 bool LogFollower::wait() {
-  if (!quiet_(false)) return false;
+  const auto begin = std::chrono::steady_clock::now();
   pollfd events{queue_.get(), POLLIN, 0};
-  int ready = 0;
-  for (bool reported = false; ready <= 0;) {
-    ready = ::poll(&events, 1, reported ? -1 : kAWhile);
+  auto next = quiet_(Seconds(0));
+  for (int ready = 0; ready <= 0;) {
+    if (!next) return false;
+    const auto silence = [&] { return std::chrono::steady_clock::now() - begin; };
+    const auto left = std::chrono::ceil<Milliseconds>(*next - silence());
+    ready =
+        ::poll(&events, 1, static_cast<int>(std::clamp(left, Milliseconds(0), kLongest).count()));
     if (ready < 0 && errno != EINTR) return false;
-    if (ready == 0) {
-      reported = true;
-      if (!quiet_(true)) return false;
-    }
+    const auto silent = std::chrono::floor<Seconds>(silence());
+    if (ready == 0 && silent >= *next) next = quiet_(silent);
   }
   takeEvents();
   return true;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -14,9 +15,14 @@ namespace zorva {
 /// the same directory. Waits for inotify events.
 class LogFollower {
  public:
-  /// `quiet` is called when everything has been read, and again after a second without new text. It
-  /// returns whether to continue.
-  LogFollower(LogInput input, std::function<bool(bool forAWhile)> quiet);
+  using Seconds = std::chrono::seconds;
+  static constexpr Seconds kNever = std::chrono::years(100);
+
+  /// Called when everything has been read, and again after so many seconds without new text as it
+  /// has returned, by a clock that stops while the machine is suspended. Returns nothing to end.
+  using Quiet = std::function<std::optional<Seconds>(Seconds silence)>;
+
+  LogFollower(LogInput input, Quiet quiet);
 
   /// Starts watching. Returns an error message, or an empty text.
   std::string watch();
@@ -36,7 +42,7 @@ class LogFollower {
   void consider(const std::string& name);
 
   std::optional<LogInput> input_;
-  std::function<bool(bool)> quiet_;
+  Quiet quiet_;
   std::string first_;  // the name of the file that was given
   std::string directory_;
   std::string extension_;

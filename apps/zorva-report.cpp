@@ -310,18 +310,13 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
 int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   OutputFile output = OutputFile::standardOutput();
   bool live = request.window.since != LogWindow::kAlways;
-  LogNews news([&](const std::string& line) {
-    if (live) output.pending().append(line).append("\n");
-  });
-  LogHistory history(news);
+  LogNews news([&](const std::string& line) { output.pending().append(line).append("\n"); });
   LogJson json;
   WindowFilter filter(request.window);
   const auto take = [&](const LogRecord& record, const std::string& file) {
     const bool inside = filter.takes(record);
     if (!request.json) {
-      const bool before = std::exchange(live, live && inside);
-      history.add(record);
-      live = before;
+      news.add(record, live && inside);
     } else if (live && inside) {
       json.append(record, file, output.pending());
     }
@@ -336,14 +331,20 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     }
   }
   bool written = true;
-  LogFollower follower(std::move(inputs.back()), [&](bool forAWhile) {
-    if (forAWhile) history.settle();
+  using Seconds = LogFollower::Seconds;
+  LogFollower follower(std::move(inputs.back()), [&](Seconds silence) -> std::optional<Seconds> {
+    if (silence > Seconds(0)) news.silent(silence.count());
     if (!std::exchange(live, true) && !request.json) {
       output.pending() += "Following " + safeText(follower.input().name());
       if (news.level()) output.pending() += "; the battery is at " + figure(*news.level()) + " %";
       output.pending() += ".\n";
+      news.begin();
     }
-    return written = output.finish();
+    written = output.finish();
+    if (!written) return std::nullopt;
+    if (silence == Seconds(0)) return Seconds(1);
+    const auto due = news.due();
+    return due ? std::max(Seconds(*due), silence + Seconds(1)) : LogFollower::kNever;
   });
   live = live || !follower.input().size();
   if (const std::string problem = follower.watch(); !problem.empty()) {
@@ -356,7 +357,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     const std::string problem = readProblem(reader, follower.input(), record.line);
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   } while (written && follower.next());
-  history.finish();
+  news.finish();
   return written ? finish(output) : complain(kReportProgram, output.problem(), kFailed);
 }
 

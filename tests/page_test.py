@@ -169,11 +169,11 @@ class PageTest(unittest.TestCase):
         self.open(NIGHT)
         holders = 'Kept awake by'
         self.assertEqual(self.column(holders, 1)[0], 'Homescreen')
-        header = self.browser.find_element(By.XPATH, f'//table[caption="{holders}"]//th[5]/button')
+        header = self.browser.find_element(By.XPATH, f'//table[caption="{holders}"]//th[6]/button')
         for order in 'descending', 'ascending':
             header.click()
             self.assertEqual(header.find_element(By.XPATH, '..').get_attribute('aria-sort'), order)
-            times = [int(text) for text in self.column(holders, 5)]
+            times = [int(text) for text in self.column(holders, 6)]
             self.assertEqual(times, sorted(times, reverse=order == 'descending'))
             self.assertGreater(len(set(times)), 1)
         before = self.pixels('--assertion')
@@ -204,6 +204,7 @@ class PageTest(unittest.TestCase):
                 [begin - 3600, begin + 3600, 8, 0, 2, 1, 4], [begin + 3600, end, 6, 1, 1], [end, end + 60, 70]]}})
         self.assertEqual([text.removesuffix(' Why?') for text in self.texts('.sentence')], sentences)
         self.assertEqual(self.tables()['What used the battery'][-1][2], '84\u00a0%')
+        self.assertIn('Uncertain: may be off', self.one('#account').text)
         self.one('.sentence button').click()
         self.expect('11 h\n12 %', '.log-verdict')
         self.expect('In view: Wed 18 Nov 13:00:00 \u2013 Wed 18 Nov 21:30:00', '#view-heading')

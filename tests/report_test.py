@@ -78,6 +78,20 @@ class ReportTest(unittest.TestCase):
         self.assertEqual((held['time'], held['assertion']['held_for'], held['line']),
                          ('2026-11-17T06:28:00', 25200, line))
 
+    def test_holders_come_in_the_order_of_time_awake_and_words_are_explained(self):
+        log = self.directory / 'log'
+
+        def held(time, state, process, hours):
+            return f'11/16/26 {time}:00 [Assertion] state={state}; process={process}; pid=1; name=N; held_for={hours}:00;\n'
+        log.write_text(held('10:00', 'created', 'sleeper', '00:00') + '11/16/26 10:10:00 [Sleep] event=will_sleep;\n'
+                       '11/16/26 20:10:00 [Wake] reason=rtc; info=<none>;\n11/16/26 20:10:00 [Suspend] asleep=10:00:00;'
+                       ' hardware=09:00:00; result=slept;\n' + held('20:10', 'created', 'worker', '00:00')
+                       + held('20:11', 'released', 'sleeper', '10:11') + '11/16/26 20:20:00 [Sleep] event=will_not_sleep;\n'
+                       + held('20:21', 'created', 'short', '00:00') + '11/16/26 20:21:05 [Assertion] state=released;'
+                       ' process=short; pid=1; name=N; held_for=00:00:05;\n' + held('20:50', 'released', 'worker', '00:40'))
+        self.assertRegex(report(log).stdout, r'(?s)\n  deep: the share.*\n +40 min .* 1  worker .*\n +11 min .*10 h 11 min '
+                                             r'.*  sleeper +N\n  And 1 more, awake for 5 s\.\n  refused: sleeps that were')
+
     def test_logs_are_sorted_and_a_window_is_cut_out(self):
         shown = report(LOGS['day'], LOGS['night'], '--until', '2026-11-16')
         self.assertEqual((shown.returncode, shown.stderr), (0, ''))
@@ -253,7 +267,8 @@ class ReportTest(unittest.TestCase):
         now = datetime.datetime.now()
         fresh = write('fresh', now - datetime.timedelta(hours=30.5), 29)
         self.assertEqual(len(times(fresh, '--since=-8h')), 7)
-        for options in [], ['-o', self.directory / 'page'], ['--metrics=-'], ['--trace=-'], ['--json']:
+        for options in [], ['-o', self.directory / 'page'], ['--metrics=-'], ['--trace=-'], ['--json'], ['--compare', log], [
+                '--compare', log, '-o', self.directory / 'page']:
             shown = report(log, '--since=2022-06-01', *options)
             self.assertEqual((shown.returncode, shown.stdout), (3, ''))
             self.assertIn('no entry from Wed 1 Jun 2022', shown.stderr)

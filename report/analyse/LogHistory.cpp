@@ -26,8 +26,6 @@ constexpr LogTime kFallingAsleep = 10;
 constexpr LogTime kWakingUp = 10;
 // Seconds between entries of one moment: the clock is read for each.
 constexpr LogTime kSameMoment = 2;
-// A running daemon writes at least every half hour that the device is awake.
-constexpr LogTime kMaxSilence = 31 * LogTime{60};
 constexpr std::size_t kMaxProcesses = 999;
 constexpr std::size_t kMaxUnits = 100;
 
@@ -70,6 +68,8 @@ class LogHistory::Tracker {
   }
 
   void settle() { deliverWake(); }
+
+  const OpenSpans& spans() const { return spans_; }
 
   void finish() {
     deliverWake();
@@ -443,6 +443,14 @@ void LogHistory::settle() {
 
 void LogHistory::finish() {
   tracker_->finish();
+}
+
+std::vector<LogSpan> LogHistory::lasting(Lane lane) const {
+  return tracker_->spans().lasting(lane);
+}
+
+bool LogHistory::knows(Lane lane) const {
+  return tracker_->spans().knows(lane);
 }
 
 }  // namespace zorva

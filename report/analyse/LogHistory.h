@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "report/read/LogReader.h"
 
@@ -180,6 +181,16 @@ class LogHistory {
 
   /// The log is over: reports the states that still last.
   void finish();
+
+  /// The states of a lane that last at the moment, from the one that was seen first. Their ends are
+  /// their beginnings. Their texts are valid until the next piece.
+  std::vector<LogSpan> lasting(Lane lane) const;
+  /// The log has reported the state of this lane, on or off.
+  bool knows(Lane lane) const;
+
+  /// Seconds after which a silent daemon has ended: it writes at least every half hour that the
+  /// device is awake.
+  static constexpr LogTime kMaxSilence = 31 * LogTime{60};
 
  private:
   class Tracker;

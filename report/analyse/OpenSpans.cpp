@@ -45,6 +45,16 @@ void OpenSpans::passTime(LogTime now) {
   });
 }
 
+std::vector<LogSpan> OpenSpans::lasting(Lane lane) const {
+  std::vector<LogSpan> all;
+  for (const Open& open : open_) {
+    if (open.lane != lane) continue;
+    all.push_back({lane, open.begin, open.begin, open.beginKnown, false, open.who, open.pid,
+                   open.what, open.first, open.first});
+  }
+  return all;
+}
+
 OpenSpans::Open* OpenSpans::find(Lane lane, std::string_view key) {
   const auto found = std::ranges::find_if(
       open_, [&](const Open& open) { return open.lane == lane && open.key == key; });

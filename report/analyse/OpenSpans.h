@@ -55,6 +55,10 @@ class OpenSpans {
   /// When the log began, or since when its time has not gone back.
   LogTime start() const { return start_; }
 
+  /// As in LogHistory.
+  std::vector<LogSpan> lasting(Lane lane) const;
+  bool knows(Lane lane) const { return seen_[static_cast<std::size_t>(lane)]; }
+
   /// When the current sleep began.
   const std::optional<LogTime>& asleepSince() const { return asleepSince_; }
 

@@ -138,14 +138,15 @@ class Writer {
     PageTable& to = table("Kept awake by", "holders",
                           {{"Process", Kind::Process},
                            {"Assertion", Kind::Text},
-                           {"Held", Kind::Seconds},
+                           {"Awake", Kind::Seconds},
                            {"Share", Kind::Percent},
+                           {"Held", Kind::Seconds},
                            {"Times", Kind::Count},
                            {"Longest", Kind::Seconds}});
-    for (const Tally& holder : summary_.lane(Lane::Assertion)) {
+    for (const Tally& holder : holdersByTimeAwake(summary_)) {
       to.rows.push_back({holder.name, holder.detail + (holder.goesOn ? " (still)" : ""),
-                         number(holder.seconds), share(holder.seconds, summary_.covered),
-                         number(holder.count), number(holder.longest)});
+                         number(holder.awake), share(holder.awake, summary_.covered),
+                         number(holder.seconds), number(holder.count), number(holder.longest)});
     }
   }
 

@@ -2,38 +2,46 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "report/analyse/LogHistory.h"
+#include "report/read/LogReader.h"
 
 namespace zorva {
 
-/// Reports events as they come, in sentences: one line each, "21:46:40  ...", safe for terminals.
-class LogNews : public LogHistorySink {
+/// Reports what a growing log says, in sentences: one line each, "16 Nov 21:46:40  ...", safe for
+/// terminals.
+class LogNews {
  public:
   using Print = std::function<void(const std::string& line)>;
 
-  /// An assertion that was held for less than this is not reported.
+  /// An assertion that kept the device awake for less than this is not reported.
   static constexpr LogTime kMinAssertionDuration = 60;
+  /// One that still keeps the device awake is reported after this time with a dark display, then
+  /// after twice that time, and so on.
+  static constexpr LogTime kLongHold = 5 * LogTime{60};
 
-  explicit LogNews(Print print) : print_(std::move(print)) {}
+  explicit LogNews(Print print);
+  ~LogNews();
 
-  void span(const LogSpan& span) override;
-  void sample(Curve curve, LogTime time, double value, LogPosition position) override;
-  void fallsAsleep(LogTime time) override;
-  void wake(const LogWake& wake) override;
-  void moment(const LogMoment& moment) override;
-  void interruption(LogTime before, LogTime after, LogPosition position) override;
+  /// The next piece of the log. Its events are printed if `told`; otherwise they are only known.
+  void add(const LogRecord& record, bool told);
+  /// Reports the assertions that have been held for long already.
+  void begin();
+  /// No piece has come for so many seconds.
+  void silent(LogTime seconds);
+  /// After how many seconds without a piece silent() would have something to report.
+  std::optional<LogTime> due() const;
+  void finish();
 
-  std::optional<double> level() const { return level_; }
+  /// The last one that was reported, in percent.
+  std::optional<double> level() const;
 
  private:
-  void say(LogTime time, const std::string& text);
-
-  Print print_;
-  std::optional<double> level_;  // the last one reported
-  LogTime levelTime_ = 0;
+  class Sink;
+  std::unique_ptr<Sink> sink_;
 };
 
 }  // namespace zorva

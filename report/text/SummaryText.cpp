@@ -137,6 +137,7 @@ class Writer {
     };
     std::size_t left = 0;
     double leftPercent = 0;
+    bool uncertain = false;
     for (const AccountPart& part : whole.parts) {
       if (part.cause != Cause::Unattributed && (rows.size() == kMaxRows || part.percent < 0.05)) {
         ++left;
@@ -147,6 +148,7 @@ class Writer {
         add(grouped(left) + " more", leftPercent, "");
       }
       add(causeText(part.cause, part.name), part.percent, basisText(part));
+      uncertain = uncertain || part.uncertain;
     }
     page_.table({{"used", Align::Right},
                  {"", Align::Right},
@@ -154,6 +156,7 @@ class Writer {
                  {"by", Align::Left, true},
                  {""}},
                 rows);
+    if (uncertain) page_.sentence(kUncertainNote);
   }
 
   void stretches() {
@@ -231,6 +234,8 @@ class Writer {
                  {"deep", Align::Right},
                  {"ended by", Align::Left, true}},
                 rows);
+    const bool deep = std::ranges::any_of(sleeps, [](const auto& each) { return !!each.hardware; });
+    if (deep) page_.sentence(kDeepNote);
     if (summary_.sleeps > sleeps.size()) {
       page_.sentence("The longest; " + grouped(summary_.sleeps - sleeps.size()) + " others took " +
                      duration(summary_.asleepSeconds - shown) + ".");
@@ -263,15 +268,22 @@ class Writer {
   }
 
   void holders() {
-    std::vector<Tally> holders = summary_.lane(Lane::Assertion);
+    const std::vector<Tally> holders = holdersByTimeAwake(summary_);
     if (holders.empty()) return;
-    std::ranges::stable_sort(holders, std::greater(), [](const Tally& holder) {
-      return std::pair(holder.awake, holder.refused);
-    });
     page_.heading("Kept awake by");
     std::vector<Row> rows;
+    bool refused = false;
+    std::size_t left = 0;
+    LogTime longest = 0;  // of these
     for (const Tally& holder : holders) {
-      if (rows.size() == kMaxRows) break;
+      // Below a hundredth of the first, and without a part in refusals, they are only counted.
+      const bool little = holder.awake * 100 < holders.front().awake && holder.refused == 0;
+      if (rows.size() == kMaxRows || little) {
+        ++left;
+        longest = std::max(longest, holder.awake);
+        continue;
+      }
+      refused = refused || holder.refused > 0;
       rows.push_back({duration(holder.awake), share(holder.awake, summary_.covered),
                       duration(holder.seconds), grouped(holder.count),
                       holder.refused > 0 ? grouped(holder.refused) : "", holder.name,
@@ -285,7 +297,11 @@ class Writer {
                  {"process", Align::Left, true},
                  {"assertion", Align::Left, true}},
                 rows);
-    page_.sentence(left(holders.size()));
+    if (left > 0) {
+      page_.sentence("And " + grouped(left) + " more, awake for " + duration(longest) +
+                     (left > 1 ? " or less." : "."));
+    }
+    if (refused) page_.sentence(kRefusedNote);
   }
 
   void processes() {
@@ -416,6 +432,14 @@ void LogReading::note(const LogRecord& record, const std::string& file) {
   if (record.piece != LogPiece::Damaged || damaged.size() == kMaxDamagedShown) return;
   damaged.push_back(
       {file, record.line, std::string(trimmed(record.raw.substr(0, kMaxDamagedLength)))});
+}
+
+std::vector<Tally> holdersByTimeAwake(const LogSummary& summary) {
+  std::vector<Tally> holders = summary.lane(Lane::Assertion);
+  std::ranges::stable_sort(holders, std::greater(), [](const Tally& holder) {
+    return std::pair(holder.awake, holder.refused);
+  });
+  return holders;
 }
 
 std::string endOfSleep(const LogSummary::Sleep& sleep) {

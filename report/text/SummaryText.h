@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "report/analyse/LogSummary.h"
@@ -29,6 +30,18 @@ struct LogReading {
   /// Keeps a piece if it is one of the first damaged ones.
   void note(const LogRecord& record, const std::string& file);
 };
+
+/// What the words of tables mean; below those that use them.
+inline constexpr std::string_view kDeepNote =
+    "deep: the share of the sleep in the hardware's deepest state, which uses least.";
+inline constexpr std::string_view kRefusedNote =
+    "refused: sleeps that were refused, or failed, while it was held.";
+inline constexpr std::string_view kUncertainNote =
+    "+-: percent of the battery by which a part may be off; uncertain: by more than a tenth of it.";
+
+/// Those that kept the device awake for longest come first, then those that had more sleeps
+/// refused.
+std::vector<LogSummary::Tally> holdersByTimeAwake(const LogSummary& summary);
 
 /// What ended it, without the process that it was for.
 std::string endOfSleep(const LogSummary::Sleep& sleep);

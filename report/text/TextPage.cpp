@@ -81,8 +81,16 @@ void TextPage::sentence(std::string_view text) {
   if (!line.empty()) end();
 }
 
-void TextPage::table(const std::vector<Column>& columns, const std::vector<Row>& rows) {
-  if (rows.empty()) return;
+void TextPage::table(const std::vector<Column>& all, const std::vector<Row>& allRows) {
+  if (allRows.empty()) return;
+  std::vector<Column> columns;
+  std::vector<Row> rows(allRows.size());
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (std::ranges::all_of(allRows, [&](const Row& row) { return row[i].empty(); })) continue;
+    columns.push_back(all[i]);
+    for (std::size_t r = 0; r < rows.size(); ++r) rows[r].push_back(allRows[r][i]);
+  }
+  if (columns.empty()) return;
   std::vector<Row> cells;
   Row titles;
   for (const Column& column : columns) titles.emplace_back(column.title);

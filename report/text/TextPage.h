@@ -32,6 +32,7 @@ class TextPage {
   void heading(std::string_view title);
   /// Wrapped at its blanks.
   void sentence(std::string_view text);
+  /// Columns that are empty in every row are left out.
   void table(const std::vector<Column>& columns, const std::vector<Row>& rows);
 
   std::string take() { return std::move(text_); }

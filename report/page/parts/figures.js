@@ -134,9 +134,11 @@ class Figures {
   rowsOfHolders(from, to) {
     const covered = this.covered(from, to);
     const {tallies, estimated} = this.tallies('assertion', from, to);
+    // Blame goes by the time awake, not by that in which it was held.
+    tallies.sort((one, other) => other.awake - one.awake);
     return {estimated, rows: tallies.map(({who, what, seconds, awake, count, longest, several: merged, lasts}) => ({
-      Process: who || (merged ? 'several' : ''), Assertion: what + (lasts ? ' (still)' : ''), Held: seconds, Awake: awake, 'Held awake': awake,
-      Share: covered > 0 ? 100 * seconds / covered : null, Times: count, Longest: merged && !longest ? null : longest,
+      Process: who || (merged ? 'several' : ''), Assertion: what + (lasts ? ' (still)' : ''), Awake: awake,
+      Share: covered > 0 ? 100 * awake / covered : null, Held: seconds, Times: count, Longest: merged && !longest ? null : longest,
     }))};
   }
 

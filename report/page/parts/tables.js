@@ -4,6 +4,12 @@
 const kFewRows = 12;  // that a table shows at first
 const kMaxCellLength = 200;  // characters; the log's lines show the whole text
 
+// What words mean, below the tables that use them.
+const kNotes = [
+  {column: 'Deep', note: 'Deep: the share of the sleep in the hardware\u2019s deepest state, which uses least.'},
+  {column: 'How', word: 'uncertain', note: 'Uncertain: may be off by more than a tenth.'},
+];
+
 class Tables {
   constructor(place, tables, view, processes, figures, onPlace) {
     Object.assign(this, {place, view, processes, figures, onPlace});
@@ -119,7 +125,8 @@ class Tables {
     table.more.hidden = rows.length <= few;
     table.more.textContent = table.all ? 'Show fewer' : `Show all ${rows.length}`;
     const left = (table.rows === table.whole ? table.left : 0) + (table.all ? Math.max(0, rows.length - most) : 0);
-    const notes = [];
+    const notes = kNotes.filter(({column, word}) => table.shown.some((i) => table.columns[i].name === column &&
+        table.rows.some((row) => row[i] !== null && row[i] !== undefined && (!word || row[i].includes(word))))).map(({note}) => note);
     if (left > 0) notes.push(`${several(left, 'row more is', 'rows more are')} left out of this page.`);
     if (table.stays) notes.push('Of the whole log.');
     if (table.estimated) notes.push('Approximate: what was merged, or was sampled across the edge of the view, counts in proportion.');
