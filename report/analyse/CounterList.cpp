@@ -63,7 +63,7 @@ std::size_t CounterList::itemEnd(std::string_view body, std::size_t at) const {
 void CounterList::addUnchanged(std::string_view item, Counter& old) {
   old.found = true;
   const auto key = static_cast<std::size_t>(old.key.data() - old.item.data());
-  counters_.push_back({item, item.substr(key, old.key.size()), old.figure, false});
+  counters_.push_back({item, item.substr(key, old.key.size()), old.figure, 0, false});
 }
 
 void CounterList::addParsed(std::string_view item) {
@@ -85,7 +85,7 @@ void CounterList::addParsed(std::string_view item) {
   }
   if (error != std::errc() || parsed != last || figure < 0 || figure > kMost) return;
   const std::string_view key = text.substr(0, equals);
-  counters_.push_back({item, key, figure, false});
+  counters_.push_back({item, key, figure, 0, false});
   if (!known_) return;
   std::int64_t amount = figure;
   if (Counter* const old = before(key)) {
@@ -94,7 +94,9 @@ void CounterList::addParsed(std::string_view item) {
   } else {
     amount -= std::min(lowestBefore_, figure);
   }
-  if (amount > 0) growths_.push_back({key, amount});
+  if (amount <= 0) return;
+  counters_.back().growth = amount;
+  growths_.push_back({key, amount});
 }
 
 std::int64_t CounterList::gone() const {
@@ -102,6 +104,15 @@ std::int64_t CounterList::gone() const {
   std::int64_t sum = 0;
   for (const Counter& counter : before_) sum += counter.found ? 0 : counter.figure;
   return sum;
+}
+
+std::vector<CounterList::Growth> CounterList::goneGrowths() const {
+  std::vector<Growth> growths;
+  if (before_.size() >= most_) return growths;
+  for (const Counter& counter : before_) {
+    if (!counter.found && counter.growth > 0) growths.push_back({counter.key, counter.growth});
+  }
+  return growths;
 }
 
 CounterList::Counter* CounterList::before(std::string_view key) {

@@ -33,6 +33,10 @@ class CounterList {
   /// before it may have been incomplete.
   std::int64_t gone() const;
 
+  /// The counters that the latest entry has no longer, with their growth up to the entry before;
+  /// empty if that may have been incomplete.
+  std::vector<Growth> goneGrowths() const;
+
   /// Treats the next entry as the first.
   void forget() { known_ = false; }
 
@@ -41,7 +45,8 @@ class CounterList {
     std::string_view item;  // " KEY=FIGURE;"
     std::string_view key;
     std::int64_t figure;
-    bool found;  // in the next entry
+    std::int64_t growth;  // since the entry before
+    bool found;           // in the next entry
   };
 
   std::size_t itemEnd(std::string_view body, std::size_t at) const;

@@ -302,9 +302,9 @@ class LogHistory::Tracker {
     }
   }
 
-  void processes(const LogMark& now) {
+  const std::vector<ProcessUse>& usesOf(const std::vector<CounterList::Growth>& growths) {
     uses_.clear();
-    for (const auto& [key, seconds] : processes_.next(record_->body)) {
+    for (const auto& [key, seconds] : growths) {
       // "name(pid)"; the name may contain parentheses, too.
       const std::size_t open = key.rfind('(');
       if (open == key.npos || !key.ends_with(')')) continue;
@@ -312,7 +312,16 @@ class LogHistory::Tracker {
       std::from_chars(key.data() + open + 1, key.data() + key.size() - 1, pid);
       uses_.push_back({key.substr(0, open), pid, seconds});
     }
-    if (sampled_) sink_.processes(*sampled_, now.time, uses_, now.position);
+    return uses_;
+  }
+
+  void processes(const LogMark& now) {
+    const auto& growths = processes_.next(record_->body);
+    if (sampled_) {
+      sink_.processes(*sampled_, now.time, usesOf(growths), now.position);
+      const auto gone = processes_.goneGrowths();
+      if (!gone.empty()) sink_.processesEnded(*sampled_, now.time, usesOf(gone));
+    }
     sampled_ = now.time;
   }
 

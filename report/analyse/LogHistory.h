@@ -151,7 +151,10 @@ class LogHistorySink {
   /// sample.
   virtual void processes(LogTime /*from*/, LogTime /*to*/, std::span<const ProcessUse>,
                          LogPosition) {}
-  /// The same for the modem.
+  /// Those of them that ended between two samples, with what each had used in the time before the
+  /// first of the two. What they used after it is in no sample. Called after processes().
+  virtual void processesEnded(LogTime /*from*/, LogTime /*to*/, std::span<const ProcessUse>) {}
+  /// The same as processes() for the modem.
   virtual void modem(LogTime /*from*/, LogTime /*to*/, std::span<const ModemUse>, LogPosition) {}
   virtual void battery(const BatteryReading&) {}
   virtual void batteryLife(const BatteryLife&) {}

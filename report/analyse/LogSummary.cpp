@@ -248,6 +248,10 @@ class LogSummarizer::Sink : public LogHistorySink {
     for (const ProcessUse& use : uses) add(processes_, use.name, use.seconds);
   }
 
+  void processesEnded(LogTime, LogTime to, std::span<const ProcessUse> uses) override {
+    power_.processesEnded(to, uses);
+  }
+
   void modem(LogTime from, LogTime to, std::span<const ModemUse> uses, LogPosition) override {
     if (!window_.holds(from) || !window_.holds(to)) return;
     for (const ModemUse& use : uses) add(modem_, use.state, use.milliseconds);

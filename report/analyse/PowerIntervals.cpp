@@ -8,6 +8,16 @@
 namespace zorva {
 namespace {
 
+// Programs that play hold an assertion meanwhile: "Playing audio", "audio-playing", "Playing some
+// media.", as browsers and players name them.
+bool tellsOfAudio(std::string_view assertion) {
+  static constexpr std::array<std::string_view, 3> kWords = {"playing", "audio", "music"};
+  const auto same = [](char one, char other) { return (one | 0x20) == other; };
+  return std::ranges::any_of(kWords, [&](std::string_view word) {
+    return !std::ranges::search(assertion, word, same).empty();
+  });
+}
+
 // "140/255" as a share of full brightness. Unknown brightness counts as full.
 float brightnessOf(std::string_view text) {
   double now = 0;
@@ -74,6 +84,8 @@ PowerInterval& PowerInterval::operator+=(const PowerInterval& more) {
   cpu += more.cpu;
   busiest.insert(busiest.end(), more.busiest.begin(), more.busiest.end());
   tidy(busiest);
+  unseen.insert(unseen.end(), more.unseen.begin(), more.unseen.end());
+  tidy(unseen);
   return *this;
 }
 
@@ -91,6 +103,9 @@ void PowerIntervals::span(const LogSpan& span) {
     case Lane::NotCharged:
       if (span.what != "OverTemp") return;
       break;
+    case Lane::Assertion:
+      if (!tellsOfAudio(span.what)) return;
+      break;
     default:
       return;
   }
@@ -98,7 +113,8 @@ void PowerIntervals::span(const LogSpan& span) {
   const LogTime end = std::min(span.end, window_.until);
   if (end <= begin) return;
   const float weight = span.lane == Lane::Display ? brightnessOf(span.what) : 1;
-  stretches_[static_cast<std::size_t>(span.lane)].push_back({begin, end, weight});
+  const Lane lane = span.lane == Lane::Assertion ? Lane::Audio : span.lane;
+  stretches_[static_cast<std::size_t>(lane)].push_back({begin, end, weight});
 }
 
 void PowerIntervals::battery(const BatteryReading& reading) {
@@ -119,7 +135,7 @@ void PowerIntervals::energy(LogTime from, LogTime to, std::span<const Growth> pa
 }
 
 void PowerIntervals::work(LogTime from, LogTime to, std::span<const Growth> units) {
-  CpuSample& sample = work_.emplace_back(CpuSample{from, to, 0, {}});
+  CpuSample& sample = work_.emplace_back(CpuSample{from, to, 0, {}, {}});
   for (const Growth& unit : units) {
     sample.all += unit.amount;
     sample.busiest.emplace_back(numberOf(shortUnitName(unit.name)),
@@ -129,12 +145,19 @@ void PowerIntervals::work(LogTime from, LogTime to, std::span<const Growth> unit
 }
 
 void PowerIntervals::processes(LogTime from, LogTime to, std::span<const ProcessUse> uses) {
-  CpuSample& sample = processes_.emplace_back(CpuSample{from, to, 0, {}});
+  CpuSample& sample = processes_.emplace_back(CpuSample{from, to, 0, {}, {}});
   for (const ProcessUse& use : uses) {
     sample.all += static_cast<double>(use.seconds);
     sample.busiest.emplace_back(numberOf(use.name), static_cast<float>(use.seconds));
   }
   tidy(sample.busiest);
+}
+
+void PowerIntervals::processesEnded(LogTime to, std::span<const ProcessUse> uses) {
+  if (processes_.empty() || processes_.back().to != to) return;
+  for (const ProcessUse& use : uses) {
+    processes_.back().unseen.emplace_back(numberOf(use.name), static_cast<float>(use.seconds));
+  }
 }
 
 // Adds the part of the samples that falls into an interval. False if they do not cover it.
@@ -144,6 +167,7 @@ bool PowerIntervals::addCpu(const std::vector<CpuSample>& samples, std::size_t& 
   LogTime covered = 0;
   double all = 0;
   Uses busiest;
+  Uses unseen;
   for (std::size_t i = first; i < samples.size() && samples[i].from < to.end; ++i) {
     const CpuSample& sample = samples[i];
     const LogTime common = std::min(sample.to, to.end) - std::max(sample.from, to.begin);
@@ -154,11 +178,15 @@ bool PowerIntervals::addCpu(const std::vector<CpuSample>& samples, std::size_t& 
     for (const auto& [name, seconds] : sample.busiest) {
       busiest.emplace_back(name, seconds * static_cast<float>(share));
     }
+    for (const auto& [name, seconds] : sample.unseen) {
+      unseen.emplace_back(name, seconds * static_cast<float>(share));
+    }
   }
   if (covered * 10 < to.seconds() * 9) return false;
   tidy(busiest);
   to.cpu = all;
   to.busiest = std::move(busiest);
+  to.unseen = std::move(unseen);
   return true;
 }
 
@@ -197,6 +225,19 @@ double PowerIntervals::part(const std::vector<Sample>& samples, std::size_t& fir
   return sum;
 }
 
+// Sorted stretches that overlap become one.
+void PowerIntervals::unite(std::vector<Stretch>& stretches) {
+  std::vector<Stretch> united;
+  for (const Stretch& stretch : stretches) {
+    if (united.empty() || united.back().end < stretch.begin) {
+      united.push_back(stretch);
+    } else {
+      united.back().end = std::max(united.back().end, stretch.end);
+    }
+  }
+  stretches = std::move(united);
+}
+
 void PowerIntervals::close() {
   std::array<std::size_t, kLanes> first{};
   std::size_t firstJoules = 0;
@@ -205,6 +246,7 @@ void PowerIntervals::close() {
   std::size_t firstWork = 0;
   std::size_t firstProcesses = 0;
   for (auto& stretches : stretches_) std::ranges::sort(stretches, {}, &Stretch::begin);
+  unite(stretches_[static_cast<std::size_t>(Lane::Audio)]);
   for (std::size_t i = 1; i < levels_.size(); ++i) {
     const LogTime begin = levels_[i - 1].first;
     const LogTime end = levels_[i].first;
@@ -236,6 +278,7 @@ void PowerIntervals::close() {
     add(Lane::NotCharged, notCharged, nullptr);
     interval.hot = std::max(interval.hot, notCharged);
     add(Lane::Audio, interval.audio, nullptr);
+    interval.audio = std::min(interval.audio, interval.awake());
     add(Lane::Call, interval.call, nullptr);
     add(Lane::Data, interval.data, nullptr);
     if (!joules_.empty()) {

@@ -28,7 +28,7 @@ struct PowerInterval {
   LogTime lit = 0;          ///< with the display lit
   double brightness = 0;    ///< the integral of the display's brightness (from 0 to 1) over time
   LogTime hot = 0;          ///< throttled because of heat, or too hot to be charged
-  LogTime audio = 0;
+  LogTime audio = 0;        ///< playing while awake, by [Audio] or by who holds an assertion for it
   LogTime call = 0;
   LogTime data = 0;
   double wifiBytes = 0;  ///< of all interfaces but the modem's
@@ -38,6 +38,8 @@ struct PowerInterval {
   double cpu = 0;  ///< CPU seconds of all processes
   /// The busiest of them: the number of a name, and seconds.
   std::vector<std::pair<std::uint32_t, float>> busiest;
+  /// CPU seconds that processes which ended may have used after the last list that has them.
+  std::vector<std::pair<std::uint32_t, float>> unseen;
 
   LogTime seconds() const { return end - begin; }
   LogTime awake() const { return std::max<LogTime>(0, seconds() - asleep); }
@@ -64,6 +66,8 @@ class PowerIntervals {
   void energy(LogTime from, LogTime to, std::span<const Growth> parts);
   void work(LogTime from, LogTime to, std::span<const Growth> units);
   void processes(LogTime from, LogTime to, std::span<const ProcessUse> uses);
+  /// Of the latest of these. What they used in the list before, they may have used once more.
+  void processesEnded(LogTime to, std::span<const ProcessUse> uses);
   void traffic(LogTime from, LogTime to, const TrafficUse& use);
 
   /// The log is interrupted, or ends: what was gathered so far becomes intervals. What is used
@@ -96,12 +100,14 @@ class PowerIntervals {
     LogTime to;
     double all;
     std::vector<std::pair<std::uint32_t, float>> busiest;
+    std::vector<std::pair<std::uint32_t, float>> unseen;
   };
 
   std::uint32_t numberOf(std::string_view name);
   static bool addCpu(const std::vector<CpuSample>& samples, std::size_t& first, PowerInterval& to);
   static double part(const std::vector<Sample>& samples, std::size_t& first, LogTime from,
                      LogTime to);
+  static void unite(std::vector<Stretch>& stretches);
   void merge();
 
   LogWindow window_;

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <string_view>
 
 namespace zorva {
@@ -13,29 +12,18 @@ namespace {
 // Percent by which one reading of the level may be off.
 constexpr double kFineReading = 0.05;   // with a fraction
 constexpr double kWholeReading = 0.15;  // a whole percent, reported when it is reached
-// By what share of what an interval used the learned costs may miss it for no reason that is seen.
-constexpr double kSpread = 0.03;
 // Percent by which readings may go up on battery.
 constexpr double kGained = 2;
-// Shorter intervals teach nothing.
-constexpr LogTime kShortest = 20;
-// For each thing to be learned, so many intervals at least.
-constexpr std::size_t kIntervalsPerColumn = 3;
-// Joules by which a processor's counter may be off from the moment of the reading.
-constexpr double kJoules = 2;
-// Readings are taken to be at least so much of what they may be off.
-constexpr double kLeastMisfit = 0.25;
 // By what share what a few minutes used may differ from what is learned.
 constexpr double kFewMinutes = 0.25;
-// Two standard errors: 95 of 100 are nearer.
-constexpr double kErrors = 2;
-// What may be off by more than this share and by more than kTiny percent is not told apart from
-// others, or if there is none with which it comes together, marked as uncertain.
-constexpr double kTooUncertain = 0.3;
+// What may be off by more than this share, and by more than kTiny percent, is marked as uncertain.
 constexpr double kUncertain = 0.1;
-constexpr double kTiny = 0.5;
 
 constexpr const char* kOthers = "other processes";
+// Of the model's columns.
+constexpr Cause kCauses[CostModel::kColumns] = {Cause::Asleep,  Cause::Awake, Cause::Display,
+                                                Cause::Process, Cause::Wifi,  Cause::Modem,
+                                                Cause::Call,    Cause::Audio};
 
 }  // namespace
 
@@ -51,197 +39,31 @@ const AccountPart* AccountSum::find(Cause cause, std::optional<std::string_view>
   return nullptr;
 }
 
-std::vector<double> Account::valuesOf(const PowerInterval& interval) {
-  std::vector<double> values(kColumns);
-  values[kAsleep] = static_cast<double>(interval.asleep);
-  values[kAwake] = static_cast<double>(interval.awake());
-  values[kDisplay] = interval.brightness;
-  values[kCpu] = interval.cpuKnown ? interval.cpu : 0;
-  values[kWifi] = interval.wifiBytes / 1e6;
-  values[kModem] = interval.modemBytes / 1e6;
-  values[kCall] = static_cast<double>(interval.call);
-  values[kAudio] = static_cast<double>(interval.audio);
-  return values;
-}
-
 Account::Account(const LogSummary& summary) : summary_(&summary) {
   bool whole = true;
+  std::vector<const PowerInterval*> onBattery;
   for (const PowerInterval& interval : summary.intervals) {
     // Whole percents gained are from a charger of which the log says nothing.
     const bool counts = interval.onBattery() && interval.seconds() > 0 && interval.used > -kGained;
-    if (counts) onBattery_.push_back(&interval);
+    if (counts) onBattery.push_back(&interval);
     whole = whole && std::fabs(interval.used - std::round(interval.used)) < 0.005;
   }
   reading_ = std::sqrt(2.0) * (whole ? kWholeReading : kFineReading);
-  if (const auto wattHours = summary.wattHoursPerPercent()) {
-    percentPerJoule_ = 1 / (3600 * *wattHours);
-    learnProcessors();
-  }
-  learn();
-  makeLines();
+  const CostModel model(onBattery, reading_, summary.wattHoursPerPercent());
+  model_ = &model;
+  nameGroups();
+  double readings = 0;
+  for (const PowerInterval* interval : onBattery) addLine(*interval, readings);
+  limitSleep(readings);
   summary_ = nullptr;
-  onBattery_.clear();
-}
-
-// What the processors use while awake, and what a CPU second adds.
-void Account::learnProcessors() {
-  std::vector<Observation> observations;
-  LogTime counted = 0;
-  LogTime all = 0;
-  for (const PowerInterval* interval : onBattery_) {
-    all += interval->awake();
-    if (!interval->joules || !interval->cpuKnown) continue;
-    counted += interval->awake();
-    observations.push_back({{static_cast<double>(interval->awake()), interval->cpu},
-                            *interval->joules,
-                            kJoules + kSpread * *interval->joules});
-  }
-  // All of the log, or nearly: otherwise the parts of different stretches could not be compared.
-  if (observations.size() < 2 * kIntervalsPerColumn || counted * 10 < all * 9) return;
-  processors_ = leastSquares(observations, 2);
-}
-
-void Account::learn() {
-  std::vector<double> sums(kColumns);
-  LogTime cpuKnown = 0;
-  LogTime all = 0;
-  for (const PowerInterval* interval : onBattery_) {
-    const std::vector<double> values = valuesOf(*interval);
-    for (std::size_t i = 0; i < kColumns; ++i) sums[i] += values[i];
-    all += interval->seconds();
-    if (interval->cpuKnown) cpuKnown += interval->seconds();
-  }
-  for (std::size_t i = 0; i < kColumns; ++i) learned_[i] = sums[i] > 0;
-  const bool byCpu = !processors_ && cpuKnown * 10 >= all * 8;
-  if (!byCpu) learned_[kCpu] = false;
-  std::vector<const PowerInterval*> teachers;
-  for (const PowerInterval* interval : onBattery_) {
-    if (interval->seconds() < kShortest) continue;
-    if ((byCpu && !interval->cpuKnown) || (processors_ && !interval->joules)) continue;
-    teachers.push_back(interval);
-  }
-  // What is least used is not learned where there are too few intervals for all.
-  const auto count = [&] { return static_cast<std::size_t>(std::ranges::count(learned_, true)); };
-  for (const Column column : {kAudio, kCall, kModem, kWifi, kDisplay, kCpu}) {
-    if (teachers.size() < kIntervalsPerColumn * count() + 1) learned_[column] = false;
-  }
-  group_.resize(kColumns);
-  std::iota(group_.begin(), group_.end(), 0);
-  known_ = !teachers.empty() && teachers.size() >= count();
-  if (!known_) return;
-  std::vector<std::size_t> columns;
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    if (learned_[i]) columns.push_back(i);
-  }
-  std::vector<Observation> observations;
-  for (const PowerInterval* interval : teachers) {
-    const std::vector<double> values = valuesOf(*interval);
-    Observation& observation = observations.emplace_back();
-    for (const std::size_t column : columns) observation.values.push_back(values[column]);
-    observation.target = interval->used;
-    if (processors_) observation.target -= *percentPerJoule_ * *interval->joules;
-    observation.error = std::hypot(reading_, kSpread * interval->used);
-  }
-  const LeastSquares part = leastSquares(observations, columns.size());
-  // How well the intervals agree tells how good the readings are, down to a limit.
-  const double least = std::max(1.0, kLeastMisfit / std::max(part.misfit, 1e-6));
-  fit_.coefficients.assign(kColumns, 0);
-  fit_.covariance.assign(std::size_t{kColumns} * kColumns, 0);
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    fit_.coefficients[columns[i]] = part.coefficients[i];
-    for (std::size_t k = 0; k < columns.size(); ++k) {
-      fit_.covariance[columns[i] * kColumns + columns[k]] = part.covarianceOf(i, k) * least * least;
-    }
-  }
-  double missed = 0;
-  double used = 0;
-  for (std::size_t i = 0; i < teachers.size(); ++i) {
-    double left = observations[i].target;
-    for (std::size_t k = 0; k < columns.size(); ++k) {
-      left -= part.coefficients[k] * observations[i].values[k];
-    }
-    missed += std::fabs(left);
-    used += std::fabs(observations[i].target);
-  }
-  scatter_ = used > 0 ? std::max(kSpread, missed / used) : kSpread;
-  if (teachers.size() < kIntervalsPerColumn * count()) scatter_ = std::max(scatter_, 0.3);
-  keepApart();
-}
-
-double Account::groupCovariance(const std::vector<double>& sums, std::size_t one,
-                                std::size_t other) const {
-  double sum = 0;
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    for (std::size_t k = 0; k < kColumns; ++k) {
-      if (group_[i] != one || group_[k] != other) continue;
-      sum += fit_.covarianceOf(i, k) * sums[i] * sums[k];
-    }
-  }
-  return sum;
-}
-
-double Account::groupPercent(const std::vector<double>& sums, std::size_t group) const {
-  double percent = 0;
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    if (group_[i] == group) percent += fit_.coefficients[i] * sums[i];
-  }
-  return percent;
-}
-
-// Joins the least certain group with the one that it is hardest to tell from. False if all are
-// certain enough.
-bool Account::joinTwo(const std::vector<double>& sums) {
-  std::size_t worst = kColumns;
-  double most = 2 * kTiny;
-  for (std::size_t g = kAwake; g < kColumns; ++g) {
-    if (!learned_[g] || group_[g] != g) continue;
-    const double error = kErrors * std::sqrt(std::max(0.0, groupCovariance(sums, g, g)));
-    if (error <= most || error <= kTooUncertain * groupPercent(sums, g)) continue;
-    most = error;
-    worst = g;
-  }
-  std::size_t partner = kColumns;
-  double strongest = 0;
-  for (std::size_t g = kAwake; worst < kColumns && g < kColumns; ++g) {
-    if (!learned_[g] || group_[g] != g || g == worst) continue;
-    const double common =
-        groupCovariance(sums, worst, g) / std::sqrt(std::max(1e-12, groupCovariance(sums, g, g)));
-    if (common < strongest) {
-      strongest = common;
-      partner = g;
-    }
-  }
-  if (partner == kColumns) return false;
-  const std::size_t first = std::min(worst, partner);
-  for (std::size_t& of : group_) {
-    if (of == worst || of == partner) of = first;
-  }
-  return true;
-}
-
-// Columns of which only the sum is known become one group.
-void Account::keepApart() {
-  std::vector<double> sums(kColumns);
-  for (const PowerInterval* interval : onBattery_) {
-    const std::vector<double> values = valuesOf(*interval);
-    for (std::size_t i = 0; i < kColumns; ++i) sums[i] += values[i];
-  }
-  while (joinTwo(sums)) {
-  }
-  groupErrors_.assign(kColumns, 0);
-  for (std::size_t g = 0; g < kColumns; ++g) {
-    const double percent = groupPercent(sums, g);
-    if (percent <= 0) continue;
-    const double error = kErrors * std::sqrt(std::max(0.0, groupCovariance(sums, g, g)));
-    groupErrors_[g] = std::hypot(error / percent, scatter_);
-  }
+  model_ = nullptr;
 }
 
 std::uint32_t Account::partOf(Cause cause, std::string_view name) {
   const auto found = std::ranges::find_if(
       names_, [&](const Name& known) { return known.cause == cause && known.name == name; });
   if (found != names_.end()) return static_cast<std::uint32_t>(found - names_.begin());
-  const bool measured = processors_ && (cause == Cause::Processor || cause == Cause::Process);
+  const bool measured = model_->counted() && (cause == Cause::Processor || cause == Cause::Process);
   names_.push_back({cause, std::string(name), measured});
   return static_cast<std::uint32_t>(names_.size() - 1);
 }
@@ -261,71 +83,61 @@ void Account::addProcesses(const PowerInterval& interval, double percent, double
     add(summary_->names[name], used);
   }
   if (rest > 0.05 * interval.cpu || rest > 1) add(kOthers, rest);
+  for (const auto& [name, seconds] : interval.unseen) {
+    line.entries.push_back({partOf(Cause::Process, summary_->names[name]), 0,
+                            percent * static_cast<double>(seconds) / interval.cpu, 0});
+  }
 }
 
-void Account::makeLines() {
-  static constexpr Cause kCauses[kColumns] = {Cause::Asleep,  Cause::Awake, Cause::Display,
-                                              Cause::Process, Cause::Wifi,  Cause::Modem,
-                                              Cause::Call,    Cause::Audio};
-  // The names of groups of several.
-  std::vector<std::string> together(kColumns);
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    if (!learned_[i]) continue;
-    std::string& text = together[group_[i]];
-    text +=
-        (text.empty() ? "" : ", ") + std::string(causeWord(kCauses[i])) + (i == kCpu ? "es" : "");
+void Account::nameGroups() {
+  together_.resize(CostModel::kColumns);
+  for (std::size_t i = 0; i < CostModel::kColumns; ++i) {
+    if (!model_->has(i)) continue;
+    std::string& text = together_[model_->group(i)];
+    text += (text.empty() ? "" : ", ") + std::string(causeWord(kCauses[i])) +
+            (i == CostModel::kCpu ? "es" : "");
   }
-  const auto alone = [&](std::size_t column) {
-    std::size_t members = 0;
-    for (std::size_t i = 0; i < kColumns; ++i) {
-      members += learned_[i] && group_[i] == group_[column] ? 1 : 0;
+}
+
+void Account::addLine(const PowerInterval& interval, double& readings) {
+  Line& line = lines_.emplace_back();
+  line.begin = interval.begin;
+  line.end = interval.end;
+  line.used = interval.used;
+  if (const auto processors = model_->processors(interval)) {
+    // The readings of counters and CPU times are some milliseconds apart.
+    addProcesses(interval, processors->busy, CostModel::kSpread * processors->busy, line);
+    if (processors->idle > 0) {
+      line.entries.push_back({partOf(Cause::Processor, ""), processors->idle,
+                              CostModel::kSpread * processors->idle, interval.awake()});
     }
-    return members == 1;
-  };
-  double readings = 0;
-  for (const PowerInterval* interval : onBattery_) {
-    Line& line = lines_.emplace_back();
-    line.begin = interval->begin;
-    line.end = interval->end;
-    line.used = interval->used;
-    const std::vector<double> values = valuesOf(*interval);
-    if (processors_ && interval->joules) {
-      const double idle = processors_->coefficients[0] * values[kAwake];
-      const double busy = processors_->coefficients[1] * values[kCpu];
-      const double measured = *percentPerJoule_ * *interval->joules;
-      const double share = idle + busy > 0 ? busy / (idle + busy) : 1;
-      // The readings of counters and CPU times are some milliseconds apart.
-      addProcesses(*interval, measured * share, kSpread * measured * share, line);
-      if (share < 1) {
-        line.entries.push_back({partOf(Cause::Processor, ""), measured * (1 - share),
-                                kSpread * measured * (1 - share), interval->awake()});
-      }
-    }
-    for (std::size_t i = kAwake; known_ && i < kColumns; ++i) {
-      if (!learned_[i] || values[i] <= 0) continue;
-      const double percent = fit_.coefficients[i] * values[i];
-      // By the readings, and because no two intervals use quite the same for the same.
-      const double error =
-          std::hypot(kErrors * std::sqrt(std::max(0.0, fit_.covarianceOf(i, i))) * values[i],
-                     scatter_ * percent);
-      const LogTime seconds = i == kDisplay ? interval->lit
-                              : i == kWifi || i == kModem
-                                  ? 0
-                                  : static_cast<LogTime>(std::llround(values[i]));
-      if (!alone(i)) {
-        // What the group may be off by is less than the sum: that is set for the whole log below.
-        line.entries.push_back(
-            {partOf(Cause::Together, together[group_[i]]), percent, 0, i == kAwake ? seconds : 0});
-      } else if (i == kCpu) {
-        addProcesses(*interval, percent, error, line);
-      } else {
-        line.entries.push_back({partOf(kCauses[i], ""), percent, error, seconds});
-      }
-    }
-    addSleep(*interval, line, readings);
   }
-  // A sleep uses no less than nothing, but the level may go up in one by what the one before it
-  // seems to have used: in all, sleeps use no more than there was.
+  const std::vector<double> values = CostModel::valuesOf(interval);
+  for (std::size_t i = CostModel::kAwake; model_->known() && i < CostModel::kColumns; ++i) {
+    if (!model_->has(i) || values[i] <= 0) continue;
+    const double percent = model_->cost(i) * values[i];
+    const double error = std::hypot(model_->error(i, values[i]), model_->scatter() * percent);
+    const bool traffic = i == CostModel::kWifi || i == CostModel::kModem;
+    const LogTime seconds = i == CostModel::kDisplay ? interval.lit
+                            : traffic                ? 0
+                                      : static_cast<LogTime>(std::llround(values[i]));
+    if (!model_->alone(i)) {
+      const std::size_t group = model_->group(i);
+      line.entries.push_back({partOf(Cause::Together, together_[group]), percent,
+                              model_->groupError(group) * percent,
+                              i == CostModel::kAwake ? seconds : 0});
+    } else if (i == CostModel::kCpu) {
+      addProcesses(interval, percent, error, line);
+    } else {
+      line.entries.push_back({partOf(kCauses[i], ""), percent, error, seconds});
+    }
+  }
+  addSleep(interval, line, readings);
+}
+
+// A sleep uses no less than nothing, but the level may go up in one by what the one before it
+// seems to have used: in all, sleeps use no more than there was.
+void Account::limitSleep(double readings) {
   const double whole = std::max(0.0, asleep_.percent + awake_.percent);
   if (asleep_.percent > whole) {
     const double share = whole / asleep_.percent;
@@ -335,7 +147,7 @@ void Account::makeLines() {
     asleep_.percent = whole;
   }
   asleep_.error = std::hypot(asleep_.error, std::sqrt(readings));
-  asleep_.error = std::min(asleep_.error, std::max(whole, kTiny));
+  asleep_.error = std::min(asleep_.error, std::max(whole, CostModel::kTiny));
   awake_.error = asleep_.error;
 }
 
@@ -347,7 +159,7 @@ void Account::addSleep(const PowerInterval& interval, Line& line, double& readin
   };
   if (interval.asleep == 0) return mixIn(awake_, interval.used, interval.seconds());
   const bool pure = interval.awake() * 100 <= interval.seconds();
-  if (!known_ && !pure) return mixIn(mixed_, interval.used, interval.seconds());
+  if (!model_->known() && !pure) return mixIn(mixed_, interval.used, interval.seconds());
   double others = 0;
   for (const Entry& entry : line.entries) others += entry.percent;
   double percent = interval.used;
@@ -355,12 +167,12 @@ void Account::addSleep(const PowerInterval& interval, Line& line, double& readin
   if (interval.asleep * 2 >= interval.seconds()) {
     percent = std::clamp(interval.used - others, 0.0, std::max(0.0, interval.used));
     // The minutes before and after a sleep are few, and may be unlike the others.
-    error = std::max(kErrors * scatter_, kFewMinutes) * others;
+    error = std::max(CostModel::kErrors * model_->scatter(), kFewMinutes) * others;
     readings += reading_ * reading_;
   } else {
     const auto seconds = static_cast<double>(interval.asleep);
-    percent = std::min(fit_.coefficients[kAsleep] * seconds, std::max(0.0, interval.used));
-    error = kErrors * std::sqrt(fit_.covarianceOf(kAsleep, kAsleep)) * seconds;
+    percent = std::min(model_->cost(CostModel::kAsleep) * seconds, std::max(0.0, interval.used));
+    error = model_->error(CostModel::kAsleep, seconds);
   }
   line.asleep = {percent, std::hypot(error, reading_), interval.asleep};
   line.entries.push_back({partOf(Cause::Asleep, ""), percent, error, interval.asleep});
@@ -408,7 +220,7 @@ AccountSum Account::over(LogTime from, LogTime to) const {
     const double factor = part.measured ? forMeasured : forEstimated;
     part.error += part.percent * (1 - factor);
     part.percent *= factor;
-    part.uncertain = part.error > kUncertain * part.percent && part.error > kTiny;
+    part.uncertain = part.error > kUncertain * part.percent && part.error > CostModel::kTiny;
     attributed += part.percent;
   }
   std::ranges::stable_sort(parts, std::greater(), &AccountPart::percent);

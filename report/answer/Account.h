@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "report/analyse/LogSummary.h"
-#include "report/answer/LeastSquares.h"
+#include "report/answer/CostModel.h"
 
 namespace zorva {
 
@@ -93,10 +93,6 @@ class Account {
   std::vector<Interval> intervals() const;
 
  private:
-  // What an interval has of each thing that costs energy: the columns of the least squares.
-  enum Column { kAsleep, kAwake, kDisplay, kCpu, kWifi, kModem, kCall, kAudio, kColumns };
-  static std::vector<double> valuesOf(const PowerInterval& interval);
-
   struct Entry {
     std::uint32_t part;
     double percent;
@@ -111,31 +107,19 @@ class Account {
     Charge asleep;
   };
 
-  void learn();
-  void learnProcessors();
-  double groupCovariance(const std::vector<double>& sums, std::size_t one, std::size_t other) const;
-  double groupPercent(const std::vector<double>& sums, std::size_t group) const;
-  bool joinTwo(const std::vector<double>& sums);
-  void keepApart();
-  void makeLines();
+  void nameGroups();
+  void addLine(const PowerInterval& interval, double& readings);
   void addProcesses(const PowerInterval& interval, double percent, double error, Line& line);
   void addSleep(const PowerInterval& interval, Line& line, double& readings);
+  void limitSleep(double readings);
   std::uint32_t partOf(Cause cause, std::string_view name);
 
   // While the account is made:
   const LogSummary* summary_;
-  std::vector<const PowerInterval*> onBattery_;
-  double reading_ = 0;  // percent by which the difference of two levels may be off
-  std::vector<bool> learned_ = std::vector<bool>(kColumns);
-  LeastSquares fit_;  // percent per unit of each column
-  bool known_ = false;
-  double scatter_ = 0;  // by what share of their use intervals differ from what is learned
-  // Of the processors' counters, in percent of the battery: per second awake and per CPU second.
-  std::optional<LeastSquares> processors_;
-  std::optional<double> percentPerJoule_;
-  // The group of columns that each column is told apart from; itself if from all.
-  std::vector<std::size_t> group_;
-  std::vector<double> groupErrors_;  // as shares of what the groups used
+  const CostModel* model_ = nullptr;
+  double reading_ = 0;                 // percent by which the difference of two levels may be off
+  std::vector<std::string> together_;  // the names of groups of several columns
+
   std::vector<Name> names_;
   std::vector<Line> lines_;
   Charge asleep_, awake_, mixed_;

@@ -135,6 +135,31 @@ TEST(Account, HasNoIntervalOfWhichMoreThanATwentiethWasOnACharger) {
   }
 }
 
+TEST(Account, SeesWhoPlaysAndWhatEndsBetweenLists) {
+  const std::string entry = "process=vlc; pid=7; name=Playing some media.; held_for=00:";
+  const LogSummary summary = summaryOf(dated({
+      {"10:00", battery(90, -900)},
+      {"10:00", "[ProcessMonitor] init(1)=4; backup(9)=10;"},
+      {"10:00", "[Audio] active=yes; route=Speaker; volume=50.0%;"},
+      {"10:10", "[Assertion] state=created; " + entry + "00:00;"},
+      {"10:20", "[Audio] active=no; route=Speaker; volume=50.0%;"},
+      {"10:30", battery(85, -900)},
+      {"10:30", "[ProcessMonitor] init(1)=4; backup(9)=310;"},
+      {"10:40", "[Assertion] state=released; " + entry + "30:00;"},
+      {"10:41", "[Assertion] state=created; process=x; pid=8; name=Display on; held_for=00:00:00;"},
+      {"11:00", battery(80, -900)},
+      {"11:00", "[ProcessMonitor] init(1)=5;"},
+  }));
+  ASSERT_EQ(summary.intervals.size(), 2U);
+  EXPECT_EQ(summary.intervals[0].audio, 30 * 60);
+  EXPECT_EQ(summary.intervals[1].audio, 10 * 60);
+  EXPECT_TRUE(summary.intervals[0].unseen.empty());
+  // It ended after a list in which it had used 300 s: it may have used as much again.
+  ASSERT_EQ(summary.intervals[1].unseen.size(), 1U);
+  EXPECT_EQ(summary.names[summary.intervals[1].unseen[0].first], "backup");
+  EXPECT_EQ(summary.intervals[1].unseen[0].second, 300);
+}
+
 TEST(Answer, TellsByCurrentAndWordsWhatAChargerDoes) {
   // Too hot to be charged, and drained: not on a charger.
   const std::string hot = dated({{"10:00", battery(80, -900, "OverTemp")},
