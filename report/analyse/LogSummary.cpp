@@ -95,7 +95,9 @@ std::optional<double> LogSummary::wattHoursPerPercent() const {
 
 class LogSummarizer::Sink : public LogHistorySink {
  public:
-  explicit Sink(const LogWindow& window) : window_(window), power_(window) {}
+  explicit Sink(const LogWindow& window) : window_(window), power_(window) {
+    if (window.since != LogWindow::kAlways) allDays_.emplace(LogWindow{});
+  }
 
   // To be called after the entry's contents have been reported.
   void entry(LogTime time) {
@@ -109,6 +111,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   }
 
   void span(const LogSpan& span) override {
+    if (allDays_) allDays_->span(span);
     const LogTime begin = std::max(span.begin, window_.since);
     const LogTime end = std::min(span.end, window_.until);
     if (end < begin) return;
@@ -128,6 +131,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   }
 
   void battery(const BatteryReading& reading) override {
+    if (allDays_) allDays_->battery(reading);
     power_.battery(reading);
     if (!window_.holds(reading.time)) return;
     if (reading.capacity) summary_.capacity = reading.capacity;
@@ -277,6 +281,7 @@ class LogSummarizer::Sink : public LogHistorySink {
     summary_.processes = sorted(processes_);
     summary_.modem = sorted(modem_);
     summary_.intervals = power_.take();
+    if (allDays_) compareDays();
     summary_.names = power_.takeNames();
     summary_.interrupted = power_.interrupted();
     if (voltsReadOnBattery_ > 0) {
@@ -351,6 +356,38 @@ class LogSummarizer::Sink : public LogHistorySink {
         longest, {}, [](const LogSummary::DarkHold& each) { return each.end - each.begin; }));
   }
 
+  // What the same hours of other days used on battery. A day counts if it was on battery for half
+  // as long as these hours were.
+  void compareDays() {
+    const auto used = [](const std::vector<PowerInterval>& intervals, LogTime from, LogTime to) {
+      std::pair<double, LogTime> sum;
+      for (const PowerInterval& interval : intervals) {
+        const LogTime common = std::min(interval.end, to) - std::max(interval.begin, from);
+        if (common <= 0 || !interval.onBattery()) continue;
+        sum.first +=
+            interval.used * static_cast<double>(common) / static_cast<double>(interval.seconds());
+        sum.second += common;
+      }
+      return sum;
+    };
+    const std::vector<PowerInterval> all = allDays_->take();
+    const LogTime length = summary_.last - summary_.first;
+    if (all.empty() || length <= 0) return;
+    const LogTime here = used(all, summary_.first, summary_.last).second;
+    const LogTime step = (length + kDay - 1) / kDay * kDay;
+    const auto add = [&](LogTime shift) {
+      const auto [percent, seconds] = used(all, summary_.first + shift, summary_.last + shift);
+      if (seconds == 0 || seconds * 2 < here) return;
+      ++summary_.otherDays.days;
+      summary_.otherDays.percent += percent;
+      summary_.otherDays.seconds += seconds;
+    };
+    for (std::int64_t i = 1; i <= kMaxOtherDays; ++i) {
+      add(-i * step);
+      add(i * step);
+    }
+  }
+
   // The signal was what it was at the last reading until now.
   void passSignal(LogTime now) {
     if (!signal_) return;
@@ -393,6 +430,7 @@ class LogSummarizer::Sink : public LogHistorySink {
       summary_.asleepOnCharger += power_.overlap(Lane::Asleep, begin, end);
     }
     power_.close();
+    if (allDays_) allDays_->close();
     signal_.reset();
     lastRefusal_.reset();
     holds_.clear();
@@ -401,6 +439,8 @@ class LogSummarizer::Sink : public LogHistorySink {
 
   // Seconds within which entries are about the same attempt to sleep.
   static constexpr LogTime kSameAttempt = 3;
+  static constexpr LogTime kDay = 86400;
+  static constexpr std::int64_t kMaxOtherDays = 30;  // before, and after
   // Seconds after which a reading of the signal says nothing any more.
   static constexpr LogTime kMaxSignalAge = 3600;
 
@@ -410,6 +450,7 @@ class LogSummarizer::Sink : public LogHistorySink {
   bool begun_ = false;              // there is such a part
   std::optional<LogTime> previous_;
   PowerIntervals power_;
+  std::optional<PowerIntervals> allDays_;  // also outside the window, without what was used for it
   std::vector<Hold> holds_;
   std::vector<std::pair<LogTime, LogTime>> charging_;
   std::size_t refusalsDone_ = 0;

@@ -57,6 +57,12 @@ struct LogSummary {
     LogTime begin;
     LogTime end;
   };
+  /// The same hours of the log's other days, as far as they are in it and on battery.
+  struct OtherDays {
+    std::size_t days = 0;
+    double percent = 0;
+    LogTime seconds = 0;
+  };
   struct Interruption {
     LogTime before;
     LogTime after;
@@ -90,6 +96,7 @@ struct LogSummary {
   /// Between readings of the battery; their names are in `names`.
   std::vector<PowerInterval> intervals;
   std::vector<std::string> names;
+  OtherDays otherDays;     ///< of a window with a beginning
   double interrupted = 0;  ///< percent used during interruptions of the log
   LogTime asleepOnCharger = 0;
   std::optional<double> volts;     ///< the mean of all readings on battery, else of all

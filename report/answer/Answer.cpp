@@ -15,6 +15,12 @@ Answer::Answer(const LogSummary& summary)
     gained -= interval.used;
     charged += interval.seconds();
   }
+  const LogSummary::OtherDays& others = summary.otherDays;
+  if (others.days > 0 && whole.seconds > 0) {
+    usual = std::max(0.0, others.percent) * static_cast<double>(whole.seconds) /
+            static_cast<double>(others.seconds);
+    usualDays = others.days;
+  }
   findings = findingsOf(summary, *this);
   verdict = verdictOf(summary, *this);
 }

@@ -60,6 +60,9 @@ struct Answer {
   double gained = 0;    ///< percent on chargers
   LogTime charged = 0;  ///< seconds between readings on chargers
   std::optional<double> wattHoursPerPercent;
+  /// Percent that as long a time on battery uses in the same hours of the log's other days.
+  std::optional<double> usual;
+  std::size_t usualDays = 0;
 
   static constexpr std::size_t kMaxStretches = 5;
 };

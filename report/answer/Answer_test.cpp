@@ -14,10 +14,10 @@
 namespace zorva {
 namespace {
 
-LogSummary summaryOf(const std::string& log) {
+LogSummary summaryOf(const std::string& log, const LogWindow& window = {}) {
   LogReader reader;
   LogRecord record;
-  LogSummarizer summarizer;
+  LogSummarizer summarizer(window);
   reader.begin(readFrom(log));
   while (reader.next(record)) summarizer.add(record);
   return summarizer.finish();
@@ -252,6 +252,30 @@ TEST(Answer, KnowsASleepThatOnlyTheKernelRecorded) {
   EXPECT_EQ(summary.recordedAsleep, 6600);
   ASSERT_EQ(summary.refusals.size(), 1U);
   EXPECT_EQ(summary.refusals[0].device, "usb1");
+}
+
+TEST(Answer, ComparesANightWithTheSameHoursOfOtherDays) {
+  std::string log = "Zorva Version: 5\n";
+  // Three nights of 4, 6 and 20 percent, with chargers in between; each evening another 10.
+  const std::pair<const char*, double> nights[] = {{"13", 4}, {"14", 6}, {"15", 20}};
+  for (const auto& [day, used] : nights) {
+    const std::string date = std::string("11/") + day + "/26 ";
+    log += date + "00:00:00 " + battery(80, -100) + "\n";
+    log += date + "06:00:00 " + battery(80 - used, -100) + "\n";
+    log += date + "06:00:10 " + battery(80 - used, 2000, "AC On") + "\n";
+    log += date + "19:59:50 " + battery(90, 2000, "AC On") + "\n";
+    log += date + "20:00:00 " + battery(90, -900) + "\n";
+    log += date + "23:59:50 " + battery(80, -900) + "\n";
+  }
+  std::size_t length = 0;
+  const LogTime from = LogClock().read("11/15/26 00:00:00", length).value_or(0);
+  const Answer night(summaryOf(log, {from, from + 6 * 3600}));
+  EXPECT_NEAR(night.usual.value_or(0), 5, 0.1);
+  EXPECT_EQ(night.usualDays, 2U);
+  EXPECT_TRUE(night.verdict[0].starts_with(
+      "The battery fell 20 %, from 80 % to 60 %, in 6 h (in the same hours of 2 other days 5.0 %)"))
+      << night.verdict[0];
+  EXPECT_FALSE(Answer(summaryOf(log)).usual);
 }
 
 TEST(Answer, ClaimsNoMoreThanTheLogHas) {

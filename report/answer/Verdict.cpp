@@ -18,6 +18,15 @@ std::string shareOfBattery(const Finding& finding) {
          " of the battery).";
 }
 
+// " (in the same hours of 2 other days 8 %)".
+std::string comparedWithUsual(const Answer& answer) {
+  if (!answer.usual) return "";
+  const bool one = answer.usualDays == 1;
+  return " (in the same hours of " +
+         (one ? std::string("another day") : std::to_string(answer.usualDays) + " other days") +
+         " " + wholePercent(*answer.usual) + ")";
+}
+
 }  // namespace
 
 // On battery, and on chargers that were too weak.
@@ -45,7 +54,7 @@ std::vector<std::string> verdictOf(const LogSummary& summary, const Answer& answ
                  ", in "
            : "The device used " + wholePercent(used) + " of a full battery in ") +
       duration(whole.seconds + (weak ? summary.seconds(Lane::WeakCharger) : 0)) +
-      (answer.charged > 0 ? " on battery" : "");
+      (answer.charged > 0 ? " on battery" : "") + comparedWithUsual(answer);
   std::vector<std::string> verdict;
   // What weighs little beside all that was used does not explain it.
   std::vector<const Finding*> large;

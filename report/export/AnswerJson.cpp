@@ -85,6 +85,8 @@ class Writer {
     number("first_level", summary_.firstLevel);
     number("last_level", summary_.lastLevel);
     texts(json_, "verdict", answer_.verdict);
+    number("usual_percent", answer_.usual);
+    number("usual_days", static_cast<double>(answer_.usualDays));
     findings();
     account();
     charges();
