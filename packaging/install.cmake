@@ -32,5 +32,6 @@ configure_file(${packaging}/zorva.openrc ${CMAKE_BINARY_DIR}/packaging/zorva.ope
 install(FILES ${CMAKE_BINARY_DIR}/packaging/zorva.service DESTINATION ${ZORVA_UNIT_DIR})
 install(FILES ${packaging}/zorva.sysusers RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/sysusers.d)
 install(FILES ${packaging}/zorva.tmpfiles RENAME zorva.conf DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/tmpfiles.d)
+install(PROGRAMS ${packaging}/zorva-keep DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 # OpenRC scripts belong in /etc; distributions that use OpenRC copy the script from here.
 install(PROGRAMS ${CMAKE_BINARY_DIR}/packaging/zorva.openrc DESTINATION ${CMAKE_INSTALL_DOCDIR})

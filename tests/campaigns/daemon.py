@@ -6,6 +6,7 @@
 
     kill      killed at 1,000 random moments: whole lines, whole preferences, a clean next start
     move      the log moved away 1,000 times under load: every entry in one file, in order, whole
+    keep      packaging/zorva-keep 300 times under load: every entry in one file, in order, whole
     bus       a message bus that hangs, breaks off, answers late; services that vanish
     soak      SOAK_SECONDS (3600) under load: memory and descriptors stay what they were
 
@@ -13,6 +14,7 @@ Prints what each tried and what was lost; status 1 when anything was. Needs the 
 /usr/bin/python3 when another one comes first, with its modules (python3-dbus, python3-dbusmock).
 """
 import contextlib
+import gzip
 import itertools
 import os
 import pathlib
@@ -110,6 +112,47 @@ def move(times=1000):
     return f'{times} moves, {len(sent)} events posted, {len(texts)} files', lost
 
 
+def keep(times=300):
+    """Once a run is a day: here a log is compressed as soon as twenty events have come after its move."""
+    daemon = Daemon()
+    names = list(EVENTS)
+    sent = []
+    texts = []
+    lost = []
+    tool = pathlib.Path(__file__).parents[2] / 'packaging/zorva-keep'
+
+    def collect():
+        for path in sorted(LOG_DIRECTORY.glob('Zorva_*.zorva.closed.gz'), key=lambda one: one.stat().st_mtime_ns):
+            texts.append(gzip.decompress(path.read_bytes()).decode())
+            path.unlink()
+
+    for number in range(times):
+        progress(number + 1, times, 'keep')
+        wait_for(logs, 'a log')
+        for step in range(20):
+            name = names[len(sent) % len(names)]
+            daemon.post(name)
+            sent.append(EVENTS[name])
+            if step == 10:
+                subprocess.run([tool, '30'], check=True, env={**os.environ, 'ZORVA_LOGS': str(LOG_DIRECTORY)})
+                collect()
+    wait_for(logs, 'a log')
+    status = daemon.end()
+    for _ in range(2):
+        subprocess.run([tool, '30'], check=True, env={**os.environ, 'ZORVA_LOGS': str(LOG_DIRECTORY)})
+        collect()
+    left = [path.name for path in LOG_DIRECTORY.iterdir()]
+    found = [event for text in texts for event in events_in(text)]
+    if status != 0 or left:
+        lost.append(f'status {status}, left over {left}')
+    if found != sent:
+        at = next((i for i, (a, b) in enumerate(zip(found, sent)) if a != b), min(len(found), len(sent)))
+        lost.append(f'{len(sent)} posted, {len(found)} found, the first difference at {at}')
+    lost += [f'{broken_lines(text)[:2]}' for text in texts if broken_lines(text)]
+    clear()
+    return f'{times} runs, {len(sent)} events posted, {len(texts)} compressed logs', lost
+
+
 def soak():
     """Notifications, processes that come and go, and a new log every five minutes."""
     seconds = int(os.environ.get('SOAK_SECONDS', 3600))
@@ -156,7 +199,7 @@ def soak():
 
 
 def main():
-    campaigns = {each.__name__: each for each in (kill, move, bus, soak)}
+    campaigns = {each.__name__: each for each in (kill, move, keep, bus, soak)}
     failed = False
     for name in sys.argv[2:] or [name for name in campaigns if name != 'soak']:
         tried, lost = campaigns[name]()
