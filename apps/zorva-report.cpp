@@ -154,6 +154,11 @@ int writeComparisonPage(const ReportRequest& request, std::vector<LogInput>& inp
 }
 
 int writePage(const ReportRequest& request, std::vector<LogInput>& inputs) {
+#ifdef ZORVA_NO_PAGE
+  std::fputs("zorva-report: Cannot write a page: this program was built without dygraphs.\n",
+             stderr);
+  return 1;
+#endif
   std::string problem;
   auto output = openOutput(*request.output, request, inputs, problem);
   if (!output) return complain(kReportProgram, problem, kFailed);

@@ -140,7 +140,7 @@ class WholeLinuxPlatform : public LinuxPlatform {
        [this](std::function<void()> changed) { return modemManager_.observe(std::move(changed)); }},
       systemNotifications_};
   LinuxAccessoryManager accessories_{runLoop_.event()};
-  LinuxSystemLogQueries systemLogQueries_;
+  LinuxSystemLogQueries systemLogQueries_{clock_, systemLog_};
   LinuxSuspendRecords suspendRecords_;
   LinuxEnergyCounters energy_{systemLog_};
   LinuxWorkUnits work_;

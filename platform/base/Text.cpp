@@ -2,10 +2,13 @@
 #include "platform/base/Text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace zorva {
@@ -41,6 +44,41 @@ std::size_t whiteSpaceAtEnd(std::string_view text) {
   }
   return 0;
 }
+
+// The whole text is a number. The locale's decimal point is ".": no program calls setlocale().
+double toDouble(std::string_view text) {
+  return std::strtod(std::string(text).c_str(), nullptr);
+}
+
+#if !defined(__cpp_lib_to_chars)
+// The length of the number at the start of the text: what std::from_chars would read.
+std::size_t realLength(std::string_view text) {
+  std::size_t at = text.starts_with('-') ? 1 : 0;
+  const auto digits = [&] {
+    const std::size_t first = at;
+    while (at < text.size() && isDigit(text[at])) ++at;
+    return at - first;
+  };
+  for (const std::string_view word : {"infinity", "inf", "nan"}) {
+    const std::string_view there = text.substr(at, word.size());
+    if (std::equal(there.begin(), there.end(), word.begin(), word.end(),
+                   [](char byte, char small) { return (byte | 0x20) == small; })) {
+      return at + word.size();
+    }
+  }
+  std::size_t count = digits();
+  if (text.substr(at, 1) == ".") {
+    ++at;
+    count += digits();
+  }
+  if (count == 0) return 0;
+  const std::size_t mantissa = at;
+  if (at == text.size() || (text[at] | 0x20) != 'e') return mantissa;
+  ++at;
+  if (at < text.size() && (text[at] == '-' || text[at] == '+')) ++at;
+  return digits() > 0 ? at : mantissa;
+}
+#endif
 
 // A buffer that is written from its start. Once something did not fit, nothing more is written.
 class Line {
@@ -195,6 +233,35 @@ std::string_view trimmed(std::string_view text) {
   }
   while (const std::size_t length = whiteSpaceAtEnd(text)) text.remove_suffix(length);
   return text;
+}
+
+#if defined(__cpp_lib_to_chars)
+std::optional<RealAtStart> realAtStart(std::string_view text) {
+  RealAtStart real{};
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), real.number);
+  if (error == std::errc::invalid_argument) return std::nullopt;
+  real.bytes = static_cast<std::size_t>(stop - text.data());
+  real.inRange = error == std::errc();
+  if (!real.inRange) real.number = toDouble(text.substr(0, real.bytes));
+  return real;
+}
+#else
+std::optional<RealAtStart> realAtStart(std::string_view text) {
+  RealAtStart real{};
+  real.bytes = realLength(text);
+  if (real.bytes == 0) return std::nullopt;
+  errno = 0;
+  real.number = toDouble(text.substr(0, real.bytes));
+  // A number near zero that is rounded to fewer digits also sets the error number.
+  real.inRange = errno != ERANGE || (real.number != 0.0 && std::isfinite(real.number));
+  return real;
+}
+#endif
+
+std::optional<double> parseReal(std::string_view text) {
+  const auto real = realAtStart(text);
+  return real && real->inRange && real->bytes == text.size() ? std::optional(real->number)
+                                                             : std::nullopt;
 }
 
 std::string_view cutToBytes(std::string_view text, std::size_t max) {

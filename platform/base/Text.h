@@ -58,6 +58,19 @@ std::optional<Number> parseNumber(std::string_view text, int base = 10) {
   return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
+struct RealAtStart {
+  double number;      ///< infinite or zero, with its sign, if no double can hold it
+  std::size_t bytes;  ///< its length in the text
+  bool inRange;
+};
+
+/// The real number that the text begins with, without blanks or a plus sign before it: decimal,
+/// "inf" or "nan". Nothing if there is none. Not every C++ library's std::from_chars reads reals.
+std::optional<RealAtStart> realAtStart(std::string_view text);
+
+/// The text as a real number; nothing if it contains anything else or no double can hold it.
+std::optional<double> parseReal(std::string_view text);
+
 /// The first bytes of the text, at most `max`, without a character of which only a part fits.
 std::string_view cutToBytes(std::string_view text, std::size_t max);
 

@@ -59,5 +59,36 @@ TEST(Trimmed, RemovesUnicodeWhiteSpace) {
   }
 }
 
+TEST(RealAtStart, ReadsWhatFromCharsWould) {
+  struct Case {
+    const char* text;
+    std::size_t bytes;
+    double number;
+  };
+  for (const auto& [text, bytes, number] : std::initializer_list<Case>{{"12.50%", 5, 12.5},
+                                                                       {"-.5e1", 5, -5},
+                                                                       {"5.e+2x", 5, 500},
+                                                                       {"1e", 1, 1},
+                                                                       {"2e-x", 1, 2},
+                                                                       {"0x10", 1, 0},
+                                                                       {"-INF", 4, -INFINITY},
+                                                                       {"infinity1", 8, INFINITY},
+                                                                       {"1e999", 5, INFINITY},
+                                                                       {"-1e-999", 7, 0},
+                                                                       {"4e-320", 6, 4e-320},
+                                                                       {"0.1", 3, 0.1}}) {
+    const auto real = realAtStart(text);
+    ASSERT_TRUE(real) << text;
+    EXPECT_EQ(real->bytes, bytes) << text;
+    EXPECT_EQ(real->number, number) << text;
+    const std::string_view all = text;
+    EXPECT_EQ(parseReal(text).has_value(), bytes == all.size() && !all.ends_with("999")) << text;
+  }
+  for (const char* const none : {"", "-", ".", "+1", " 1", "e5", "-.e1", "in"}) {
+    EXPECT_FALSE(realAtStart(none)) << none;
+  }
+  EXPECT_TRUE(std::isnan(parseReal("nan").value_or(0)));
+}
+
 }  // namespace
 }  // namespace zorva

@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 
 #include "platform/base/Text.h"
@@ -28,7 +27,7 @@ const char* numberStart(const std::string& text) {
   const char* end = first + text.size();
   while (first != end && std::isspace(static_cast<unsigned char>(*first)) != 0) ++first;
   if (first != end && *first == '+') ++first;
-  // "nan" and "info" do not start with a number, although from_chars accepts them.
+  // "nan" and "info" do not start with a number, although realAtStart() accepts them.
   const char* digits = first != end && *first == '-' ? first + 1 : first;
   if (digits != end && *digits == '.') ++digits;
   const bool number = digits != end && isDigit(*digits);
@@ -46,10 +45,8 @@ std::int64_t leadingInteger(const std::string& text) {
 
 double leadingReal(const std::string& text) {
   const char* first = numberStart(text);
-  double number = 0.0;
-  const auto [stop, error] = std::from_chars(first, text.data() + text.size(), number);
-  // Too large or too small for a double: strtod distinguishes the two.
-  return error == std::errc::result_out_of_range ? std::strtod(first, nullptr) : number;
+  const auto real = realAtStart({first, text.data() + text.size()});
+  return real ? real->number : 0.0;
 }
 
 std::int64_t wholePart(double number) {

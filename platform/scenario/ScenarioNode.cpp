@@ -35,10 +35,7 @@ std::optional<double> realNumber(std::string_view text) {
   if (text.find_first_not_of("+-.0123456789eE") != std::string_view::npos) return std::nullopt;
   if (text.find_first_of("0123456789") == std::string_view::npos) return std::nullopt;
   if (text.starts_with('+')) text.remove_prefix(1);
-  double number = 0;
-  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || stop != text.data() + text.size()) return std::nullopt;
-  return number;
+  return parseReal(text);
 }
 
 // "hh:mm:ss", the seconds with or without a fraction.

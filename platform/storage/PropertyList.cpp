@@ -8,6 +8,8 @@
 #include <limits>
 #include <sstream>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 namespace {
 
@@ -79,11 +81,8 @@ Value integerOf(std::string text) {
 
 Value realOf(std::string text) {
   if (text.starts_with('+')) text.erase(0, 1);
-  double number = 0.0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (stop != end || error != std::errc()) return {};
-  return number;
+  const auto number = parseReal(text);
+  return number ? Value(*number) : Value();
 }
 
 Value dateOf(const std::string& text) {

@@ -26,8 +26,11 @@ struct SimWorld {
   }
 };
 struct LinuxWorld {
+  SimHandset handset;  // its clock and system log
   JournalFilesForTest journal;
-  LinuxSystemLogQueries queries{journal.directory()};
+  LinuxSystemLogQueries queries{handset.platform().clock,
+                                handset.platform().systemLog,
+                                {journal.directory(), "/dev/null", {}}};
   static bool works() { return JournalFilesForTest::canWrite(); }
   void append(const OptionalText& sender, const OptionalText& pid, const std::string& text) {
     // A field that holds a line end: its length, little-endian, and its bytes.
@@ -176,6 +179,74 @@ TEST_F(LinuxSystemLogQueriesTest, TellsWhatAnEntryHas) {
                                "3 1763300003 kernel[0] up", "4 1763300006 (null)[(null)] (null)",
                                "5 1763300007 d[9] x\\x0a\uFFFD\\x1b",
                                "6 1763300008 d[9] " + std::string(60, 'y')}));
+}
+
+TEST(SyslogFile, ReadsTheLinesOfEverySyslogDaemon) {
+  setenv("TZ", "CET-1", 1);
+  const std::int64_t now = 1767225600;  // 2026-01-01 00:00:00 UTC
+  const auto shown = [&](std::string_view line) {
+    const auto record = parseSyslogLine(line, now);
+    return record ? std::to_string(record->time - now) + " " + textOrNull(record->sender) + "[" +
+                        textOrNull(record->process) + "] " + *record->text
+                  : "none";
+  };
+  EXPECT_EQ(shown("Jan  1 01:00:07 phone crond[45]: a: b"), "7 crond[45] a: b");
+  EXPECT_EQ(shown("Dec 31 01:00:00 phone kernel: [ 1.2] up"), "-86400 kernel[0] [ 1.2] up");
+  EXPECT_EQ(shown("Jan  2 12:00:00 phone a: last year's"), "-31410000 a[(null)] last year's");
+  EXPECT_EQ(shown("Jan  1 01:00:00 phone user.notice mobile: hi"), "0 mobile[(null)] hi");
+  EXPECT_EQ(shown("Jan  1 01:00:00 crond[45]: no host"), "0 crond[45] no host");
+  EXPECT_EQ(shown("2026-01-01T02:30:00.123456+02:00 pc a[1]: x"), "1800 a[1] x");
+  EXPECT_EQ(shown("2026-01-01T00:00:01Z pc no tag here"), "1 (null)[(null)] no tag here");
+  EXPECT_EQ(shown("2026-01-01T01:00:01 pc a/b(c)[7]: "), "1 a/b(c)[7] ");
+  for (const char* none :
+       {"", "word", "Jan  1 01:00", "Foo  1 01:00:00 pc a: b", "2026-01-01 pc"}) {
+    EXPECT_EQ(shown(none), "none") << none;
+  }
+  unsetenv("TZ");
+}
+
+TEST(SyslogFile, IsFollowedThroughRotation) {
+  SimHandset handset;
+  const DirectoryForTest directory;
+  const std::string path = directory / "messages";
+  LinuxSystemLogQueries queries(
+      handset.platform().clock, handset.platform().systemLog,
+      {directory / "journal", directory / "no-socket", {directory / "none", path}});
+  const auto append = [&](int first, int last, const char* end = "\n") {
+    std::ofstream file(path, std::ios::app);
+    for (int i = first; i <= last; ++i) file << "2026-01-01T00:00:00Z pc a[1]: " << i << end;
+  };
+  std::string above = "0";
+  const auto found = [&] {
+    const auto query = queries.createQuery();
+    EXPECT_EQ(query->set("SLQMessageID", above, 0x82), 0);
+    const auto response = queries.search(*query);
+    Texts texts;
+    while (const SystemLogMessage* message = response->next()) {
+      texts.push_back(*message->field("Message"));
+      above = *message->field("SLQMessageID");
+    }
+    return texts;
+  };
+  EXPECT_EQ(found(), Texts()) << "no file";
+  append(1, 300);
+  const Texts first = found();
+  ASSERT_EQ(first.size(), LinuxSystemLogQueries::kEarlier);
+  EXPECT_EQ(first.front() + " " + first.back(), "45 300");
+  std::ofstream(path, std::ios::app) << "2026-01-01T00:00:00Z pc zorva[1]: our own\n";
+  append(301, 301);
+  append(302, 302, "");
+  EXPECT_EQ(found(), Texts{"301"}) << "no half line";
+  append(0, 0);  // the rest of that line
+  std::filesystem::rename(path, path + ".0");
+  append(303, 303);
+  EXPECT_EQ(found(), Texts({"3022026-01-01T00:00:00Z pc a[1]: 0", "303"}));
+  std::filesystem::resize_file(path, 0);
+  append(4, 4, ".\n");
+  EXPECT_EQ(found(), Texts{"4."}) << "truncated";
+  std::ofstream(path, std::ios::app) << std::string(40000, 'x') << "\n";
+  append(5, 5);
+  EXPECT_EQ(found(), Texts{"5"});
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report/analyse/LaneEntries.h"
 
-#include <charconv>
 #include <cmath>
 #include <optional>
 #include <utility>
+
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {
@@ -134,12 +135,11 @@ void location(const LaneEntry& entry) {
 }
 
 void traffic(const LaneEntry& entry, Curve curve, std::string_view text) {
-  double kibibytes = 0;
-  const auto [end, error] =
-      std::from_chars(text.data(), text.data() + text.size(), kibibytes, std::chars_format::fixed);
-  const std::string_view rest(end, static_cast<std::size_t>(text.data() + text.size() - end));
-  if (error != std::errc() || rest != "K" || !(kibibytes >= 0)) return;
-  entry.sink.sample(curve, entry.now.time, kibibytes * 1024, entry.now.position);
+  if (!text.ends_with('K')) return;
+  text.remove_suffix(1);
+  const auto kibibytes = parseReal(text);
+  if (!kibibytes || !(*kibibytes >= 0)) return;
+  entry.sink.sample(curve, entry.now.time, *kibibytes * 1024, entry.now.position);
 }
 
 void network(const LaneEntry& entry) {

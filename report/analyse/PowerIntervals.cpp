@@ -2,8 +2,9 @@
 #include "report/analyse/PowerIntervals.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
+
+#include "platform/base/Text.h"
 
 namespace zorva {
 namespace {
@@ -20,12 +21,10 @@ bool tellsOfAudio(std::string_view assertion) {
 
 // "140/255" as a share of full brightness. Unknown brightness counts as full.
 float brightnessOf(std::string_view text) {
-  double now = 0;
-  double most = 0;
   const std::size_t slash = text.find('/');
   if (slash == text.npos) return 1;
-  std::from_chars(text.data(), text.data() + slash, now);
-  std::from_chars(text.data() + slash + 1, text.data() + text.size(), most);
+  const double now = parseReal(text.substr(0, slash)).value_or(0);
+  const double most = parseReal(text.substr(slash + 1)).value_or(0);
   return most > 0 && std::isfinite(now) ? static_cast<float>(std::clamp(now / most, 0.0, 1.0)) : 1;
 }
 

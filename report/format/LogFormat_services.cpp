@@ -14,7 +14,7 @@ constexpr std::string_view kNoServiceButPosted =
 
 constexpr FieldFormat kAccessory[] = {
     {"connected", Word, "", "Whether it is connected, or has just been disconnected.",
-     "The device manager (udev) reports USB devices; without it, in snapshots only.", Harmless,
+     "The device manager (udev), or without one the kernel, reports USB devices.", Harmless,
      kYesOrNo},
     {"connection_id", Hex, "", "The number of this connection.",
      "The USB bus, then the device in two digits: 112 is bus 1, device 18."},
@@ -306,8 +306,8 @@ constexpr EntryFormat kEntries[] = {
     {"Syslog", EntryShape::Text,
      "A message of the system log as \"PROGRAM[PROCESS ID]: TEXT\", with its own time, which is "
      "earlier than that of the entries around it; the text is cut after 1024 bytes. On Linux from "
-     "the journal, which root and the groups systemd-journal and adm can read. The preference "
-     "ZVRecordSyslog switches it off.",
+     "the journal, which root and the groups systemd-journal and adm can read; without a journal "
+     "from /var/log/syslog or /var/log/messages. The preference ZVRecordSyslog switches it off.",
      "In a snapshot the last ten; then above each Battery entry the new ones.",
      "Anything: programs write names, addresses and paths into the system log."},
     {"WiFi", EntryShape::Fields, "The radio for wireless networks.",

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 
 #include "platform/base/Text.h"
@@ -11,14 +10,6 @@
 
 namespace zorva {
 namespace {
-
-template <typename Number, typename... How>
-std::optional<Number> numberIn(std::string_view text, How... how) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, how...);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
 
 // The offset after the ";" that ends a field without "; " in its value: the first one before a
 // blank or the end.
@@ -183,11 +174,11 @@ void splitFields(const LogRecord& entry, std::vector<LogField>& fields) {
 
 std::optional<std::int64_t> LogField::integer() const {
   const bool hex = format != nullptr && format->type == FieldType::Hex;
-  return numberIn<std::int64_t>(value, hex ? 16 : 10);
+  return parseNumber<std::int64_t>(value, hex ? 16 : 10);
 }
 
 std::optional<double> LogField::real() const {
-  return numberIn<double>(value, std::chars_format::general);
+  return parseReal(value);
 }
 
 std::optional<std::int64_t> LogField::seconds() const {
@@ -196,7 +187,7 @@ std::optional<std::int64_t> LogField::seconds() const {
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const std::size_t colon = i + 1 < parts.size() ? rest.find(':') : rest.size();
     if (colon == rest.npos) return std::nullopt;
-    const auto part = numberIn<std::int64_t>(rest.substr(0, colon));
+    const auto part = parseNumber<std::int64_t>(rest.substr(0, colon));
     constexpr std::int64_t kMaximum = std::int64_t{1} << 48;  // nothing overflows below
     if (!part || *part > kMaximum || *part < -kMaximum) return std::nullopt;
     parts[i] = *part;

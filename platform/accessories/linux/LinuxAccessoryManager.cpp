@@ -125,24 +125,19 @@ std::vector<Accessory> LinuxAccessoryManager::connectedAccessories() {
 }
 
 bool LinuxAccessoryManager::listen() {
-  auto events = std::make_unique<DeviceEvents>(
-      [this](const std::string&, sd_device* device) { deviceChanged(device); });
+  auto events =
+      std::make_unique<DeviceEvents>([this](const DeviceEvent& event) { deviceChanged(event); });
   if (!events->listen("usb", "usb_device") || !events->attach(event_)) return false;
   events_ = std::move(events);
   known_ = accessoriesThere();  // after the events have begun, so that none is missed
   return true;
 }
 
-void LinuxAccessoryManager::deviceChanged(sd_device* device) {
-  const char* directory = nullptr;
-  sd_device_action_t action;
-  if (sd_device_get_syspath(device, &directory) < 0 || sd_device_get_action(device, &action) < 0) {
-    return;
-  }
-  if (action == SD_DEVICE_REMOVE) {
-    vanished(directory);
-  } else if (action != SD_DEVICE_UNBIND) {
-    appeared(directory, action == SD_DEVICE_BIND);
+void LinuxAccessoryManager::deviceChanged(const DeviceEvent& event) {
+  if (event.action == "remove") {
+    vanished(event.path);
+  } else if (event.action != "unbind") {
+    appeared(event.path, event.action == "bind");
   }
 }
 

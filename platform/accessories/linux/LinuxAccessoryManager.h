@@ -30,7 +30,7 @@ class LinuxAccessoryManager : public AccessoryManager {
 
  private:
   bool listen();
-  void deviceChanged(sd_device* device);
+  void deviceChanged(const DeviceEvent& event);
   void appeared(const std::string& directory, bool configured);
   void vanished(const std::string& directory);
 

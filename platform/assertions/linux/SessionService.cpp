@@ -158,11 +158,8 @@ void SessionService::finish() {
 }
 
 void SessionService::later(microseconds delay) {
-  sd_event_source* source = nullptr;
-  if (sd_event_add_time_relative(parts_.event, &source, CLOCK_MONOTONIC,
-                                 static_cast<std::uint64_t>(delay.count()), 0, onLater,
-                                 this) >= 0) {
-    later_.reset(source);
+  if (auto source = startTimer(parts_.event, CLOCK_MONOTONIC, delay, onLater, this)) {
+    later_ = std::move(source);
   }
 }
 

@@ -50,11 +50,8 @@ class UserSessions::Session {
 
   // The lock and what it stands for come and go over two buses, in either order.
   void waitForExplanation() {
-    sd_event_source* source = nullptr;
-    if (sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC,
-                                   static_cast<std::uint64_t>(grace_.count()), 0, onUnexplained,
-                                   this) >= 0) {
-      unexplained_.reset(source);
+    if (auto source = startTimer(event_, CLOCK_MONOTONIC, grace_, onUnexplained, this)) {
+      unexplained_ = std::move(source);
     }
   }
   static int onUnexplained(sd_event_source*, std::uint64_t, void* self) {

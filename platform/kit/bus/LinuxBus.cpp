@@ -253,11 +253,8 @@ void LinuxBus::socketChanged() {
 }
 
 void LinuxBus::connectLater(std::chrono::microseconds delay) {
-  sd_event_source* source = nullptr;
-  if (sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC,
-                                 static_cast<std::uint64_t>(delay.count()), 0, onLater,
-                                 this) >= 0) {
-    later_.reset(source);
+  if (auto source = startTimer(event_, CLOCK_MONOTONIC, delay, onLater, this)) {
+    later_ = std::move(source);
   }
 }
 

@@ -2,19 +2,33 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <dirent.h>
 #include <span>
 #include <string_view>
+#include <sys/syscall.h>
 #include <type_traits>
+#include <unistd.h>
 
 #include "platform/base/Text.h"
 
 namespace zorva {
 
+/// An entry as the kernel writes it. Its name follows the type and ends with a zero byte. C
+/// libraries declare it, and the call that reads it, under different names or not at all.
+struct DirectoryEntry {
+  std::uint64_t inode;
+  std::int64_t next;
+  std::uint16_t length;  ///< of the whole entry, in bytes
+  std::uint8_t type;
+};
+constexpr std::size_t kEntryNameOffset = offsetof(DirectoryEntry, type) + 1;
+
 /// Calls back with the name of every entry except "." and "..", from the directory's current read
-/// position to its end. Returns 0 or an error number. The buffer must be aligned like dirent64.
+/// position to its end. Returns 0 or an error number. The buffer must be aligned like
+/// DirectoryEntry.
 ///
 /// Only an empty result is the end: if a signal is pending, the kernel returns fewer entries than
 /// fit, or none with EINTR.
@@ -23,20 +37,20 @@ namespace zorva {
 template <typename Visit>
 int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
   for (;;) {
-    const ssize_t length = ::getdents64(directory, buffer.data(), buffer.size());
+    const long length = ::syscall(SYS_getdents64, directory, buffer.data(), buffer.size());
     if (length < 0 && errno == EINTR) continue;
     if (length <= 0) return length < 0 ? errno : 0;
-    for (ssize_t at = 0; at < length;) {
-      const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
-      const char* const name = entry->d_name;
+    for (long at = 0; at < length;) {
+      const auto* const entry = reinterpret_cast<const DirectoryEntry*>(buffer.data() + at);
+      const char* const name = buffer.data() + at + kEntryNameOffset;
       if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) {
         if constexpr (std::is_invocable_v<Visit, const char*, unsigned char>) {
-          visit(name, entry->d_type);
+          visit(name, entry->type);
         } else {
           visit(name);
         }
       }
-      at += entry->d_reclen;
+      at += entry->length;
     }
   }
 }

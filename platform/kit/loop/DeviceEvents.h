@@ -5,15 +5,33 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <systemd/sd-device.h>
 #include <utility>
 
+#include "platform/base/Descriptor.h"
+#include "platform/kit/loop/EventSources.h"
+
 namespace zorva {
 
-/// The device manager's events of chosen classes. No other event wakes the process.
+/// What an event says of its device. Valid while the event is handled.
+struct DeviceEvent {
+  std::string_view action;     ///< "add", "remove", "change", "bind", "unbind", ...
+  std::string_view subsystem;  ///< the kernel's class or bus, such as "power_supply"
+  std::string path;            ///< its directory in /sys
+  /// The value of a variable such as "POWER_SUPPLY_STATUS"; null if the event has none.
+  std::function<const char*(const char* variable)> value;
+
+  /// The last part of the path, with "/" where the kernel has it in a device's name.
+  std::string name() const;
+};
+
+/// The events of chosen classes. If a device manager runs, they are its own, which follow its work
+/// on the device, and no other event wakes the process. Otherwise they are the kernel's, until a
+/// device manager sends its first one; then events of other classes are read, too, and dropped.
 class DeviceEvents {
  public:
-  using Handler = std::function<void(const std::string& subsystem, sd_device* device)>;
+  using Handler = std::function<void(const DeviceEvent& event)>;
 
   /// The handler may destroy this object.
   explicit DeviceEvents(Handler handler) : handler_(std::move(handler)) {}
@@ -33,12 +51,17 @@ class DeviceEvents {
 
   bool add(const std::string& subsystem, const std::string& deviceType);
   bool start();
+  void listenToKernel(sd_event* event);
+  void handle(const DeviceEvent& event);
   static int onDevice(sd_device_monitor*, sd_device* device, void* self);
+  static int onKernel(sd_event_source*, int descriptor, std::uint32_t, void* self);
 
   Handler handler_;
   std::map<std::string, std::string> types_;  ///< by subsystem; empty: all
   std::unique_ptr<sd_device_monitor, MonitorRelease> monitor_;
   bool started_ = false;
+  Descriptor kernel_;
+  EventSource kernelSource_;
 };
 
 }  // namespace zorva

@@ -15,6 +15,19 @@ int dispatch(sd_event_source*, void* call) {
 
 }  // namespace
 
+EventSource startTimer(sd_event* event, clockid_t clock, std::chrono::microseconds delay,
+                       sd_event_time_handler_t fired, void* userdata,
+                       std::chrono::microseconds slack) {
+  std::uint64_t now = 0;
+  sd_event_source* source = nullptr;
+  if (sd_event_now(event, clock, &now) < 0 ||
+      sd_event_add_time(event, &source, clock, now + static_cast<std::uint64_t>(delay.count()),
+                        static_cast<std::uint64_t>(slack.count()), fired, userdata) < 0) {
+    return nullptr;
+  }
+  return EventSource(source);
+}
+
 CoalescedCall::CoalescedCall(sd_event* event, std::function<void()> call) : call_(std::move(call)) {
   sd_event_source* source = nullptr;
   if (sd_event_add_defer(event, &source, dispatch, &call_) < 0) return;

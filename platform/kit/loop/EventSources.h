@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <systemd/sd-event.h>
@@ -14,6 +16,13 @@ struct EventSourceRelease {
 /// Owns a source of the event loop. Destroying it disables the source at once, even from its own
 /// handler.
 using EventSource = std::unique_ptr<sd_event_source, EventSourceRelease>;
+
+/// A source that fires once, so long from now on the clock; null if it cannot be had. The slack is
+/// how much later it may fire; 0 is the loop's own, 250 ms. (sd_event_add_time_relative() is
+/// younger than some versions of libelogind.)
+EventSource startTimer(sd_event* event, clockid_t clock, std::chrono::microseconds delay,
+                       sd_event_time_handler_t fired, void* userdata,
+                       std::chrono::microseconds slack = {});
 
 /// Makes one call for any number of requests, after the loop has delivered all other ready events,
 /// so that a burst of events is handled once.

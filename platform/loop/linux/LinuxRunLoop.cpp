@@ -8,6 +8,8 @@
 #include <system_error>
 #include <time.h>
 
+#include "platform/kit/loop/EventSources.h"
+
 namespace zorva {
 namespace {
 
@@ -69,11 +71,10 @@ Registration LinuxRunLoop::startTimer(double seconds, std::function<void()> fire
   auto source = std::make_shared<Source>(std::move(fire));
   // Not-a-number fails both comparisons and becomes 0.
   const double held = seconds > 0.0 ? std::min(seconds, kMaxTimer) : 0.0;
-  if (sd_event_add_time_relative(event(), source->place(), CLOCK_BOOTTIME,
-                                 static_cast<std::uint64_t>(held * 1e6), 0, &Source::fired,
-                                 source.get()) < 0) {
-    return {};
-  }
+  const std::chrono::microseconds delay(static_cast<std::int64_t>(held * 1e6));
+  *source->place() =
+      zorva::startTimer(event(), CLOCK_BOOTTIME, delay, &Source::fired, source.get()).release();
+  if (*source->place() == nullptr) return {};
   return Source::registration(std::move(source));
 }
 

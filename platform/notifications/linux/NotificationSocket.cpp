@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <functional>
 #include <optional>
@@ -43,7 +42,7 @@ bool withAddress(Call call, int socket, const sockaddr_un& address) {
 
 // Reads the directory from its start, even if it was read before.
 void forEachName(int directory, const std::function<void(const std::string&)>& visit) {
-  alignas(dirent64) char buffer[4096];
+  alignas(DirectoryEntry) char buffer[4096];
   if (::lseek(directory, 0, SEEK_SET) == 0) forEachEntry(directory, buffer, visit);
 }
 

@@ -8,6 +8,8 @@
 #include <limits>
 #include <system_error>
 
+#include "platform/base/Text.h"
+
 namespace zorva {
 namespace {
 
@@ -187,10 +189,9 @@ bool parseHostStat(std::string_view text, HostStat& stat) {
 
 bool parseLoadAverages(std::string_view text, double (&averages)[3]) {
   for (double& average : averages) {
-    const std::string_view word = takeWord(text);
-    const char* const end = word.data() + word.size();
-    const auto [last, error] = std::from_chars(word.data(), end, average);
-    if (last != end || error != std::errc() || !(average >= 0) || std::isinf(average)) return false;
+    const auto number = parseReal(takeWord(text));
+    if (!number || !(*number >= 0) || std::isinf(*number)) return false;
+    average = *number;
   }
   return true;
 }

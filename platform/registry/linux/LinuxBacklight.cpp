@@ -24,9 +24,8 @@ class LinuxBacklight::BrightnessWatch : public Watch {
     power_.reset(source);
   }
 
-  void deviceChanged(sd_device* device) override {
-    const char* name = nullptr;
-    if (sd_device_get_sysname(device, &name) >= 0 && name == backlight_.name_) look();
+  void deviceChanged(const DeviceEvent& event) override {
+    if (event.name() == backlight_.name_) look();
   }
 
  private:

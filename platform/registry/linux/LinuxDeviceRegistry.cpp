@@ -34,7 +34,7 @@ std::unique_ptr<RegistryNotificationPort> LinuxDeviceRegistry::makeNotificationP
 
 Registration LinuxDeviceRegistry::observeFirstPowerSource(std::function<void()> appeared) {
   if (!supplyEvents_) {
-    supplyEvents_ = std::make_unique<DeviceEvents>([this](const std::string&, sd_device*) {
+    supplyEvents_ = std::make_unique<DeviceEvents>([this](const DeviceEvent&) {
       if (!powerSource_->exists()) return;
       const auto ended = std::move(supplyEvents_);
       appeared_.notify();

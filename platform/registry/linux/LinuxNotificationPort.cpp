@@ -8,8 +8,8 @@
 namespace zorva {
 
 LinuxNotificationPort::LinuxNotificationPort(sd_event* event)
-    : event_(event), events_([this](const std::string& subsystem, sd_device* device) {
-        interests_[subsystem].notify(device);
+    : event_(event), events_([this](const DeviceEvent& news) {
+        interests_[std::string(news.subsystem)].notify(news);
       }) {}
 
 bool LinuxNotificationPort::addToRunLoop() {
@@ -29,7 +29,7 @@ RegistryResult LinuxNotificationPort::addInterest(const std::shared_ptr<Registry
   };
   std::shared_ptr<LinuxRegistryEntry::Watch> watch = device->watch(event_, std::move(report));
   interest = interests_[device->subsystem()].add(
-      [watch](sd_device* changed) { watch->deviceChanged(changed); });
+      [watch](const DeviceEvent& event) { watch->deviceChanged(event); });
   return kRegistrySuccess;
 }
 

@@ -23,7 +23,7 @@ class LinuxNotificationPort : public RegistryNotificationPort {
 
  private:
   sd_event* event_;
-  std::map<std::string, Observers<sd_device*>> interests_;           // by subsystem
+  std::map<std::string, Observers<const DeviceEvent&>> interests_;   // by subsystem
   std::shared_ptr<bool> onRunLoop_ = std::make_shared<bool>(false);  // ends with the port
   DeviceEvents events_;
 };

@@ -38,11 +38,7 @@ class Timer {
   Timer& operator=(const Timer&) = delete;
 
   void start(microseconds delay, microseconds slack) {
-    sd_event_source* source = nullptr;
-    sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC,
-                               static_cast<std::uint64_t>(delay.count()),
-                               static_cast<std::uint64_t>(slack.count()), fired, this);
-    source_.reset(source);
+    source_ = startTimer(event_, CLOCK_MONOTONIC, delay, fired, this, slack);
   }
   void stop() { source_.reset(); }
   bool running() const { return source_ != nullptr; }
@@ -77,11 +73,9 @@ class LinuxPowerSource::PowerSourceWatch : public Watch {
     prepare();
   }
 
-  void deviceChanged(sd_device* device) override {
-    if (source_.take(device)) return judge(Occasion::OwnEvent);
-    sd_device_action_t action = SD_DEVICE_CHANGE;
-    sd_device_get_action(device, &action);
-    if (action == SD_DEVICE_CHANGE) return chargerChanged();
+  void deviceChanged(const DeviceEvent& event) override {
+    if (source_.take(event)) return judge(Occasion::OwnEvent);
+    if (event.action == "change") return chargerChanged();
     look();
   }
 
@@ -198,21 +192,14 @@ void LinuxPowerSource::read() {
 }
 
 // True if a battery's event has brought its state, or has asked to read it.
-bool LinuxPowerSource::take(sd_device* device) {
-  const char* sysname = nullptr;
-  sd_device_action_t action{};
-  if (sd_device_get_sysname(device, &sysname) < 0 || sd_device_get_action(device, &action) < 0 ||
-      action == SD_DEVICE_REMOVE) {
-    return false;
-  }
+bool LinuxPowerSource::take(const DeviceEvent& event) {
+  if (event.action == "remove") return false;
+  const std::string sysname = event.name();
   const auto found = members_.find(sysname);
   if (found == members_.end()) return false;
-  const bool taken = found->second.reader.take([device](const std::string& name) {
-    const char* value = nullptr;
-    const std::string variable = "POWER_SUPPLY_" + name;
-    return sd_device_get_property_value(device, variable.c_str(), &value) < 0
-               ? std::nullopt
-               : std::optional<std::string>(value);
+  const bool taken = found->second.reader.take([&event](const std::string& name) {
+    const char* const value = event.value(("POWER_SUPPLY_" + name).c_str());
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
   });
   if (!taken) found->second.reader.read();
   for (auto& [name, member] : members_) {

@@ -72,7 +72,7 @@ class LinuxPowerSource : public LinuxRegistryEntry {
 
   void findMembers();
   void read();
-  bool take(sd_device* device);
+  bool take(const DeviceEvent& event);
   void combine();
 
   sd_event* event_;

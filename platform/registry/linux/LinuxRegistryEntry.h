@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <systemd/sd-device.h>
 
+#include "platform/kit/loop/DeviceEvents.h"
 #include "platform/registry/DeviceRegistry.h"
 
 namespace zorva {
@@ -21,7 +21,7 @@ class LinuxRegistryEntry : public RegistryEntry {
    public:
     virtual ~Watch() = default;
     /// A device of the entry's class has changed, has come or has gone.
-    virtual void deviceChanged(sd_device* device) = 0;
+    virtual void deviceChanged(const DeviceEvent& event) = 0;
   };
 
   /// The kernel's class whose events the entry's watches have to hear of.

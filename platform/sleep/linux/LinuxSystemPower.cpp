@@ -99,11 +99,9 @@ void LinuxSystemPower::tryInhibitor() {
       });
   if (reply.outcome == LinuxBus::Outcome::Failed && refusals_ < kMaxRetries) {
     // The login manager refuses every lock while it puts the system to sleep.
-    const auto delay = static_cast<std::uint64_t>(sources_.firstRetry.count()) << refusals_++;
-    sd_event_source* source = nullptr;
-    if (sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC, delay, 0, onRetry, this) >=
-        0) {
-      retry_.reset(source);
+    const auto delay = sources_.firstRetry * (1 << refusals_++);
+    if (auto source = startTimer(event_, CLOCK_MONOTONIC, delay, onRetry, this)) {
+      retry_ = std::move(source);
     }
   }
   if (reply.outcome != LinuxBus::Outcome::Answered) return;

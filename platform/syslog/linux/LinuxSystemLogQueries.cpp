@@ -27,7 +27,7 @@ std::optional<std::string> fieldOf(sd_journal* journal, const char* name) {
   if (sd_journal_get_data(journal, name, &data, &size) < 0) return std::nullopt;
   std::string_view text(static_cast<const char*>(data), size);
   text.remove_prefix(std::min(text.size(), text.find('=') + 1));
-  return std::string(cutToBytes(text, LinuxSystemLogQueries::kMaxTextBytes));
+  return std::string(cutToBytes(text, SystemLogRecord::kMaxTextBytes));
 }
 
 bool isOwn(const std::optional<std::string>& sender, const std::optional<std::string>& process) {
@@ -49,7 +49,7 @@ class LinuxSystemLogQueries::Query : public SystemLogQuery {
   std::uint32_t above_ = 0;
 };
 
-// Continues reading the journal when all messages read before have been returned.
+// Continues reading when all messages read before have been returned.
 class LinuxSystemLogQueries::Response : public SystemLogResponse, private SystemLogMessage {
  public:
   Response(LinuxSystemLogQueries& queries, std::shared_ptr<sd_journal> journal, std::uint32_t above)
@@ -64,7 +64,7 @@ class LinuxSystemLogQueries::Response : public SystemLogResponse, private System
         reached_ = message_.id;
         return this;
       }
-    } while (journal_ && queries_.readNext(journal_.get()));
+    } while (queries_.readNext(journal_.get()));
     return nullptr;
   }
 
@@ -92,19 +92,29 @@ std::unique_ptr<SystemLogResponse> LinuxSystemLogQueries::search(const SystemLog
   // Opened for each search: journal files that were created, rotated or removed need not be
   // watched, and no journal file stays mapped between searches.
   auto journal = journal_.lock();
-  if (!journal) journal_ = journal = openJournal();
+  if (!journal && !readsFile()) journal_ = journal = openJournal();
   return std::make_unique<Response>(*this, std::move(journal),
                                     static_cast<const Query&>(query).above());
 }
 
-std::shared_ptr<sd_journal> LinuxSystemLogQueries::openJournal() const {
+// Files of a journal may be left from another service manager; its socket is not.
+bool LinuxSystemLogQueries::readsFile() {
+  return ::access(sources_.journalSocket.c_str(), F_OK) != 0 && file_.open();
+}
+
+std::shared_ptr<sd_journal> LinuxSystemLogQueries::openJournal() {
   sd_journal* opened = nullptr;
-  const int result = directory_.empty() ? sd_journal_open(&opened, SD_JOURNAL_LOCAL_ONLY)
-                                        : sd_journal_open_directory(&opened, directory_.c_str(), 0);
+  const int result = sources_.journal.empty()
+                         ? sd_journal_open(&opened, SD_JOURNAL_LOCAL_ONLY)
+                         : sd_journal_open_directory(&opened, sources_.journal.c_str(), 0);
+  if (result == -ENOSYS && !std::exchange(reported_, true)) {
+    problems_.write("There is no system log to read: no journal, and no file of a syslog daemon (" +
+                    sources_.files.front() + ", " + sources_.files.back() + ") that can be opened");
+  }
   if (result < 0) return nullptr;
   std::shared_ptr<sd_journal> journal(opened, sd_journal_close);
   // Includes room for the field's name.
-  sd_journal_set_data_threshold(opened, kMaxTextBytes + 64);
+  sd_journal_set_data_threshold(opened, SystemLogRecord::kMaxTextBytes + 64);
   seekUnread(opened);
   return journal;
 }
@@ -127,26 +137,39 @@ void LinuxSystemLogQueries::seekUnread(sd_journal* journal) const {
 
 // Reads one entry, which may not be a message. Returns false at the end.
 bool LinuxSystemLogQueries::readNext(sd_journal* journal) {
+  Message message;
+  if (journal != nullptr) {
+    if (!readEntry(journal, message)) return false;
+  } else {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(clock_.now().time_since_epoch());
+    auto record = file_.next(seconds.count());
+    if (!record) return false;
+    static_cast<SystemLogRecord&>(message) = std::move(*record);
+  }
+  if (isOwn(message.sender, message.process)) return true;
+  message.time = std::min(message.time, kMaxTime);
+  message.id = ++lastId_;
+  messages_.push_back(std::move(message));
+  if (messages_.size() > kKept) messages_.pop_front();
+  return true;
+}
+
+bool LinuxSystemLogQueries::readEntry(sd_journal* journal, Message& message) {
   if (sd_journal_next(journal) <= 0) return false;
   char* cursor = nullptr;
   if (sd_journal_get_cursor(journal, &cursor) < 0) return false;
   lastRead_ = cursor;
   std::free(cursor);
 
-  Message message{};
   message.sender = fieldOf(journal, "SYSLOG_IDENTIFIER");
   if (!message.sender) message.sender = fieldOf(journal, "_COMM");
   message.process = fieldOf(journal, "_PID");
   if (!message.process) message.process = fieldOf(journal, "SYSLOG_PID");
   if (!message.process && fieldOf(journal, "_TRANSPORT") == "kernel") message.process = "0";
-  if (isOwn(message.sender, message.process)) return true;
   message.text = fieldOf(journal, "MESSAGE");
   std::uint64_t microseconds = 0;
   sd_journal_get_realtime_usec(journal, &microseconds);
-  message.time = std::min(static_cast<std::int64_t>(microseconds / 1'000'000), kMaxTime);
-  message.id = ++lastId_;
-  messages_.push_back(std::move(message));
-  if (messages_.size() > kKept) messages_.pop_front();
+  message.time = static_cast<std::int64_t>(microseconds / 1'000'000);
   return true;
 }
 

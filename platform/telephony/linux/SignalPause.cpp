@@ -53,12 +53,9 @@ void SignalPause::waitForModems(std::intptr_t argument) {
     static_cast<SignalPause*>(self)->allow();
     return 0;
   };
-  sd_event_source* source = nullptr;
-  if (sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC, patienceTime_, 0, over, this) <
-      0) {
-    return allow();
-  }
-  patience_.reset(source);
+  patience_ =
+      startTimer(event_, CLOCK_MONOTONIC, std::chrono::microseconds(patienceTime_), over, this);
+  if (!patience_) allow();
 }
 
 void SignalPause::allow() {

@@ -25,7 +25,7 @@ LinuxThermal::LinuxThermal(sd_event* event, NotificationCentre& notifications,
       directory_(std::move(directory)),
       throttling_(directory_),
       changed_(event, [this] { reportChange(); }),
-      deviceEvents_([this](const std::string&, sd_device* device) { deviceChanged(device); }) {
+      deviceEvents_([this](const DeviceEvent& news) { deviceChanged(news); }) {
   deviceEvents_.listen("thermal");
   for (std::size_t index = 0; index < kThermalSensorValues.size(); ++index) {
     states_.push_back(
@@ -69,13 +69,10 @@ void LinuxThermal::eventsCame(const ThermalChanges& changes) {
 }
 
 // A zone has changed when a point was crossed under a governor that leaves the rest to a program.
-void LinuxThermal::deviceChanged(sd_device* device) {
+void LinuxThermal::deviceChanged(const DeviceEvent& event) {
   constexpr std::string_view kZone = "thermal_zone";
-  sd_device_action_t action = SD_DEVICE_ADD;
-  const char* name = "";
   std::optional<std::int32_t> zone;
-  if (sd_device_get_action(device, &action) >= 0 && action == SD_DEVICE_CHANGE &&
-      sd_device_get_sysname(device, &name) >= 0 && std::string_view(name).starts_with(kZone)) {
+  if (const std::string name = event.name(); event.action == "change" && name.starts_with(kZone)) {
     zone = parseNumber<std::int32_t>(std::string_view(name).substr(kZone.size()));
   }
   if (zone) {

@@ -6,7 +6,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <systemd/sd-device.h>
 #include <systemd/sd-event.h>
 #include <vector>
 
@@ -52,7 +51,7 @@ class LinuxThermal : public Thermal {
   std::uint64_t sensorState(std::size_t index) const;
   void readAll();
   void eventsCame(const ThermalChanges& changes);
-  void deviceChanged(sd_device* device);
+  void deviceChanged(const DeviceEvent& event);
   void reportChange();
 
   sd_event* event_;
