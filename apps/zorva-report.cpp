@@ -251,8 +251,14 @@ int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs)
   return finish(output);
 }
 
+void appendReport(const LogSummary& summary, const LogJson& json, std::string& to) {
+  std::string report;
+  appendReportJson(summary, Answer(summary), report);
+  to.append(json.lineBegin()).append(",").append(report, 1);  // without its "{"
+}
+
 // The report as one line, from a first reading of the logs.
-std::string reportLine(const ReportRequest& request, std::string& line) {
+std::string reportLine(const ReportRequest& request, const LogJson& json, std::string& line) {
   std::vector<LogInput> inputs;
   std::string problem = openLogs(request.logs, inputs);
   LogReader reader;
@@ -267,13 +273,13 @@ std::string reportLine(const ReportRequest& request, std::string& line) {
     }
   }
   const LogSummary summary = summarizer.finish();
-  appendReportJson(summary, Answer(summary), line);
+  appendReport(summary, json, line);
   return problem;
 }
 
 int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReader reader;
-  LogJson json;
+  LogJson json(request.device);
   WindowFilter filter(request.window);
   OutputFile output = OutputFile::standardOutput();
   bool written = true;
@@ -283,7 +289,7 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
       std::ranges::any_of(inputs, [](const LogInput& input) { return !input.canBeReadAgain(); });
   LogSummarizer summarizer(request.window);
   if (!once) {
-    const std::string problem = reportLine(request, output.pending());
+    const std::string problem = reportLine(request, json, output.pending());
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   }
   Progress progress(kReportProgram, inputs);
@@ -292,17 +298,15 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
         readLog(reader, input, progress, [&](const LogRecord& record, const std::string& file) {
           if (once) summarizer.add(record);
           reached.add(record);
-          if (filter.takes(record)) json.append(record, file, output.pending());
+          json.add(record, file, filter.takes(record), output.pending());
           return written = output.flushIfMuch();
         });
     if (!written) return complain(kReportProgram, output.problem(), kFailed);
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   }
   if (!reached.touches(request.window)) return nothingToReport(request.window);
-  if (once) {
-    const LogSummary summary = summarizer.finish();
-    appendReportJson(summary, Answer(summary), output.pending());
-  }
+  json.release(output.pending());
+  if (once) appendReport(summarizer.finish(), json, output.pending());
   return finish(output);
 }
 
@@ -314,7 +318,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     if (live) output.pending().append(line).append("\n");
   });
   LogHistory history(news);
-  LogJson json;
+  LogJson json(request.device);
   WindowFilter filter(request.window);
   const auto take = [&](const LogRecord& record, const std::string& file) {
     const bool inside = filter.takes(record);
@@ -322,8 +326,8 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
       const bool before = std::exchange(live, live && inside);
       history.add(record);
       live = before;
-    } else if (live && inside) {
-      json.append(record, file, output.pending());
+    } else {
+      json.add(record, file, live && inside, output.pending());
     }
     return output.flushIfMuch();
   };
@@ -337,7 +341,10 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   }
   bool written = true;
   LogFollower follower(std::move(inputs.back()), [&](bool forAWhile) {
-    if (forAWhile) history.settle();
+    if (forAWhile) {
+      history.settle();
+      json.release(output.pending());
+    }
     if (!std::exchange(live, true) && !request.json) {
       output.pending() += "Following " + safeText(follower.input().name());
       if (news.level()) output.pending() += "; the battery is at " + figure(*news.level()) + " %";
@@ -357,6 +364,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   } while (written && follower.next());
   history.finish();
+  json.release(output.pending());
   return written ? finish(output) : complain(kReportProgram, output.problem(), kFailed);
 }
 
