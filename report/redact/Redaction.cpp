@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "platform/base/Text.h"
+#include "report/format/ZoneOffset.h"
 #include "report/redact/OwnMessages.h"
-#include "report/redact/ZoneOffset.h"
 
 namespace zorva {
 namespace {
