@@ -94,12 +94,13 @@ std::string logged(LinuxPowerSource& source) {
   const std::string gauge =
       source.hasGasGauge() ? formatText("%d mA of %.0f", now["InstantAmperage"].integer32(), full)
                            : "?";
-  const char* state = now["IsCharging"].boolean()     ? "Active"
-                      : now["FullyCharged"].boolean() ? "Full"
-                                                      : "Inactive";
+  const std::string state = now["IsCharging"].boolean() ? "Active"
+                            : now["FullyCharged"].boolean()
+                                ? "Full"
+                                : now["ChargeStatus"].text().value_or("Inactive");
   return formatText("%.2f%% %d mV %s, %s %d mA %.2f C",
                     now["CurrentCapacity"].real() * 100.0 / full,
-                    voltage.isNothing() ? -1 : voltage.integer32(), gauge.c_str(), state,
+                    voltage.isNothing() ? -1 : voltage.integer32(), gauge.c_str(), state.c_str(),
                     now["Amperage"].integer32(), now["Temperature"].integer32() / 100.0);
 }
 
@@ -160,6 +161,10 @@ TEST(LinuxPowerSource, ReadoutsOfRealBatteries) {
        "status=Full voltage_min_design=3400000 voltage_now=4336658 current_now=-19531 "
        "charge_full_design=4000000 capacity=99 temp=263",
        "99.00% 4337 mV ?, Full -20 mA 26.30 C"},
+      {"qcom_battmgr: github.com/harrisonvanderbyl/surface-pro-12-inch-linux/issues/5",
+       "status=Not_charging voltage_now=7734000 power_now=0 energy_full_design=37450000 "
+       "energy_full=38680000 energy_now=38680000 temp=301",
+       "100.00% 7734 mV 0 mA of 5001, Not charging 0 mA 30.10 C"},
       {"cw2015: github.com/Alexays/Waybar/issues/966",
        "status=Charging capacity=96 voltage_now=4151000 charge_counter=1 charge_full=9800000 "
        "charge_full_design=9800000 current_now=0",

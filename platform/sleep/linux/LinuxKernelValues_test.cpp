@@ -166,15 +166,21 @@ TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
     };
   };
   const std::vector<Case> cases{
-      // Wakes of real machines: a reader (github.com/OGKevin/cadmus/issues/814), a laptop whose
-      // display wakes it (lkml.iu.edu/2606.1/07443.html), a tablet by its light sensor
-      // (github.com/linux-surface/linux-surface/pull/2256), and a console whose kernel has no
-      // answer
-      // (github.com/ValveSoftware/SteamOS/issues/1558).
+      // Wakes of real machines: a reader (github.com/OGKevin/cadmus/issues/814), a laptop by its
+      // display (lkml.iu.edu/2606.1/07443.html), a tablet by its light sensor
+      // (github.com/linux-surface/linux-surface/pull/2256), a console whose kernel has no answer
+      // (github.com/ValveSoftware/SteamOS/issues/1558), and a phone whose Wi-Fi keeps it awake
+      // (github.com/sonyxperiadev/bug_tracker/issues/596).
       {{}, of(90, "bd71828_irq", "mt-eint"), "bd71828_irq irq 90 mt-eint"},
       {{}, of(7, "pinctrl_amd", "IO-APIC"), "pinctrl_amd irq 7 IO-APIC"},
       {{}, of(14, "INT34C5:00", "IO-APIC"), "INT34C5:00 irq 14 IO-APIC"},
       {{}, [](const Machine&) {}, ""},
+      {{},
+       [](const Machine& machine) {
+         machine.write("class/wakeup/wakeup3/name", "mgmt_txrx tx_cmp\n");
+         machine.speak("wakeup3", 1, 0, 120);
+       },
+       "mgmt_txrx tx_cmp wakeup source"},
       // The kernel's own text.
       {{kUsbModem},
        resumeReason("57 qcom,glink-smem\n8 pm8xxx_rtc_alarm\n"),
