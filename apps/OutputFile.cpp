@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "apps/ProcessSetUp.h"
+#include "platform/base/RenameToNew.h"
 
 namespace zorva {
 namespace {
@@ -122,10 +123,10 @@ bool OutputFile::finish() {
   if (temporary_.empty()) return true;
   if (::fsync(descriptor_) != 0) return fail("cannot be written", errno);
   close();
-  const unsigned flags = replace_ ? 0 : RENAME_NOREPLACE;
-  int error =
-      ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, name_.c_str(), flags) == 0 ? 0 : errno;
-  // Some file systems do not support RENAME_NOREPLACE.
+  const int renamed = replace_ ? std::rename(temporary_.c_str(), name_.c_str())
+                               : renameToNew(AT_FDCWD, temporary_.c_str(), AT_FDCWD, name_.c_str());
+  int error = renamed == 0 ? 0 : errno;
+  // Some file systems cannot keep a name that is taken.
   if (error == EINVAL && ::access(name_.c_str(), F_OK) != 0) {
     error = std::rename(temporary_.c_str(), name_.c_str()) == 0 ? 0 : errno;
   }

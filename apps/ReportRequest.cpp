@@ -13,7 +13,8 @@ constexpr const char* kWhen =
     "a time such as 23:00, yesterday, -8h, 2026-11-16 or \"2026-11-16 22:05:00\"";
 
 constexpr const char* kHelp =
-    "Usage: zorva-report [LOG...] [--since WHEN] [--until WHEN] [--json] [--follow]\n"
+    "Usage: zorva-report [LOG...] [--since WHEN] [--until WHEN] [--json [--device TOKEN]]\n"
+    "                    [--follow]\n"
     "       zorva-report [LOG...] -o FILE.html [--force] [--since WHEN] [--until WHEN]\n"
     "       zorva-report [LOG...] --trace FILE | --metrics FILE [--force] [--since WHEN] [--until "
     "WHEN]\n"
@@ -40,6 +41,8 @@ constexpr const char* kHelp =
     "output)\n"
     "      --force       replace FILE if it exists\n"
     "      --json        write every piece of the log as one line of JSON\n"
+    "      --device TOKEN\n"
+    "                    put TOKEN, which stands for the device, into each line of JSON\n"
     "      --follow      print new events as the last log, or the one after it, grows\n"
     "      --compare     show the logs side by side, in the order given, and what changed\n"
     "      --why         show what each finding is concluded from\n"
@@ -63,6 +66,13 @@ CommandOption exportOption(const char* name, std::optional<std::string>& to) {
   return {name, 0, "the name of a file", outputOption(to).take};
 }
 
+CommandOption deviceOption(std::string& to) {
+  return {"device", 0, "a token that stands for the device", [&to](const std::string& text) {
+            to = text;
+            return std::string();
+          }};
+}
+
 std::string contradiction(const ReportRequest& request) {
   if (request.compare && request.logs.size() < 2) return "--compare needs two logs or more.";
   if (request.compare && (request.json || request.follow)) {
@@ -71,6 +81,7 @@ std::string contradiction(const ReportRequest& request) {
   if (request.output && (request.json || request.follow)) {
     return "-o cannot be combined with --json or --follow.";
   }
+  if (!request.device.empty() && !request.json) return "--device needs --json.";
   const bool exports = request.trace || request.metrics;
   if ((request.trace && request.metrics) ||
       (exports && (request.output || request.compare || request.json || request.follow))) {
@@ -102,9 +113,9 @@ std::optional<CommandEnd> readReportRequest(const std::vector<std::string>& argu
       kHelp,
       {outputOption(request.output), exportOption("trace", request.trace),
        exportOption("metrics", request.metrics), commandSwitch("force", request.force),
-       commandSwitch("json", request.json), commandSwitch("follow", request.follow),
-       commandSwitch("compare", request.compare), commandSwitch("why", request.why),
-       timeOption("since", false, request.period.since),
+       commandSwitch("json", request.json), deviceOption(request.device),
+       commandSwitch("follow", request.follow), commandSwitch("compare", request.compare),
+       commandSwitch("why", request.why), timeOption("since", false, request.period.since),
        timeOption("until", true, request.period.until),
        commandSwitch("last-night", request.period.lastNight)}};
   if (auto end = readCommandLine(line, arguments, request.logs)) return end;

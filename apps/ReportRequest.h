@@ -14,6 +14,7 @@ namespace zorva {
 /// The command line of zorva-report.
 struct ReportRequest {
   bool json = false;
+  std::string device;  ///< token of the device, for each line of JSON; empty for none
   bool follow = false;
   bool compare = false;
   bool why = false;  ///< with what each finding is concluded from

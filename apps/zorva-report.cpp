@@ -256,8 +256,14 @@ int printComparison(const ReportRequest& request, std::vector<LogInput>& inputs)
   return finish(output);
 }
 
+void appendReport(const LogSummary& summary, const LogJson& json, std::string& to) {
+  std::string report;
+  appendReportJson(summary, Answer(summary), report);
+  to.append(json.lineBegin()).append(",").append(report, 1);  // without its "{"
+}
+
 // The report as one line, from a first reading of the logs.
-std::string reportLine(const ReportRequest& request, std::string& line) {
+std::string reportLine(const ReportRequest& request, const LogJson& json, std::string& line) {
   std::vector<LogInput> inputs;
   std::string problem = openLogs(request.logs, inputs);
   LogReader reader;
@@ -272,13 +278,13 @@ std::string reportLine(const ReportRequest& request, std::string& line) {
     }
   }
   const LogSummary summary = summarizer.finish();
-  appendReportJson(summary, Answer(summary), line);
+  appendReport(summary, json, line);
   return problem;
 }
 
 int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
   LogReader reader;
-  LogJson json;
+  LogJson json(request.device);
   WindowFilter filter(request.window);
   OutputFile output = OutputFile::standardOutput();
   bool written = true;
@@ -288,7 +294,7 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
       std::ranges::any_of(inputs, [](const LogInput& input) { return !input.canBeReadAgain(); });
   LogSummarizer summarizer(request.window);
   if (!once) {
-    const std::string problem = reportLine(request, output.pending());
+    const std::string problem = reportLine(request, json, output.pending());
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   }
   Progress progress(kReportProgram, inputs);
@@ -297,17 +303,15 @@ int printJson(const ReportRequest& request, std::vector<LogInput>& inputs) {
         readLog(reader, input, progress, [&](const LogRecord& record, const std::string& file) {
           if (once) summarizer.add(record);
           reached.add(record);
-          if (filter.takes(record)) json.append(record, file, output.pending());
+          json.add(record, file, filter.takes(record), output.pending());
           return written = output.flushIfMuch();
         });
     if (!written) return complain(kReportProgram, output.problem(), kFailed);
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   }
   if (!reached.touches(request.window)) return nothingToReport(request.window);
-  if (once) {
-    const LogSummary summary = summarizer.finish();
-    appendReportJson(summary, Answer(summary), output.pending());
-  }
+  json.release(output.pending());
+  if (once) appendReport(summarizer.finish(), json, output.pending());
   return finish(output);
 }
 
@@ -316,14 +320,14 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   OutputFile output = OutputFile::standardOutput();
   bool live = request.window.since != LogWindow::kAlways;
   LogNews news([&](const std::string& line) { output.pending().append(line).append("\n"); });
-  LogJson json;
+  LogJson json(request.device);
   WindowFilter filter(request.window);
   const auto take = [&](const LogRecord& record, const std::string& file) {
     const bool inside = filter.takes(record);
     if (!request.json) {
       news.add(record, live && inside);
-    } else if (live && inside) {
-      json.append(record, file, output.pending());
+    } else {
+      json.add(record, file, live && inside, output.pending());
     }
     return output.flushIfMuch();
   };
@@ -338,7 +342,10 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
   bool written = true;
   using Seconds = LogFollower::Seconds;
   LogFollower follower(std::move(inputs.back()), [&](Seconds silence) -> std::optional<Seconds> {
-    if (silence > Seconds(0)) news.silent(silence.count());
+    if (silence > Seconds(0)) {
+      news.silent(silence.count());
+      json.release(output.pending());
+    }
     if (!std::exchange(live, true) && !request.json) {
       output.pending() += "Following " + safeText(follower.input().name());
       if (news.level()) output.pending() += "; the battery is at " + figure(*news.level()) + " %";
@@ -363,6 +370,7 @@ int follow(const ReportRequest& request, std::vector<LogInput>& inputs) {
     if (!problem.empty()) return complain(kReportProgram, problem, kFailed);
   } while (written && follower.next());
   news.finish();
+  json.release(output.pending());
   return written ? finish(output) : complain(kReportProgram, output.problem(), kFailed);
 }
 

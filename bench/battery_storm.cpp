@@ -71,7 +71,7 @@ int run() {
   int received = 0;
   double peer = 0;
   {
-    DeviceEvents events([&](const std::string&, sd_device*) { ++received; });
+    DeviceEvents events([&](const DeviceEvent&) { ++received; });
     events.listen(LinuxPowerSource::kClass);
     events.attach(bench.loop.event());
     peer = bench.storm();

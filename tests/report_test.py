@@ -25,7 +25,7 @@ def pieces(log, *arguments):
     shown = report('--json', log, *arguments)
     assert (shown.returncode, shown.stderr) == (0, ''), shown.stderr
     first, *rest = [json.loads(line) for line in shown.stdout.splitlines()]
-    assert list(first) == ['report'], first
+    assert [key for key in first if key != 'device'] == ['schema', 'report'], first
     return rest
 
 
@@ -91,6 +91,45 @@ class ReportTest(unittest.TestCase):
                        ' process=short; pid=1; name=N; held_for=00:00:05;\n' + held('20:50', 'released', 'worker', '00:40'))
         self.assertRegex(report(log).stdout, r'(?s)\n  deep: the share.*\n +40 min .* 1  worker .*\n +11 min .*10 h 11 min '
                                              r'.*  sleeper +N\n  And 1 more, awake for 5 s\.\n  refused: sleeps that were')
+
+    def test_json_lines_of_many_devices_can_be_kept_together(self):
+        lines = LOGS['day'].read_text().splitlines(keepends=True)
+        whole = pieces(LOGS['day'], '--device', 'a"1')
+        self.assertEqual({(piece['schema'], piece['device'], piece['log']) for piece in whole},
+                         {(1, 'a"1', whole[0]['log'])})
+        # Whatever happens to the file, a line has the same name.
+        copy, redacted = self.directory / 'copy', self.directory / 'redacted'
+        copy.write_bytes(gzip.compress(''.join(lines[:40])[:-5].encode()))
+        redacted.write_text(run(program('zorva-redact'), LOGS['night'], LOGS['day']).stdout[
+            len(run(program('zorva-redact'), LOGS['night']).stdout):])
+        for log in copy, redacted:
+            self.assertEqual([(piece['log'], piece['line']) for piece in pieces(log)],
+                             [(piece['log'], piece['line']) for piece in whole[:len(pieces(log))]], log)
+        self.assertEqual([piece['log'] for piece in pieces(LOGS['day'], '--since=12:00')][0], whole[0]['log'])
+        self.assertNotIn('utc', pieces(redacted)[0])
+        second = self.directory / 'second'
+        second.write_text(''.join(lines).replace('06:28:00 [Network] Total', '06:28:00 [Network] Total1', 1)
+                          .replace('(61)=', '(61)=1'))
+        self.assertNotEqual(pieces(second)[0]['log'], whole[0]['log'])
+
+        # UTC is there where the log tells it: the snapshot up to its Locale entry, and a change of the zone.
+        change = next(number for number, line in enumerate(lines, 1) if 'time_zone=GMT' in line)
+        self.assertEqual({(piece['line'] < change, piece['time'] + 'Z' != piece['utc'])
+                          for piece in whole if piece['kind'] == 'entry'}, {(True, True), (False, False)})
+        for zone, date, later, known in (
+                ('PST', '11/16/26', '11/16/26', ''), ('+0545', '11/16/26', '11/16/26', '08:15:00 09:15:00'),
+                ('CET', '03/28/26', '03/29/26', '13:00:00 -'), ('CET', '11/07/26', '11/08/26', '13:00:00 14:00:00'),
+                ('EST', '11/07/26', '11/08/26', '19:00:00 -'), ('EEST', '10/29/26', '10/30/26', '11:00:00 -'),
+                ('JST', '03/28/26', '03/29/26', '05:00:00 06:00:00'), ('AEDT', '04/04/26', '04/06/26', '03:00:00 -')):
+            copy.write_text(f'{date} 13:59:00 [Zorva] a\n{date} 14:00:00 [Locale] time_zone={zone};\n'
+                            f'{later} 15:00:00 [Zorva] b\n')
+            before, *others = pieces(copy)
+            self.assertNotIn('utc', before)
+            if known:
+                found = ' '.join(piece.get('utc', 'T-Z')[:-1].split('T')[1] for piece in others)
+                self.assertEqual(found, known, zone)
+            else:
+                self.assertFalse(any('utc' in piece for piece in others))
 
     def test_logs_are_sorted_and_a_window_is_cut_out(self):
         shown = report(LOGS['day'], LOGS['night'], '--until', '2026-11-16')
@@ -191,7 +230,7 @@ class ReportTest(unittest.TestCase):
             os.close(master)
             self.assertEqual((process.wait(), b'\033[1mBattery' in shown, b'Battery' in shown), (0, coloured, True))
         for arguments in (['--nonsense'], ['--since'], ['--since', 'soon'], ['-', '-'], ['--last-night', '--until', '-8h'], ['--compare', LOGS['day']],
-                          ['--compare', '--json', *LOGS.values()], ['--since=2026-11-17', '--until=2026-11-16']):
+                          ['--compare', '--json', *LOGS.values()], ['--device', 'a', LOGS['day']], ['--since=2026-11-17', '--until=2026-11-16']):
             self.assertEqual(report(*arguments, input='').returncode, 2, arguments)
         missing = report(self.directory / 'none')
         self.assertEqual((missing.returncode, missing.stdout), (1, ''))

@@ -43,7 +43,7 @@ _zorva_redact() {
 _zorva_report() {
   local word=${COMP_WORDS[COMP_CWORD]}
   case $word in
-    -*) COMPREPLY=($(compgen -W "--since --until --last-night --json --follow --compare --why -o --output --trace --metrics --force -h --help --version" -- "$word")) ;;
+    -*) COMPREPLY=($(compgen -W "--since --until --last-night --json --device --follow --compare --why -o --output --trace --metrics --force -h --help --version" -- "$word")) ;;
     *) COMPREPLY=($(compgen -f -- "$word")) ;;
   esac
 }

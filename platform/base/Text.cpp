@@ -89,7 +89,7 @@ class Line {
     size_ += piece.size();
     return true;
   }
-  // Uses to_chars, which agrees with printf.
+  // Uses to_chars, which agrees with printf but for NaN: LLVM's writes "-nan(ind)".
   template <typename... Number>
   bool addNumber(Number... number) {
     const auto [end, error] = std::to_chars(bytes_ + size_, bytes_ + sizeof bytes_, number...);
@@ -128,8 +128,9 @@ bool addPlain(Line& line, const char* format, va_list arguments) {
         break;
       case '.':
         if (!isDigit(percent[2]) || percent[3] != 'f') return false;
-        added =
-            line.addNumber(va_arg(arguments, double), std::chars_format::fixed, percent[2] - '0');
+        if (const double number = va_arg(arguments, double); !std::isnan(number)) {
+          added = line.addNumber(number, std::chars_format::fixed, percent[2] - '0');
+        }
         percent += 2;
         break;
       default:

@@ -77,6 +77,7 @@ std::string describe(Date date) {
 }
 
 std::string describe(double number) {
+  if (std::isnan(number)) return std::signbit(number) ? "-nan" : "nan";
   char text[40];
   auto [end, error] = std::to_chars(text, text + sizeof text, number);
   return {text, end};

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/base/RenameToNew.h"
 #include "platform/base/Text.h"
 #include "platform/storage/PropertyList.h"
 
@@ -206,8 +207,7 @@ bool PropertyListPreferences::keepAside(const DirectoryEntry& entry, const std::
   const int directory = entry.directory.get();
   for (int number = 1; number <= kMaxKeptAside; ++number) {
     const std::string suffix = formatText(".damaged-%d", number);
-    if (::renameat2(directory, entry.name.c_str(), directory, (entry.name + suffix).c_str(),
-                    RENAME_NOREPLACE) == 0) {
+    if (renameToNew(directory, entry.name.c_str(), directory, (entry.name + suffix).c_str()) == 0) {
       systemLog_.write(formatText("The preferences in '%s' cannot be read; kept as '%s%s'",
                                   path.c_str(), path.c_str(), suffix.c_str()));
       return true;

@@ -15,7 +15,8 @@ bool tellsOfAudio(std::string_view assertion) {
   static constexpr std::array<std::string_view, 3> kWords = {"playing", "audio", "music"};
   const auto same = [](char one, char other) { return (one | 0x20) == other; };
   return std::ranges::any_of(kWords, [&](std::string_view word) {
-    return !std::ranges::search(assertion, word, same).empty();
+    return std::search(assertion.begin(), assertion.end(), word.begin(), word.end(), same) !=
+           assertion.end();
   });
 }
 

@@ -7,9 +7,21 @@
 
 #include "platform/base/Text.h"
 #include "report/export/JsonText.h"
+#include "report/format/ZoneOffset.h"
 
 namespace zorva {
 namespace {
+
+constexpr int kNamedBy = 8;              // entries that a log's name is made from
+constexpr std::size_t kMostHeld = 1000;  // lines
+constexpr std::uint32_t kHashBegin = 2166136261U;
+
+// FNV-1a, with an end after each text.
+void addToHash(std::string_view text, std::uint32_t& hash) {
+  const auto add = [&](unsigned char byte) { hash = (hash ^ byte) * 16777619U; };
+  for (const char byte : text) add(static_cast<unsigned char>(byte));
+  add(0);
+}
 
 void appendHex(std::string_view bytes, std::string& to) {
   constexpr std::string_view kDigits = "0123456789abcdef";
@@ -120,18 +132,116 @@ std::string isoTime(LogTime time) {
                     static_cast<int>(rest % 60));
 }
 
-void LogJson::append(const LogRecord& record, std::string_view file, std::string& to) {
-  to += "{\"file\":";
-  appendJsonText(file, to);
-  to += ",\"line\":";
-  appendJsonNumber(record.line, to);
-  to.append(",\"kind\":\"").append(nameOf(record.piece)).append("\"");
+LogJson::LogJson(const std::string& device) : lineBegin_(formatText("{\"schema\":%d", kSchema)) {
+  if (device.empty()) return;
+  lineBegin_ += ",\"device\":";
+  appendJsonText(device, lineBegin_);
+}
+
+void LogJson::add(const LogRecord& record, std::string_view file, bool wanted, std::string& to) {
+  if (file != file_ || record.line < lastLine_) {  // another log
+    release(to);
+    file_ = file;
+    named_ = 0;
+    hash_ = kHashBegin;
+    name_.clear();
+    zone_.clear();
+    inSnapshot_ = false;
+  }
+  lastLine_ = record.line;
+  // A snapshot begins: after the daemon was stopped, or with a file, the device may have travelled.
+  if (record.piece == LogPiece::Version || record.category == "Config") {
+    if (!inSnapshot_) release(to);
+    zone_.clear();
+    inSnapshot_ = true;
+  }
+  if (record.piece == LogPiece::Entry) noticeEntry(record);
+  const bool ready = named_ >= kNamedBy && !inSnapshot_;
+  if (ready) release(to);
+  if (wanted) append(record, file, line_);
+  if (wanted && ready) {
+    appendHeld(line_, to);
+  } else if (wanted) {
+    held_.push_back(line_);
+    if (held_.size() >= kMostHeld) {
+      release(to);
+      inSnapshot_ = false;
+    }
+  }
+}
+
+void LogJson::noticeEntry(const LogRecord& record) {
+  const bool names = named_ < kNamedBy && record.isTimed();
+  const bool zone = record.category == "Locale";
+  if (!names && !zone) return;
+  splitFields(record, fields_);
+  if (zone) {
+    inSnapshot_ = false;
+    zone_.clear();
+    const auto field = std::ranges::find(fields_, "time_zone", &LogField::key);
+    const auto offset = field != fields_.end() ? zoneOffset(field->value) : std::nullopt;
+    if (offset) {
+      zone_ = field->value;
+      zoneSince_ = record.time;
+      offset_ = offset->count();
+    }
+  }
+  if (!names) return;
+  if (named_++ == 0) begin_ = record.time;
+  // Times, categories and figures: what redaction leaves as it is.
+  addToHash(record.date, hash_);
+  addToHash(record.category, hash_);
+  for (const LogField& field : fields_) {
+    if (field.format == nullptr || !field.isWellFormed()) continue;
+    const FieldType type = field.format->type;
+    const bool figure = type == FieldType::Integer || type == FieldType::Real;
+    if (figure) addToHash(field.value, hash_);
+  }
+}
+
+void LogJson::release(std::string& to) {
+  if (name_.empty() && named_ > 0) {
+    name_ = isoTime(begin_) + formatText("-%08x", static_cast<unsigned>(hash_));
+    named_ = kNamedBy;
+  }
+  for (const Held& line : held_) appendHeld(line, to);
+  held_.clear();
+}
+
+void LogJson::appendHeld(const Held& line, std::string& to) {
+  to += line.before;
+  if (line.snapshot) appendUtc(*line.snapshot, to);
+  if (!name_.empty()) to.append(",\"log\":\"").append(name_).append("\"");
+  to += line.after;
+}
+
+void LogJson::appendUtc(LogTime time, std::string& to) const {
+  if (zone_.empty() || mayHaveShifted(zone_, zoneSince_, time)) return;
+  to.append(",\"utc\":\"").append(isoTime(time - offset_)).append("Z\"");
+}
+
+void LogJson::append(const LogRecord& record, std::string_view file, Held& held) {
+  held.before = lineBegin_;
+  held.snapshot.reset();
+  held.after.clear();
+  held.before += ",\"file\":";
+  appendJsonText(file, held.before);
+  held.before += ",\"line\":";
+  appendJsonNumber(record.line, held.before);
+  held.before.append(",\"kind\":\"").append(nameOf(record.piece)).append("\"");
+  std::string& to = held.after;
   if (record.piece == LogPiece::Entry) {
     if (timeText_.empty() || record.time != time_) {
       time_ = record.time;
       timeText_ = isoTime(time_);
     }
-    to.append(",\"time\":\"").append(timeText_).append("\",\"category\":");
+    held.before.append(",\"time\":\"").append(timeText_).append("\"");
+    if (inSnapshot_) {
+      held.snapshot = record.time;
+    } else {
+      appendUtc(record.time, held.before);
+    }
+    to += ",\"category\":";
     appendJsonText(record.category, to);
     appendFields(record, to);
   }

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "platform/base/Text.h"
+#include "report/format/ZoneOffset.h"
 #include "report/redact/OwnMessages.h"
-#include "report/redact/ZoneOffset.h"
 
 namespace zorva {
 namespace {
@@ -67,7 +67,7 @@ bool isNamedAfterPath(std::string_view unit) {
 bool isProgramName(std::string_view kind, std::string_view text) {
   return !text.empty() && text[0] != '/' && text[0] != '~' && !isNamedAfterPath(text) &&
          text.find_first_of(kind == kProcess ? ";=" : ";= ") == text.npos &&
-         std::ranges::none_of(text, [](char byte) { return byte >= 0 && byte < ' '; });
+         std::ranges::none_of(text, [](unsigned char byte) { return byte < ' '; });
 }
 
 bool isPlainKey(std::string_view key) {

@@ -18,17 +18,17 @@ namespace zorva {
 
 /// An entry as the kernel writes it. Its name follows the type and ends with a zero byte. C
 /// libraries declare it, and the call that reads it, under different names or not at all.
-struct DirectoryEntry {
+struct KernelDirectoryEntry {
   std::uint64_t inode;
   std::int64_t next;
   std::uint16_t length;  ///< of the whole entry, in bytes
   std::uint8_t type;
 };
-constexpr std::size_t kEntryNameOffset = offsetof(DirectoryEntry, type) + 1;
+constexpr std::size_t kEntryNameOffset = offsetof(KernelDirectoryEntry, type) + 1;
 
 /// Calls back with the name of every entry except "." and "..", from the directory's current read
 /// position to its end. Returns 0 or an error number. The buffer must be aligned like
-/// DirectoryEntry.
+/// KernelDirectoryEntry.
 ///
 /// Only an empty result is the end: if a signal is pending, the kernel returns fewer entries than
 /// fit, or none with EINTR.
@@ -41,7 +41,7 @@ int forEachEntry(int directory, std::span<char> buffer, Visit visit) {
     if (length < 0 && errno == EINTR) continue;
     if (length <= 0) return length < 0 ? errno : 0;
     for (long at = 0; at < length;) {
-      const auto* const entry = reinterpret_cast<const DirectoryEntry*>(buffer.data() + at);
+      const auto* const entry = reinterpret_cast<const KernelDirectoryEntry*>(buffer.data() + at);
       const char* const name = buffer.data() + at + kEntryNameOffset;
       if (std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0) {
         if constexpr (std::is_invocable_v<Visit, const char*, unsigned char>) {

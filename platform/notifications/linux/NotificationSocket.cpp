@@ -11,6 +11,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "platform/base/RenameToNew.h"
 #include "platform/base/Text.h"
 #include "platform/kit/files/DirectoryEntries.h"
 
@@ -42,7 +43,7 @@ bool withAddress(Call call, int socket, const sockaddr_un& address) {
 
 // Reads the directory from its start, even if it was read before.
 void forEachName(int directory, const std::function<void(const std::string&)>& visit) {
-  alignas(DirectoryEntry) char buffer[4096];
+  alignas(KernelDirectoryEntry) char buffer[4096];
   if (::lseek(directory, 0, SEEK_SET) == 0) forEachEntry(directory, buffer, visit);
 }
 
@@ -135,8 +136,7 @@ std::unique_ptr<NotificationSocket> NotificationSocket::make(const std::string& 
       withAddress(::bind, socket.get(), addressOf(directory.get(), "/" + hidden))) {
     for (int number = 0; number < kMaxDaemons; ++number) {
       const std::string name = formatText("%d-%d", ::getpid(), number) + std::string(kSuffix);
-      if (::renameat2(directory.get(), hidden.c_str(), directory.get(), name.c_str(),
-                      RENAME_NOREPLACE) == 0) {
+      if (renameToNew(directory.get(), hidden.c_str(), directory.get(), name.c_str()) == 0) {
         return std::unique_ptr<NotificationSocket>(
             new NotificationSocket(std::move(directory), name, std::move(socket)));
       }

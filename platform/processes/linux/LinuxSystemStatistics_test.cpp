@@ -5,6 +5,7 @@
 #include <ctime>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sstream>
 #include <string>
 #include <sys/resource.h>
 #include <thread>
@@ -148,6 +149,48 @@ TEST(ProcfsParsersTest, TheNameOfAProcessMayHoldAnything) {
     EXPECT_EQ(std::tie(stat.threads, stat.startTicks, stat.virtualBytes),
               std::tuple(4u, 9000u, 8192u));
     EXPECT_EQ(std::tie(stat.residentPages, stat.policy), std::tuple(55u, 1));
+  }
+}
+
+// Lines of real machines, from reports on programs that misread them; the figures as proc(5) orders
+// them.
+TEST(ProcfsParsersTest, LinesOfRealMachines) {
+  const struct {
+    const char* source;
+    const char* line;
+    const char* figures;  // name, state, parent, group; faults, ticks, threads, start, sizes
+  } cases[] = {
+      {"github.com/sysstat/sysstat/issues/28",
+       "5768 (Plex New Transc) S 1264 1252 1252 0 -1 1077960704 17317 0 18 0 9260 137 0 0 15 -5 8 "
+       "0 1430749 186589184 16704 18446744073709551615 1 1 0 0 0 0 0 0 8404998 "
+       "18446744073709551615 0 0 17 1 0 0 22 0 0 0 0 0 0 0 0 0 0",
+       "Plex New Transc S 1264 1252; 17317+18 9260+137 8 1430749 186589184 16704"},
+      {"github.com/rust-psutil/rust-psutil/pull/8",
+       "25097 (sle ep) S 6632 25097 6632 34837 25097 1077952512 92 0 0 0 0 0 0 0 20 0 1 0 9600533 "
+       "10608640 187 18446744073709551615 4194304 4216220 140723654869264 140723654868824 "
+       "139824029506976 0 0 0 0 0 0 0 17 1 0 0 0 0 0 6315552 6316432 31117312",
+       "sle ep S 6632 25097; 92+0 0+0 1 9600533 10608640 187"},
+      {"github.com/elastic/gosigar/issues/81",
+       "1467 ((sd-pam)) S 1465 1465 1465 0 -1 1077936448 23 0 0 0 0 0 0 0 20 0 1 0 3448 63012864 "
+       "566 18446744073709551615 1 1 0 0 0 0 0 4096 0 0 0 0 17 1 0 0 0 0 0 0 0 0 0 0 0 0 0",
+       "(sd-pam) S 1465 1465; 23+0 0+0 1 3448 63012864 566"},
+      {"github.com/shirou/gopsutil/issues/120",
+       "1591 (Plex Media Serv) S 1 1591 1591 0 -1 1077952768 19063 0 306 0 257 95 0 0 20 0 17 0 "
+       "1353 596594688 13330 18446744073709551615 1 1 0 0 0 0 0 4097 17646 18446744073709551615 0 "
+       "0 17 4 0 0 69 0 0 0 0 0 0 0 0 0 0",
+       "Plex Media Serv S 1 1591; 19063+306 257+95 17 1353 596594688 13330"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.source);
+    ProcStat stat;
+    ASSERT_TRUE(parseProcStat(c.line, stat));
+    std::ostringstream figures;
+    figures << stat.command << ' ' << stat.state << ' ' << stat.parent << ' ' << stat.group << "; "
+            << stat.minorFaults << '+' << stat.majorFaults << ' ' << stat.userTicks << '+'
+            << stat.systemTicks << ' ' << stat.threads << ' ' << stat.startTicks << ' '
+            << stat.virtualBytes << ' ' << stat.residentPages;
+    EXPECT_EQ(figures.str(), c.figures);
+    EXPECT_EQ(stat.policy, 0);
   }
 }
 

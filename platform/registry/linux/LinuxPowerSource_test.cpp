@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/registry/linux/LinuxPowerSource.h"
 
+#include <algorithm>
 #include <cctype>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "platform/base/Text.h"
 #include "platform/registry/linux/LinuxDeviceRegistry.h"
 #include "platform/registry/linux/LinuxNotificationPort.h"
 #include "platform/registry/linux/PowerSourceNews.h"
@@ -20,6 +23,11 @@ namespace {
 
 using Levels = std::vector<int>;
 using namespace std::chrono_literals;
+
+std::string upper(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(c));
+  return text;
+}
 
 // Batteries whose drivers report the same in sysfs and in their events, as the kernel's class does.
 class LinuxPowerSourceTest : public MockKernelTest {
@@ -39,10 +47,9 @@ class LinuxPowerSourceTest : public MockKernelTest {
     report(device, "charge_now", std::to_string(level * 10'000));
     return device;
   }
-  void report(const std::string& device, std::string attribute, const std::string& value) {
+  void report(const std::string& device, const std::string& attribute, const std::string& value) {
     set(device, attribute.c_str(), (value + "\n").c_str());
-    for (char& c : attribute) c = static_cast<char>(std::toupper(c));
-    const std::string variable = "POWER_SUPPLY_" + attribute;
+    const std::string variable = "POWER_SUPPLY_" + upper(attribute);
     umockdev_testbed_set_property(kernel_, device.c_str(), variable.c_str(), value.c_str());
   }
   void level(const std::string& device, int percent, const char* event = nullptr) {
@@ -77,6 +84,124 @@ class LinuxPowerSourceTest : public MockKernelTest {
   Registration interest_;
   Levels levels_;
 };
+
+// The figures of the log's entry, as its logger forms them.
+std::string logged(LinuxPowerSource& source) {
+  Dictionary now;
+  if (source.readProperties(now) != kRegistrySuccess) return "out";
+  const double full = now["MaxCapacity"].real();
+  const Value& voltage = now["Voltage"];
+  const std::string gauge =
+      source.hasGasGauge() ? formatText("%d mA of %.0f", now["InstantAmperage"].integer32(), full)
+                           : "?";
+  const std::string state = now["IsCharging"].boolean() ? "Active"
+                            : now["FullyCharged"].boolean()
+                                ? "Full"
+                                : now["ChargeStatus"].text().value_or("Inactive");
+  return formatText("%.2f%% %d mV %s, %s %d mA %.2f C",
+                    now["CurrentCapacity"].real() * 100.0 / full,
+                    voltage.isNothing() ? -1 : voltage.integer32(), gauge.c_str(), state.c_str(),
+                    now["Amperage"].integer32(), now["Temperature"].integer32() / 100.0);
+}
+
+// What drivers report on real machines, and the figures of the log that follow from it. The values
+// were worked out from the readouts, not with this code.
+TEST(LinuxPowerSource, ReadoutsOfRealBatteries) {
+  const struct {
+    const char* source;
+    const char* attributes;  // an _ stands for a blank
+    const char* logged;
+  } cases[] = {
+      {"ACPI, charges: github.com/i3/i3/issues/1159",
+       "status=Unknown voltage_min_design=11100000 voltage_now=12439000 current_now=1000 "
+       "charge_full_design=4000000 charge_full=3328000 charge_now=3328000 capacity=100",
+       "100.00% 12439 mV 1 mA of 3328, Inactive 1 mA 0.00 C"},
+      {"ACPI, a worn battery: github.com/i3/i3status/issues/288",
+       "status=Charging voltage_min_design=11100000 voltage_now=12796000 current_now=2977000 "
+       "charge_full_design=5600000 charge_full=1802000 charge_now=501000 capacity=27",
+       "27.80% 12796 mV 2977 mA of 1802, Active 2977 mA 0.00 C"},
+      {"ACPI, energies: github.com/jaor/xmobar/issues/315",
+       "status=Discharging voltage_min_design=11250000 voltage_now=10459000 power_now=27758000 "
+       "energy_full_design=23510000 energy_full=25860000 energy_now=2420000 capacity=9",
+       "9.36% 10459 mV -2654 mA of 2299, Inactive -2654 mA 0.00 C"},
+      {"ACPI, more than full, no level: github.com/i3/i3/issues/775",
+       "status=Unknown voltage_min_design=11100000 voltage_now=12868000 power_now=0 "
+       "energy_full_design=93600000 energy_full=93550000 energy_now=93790000",
+       "100.00% 12868 mV 0 mA of 8428, Inactive 0 mA 0.00 C"},
+      {"ACPI, Surface: github.com/polybar/polybar/issues/1123",
+       "status=Discharging voltage_min_design=7500000 voltage_now=7159000 power_now=10455000 "
+       "energy_full_design=38152000 energy_full=32797000 energy_now=6952000 capacity=21",
+       "21.20% 7159 mV -1460 mA of 4373, Inactive -1460 mA 0.00 C"},
+      {"ACPI, tablet, magnitudes: github.com/sebanc/brunch/issues/117",
+       "status=Discharging voltage_min_design=3800000 voltage_now=3942000 current_now=1560000 "
+       "charge_full_design=8000000 charge_full=8000000 charge_now=5920000 capacity=74",
+       "74.00% 3942 mV -1560 mA of 8000, Inactive -1560 mA 0.00 C"},
+      {"sbs-battery: lore.kernel.org/all/20200513185615.508236-1-sebastian.reichel@collabora.com",
+       "status=Discharging health=Good cycle_count=12 voltage_now=11441000 current_now=-26000 "
+       "current_avg=-24000 capacity=76 temp=198 voltage_min_design=10800000 energy_now=31090000 "
+       "energy_full=42450000 charge_now=2924000 charge_full=3898000 charge_full_design=3800000",
+       "75.01% 11441 mV -26 mA of 3898, Inactive -24 mA 19.80 C"},
+      {"bq27000, registers read wrongly: kernel commit 549d7b317c761dbf4ed0c2945aec3acc9ca7ae14",
+       "status=Charging voltage_now=3702000 current_now=-464635 capacity=1536 temp=311 "
+       "charge_full=805450 charge_now=1068 charge_full_design=8844998 energy_now=0 power_avg=0",
+       "0.13% 3702 mV 465 mA of 805, Active 465 mA 31.10 C"},
+      {"bq27000, no answer: lore.kernel.org/all/cover.1588948099.git.hns@goldelico.com",
+       "status=Discharging voltage_now=0 current_now=0 capacity=0 temp=-2731 charge_full=0 "
+       "charge_now=0 charge_full_design=0 energy_now=0 health=Good",
+       "0.00% 0 mV 0 mA of 100, Inactive 0 mA 0.00 C"},
+      {"bq27000, never calibrated: the comment on uevent files in neohardware.cpp of QtMoko",
+       "status=Full voltage_now=65535000 current_now=-11697997 temp=161106 charge_now=11697997 "
+       "charge_full_design=11652480",
+       "100.00% 65535 mV ?, Full -11698 mA 0.00 C"},
+      {"axp288_fuel_gauge: github.com/i3/i3status/issues/215",
+       "status=Discharging health=Good voltage_now=3872000 current_now=-928000 capacity=75 "
+       "charge_full=6404944 charge_now=4816448",
+       "75.20% 3872 mV -928 mA of 6405, Inactive -928 mA 0.00 C"},
+      {"pmi8998-fg: github.com/sdm660-mainline/linux/pull/131",
+       "status=Full voltage_min_design=3400000 voltage_now=4336658 current_now=-19531 "
+       "charge_full_design=4000000 capacity=99 temp=263",
+       "99.00% 4337 mV ?, Full -20 mA 26.30 C"},
+      {"qcom_battmgr: github.com/harrisonvanderbyl/surface-pro-12-inch-linux/issues/5",
+       "status=Not_charging voltage_now=7734000 power_now=0 energy_full_design=37450000 "
+       "energy_full=38680000 energy_now=38680000 temp=301",
+       "100.00% 7734 mV 0 mA of 5001, Not charging 0 mA 30.10 C"},
+      {"cw2015: github.com/Alexays/Waybar/issues/966",
+       "status=Charging capacity=96 voltage_now=4151000 charge_counter=1 charge_full=9800000 "
+       "charge_full_design=9800000 current_now=0",
+       "96.00% 4151 mV 0 mA of 9800, Active 0 mA 0.00 C"},
+      {"rk817, averages only (names only, the figures are ours): "
+       "github.com/Alexays/Waybar/pull/1495",
+       "status=Discharging charge_full=4000000 charge_now=1000000 charge_full_design=4000000 "
+       "current_avg=-300000 voltage_avg=3700000 voltage_ocv=3750000",
+       "25.00% 3700 mV -300 mA of 4000, Inactive -300 mA 0.00 C"},
+      {"axp20x, Olimex Lime2, no battery: linux-arm-kernel, Priit Laes, 2019-05-28",
+       "present=0 status=Not_charging voltage_now=0 current_now=0 health=Good capacity=100", "out"},
+      {"macsmc, a charge of 652 %: github.com/AsahiLinux/linux/issues/522",
+       "status=Discharging capacity=100 charge_now=34067000 charge_full=5225000 "
+       "energy_now=388363800 energy_full=59565000",
+       "100.00% -1 mV ?, Inactive 0 mA 0.00 C"},
+      {"max17040, past full, its voltage unscaled: github.com/raspberrypi/linux/issues/2906",
+       "status=Unknown capacity=101 voltage_now=53744", "100.00% 54 mV ?, Inactive 0 mA 0.00 C"},
+  };
+  LoopForTest loop;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.source);
+    const DirectoryForTest supplies;
+    supplies.write("battery/type", "Battery\n");
+    std::istringstream readout(c.attributes);
+    std::string uevent;
+    for (std::string item; readout >> item;) {
+      const std::string name = item.substr(0, item.find('='));
+      std::string value = item.substr(name.size() + 1) + "\n";
+      std::ranges::replace(value, '_', ' ');
+      supplies.write("battery/" + name, value);
+      uevent += "POWER_SUPPLY_" + upper(name) + "=" + value;
+    }
+    supplies.write("battery/uevent", uevent);
+    LinuxPowerSource source(loop.event(), supplies / "", nullptr);
+    EXPECT_EQ(logged(source), c.logged);
+  }
+}
 
 TEST_F(LinuxPowerSourceTest, CountsTheBatteriesOfTheDevice) {
   if (outside()) return;

@@ -16,6 +16,11 @@ namespace {
 // desktops put the machine to sleep.
 constexpr double kCriticalPercent = 2;
 
+// Gauges count a little past a full charge. Far beyond it, or at a temperature that no cell
+// survives, the register was not read: bq27000 gives 0 K when its line is disturbed.
+constexpr double kMostPercent = 110;
+constexpr double kColdest = -1000, kHottest = 2000;  // tenths of a degree
+
 // So often a driver has to contradict the sign that it always gave before.
 constexpr int kSure = 4;
 
@@ -41,7 +46,8 @@ class Supply {
 
   std::optional<double> percent() const {
     const auto percent = amount("capacity", 1);
-    return percent && *percent <= 100 ? percent : std::nullopt;
+    if (!percent || *percent > kMostPercent) return std::nullopt;
+    return std::min(*percent, 100.0);
   }
 
   // Some drivers report 0 for a voltage that they do not know.
@@ -71,9 +77,9 @@ class Supply {
   }
 
   // In mA, with the driver's sign.
-  std::optional<double> current(const std::string& when) const {
-    if (const auto current = number("current_" + when)) return *current * 1e-3;
-    const auto power = number("power_" + when);  // uW
+  std::optional<double> current() const {
+    if (const auto current = number("current_now")) return *current * 1e-3;
+    const auto power = number("power_now");  // uW
     const auto volts = amount("voltage_now", 1e-6);
     if (!power || !volts || *volts == 0) return std::nullopt;
     return *power * 1e-3 / *volts;
@@ -298,6 +304,13 @@ std::string wholeCapacityLevel(Batteries batteries) {
   return is("Critical") ? "Critical" : "";
 }
 
+// A charge above the full one: the level that the driver reports beside it stands, otherwise full.
+void limitToFull(Battery& battery) {
+  const auto full = battery.full();
+  if (!battery.now || !full || battery.now->milliampereHours <= full->milliampereHours) return;
+  battery.now = battery.percent ? std::nullopt : full;
+}
+
 }  // namespace
 
 double CurrentSign::withDirection(double current, const std::string& status) {
@@ -320,22 +333,27 @@ Battery readBattery(const SysfsAttributes& attributes, CurrentSign& sign) {
   battery.measuredFull = supply.positiveCharge("full");
   battery.design = supply.positiveCharge("full_design");
   battery.percent = supply.percent();
+  limitToFull(battery);
   battery.voltage = supply.amount("voltage_now", 1e-3);
+  if (!battery.voltage) battery.voltage = supply.amount("voltage_avg", 1e-3);
   battery.nominalVolts = supply.nominalVolts();
-  battery.temperature = supply.number("temp");  // tenths of a degree
-  if (battery.temperature) *battery.temperature *= 10;
+  const auto temperature = supply.number("temp");  // tenths of a degree
+  if (temperature >= kColdest && temperature <= kHottest) battery.temperature = *temperature * 10;
   battery.cycles = supply.amount("cycle_count", 1);
   battery.status = supply.word("status");
   battery.health = supply.word("health");
   battery.capacityLevel = supply.word("capacity_level");
-  battery.current = supply.current("now");
+  battery.current = supply.current();
   if (battery.current) *battery.current = sign.withDirection(*battery.current, battery.status);
-  battery.averageCurrent = supply.current("avg");
+  // Not from power_avg: the gauges that have it report 0 while it is not measured.
+  battery.averageCurrent = supply.number("current_avg");
+  if (battery.averageCurrent) *battery.averageCurrent *= 1e-3;
   if (battery.averageCurrent) {
     // An average lags behind the status, so nothing is learnt from it beside the present current.
     CurrentSign known = sign;
     *battery.averageCurrent =
         (battery.current ? known : sign).withDirection(*battery.averageCurrent, battery.status);
+    if (!battery.current) battery.current = battery.averageCurrent;
   }
   return battery;
 }

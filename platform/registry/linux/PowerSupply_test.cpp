@@ -75,7 +75,7 @@ TEST(PowerSupply, PublishesWhatTheKernelTells) {
       {"nonsense",
        "charge_now=99999999999999999999 charge_full=12mAh current_now= "
        "current_avg=9223372036854775807 voltage_now=-3000000 temp=214748365 cycle_count=-1 "
-       "capacity=101 status= health= energy_now=_5 charge_full_design=0x10 power_now=nan",
+       "capacity=1536 status= health= energy_now=_5 charge_full_design=0x10 power_now=nan",
        "{}"},
   };
   for (const auto& c : cases) {

@@ -17,7 +17,7 @@ constexpr std::array<const char*, 19> kAttributes{
     "present",     "status",      "health",      "capacity",          "capacity_level",
     "charge_now",  "charge_full", "energy_now",  "energy_full",       "charge_full_design",
     "voltage_now", "current_now", "power_now",   "current_avg",       "energy_full_design",
-    "power_avg",   "temp",        "cycle_count", "voltage_min_design"};
+    "voltage_avg", "temp",        "cycle_count", "voltage_min_design"};
 
 // What a gauge that cannot answer now ("try again", "no device") still knew a moment ago.
 constexpr std::array<const char*, 7> kLasting{
@@ -44,7 +44,8 @@ bool SupplyReader::hasLevel() const {
 }
 
 bool SupplyReader::hasGasGauge() const {
-  return (has("current_now") || has("power_now")) && (has("charge_full") || has("energy_full"));
+  return (has("current_now") || has("power_now") || has("current_avg")) &&
+         (has("charge_full") || has("energy_full"));
 }
 
 bool SupplyReader::present() const {

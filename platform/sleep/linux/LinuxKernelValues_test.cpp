@@ -158,7 +158,29 @@ TEST(LinuxKernelValues, TellsWhatWokeTheSystem) {
       }
     };
   };
+  const auto of = [&](int number, const char* action, const char* chip) {
+    return [=](const Machine& machine) {
+      machine.write("kernel/irq/" + std::to_string(number) + "/actions", action);
+      machine.write("kernel/irq/" + std::to_string(number) + "/chip_name", chip);
+      machine.wokenBy(number);
+    };
+  };
   const std::vector<Case> cases{
+      // Wakes of real machines: a reader (github.com/OGKevin/cadmus/issues/814), a laptop by its
+      // display (lkml.iu.edu/2606.1/07443.html), a tablet by its light sensor
+      // (github.com/linux-surface/linux-surface/pull/2256), a console whose kernel has no answer
+      // (github.com/ValveSoftware/SteamOS/issues/1558), and a phone whose Wi-Fi keeps it awake
+      // (github.com/sonyxperiadev/bug_tracker/issues/596).
+      {{}, of(90, "bd71828_irq", "mt-eint"), "bd71828_irq irq 90 mt-eint"},
+      {{}, of(7, "pinctrl_amd", "IO-APIC"), "pinctrl_amd irq 7 IO-APIC"},
+      {{}, of(14, "INT34C5:00", "IO-APIC"), "INT34C5:00 irq 14 IO-APIC"},
+      {{}, [](const Machine&) {}, ""},
+      {{},
+       [](const Machine& machine) {
+         machine.write("class/wakeup/wakeup3/name", "mgmt_txrx tx_cmp\n");
+         machine.speak("wakeup3", 1, 0, 120);
+       },
+       "mgmt_txrx tx_cmp wakeup source"},
       // The kernel's own text.
       {{kUsbModem},
        resumeReason("57 qcom,glink-smem\n8 pm8xxx_rtc_alarm\n"),

@@ -54,7 +54,7 @@ std::optional<std::int64_t> takeIsoTime(std::string_view& line) {
       std::sscanf(std::string(zone).c_str(), "%c%2d:%2d", &sign, &hours, &minutes) != 3) {
     return std::nullopt;
   }
-  const std::int64_t east = (hours * 60 + minutes) * 60;
+  const std::int64_t east = (std::int64_t{hours} * 60 + minutes) * 60;
   return ::timegm(&time) - (sign == '-' ? -east : east);
 }
 
@@ -197,7 +197,7 @@ std::optional<SystemLogRecord> SyslogFile::next(std::int64_t now) {
     if (end == unread_.npos) {
       if (unread_.size() - at_ > kMaxLine && !skipLine_) {
         skipLine_ = true;
-        const auto record = parseSyslogLine(std::string_view(unread_).substr(at_, kMaxLine), now);
+        auto record = parseSyslogLine(std::string_view(unread_).substr(at_, kMaxLine), now);
         at_ = unread_.size();
         if (record) return record;
       }
@@ -208,7 +208,7 @@ std::optional<SystemLogRecord> SyslogFile::next(std::int64_t now) {
     const std::string line = unread_.substr(at_, end - at_);
     at_ = end + 1;
     if (std::exchange(skipLine_, false)) continue;
-    if (const auto record = parseSyslogLine(line, now)) return record;
+    if (auto record = parseSyslogLine(line, now)) return record;
   }
 }
 

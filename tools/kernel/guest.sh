@@ -1,0 +1,19 @@
+# SPDX-License-Identifier: Apache-2.0
+# What the checks of every machine share. PORT is the serial port that is read outside.
+exec > $PORT 2>&1
+stty -F $PORT -onlcr
+logs=/Library/Logs/Faultbox
+log() { cat $logs/*.zorva; }
+mark() { before=$(log | wc -l); }
+since() { log | tail -n +$((before + 1)); }
+soon() { local end=$((SECONDS + 60)); until eval "$1"; do [ $SECONDS -lt $end ] || return; sleep 0.2; done; }
+# seen WHAT PATTERN: a line that came since the last mark.
+seen() {
+  local pattern=$2
+  if soon 'line=$(since | grep -m 1 -E -- "$pattern")'; then echo "ok      $1: $line"
+  else echo "FAILED  $1: no $2 in:"; since | tail -n 15; fi
+}
+check() { if soon "$2"; then echo "ok      $1"; else echo "FAILED  $1: $2"; fi; }
+# Outside, a key or the power button is pressed every ten seconds until the guest calls that off.
+press() { echo "@press $1"; }
+enough() { echo "@enough"; }
