@@ -43,6 +43,12 @@ struct PowerInterval {
 
   LogTime seconds() const { return end - begin; }
   LogTime awake() const { return std::max<LogTime>(0, seconds() - asleep); }
+  /// CPU seconds, with half of what the ended processes may have used besides.
+  double likelyCpu() const {
+    double sum = cpu;
+    for (const auto& [name, seconds] : unseen) sum += static_cast<double>(seconds) / 2;
+    return sum;
+  }
   /// Awake with a dark display.
   LogTime dark() const { return std::max<LogTime>(0, awake() - lit); }
   /// Nothing but the battery fed the device.
