@@ -52,7 +52,7 @@ Descriptor makeDirectory(int parent, const std::string& name,
   // The owner of the parent may have replaced the new directory by another one.
   if (made && directory && owner && ::fstat(directory.get(), &status) == 0 &&
       status.st_uid == ::geteuid()) {
-    (void)::fchown(directory.get(), owner->user, owner->group);
+    (void)!::fchown(directory.get(), owner->user, owner->group);
   }
   return directory;
 }

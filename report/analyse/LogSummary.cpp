@@ -145,6 +145,19 @@ class LogSummarizer::Sink : public LogHistorySink {
     }
   }
 
+  // What was gathered until a day ago, or until the oldest of the states that last, is complete.
+  void settle(const LogHistory& history) {
+    if (!previous_) return;
+    LogTime until = *previous_ - kDay;
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      for (const LogSpan& span : history.lasting(static_cast<Lane>(lane))) {
+        if (PowerIntervals::takes(span)) until = std::min(until, span.begin);
+      }
+    }
+    power_.settle(until);
+    if (allDays_) allDays_->settle(until);
+  }
+
   void batteryLife(const BatteryLife& life) override { summary_.batteryLife = life; }
 
   void energy(LogTime from, LogTime to, std::span<const Growth> parts) override {
@@ -472,7 +485,9 @@ LogSummarizer::~LogSummarizer() = default;
 
 void LogSummarizer::add(const LogRecord& record) {
   history_.add(record);
-  if (record.isTimed()) sink_->entry(record.time);
+  if (!record.isTimed()) return;
+  sink_->entry(record.time);
+  if (++added_ % kSettledAfter == 0) sink_->settle(history_);
 }
 
 LogSummary LogSummarizer::finish() {

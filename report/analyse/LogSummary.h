@@ -159,8 +159,11 @@ class LogSummarizer {
 
  private:
   class Sink;
+  static constexpr std::uint64_t kSettledAfter = 20000;  // entries
+
   std::unique_ptr<Sink> sink_;
   LogHistory history_;
+  std::uint64_t added_ = 0;
 };
 
 }  // namespace zorva

@@ -88,5 +88,37 @@ TEST(SummaryText, KeepsToItsWidthAndLetsNothingReachTheTerminal) {
   }
 }
 
+// What is settled while the log is read is what it would have been at its end.
+TEST(LogSummaryTest, SettledIntervals) {
+  PowerIntervals settled{LogWindow{}};
+  PowerIntervals whole{LogWindow{}};
+  for (LogTime hour = 0; hour < 100; ++hour) {
+    const LogTime now = hour * 3600;
+    const ProcessUse use{"indexer", 1, static_cast<std::int64_t>(hour)};
+    for (PowerIntervals* power : {&settled, &whole}) {
+      power->battery({now, 100.0 - static_cast<double>(hour), {}, {}, {}});
+      power->processes(now - 5400, now - 1800, std::span(&use, 1));
+      if (hour % 5 != 0) continue;  // a sleep of four hours
+      LogSpan span{};
+      span.lane = Lane::Asleep;
+      span.begin = now - 15000;
+      span.end = now - 600;
+      power->span(span);
+    }
+    if (hour % 7 == 0) settled.settle(now - 20000);
+  }
+  EXPECT_EQ(settled.intervals().size(), 92U);
+  settled.close();
+  whole.close();
+  ASSERT_EQ(settled.intervals().size(), 99U);
+  ASSERT_EQ(whole.intervals().size(), 99U);
+  for (std::size_t i = 0; i < 99; ++i) {
+    EXPECT_EQ(settled.intervals()[i].asleep, whole.intervals()[i].asleep);
+    EXPECT_EQ(settled.intervals()[i].cpu, whole.intervals()[i].cpu);
+    EXPECT_EQ(settled.intervals()[i].used, 1);
+  }
+  EXPECT_GT(whole.intervals()[97].cpu, 0);
+}
+
 }  // namespace
 }  // namespace zorva

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "platform/base/Text.h"
 
@@ -89,7 +90,7 @@ PowerInterval& PowerInterval::operator+=(const PowerInterval& more) {
   return *this;
 }
 
-void PowerIntervals::span(const LogSpan& span) {
+bool PowerIntervals::takes(const LogSpan& span) {
   switch (span.lane) {
     case Lane::Asleep:
     case Lane::Charging:
@@ -99,16 +100,18 @@ void PowerIntervals::span(const LogSpan& span) {
     case Lane::Call:
     case Lane::Data:
     case Lane::Thermal:
-      break;
+      return true;
     case Lane::NotCharged:
-      if (span.what != "OverTemp") return;
-      break;
+      return span.what == "OverTemp";
     case Lane::Assertion:
-      if (!tellsOfAudio(span.what)) return;
-      break;
+      return tellsOfAudio(span.what);
     default:
-      return;
+      return false;
   }
+}
+
+void PowerIntervals::span(const LogSpan& span) {
+  if (!takes(span)) return;
   const LogTime begin = std::max(span.begin, window_.since);
   const LogTime end = std::min(span.end, window_.until);
   if (end <= begin) return;
@@ -130,8 +133,9 @@ void PowerIntervals::energy(LogTime from, LogTime to, std::span<const Growth> pa
   for (const Growth& part : parts) {
     if (part.name.starts_with("package")) sum += part.amount;
   }
-  const bool counted = !joules_.empty() || sum > 0;
-  if (counted) joules_.push_back({from, to, sum});
+  if (!joulesSince_ && sum <= 0) return;
+  if (!joulesSince_) joulesSince_ = from;
+  joules_.push_back({from, to, sum});
 }
 
 void PowerIntervals::work(LogTime from, LogTime to, std::span<const Growth> units) {
@@ -238,7 +242,7 @@ void PowerIntervals::unite(std::vector<Stretch>& stretches) {
   stretches = std::move(united);
 }
 
-void PowerIntervals::close() {
+void PowerIntervals::settle(LogTime until) {
   std::array<std::size_t, kLanes> first{};
   std::size_t firstJoules = 0;
   std::size_t firstWifi = 0;
@@ -247,7 +251,8 @@ void PowerIntervals::close() {
   std::size_t firstProcesses = 0;
   for (auto& stretches : stretches_) std::ranges::sort(stretches, {}, &Stretch::begin);
   unite(stretches_[static_cast<std::size_t>(Lane::Audio)]);
-  for (std::size_t i = 1; i < levels_.size(); ++i) {
+  std::size_t settled = 0;
+  for (std::size_t i = 1; i < levels_.size() && levels_[i].first < until; settled = i++) {
     const LogTime begin = levels_[i - 1].first;
     const LogTime end = levels_[i].first;
     PowerInterval interval;
@@ -283,7 +288,7 @@ void PowerIntervals::close() {
     add(Lane::Data, interval.data, nullptr);
     if (!joules_.empty()) {
       const double joules = part(joules_, firstJoules, begin, end);
-      if (joules_.front().from <= begin && joules_.back().to >= end) interval.joules = joules;
+      if (*joulesSince_ <= begin && joules_.back().to >= end) interval.joules = joules;
     }
     interval.wifiBytes = part(wifi_, firstWifi, begin, end);
     interval.modemBytes = part(modem_, firstModem, begin, end);
@@ -293,9 +298,24 @@ void PowerIntervals::close() {
     intervals_.push_back(std::move(interval));
     merge();
   }
+  if (settled == 0) return;
+  levels_.erase(levels_.begin(), levels_.begin() + static_cast<std::ptrdiff_t>(settled));
+  const auto forget = [since = levels_.front().first](auto& samples) {
+    std::erase_if(samples, [&](const auto& sample) { return sample.to <= since; });
+  };
+  forget(joules_);
+  forget(wifi_);
+  forget(modem_);
+  forget(work_);
+  forget(processes_);
+}
+
+void PowerIntervals::close() {
+  settle(std::numeric_limits<LogTime>::max());
   if (!levels_.empty()) before_ = levels_.back().second;
   levels_.clear();
   for (auto& stretches : stretches_) stretches.clear();
+  joulesSince_.reset();
   joules_.clear();
   wifi_.clear();
   modem_.clear();

@@ -43,6 +43,12 @@ struct PowerInterval {
 
   LogTime seconds() const { return end - begin; }
   LogTime awake() const { return std::max<LogTime>(0, seconds() - asleep); }
+  /// CPU seconds, with half of what the ended processes may have used besides.
+  double likelyCpu() const {
+    double sum = cpu;
+    for (const auto& [name, seconds] : unseen) sum += static_cast<double>(seconds) / 2;
+    return sum;
+  }
   /// Awake with a dark display.
   LogTime dark() const { return std::max<LogTime>(0, awake() - lit); }
   /// Nothing but the battery fed the device.
@@ -53,14 +59,16 @@ struct PowerInterval {
 
 /// Gathers the intervals between a log's readings of the battery. From kMaximum on, neighbours are
 /// merged unless only one of them was on a charger. Until the log is interrupted or ends, its
-/// memory also grows with the readings and states.
+/// memory also grows with the states, and with what has not been settled.
 class PowerIntervals {
  public:
-  static constexpr std::size_t kMaximum = 20000;
+  static constexpr std::size_t kMaximum = 8000;
   static constexpr std::size_t kBusiest = 24;  ///< names of an interval
 
   explicit PowerIntervals(const LogWindow& window) : window_(window) {}
 
+  /// Whether a state is of use here.
+  static bool takes(const LogSpan& span);
   void span(const LogSpan& span);
   void battery(const BatteryReading& reading);
   void energy(LogTime from, LogTime to, std::span<const Growth> parts);
@@ -70,6 +78,9 @@ class PowerIntervals {
   void processesEnded(LogTime to, std::span<const ProcessUse> uses);
   void traffic(LogTime from, LogTime to, const TrafficUse& use);
 
+  /// No state and no sample that begins before this time is still to come: what was gathered up to
+  /// it becomes intervals.
+  void settle(LogTime until);
   /// The log is interrupted, or ends: what was gathered so far becomes intervals. What is used
   /// until the next reading belongs to none.
   void close();
@@ -115,6 +126,7 @@ class PowerIntervals {
   std::optional<double> before_;  // the last level before the interruption
   double interrupted_ = 0;
   std::array<std::vector<Stretch>, kLanes> stretches_;
+  std::optional<LogTime> joulesSince_;
   std::vector<Sample> joules_, wifi_, modem_;
   std::vector<CpuSample> work_, processes_;
   std::vector<PowerInterval> intervals_;

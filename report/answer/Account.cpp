@@ -70,10 +70,11 @@ std::uint32_t Account::partOf(Cause cause, std::string_view name) {
 
 void Account::addProcesses(const PowerInterval& interval, double percent, double error,
                            Line& line) {
-  if (!(interval.cpu > 0)) return;
+  const double all = interval.likelyCpu();
+  if (!(all > 0)) return;
   double rest = interval.cpu;
   const auto add = [&](std::string_view name, double seconds) {
-    const double share = seconds / interval.cpu;
+    const double share = seconds / all;
     line.entries.push_back({partOf(Cause::Process, name), percent * share, error * share,
                             static_cast<LogTime>(std::llround(seconds))});
   };
@@ -83,9 +84,10 @@ void Account::addProcesses(const PowerInterval& interval, double percent, double
     add(summary_->names[name], used);
   }
   if (rest > 0.05 * interval.cpu || rest > 1) add(kOthers, rest);
+  // After its last list a process used between nothing and as much as before.
   for (const auto& [name, seconds] : interval.unseen) {
-    line.entries.push_back({partOf(Cause::Process, summary_->names[name]), 0,
-                            percent * static_cast<double>(seconds) / interval.cpu, 0});
+    const double half = percent * static_cast<double>(seconds) / 2 / all;
+    line.entries.push_back({partOf(Cause::Process, summary_->names[name]), half, half, 0});
   }
 }
 
@@ -106,10 +108,12 @@ void Account::addLine(const PowerInterval& interval, double& readings) {
   line.used = interval.used;
   if (const auto processors = model_->processors(interval)) {
     // The readings of counters and CPU times are some milliseconds apart.
-    addProcesses(interval, processors->busy, CostModel::kSpread * processors->busy, line);
+    addProcesses(interval, processors->busy,
+                 std::hypot(processors->error, CostModel::kSpread * processors->busy), line);
     if (processors->idle > 0) {
       line.entries.push_back({partOf(Cause::Processor, ""), processors->idle,
-                              CostModel::kSpread * processors->idle, interval.awake()});
+                              std::hypot(processors->error, CostModel::kSpread * processors->idle),
+                              interval.awake()});
     }
   }
   const std::vector<double> values = CostModel::valuesOf(interval);

@@ -158,6 +158,7 @@ TEST(Account, SeesWhoPlaysAndWhatEndsBetweenLists) {
   ASSERT_EQ(summary.intervals[1].unseen.size(), 1U);
   EXPECT_EQ(summary.names[summary.intervals[1].unseen[0].first], "backup");
   EXPECT_EQ(summary.intervals[1].unseen[0].second, 300);
+  EXPECT_EQ(summary.intervals[1].likelyCpu(), 1 + 150);
 }
 
 TEST(Answer, TellsByCurrentAndWordsWhatAChargerDoes) {

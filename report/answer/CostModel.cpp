@@ -61,7 +61,7 @@ std::vector<double> CostModel::valuesOf(const PowerInterval& interval) {
   values[kAsleep] = static_cast<double>(interval.asleep);
   values[kAwake] = static_cast<double>(interval.awake());
   values[kDisplay] = interval.brightness;
-  values[kCpu] = interval.cpuKnown ? interval.cpu : 0;
+  values[kCpu] = interval.cpuKnown ? interval.likelyCpu() : 0;
   values[kWifi] = interval.wifiBytes / 1e6;
   values[kModem] = interval.modemBytes / 1e6;
   values[kCall] = static_cast<double>(interval.call);
@@ -97,7 +97,7 @@ void CostModel::learnProcessors() {
     all += interval->awake();
     if (!interval->joules || !interval->cpuKnown) continue;
     counted += interval->awake();
-    observations.push_back({{static_cast<double>(interval->awake()), interval->cpu},
+    observations.push_back({{static_cast<double>(interval->awake()), interval->likelyCpu()},
                             *interval->joules,
                             kJoules + kSpread * *interval->joules});
   }
@@ -263,10 +263,12 @@ bool CostModel::alone(std::size_t column) const {
 std::optional<CostModel::Processors> CostModel::processors(const PowerInterval& interval) const {
   if (!processors_ || !interval.joules) return std::nullopt;
   const double idle = processors_->coefficients[0] * static_cast<double>(interval.awake());
-  const double busy = processors_->coefficients[1] * interval.cpu;
+  const double busy = processors_->coefficients[1] * interval.likelyCpu();
   const double percent = percentPerJoule_ * *interval.joules;
   const double share = idle + busy > 0 ? busy / (idle + busy) : 1;
-  return Processors{percent * (1 - share), percent * share};
+  const double error = kErrors * std::sqrt(std::max(0.0, processors_->covarianceOf(0, 0))) *
+                       static_cast<double>(interval.awake()) * percentPerJoule_;
+  return Processors{percent * (1 - share), percent * share, error};
 }
 
 }  // namespace zorva

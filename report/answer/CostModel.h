@@ -48,8 +48,9 @@ class CostModel {
 
   /// What an interval's processors used, by their own counters.
   struct Processors {
-    double idle;  ///< percent
-    double busy;  ///< with CPU time
+    double idle;   ///< percent
+    double busy;   ///< with CPU time
+    double error;  ///< of either, percent: how far what they are told apart by may be off
   };
   bool counted() const { return processors_.has_value(); }
   /// Empty where the counters say nothing.

@@ -39,7 +39,8 @@ class Json {
   void number(std::optional<double> value) {
     comma();
     if (value && std::isfinite(*value)) {
-      to_ += formatText("%.6g", *value);
+      const bool whole = *value == std::trunc(*value) && std::abs(*value) < 1e15;
+      to_ += formatText(whole ? "%.0f" : "%.6g", *value);
     } else {
       to_ += "null";
     }

@@ -118,7 +118,7 @@ class Day:
                 process['unit'] = f'app-{process["name"]}@{process["id"]}'
                 self.units[process['unit']] = process['name']
         self.device = {
-            'battery': {'level': round(r.uniform(88, 100), 1), 'voltage': round(VOLTAGE[phone] * 1050)},
+            'battery': {'level': round(r.uniform(88, 100), 1), 'voltage': round(VOLTAGE[phone] * 1000)},
             'backlight': {'brightness': 0, 'min': 0, 'max': self.top}, 'processes': processes,
             'interfaces': [{'name': 'lo', 'loopback': True}, {'name': self.interface}],
         }
