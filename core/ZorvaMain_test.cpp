@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/ZorvaMain.h"
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -199,10 +201,10 @@ TEST_F(ZorvaMainTest, WhatIsForeignIsNeitherFollowedNorReplacedNorGivenAway) {
 TEST_F(ZorvaMainTest, ADaemonWithoutItsQueueEndsAtOnceAndOneWithoutItsWatchGoesOn) {
   const std::pair<const char*, std::string> kFailures[] = {
       {"files.makeEventQueue",
-       "kqueue > 0\" failed for /Library/Logs/Faultbox: Too many open files"},
+       std::string("kqueue > 0\" failed for /Library/Logs/Faultbox: ") + std::strerror(EMFILE)},
       {"files.openForEvents",
-       "crashReportDirectoryDescriptor > 0\" failed for /Library/Logs/Faultbox: Permission "
-       "denied"}};
+       std::string("crashReportDirectoryDescriptor > 0\" failed for /Library/Logs/Faultbox: ") +
+           std::strerror(EACCES)}};
   for (const auto& [point, failure] : kFailures) {
     handset.faults().fail(point);
     errno = 0;
