@@ -48,6 +48,16 @@ std::tm localTimeIn(const std::string& zone, Date date) {
   return localTime(date);
 }
 
+std::string zoneAbbreviation(Date date) {
+  const std::tm local = localTime(date);
+  return local.tm_zone != nullptr ? local.tm_zone : "";
+}
+
+std::string zoneAbbreviationIn(const std::string& zone, Date date) {
+  const ProcessZone process(zone);
+  return zoneAbbreviation(date);
+}
+
 bool isTimeZone(const std::string& zone) {
   constexpr std::string_view kMark = "TZif";
   constexpr std::string_view kLetters =

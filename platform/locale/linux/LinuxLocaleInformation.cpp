@@ -38,8 +38,7 @@ std::optional<std::string> LinuxLocaleInformation::countryCode() {
 }
 
 std::string LinuxLocaleInformation::timeZoneAbbreviation() {
-  const std::tm local = localTime(clock_.now());
-  return local.tm_zone ? local.tm_zone : "";
+  return zoneAbbreviation(clock_.now());
 }
 
 bool LinuxLocaleInformation::daylightSavingTime() {

@@ -40,8 +40,7 @@ std::optional<std::string> SimLocaleInformation::countryCode() {
 }
 
 std::string SimLocaleInformation::timeZoneAbbreviation() {
-  const std::tm local = localTimeIn(settings_.zone, clock_.now());
-  return local.tm_zone ? local.tm_zone : "";
+  return zoneAbbreviationIn(settings_.zone, clock_.now());
 }
 
 bool SimLocaleInformation::daylightSavingTime() {
