@@ -120,6 +120,7 @@ def keep(times=300):
     texts = []
     lost = []
     tool = pathlib.Path(__file__).parents[2] / 'packaging/zorva-keep'
+    environment = {**os.environ, 'ZORVA_LOGS': str(LOG_DIRECTORY), 'ZORVA_CLOSED': ''}
 
     def collect():
         for path in sorted(LOG_DIRECTORY.glob('Zorva_*.zorva.closed.gz'), key=lambda one: one.stat().st_mtime_ns):
@@ -134,12 +135,12 @@ def keep(times=300):
             daemon.post(name)
             sent.append(EVENTS[name])
             if step == 10:
-                subprocess.run([tool, '30'], check=True, env={**os.environ, 'ZORVA_LOGS': str(LOG_DIRECTORY)})
+                subprocess.run([tool, '30'], check=True, env=environment)
                 collect()
     wait_for(logs, 'a log')
     status = daemon.end()
     for _ in range(2):
-        subprocess.run([tool, '30'], check=True, env={**os.environ, 'ZORVA_LOGS': str(LOG_DIRECTORY)})
+        subprocess.run([tool, '30'], check=True, env=environment)
         collect()
     left = [path.name for path in LOG_DIRECTORY.iterdir()]
     found = [event for text in texts for event in events_in(text)]
