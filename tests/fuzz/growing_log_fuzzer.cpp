@@ -190,9 +190,10 @@ void checkFollower(std::vector<Step> steps) {
     if (step.what == 'o') append(folder + "other", step.text), fs::remove(folder + "other");
     if (step.what == 'b') append(folder + "brief.zorva", ""), fs::remove(folder + "brief.zorva");
     if (step.what == 'm') fs::rename(path(), path() + ".closed");
-    if (step.what == 'm' || step.what == 'n') {
-      contents.emplace_back();
-      append(path(), "");
+    for (int files = step.what == 'd' ? 2 : step.what == 'm' || step.what == 'n'; files > 0;
+         --files) {
+      contents.emplace_back(files > 1 ? step.text + "\n" : "");
+      append(path(), contents.back());
     }
     append(path(), step.text + "\n");
     contents.back() += step.text + "\n";

@@ -49,6 +49,20 @@ std::string nameOf(std::string_view group, const std::string& user) {
   return name + "(" + user + ")";
 }
 
+// Users name groups as they like, and some parts of the names are left out.
+void mergeNamesakes(std::vector<WorkUnits::Unit>& units) {
+  std::ranges::sort(units, {}, &WorkUnits::Unit::name);
+  std::vector<WorkUnits::Unit> merged;
+  for (WorkUnits::Unit& unit : units) {
+    if (!merged.empty() && merged.back().name == unit.name) {
+      merged.back().used += unit.used;
+    } else {
+      merged.push_back(std::move(unit));
+    }
+  }
+  units = std::move(merged);
+}
+
 }  // namespace
 
 struct LinuxWorkUnits::Group {
@@ -68,6 +82,7 @@ std::optional<std::vector<WorkUnits::Unit>> LinuxWorkUnits::units() {
   units_.clear();
   if (!root_.empty()) readGroup(AT_FDCWD, {root_, kRoot, ""}, 0);
   if (units_.empty() || units_.front().name == kRoot) return std::nullopt;  // which comes last
+  mergeNamesakes(units_);
   return std::move(units_);
 }
 
