@@ -38,7 +38,8 @@ bool holdsUnits(std::string_view group) {
 // A user's units, whose names the system and other users may have, too, are told apart by the
 // user's id, as processes are by theirs.
 std::string nameOf(std::string_view group, const std::string& user) {
-  if (group.starts_with('_')) group.remove_prefix(1);  // put before a name that is a file's
+  // Put before a name that is a file's.
+  if (group.starts_with('_') && group.size() > 1) group.remove_prefix(1);
   std::string name(group);
   if (user.empty()) return name;
   if (const auto application = applicationUnitName(group)) {
