@@ -120,6 +120,9 @@ void check(std::uint8_t kind, std::size_t piece, std::size_t place, const std::s
   // Two files one after the other, and a tape's zeros.
   if (packed && kind & 0x10) bytes += packers[kind % 4](contents);
   const std::string text = packed && kind & 0x10 ? contents + contents : contents;
+  // And many that are empty.
+  const std::string empty = packers[kind % 4]("");
+  for (int i = packed && kind & 0x80 && piece == 255 ? 20000 : 0; i > 0; --i) bytes += empty;
   const bool cut = packed && kind & 0x20, flipped = packed && kind & 0x40;
   place = std::min(place, bytes.size());
   if (cut) bytes.resize(place);
