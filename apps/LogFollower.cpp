@@ -42,10 +42,10 @@ std::ptrdiff_t LogFollower::read(char* to, std::size_t most) {
     const std::ptrdiff_t count = input_->read(to, most);
     if (count != 0 || !queue_) return count;
     // Events may be older than the text just read, but none is missed: they are read before the
-    // next
-    // attempt.
-    if (!next_.empty() && std::exchange(drained_, true)) return 0;
-    if (next_.empty() && !wait()) return 0;
+    // next attempt.
+    if (!next_) openNext();
+    if (next_ && std::exchange(drained_, true)) return 0;
+    if (!next_ && !wait()) return 0;
   }
 }
 
@@ -86,26 +86,26 @@ void LogFollower::consider(const std::string& name) {
   const bool alike = name == first_ || (!extension_.empty() && path.extension() == extension_);
   // The event may be about the log itself, renamed.
   if (!alike || input_->isFileAt(path.string())) return;
-  next_ = path.string();
-  drained_ = false;
+  created_.push_back(path.string());
+}
+
+// Files that have been removed again are passed over.
+void LogFollower::openNext() {
+  std::string problem;
+  for (; !next_ && !created_.empty(); created_.pop_front()) {
+    auto input = LogInput::open(created_.front(), problem);
+    if (!input || input->isSameFile(*input_)) continue;
+    next_.emplace(std::move(*input));
+    drained_ = false;
+  }
 }
 
 bool LogFollower::next() {
-  std::string problem;
-  while (!next_.empty()) {
-    auto input = LogInput::open(std::exchange(next_, {}), problem);
-    drained_ = false;
-    if (!input) {
-      // It has been removed again; another one may follow.
-      while (next_.empty() && wait()) {
-      }
-      continue;
-    }
-    input_.emplace(std::move(*input));
-    ::inotify_add_watch(queue_.get(), input_->name().c_str(), IN_MODIFY);
-    return true;
-  }
-  return false;
+  if (!next_) return false;
+  input_.emplace(std::move(*next_));
+  next_.reset();
+  ::inotify_add_watch(queue_.get(), input_->name().c_str(), IN_MODIFY);
+  return true;
 }
 
 }  // namespace zorva

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -40,6 +41,7 @@ class LogFollower {
   bool wait();
   void takeEvents();
   void consider(const std::string& name);
+  void openNext();
 
   std::optional<LogInput> input_;
   Quiet quiet_;
@@ -47,8 +49,9 @@ class LogFollower {
   std::string directory_;
   std::string extension_;
   Descriptor queue_;
-  std::string next_;
-  bool drained_ = false;  // the rest of the file was read after the next one was created
+  std::deque<std::string> created_;  // paths, not opened yet
+  std::optional<LogInput> next_;
+  bool drained_ = false;  // the rest of the file was read after the next one was opened
 };
 
 }  // namespace zorva

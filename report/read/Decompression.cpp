@@ -33,26 +33,28 @@ class Gzip : public Decompression {
 
   std::optional<std::size_t> unpack(std::string_view& from, bool, char* to,
                                     std::size_t most) override {
-    if (complete_) {
-      // A tape's blocks are filled up with zeros.
-      from.remove_prefix(std::min(from.find_first_not_of('\0'), from.size()));
-      if (from.empty()) return 0;
-      if (::inflateReset(&stream_) != Z_OK) return fail("cannot begin again");
-      complete_ = false;
+    for (;;) {
+      if (complete_) {
+        // A tape's blocks are filled up with zeros.
+        from.remove_prefix(std::min(from.find_first_not_of('\0'), from.size()));
+        if (from.empty()) return 0;
+        if (::inflateReset(&stream_) != Z_OK) return fail("cannot begin again");
+        complete_ = false;
+      }
+      stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(from.data()));
+      stream_.avail_in = static_cast<uInt>(from.size());
+      stream_.next_out = reinterpret_cast<Bytef*>(to);
+      stream_.avail_out = static_cast<uInt>(most);
+      const int result = ::inflate(&stream_, Z_NO_FLUSH);
+      from.remove_prefix(from.size() - stream_.avail_in);
+      complete_ = result == Z_STREAM_END;
+      if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
+        return fail(stream_.msg != nullptr ? stream_.msg : "not gzip");
+      }
+      const std::size_t count = most - stream_.avail_out;
+      // Another file may follow one that is empty; or all that was taken is a header.
+      if (count > 0 || from.empty() || !complete_) return count;
     }
-    stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(from.data()));
-    stream_.avail_in = static_cast<uInt>(from.size());
-    stream_.next_out = reinterpret_cast<Bytef*>(to);
-    stream_.avail_out = static_cast<uInt>(most);
-    const int result = ::inflate(&stream_, Z_NO_FLUSH);
-    from.remove_prefix(from.size() - stream_.avail_in);
-    complete_ = result == Z_STREAM_END;
-    if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
-      return fail(stream_.msg != nullptr ? stream_.msg : "not gzip");
-    }
-    const std::size_t count = most - stream_.avail_out;
-    // Another file may follow; or all that was taken is a header.
-    return count == 0 && !from.empty() && complete_ ? unpack(from, false, to, most) : count;
   }
 
  private:

@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstdint>
 #include <iterator>
+#include <set>
 #include <sys/socket.h>
 
 #include "platform/assertions/linux/LinuxPowerManagement.h"
@@ -320,10 +321,13 @@ struct PowerClients : Clients {
     kde.findMirrors({});
     for (const SessionService* each :
          {static_cast<SessionService*>(&gnome), static_cast<SessionService*>(&kde)}) {
+      std::set<std::string> keys;
       REQUIRE(each->inhibitors().size() <= SessionService::kMaxInhibitors);
       for (const SessionInhibitor& inhibitor : each->inhibitors()) {
         REQUIRE(inhibitor.lock.who.size() <= SessionService::kMaxText);
         REQUIRE(inhibitor.lock.why.size() <= SessionService::kMaxText);
+        REQUIRE(inhibitor.lock.what.size() <= SessionService::kMaxText);
+        REQUIRE(keys.insert(inhibitor.key).second);
       }
     }
   }

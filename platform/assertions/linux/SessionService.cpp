@@ -150,6 +150,10 @@ void SessionService::finish() {
     each.start = before != inhibitors_.end() ? before->start : parts_.clock.now();
   }
   if (failing_) found_.clear();
+  // A service may list one twice.
+  std::set<std::string> keys;
+  std::erase_if(found_,
+                [&](const SessionInhibitor& each) { return !keys.insert(each.key).second; });
   inhibitors_ = std::exchange(found_, {});
   failures_ = failing_ ? failures_ + 1 : 0;
   if (failing_) later(parts_.limits.retry * (1 << std::min(failures_ - 1, kMaxDoublings)));

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string_view>
 #include <time.h>
 #include <unistd.h>
@@ -72,8 +73,10 @@ EnergyCounters::Reading LinuxEnergyCounters::read() {
   std::map<std::string, int> times;
   for (const Found& each : found) ++times[each.counter.name];
   Reading reading{secondsAwake(), {}};
+  std::set<std::string> names;
   for (Found& each : found) {
     if (times[each.counter.name] > 1) each.counter.name = each.qualified;
+    while (!names.insert(each.counter.name).second) each.counter.name += "@" + each.counter.id;
     reading.counters.push_back(std::move(each.counter));
   }
   return reading;

@@ -16,10 +16,16 @@ std::string selectedIn(const std::string& modes) {
   return open < close && close != modes.npos ? modes.substr(open + 1, close - open - 1) : "";
 }
 
-std::optional<std::chrono::microseconds> microsecondsIn(const std::string& path) {
+// A count or a time; no other number is one.
+std::optional<std::int64_t> readCount(const std::string& path) {
+  constexpr std::int64_t kMax = std::int64_t{1} << 53;  // as microseconds 285 years
   const auto number = readNumber(path);
-  if (!number || *number < 0) return std::nullopt;
-  return std::chrono::microseconds(*number);
+  return number >= 0 && number <= kMax ? number : std::nullopt;
+}
+
+std::optional<std::chrono::microseconds> microsecondsIn(const std::string& path) {
+  const auto count = readCount(path);
+  return count ? std::optional(std::chrono::microseconds(*count)) : std::nullopt;
 }
 
 }  // namespace
@@ -31,30 +37,34 @@ LinuxSuspendRecords::LinuxSuspendRecords(std::string sysfs,
 std::optional<SuspendTotals> LinuxSuspendRecords::read() {
   const std::string power = sysfs_ + "/power/", stats = power + "suspend_stats/";
   const auto modes = readAttribute(power + "mem_sleep");
-  const auto failures = readNumber(stats + "fail");
+  const auto failures = readCount(stats + "fail");
   if (!modes && !failures) return std::nullopt;
   SuspendTotals totals;
   totals.asleep = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::nanoseconds(nanosecondsSlept_()));
   totals.mode = selectedIn(modes.value_or(""));
   readHardware(totals);
-  totals.successes = readNumber(stats + "success");
+  totals.successes = readCount(stats + "success");
   totals.failures = failures.value_or(0);
   for (const char* step : {"freeze", "prepare", "suspend", "suspend_late", "suspend_noirq",
                            "resume_noirq", "resume_early", "resume"}) {
-    totals.failedSteps[step] = readNumber(stats + "failed_" + step).value_or(0);
+    totals.failedSteps[step] = readCount(stats + "failed_" + step).value_or(0);
   }
   totals.lastFailedStep = readAttribute(stats + "last_failed_step").value_or("");
   totals.lastFailedDevice = readAttribute(stats + "last_failed_dev").value_or("");
-  totals.lastFailedError =
-      std::abs(static_cast<int>(readNumber(stats + "last_failed_errno").value_or(0)));
+  constexpr std::int64_t kMaxError = 4095;
+  const std::int64_t error = readNumber(stats + "last_failed_errno").value_or(0);
+  if (error >= -kMaxError && error <= kMaxError) {
+    totals.lastFailedError = std::abs(static_cast<int>(error));
+  }
   const std::string sources = sysfs_ + "/class/wakeup";
   for (const std::string& entry : entryNames(sources)) {
     const std::string source = sources + "/" + entry + "/";
     auto name = readAttribute(source + "name");
-    const auto events = readNumber(source + "event_count");
+    const auto events = readCount(source + "event_count");
     if (!name || !events) continue;  // gone while they were listed
-    const auto blocked = readNumber(source + "prevent_suspend_time_ms").value_or(0);
+    if (name->empty()) name = entry;
+    const auto blocked = readCount(source + "prevent_suspend_time_ms").value_or(0);
     totals.sources.push_back(
         {entry, std::move(*name), *events, std::chrono::milliseconds(blocked)});
   }

@@ -185,6 +185,7 @@ bool SyslogFile::fill() {
   if (::fstat(file_.get(), &own) == 0 && own.st_size < ::lseek(file_.get(), 0, SEEK_CUR)) {
     ::lseek(file_.get(), 0, SEEK_SET);  // truncated
     unread_.clear();
+    skipLine_ = false;
   }
   return read() ||
          (::stat(path_.c_str(), &there) == 0 && !sameFile(own, there) && openAt(path_) && read());
@@ -205,7 +206,7 @@ std::optional<SystemLogRecord> SyslogFile::next(std::int64_t now) {
       if (!fill()) return std::nullopt;
       continue;
     }
-    const std::string line = unread_.substr(at_, end - at_);
+    const std::string line = unread_.substr(at_, std::min(end - at_, kMaxLine));
     at_ = end + 1;
     if (std::exchange(skipLine_, false)) continue;
     if (auto record = parseSyslogLine(line, now)) return record;

@@ -38,7 +38,8 @@ bool holdsUnits(std::string_view group) {
 // A user's units, whose names the system and other users may have, too, are told apart by the
 // user's id, as processes are by theirs.
 std::string nameOf(std::string_view group, const std::string& user) {
-  if (group.starts_with('_')) group.remove_prefix(1);  // put before a name that is a file's
+  // Put before a name that is a file's.
+  if (group.starts_with('_') && group.size() > 1) group.remove_prefix(1);
   std::string name(group);
   if (user.empty()) return name;
   if (const auto application = applicationUnitName(group)) {
@@ -47,6 +48,20 @@ std::string nameOf(std::string_view group, const std::string& user) {
     if (isUniqueInstance(application->instance)) return name;
   }
   return name + "(" + user + ")";
+}
+
+// Users name groups as they like, and some parts of the names are left out.
+void mergeNamesakes(std::vector<WorkUnits::Unit>& units) {
+  std::ranges::sort(units, {}, &WorkUnits::Unit::name);
+  std::vector<WorkUnits::Unit> merged;
+  for (WorkUnits::Unit& unit : units) {
+    if (!merged.empty() && merged.back().name == unit.name) {
+      merged.back().used += unit.used;
+    } else {
+      merged.push_back(std::move(unit));
+    }
+  }
+  units = std::move(merged);
 }
 
 }  // namespace
@@ -68,6 +83,7 @@ std::optional<std::vector<WorkUnits::Unit>> LinuxWorkUnits::units() {
   units_.clear();
   if (!root_.empty()) readGroup(AT_FDCWD, {root_, kRoot, ""}, 0);
   if (units_.empty() || units_.front().name == kRoot) return std::nullopt;  // which comes last
+  mergeNamesakes(units_);
   return std::move(units_);
 }
 
