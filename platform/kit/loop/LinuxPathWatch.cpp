@@ -19,10 +19,6 @@ constexpr std::uint32_t kEntryEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | I
 // IN_ATTRIB: a socket gets its mode when it is ready for clients.
 constexpr std::uint32_t kWriteEvents = IN_CLOSE_WRITE | IN_ATTRIB;
 constexpr std::uint32_t kSelfEvents = IN_DELETE_SELF | IN_MOVE_SELF;
-// libsystemd before 258 loops forever on a pending event of a directory if none of its remaining
-// sources subscribes to it, because the source that did was just removed. So sources with fewer
-// events get an inotify queue of their own, by a priority of their own.
-constexpr std::int64_t kContentsPriority = SD_EVENT_PRIORITY_NORMAL - 1;
 
 std::deque<std::string> components(const std::filesystem::path& path) {
   std::deque<std::string> components;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,6 +22,11 @@ namespace zorva {
 /// (If a directory in the middle of the path is renamed, that is not noticed.)
 class LinuxPathWatch {
  public:
+  // libsystemd before 258 loops forever on a pending event of a directory if none of its remaining
+  // sources subscribes to it, because the source that did was just removed. So sources with fewer
+  // events get an inotify queue of their own, by a priority of their own.
+  static constexpr std::int64_t kContentsPriority = SD_EVENT_PRIORITY_NORMAL - 1;
+
   enum class Of {
     Entry,     ///< the path's last entry and writes to it
     Contents,  ///< entries that appear in or disappear from the directory at the path

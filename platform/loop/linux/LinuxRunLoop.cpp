@@ -5,10 +5,11 @@
 #include <cstdio>
 #include <cstring>
 #include <sys/epoll.h>
+#include <sys/inotify.h>
 #include <system_error>
 #include <time.h>
 
-#include "platform/kit/loop/EventSources.h"
+#include "platform/kit/loop/LinuxPathWatch.h"
 
 namespace zorva {
 namespace {
@@ -56,6 +57,19 @@ LinuxRunLoop::LinuxRunLoop() {
     throw std::system_error(-result, std::generic_category(), "Cannot make an event loop");
   }
   event_.reset(event);
+  // libelogind 246 aborts the process if the last inotify source of a priority is removed while an
+  // event of that priority is handled. So a source of each priority stays, of a file that no path
+  // watch is about.
+  for (const std::int64_t priority :
+       {std::int64_t{SD_EVENT_PRIORITY_NORMAL}, LinuxPathWatch::kContentsPriority}) {
+    sd_event_source* source = nullptr;
+    const auto ignore = [](sd_event_source*, const inotify_event*, void*) { return 0; };
+    if (sd_event_add_inotify(event, &source, "/dev/null", IN_DELETE_SELF, ignore, nullptr) < 0) {
+      continue;
+    }
+    inotify_.emplace_back(source);
+    sd_event_source_set_priority(source, priority);
+  }
 }
 
 Registration LinuxRunLoop::watchDescriptor(int descriptor, std::function<void()> ready) {

@@ -3,7 +3,9 @@
 
 #include <memory>
 #include <systemd/sd-event.h>
+#include <vector>
 
+#include "platform/kit/loop/EventSources.h"
 #include "platform/loop/RunLoop.h"
 
 namespace zorva {
@@ -33,6 +35,7 @@ class LinuxRunLoop : public RunLoop {
     void operator()(sd_event* event) const { sd_event_unref(event); }
   };
   std::unique_ptr<sd_event, Unref> event_;
+  std::vector<EventSource> inotify_;
   bool stopped_ = false;
 };
 
