@@ -40,6 +40,7 @@ std::string LogFollower::watch() {
 std::ptrdiff_t LogFollower::read(char* to, std::size_t most) {
   for (;;) {
     const std::ptrdiff_t count = input_->read(to, most);
+    if (count != 0) silentSince_ = Clock::now();
     if (count != 0 || !queue_) return count;
     // Events may be older than the text just read, but none is missed: they are read before the
     // next attempt.
@@ -50,12 +51,11 @@ std::ptrdiff_t LogFollower::read(char* to, std::size_t most) {
 }
 
 bool LogFollower::wait() {
-  const auto begin = std::chrono::steady_clock::now();
   pollfd events{queue_.get(), POLLIN, 0};
   auto next = quiet_(Seconds(0));
   for (int ready = 0; ready <= 0;) {
     if (!next) return false;
-    const auto silence = [&] { return std::chrono::steady_clock::now() - begin; };
+    const auto silence = [&] { return Clock::now() - silentSince_; };
     const auto left = std::chrono::ceil<Milliseconds>(*next - silence());
     ready =
         ::poll(&events, 1, static_cast<int>(std::clamp(left, Milliseconds(0), kLongest).count()));

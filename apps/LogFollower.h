@@ -38,6 +38,8 @@ class LogFollower {
   bool next();
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   bool wait();
   void takeEvents();
   void consider(const std::string& name);
@@ -51,6 +53,7 @@ class LogFollower {
   Descriptor queue_;
   std::deque<std::string> created_;  // paths, not opened yet
   std::optional<LogInput> next_;
+  Clock::time_point silentSince_ = Clock::now();
   bool drained_ = false;  // the rest of the file was read after the next one was opened
 };
 

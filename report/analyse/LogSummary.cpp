@@ -385,9 +385,8 @@ class LogSummarizer::Sink : public LogHistorySink {
     };
     const std::vector<PowerInterval> all = allDays_->take();
     const LogTime length = summary_.last - summary_.first;
-    if (all.empty() || length <= 0) return;
+    if (all.empty() || length <= 0 || length > kDay) return;
     const LogTime here = used(all, summary_.first, summary_.last).second;
-    const LogTime step = (length + kDay - 1) / kDay * kDay;
     const auto add = [&](LogTime shift) {
       const auto [percent, seconds] = used(all, summary_.first + shift, summary_.last + shift);
       if (seconds == 0 || seconds * 2 < here) return;
@@ -396,8 +395,8 @@ class LogSummarizer::Sink : public LogHistorySink {
       summary_.otherDays.seconds += seconds;
     };
     for (std::int64_t i = 1; i <= kMaxOtherDays; ++i) {
-      add(-i * step);
-      add(i * step);
+      add(-i * kDay);
+      add(i * kDay);
     }
   }
 

@@ -11,14 +11,22 @@ namespace zorva {
 namespace {
 
 // Programs that play hold an assertion meanwhile: "Playing audio", "audio-playing", "Playing some
-// media.", as browsers and players name them.
+// media.", as browsers and players name them. Not "Displaying".
 bool tellsOfAudio(std::string_view assertion) {
   static constexpr std::array<std::string_view, 3> kWords = {"playing", "audio", "music"};
   const auto same = [](char one, char other) { return (one | 0x20) == other; };
-  return std::ranges::any_of(kWords, [&](std::string_view word) {
-    return std::search(assertion.begin(), assertion.end(), word.begin(), word.end(), same) !=
-           assertion.end();
-  });
+  const auto letter = [](char byte) { return (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z'; };
+  for (std::size_t at = 0; at < assertion.size(); ++at) {
+    if (at > 0 && letter(assertion[at - 1])) continue;
+    const std::string_view rest = assertion.substr(at);
+    for (const std::string_view word : kWords) {
+      if (rest.size() >= word.size() && std::equal(word.begin(), word.end(), rest.begin(),
+                                                   [&](char w, char c) { return same(c, w); })) {
+        return true;
+      }
+    }
+  }
+  return false;
 }
 
 // "140/255" as a share of full brightness. Unknown brightness counts as full.

@@ -146,7 +146,7 @@ TEST(Account, SeesWhoPlaysAndWhatEndsBetweenLists) {
       {"10:30", battery(85, -900)},
       {"10:30", "[ProcessMonitor] init(1)=4; backup(9)=310;"},
       {"10:40", "[Assertion] state=released; " + entry + "30:00;"},
-      {"10:41", "[Assertion] state=created; process=x; pid=8; name=Display on; held_for=00:00:00;"},
+      {"10:41", "[Assertion] state=created; process=x; pid=8; name=Displaying; held_for=00:00:00;"},
       {"11:00", battery(80, -900)},
       {"11:00", "[ProcessMonitor] init(1)=5;"},
   }));
@@ -273,8 +273,9 @@ TEST(Answer, ComparesANightWithTheSameHoursOfOtherDays) {
   const Answer night(summaryOf(log, {from, from + 6 * 3600}));
   EXPECT_NEAR(night.usual.value_or(0), 5, 0.1);
   EXPECT_EQ(night.usualDays, 2U);
-  EXPECT_TRUE(night.verdict[0].starts_with(
-      "The battery fell 20 %, from 80 % to 60 %, in 6 h (in the same hours of 2 other days 5.0 %)"))
+  EXPECT_TRUE(
+      night.verdict[0].starts_with("The battery fell 20 %, from 80 % to 60 %, in 6 h (in the same "
+                                   "hours of 2 other days 5.0 % on average)"))
       << night.verdict[0];
   EXPECT_FALSE(Answer(summaryOf(log)).usual);
 }

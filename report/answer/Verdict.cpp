@@ -18,13 +18,13 @@ std::string shareOfBattery(const Finding& finding) {
          " of the battery).";
 }
 
-// " (in the same hours of 2 other days 8 %)".
+// " (in the same hours of 2 other days 8 % on average)".
 std::string comparedWithUsual(const Answer& answer) {
   if (!answer.usual) return "";
   const bool one = answer.usualDays == 1;
   return " (in the same hours of " +
          (one ? std::string("another day") : std::to_string(answer.usualDays) + " other days") +
-         " " + wholePercent(*answer.usual) + ")";
+         " " + wholePercent(*answer.usual) + (one ? ")" : " on average)");
 }
 
 }  // namespace

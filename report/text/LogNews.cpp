@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -44,7 +45,7 @@ class LogNews::Sink : public LogHistorySink {
 
   void begin() {
     const bool told = std::exchange(told_, true);
-    for (Hold& hold : holds_) hold.next = kLongHold;
+    for (auto& [key, hold] : holds_) hold.next = kLongHold;
     if (last_) tellHolders(*last_);
     told_ = told;
   }
@@ -59,7 +60,7 @@ class LogNews::Sink : public LogHistorySink {
     std::optional<LogTime> first;
     if (!last_ || !told_ || asleep_ || isLit()) return first;
     for (const LogSpan& span : history_.lasting(Lane::Assertion)) {
-      const Hold* const hold = findIn(holds_, span);
+      const Hold* const hold = holdOf(span);
       const LogTime next = hold == nullptr ? kLongHold : hold->next;
       const LogTime in = std::max<LogTime>(1, next - darkOf(span, hold, *last_));
       if (in <= LogHistory::kMaxSilence) first = std::min(first.value_or(in), in);
@@ -177,14 +178,14 @@ class LogNews::Sink : public LogHistorySink {
   }
 
  private:
-  // An assertion that is held, by its process and name.
+  // Of an assertion that is held.
   struct Hold {
-    std::int64_t pid;
-    std::string what;
     LogTime asleep = 0;  // of the time in which it was held
     LogTime lit = 0;     // the same, awake with the display lit
     LogTime next = kLongHold;
   };
+
+  using Holds = std::unordered_map<std::string, Hold>;
 
   // Refused sleeps, one after the other, with the same holders.
   struct Refused {
@@ -228,11 +229,17 @@ class LogNews::Sink : public LogHistorySink {
 
   bool isLit() const { return !history_.lasting(Lane::Display).empty(); }
 
-  // The hold of an assertion; null if it has only just been seen.
-  static auto findIn(auto& holds, const LogSpan& span) -> decltype(holds.data()) {
-    const auto found = std::ranges::find_if(
-        holds, [&](const Hold& hold) { return hold.pid == span.pid && hold.what == span.what; });
-    return found == holds.end() ? nullptr : &*found;
+  // One that is taken again in the second of its release is another one.
+  static std::string keyOf(const LogSpan& span) {
+    return formatText("%lld %lld ", static_cast<long long>(span.begin),
+                      static_cast<long long>(span.pid)) +
+           std::string(span.what);
+  }
+
+  // Null if it has only just been seen.
+  const Hold* holdOf(const LogSpan& span) const {
+    const auto found = holds_.find(keyOf(span));
+    return found == holds_.end() ? nullptr : &found->second;
   }
 
   // For how long it has kept the device awake with a dark display.
@@ -244,12 +251,13 @@ class LogNews::Sink : public LogHistorySink {
   // So many seconds have passed in the states of before.
   void pass(LogTime seconds) {
     if (!asleep_) awake_ += seconds;
-    std::vector<Hold> holds;
+    Holds holds;
     const bool lit = isLit();
     for (const LogSpan& span : history_.lasting(Lane::Assertion)) {
-      if (findIn(holds, span) != nullptr) continue;
-      const Hold* const known = findIn(holds_, span);
-      Hold& hold = holds.emplace_back(known ? *known : Hold{span.pid, std::string(span.what)});
+      std::string key = keyOf(span);
+      auto node = holds_.extract(key);
+      Hold& hold =
+          node.empty() ? holds[std::move(key)] : holds.insert(std::move(node)).position->second;
       if (asleep_) {
         hold.asleep += seconds;
       } else if (lit) {
@@ -261,7 +269,7 @@ class LogNews::Sink : public LogHistorySink {
 
   void passSleep(LogTime seconds) {
     awake_ = std::max<LogTime>(0, awake_ - seconds);
-    for (Hold& hold : holds_) hold.asleep += seconds;
+    for (auto& [key, hold] : holds_) hold.asleep += seconds;
   }
 
   // Names the assertions that have kept the device awake in the dark for so long that it is time
@@ -269,15 +277,14 @@ class LogNews::Sink : public LogHistorySink {
   void tellHolders(LogTime now) {
     if (asleep_ || isLit()) return;
     std::vector<std::pair<LogTime, std::string>> due;
+    std::set<std::pair<std::int64_t, std::string_view>> named;  // held twice, it is named once
     for (const LogSpan& span : history_.lasting(Lane::Assertion)) {
-      Hold* hold = findIn(holds_, span);
-      const LogTime dark = darkOf(span, hold, now);
-      if (hold == nullptr) {
-        if (dark < kLongHold) continue;
-        hold = &holds_.emplace_back(Hold{span.pid, std::string(span.what)});
-      }
-      if (dark < hold->next) continue;
+      const Hold* const known = holdOf(span);
+      const LogTime dark = darkOf(span, known, now);
+      if (dark < (known == nullptr ? kLongHold : known->next)) continue;
+      Hold* const hold = &holds_[keyOf(span)];
       while (hold->next <= dark) hold->next *= 2;
+      if (!named.emplace(span.pid, span.what).second) continue;
       const LogTime awake = now - span.begin - hold->asleep;
       std::string text = std::string(span.who) + " has kept the device awake for " +
                          (span.beginKnown ? "" : "at least ") + duration(awake);
@@ -295,7 +302,7 @@ class LogNews::Sink : public LogHistorySink {
   }
 
   void tellRelease(const LogSpan& span) {
-    const Hold* const hold = findIn(holds_, span);
+    const Hold* const hold = holdOf(span);
     const LogTime held = span.end - span.begin;
     const LogTime awake = std::max<LogTime>(0, held - (hold == nullptr ? 0 : hold->asleep));
     if (awake < kMinAssertionDuration) return;
@@ -335,7 +342,7 @@ class LogNews::Sink : public LogHistorySink {
   std::optional<LogTime> last_;  // of the last entry
   bool told_ = false;            // what happens now is printed
   bool asleep_ = false;          // after the last entry
-  std::vector<Hold> holds_;
+  Holds holds_;
   Refused refused_;
   std::optional<double> level_;  // the last one reported
   LogTime levelTime_ = 0;

@@ -80,6 +80,7 @@ void DeviceEvents::listenToKernel(sd_event* event) {
   kernel_ = openNetlink(NETLINK_KOBJECT_UEVENT, {kKernelGroup});
   sd_event_source* source = nullptr;
   if (!kernel_ || sd_event_add_io(event, &source, kernel_.get(), EPOLLIN, onKernel, this) < 0) {
+    kernel_ = {};
     return;
   }
   kernelSource_.reset(source);

@@ -304,11 +304,13 @@ std::string wholeCapacityLevel(Batteries batteries) {
   return is("Critical") ? "Critical" : "";
 }
 
-// A charge above the full one: the level that the driver reports beside it stands, otherwise full.
+// A charge little above the full one, as at the end of charging, is full. Far above it, the level
+// that the driver reports beside it stands.
 void limitToFull(Battery& battery) {
   const auto full = battery.full();
   if (!battery.now || !full || battery.now->milliampereHours <= full->milliampereHours) return;
-  battery.now = battery.percent ? std::nullopt : full;
+  const bool little = battery.now->milliampereHours * 100 <= full->milliampereHours * kMostPercent;
+  battery.now = battery.percent && !little ? std::nullopt : full;
 }
 
 }  // namespace

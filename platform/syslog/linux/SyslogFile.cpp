@@ -28,7 +28,7 @@ std::string_view takeWord(std::string_view& text) {
   return word;
 }
 
-// "2026-11-26T12:02:05.123456+01:00", the fraction or the zone may be missing.
+// "2026-11-26T12:02:05.123456+01:00", the fraction, the zone or its colon may be missing.
 std::optional<std::int64_t> takeIsoTime(std::string_view& line) {
   std::string_view rest = line;
   const std::string word(takeWord(rest));
@@ -51,7 +51,8 @@ std::optional<std::int64_t> takeIsoTime(std::string_view& line) {
   int minutes = 0;
   char sign = '+';
   if (zone != "Z" &&
-      std::sscanf(std::string(zone).c_str(), "%c%2d:%2d", &sign, &hours, &minutes) != 3) {
+      std::sscanf(std::string(zone).c_str(), zone.find(':') != zone.npos ? "%c%2d:%2d" : "%c%2d%2d",
+                  &sign, &hours, &minutes) != 3) {
     return std::nullopt;
   }
   const std::int64_t east = (std::int64_t{hours} * 60 + minutes) * 60;
@@ -181,7 +182,8 @@ bool SyslogFile::read() {
 // Reads more of the file, or of the one that has taken its place. False at the end.
 bool SyslogFile::fill() {
   unread_.erase(0, std::exchange(at_, 0));
-  struct stat own, there;
+  struct stat own {};
+  struct stat there {};
   if (::fstat(file_.get(), &own) == 0 && own.st_size < ::lseek(file_.get(), 0, SEEK_CUR)) {
     ::lseek(file_.get(), 0, SEEK_SET);  // truncated
     unread_.clear();
