@@ -55,8 +55,13 @@ class Bus:
         """The bus first, then its services."""
         self.children = {}
         self.launch('the bus', f'dbus-daemon --nofork --nopidfile --config-file={self.conf}')
-        wait_for(self.real.exists, 'the bus')
+        wait_for(self.listens, 'the bus')
         self.begin()
+
+    def listens(self):
+        """Its socket exists some time before that."""
+        with socket.socket(socket.AF_UNIX) as probe:
+            return probe.connect_ex(str(self.real)) == 0
 
     def launch(self, name, command):
         environment = {**os.environ, 'DBUS_SYSTEM_BUS_ADDRESS': f'unix:path={self.real}'}
