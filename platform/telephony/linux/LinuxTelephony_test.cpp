@@ -161,6 +161,13 @@ TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
   EXPECT_EQ(reportedAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(100), True))"),
             Lines({"signal-strength raw-signal-strength=-51"}));
   EXPECT_EQ(signal(), "-51 100 5");
+  // ModemManager's figure for a modem that is not registered is no measurement.
+  for (const auto& [state, read] : {std::pair("8", "-113 0 0"), {"7", "-1 -1 -1"}}) {
+    reportedAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(0), True), State=dbus.Int32(" +
+                  std::string(state) + "))");
+    EXPECT_EQ(signal(), read);
+  }
+  reportedAfter("modem.set('Modem', State=dbus.Int32(8))");
   // What was asked for is taken back at the end, unless somebody wants something else by then.
   for (const char* atTheEnd : {"0", "5"}) {
     reportedAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");
