@@ -18,7 +18,7 @@ constexpr std::uint32_t kPots = 1 << 0, kGsm = 1 << 1, kGsmCompact = 1 << 2, kGp
                         kEdge = 1 << 4, kUmts = 1 << 5, kHspa = 7 << 6, kHspaPlus = 1 << 9,
                         k1xRtt = 1 << 10, kEvdo = 7 << 11, kLte = 1 << 14, k5gNr = 1 << 15;
 constexpr std::uint32_t kAnyTechnology = 0xFFFFFFFF;
-constexpr std::int32_t kStateEnabled = 6, kStateRegistered = 8, kStateConnected = 11;
+constexpr std::int32_t kStateEnabled = 6, kStateConnected = 11;
 constexpr std::uint32_t kPowerOff = 1, kPowerLow = 2;
 constexpr std::uint32_t kPortNet = 2;
 constexpr std::uint32_t kPacketServiceUnknown = 0, kPacketServiceAttached = 2;
@@ -98,17 +98,18 @@ std::optional<std::string> deviceOf(const ModemObjects& objects, const std::stri
   return std::nullopt;
 }
 
-void readSignal(const ModemObjects& objects, const std::string& path, std::int32_t state,
-                std::uint32_t technologies, ModemRecord& record) {
+void readSignal(const ModemObjects& objects, const std::string& path, std::uint32_t technologies,
+                ModemRecord& record) {
   const Value::List* quality = property(objects, path, mm::kModem, "SignalQuality").list();
   if (!quality || quality->size() != 2) return;
   const auto percent =
       static_cast<std::int32_t>(std::clamp<std::int64_t>((*quality)[0].integer(), 0, 100));
-  // Nothing was measured yet, or nothing can be while the radio is off. When a registration ends,
-  // the service sets 0, marked as recent, until it measures again.
-  if (percent == 0 && (state < kStateRegistered || !(*quality)[1].boolean())) return;
+  const auto measured = measuredSignal(objects, path, technologies);
+  // Nothing was measured yet, or nothing can be while the radio is off. The service sets 0, marked
+  // as recent, while a modem is not registered, and until it measures after that.
+  if (percent == 0 && (!measured || !(*quality)[1].boolean())) return;
   record.quality = percent;
-  record.signal = measuredSignal(objects, path, technologies);
+  record.signal = measured;
   if (!record.signal) record.signal = signalOfQuality(percent);
 }
 
@@ -222,7 +223,7 @@ ModemRecord readModem(const ModemObjects& objects, const std::string& path) {
   record.technology = technologyText(technologies);
   record.firmware = textUnlessEmpty(modem("Revision"));
   const std::int32_t state = modem("State").integer32();
-  if (state >= kStateEnabled) readSignal(objects, path, state, technologies, record);
+  if (state >= kStateEnabled) readSignal(objects, path, technologies, record);
 
   const auto sim = modem("Sim").text();
   record.simStatus =
