@@ -11,7 +11,7 @@ bluetooth() {
 }
 lost() { entry "$1" "[Zorva] Connection to Bluvane lost - attempting a reconnect in 30 seconds"; }
 set_adapter() { busctl set-property org.bluez /org/bluez/hci0 org.bluez.Adapter1 "$1" b "$2"; }
-adapter() { busctl get-property org.bluez /org/bluez/$1 org.bluez.Adapter1 "$2" | cut -d ' ' -f 2 | tr -d '"'; }
+adapter() { busctl get-property org.bluez /org/bluez/$1 org.bluez.Adapter1 "$2" 2> /dev/null | cut -d ' ' -f 2 | tr -d '"'; }
 
 check "boots, and the service logs" 'systemctl -q is-active zorva && log | grep -q Locale'
 laptop 80 1 50 40
@@ -20,8 +20,11 @@ soon 'busctl status org.bluez > /dev/null 2>&1'; sleep 2
 change; laptop 79 1 50 40
 bluetooth "no controller" 'not present' no no no 103
 
-btvirt -l2 > /run/btvirt.log 2>&1 &
-virtual=$!
+# It may read the kernel's first command in place of its answer, and then ends.
+until [ -e /sys/class/bluetooth/hci1 ]; do
+  btvirt -B -l2 > /run/btvirt.log 2>&1 &
+  virtual=$!; sleep 3
+done
 soon 'busctl tree org.bluez | grep -q hci1'
 soon '[ "$(adapter hci0 Powered)" = true ]'; adapter hci0 Powered
 change; laptop 78 1 50 40
@@ -55,4 +58,5 @@ change; set_adapter Discoverable true
 bluetooth "it is restarted, and 30 seconds later the log goes on" on yes yes no
 change; kill $virtual
 bluetooth "the controllers go" 'not present' no no no 103
-head -n 5 /run/l2ping.log /run/btvirt.log; hciconfig 2>/dev/null | head -n 12
+head -n 5 /run/l2ping.log /run/btvirt.log; 
+bluetoothctl --version

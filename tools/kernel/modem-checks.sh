@@ -48,7 +48,7 @@ check "and no strength is made up before it is measured" '! bodies Telephony | g
 mark; tell signal 31
 telephony "the signal grows" LTE Inactive Ready -51 5
 mark; tell signal 4
-telephony "it fades" LTE Inactive Ready -105 1
+telephony "it fades" LTE Inactive Ready -106 1
 mark; tell signal 6; sleep 35
 check "a change of 4 dBm is no entry" '[ -z "$(bodies Telephony)" ]'
 
@@ -103,8 +103,39 @@ tell indicators on; tell signal 4
 mark; plug
 telephony "and plugged in again" Unknown Inactive Ready -1 -1
 soon 'state disabled'; mark; mmcli -m any --enable > /dev/null
-telephony "it registers, and reports its strength" EDGE Inactive Ready -63 4
+telephony "it registers, and reports its strength" GSM Inactive Ready -63 4
+mark; tell signal 1
+telephony "which fades at once" GSM Inactive Ready -101 1
 
-mark; unplug
-no_modem "unplugged once more"
-cut -c1-160 /run/peer.log | tail -n 150
+# ModemManager waits for its modem, and nothing waits for ModemManager.
+tell delay 5; tell operator 00101 Zorva Home
+mark; tell register 1 7; sleep 1; laptop 79 1 50 40
+telephony "a modem answers late: what it reported itself" LTE Inactive Ready -101 1
+seen "the battery is logged meanwhile" '\[Battery\] level=79.00%;'
+registration "it is at home" 'Zorva Home' '<unknown>' '<unknown>' yes yes no LTE RegisteredHome
+tell delay 0; sleep 10
+
+mark; systemctl kill -s KILL ModemManager
+no_modem "ModemManager is killed"
+mark; systemctl reset-failed ModemManager; systemctl start ModemManager
+telephony "it runs again" Unknown Inactive Ready -1 -1
+soon 'state disabled'; mark; mmcli -m any --enable > /dev/null
+telephony "its modem registers" LTE Inactive Ready -101 1
+registration "at home" 'Zorva Home' '<unknown>' '<unknown>' yes yes no LTE RegisteredHome
+
+mark; systemctl kill -s STOP ModemManager; systemctl restart zorva
+no_modem "the log starts while ModemManager hangs"
+mark; systemctl kill -s CONT ModemManager; tell register 5 2
+telephony "ModemManager goes on, and reports a change" UMTS Inactive Ready -101 1
+
+mark; mmcli -m any --disable > /dev/null; mmcli -m any --set-power-state-low > /dev/null
+telephony "its radio is switched off" Unknown Inactive Ready -1 -1 on
+mark; mmcli -m any --set-power-state-on > /dev/null
+telephony "and on" Unknown Inactive Ready -1 -1
+
+zorva-notify com.vennor.zorva.exit
+ended() { for property in ActiveState Result ExecMainStatus; do systemctl show -P $property zorva; done | xargs; }
+check "ends by notification, with status 0" '[ "$(ended)" = "inactive success 0" ]'
+check "no number and no text of a message is in the log" '! log | grep -q -i -e secret -e 4930123456 -e 4922222 -e 49123456789 -e 490154203237518'
+mmcli --version | head -n 1; uname -r
+tail -n 140 /run/peer.log | cut -c 1-150
