@@ -61,7 +61,7 @@ registration "data is connected" 'Zorva Home' 6700 12513025 yes yes yes LTE Regi
 mark; mmcli -m any --simple-disconnect > /dev/null
 registration "and disconnected" 'Zorva Home' 6700 12513025 yes yes no LTE RegisteredHome
 
-# call METHOD SIGNATURE ARGUMENT...: of the first modem's calls or of one call.
+# call METHOD: of the call numbered $calls.
 calls=0
 call() { busctl call $manager /$(echo $manager | tr . /)/Call/$calls $manager.Call $1; }
 mark; tell ring +4930123456
@@ -112,7 +112,10 @@ tell delay 5; tell operator 00101 Zorva Home
 mark; tell register 1 7; sleep 1; laptop 79 1 50 40
 telephony "a modem answers late: what it reported itself" LTE Inactive Ready -101 1
 seen "the battery is logged meanwhile" '\[Battery\] level=79.00%;'
-registration "it is at home" 'Zorva Home' '<unknown>' '<unknown>' yes yes no LTE RegisteredHome
+seen "and how long the link was in which state" '\[Baseband State Durations\] Active=[0-9]+ ms; Suspended=[0-9]+ ms;$'
+soon 'mmcli -m any -K | grep -q "registration-state *: home"'
+operator=$(mmcli -m any -K | sed -n 's/.*operator-name *: //p')
+registration "it is at home, with the operator that ModemManager has" "$operator" '<unknown>' '<unknown>' yes yes no LTE RegisteredHome
 tell delay 0; sleep 10
 
 mark; systemctl kill -s KILL ModemManager
@@ -137,5 +140,4 @@ zorva-notify com.vennor.zorva.exit
 ended() { for property in ActiveState Result ExecMainStatus; do systemctl show -P $property zorva; done | xargs; }
 check "ends by notification, with status 0" '[ "$(ended)" = "inactive success 0" ]'
 check "no number and no text of a message is in the log" '! log | grep -q -i -e secret -e 4930123456 -e 4922222 -e 49123456789 -e 490154203237518'
-mmcli --version | head -n 1; uname -r
-tail -n 140 /run/peer.log | cut -c 1-150
+mmcli --version | sed -n 1p; uname -r
