@@ -26,7 +26,7 @@ until [ -e /sys/class/bluetooth/hci1 ]; do
   virtual=$!; sleep 3
 done
 soon 'busctl tree org.bluez | grep -q hci1'
-soon '[ "$(adapter hci0 Powered)" = true ]'; adapter hci0 Powered
+soon '[ "$(adapter hci0 Powered)" = true ]'
 change; laptop 78 1 50 40
 bluetooth "a controller appears, and bluetoothd switches it on" on no yes no
 change; set_adapter Powered false
@@ -37,8 +37,7 @@ change; set_adapter Discoverable true
 bluetooth "it is discoverable" on yes yes no
 
 # The second controller is a device that connects. A ping keeps the connection.
-adapter hci1 Powered
-address=$(adapter hci0 Address); peer=$(adapter hci1 Address)
+address=$(adapter hci0 Address)
 change; l2ping -i hci1 -c 1000 -d 1 $address > /run/l2ping.log 2>&1 &
 bluetooth "a device connects" on yes yes yes
 pinger=$!
