@@ -55,6 +55,8 @@ soon '[ "$(adapter hci0 Powered)" = true ]'
 sleep 35
 change; set_adapter Discoverable true
 bluetooth "it is restarted, and 30 seconds later the log goes on" on yes yes no
+change; set_adapter Discoverable false
+bluetooth "and goes on" on no yes no
 change; kill $virtual
 bluetooth "the controllers go: BlueZ reports them as switched off first" off no no no
 change; laptop 76 1 50 40
