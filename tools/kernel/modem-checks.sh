@@ -50,7 +50,7 @@ telephony "the signal grows" LTE Inactive Ready -51 5
 mark; tell signal 4
 telephony "it fades" LTE Inactive Ready -106 1
 mark; tell signal 6; sleep 35
-check "a change of 4 dBm is no entry" '[ -z "$(bodies Telephony)" ]'
+check "a change of 5 dBm is no entry" '[ -z "$(bodies Telephony)" ]'
 
 mark; mmcli -m any --location-enable-3gpp --location-set-enable-signal > /dev/null
 registration "ModemManager is allowed to tell the cell" 'Zorva Home' 6699 12648430 yes yes no LTE RegisteredHome
