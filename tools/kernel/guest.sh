@@ -17,3 +17,11 @@ check() { if soon "$2"; then echo "ok      $1"; else echo "FAILED  $1: $2"; fi; 
 # Outside, a key or the power button is pressed every ten seconds until the guest calls that off.
 press() { echo "@press $1"; }
 enough() { echo "@enough"; }
+# entry WHAT BODY: an entry that came since the last mark, all of it but its time.
+entry() {
+  body=$2
+  if soon 'since | cut -c 19- 2> /dev/null | grep -q -x -F -- "$body"'; then echo "ok      $1: $body"
+  else echo "FAILED  $1: no $body in:"; since | tail -n 15; fi
+}
+# bodies CATEGORY: the bodies of that category's entries since the last mark, one a line.
+bodies() { since | cut -c 19- 2> /dev/null | grep -F "[$1]"; }

@@ -161,6 +161,11 @@ TEST_F(LinuxTelephonyTest, FollowsTheSignal) {
   EXPECT_EQ(reportedAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(100), True))"),
             Lines({"signal-strength raw-signal-strength=-51"}));
   EXPECT_EQ(signal(), "-51 100 5");
+  // 0 % is no measurement by itself: ModemManager sets it when a registration ends.
+  reportedAfter("modem.set('Modem', SignalQuality=(dbus.UInt32(0), True))");
+  EXPECT_EQ(signal(), "-1 -1 -1");
+  measured("-112.0");
+  EXPECT_EQ(signal(), "-112 0 0");
   // What was asked for is taken back at the end, unless somebody wants something else by then.
   for (const char* atTheEnd : {"0", "5"}) {
     reportedAfter("modem.set('Modem.Signal', RssiThreshold=dbus.UInt32(0))");

@@ -104,10 +104,12 @@ void readSignal(const ModemObjects& objects, const std::string& path, std::uint3
   if (!quality || quality->size() != 2) return;
   const auto percent =
       static_cast<std::int32_t>(std::clamp<std::int64_t>((*quality)[0].integer(), 0, 100));
-  // Nothing was measured yet, or nothing can be while the radio is off.
-  if (percent == 0 && !(*quality)[1].boolean()) return;
+  const auto measured = measuredSignal(objects, path, technologies);
+  // Nothing was measured yet, or nothing can be while the radio is off. The service sets 0, marked
+  // as recent, while a modem is not registered, and until it measures after that.
+  if (percent == 0 && (!measured || !(*quality)[1].boolean())) return;
   record.quality = percent;
-  record.signal = measuredSignal(objects, path, technologies);
+  record.signal = measured;
   if (!record.signal) record.signal = signalOfQuality(percent);
 }
 
