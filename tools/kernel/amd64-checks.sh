@@ -1,4 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
+# packages: alsa-utils iw rfkill hostapd
+# modules: battery ac video button fan snd-dummy mac80211_hwsim dummy_hcd g_serial usb_f_acm
 check "boots, and the service logs" 'systemctl -q is-active zorva && log | grep -q Locale'
 
 mark; laptop 80 1 50 40
