@@ -77,7 +77,7 @@ woken() {  # woken WHAT REASON [ASLEEP]: by a sleep that was announced
 }
 
 # The lid is opened from outside, while the machine sleeps.
-mark; quietly 58 145 50 0; press "o /b 0xe1 0x11; system_wakeup"; event ZRVA0003
+mark; quietly 58 145 50 0; event ZRVA0003; press "o /b 0xe1 0x11; system_wakeup"
 woken "the lid is closed" "$host"
 check "the lid is closed: the login manager saw it" 'journalctl -b -u systemd-logind | grep "Lid closed"'
 check "the lid is closed: and opened" 'journalctl -b -u systemd-logind | grep "Lid opened"'
@@ -116,3 +116,47 @@ echo devices > /sys/power/pm_test; mark; systemctl suspend
 logged "a rehearsal: has no reason" '\[Wake\] reason=<unknown>; info=<none>;'
 logged "a rehearsal: its record" "\[Suspend\] asleep=00:00:00; $slept"
 echo none > /sys/power/pm_test
+
+# A program's alarm, and a timer of the service manager's.
+alarm() { exec perl -e 'my ($timer, $time) = (syscall(283, 9, 0), pack("q4", 0, 0, shift, 0)); syscall(286, $timer, 0, $time, 0); sleep 300' $1; }
+mark; alarm 40 & alarm=$!
+systemctl suspend
+woken "a program's alarm" "$clock" '00:00:[0-9]+'; kill $alarm
+mark; systemd-run --quiet --unit=waker --on-active=40 --timer-property=WakeSystem=yes --timer-property=AccuracySec=1s true
+systemctl suspend
+woken "a timer with WakeSystem=" "$clock" '00:00:[0-9]+'
+logged "a timer with WakeSystem=: was announced" '\[Schedule\] event=Scheduled Wake; id=waker.timer; time=[-0-9 :+]+;'
+systemctl stop waker.timer
+
+systemd-inhibit --mode=delay --what=sleep --who=slow --why=hangs sleep 300 & slow=$!
+soon 'systemd-inhibit --list | grep slow'; mark; systemctl suspend; press system_wakeup
+woken "a service that hangs" "$host"; kill $slow
+check "a service that hangs: was waited for until the limit" 'journalctl -b -u systemd-logind | grep "systemd-inhibit) but inhibitor timeout is reached"'
+
+sleeps() { cat /sys/power/suspend_stats/success; }
+daemon=$(systemctl show -P MainPID zorva); before_sleeps=$(sleeps)
+mark; kill -STOP $daemon; systemctl suspend; press system_wakeup
+soon '[ $(sleeps) -gt $before_sleeps ]'; enough; mend; sleep 3; kill -CONT $daemon
+logged "the daemon could not run before it: its record" "\[Suspend\] asleep=00:0[0-9]:[0-9]+; $slept"
+sleep 5
+check "the daemon could not run before it: one wake, and no sleep after it" '[ "$(since | grep -o "\[Sleep\]\|\[Wake\]" | xargs)" = "[Wake]" ]'
+check "the daemon could not run before it: holds its delay lock" 'systemd-inhibit --list | grep -q "^Zorva.*delay"'
+
+mark; press system_wakeup
+for i in 1 2 3; do echo mem > /sys/power/state; mend; sleep 3; done; enough
+check "three short sleeps are three wakes, each with its record" \
+  '[ "$(since | grep -o "\[Wake\]\|\[Suspend\]" | xargs)" = "[Wake] [Suspend] [Wake] [Suspend] [Wake] [Suspend]" ]'
+
+mark; press system_wakeup; echo mem > /sys/power/state; date -s "+1 hour" > /dev/null; enough; mend
+logged "the clock is set right after the wake" '\[Locale\] .*'
+logged "the clock is set right after the wake: its record" "\[Suspend\] asleep=00:00:[0-9]+; $slept"
+check "the clock is set right after the wake: one wake" '[ "$(since | grep -c "\[Wake\]")" = 1 ]'
+
+# The year of the machine's clock.
+mark; press "o /b 0x70 9; o /b 0x71 0x25; system_wakeup"; echo mem > /sys/power/state; enough; mend
+logged "the clock is set back asleep" "\[Wake\] reason=$host; info=<none>;"
+logged "the clock is set back asleep: its record" "\[Suspend\] asleep=00:00:00; $slept"
+mark; press "o /b 0x70 9; o /b 0x71 0x24; system_wakeup"; systemctl suspend
+woken "the clock is set back asleep, which was announced" "$host" 00:00:00
+mark; press "o /b 0x70 9; o /b 0x71 0x27; system_wakeup"; systemctl suspend
+woken "the clock is set forward asleep" "$host" '[0-9]{5}:[0-9]+:[0-9]+'
