@@ -123,11 +123,14 @@ SleepRecord LinuxSystemPower::record() const {
 // The bus may deliver its messages first. A clock that was set while the system slept, or back by
 // more than the sleep, shows none, but the kernel counts it.
 void LinuxSystemPower::clockJumped() {
-  const SleepRecord after = record();
+  SleepRecord after = record();
   const bool counted = before_.successes && after.successes > before_.successes;
   if (after.slept - before_.slept < kMinSleep && !counted) return;  // the clock was set
-  if (state_ == State::Waking) deliverWake();  // of the sleep before
-  sleepResult(before_, after) == SleepResult::Failed ? stayAwake(after) : wake(after);
+  if (state_ == State::Waking) deliverWake();                       // of the sleep before
+  if (sleepResult(before_, after) == SleepResult::Failed) return stayAwake(after);
+  // The kernel counts a sleep after it has let programs run again: that is no second one.
+  if (after.successes && after.successes == before_.successes) ++*after.successes;
+  wake(after);
 }
 
 void LinuxSystemPower::managerChanged() {

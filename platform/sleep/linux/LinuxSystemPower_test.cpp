@@ -303,6 +303,12 @@ TEST_F(LinuxSystemPowerTest, ReportsEachEndOfASleepOnceAsTheKernelRecordsIt) {
   suspendStats(5, 4);
   jumpClock();
   EXPECT_EQ(reported(), unannounced);
+  slept_ += kSecond;
+  jumpClock();
+  EXPECT_EQ(reported(), unannounced);
+  suspendStats(6, 4);
+  jumpClock();
+  EXPECT_EQ(reported(), Lines()) << "counted late";
 
   // The system did not wait for the daemon, which receives the announcement after the sleep.
   slept_ += 3 * kSecond;
