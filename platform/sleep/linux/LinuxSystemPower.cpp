@@ -120,29 +120,39 @@ SleepRecord LinuxSystemPower::record() const {
   return readSleepRecord(sources_.sysfs, sources_.timeSlept());
 }
 
-// The bus may deliver its messages first.
+// The bus may deliver its messages first. A clock that was set while the system slept, or back by
+// more than the sleep, shows none, but the kernel counts it.
 void LinuxSystemPower::clockJumped() {
-  if (sources_.timeSlept() - before_.slept < kMinSleep) return;  // the clock was set
-  const SleepRecord after = record();
-  if (state_ == State::Waking) deliverWake();  // of the sleep before
-  sleepResult(before_, after) == SleepResult::Failed ? stayAwake(after) : wake(after);
+  SleepRecord after = record();
+  const bool counted = before_.successes && after.successes > before_.successes;
+  if (after.slept - before_.slept < kMinSleep && !counted) return;  // the clock was set
+  if (state_ == State::Waking) deliverWake();                       // of the sleep before
+  if (sleepResult(before_, after) == SleepResult::Failed) return stayAwake(after);
+  // The kernel counts a sleep after it has let programs run again: that is no second one.
+  if (after.successes && after.successes == before_.successes) ++*after.successes;
+  wake(after);
 }
 
 void LinuxSystemPower::managerChanged() {
   clockJumped();
   if (state_ == State::Awake || state_ == State::Waking) return takeInhibitor();
   // The end of the sleep may not have been announced.
+  if (!managerPrepares()) sleepEnded();
+}
+
+// Also true if the login manager does not reply.
+bool LinuxSystemPower::managerPrepares() const {
   const LinuxBus::Reply reply =
       getProperty(bus_, kLoginService, kLoginPath, kLoginManager, "PreparingForSleep", "b");
   int sleeps = 1;
-  if (reply.outcome == LinuxBus::Outcome::Answered &&
-      sd_bus_message_read(reply.message.get(), "b", &sleeps) > 0 && sleeps == 0) {
-    sleepEnded();
-  }
+  return reply.outcome != LinuxBus::Outcome::Answered ||
+         sd_bus_message_read(reply.message.get(), "b", &sleeps) <= 0 || sleeps != 0;
 }
 
 void LinuxSystemPower::prepareForSleep(bool sleep) {
   clockJumped();
+  // If the daemon could not run before the sleep, its announcement is received after the wake.
+  if (sleep && std::exchange(unannounced_, false) && !managerPrepares()) return;
   switch (state_) {
     case State::Awake:
       if (sleep) return announceSleep();
@@ -201,6 +211,7 @@ void LinuxSystemPower::sleepEnded() {
 
 void LinuxSystemPower::wake(const SleepRecord& after) {
   const bool prepared = state_ == State::Allowed;
+  unannounced_ = state_ == State::Awake;
   state_ = State::Waking;
   endAnnouncement(after);
   if (hooks_.resumed) hooks_.resumed(prepared);

@@ -37,7 +37,8 @@ namespace zorva {
 /// An end of sleep that was neither announced nor recorded is not reported. A repeated announcement
 /// is not reported before the first one was allowed; later it is a new sleep, of whose predecessor
 /// the end was missed. A login manager that comes back and prepares for no sleep ends the one that
-/// was announced.
+/// was announced. An announcement that is received only after the sleep, because the daemon could
+/// not run before it, is not reported.
 class LinuxSystemPower : public SystemPower {
  public:
   /// What else has to happen around a sleep. Each may be empty.
@@ -84,6 +85,7 @@ class LinuxSystemPower : public SystemPower {
   void tryInhibitor();
   static int onRetry(sd_event_source*, std::uint64_t, void* self);
   SleepRecord record() const;
+  bool managerPrepares() const;
   void prepareForSleep(bool sleep);
   void managerChanged();
   void clockJumped();
@@ -112,6 +114,7 @@ class LinuxSystemPower : public SystemPower {
   std::shared_ptr<std::map<std::uint32_t, std::shared_ptr<Listener>>> listeners_;
   std::uint32_t lastNumber_ = 0;
   State state_ = State::Awake;
+  bool unannounced_ = false;  ///< the last sleep was, so far
   std::intptr_t announcement_ = 0;
   SleepRecord before_;  ///< when the last sleep was announced or ended
   Descriptor inhibitor_;

@@ -54,7 +54,11 @@ def Inhibit(self, what, who, why, mode):
     logind_.reset();
     loop_.runUntil([&] { return std::exchange(appeared_, false); });
   }
-  void send(bool sleep) {
+  void send(bool sleep) { send(sleep, sleep); }
+  void send(bool sleep, bool prepares) {
+    ASSERT_GE(private_.call(kLoginService, kLoginPath, private_.kMock, "UpdateProperties", "sa{sv}",
+                            kLoginManager, 1, "PreparingForSleep", "b", prepares ? 1 : 0),
+              0);
     ASSERT_GE(private_.call(kLoginService, kLoginPath, private_.kMock, "EmitSignal", "sssav",
                             kLoginManager, "PrepareForSleep", "b", 1, "b", sleep ? 1 : 0),
               0);
@@ -294,6 +298,23 @@ TEST_F(LinuxSystemPowerTest, ReportsEachEndOfASleepOnceAsTheKernelRecordsIt) {
   suspendStats(4, 4);
   jumpClock();
   EXPECT_EQ(reported(), failed) << "given up at the last step";
+
+  // By a clock that was set while the system slept it did not sleep, but the kernel counts it.
+  suspendStats(5, 4);
+  jumpClock();
+  EXPECT_EQ(reported(), unannounced);
+  slept_ += kSecond;
+  jumpClock();
+  EXPECT_EQ(reported(), unannounced);
+  suspendStats(6, 4);
+  jumpClock();
+  EXPECT_EQ(reported(), Lines()) << "counted late";
+
+  // The system did not wait for the daemon, which receives the announcement after the sleep.
+  slept_ += 3 * kSecond;
+  send(true, false);
+  send(false);
+  EXPECT_EQ(reported(), unannounced);
 
   // A sleep without announcement right before one with it, of which both are heard at once.
   slept_ += 3 * kSecond;
