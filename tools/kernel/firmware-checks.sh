@@ -159,4 +159,4 @@ logged "the clock is set back asleep: its record" "\[Suspend\] asleep=00:00:00; 
 mark; press "o /b 0x70 9; o /b 0x71 0x24; system_wakeup"; systemctl suspend
 woken "the clock is set back asleep, which was announced" "$host" 00:00:00
 mark; press "o /b 0x70 9; o /b 0x71 0x27; system_wakeup"; systemctl suspend
-woken "the clock is set forward asleep" "$host" '[0-9]{5}:[0-9]+:[0-9]+'
+woken "the clock is set forward asleep" "$host" '[0-9]{4,}:[0-9]+:[0-9]+'

@@ -61,7 +61,11 @@ LinuxSystemPower::LinuxSystemPower(sd_event* event, LinuxBus& bus, Hooks hooks, 
       sources_(std::move(sources)),
       listeners_(std::make_shared<std::map<std::uint32_t, std::shared_ptr<Listener>>>()),
       before_(record()),
-      clockJumps_(ClockJumpWatch::make(event, [this] { clockJumped(); })) {
+      clockJumps_(ClockJumpWatch::make(event, [this] {
+        clockJumped();
+        // The kernel counts a sleep after it has let programs run again.
+        recount_ = startTimer(event_, CLOCK_MONOTONIC, sources_.firstRetry, onRecount, this);
+      })) {
   registrations_.push_back(bus_.observeSignals(
       std::string("type='signal',sender='") + kLoginService + "',path='" + kLoginPath +
           "',interface='" + kLoginManager + "',member='PrepareForSleep'",
@@ -113,6 +117,11 @@ void LinuxSystemPower::tryInhibitor() {
 
 int LinuxSystemPower::onRetry(sd_event_source*, std::uint64_t, void* self) {
   static_cast<LinuxSystemPower*>(self)->tryInhibitor();
+  return 0;
+}
+
+int LinuxSystemPower::onRecount(sd_event_source*, std::uint64_t, void* self) {
+  static_cast<LinuxSystemPower*>(self)->clockJumped();
   return 0;
 }
 

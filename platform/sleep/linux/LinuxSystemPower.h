@@ -84,6 +84,7 @@ class LinuxSystemPower : public SystemPower {
   void takeInhibitor();
   void tryInhibitor();
   static int onRetry(sd_event_source*, std::uint64_t, void* self);
+  static int onRecount(sd_event_source*, std::uint64_t, void* self);
   SleepRecord record() const;
   bool managerPrepares() const;
   void prepareForSleep(bool sleep);
@@ -114,6 +115,7 @@ class LinuxSystemPower : public SystemPower {
   std::shared_ptr<std::map<std::uint32_t, std::shared_ptr<Listener>>> listeners_;
   std::uint32_t lastNumber_ = 0;
   State state_ = State::Awake;
+  EventSource recount_;
   bool unannounced_ = false;  ///< the last sleep was, so far
   std::intptr_t announcement_ = 0;
   SleepRecord before_;  ///< when the last sleep was announced or ended

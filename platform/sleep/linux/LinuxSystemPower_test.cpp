@@ -300,8 +300,10 @@ TEST_F(LinuxSystemPowerTest, ReportsEachEndOfASleepOnceAsTheKernelRecordsIt) {
   EXPECT_EQ(reported(), failed) << "given up at the last step";
 
   // By a clock that was set while the system slept it did not sleep, but the kernel counts it.
-  suspendStats(5, 4);
   jumpClock();
+  EXPECT_EQ(reported(), Lines());
+  suspendStats(5, 4);
+  loop_.runUntil([&] { return !reported_.empty(); });
   EXPECT_EQ(reported(), unannounced);
   slept_ += kSecond;
   jumpClock();
