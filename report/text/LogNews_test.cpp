@@ -61,6 +61,9 @@ TEST_F(LogNewsTest, HoldersAreNamedWhileTheyHoldInTheDarkAndAtTwiceThatTime) {
             (Lines{"23:35:00  a has kept the device awake for 31 min, 10 min of it with a dark "
                    "display: Update.",
                    "23:36:00  a kept the device awake for 32 min, held for 1 h 32 min: Update."}));
+  // Taken again in the second of its release, it is another one.
+  add("23:36:00 [Assertion] state=created; process=a; pid=1; name=Update; held_for=00:00:00;\n");
+  EXPECT_EQ(news_.due(), 300);
 }
 
 TEST_F(LogNewsTest, HoldersOfOldEntriesAreNamedOnceAtTheBeginning) {
