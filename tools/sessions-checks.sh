@@ -1,17 +1,10 @@
-#!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# Runs in the system of tools/check_sessions.
-logs=/Library/Logs/Faultbox
-log() { cat 2> /dev/null $logs/*.zorva; }
-mark() { before=$(log | wc -l); }
-since() { log | tail -n +$((before + 1)); }
-soon() { local end=$((SECONDS + 30)); until eval "$1"; do [ $SECONDS -lt $end ] || return; sleep 0.2; done; }
+# Runs in the system of tools/check_sessions, after tools/kernel/guest.sh. Whole entries are compared, but for their time.
 seen() {
   local pattern=$2
   if soon 'line=$(since | grep -m 1 -E -- "^[0-9/]+ [0-9:]+ $pattern\$")'; then echo "ok      $1: $line"
   else echo "FAILED  $1: no $2 in:"; since | tail -n 15; fi
 }
-check() { if soon "$2"; then echo "ok      $1"; else echo "FAILED  $1: $2"; fi; }
 run() { local user=$1; shift; exec setpriv --reuid $user --regid $user --clear-groups env HOME=/tmp/$user DISPLAY=:$user XDG_RUNTIME_DIR=/run/user/$user DBUS_SESSION_BUS_ADDRESS=unix:path=/run/user/$user/bus "$@"; }
 as() { (run "$@"); }
 session() {  # session USER: a user with a bus and a screen

@@ -14,14 +14,13 @@ namespace {
 // media.", as browsers and players name them. Not "Displaying".
 bool tellsOfAudio(std::string_view assertion) {
   static constexpr std::array<std::string_view, 3> kWords = {"playing", "audio", "music"};
-  const auto same = [](char one, char other) { return (one | 0x20) == other; };
+  const auto same = [](char one, char other) { return one == (other | 0x20); };
   const auto letter = [](char byte) { return (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z'; };
   for (std::size_t at = 0; at < assertion.size(); ++at) {
     if (at > 0 && letter(assertion[at - 1])) continue;
     const std::string_view rest = assertion.substr(at);
     for (const std::string_view word : kWords) {
-      if (rest.size() >= word.size() && std::equal(word.begin(), word.end(), rest.begin(),
-                                                   [&](char w, char c) { return same(c, w); })) {
+      if (rest.size() >= word.size() && std::equal(word.begin(), word.end(), rest.begin(), same)) {
         return true;
       }
     }

@@ -1,9 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-# What the checks of every machine share. PORT is the serial port that is read outside.
-exec > $PORT 2>&1
-stty -F $PORT -onlcr
+# What the checks of every machine share.
 logs=/Library/Logs/Faultbox
-log() { cat $logs/*.zorva; }
+log() { cat $logs/*.zorva 2> /dev/null; }
 mark() { before=$(log | wc -l); }
 since() { log | tail -n +$((before + 1)); }
 soon() { local end=$((SECONDS + 60)); until eval "$1"; do [ $SECONDS -lt $end ] || return; sleep 0.2; done; }
