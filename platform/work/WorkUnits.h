@@ -15,7 +15,7 @@ class WorkUnits {
   virtual ~WorkUnits() = default;
 
   struct Unit {
-    std::string name;                ///< any bytes; different from those of the other units
+    std::string name;                ///< any bytes but "=" and ";"; no other unit's
     std::chrono::microseconds used;  ///< user and system time since the unit was started
   };
 

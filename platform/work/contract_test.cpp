@@ -92,6 +92,7 @@ TEST(LinuxWorkUnits, EachGroupCountsOnceUnderItsUnit) {
                {apps + "app-org.kde.amarok.service", "app-org.kde.amarok(1000)"},
                {apps + "app-notify@autostart.service", "app-notify@autostart(1000)"},
                {apps + "gone.service", "app.slice(1000)"},
+               {apps + "a=1; dbus.service", "a_1_ dbus.service(1000)"},
                {"user.slice/user-1001.slice/user@1001.service/dbus.service", "dbus.service(1001)"}};
   LinuxWorld world;
   Figures expected;

@@ -121,7 +121,10 @@ int LinuxSystemPower::onRetry(sd_event_source*, std::uint64_t, void* self) {
 }
 
 int LinuxSystemPower::onRecount(sd_event_source*, std::uint64_t, void* self) {
-  static_cast<LinuxSystemPower*>(self)->clockJumped();
+  auto& power = *static_cast<LinuxSystemPower*>(self);
+  power.clockJumped();
+  // What it has not counted by now was no sleep to it, as a hibernation is not.
+  power.before_.successes = std::min(power.before_.successes, power.record().successes);
   return 0;
 }
 

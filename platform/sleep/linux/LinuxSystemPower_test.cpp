@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <thread>
 
 #include "platform/kit/bus/BusProperties.h"
 #include "platform/testing/ClockJump.h"
@@ -311,6 +312,14 @@ TEST_F(LinuxSystemPowerTest, ReportsEachEndOfASleepOnceAsTheKernelRecordsIt) {
   suspendStats(6, 4);
   jumpClock();
   EXPECT_EQ(reported(), Lines()) << "counted late";
+  slept_ += kSecond;
+  jumpClock();
+  EXPECT_EQ(reported(), unannounced) << "a hibernation, which is never counted";
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_EQ(reported(), Lines());
+  suspendStats(7, 4);
+  jumpClock();
+  EXPECT_EQ(reported(), unannounced) << "too short for the clock";
 
   // The system did not wait for the daemon, which receives the announcement after the sleep.
   slept_ += 3 * kSecond;

@@ -50,8 +50,12 @@ std::string nameOf(std::string_view group, const std::string& user) {
   return name + "(" + user + ")";
 }
 
-// Users name groups as they like, and some parts of the names are left out.
-void mergeNamesakes(std::vector<WorkUnits::Unit>& units) {
+// Users name groups as they like, such as "a=1; b.scope", and some parts of the names are left out.
+void makeNamesDistinct(std::vector<WorkUnits::Unit>& units) {
+  for (WorkUnits::Unit& unit : units) {
+    std::ranges::replace_if(
+        unit.name, [](char c) { return c == '=' || c == ';'; }, '_');
+  }
   std::ranges::sort(units, {}, &WorkUnits::Unit::name);
   std::vector<WorkUnits::Unit> merged;
   for (WorkUnits::Unit& unit : units) {
@@ -83,7 +87,7 @@ std::optional<std::vector<WorkUnits::Unit>> LinuxWorkUnits::units() {
   units_.clear();
   if (!root_.empty()) readGroup(AT_FDCWD, {root_, kRoot, ""}, 0);
   if (units_.empty() || units_.front().name == kRoot) return std::nullopt;  // which comes last
-  mergeNamesakes(units_);
+  makeNamesDistinct(units_);
   return std::move(units_);
 }
 
