@@ -192,7 +192,7 @@ class PageTest(unittest.TestCase):
         self.open(LAPTOP, '--since', since, '--until', until)
         alone = self.tables()
         begin, end = (calendar.timegm(time.strptime(at, '%Y-%m-%d %H:%M:%S')) for at in (since, until))
-        parts = [{'what': what, 'name': name, 'measured': not name, 'uncertain': bool(name)}
+        parts = [{'what': what, 'name': name, 'measured': not name, 'uncertain': bool(name), 'error': 0.2 if name else 0.01}
                  for what, name in (('Display', ''), ('Application', 'indexer'))]
         sentences = ['It fell.', 'It did not sleep.', 'Also this.']
         self.open(LAPTOP, summary={
@@ -204,13 +204,13 @@ class PageTest(unittest.TestCase):
                 [begin - 3600, begin + 3600, 8, 0, 2, 1, 4], [begin + 3600, end, 6, 1, 1], [end, end + 60, 70]]}})
         self.assertEqual([text.removesuffix(' Why?') for text in self.texts('.sentence')], sentences)
         self.assertEqual(self.tables()['What used the battery'][-1][2], '84\u00a0%')
-        self.assertIn('Uncertain: may be off', self.one('#account').text)
+        self.assertIn('uncertain: by more than', self.one('#account').text)
         self.one('.sentence button').click()
         self.expect('11 h\n12 %', '.log-verdict')
         self.expect('In view: Wed 18 Nov 13:00:00 \u2013 Wed 18 Nov 21:30:00', '#view-heading')
         zoomed = self.tables()
         self.assertEqual(zoomed.pop('What used the battery'), [
-            ['Application: indexer', 'estimated, uncertain', '3\u00a0%', '1.5\u00a0Wh', '176\u00a0mW', '30\u00a0%'],
+            ['Application: indexer', 'estimated, \u00b1\u00a00.6\u00a0%, uncertain', '3\u00a0%', '1.5\u00a0Wh', '176\u00a0mW', '30\u00a0%'],
             ['Display', 'measured', '1\u00a0%', '500\u00a0mWh', '59\u00a0mW', '10\u00a0%'],
             ['Unattributed', 'what is left', '6\u00a0%', '3\u00a0Wh', '353\u00a0mW', '60\u00a0%'],
             ['Battery', 'measured', '10\u00a0%', '5\u00a0Wh', '588\u00a0mW', '100\u00a0%']])

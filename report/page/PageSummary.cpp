@@ -67,10 +67,14 @@ class Writer {
     for (const Account::Name& part : answer_.account.parts()) {
       const AccountPart* const whole = answer_.whole.find(part.cause, part.name);
       const bool named = part.cause == Cause::Process || part.cause == Cause::Together;
-      to.parts.push_back({named ? std::string(part.cause == Cause::Process ? "Process" : "Together")
-                                : capitalized(causeText(part.cause, "")),
-                          named ? part.name : "", part.measured,
-                          whole != nullptr && whole->uncertain});
+      PageSummary::Account::Part& shown = to.parts.emplace_back();
+      shown.what = named ? (part.cause == Cause::Process ? "Process" : "Together")
+                         : capitalized(causeText(part.cause, ""));
+      if (named) shown.name = part.name;
+      shown.measured = part.measured;
+      if (whole == nullptr) continue;
+      if (whole->percent > 0) shown.error = whole->error / whole->percent;
+      shown.uncertain = whole->uncertain;
     }
     for (Account::Interval& interval : answer_.account.intervals()) {
       to.intervals.push_back(

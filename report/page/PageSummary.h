@@ -58,6 +58,7 @@ struct PageSummary {
       std::string what;  ///< "Display", "Application"
       std::string name;  ///< which of these; may be empty
       bool measured = false;
+      double error = 0;  ///< the share of it by which it may be off
       bool uncertain = false;
     };
     struct Interval {

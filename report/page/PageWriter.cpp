@@ -124,8 +124,11 @@ void appendAccount(std::string& to, const PageSummary::Account& account) {
     appendPageText(to, part.what);
     to += ",\"name\":";
     appendPageText(to, part.name);
-    to += formatText(",\"measured\":%s,\"uncertain\":%s}", part.measured ? "true" : "false",
-                     part.uncertain ? "true" : "false");
+    to +=
+        formatText(",\"measured\":%s,\"uncertain\":%s,\"error\":", part.measured ? "true" : "false",
+                   part.uncertain ? "true" : "false");
+    appendPageNumber(to, part.error);
+    to += '}';
   });
   to += ",\"intervals\":";
   appendList(to, bounded(account.intervals), [&](const auto& interval) {

@@ -134,7 +134,8 @@ TEST(PageLines, BeginAChunkWhereThePositionsDo) {
 
 TEST(PageWriter, BoundsTheAccountWithoutLosingAnyOfIt) {
   PageSummary summary;
-  summary.account.parts = {{"Display", "", true, false}, {"Application", "</script>", false, true}};
+  summary.account.parts = {{"Display", "", true, 0, false},
+                           {"Application", "</script>", false, 0.5, true}};
   const int count = 3 * static_cast<int>(PageWriter::kMaxIntervals) + 1;
   for (int i = 0; i < count; ++i) {
     summary.account.intervals.push_back(
@@ -144,7 +145,7 @@ TEST(PageWriter, BoundsTheAccountWithoutLosingAnyOfIt) {
   std::string page;
   PageWriter(page).finish(summary);
   page.erase(0, page.find("\"account\":"));
-  EXPECT_EQ(page.find("\"uncertain\":true}]") < page.find("</script>"), true);
+  EXPECT_EQ(page.find("\"uncertain\":true,\"error\":0.5}]") < page.find("</script>"), true);
   EXPECT_NE(page.find("\"sleeps\":[[5,1.5,null,90]]"), page.npos);
   // Four of the intervals in each: 8 percent, 2 of it by either part.
   EXPECT_NE(page.find("\"intervals\":[[0,40,8,0,2,1,2],[40,80,8,0,2,1,2],"), page.npos);

@@ -285,9 +285,11 @@ class Figures {
     const cells = (percent) => ({Used: percent, Energy: wattHours > 0 ? percent * wattHours : null,
                                  Power: wattHours > 0 && seconds > 0 ? percent * wattHours * 3600 / seconds : null,
                                  Share: used > 0 ? 100 * percent / used : null});
-    const rows = parts.map(({what, name, measured, uncertain}, i) => ({
-      Part: [what, name].filter(Boolean).join(': '), How: `${measured ? 'measured' : 'estimated'}${uncertain ? ', uncertain' : ''}`,
-      ...cells(sums[i]), className: measured ? '' : 'estimated'}))
+    const basis = ({measured, error, uncertain}, percent) => [measured ? 'measured' : 'estimated',
+      ...(percent * error >= 0.05 ? [`\u00b1\u00a0${amount(percent * error)}\u00a0%`] : []), ...(uncertain ? ['uncertain'] : [])].join(', ');
+    const rows = parts.map((part, i) => ({
+      Part: [part.what, part.name].filter(Boolean).join(': '), How: basis(part, sums[i]),
+      ...cells(sums[i]), className: part.measured ? '' : 'estimated'}))
         .filter((row) => row.Used !== 0).sort((one, other) => other.Used - one.Used);
     const footer = [{Part: 'Unattributed', How: 'what is left', ...cells(left)}, {Part: 'Battery', How: 'measured', ...cells(used)}];
     return {rows, footer, estimated};

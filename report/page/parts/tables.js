@@ -7,7 +7,7 @@ const kMaxCellLength = 200;  // characters; the log's lines show the whole text
 // What words mean, below the tables that use them.
 const kNotes = [
   {column: 'Deep', note: 'Deep: the share of the sleep in the hardware\u2019s deepest state, which uses least.'},
-  {column: 'How', word: 'uncertain', note: 'Uncertain: may be off by more than a tenth.'},
+  {column: 'How', word: '\u00b1', note: '\u00b1: percent of the battery by which a part may be off; uncertain: by more than a tenth of it.'},
 ];
 
 class Tables {
