@@ -8,6 +8,7 @@ class Cursor {
     this.selection = lanes.place.querySelector('.selection');
     this.announcement = document.getElementById('announcement');
     this.pointers = new Map();
+    this.hover = null;  // where a mouse without a button pressed was last
     this.listen();
     // Seconds of the log: browsers do not distinguish neighbouring seconds since 1970 here.
     this.stack.setAttribute('aria-valuemin', 0);
@@ -21,7 +22,10 @@ class Cursor {
     on('pointermove', (event) => this.moved(event));
     on('pointerup', (event) => this.up(event));
     on('pointercancel', (event) => this.forget(event));
-    on('pointerleave', () => { if (!this.pointers.size) this.view.look(this.view.pin); });
+    on('pointerleave', () => {
+      this.hover = null;
+      if (!this.pointers.size) this.view.look(this.view.pin);
+    });
     on('dblclick', () => this.view.show(this.view.begin, this.view.end));
     on('wheel', (event) => this.wheel(event), {passive: false});
     on('keydown', (event) => this.key(event));
@@ -58,7 +62,11 @@ class Cursor {
     const x = this.xOf(event);
     const pointer = this.pointers.get(event.pointerId);
     if (!pointer) {
-      this.view.look(this.lanes.timeAt(x));
+      // Where the page changes below a pointer that rests, it is reported again.
+      const {screenX, screenY} = event;
+      const rests = this.hover?.screenX === screenX && this.hover.screenY === screenY;
+      this.hover = {screenX, screenY};
+      if (!rests) this.view.look(this.lanes.timeAt(x));
       return;
     }
     pointer.x = x;
