@@ -2,6 +2,7 @@
 // view: those with a calculation in figures.js are calculated again when the view has come to rest.
 
 const kFewRows = 12;  // that a table shows at first
+const kFewColumns = 7;  // that have room beside another table
 const kMaxCellLength = 200;  // characters; the log's lines show the whole text
 
 // What words mean, below the tables that use them.
@@ -35,7 +36,7 @@ class Tables {
     scroll.tabIndex = 0;
     scroll.setAttribute('role', 'region');
     scroll.setAttribute('aria-label', content.title);
-    table.section = element('section', 'card table', scroll, table.more, table.note);
+    table.section = element('section', content.columns.length > kFewColumns ? 'card table wide' : 'card table', scroll, table.more, table.note);
     this.place.append(table.section);
     this.calculate(table);
     return table;

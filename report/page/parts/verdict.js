@@ -1,5 +1,10 @@
 // What was found: the verdict, and the figures behind each of its sentences.
 
+// A figure stays on the line of its unit.
+function unbroken(sentence) {
+  return sentence.replace(/(\d) (?=(%|[A-Za-z]{1,3})(?![A-Za-z]))/g, '$1\u00a0');
+}
+
 class Verdict {
   // What is found again in the findings has its figures there. Without a verdict, the first findings
   // are it.
@@ -13,10 +18,10 @@ class Verdict {
   }
 
   sentence(className, {sentence, figures, from, to}) {
-    const words = element('p', className, sentence);
+    const words = element('p', className, unbroken(sentence));
     const zooms = this.view && to > from;
     if (!figures.length && !zooms) return [words];
-    const list = element('ul', 'figures', ...figures.map((figure) => element('li', '', figure)));
+    const list = element('ul', 'figures', ...figures.map((figure) => element('li', '', unbroken(figure))));
     list.hidden = true;
     const button = element('button', '', 'Why?');
     button.type = 'button';
