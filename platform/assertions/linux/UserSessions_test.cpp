@@ -3,7 +3,9 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -152,6 +154,25 @@ TEST_F(UserSessionsTest, AppearWithTheirUsersAndNameGnomesApplications) {
   // Another daemon's first query already has them.
   power_.reset();
   EXPECT_EQ(held(), "session: back +120 (sleep)\n");
+}
+
+TEST_F(UserSessionsTest, AreFoundThoughTheirDirectoryIsMountedOver) {
+  if (::unshare(CLONE_NEWNS) != 0 ||
+      ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    GTEST_SKIP() << "may not have mounts of its own";
+  }
+  setLocks("");
+  EXPECT_EQ(held(), "");
+  session_.logIn();
+  loop_.drain();
+  ASSERT_EQ(::mount("tmpfs", session_.runtime().c_str(), "tmpfs", 0, nullptr), 0);
+  session_.logIn();  // it is the user's again
+  loop_.drain();
+  session_.startBus();
+  startService("gnome");
+  ASSERT_EQ(session_.callService("Inhibit", "susu", "film", 0, "", 4), 0);
+  expectHeld("session: film +0 (sleep)\n");
+  ASSERT_EQ(::umount2(session_.runtime().c_str(), MNT_DETACH), 0);
 }
 
 TEST_F(UserSessionsTest, NameKdesApplicationsOnce) {

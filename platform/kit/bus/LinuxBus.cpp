@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <string_view>
+#include <sys/epoll.h>
 #include <sys/stat.h>
 #include <utility>
 
@@ -227,12 +228,14 @@ void LinuxBus::connect() {
   if (result < 0 && !socketWatch_) {
     const auto path = socketPath(address_);
     if (!path) return;
+    if (user_) watchMounts();
     socketWatch_.emplace(event_, *path, LinuxPathWatch::Of::Entry, [this] { socketChanged(); });
     refusals_ = 0;
     result = start();  // it may have come before the watch
   }
   if (bus_) {
     socketWatch_.reset();
+    mounts_.reset();
   } else if (refusals_ > 0 && refusals_ < kMaxRefusals) {
     connectLater(kAfterRefusal * (1 << (2 * refusals_)));
     ++refusals_;
@@ -250,6 +253,26 @@ void LinuxBus::socketChanged() {
   refusals_ = 1;
   betweenEnds_ = firstBetweenEnds_;
   connect();
+}
+
+// A user's runtime directory is made first, and then a file system is mounted on it. What watches
+// the directory below is not told.
+void LinuxBus::watchMounts() {
+  if (mounts_) return;
+  Descriptor mounts(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+  sd_event_source* source = nullptr;
+  if (!mounts || sd_event_add_io(event_, &source, mounts.get(), EPOLLPRI, onMount, this) < 0) {
+    return;
+  }
+  mounts_.reset(source);
+  if (sd_event_source_set_io_fd_own(source, 1) >= 0) mounts.release();
+}
+
+int LinuxBus::onMount(sd_event_source*, int, std::uint32_t, void* self) {
+  auto* bus = static_cast<LinuxBus*>(self);
+  bus->socketWatch_.reset();
+  bus->connect();
+  return 0;
 }
 
 void LinuxBus::connectLater(std::chrono::microseconds delay) {

@@ -130,6 +130,7 @@ class LinuxBus {
   void connectLater(std::chrono::microseconds delay);
   void backOff();
   void socketChanged();
+  void watchMounts();
   void ended();
   void install(Match& match);
   void checkForHang();
@@ -139,6 +140,7 @@ class LinuxBus {
   static int onConnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onDisconnected(sd_bus_message*, void* self, sd_bus_error*);
   static int onLater(sd_event_source*, std::uint64_t, void* self);
+  static int onMount(sd_event_source*, int, std::uint32_t, void* self);
 
   sd_event* event_;
   std::string address_;
@@ -151,6 +153,7 @@ class LinuxBus {
   bool hangs_ = false;  ///< has left the last call and the last question unanswered
   CoalescedCall ended_;
   std::optional<LinuxPathWatch> socketWatch_;  ///< while there is no bus to connect to
+  EventSource mounts_;                         ///< as long as that, of a user's bus
   EventSource later_;
   int refusals_ = 0;  ///< of the socket since it last changed
   std::optional<std::chrono::steady_clock::time_point> lastEnd_;
