@@ -331,10 +331,10 @@ TEST_F(LinuxPowerSourceTest, ASilentDriverIsReadFromTimeToTime) {
   const std::string device = addBattery("axp20x-battery", 80);
   const auto source = std::make_shared<LinuxPowerSource>(
       loop_.event(), LinuxDeviceRegistry::kPowerSupplies, nullptr,
-      LinuxPowerSource::Pace{.settled = 24h, .coarse = 10ms, .slack = 0ms});
+      LinuxPowerSource::Pace{.settled = 24h, .coarse = 50ms, .slack = 0ms});
   watch(source);
   level(device, 79);
-  wait(50ms);
+  wait(150ms);
   EXPECT_EQ(levels_, Levels{}) << "not proven yet";
   source->systemWillSleep();
   const auto isRead = [&](int percent) {
@@ -346,19 +346,19 @@ TEST_F(LinuxPowerSourceTest, ASilentDriverIsReadFromTimeToTime) {
   report(device, "status", "Full");
   isRead(76);
   level(device, 75);
-  wait(50ms);
+  wait(150ms);
   EXPECT_EQ(levels_.back(), 76) << "not while it is full";
   report(device, "present", "0");
   report(device, "status", "Discharging");
   source->systemDidWake();
   report(device, "present", "1");
-  wait(50ms);
+  wait(150ms);
   EXPECT_EQ(levels_.back(), -1) << "nor while it is out";
   source->systemDidWake();
   isRead(74);
   level(device, 73, "change");  // an event of its own after all
   level(device, 72);
-  wait(50ms);
+  wait(150ms);
   EXPECT_EQ(levels_, (Levels{79, 78, 77, 76, -1, 75, 74, 73}));
 }
 
