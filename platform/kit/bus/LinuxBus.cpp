@@ -226,10 +226,7 @@ void LinuxBus::connect() {
   if (bus_) return;
   int result = start();
   if (result < 0 && !socketWatch_) {
-    const auto path = socketPath(address_);
-    if (!path) return;
-    if (user_) watchMounts();
-    socketWatch_.emplace(event_, *path, LinuxPathWatch::Of::Entry, [this] { socketChanged(); });
+    if (!watchSocket()) return;
     refusals_ = 0;
     result = start();  // it may have come before the watch
   }
@@ -255,10 +252,17 @@ void LinuxBus::socketChanged() {
   connect();
 }
 
+bool LinuxBus::watchSocket() {
+  const auto path = socketPath(address_);
+  if (!path) return false;
+  if (user_ && !mounts_) watchMounts();
+  socketWatch_.emplace(event_, *path, LinuxPathWatch::Of::Entry, [this] { socketChanged(); });
+  return true;
+}
+
 // A user's runtime directory is made first, and then a file system is mounted on it. What watches
 // the directory below is not told.
 void LinuxBus::watchMounts() {
-  if (mounts_) return;
   Descriptor mounts(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
   sd_event_source* source = nullptr;
   if (!mounts || sd_event_add_io(event_, &source, mounts.get(), EPOLLPRI, onMount, this) < 0) {
@@ -270,8 +274,8 @@ void LinuxBus::watchMounts() {
 
 int LinuxBus::onMount(sd_event_source*, int, std::uint32_t, void* self) {
   auto* bus = static_cast<LinuxBus*>(self);
-  bus->socketWatch_.reset();
-  bus->connect();
+  bus->watchSocket();
+  bus->socketChanged();
   return 0;
 }
 

@@ -130,6 +130,7 @@ class LinuxBus {
   void connectLater(std::chrono::microseconds delay);
   void backOff();
   void socketChanged();
+  bool watchSocket();
   void watchMounts();
   void ended();
   void install(Match& match);
