@@ -122,9 +122,9 @@ int LinuxSystemPower::onRetry(sd_event_source*, std::uint64_t, void* self) {
 
 int LinuxSystemPower::onRecount(sd_event_source*, std::uint64_t, void* self) {
   auto& power = *static_cast<LinuxSystemPower*>(self);
-  power.clockJumped();
   // What it has not counted by now was no sleep to it, as a hibernation is not.
   power.before_.successes = std::min(power.before_.successes, power.record().successes);
+  power.clockJumped();  // perhaps of another sleep, which it has still to count
   return 0;
 }
 
